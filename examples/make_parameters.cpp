@@ -1,0 +1,40 @@
+// Writes the parameter file (-p) of a run from its location file, its gauge file and the order
+// weights: the rows (a, b) of facility f are weight times the vertices of the polar of its gauge,
+// one for each edge of the unit ball, so that the largest a * x + b * y is the weighted distance.
+//
+//   make_parameters capitals.loc roads.gauge 1 1 1 1 1 1 1 1 > median.par
+#include <planloc/planloc.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+
+int main(int argc, char** argv) {
+  if (argc < 3) {
+    std::cerr << "usage: make_parameters locations gauges order-weight...\n";
+    return 1;
+  }
+  std::ifstream location_file(argv[1]);
+  std::ifstream gauge_file(argv[2]);
+  planloc::facilities sites;
+  planloc::list<int> gauge_of;
+  sites.read_gauge_locations(location_file, gauge_of);
+  const planloc::list<planloc::polygauge> gauges = planloc::read_polygauge_list(gauge_file);
+  if (argc - 3 != sites.size()) {
+    std::cerr << "make_parameters: " << sites.size() << " order weights are needed, one for each "
+              << "facility\n";
+    return 1;
+  }
+
+  for (int i = 3; i < argc; ++i) std::cout << argv[i] << (i + 1 < argc ? ' ' : '\n');
+  std::cout.precision(15);
+  for (int f = 0; f < sites.size(); ++f) {
+    const double weight = sites.location(f).weight(0);
+    const int position = gauge_of[gauge_of.get_item(f)];
+    const planloc::polygauge& gauge = gauges[gauges.get_item(position)];
+    for (const planloc::point& y : gauge.dual().vertices()) {
+      std::cout << weight * y.xcoord() << ' ' << weight * y.ycoord() << '\n';
+    }
+  }
+  return 0;
+}

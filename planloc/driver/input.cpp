@@ -1,0 +1,79 @@
+#include "planloc/driver/input.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <string>
+
+#include "planloc/driver/page.h"
+#include "planloc/driver/problem.h"
+
+namespace planloc {
+namespace {
+
+// A page that is open by then is closed as a whole one.
+[[noreturn]] void refuse(const char* option, const string& file, const std::string& expected) {
+  if (ps_out.is_open()) ps_end();
+  std::cerr << "cellwalk: option " << option << ", file \"" << file << "\": " << expected << '\n'
+            << kUsage << std::endl;
+  std::exit(1);
+}
+
+std::string found_or_unreadable(const std::ifstream& in, int found) {
+  return in.is_open() ? "found " + std::to_string(found) : "can't open the file";
+}
+
+}  // namespace
+
+frame read_frame(const string& d_name) {
+  std::ifstream in(d_name.cstring());
+  double xmin = 0.0;
+  double xmax = 0.0;
+  double ymin = 0.0;
+  int show_coords = 0;
+  const int found = !(in >> xmin) ? 0 : !(in >> xmax) ? 1 : !(in >> ymin) ? 2 : 3;
+  if (found < 3 || !(in >> show_coords)) {
+    refuse("-d", d_name,
+           "expected xmin, xmax, ymin and an integer (non-zero shows the mouse position), " +
+               found_or_unreadable(in, found));
+  }
+  return {xmin, xmax, ymin, show_coords != 0};
+}
+
+parameter_reader::parameter_reader(IlcManager& m, std::ifstream& in, const string& p_name)
+    : in_(in), p_name_(p_name), weights_(fac.size()), entries_(1) {
+  for_each_facility([&](const location&, const polygauge& g) { entries_ += g.size(); });
+  IlcHeap* const heap = m.getHeap();
+  coef_ = static_cast<double**>(heap->allocate(sizeof(double*) * entries_));
+  for (int k = 0; k < entries_; ++k) {
+    const int numbers = k == 0 ? weights_ : 2;
+    coef_[k] = static_cast<double*>(heap->allocate(sizeof(double) * numbers));
+  }
+}
+
+double** parameter_reader::read_order_weights() {
+  for (int i = 0; i < weights_; ++i) coef_[0][i] = next();
+  return coef_;
+}
+
+void parameter_reader::read_rows() {
+  for (int k = 1; k < entries_; ++k) {
+    coef_[k][0] = next();
+    coef_[k][1] = next();
+  }
+}
+
+double parameter_reader::next() {
+  double number = 0.0;
+  if (in_ >> number) {
+    ++found_;
+    return number;
+  }
+  const int rows = entries_ - 1;
+  refuse("-p", p_name_,
+         "expected " + std::to_string(weights_) + " order weights and " + std::to_string(rows) +
+             " rows of two numbers, one for each gauge vertex of each facility: " +
+             std::to_string(weights_ + 2 * rows) + " numbers, " + found_or_unreadable(in_, found_));
+}
+
+}  // namespace planloc

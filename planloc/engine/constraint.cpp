@@ -1,0 +1,135 @@
+#include "planloc/engine/constraint.h"
+
+#include <ostream>
+
+#include "planloc/engine/float_exp_impl.h"
+#include "planloc/engine/linear_solver.h"
+#include "planloc/engine/manager_impl.h"
+
+namespace planloc {
+namespace {
+
+// left <= right. With the flag set it was written right >= left, and keeps that form as a row.
+class LessOrEqualI final : public IlcConstraintI {
+ public:
+  LessOrEqualI(IlcManagerI* manager, bool flag, IlcFloatExpI* left, IlcFloatExpI* right)
+      : IlcConstraintI(manager), flag_(flag), left_(left), right_(right) {}
+
+  void post() override { propagate(); }
+  void propagate() override {
+    left_->setRange(-IlcInfinity, right_->getMax());
+    right_->setRange(left_->getMin(), IlcInfinity);
+  }
+  bool isAlreadySatisfied() override { return left_->getMax() <= right_->getMin(); }
+  bool hasAUniqueSolution() override { return left_->getMin() == right_->getMax(); }
+  void linParse(IlcLinearVisitor& visitor) override {
+    visitor.walk(flag_ ? right_ : left_, 1.0);
+    visitor.walk(flag_ ? left_ : right_, -1.0);
+  }
+  void linPost(IlcLinearSolverI& solver, IlcFloatArray coefficients, IlcFloatVarArray vars,
+               double rhs) override {
+    if (flag_) {
+      solver.greaterOrEqual(coefficients, vars, rhs);
+    } else {
+      solver.lessOrEqual(coefficients, vars, rhs);
+    }
+  }
+  void display(std::ostream& out) const override {
+    if (flag_) {
+      out << IlcFloatExp(right_) << " >= " << IlcFloatExp(left_);
+    } else {
+      out << IlcFloatExp(left_) << " <= " << IlcFloatExp(right_);
+    }
+  }
+
+ private:
+  bool flag_;
+  IlcFloatExpI* left_;
+  IlcFloatExpI* right_;
+};
+
+class EqualI final : public IlcConstraintI {
+ public:
+  EqualI(IlcManagerI* manager, IlcFloatExpI* left, IlcFloatExpI* right)
+      : IlcConstraintI(manager), left_(left), right_(right) {}
+
+  void post() override { propagate(); }
+  void propagate() override {
+    left_->setRange(right_->getMin(), right_->getMax());
+    right_->setRange(left_->getMin(), left_->getMax());
+  }
+  bool isAlreadySatisfied() override {
+    return left_ == right_ ||
+           (left_->getMax() == right_->getMin() && left_->getMin() == right_->getMax());
+  }
+  bool hasAUniqueSolution() override {
+    return left_->getMin() == right_->getMax() || left_->getMax() == right_->getMin();
+  }
+  void linParse(IlcLinearVisitor& visitor) override {
+    visitor.walk(left_, 1.0);
+    visitor.walk(right_, -1.0);
+  }
+  void linPost(IlcLinearSolverI& solver, IlcFloatArray coefficients, IlcFloatVarArray vars,
+               double rhs) override {
+    solver.equal(coefficients, vars, rhs);
+  }
+  void display(std::ostream& out) const override {
+    out << IlcFloatExp(left_) << " == " << IlcFloatExp(right_);
+  }
+
+ private:
+  IlcFloatExpI* left_;
+  IlcFloatExpI* right_;
+};
+
+IlcManagerI* common_manager(IlcFloatExp a, IlcFloatExp b) {
+  detail::ilc_assert(a.getImpl() != nullptr && b.getImpl() != nullptr, "exp.getImpl() != 0");
+  return a.getImpl()->getManager();
+}
+
+}  // namespace
+
+void IlcConstraintI::setName(const char* name) { name_ = ilc_copy_text(manager_, name); }
+
+bool IlcConstraintI::isAlreadySatisfied() {
+  notImplemented("isAlreadySatisfied not implemented");
+  return false;
+}
+
+bool IlcConstraintI::hasAUniqueSolution() {
+  notImplemented("hasAUniqueSolution not implemented");
+  return false;
+}
+
+void IlcConstraintI::linParse(IlcLinearVisitor&) { notImplemented("linParse not implemented"); }
+
+void IlcConstraintI::linPost(IlcLinearSolverI&, IlcFloatArray, IlcFloatVarArray, double) {
+  notImplemented("linPost not implemented");
+}
+
+void IlcConstraintI::notImplemented(const char* text) const {
+  manager_->getErrorReporter()->error(kIlcUsageError, text);
+}
+
+IlcConstraint operator<=(IlcFloatExp a, IlcFloatExp b) {
+  IlcManagerI* const m = common_manager(a, b);
+  return new (m) LessOrEqualI(m, false, a.getImpl(), b.getImpl());
+}
+
+IlcConstraint operator>=(IlcFloatExp a, IlcFloatExp b) {
+  IlcManagerI* const m = common_manager(a, b);
+  return new (m) LessOrEqualI(m, true, b.getImpl(), a.getImpl());
+}
+
+IlcConstraint operator==(IlcFloatExp a, IlcFloatExp b) {
+  IlcManagerI* const m = common_manager(a, b);
+  return new (m) EqualI(m, a.getImpl(), b.getImpl());
+}
+
+std::ostream& operator<<(std::ostream& out, IlcConstraint ct) {
+  detail::ilc_assert(ct.getImpl() != nullptr, "ct.getImpl() != 0");
+  ct.getImpl()->display(out);
+  return out;
+}
+
+}  // namespace planloc

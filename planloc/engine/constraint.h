@@ -1,0 +1,78 @@
+// Constraints between float expressions. Give them to IlcLinOpt::add for the linear program, or to
+// IlcManager::add to narrow bounds at once.
+#ifndef PLANLOC_ENGINE_CONSTRAINT_H_
+#define PLANLOC_ENGINE_CONSTRAINT_H_
+
+#include <iosfwd>
+
+#include "planloc/engine/arrays.h"
+#include "planloc/engine/float_exp.h"
+
+namespace planloc {
+
+class IlcLinearSolverI;
+class IlcLinearVisitor;
+
+// Implementation of a constraint; lives on the manager's heap and is never destroyed.
+class IlcConstraintI {
+ public:
+  explicit IlcConstraintI(IlcManagerI* manager) : manager_(manager) {}
+  IlcManagerI* getManager() const { return manager_; }
+
+  const char* getName() const { return name_; }
+  void setName(const char* name);
+
+  virtual void post() = 0;       // narrows what follows from the constraint when it is added
+  virtual void propagate() = 0;  // narrows again after a change of bounds
+
+  // What a kind without a rule of its own reports: "<member> not implemented".
+  virtual bool isAlreadySatisfied();  // by every value that the bounds allow
+  virtual bool hasAUniqueSolution();  // the bounds allow exactly one
+  // Hands the terms of a row "terms + constant (<=, >=, =) 0" to the visitor.
+  virtual void linParse(IlcLinearVisitor& visitor);
+  // Makes the row of the constraint's sense from the parsed terms.
+  virtual void linPost(IlcLinearSolverI& solver, IlcFloatArray coefficients, IlcFloatVarArray vars,
+                       double rhs);
+
+  virtual void display(std::ostream& out) const = 0;
+
+ protected:
+  ~IlcConstraintI() = default;
+
+ private:
+  void notImplemented(const char* text) const;
+
+  IlcManagerI* manager_;
+  void* owner_ = nullptr;  // back pointer to what posted the constraint
+  const char* name_ = nullptr;
+};
+
+// Handle of a constraint.
+class IlcConstraint {
+ public:
+  IlcConstraint() = default;
+  IlcConstraint(IlcConstraintI* impl) : impl_(impl) {}
+  IlcConstraintI* getImpl() const { return impl_; }
+
+  const char* getName() const { return checked()->getName(); }  // null without a name
+  void setName(const char* name) const { checked()->setName(name); }
+
+ private:
+  IlcConstraintI* checked() const {
+    detail::ilc_assert(impl_ != nullptr, "_impl != 0");
+    return impl_;
+  }
+
+  IlcConstraintI* impl_ = nullptr;
+};
+
+IlcConstraint operator<=(IlcFloatExp a, IlcFloatExp b);
+IlcConstraint operator>=(IlcFloatExp a, IlcFloatExp b);
+IlcConstraint operator==(IlcFloatExp a, IlcFloatExp b);
+
+// As written: "a <= b", "a >= b", "a == b".
+std::ostream& operator<<(std::ostream& out, IlcConstraint ct);
+
+}  // namespace planloc
+
+#endif  // PLANLOC_ENGINE_CONSTRAINT_H_

@@ -1,0 +1,314 @@
+#include "planloc/engine/float_exp.h"
+
+#include <algorithm>
+#include <cstring>
+#include <ostream>
+
+#include "planloc/engine/float_exp_impl.h"
+#include "planloc/engine/manager_impl.h"
+
+namespace planloc {
+namespace {
+
+// A bound of an operand that follows from a consistent bound of the node can miss the operand's
+// other bound by rounding only; it is then that bound.
+void narrow(IlcFloatExpI* exp, double min, double max, std::vector<IlcNarrowing>& narrowings) {
+  narrowings.push_back({exp, std::min(min, exp->getMax()), std::max(max, exp->getMin())});
+}
+
+class SumI final : public IlcFloatExpI {
+ public:
+  using IlcFloatExpI::IlcFloatExpI;
+  SumI(IlcManagerI* manager, const IlcExpKey& key) : IlcFloatExpI(manager, key) {}
+
+  void linParse(IlcLinearVisitor& visitor, double coefficient) override {
+    visitor.visit(key().right, coefficient);
+    visitor.visit(key().left, coefficient);
+  }
+  void display(std::ostream& out) const override {
+    out << '(' << IlcFloatExp(key().left) << " + " << IlcFloatExp(key().right) << ')';
+  }
+
+ protected:
+  void computeBounds(double& min, double& max) const override {
+    min = knownMin(key().left) + knownMin(key().right);
+    max = knownMax(key().left) + knownMax(key().right);
+  }
+  void narrowOperands(double min, double max,
+                      std::vector<IlcNarrowing>& narrowings) const override {
+    IlcFloatExpI* const a = key().left;
+    IlcFloatExpI* const b = key().right;
+    narrow(a, min - b->getMax(), max - b->getMin(), narrowings);
+    narrow(b, min - a->getMax(), max - a->getMin(), narrowings);
+  }
+};
+
+// constant * left for a constant of either sign, and the negation, which is the product by -1.
+class ProductI final : public IlcFloatExpI {
+ public:
+  ProductI(IlcManagerI* manager, const IlcExpKey& key) : IlcFloatExpI(manager, key) {}
+
+  void linParse(IlcLinearVisitor& visitor, double coefficient) override {
+    visitor.visit(key().left, coefficient * factor());
+  }
+  void display(std::ostream& out) const override {
+    if (key().kind == IlcExpKind::kNegation) {
+      out << "- " << IlcFloatExp(key().left);
+    } else {
+      out << factor() << " * " << IlcFloatExp(key().left);
+    }
+  }
+
+ protected:
+  void computeBounds(double& min, double& max) const override {
+    min = factor() * knownMin(key().left);
+    max = factor() * knownMax(key().left);
+    if (factor() < 0.0) std::swap(min, max);
+  }
+  void narrowOperands(double min, double max,
+                      std::vector<IlcNarrowing>& narrowings) const override {
+    if (factor() < 0.0) std::swap(min, max);
+    narrow(key().left, min / factor(), max / factor(), narrowings);
+  }
+
+ private:
+  double factor() const { return key().kind == IlcExpKind::kNegation ? -1.0 : key().constant; }
+};
+
+class OffsetI final : public IlcFloatExpI {
+ public:
+  OffsetI(IlcManagerI* manager, const IlcExpKey& key) : IlcFloatExpI(manager, key) {}
+
+  void linParse(IlcLinearVisitor& visitor, double coefficient) override {
+    visitor.addConstant(coefficient * key().constant);
+    visitor.visit(key().left, coefficient);
+  }
+  void display(std::ostream& out) const override {
+    out << '(' << IlcFloatExp(key().left) << " + " << key().constant << ')';
+  }
+
+ protected:
+  void computeBounds(double& min, double& max) const override {
+    min = knownMin(key().left) + key().constant;
+    max = knownMax(key().left) + key().constant;
+  }
+  void narrowOperands(double min, double max,
+                      std::vector<IlcNarrowing>& narrowings) const override {
+    narrow(key().left, min - key().constant, max - key().constant, narrowings);
+  }
+};
+
+IlcFloatExpI* build(IlcManagerI* manager, const IlcExpKey& key) {
+  switch (key.kind) {
+    case IlcExpKind::kSum:
+      return new (manager) SumI(manager, key);
+    case IlcExpKind::kOffset:
+      return new (manager) OffsetI(manager, key);
+    default:
+      return new (manager) ProductI(manager, key);
+  }
+}
+
+IlcFloatExp shared(const IlcExpKey& key) {
+  IlcManagerI* const manager = key.left->getManager();
+  IlcExpressionTable& table = manager->expressions();
+  if (IlcFloatExpI* const known = table.find(key)) return known;
+  const IlcHeap::Index index = manager->getHeap()->getIndex();
+  IlcFloatExpI* const node = build(manager, key);
+  table.insert(node, index);
+  return node;
+}
+
+bool is_zero(const IlcFloatExpI* exp) { return exp == exp->getManager()->getZero(); }
+
+IlcFloatExpI* checked(const IlcFloatExpI* exp) {
+  detail::ilc_assert(exp != nullptr, "_impl != 0");
+  return const_cast<IlcFloatExpI*>(exp);
+}
+
+}  // namespace
+
+// ----- IlcLinearVisitor -----
+
+void IlcLinearVisitor::walk(IlcFloatExpI* exp, double coefficient) {
+  const std::size_t bottom = open_.size();
+  visit(exp, coefficient);
+  while (open_.size() > bottom) {
+    const Open next = open_.back();
+    open_.pop_back();
+    next.exp->linParse(*this, next.coefficient);
+  }
+}
+
+// ----- IlcFloatExpI -----
+
+double IlcFloatExpI::getValue() {
+  refresh();
+  if (min_ != max_) {
+    manager_->getErrorReporter()->error(kIlcUnboundValue, "IlcFloatExpI::getValue",
+                                        "unbound constrained variable", this);
+  }
+  return min_;
+}
+
+bool IlcFloatExpI::isFresh() const { return isVariable() || epoch_ == manager_->boundsEpoch(); }
+
+void IlcFloatExpI::refresh() {
+  if (!isFresh()) recompute();
+}
+
+void IlcFloatExpI::recompute() {
+  std::vector<IlcFloatExpI*> open{this};
+  while (!open.empty()) {
+    IlcFloatExpI* const exp = open.back();
+    const std::size_t depth = open.size();
+    for (IlcFloatExpI* operand : {exp->key_.right, exp->key_.left}) {
+      if (operand && !operand->isFresh()) open.push_back(operand);
+    }
+    if (open.size() > depth) continue;
+    open.pop_back();
+    double min = exp->min_;
+    double max = exp->max_;
+    exp->computeBounds(min, max);
+    exp->min_ = std::max(exp->min_, min);
+    exp->max_ = std::min(exp->max_, max);
+    exp->epoch_ = manager_->boundsEpoch();
+  }
+}
+
+void IlcFloatExpI::setRange(double min, double max) {
+  std::vector<IlcNarrowing> open{{this, min, max}};
+  while (!open.empty()) {
+    const IlcNarrowing next = open.back();
+    open.pop_back();
+    if (next.exp->setOwnRange(next.min, next.max) && !next.exp->isVariable()) {
+      next.exp->narrowOperands(next.exp->knownMin(), next.exp->knownMax(), open);
+    }
+  }
+}
+
+// Whether a bound changed.
+bool IlcFloatExpI::setOwnRange(double min, double max) {
+  const double infinity = std::numeric_limits<double>::infinity();
+  bool consistent = min <= max;
+  if (consistent) {
+    refresh();
+    consistent = max >= min_ && min <= max_ && min != infinity && max != -infinity;
+  }
+  if (!consistent) {
+    manager_->fail(nullptr);
+    return false;
+  }
+  if (min <= min_ && max >= max_) return false;
+  manager_->saveValue(&min_);
+  manager_->saveValue(&max_);
+  min_ = std::max(min, min_);
+  max_ = std::min(max, max_);
+  manager_->boundsChanged();
+  return true;
+}
+
+void IlcFloatExpI::linParse(IlcLinearVisitor&, double) {
+  manager_->getErrorReporter()->error(kIlcNotLinear, "Not a linear expression");
+}
+
+void IlcFloatExpI::computeBounds(double&, double&) const {
+  manager_->getErrorReporter()->error(kIlcUsageError, "access to uninitialised floatvar");
+}
+
+void IlcFloatExpI::narrowOperands(double, double, std::vector<IlcNarrowing>&) const {}
+
+// ----- IlcFloatVarI -----
+
+IlcFloatVarI::IlcFloatVarI(IlcManagerI* manager, double min, double max, const char* name)
+    : IlcFloatExpI(manager, {IlcExpKind::kVariable, nullptr, nullptr, 0.0}),
+      precision_(manager->getDefaultPrecision()),
+      name_(ilc_copy_text(manager, name)) {
+  if (min > max) manager->fail(nullptr);
+  min_ = min;
+  max_ = max;
+}
+
+void IlcFloatVarI::linParse(IlcLinearVisitor& visitor, double coefficient) {
+  visitor.addTerm(coefficient, this);
+}
+
+void IlcFloatVarI::display(std::ostream& out) const {
+  if (name_) {
+    out << name_;
+  } else if (knownMin() == knownMax()) {
+    out << knownMin();
+  } else {
+    out << '[' << knownMin() << ".." << knownMax() << ']';
+  }
+}
+
+const char* ilc_copy_text(IlcManagerI* manager, const char* text) {
+  if (!text) return nullptr;
+  const std::size_t size = std::strlen(text) + 1;
+  return static_cast<const char*>(std::memcpy(manager->getHeap()->allocate(size), text, size));
+}
+
+// ----- Handles -----
+
+IlcManager IlcFloatExp::getManager() const { return checked(impl_)->getManager(); }
+
+double IlcFloatExp::getMin() const { return checked(impl_)->getMin(); }
+
+double IlcFloatExp::getMax() const { return checked(impl_)->getMax(); }
+
+double IlcFloatExp::getValue() const { return checked(impl_)->getValue(); }
+
+void IlcFloatExp::setRange(double min, double max) { checked(impl_)->setRange(min, max); }
+
+IlcFloatVar::IlcFloatVar(IlcFloatVarI* impl) : IlcFloatExp(impl) {}
+
+IlcFloatVar::IlcFloatVar(IlcManager m, double min, double max, const char* name)
+    : IlcFloatExp(new (m.getHeap()) IlcFloatVarI(m.getImpl(), min, max, name)) {}
+
+IlcFloatVarI* IlcFloatVar::getImpl() const { return static_cast<IlcFloatVarI*>(impl_); }
+
+const char* IlcFloatVar::getName() const {
+  checked(impl_);
+  return getImpl()->getName();
+}
+
+double IlcFloatVar::getPrecision() const {
+  checked(impl_);
+  return getImpl()->getPrecision();
+}
+
+// ----- Arithmetic -----
+
+IlcFloatExp operator*(double c, IlcFloatExp e) {
+  IlcFloatExpI* const exp = checked(e.getImpl());
+  if (c == 1.0 || is_zero(exp)) return e;
+  if (c == 0.0) return exp->getManager()->getZero();
+  if (c == -1.0) return shared({IlcExpKind::kNegation, exp, nullptr, 0.0});
+  return shared(
+      {c > 0.0 ? IlcExpKind::kPositiveProduct : IlcExpKind::kNegativeProduct, exp, nullptr, c});
+}
+
+IlcFloatExp operator+(IlcFloatExp a, IlcFloatExp b) {
+  IlcFloatExpI* const left = checked(a.getImpl());
+  IlcFloatExpI* const right = checked(b.getImpl());
+  if (left == right) return 2.0 * a;
+  if (is_zero(left)) return b;
+  if (is_zero(right)) return a;
+  return shared({IlcExpKind::kSum, left, right, 0.0});
+}
+
+IlcFloatExp operator+(IlcFloatExp e, double c) {
+  IlcFloatExpI* const exp = checked(e.getImpl());
+  if (c == 0.0) return e;
+  return shared({IlcExpKind::kOffset, exp, nullptr, c});
+}
+
+IlcFloatExp operator-(IlcFloatExp e, double c) { return e + (-c); }
+
+std::ostream& operator<<(std::ostream& out, IlcFloatExp e) {
+  checked(e.getImpl())->display(out);
+  return out;
+}
+
+}  // namespace planloc

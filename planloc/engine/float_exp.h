@@ -1,0 +1,71 @@
+// Float variables and the linear expressions built from them. Constraints between expressions are
+// in constraint.h, arrays of variables in arrays.h.
+//
+// A handle is one pointer; copying it shares the object, which lives on the manager's heap. Equal
+// expressions of one manager are one object, so repeated model building reuses nodes.
+#ifndef PLANLOC_ENGINE_FLOAT_EXP_H_
+#define PLANLOC_ENGINE_FLOAT_EXP_H_
+
+#include <iosfwd>
+
+#include "planloc/engine/ilc_assert.h"
+#include "planloc/engine/manager.h"
+
+namespace planloc {
+
+class IlcFloatExpI;
+class IlcFloatVarI;
+
+// Handle of a float expression. Members of an empty handle assert "_impl != 0".
+class IlcFloatExp {
+ public:
+  IlcFloatExp() = default;
+  IlcFloatExp(IlcFloatExpI* impl) : impl_(impl) {}
+  IlcFloatExpI* getImpl() const { return impl_; }
+
+  IlcManager getManager() const;
+
+  // Bounds, computed from those of the operands.
+  double getMin() const;
+  double getMax() const;
+
+  // The one value of an expression whose bounds are equal; otherwise reports
+  // "IlcFloatExpI::getValue : unbound constrained variable".
+  double getValue() const;
+
+  // Narrows the bounds to the common part with [min, max], and those of the operands with them.
+  // The manager fails if min > max, if there is no common part, or if min is plus or max minus
+  // infinity.
+  void setRange(double min, double max);
+
+ protected:
+  IlcFloatExpI* impl_ = nullptr;
+};
+
+// Handle of a float variable.
+class IlcFloatVar : public IlcFloatExp {
+ public:
+  IlcFloatVar() = default;
+  IlcFloatVar(IlcFloatVarI* impl);
+  // Bounds may be infinite; min > max makes the manager fail. The name is copied.
+  IlcFloatVar(IlcManager m, double min, double max, const char* name = nullptr);
+  IlcFloatVarI* getImpl() const;
+
+  const char* getName() const;  // null if the variable has none
+  double getPrecision() const;
+};
+
+// 1.0 * e is e, 0.0 * e and c * zero are the manager's zero.
+IlcFloatExp operator*(double c, IlcFloatExp e);
+// a + a is 2.0 * a; adding the manager's zero gives the other operand.
+IlcFloatExp operator+(IlcFloatExp a, IlcFloatExp b);
+// e + 0.0 is e.
+IlcFloatExp operator+(IlcFloatExp e, double c);
+IlcFloatExp operator-(IlcFloatExp e, double c);
+
+// A variable prints as its name, or as "[min..max]" without one.
+std::ostream& operator<<(std::ostream& out, IlcFloatExp e);
+
+}  // namespace planloc
+
+#endif  // PLANLOC_ENGINE_FLOAT_EXP_H_

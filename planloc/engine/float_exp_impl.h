@@ -1,0 +1,131 @@
+// The nodes behind IlcFloatExp. Users include float_exp.h.
+#ifndef PLANLOC_ENGINE_FLOAT_EXP_IMPL_H_
+#define PLANLOC_ENGINE_FLOAT_EXP_IMPL_H_
+
+#include <cstdint>
+#include <iosfwd>
+#include <limits>
+#include <vector>
+
+#include "planloc/engine/expression_table.h"
+#include "planloc/engine/manager.h"
+
+namespace planloc {
+
+class IlcFloatVarI;
+
+// Walks a linear expression from left to right. A chain of sums is as long as a model is large, so
+// the walk keeps its own stack instead of recurring.
+class IlcLinearVisitor {
+ public:
+  // One product of a coefficient and a variable, in order of occurrence.
+  virtual void addTerm(double coefficient, IlcFloatVarI* var) = 0;
+  virtual void addConstant(double constant) = 0;
+
+  // Visits coefficient * exp.
+  void walk(IlcFloatExpI* exp, double coefficient);
+  // Called by nodes: visit an operand later; of several, the last one named comes first.
+  void visit(IlcFloatExpI* exp, double coefficient) { open_.push_back({exp, coefficient}); }
+
+  // Gives the memory of the walk back; for visitors that are never destroyed.
+  void releaseStack() { std::vector<Open>().swap(open_); }
+
+ protected:
+  ~IlcLinearVisitor() = default;
+
+ private:
+  struct Open {
+    IlcFloatExpI* exp;
+    double coefficient;
+  };
+  std::vector<Open> open_;
+};
+
+// A bound to pass on to an operand.
+struct IlcNarrowing {
+  IlcFloatExpI* exp;
+  double min;
+  double max;
+};
+
+// A node: its key and its bounds. Nodes are never destroyed.
+class IlcFloatExpI {
+ public:
+  IlcManagerI* getManager() const { return manager_; }
+  const IlcExpKey& key() const { return key_; }
+  bool isVariable() const { return key_.kind == IlcExpKind::kVariable; }
+
+  double getMin() {
+    refresh();
+    return min_;
+  }
+  double getMax() {
+    refresh();
+    return max_;
+  }
+  double getValue();
+  void setRange(double min, double max);
+
+  // Hands the node's operands, terms and constant to the visitor. A node that is not linear reports
+  // "Not a linear expression".
+  virtual void linParse(IlcLinearVisitor& visitor, double coefficient);
+  virtual void display(std::ostream& out) const = 0;
+
+ protected:
+  IlcFloatExpI(IlcManagerI* manager, const IlcExpKey& key) : manager_(manager), key_(key) {}
+  ~IlcFloatExpI() = default;
+
+  // Bounds that follow from those of the operands. REQUIRES: the operands' bounds are up to date.
+  virtual void computeBounds(double& min, double& max) const;
+  // Appends what bounds [min, max] of the node mean for its operands. REQUIRES: the common part
+  // with the node's own bounds is not empty.
+  virtual void narrowOperands(double min, double max, std::vector<IlcNarrowing>& narrowings) const;
+
+  // Bounds as of the last refresh.
+  double knownMin() const { return min_; }
+  double knownMax() const { return max_; }
+  static double knownMin(const IlcFloatExpI* exp) { return exp->min_; }
+  static double knownMax(const IlcFloatExpI* exp) { return exp->max_; }
+
+ private:
+  friend class IlcFloatVarI;
+
+  bool isFresh() const;
+  void refresh();
+  void recompute();
+  bool setOwnRange(double min, double max);
+
+  IlcManagerI* manager_;
+  IlcExpKey key_;
+  // Bounds only ever get narrower, so a recomputed bound is the common part with the old one, and a
+  // range set on the node itself is not lost.
+  double min_ = -std::numeric_limits<double>::infinity();
+  double max_ = std::numeric_limits<double>::infinity();
+  std::uint32_t epoch_ = 0;  // of the manager when the bounds were computed
+};
+
+class IlcFloatVarI final : public IlcFloatExpI {
+ public:
+  IlcFloatVarI(IlcManagerI* manager, double min, double max, const char* name);
+
+  const char* getName() const { return name_; }
+  double getPrecision() const { return precision_; }
+  // The expression that the variable stands for, null for a free one.
+  IlcFloatExpI* getDefinition() const { return definition_; }
+  void setDefinition(IlcFloatExpI* definition) { definition_ = definition; }
+
+  void linParse(IlcLinearVisitor& visitor, double coefficient) override;
+  void display(std::ostream& out) const override;
+
+ private:
+  double precision_;
+  const char* name_;
+  IlcFloatExpI* definition_ = nullptr;
+};
+
+// A copy of a text on the manager's heap; null stays null.
+const char* ilc_copy_text(IlcManagerI* manager, const char* text);
+
+}  // namespace planloc
+
+#endif  // PLANLOC_ENGINE_FLOAT_EXP_IMPL_H_

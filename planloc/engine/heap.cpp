@@ -1,0 +1,102 @@
+#include "planloc/engine/heap.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <new>
+
+#include "planloc/engine/error_reporter.h"
+#include "planloc/engine/manager_impl.h"
+
+namespace planloc {
+namespace {
+
+constexpr std::size_t kFirstBlockWords = 1000;
+// Blocks double up to this size, so that a large model needs few of them.
+constexpr std::size_t kLargestStepWords = 1 << 18;
+
+void report_heap(const char* what) { ilc_reporter().error(kIlcHeapError, "IlcHeap", what); }
+
+}  // namespace
+
+void IlcHeap::activate() {
+  if (!isActive()) enter(addBlock(kFirstBlockWords));
+}
+
+void IlcHeap::deactivate() {
+  if (!isActive()) return;
+  while (current_->next) current_ = current_->next;
+  while (current_) {
+    Block* const previous = current_->previous;
+    std::free(current_);
+    current_ = previous;
+  }
+  position_ = end_ = nullptr;
+}
+
+IlcHeap::Index IlcHeap::getIndex() const {
+  if (!isActive()) return 0;
+  return current_->first + (position_ - current_->data()) / static_cast<Index>(kWordSize);
+}
+
+void IlcHeap::reset(Index index) {
+  if (!isActive()) {
+    return report_heap(index == 0 ? "unstacking an empty stack" : "non null index for empty stack");
+  }
+  if (index < 0 || index > getIndex()) return report_heap("unstacking an empty stack");
+  if (listener_) listener_->heapReset(index);
+  while (index < current_->first) enter(current_->previous);
+  position_ = current_->data() + (index - current_->first) * static_cast<Index>(kWordSize);
+}
+
+// Appends a block behind the last one; the caller enters it.
+IlcHeap::Block* IlcHeap::addBlock(std::size_t words) {
+  auto* const block = static_cast<Block*>(std::malloc(sizeof(Block) + words * kWordSize));
+  if (!block) {
+    ilc_reporter().error(kIlcNoMemory, "Solver", "no more memory");
+    std::abort();
+  }
+  Block* last = current_;
+  while (last && last->next) last = last->next;
+  const Index first = last ? last->first + static_cast<Index>(last->words) : 0;
+  *block = {words, first, nullptr, last};
+  if (last) last->next = block;
+  return block;
+}
+
+void IlcHeap::enter(Block* block) {
+  current_ = block;
+  position_ = block->data();
+  end_ = position_ + block->size();
+}
+
+void* IlcHeap::allocateInNextBlock(std::size_t size) {
+  if (!isActive()) {
+    report_heap("stacking a full stack");
+    std::abort();
+  }
+  std::size_t words = current_->words;
+  Block* next = current_->next;
+  for (; next && next->size() < size; next = next->next) words = next->words;
+  if (!next) next = addBlock(std::max(size / kWordSize, std::min(2 * words, kLargestStepWords)));
+  enter(next);
+  position_ += size;
+  return next->data();
+}
+
+}  // namespace planloc
+
+void* operator new(std::size_t size, planloc::IlcHeap* heap) {
+  return heap && heap->isActive() ? heap->allocate(size) : ::operator new(size);
+}
+
+void* operator new(std::size_t size, planloc::IlcManagerI* manager) {
+  return ::operator new(size, manager ? manager->getHeap() : nullptr);
+}
+
+void operator delete(void* memory, planloc::IlcHeap* heap) noexcept {
+  if (!heap || !heap->isActive()) ::operator delete(memory);
+}
+
+void operator delete(void* memory, planloc::IlcManagerI* manager) noexcept {
+  ::operator delete(memory, manager ? manager->getHeap() : nullptr);
+}

@@ -1,0 +1,446 @@
+#include "planloc/engine/ilc_linopt_impl.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <new>
+#include <ostream>
+#include <string>
+
+#include "planloc/engine/manager_impl.h"
+
+namespace planloc {
+namespace {
+
+// Carries every report to the caller as an exception.
+class ThrowingReporter final : public IlcErrorReporter {
+ public:
+  void abort(int code) override { throw IlcLinOptException(code, getText()); }
+
+ protected:
+  void show() override {}
+};
+
+// One for all managers, so that it outlives the optimiser that installs it.
+IlcErrorReporter* throwing_reporter() {
+  static ThrowingReporter reporter;
+  return &reporter;
+}
+
+// Value of a linear expression at the values of the last solution.
+class Evaluation final : public IlcLinearVisitor {
+ public:
+  explicit Evaluation(IlcLinOptI& lp) : lp_(lp) {}
+  void addTerm(double coefficient, IlcFloatVarI* var) override {
+    value_ += coefficient * lp_.getCurrentValue(var);
+  }
+  void addConstant(double constant) override { value_ += constant; }
+  double value() const { return value_; }
+
+ private:
+  IlcLinOptI& lp_;
+  double value_ = 0.0;
+};
+
+template <typename T>
+void check_memory(IlcManagerI* manager, const std::unique_ptr<T>& pointer) {
+  if (!pointer) manager->getErrorReporter()->error(kIlcNoMemory, "Solver", "no more memory");
+}
+
+}  // namespace
+
+IlcLinOptI::IlcLinOptI(IlcManagerI* manager, bool linked, int b)
+    : IlcLinearSolverI(manager), linked_(linked), previous_reporter_(manager->getErrorReporter()) {
+  if (!ilc_float_started()) report("IlcInitFloat has not been called");
+  if (!linked_) useExceptions(true);
+  cplex_.reset(new (std::nothrow) IlcCplex(manager, b, linked_));
+  check_memory(manager, cplex_);
+  columns_.reset(new (std::nothrow) IlcColumnTable);
+  check_memory(manager, columns_);
+  rows_.reset(new (std::nothrow) IlcRowTable);
+  check_memory(manager, rows_);
+  scratch_ = std::make_unique<Scratch>();
+  cplex_->setFloatParam(CPX_PARAM_EPRHS, precision_);
+  cplex_->setFloatParam(CPX_PARAM_EPOPT, precision_);
+  manager->link(this);
+}
+
+void IlcLinOptI::end() {
+  getManager()->unlink(this);
+  releaseStack();
+  scratch_.reset();
+  const std::unique_ptr<IlcCplex> cplex = std::move(cplex_);
+  columns_.reset();
+  rows_.reset();
+  cplex->close();
+}
+
+void IlcLinOptI::useExceptions(bool use) {
+  getManager()->setErrorReporter(use ? throwing_reporter() : previous_reporter_);
+}
+
+void IlcLinOptI::report(const char* text) const {
+  getManager()->getErrorReporter()->error(kIlcUsageError, text);
+}
+
+// ----- Rows -----
+
+void IlcLinOptI::add(IlcConstraint ct, int level) {
+  if (!deferred_) allowMipAgain();
+  if (level >= 1) getManager()->add(ct.getImpl());
+  if (level >= 2) return;
+  if (deferred_) return enqueue(ct.getImpl(), level);
+  if (substitute_) {
+    if (ct.getImpl()->isAlreadySatisfied()) return;
+    if (ct.getImpl()->hasAUniqueSolution() && level < 1) return getManager()->add(ct.getImpl());
+  }
+  extract(ct.getImpl());
+}
+
+void IlcLinOptI::extract(IlcConstraintI* ct) {
+  parse(ct);
+  if (termCount() == 0 || (substitute_ && termCount() < 2)) return getManager()->add(ct);
+  makeRow(ct);
+}
+
+void IlcLinOptI::makeRow(IlcConstraintI* ct) {
+  const bool buffered = !active_ && !posted_;
+  const int buffered_before = cplex_->getBufferedRows();
+  const int rows_before = buffered ? 0 : cplex_->getNumRows();
+  const Terms terms = copyTerms();
+  ct->linPost(*this, terms.coefficients, terms.vars, -parsedConstant());
+  if (cplex_->getBufferedRows() > buffered_before) {
+    if (ct->getName()) cplex_->nameLastBufferedRow(ct->getName());
+    rows_->append(ct, *cplex_);
+  } else if (!buffered && cplex_->getNumRows() > rows_before) {
+    if (ct->getName()) cplex_->setRowName(ct->getName());
+    rows_->append(ct, *cplex_);
+  }
+}
+
+void IlcLinOptI::equal(IlcFloatArray coefficients, IlcFloatVarArray vars, double rhs) {
+  enterRow(coefficients, vars, 'E', rhs);
+}
+
+void IlcLinOptI::lessOrEqual(IlcFloatArray coefficients, IlcFloatVarArray vars, double rhs) {
+  enterRow(coefficients, vars, 'L', rhs);
+}
+
+void IlcLinOptI::greaterOrEqual(IlcFloatArray coefficients, IlcFloatVarArray vars, double rhs) {
+  enterRow(coefficients, vars, 'G', rhs);
+}
+
+void IlcLinOptI::enterRow(IlcFloatArray coefficients, IlcFloatVarArray vars, char sense,
+                          double rhs) {
+  rhs = ilc_clamp_bound(rhs);
+  const int n = mapTerms(coefficients, vars);
+  const double* const values = coefficients.getImpl()->values;
+  if (!active_ && !posted_) {
+    cplex_->bufferRow(n, scratch_->row_columns.data(), values, sense, rhs);
+  } else {
+    cplex_->newRow(n, scratch_->row_columns.data(), values, sense, rhs);
+  }
+}
+
+// Maps the variables to columns, in the scratch, and merges terms of the same column: a later term
+// is added to the first, and the last term of the row moves into its place. The number of terms
+// left.
+int IlcLinOptI::mapTerms(IlcFloatArray coefficients, IlcFloatVarArray vars) {
+  columns_->mapToColumns(*vars.getImpl(), *cplex_, scratch_->row_columns);
+  if (static_cast<int>(scratch_->marker.size()) < columns_->size()) {
+    scratch_->marker.resize(static_cast<std::size_t>(columns_->size()), -1);
+  }
+  double* const values = coefficients.getImpl()->values;
+  int* const columns = scratch_->row_columns.data();
+  int n = vars.getSize();
+  for (int i = 0; i < n;) {
+    int& first = scratch_->marker[static_cast<std::size_t>(columns[i])];
+    if (first < 0) {
+      first = i++;
+    } else {
+      values[first] += values[i];
+      --n;
+      values[i] = values[n];
+      columns[i] = columns[n];
+    }
+  }
+  for (int i = 0; i < n; ++i) scratch_->marker[static_cast<std::size_t>(columns[i])] = -1;
+  return n;
+}
+
+void IlcLinOptI::remove(IlcConstraintI* ct) {
+  if (!getManager()->isInEditMode()) {
+    return report("IlcLinOptI::remove : manager in IlcNoEdit mode");
+  }
+  if (deferred_) {
+    unlinkPending(ct);
+  } else if (const int row = rows_->find(ct); row >= 0) {
+    allowMipAgain();
+    cplex_->deleteRow(row);
+    rows_->erase(row);
+  }
+  if (getManager()->isAdded(ct)) getManager()->remove(ct);
+}
+
+// ----- Objective -----
+
+IlcFloatVar IlcLinOptI::setObjMin(IlcFloatExp exp, int level) { return setObj(exp, level, 1); }
+
+IlcFloatVar IlcLinOptI::setObjMax(IlcFloatExp exp, int level) { return setObj(exp, level, -1); }
+
+IlcFloatVar IlcLinOptI::setObjMinTerms(IlcFloatArray coefficients, IlcFloatVarArray vars) {
+  return enterObj(coefficients, vars, 1);
+}
+
+IlcFloatVar IlcLinOptI::setObjMaxTerms(IlcFloatArray coefficients, IlcFloatVarArray vars) {
+  return enterObj(coefficients, vars, -1);
+}
+
+IlcFloatVar IlcLinOptI::setObj(IlcFloatExp exp, int level, int sense) {
+  if (level >= 2) return toVariable(exp.getImpl());
+  IlcManagerI* const manager = getManager();
+  manager->saveValue(&objective_given_);
+  manager->saveValue(reinterpret_cast<void**>(&objective_));
+  objective_given_ = 1;
+  objective_ = exp.getImpl();
+
+  parse(exp.getImpl());
+  if (parsedConstant() != 0.0) {
+    const IlcFloatVar one(manager, 1.0, 1.0);
+    append(parsedConstant(), one.getImpl());
+  }
+  const Terms terms = copyTerms();
+  const IlcFloatVar var = enterObj(terms.coefficients, terms.vars, sense);
+  if (columns_->find(var.getImpl()) < 0) var.getImpl()->setDefinition(exp.getImpl());
+  if (!manager->isInEditMode() || linked_) add(var == exp, 0);
+  if (level == 1) manager->add((var == exp).getImpl());
+  return var;
+}
+
+IlcFloatVar IlcLinOptI::enterObj(IlcFloatArray coefficients, IlcFloatVarArray vars, int sense) {
+  if (objective_var_) {
+    allowMipAgain();
+    cplex_->eraseObj();
+    objective_var_ = nullptr;
+  }
+  if (vars.getSize() == 0) return IlcFloatVar(getManager(), 0.0, 0.0);
+  const bool single = vars.getSize() == 1 && coefficients[0] == 1.0;
+  const IlcFloatVar first = vars[0];
+  const int n = mapTerms(coefficients, vars);
+  if (!deferred_) allowMipAgain();
+  cplex_->chgObj(n, scratch_->row_columns.data(), coefficients.getImpl()->values, sense);
+  const IlcFloatVar var = single ? first : IlcFloatVar(getManager(), -IlcInfinity, IlcInfinity);
+  objective_var_ = var.getImpl();
+  return var;
+}
+
+IlcFloatVar IlcLinOptI::toVariable(IlcFloatExpI* exp) {
+  if (exp->isVariable()) return static_cast<IlcFloatVarI*>(exp);
+  IlcFloatVar var(getManager(), exp->getMin(), exp->getMax());
+  var.getImpl()->setDefinition(exp);
+  return var;
+}
+
+// A change of the program takes back that it was relaxed or fixed for a solve.
+void IlcLinOptI::allowMipAgain() {
+  const int type = cplex_->getProblemType();
+  if (type == CPXPROB_RELAXED || type == CPXPROB_FIXED) cplex_->setProblemType(CPXPROB_MIP);
+}
+
+// ----- Bounds -----
+
+// Sends the library what the variables' bounds have become since the columns were made.
+void IlcLinOptI::synchroniseBounds() {
+  synchronised_epoch_ = getManager()->boundsEpoch();
+  const int n = columns_->size();
+  if (n == 0) return;
+  if (static_cast<int>(scratch_->lower.size()) < n) {
+    scratch_->lower.resize(static_cast<std::size_t>(n));
+    scratch_->upper.resize(static_cast<std::size_t>(n));
+  }
+  cplex_->getBounds(scratch_->lower.data(), scratch_->upper.data());
+  scratch_->changed_columns.clear();
+  scratch_->changed_sides.clear();
+  scratch_->changed_values.clear();
+  const auto compare = [this](int column, char side, double bound, double library_bound) {
+    const double value = ilc_clamp_bound(bound);
+    if (value == library_bound) return;
+    scratch_->changed_columns.push_back(column);
+    scratch_->changed_sides.push_back(side);
+    scratch_->changed_values.push_back(value);
+  };
+  for (int j = 0; j < n; ++j) {
+    IlcFloatVarI* const var = columns_->var(j);
+    compare(j, 'L', var->getMin(), scratch_->lower[static_cast<std::size_t>(j)]);
+    compare(j, 'U', var->getMax(), scratch_->upper[static_cast<std::size_t>(j)]);
+  }
+  if (scratch_->changed_columns.empty()) return;
+  cplex_->tighten(static_cast<int>(scratch_->changed_columns.size()),
+                  scratch_->changed_columns.data(), scratch_->changed_sides.data(),
+                  scratch_->changed_values.data());
+}
+
+void IlcLinOptI::chgBounds(IlcFloatVarI* var, double lb, double ub) {
+  changeBounds("IlcLinOptI::chgBounds", var, lb, ub, kLower | kUpper);
+}
+
+void IlcLinOptI::chgLowerBound(IlcFloatVarI* var, double lb) {
+  changeBounds("IlcLinOptI::chgLowerBound", var, lb, var ? var->getMax() : lb, kLower);
+}
+
+void IlcLinOptI::chgUpperBound(IlcFloatVarI* var, double ub) {
+  changeBounds("IlcLinOptI::chgUpperBound", var, var ? var->getMin() : ub, ub, kUpper);
+}
+
+void IlcLinOptI::changeBounds(const char* member, IlcFloatVarI* var, double lb, double ub,
+                              int sides) {
+  const auto refuse = [&](const char* why) { report((std::string(member) + why).c_str()); };
+  if (!var) return refuse(": empty variable");
+  if (!getManager()->isInEditMode()) return refuse(": manager in IlcNoEdit mode");
+  if (lb > ub) return refuse(": inconsistent bounds");
+  allowMipAgain();
+  const bool was_synchronised = synchronised_epoch_ == getManager()->boundsEpoch();
+  var->setRange(lb, ub);
+  const int column = columns_->find(var);
+  if (column >= 0) {
+    if (sides & kLower) cplex_->chgMin(column, ilc_clamp_bound(lb));
+    if (sides & kUpper) cplex_->chgMax(column, ilc_clamp_bound(ub));
+  }
+  // Where the variable kept a narrower bound than the library now has, the next solve sends it.
+  const bool same = var->getMin() == lb && var->getMax() == ub;
+  synchronised_epoch_ = was_synchronised && same ? getManager()->boundsEpoch() : 0;
+}
+
+// ----- Solve -----
+
+void IlcLinOptI::flush() {
+  IlcManagerI* const manager = getManager();
+  synchroniseBounds();
+  manager->saveValue(&deferred_);
+  deferred_ = 0;
+  active_ = 0;
+  for (Pending* record = takePending(); record; record = record->next) {
+    add(record->ct, record->level);
+  }
+  cplex_->postToCplex();
+  manager->saveValue(&posted_);
+  posted_ = 1;
+  // A constraint of a single variable narrows bounds of columns that are older than it.
+  if (synchronised_epoch_ != manager->boundsEpoch()) synchroniseBounds();
+}
+
+void IlcLinOptI::flushIfDeferred() {
+  if (deferred_) flush();
+}
+
+void IlcLinOptI::prepareSolve() {
+  flushIfDeferred();
+  if (synchronised_epoch_ != getManager()->boundsEpoch()) synchroniseBounds();
+  if (cplex_->getProblemType() == CPXPROB_MIP) cplex_->setProblemType(CPXPROB_RELAXED);
+}
+
+int IlcLinOptI::dualOpt() {
+  prepareSolve();
+  return cplex_->dualOpt();
+}
+
+int IlcLinOptI::primalOpt() {
+  prepareSolve();
+  return cplex_->primalOpt();
+}
+
+// ----- Solution -----
+
+double IlcLinOptI::getCurrentValue(IlcFloatVar handle) {
+  IlcFloatVarI* const var = handle.getImpl();
+  if (const int column = columns_->find(var); column >= 0) {
+    return std::clamp(cplex_->getCurrentValue(column), var->getMin(), var->getMax());
+  }
+  if (IlcFloatExpI* const definition = var->getDefinition()) {
+    Evaluation evaluation(*this);
+    evaluation.walk(definition, 1.0);
+    return evaluation.value();
+  }
+  return std::clamp(0.0, var->getMin(), var->getMax());
+}
+
+double IlcLinOptI::getDualValue(IlcConstraintI* ct) {
+  flushIfDeferred();
+  const int row = rows_->find(ct);
+  return row < 0 ? 0.0 : cplex_->getDualValue(row);
+}
+
+double IlcLinOptI::getSlackValue(IlcConstraintI* ct) {
+  flushIfDeferred();
+  const int row = rows_->find(ct);
+  if (row >= 0) return cplex_->getSlackValue(row);
+  report("IlcLinOptI::getSlackValue : unknown constraint");
+  return 0.0;
+}
+
+double IlcLinOptI::getReducedCost(IlcFloatVarI* var) {
+  flushIfDeferred();
+  const int column = columns_->find(var);
+  return column < 0 ? 0.0 : cplex_->getReducedCost(column);
+}
+
+// ----- Matrix -----
+
+IlcFloatVar IlcLinOptI::getVar(int column) {
+  flushIfDeferred();
+  if (column < 0 || column >= columns_->size()) return IlcFloatVar();
+  return columns_->var(column);
+}
+
+int IlcLinOptI::getVarIndex(IlcFloatVarI* var) {
+  flushIfDeferred();
+  return columns_->find(var);
+}
+
+int IlcLinOptI::getConstraintIndex(IlcConstraintI* ct) {
+  flushIfDeferred();
+  return rows_->find(ct);
+}
+
+int IlcLinOptI::getNumberOfRows() {
+  flushIfDeferred();
+  return cplex_->getNumRows();
+}
+
+int IlcLinOptI::getNumberOfColumns() {
+  flushIfDeferred();
+  return cplex_->getNumCols();
+}
+
+int IlcLinOptI::getNumberOfNonZeros() {
+  flushIfDeferred();
+  return cplex_->getNumNonzeros();
+}
+
+void IlcLinOptI::printInformation() {
+  const int rows = getNumberOfRows();
+  const int columns = getNumberOfColumns();
+  const int nonzeros = getNumberOfNonZeros();
+  const double places = static_cast<double>(rows) * columns;
+  char fill_rate[32];
+  std::snprintf(fill_rate, sizeof fill_rate, "%.2f",
+                places > 0.0 ? nonzeros * 100.0 / places : 0.0);
+  std::ostream& out = getManager()->out();
+  out << "Number of constraints         : " << rows << '\n'
+      << "Number of variables           : " << columns << '\n'
+      << "Number of non-zeros           : " << nonzeros << '\n'
+      << "Matrix fill rate              : " << fill_rate << '\n'
+      << "Iterations                    : " << getNumberOfIterations() << std::endl;
+}
+
+void IlcLinOptI::display(std::ostream& out) const {
+  out << " -- begin spy " << (getName() ? getName() : "") << '\n';
+  for (int row = 0; row < rows_->size(); ++row) {
+    out << " spy : " << IlcConstraint(rows_->constraint(row)) << '\n';
+  }
+  for (const Pending* record = firstPending(); record; record = record->next) {
+    out << " spy : " << IlcConstraint(record->ct) << '\n';
+  }
+  out << " -- end spy -- " << '\n';
+}
+
+}  // namespace planloc

@@ -1,0 +1,18 @@
+// The linear order that `list::sort()`, `min` and `max` use when no comparison is given.
+//
+// A class with an order of its own declares an overload of `compare` beside it.
+#ifndef PLANLOC_FOUNDATION_CONTAINERS_COMPARE_H_
+#define PLANLOC_FOUNDATION_CONTAINERS_COMPARE_H_
+
+namespace planloc {
+
+// -1 if a < b, 1 if b < a, else 0: values that are not ordered (a NaN) count as equal.
+template <class T>
+int compare(const T& a, const T& b) {
+  if (a < b) return -1;
+  return b < a ? 1 : 0;
+}
+
+}  // namespace planloc
+
+#endif  // PLANLOC_FOUNDATION_CONTAINERS_COMPARE_H_

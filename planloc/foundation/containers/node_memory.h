@@ -1,0 +1,35 @@
+// Memory of small objects of equal size: the nodes of lists and graphs.
+#ifndef PLANLOC_FOUNDATION_CONTAINERS_NODE_MEMORY_H_
+#define PLANLOC_FOUNDATION_CONTAINERS_NODE_MEMORY_H_
+
+#include <cstddef>
+#include <new>
+#include <utility>
+
+namespace planloc::detail {
+
+// REQUIRES: every block goes back with the size and alignment that it was taken with.
+// Running out of memory reports "FLNZ Memory Manager: Out of memory." with code 999.
+void* allocate_node(std::size_t size, std::size_t alignment);
+void free_node(void* block, std::size_t size, std::size_t alignment);
+
+template <class Node, class... Args>
+Node* make_node(Args&&... args) {
+  void* block = allocate_node(sizeof(Node), alignof(Node));
+  try {
+    return ::new (block) Node(std::forward<Args>(args)...);
+  } catch (...) {
+    free_node(block, sizeof(Node), alignof(Node));
+    throw;
+  }
+}
+
+template <class Node>
+void destroy_node(Node* node) {
+  node->~Node();
+  free_node(node, sizeof(Node), alignof(Node));
+}
+
+}  // namespace planloc::detail
+
+#endif  // PLANLOC_FOUNDATION_CONTAINERS_NODE_MEMORY_H_

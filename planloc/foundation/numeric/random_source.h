@@ -1,0 +1,12 @@
+// The random source of the process. Its seed is fixed, so that a run is repeatable.
+#ifndef PLANLOC_FOUNDATION_NUMERIC_RANDOM_SOURCE_H_
+#define PLANLOC_FOUNDATION_NUMERIC_RANDOM_SOURCE_H_
+
+namespace planloc {
+
+// The next number of the source in 0..n-1, the same sequence on every platform. REQUIRES: n > 0.
+int random_below(int n);
+
+}  // namespace planloc
+
+#endif  // PLANLOC_FOUNDATION_NUMERIC_RANDOM_SOURCE_H_

@@ -1,0 +1,89 @@
+// One picture in memory: what a drawing window has drawn so far, in pixels. The window of window.h
+// turns user coordinates into these pixels; draw through it unless pixels are what you have.
+//
+// Pixel (x, y) counts from the left upper corner, y downwards. Whatever lies outside the picture is
+// accepted and not seen. Coordinates beyond +-kPixelLimit are moved there, so that a caller which
+// has not clipped gets a wrong line at worst.
+//
+// The picture is kept as the list of its operations, which the pixels, SVG and PDF are three
+// renderings of. A segment costs some 40 bytes and no rendering until somebody looks, so a run
+// that nobody watches does not pay for its drawing.
+#ifndef PLANLOC_FOUNDATION_WINDOW_SURFACE_H_
+#define PLANLOC_FOUNDATION_WINDOW_SURFACE_H_
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "planloc/foundation/window/color.h"
+
+namespace planloc {
+
+enum line_style : int { solid = 0, dashed = 1, dotted = 2 };
+
+class surface {
+ public:
+  static constexpr int kMaxSize = 32767;       // width and height, in pixels
+  static constexpr int kPixelLimit = 1 << 20;  // coordinates and radii
+  static constexpr int kMaxLineWidth = 1 << 12;
+
+  struct position {
+    int x;
+    int y;
+  };
+
+  // Width from 1; style 0 solid, 1 dashed, 2 dotted, anything else solid.
+  struct pen {
+    int width;
+    int style;
+    rgb colour;
+  };
+
+  // A white picture; sizes outside 1..kMaxSize are moved to the nearer end.
+  surface(int width, int height);
+  ~surface();
+  surface(const surface&) = delete;
+  surface& operator=(const surface&) = delete;
+
+  int width() const { return width_; }
+  int height() const { return height_; }
+
+  // ----- Drawing: later calls cover earlier ones -----
+
+  // Forgets everything and paints the whole picture.
+  void clear(rgb background);
+
+  // A straight line through the middles of both pixels (through their left upper corners for an
+  // even width, which keeps its edges sharp). With both ends in one pixel it is a dot of the pen's
+  // width.
+  void line(position from, position to, const pen& p);
+
+  void dot(position at, rgb colour);  // a single pixel
+
+  // A filled circle about the middle of a pixel; a radius below 1 is a dot.
+  void disc(position centre, int radius, rgb colour);
+
+  // The closed polygon, inside (non-zero winding) and boundary. Nothing for no vertices.
+  void fill(const std::vector<position>& vertices, rgb colour);
+
+  // ----- Reading -----
+
+  // The colour of a pixel; the background outside the picture.
+  rgb pixel(int x, int y) const;
+
+  // Writes the picture to a file in the format that the extension of its name says, in either case:
+  // .png (width by height pixels), .svg (the same in user units), .pdf (one page, a pixel a point).
+  // Returns the empty text, or the reason why the file was not written.
+  std::string save(const std::string& file) const;
+
+ private:
+  class picture;
+
+  int width_;
+  int height_;
+  std::unique_ptr<picture> picture_;
+};
+
+}  // namespace planloc
+
+#endif  // PLANLOC_FOUNDATION_WINDOW_SURFACE_H_

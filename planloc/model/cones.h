@@ -1,0 +1,190 @@
+// What the two gauges share: the fundamental directions of a unit ball, the cones between them, and
+// their checks. Use polygauge.h or mixgauge.h; this class is the common part of their interfaces
+// and cannot be made on its own.
+//
+// A fan has n directions, the vectors t(1) ... t(n) from the origin to the vertices of the unit
+// ball, in counterclockwise order. Vertices and cones are numbered from 1. Seen from a centre p,
+// cone i is the set of points p + a * t(i) + b * t(i + 1) with a, b >= 0, where t(n + 1) is t(1).
+//
+// Angles are doubles in radians, compared exactly. A failure is reported through MaviError with
+// exit status 1 (see reporter.h); codes and texts belong to the gauge and stand in its header. An
+// operation on locations converts them with `location::to_point` and so fails with its codes for
+// any dimension but 2. An empty fan may only be copied and assigned.
+#ifndef PLANLOC_MODEL_CONES_H_
+#define PLANLOC_MODEL_CONES_H_
+
+#include <cstddef>
+#include <functional>
+#include <istream>
+#include <ostream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "planloc/foundation/containers/list.h"
+#include "planloc/foundation/geometry/point.h"
+#include "planloc/foundation/geometry/segment.h"
+#include "planloc/model/location.h"
+
+namespace planloc::detail {
+
+struct gauge_report {
+  const char* message;
+  int code;
+  [[noreturn]] void raise() const;
+};
+
+// The reports of one gauge class, named after the check or the operation that raises them; `..._at`
+// are those of the forms on locations.
+struct gauge_reports {
+  gauge_report order, gap, hull, scale;
+  gauge_report vertex;
+  gauge_report cone_vertices, cone_vertices_at;
+  gauge_report cone_segments, cone_segments_at;
+  gauge_report in_cone, in_cone_at;
+  gauge_report points_in_cone, points_in_cone_at;
+  gauge_report max, mini, max_diff;
+};
+
+class cone_fan {
+ public:
+  // ----- Directions -----
+
+  int size() const { return static_cast<int>(segments_.size()); }
+
+  // Vertex i of the unit ball, in constant time.
+  point vertex(int i) const {
+    check_cone(i, reports_->vertex);
+    return target(i);
+  }
+
+  // The counterclockwise angles from the first direction to each; ascending from 0.0.
+  list<double> get_angles() const;
+
+  // The directions as segments from p, and the vertices of the unit ball about p.
+  list<segment> directions_at(const point& p) const;
+  list<segment> directions_at(const location& p) const { return directions_at(p.to_point()); }
+  list<point> vertices_at(const point& p) const;
+  list<point> vertices_at(const location& p) const { return vertices_at(p.to_point()); }
+  list<point> vertices() const;
+
+  // ----- Cones -----
+
+  // The points p + t(i), p + t(i + 1), and the segments from p to them.
+  list<point> cone_vertices(const point& p, int i) const;
+  list<point> cone_vertices(const location& p, int i) const;
+  list<segment> cone_segments(const point& p, int i) const;
+  list<segment> cone_segments(const location& p, int i) const;
+
+  // The number of the cone seen from o that holds x.
+  // 1. For x equal to o it is 0.
+  // 2. A point on direction i + 1 belongs to cone i: the smallest number wins. So a point on
+  //    direction 1 is in cone 1 and a point on direction n in cone n - 1.
+  // 3. `interior` becomes false if x is o or lies on a direction that bounds the cone, else true.
+  int cone_of(const point& o, const point& x, bool& interior) const;
+  int cone_of(const location& o, const location& x, bool& interior) const;
+
+  // 1 if cone i seen from o holds x, else 0. Cones 1 to n - 1 are closed; cone n holds neither of
+  // its two directions. `interior` becomes false if x is o or lies on a direction of cone i.
+  int in_cone(const point& o, int i, const point& x, bool& interior) const;
+  int in_cone(const location& o, int i, const location& x, bool& interior) const;
+
+  // The members of L that `in_cone` holds, in the order of L.
+  list<point> points_in_cone(const point& o, int i, const list<point>& L) const;
+  list<location> points_in_cone(const location& o, int i, const list<location>& L) const;
+
+  // ----- Unit ball -----
+
+  // The vertex with the largest, the smallest coordinate i (0: x, 1: y), moved by p. The first one
+  // wins a tie.
+  point max(const point& p, int i) const;
+  point max(const location& p, int i) const { return max(p.to_point(), i); }
+  point mini(const point& p, int i) const;
+  point mini(const location& p, int i) const { return mini(p.to_point(), i); }
+  // The extent of the unit ball along axis i.
+  double max_diff(int i) const;
+
+  // Whether the vertices are point-symmetric, exactly.
+  bool is_symmetric() const;
+
+ protected:
+  explicit cone_fan(const gauge_reports& reports) : reports_(&reports) {}
+
+  // ----- Construction, step by step -----
+
+  // Takes over the vertices; reports `order` unless their directions turn strictly
+  // counterclockwise within one turn, and fails in list::head on an empty list.
+  void take_directions(const list<point>& vertices);
+  // Reports `gap` for neighbouring directions that are more than a half-turn apart, or exactly a
+  // half-turn unless it `passes`. The gap between the last and the first direction is not looked
+  // at: intended.
+  void check_gaps(bool half_turn_passes) const;
+  // Reports `hull` unless every vertex is a vertex of their convex hull.
+  void check_hull(const list<point>& vertices) const;
+
+  // ----- What the gauges put into their own results -----
+
+  // The distance from a to b, different points: the sum of the absolute coefficients of b - a in
+  // the two directions of cone i.
+  double distance_in_cone(const point& a, const point& b, int i) const;
+
+  // Slope and value at x = 0 of the line through the edge of cone i about p; 1e+50 and the place
+  // on the x axis if it is vertical.
+  list<double> edge_line(const point& p, int i) const;
+
+  list<point> rotated_vertices(double alpha) const;
+  list<point> polar_vertices() const;
+  list<point> unit_vertices() const;
+  list<point> scaled_vertices(double f) const;  // reports `scale` unless f > 0
+
+  // Walks over the directions of both fans by their angle and calls visit(from_a, i, from_b, j) at
+  // each: direction i of a, direction j of b, or both where they meet.
+  using merge_visit = std::function<void(bool from_a, int i, bool from_b, int j)>;
+  static void merge_walk(const cone_fan& a, const cone_fan& b, const merge_visit& visit);
+
+  // Whether both fans are empty, or of one size with equal first directions. Further directions
+  // are not compared: intended.
+  bool same_first_direction(const cone_fan& other) const;
+
+  // Moves the source of every direction to p and leaves the angles.
+  void move_source(const point& p);
+
+  const segment& direction(int i) const { return segments_[static_cast<std::size_t>(i - 1)]; }
+  point target(int i) const { return direction(i).target(); }
+
+ private:
+  void check_cone(int i, const gauge_report& failure) const {
+    if (i > size() || i < 1) failure.raise();
+  }
+  int cyclic_succ(int i) const { return i == size() ? 1 : i + 1; }
+  double angle(int i) const { return angles_[static_cast<std::size_t>(i - 1)]; }
+  double angle_from_first(const point& o, const point& x) const;
+  bool holds(int i, double alpha, bool& interior) const;
+  template <class Better>
+  point extreme(const point& p, int i, Better better) const;
+
+  const gauge_reports* reports_;
+  std::vector<segment> segments_;
+  std::vector<double> angles_;
+};
+
+// The vertices of the unit ball, separated by single blanks, and a line end.
+std::ostream& operator<<(std::ostream& out, const cone_fan& fan);
+
+// The point at distance 1 from the origin in the direction of p.
+point unit_point(const point& p);
+
+// The entries up to the end of the line.
+template <class T>
+list<T> read_line(std::istream& in) {
+  std::string text;
+  std::getline(in, text);
+  std::istringstream line(text);
+  list<T> entries;
+  for (T x{}; line >> x;) entries.append(x);
+  return entries;
+}
+
+}  // namespace planloc::detail
+
+#endif  // PLANLOC_MODEL_CONES_H_

@@ -1,0 +1,51 @@
+// Where every check of the location model and of `facilities` ends: errors, messages and questions
+// to the user. Failures of the foundation go through `error_handler`
+// (planloc/foundation/containers/error_handler.h) instead.
+//
+// A report is shown in a panel window if its caller asks for one, `window_reports_enabled` is true
+// and there is a display; otherwise it is one line on a standard stream. Nothing catches a failure:
+// the process ends through std::exit, so objects on the stack are not destroyed and file-level ones
+// are.
+//
+// Codes are shown and nothing branches on them: 11xx Loc_Vector, 12xx location, 13xx facilities,
+// 15xx location files, 16xx gauge files, 17xx gauges, 21xx graph files.
+#ifndef PLANLOC_MODEL_REPORTER_H_
+#define PLANLOC_MODEL_REPORTER_H_
+
+#include "planloc/foundation/containers/string.h"
+
+namespace planloc {
+
+// Whether reports that ask for a panel may have one. True from the start of the process on; a
+// program that wants all reports on its streams sets it to false.
+extern bool window_reports_enabled;
+
+// Reports a failure and ends the process with `exit_status`. The stream form is one line on the
+// error stream: "MAVI error: <message> ErrorCode: <code>".
+[[noreturn]] void MaviError(const char* message, int code, int exit_status, bool use_window);
+[[noreturn]] void MaviError(const string& message, int code, int exit_status, bool use_window);
+
+// Shows a message: "MAVI message: <message>" on the standard output in the stream form. Ends the
+// process with status 0 if `stop_if_zero` is 0, else returns.
+void MaviMessage(const char* message, int stop_if_zero, bool use_window);
+void MaviMessage(const string& message, int stop_if_zero, bool use_window);
+
+// Shows a message with a choice. In a panel, "cancel" ends the process with `status_on_cancel`, and
+// "ok" goes on as MaviMessage does. The stream form asks nothing: it writes the line of MaviMessage
+// and ends the process with status 0 if `status_on_cancel` is 0, whatever `stop_if_zero` is.
+void MaviQuery(const char* message, int status_on_cancel, int stop_if_zero, bool use_window);
+
+namespace detail {
+
+// One object in each unit that can report; the first to start enables panels.
+class reporter_start_up {
+ public:
+  reporter_start_up();
+};
+static const reporter_start_up reporter_started;
+
+}  // namespace detail
+
+}  // namespace planloc
+
+#endif  // PLANLOC_MODEL_REPORTER_H_

@@ -1,0 +1,293 @@
+// The file readers of facilities.h.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "planloc/facilities/facilities.h"
+#include "tests/model/mutations.h"
+#include "tests/model/own_process.h"
+
+namespace planloc {
+namespace {
+
+using namespace std::string_literals;
+
+// What was read goes to the error stream: the scanner itself writes to the other one. One line a
+// location, as far as `print` shows it, behind its name.
+void write(facilities& F) {
+  for (int i = 0; i < F.size(); ++i) std::cerr << F.name(i) << ": " << F.location(i) << '\n';
+}
+
+void read_plain(const std::string& file) {
+  std::istringstream in(file);
+  facilities F;
+  F.read_locations(in);
+  write(F);
+}
+
+void read_gauged(const std::string& file) {
+  std::istringstream in(file);
+  facilities F;
+  list<int> gauge_of = {99};
+  F.read_gauge_locations(in, gauge_of);
+  write(F);
+  std::cerr << "gauges " << gauge_of << '\n';
+}
+
+void read_as_graph(const std::string& file) {
+  std::istringstream in(file);
+  facilities F;
+  list<string> names;
+  const auto G = read_graph(in, F, names);
+  write(F);
+  std::cerr << "names " << names << '\n';
+  for (node v = G.first_node(); v; v = G.succ_node(v)) std::cerr << "node " << G[v] << '\n';
+  for (edge e = G.first_edge(); e; e = G.succ_edge(e)) {
+    std::cerr << G.index(G.source(e)) + 1 << '-' << G.index(G.target(e)) + 1 << ' ' << G[e] << '\n';
+  }
+}
+
+// "..., found "x" instead." behind a given start.
+Outcome found(const std::string& what, int line, const std::string& text,
+              const std::string& period = ".") {
+  return reported(
+      1504, what + " line " + std::to_string(line) + ", found \"" + text + "\" instead" + period);
+}
+
+Outcome broken(int line, int code = 1504) {
+  return reported(code, "Illegal linebreak in location file at line " + std::to_string(line) + ".");
+}
+
+const std::string kHeader = "begin {location}[2,1]\n";
+const std::string kEnd = "end {location}\n";
+
+const std::string kIn = " expected in location file at";
+
+TEST(LocationReader, ReadsRecordsOfEveryForm) {
+  const Outcome one = ended(": 1 2  3 \n");
+  expect(read_plain, kHeader,
+         {{"0 0 1 [A]\n4\t-1.5 2\n2 3 1.5// free\n" + kEnd + "x",
+           ended("A: 0 0  1 \n: 4 -1.5  2 \n: 2 3  1.5 \n")},
+          {"1 2 L_INF\n1 2 l_inf/**/\n", ended(": 1 2  1e+50 \n: 1 2  1e+50 \n")},
+          {"1 /* a\n\n b */ 2 3\nendless", one},
+          {"1 2 3 [a\0b]\n"s, ended("a: 1 2  3 \n")},
+          {"1e999 -1e999 1e-999\n", ended(": inf -inf  0 \n")},
+          {std::string(10000, '0') + "7 2. 1." + std::string(10000, '3') + "\n",
+           ended(": 7 2  1.33333 \n")},
+          {"nc 1\n", ended(": 0 0  1 \n")}});
+  expect(read_plain, "begin {location}",
+         {{"[3,2]\n1 2 3 4 5\n", ended(": 1 2 3  4 5 \n")},
+          {"[2]\n1 2 3\n", one},
+          {"\n1 2 3\n", one},
+          {"[2,1\n1 2 3\n", one},
+          {"[2,1]]\n1 2 3\n", one},
+          {" // two\n1 2 3\n", one},
+          {" /* two */\n1 2 3\n", one},
+          {" x2\n1 2 3\n", ended(": 1 2  3 \n", "x2")}});
+  expect(read_plain, "a b\n\t",
+         {{kHeader + "1 2 3 []\n", ended(": 1 2  3 \n", "ab")},
+          {"begin\t{location}[2,1]\n1 2 3\n", ended("", "abbegin{location}[2,1]123")},
+          {"BEGIN{  Location }  [ 2 , 1 ] \r\n+1 2. 3e0 [ a b%s ]\r\nEND",
+           ended(" a b%s : 1 2  3 \n", "ab")}});
+}
+
+TEST(LocationReader, LineBreaksAndTheCommentsThatExcuseThem) {
+  const Outcome two = ended(": 1 2  3 \n: 4 5  6 \n");
+  expect(read_plain, kHeader,
+         {{"\n1 2 3\n", broken(2)},
+          {"1 2 3\n\n", broken(3)},
+          {"1 2 3\n \t\r\n", broken(3)},
+          {"/* a */\n", broken(2)},
+          {"1 \n2 3\n", broken(2)},
+          {"1 2 \n3\n", broken(2)},
+          {"// a\n1 2 3\n  // b\n4 // c\n5 6\n", two},
+          // A comment behind a record or above the header excuses the next line break.
+          {"1 2 3 // a\n\n4 5 6\n", two},
+          {"1 2 3 // a\n\n\n4 5 6\n", broken(4)}});
+  expect(read_plain, "// a\n" + kHeader, {{"\n1 2 3\n4 5 6\n", two}});
+  for (const char* header : {"[", "[2", "[2,"}) {
+    expect(read_plain, "begin {location}", {{header + "\n"s, broken(1)}});
+  }
+}
+
+TEST(LocationReader, RefusesWhatDoesNotBelong) {
+  const auto too_small = reported(1504, "Dimension too small in location file at line 1.");
+  expect(read_plain, "begin {location}",
+         {{"[0,1]\n", too_small},
+          {"[-99999999999999999999", too_small},
+          {"[x,1]\n", found("Dimension" + kIn, 1, "x,1]")},
+          {"[2.5,1]\n", found("Weight dimension" + kIn, 1, ".5,1]")},
+          {"[2,-1]\n", found("Weight dimension" + kIn, 1, "-1]")},
+          {"[2,1) \n", found("Closing bracket" + kIn, 1, ") ")},
+          {"[2,3]\n1 2 3 [A]\n", found("Weight #2" + kIn, 2, "[A]", "")},
+          {"[2,0]\n1 2 3\n", reported(1209, "Index out of range.")},
+          {"[2000000000,1]\n1 2\n", found("Coordinate #2" + kIn, 2, "2")},
+          {"[2000000000,1]\nnc 1\n", found("Coordinate #1" + kIn, 2, "nc 1")},
+          {"[2,99999999999]\n1 2 3 x\n", found("Weight #2" + kIn, 2, "x", "")}});
+  expect(read_plain, kHeader,
+         {{"7\n", found("Coordinate #1" + kIn, 2, "7")},
+          {"1 12\n", found("Coordinate #2" + kIn, 2, "12")},
+          {".5 1 2\n", found("Coordinate #1" + kIn, 2, ".5 1 2")},
+          {"1 2 3\nx%d%s%n\n", found("Coordinate #1" + kIn, 3, "x%d%s%n")},
+          {"nc 1\n1 x\n", found("Coordinate #2" + kIn, 3, "x")},
+          {"1 2 3[A]\n", found("Weight #1" + kIn, 2, "3[A]", "")},
+          {"1 2 linf \n", found("Weight #1" + kIn, 2, "linf ", "")},
+          {"1 2 3 4\n", found("Name of location" + kIn, 2, "4")},
+          {"1 2 3]\n", found("Name of location" + kIn, 2, "]")},
+          {"1 2 3 [A\n", found("Name of location" + kIn, 2, "[A")},
+          {"1 2 3 [A] {0}\n", found("End of line" + kIn, 2, "{0}")},
+          {"5 6 1 [A]\n5 6 1 [%s] [%d%n]",
+           reported(1504, "Second name (\"[%d%n]\") found in location file at line 3.")}});
+}
+
+TEST(LocationReader, TheEndOfTheFileEndsEveryStateWithoutAFailure) {
+  for (const char* rest : {"", "1", "1 ", "1 2 ", "1 2 3", "1 2 3 ", "1 2 3 [A]", "x", "1 2 x",
+                           "1 2 3 [", "// x", "/* x\n", "/* /* */ x\n\n"}) {
+    expect(read_plain, kHeader + "1 2 3\n", {{rest, ended(": 1 2  3 \n")}});
+  }
+  for (const char* rest : {"", "[", "[2", "[2,", "[2,1", "[2,1]"}) {
+    expect(read_plain, "begin {location}", {{rest, ended("")}});
+  }
+  expect(read_gauged, kHeader, {{"1 2 3\n", ended("gauges \n")}});
+}
+
+TEST(LocationReader, GaugeNumbers) {
+  const std::string expected = "Number of Gauge expected  at";
+  expect(read_gauged, kHeader,
+         {{"0 0 1 {0} [A]\n4 0 2 {\t+1 } [B]\n2 3 1.5 {-1}\n" + kEnd,
+           ended("A: 0 0  1 \nB: 4 0  2 \n: 2 3  1.5 \ngauges 0 1 -1\n")},
+          {"0 0 1 [A]\n0 0 2\n\n{5}\n", ended("A: 0 0  1 \n: 0 0  2 \ngauges 5\n")},
+          {"0 0 1 {99999999999}\n0 0 1 {-99999999999}\n",
+           ended(": 0 0  1 \n: 0 0  1 \ngauges 2147483647 -2147483648\n")},
+          {"0 0 1\n0 0 1 {0}\n", found(expected, 3, "0 0 1 {0}")},
+          {"0 0 1 {x}\n", found(expected, 2, "{x}")},
+          {"0 0 1{0}\n", found("Weight #1" + kIn, 2, "1{0}", "")},
+          {"0 0 1 {0}{1}\n", found("Name of location" + kIn, 2, "{1}")}});
+}
+
+// ----- Graphs -----
+
+const std::string kGraph = "begin {mavigraph}\n" + kHeader;
+const std::string kTwo = kGraph + "0 0 1 [A]\n4 0 2 [B]\n" + kEnd;
+const std::string kTwoRead = "A: 0 0  1 \nB: 4 0  2 \nnames A B\nnode 1\nnode 2\n";
+const std::string kByNumber = "begin {adjlist}\n";
+const std::string kByName = "begin {adjlist_byname}\n";
+const std::string kDone = "end {adjlist}\n";
+
+TEST(GraphReader, ReadsEdgesByNumberAndByName) {
+  expect(read_as_graph, kTwo + kByNumber,
+         {{"1 2 2.5\n+2\t1 -1e1 \t\n" + kDone, ended(kTwoRead + "1-2 2.5\n2-1 -10\n")},
+          {"1 2 \n\n 2.5\n" + kDone, ended(kTwoRead + "1-2 2.5\n")},
+          {"end // a\n{", ended(kTwoRead)},
+          {"1 2 2.5\nend", ended(kTwoRead)}});
+  expect(read_as_graph, kTwo + "\n" + kByName,
+         {{"A B 2.5 \n%B/**/A 7\n" + kDone + "x", ended(kTwoRead + "1-2 2.5\n2-1 7\n", "%")},
+          {"A B", ended(kTwoRead)}});
+  expect(read_as_graph, "begin {mavigraph}\nbegin {location}[1,2]\n",
+         {{"nc 3 l_inf [A]\n7 1 2 [A]\nend" + kByNumber + "2 1 0\n" + kDone,
+           ended("names A A\nnode 3 1e+50\nnode 1 2\n2-1 0\n")},
+          {"8 3 4 [A]\n7 1 2 [A]\nend\n" + kByName + "A A 1\nend{",
+           ended("A: 8  3 4 \nA: 7  1 2 \nnames A A\nnode 3 4\nnode 1 2\n1-1 1\n")}});
+  expect(read_as_graph, kHeader, {{kEnd + kByNumber, ended("names \n")}});
+}
+
+TEST(GraphReader, RefusesWhatDoesNotBelong) {
+  const auto failed = [](const std::string& text) { return reported(2112, text); };
+  expect(read_as_graph, kTwo,
+         {{"x\n", failed("'begin {adjlist}' expected in line 6")},
+          {"begin {adjlist byname}\n", failed("'begin {adjlist}' expected in line 6")},
+          {kByName + "\n", broken(7, 2112)},
+          {kByName + "C A 1\n", failed("unexpected text 'C' in line 7")},
+          {kByName + "A a 1\nA B 2\n", failed("unexpected text 'a' in line 7")}});
+  expect(read_as_graph, kGraph,
+         {{"end {location} //\n", failed("'begin {adjlist}' expected in line 3")}});
+  expect(read_as_graph, kTwo + kByNumber,
+         {{"1 x\n", failed("unexpected text  in line 7: x")},
+          {"1 2 %s\n", failed("unexpected text  in line 7 : %")},
+          {"1 2 2.5 // a\n", failed("unexpected text  in line 7 : 2")},
+          {"1 2 2.5\r\n", failed("unexpected text  in line 7 : 2")},
+          {"1 \n2 1\n", broken(7, 2112)},
+          {"end\n", broken(7, 2112)},
+          {"1 3 1\n" + kDone, aborted("new_edge(v,w): w not in graph")},
+          {"99999999999 0 1\n" + kDone, aborted("new_edge(v,w): v not in graph")},
+          {"1 " + kDone, aborted("dlist: pop on empty list.")}});
+}
+
+// ----- More than one file -----
+
+TEST(LocationReader, WhatAReadLeavesForTheNextOne) {
+  const std::string file = kHeader + "1 2 3\n" + kEnd;
+  struct {
+    Reader first;
+    std::string one;
+    Reader second;
+    std::string two;
+    std::string err;
+  } const cases[] = {
+      {read_plain, file, read_plain, file, ": 1 2  3 \n|: 1 2  3 \n"},
+      // The kind of the file stays in force.
+      {read_gauged, "", read_plain, file,
+       "gauges \n|" + found("Number of Gauge expected  at", 3, "end {location}").err},
+      {read_as_graph, "begin {mavigraph}\n", read_plain, file + "x\n",
+       "names \n|" + reported(1504, "'begin {adjlist}' expected in line 4").err},
+      {read_as_graph, kTwo + kByName, read_plain, file + "x\n", kTwoRead + "|: 1 2  3 \n"},
+      {read_as_graph, kTwo + kByNumber + "1 2 5\n" + kDone, read_as_graph,
+       kTwo + kByNumber + "2 1 6\n" + kDone, kTwoRead + "1-2 5\n|" + kTwoRead + "2-1 6\n"},
+      // So do the numbers of a record that the file ended in, and a comment.
+      {read_plain, kHeader + "8", read_plain, file, "|: 1 2  3 \n"},
+      {read_plain, kHeader + "8 ", read_plain, file,
+       "|" + reported(1207, "Index out of range.").err},
+      {read_plain, kHeader + "8 9 1 ", read_plain, kHeader + "nc 5\n",
+       "|" + reported(1209, "Index out of range.").err},
+      {read_plain, kHeader + "// a", read_plain, kHeader + "\n1 2 3\n", "|: 1 2  3 \n"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(in_a_row(c.first, c.one, c.second, c.two).err, c.err) << c.one << c.two;
+  }
+}
+
+TEST(LocationReader, ReplacesFacilitiesAndNamesAndKeepsResults) {
+  facilities F;
+  F.append(location(2, 1));
+  F.set_name(0, "old");
+  F.opt.append(location(2, 1));
+  std::istringstream in(kHeader + "1 2 3 [A]\n4 5 6 [B]\n");
+  F.read_locations(in);
+  EXPECT_EQ(F.size(), 2);
+  EXPECT_EQ(F.names, (list<string>{"A", "B"}));
+  EXPECT_EQ(F.opt.size(), 1);
+}
+
+TEST(LocationReader, FilesThatCannotBeRead) {
+  facilities F;
+  list<int> gauge_of;
+  list<string> names;
+  std::ifstream none("no/such/file");
+  EXPECT_EQ(in_own_process([&] { F.read_locations(none); }), reported(1503, "Can't open file!"));
+  EXPECT_EQ(in_own_process([&] { F.read_gauge_locations(none, gauge_of); }),
+            reported(1503, "Can't open file!"));
+  EXPECT_EQ(in_own_process([&] { read_graph(none, F, names); }),
+            reported(2111, "Can't open file!"));
+  std::ifstream directory("/");
+  EXPECT_EQ(in_own_process([&] { F.read_locations(directory); }),
+            (Outcome{2, "", "input in flex scanner failed\n"}));
+}
+
+TEST(LocationReader, EveryBrokenFileEndsInAControlledWay) {
+  const std::string gauged = kHeader + "0 0 1 {0} [A]\n4 0 2 {0} [B]\n2 3 l_inf {1} [C]\n" + kEnd;
+  const Mutator mutator(1,
+                        {gauged, kTwo + kByNumber + "1 2 2.5\n2 1 1\n" + kDone,
+                         kTwo + kByName + "A B 2.5\nB A 1\n" + kDone},
+                        {kHeader, "begin {location}\n", kEnd, kByNumber, kByName, kGraph, "nc ",
+                         "l_inf ", "[A]", "{7}", "1 2 3\n"});
+  for (const Reader read : {read_plain, read_gauged, read_as_graph}) {
+    expect_controlled_endings(mutator, 700, read);
+  }
+}
+
+}  // namespace
+}  // namespace planloc

@@ -1,0 +1,185 @@
+#include "planloc/foundation/numeric/matrix.h"
+
+#include <gmpxx.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numbers>
+#include <random>
+#include <vector>
+
+#include "planloc/foundation/numeric/vector.h"
+#include "tests/foundation/reports.h"
+
+namespace planloc {
+namespace {
+
+using testing_support::report_of;
+
+matrix square(const std::vector<double>& entries) {
+  const int n = static_cast<int>(std::lround(std::sqrt(static_cast<double>(entries.size()))));
+  matrix M(n, n);
+  for (int i = 0; i < n; ++i) {
+    for (int j = 0; j < n; ++j) M(i, j) = entries[static_cast<std::size_t>(i * n + j)];
+  }
+  return M;
+}
+
+TEST(Vector, Arithmetic) {
+  const vector v(3, 4);
+  const vector w(1, -2);
+  EXPECT_EQ(v + w, vector(4, 2));
+  EXPECT_EQ(v - w, vector(2, 6));
+  EXPECT_EQ(-v, vector(-3, -4));
+  EXPECT_EQ(2.0 * v / 4.0, vector(1.5, 2));
+  EXPECT_EQ(v * w, -5.0);
+  EXPECT_EQ(v.length(), 5.0);
+  EXPECT_EQ(v.rotate90(), vector(-4, 3));
+  EXPECT_NEAR(v.rotate(std::numbers::pi / 2).xcoord(), -4.0, 1e-15);
+  EXPECT_NEAR(v.rotate(std::numbers::pi / 2).ycoord(), 3.0, 1e-15);
+  EXPECT_NEAR(vector(1, 0).angle(vector(-1, -1)), 0.75 * std::numbers::pi, 1e-15);
+  EXPECT_EQ(vector(0) * vector(0), 0.0);
+  vector copy(1);
+  copy = v;
+  copy[0] = 8;
+  EXPECT_EQ(copy.dim(), 2);
+  EXPECT_EQ(v[0], 3);
+}
+
+TEST(Vector, DotProductRunsFromTheLastCoordinate) {
+  const vector ones(1, 1, 1);
+  EXPECT_EQ(vector(1, 1e16, -1e16) * ones, 1.0);
+  EXPECT_EQ(vector(-1e16, 1e16, 1) * ones, 0.0);
+}
+
+TEST(Vector, Reports) {
+  const vector v(1, 2);
+  const vector w(1, 2, 3);
+  const char* const mismatch = "1: vector arguments have different dimensions.";
+  EXPECT_EQ(report_of([&] { (void)(v * w); }), mismatch);
+  EXPECT_EQ(report_of([&] { (void)(v + w); }), mismatch);
+  EXPECT_EQ(report_of([&] { (void)(w - v); }), mismatch);
+  EXPECT_EQ(report_of([] { vector bad(-1); }), "1: vector: negative dimension.");
+  EXPECT_EQ(report_of([&] { (void)v[2]; }), "1: vector: index out of range ");
+  EXPECT_EQ(report_of([&] { (void)v[-1]; }), "1: vector: index out of range ");
+  EXPECT_EQ(report_of([&] { (void)w.rotate90(); }), "1: vector::rotate90: dimension must be two. ");
+  EXPECT_EQ(report_of([&] { (void)w.rotate(1.0); }), "1: vector::rotate: dimension must be two. ");
+  EXPECT_EQ(report_of([&] { (void)v.angle(vector(0, 0)); }), "1: angle: zero argument\n");
+}
+
+// Gauss-Jordan on exact numbers; an empty result means a singular matrix.
+std::vector<double> exact_solution(const matrix& M, const vector& b) {
+  const auto n = static_cast<std::size_t>(M.rows());
+  std::vector<std::vector<mpq_class>> a(n, std::vector<mpq_class>(n + 1));
+  for (std::size_t i = 0; i < n; ++i) {
+    for (std::size_t j = 0; j < n; ++j) a[i][j] = M(static_cast<int>(i), static_cast<int>(j));
+    a[i][n] = b[static_cast<int>(i)];
+  }
+  for (std::size_t c = 0; c < n; ++c) {
+    std::size_t pivot = c;
+    while (pivot < n && a[pivot][c] == 0) ++pivot;
+    if (pivot == n) return {};
+    std::swap(a[c], a[pivot]);
+    for (std::size_t i = 0; i < n; ++i) {
+      if (i == c) continue;
+      const mpq_class f = a[i][c] / a[c][c];
+      for (std::size_t j = c; j <= n; ++j) a[i][j] -= f * a[c][j];
+    }
+  }
+  std::vector<double> x;
+  for (std::size_t i = 0; i < n; ++i) x.push_back(mpq_class(a[i][n] / a[i][i]).get_d());
+  return x;
+}
+
+TEST(Matrix, SolvesWhatExactEliminationSolves) {
+  std::mt19937 random(11);
+  int regular = 0;
+  for (int trial = 0; trial < 500; ++trial) {
+    const int n = 1 + static_cast<int>(random() % 6);
+    matrix M(n, n);
+    vector b(n);
+    for (int i = 0; i < n; ++i) {
+      for (int j = 0; j < n; ++j) M(i, j) = static_cast<int>(random() % 9) - 4;
+      b[i] = static_cast<int>(random() % 9) - 4;
+    }
+    const std::vector<double> x = exact_solution(M, b);
+    if (x.empty()) {
+      EXPECT_NEAR(M.det(), 0.0, 1e-10);
+      continue;
+    }
+    ++regular;
+    const vector y = M.solve(b);
+    for (int i = 0; i < n; ++i) {
+      EXPECT_NEAR(y[i], x[static_cast<std::size_t>(i)], 1e-10) << trial;
+    }
+    const matrix unit = M * M.inv();
+    for (int i = 0; i < n; ++i) {
+      for (int j = 0; j < n; ++j) EXPECT_NEAR(unit(i, j), i == j ? 1.0 : 0.0, 1e-10);
+    }
+  }
+  EXPECT_GT(regular, 300);
+}
+
+TEST(Matrix, PivotIsTheLargestOfItsColumn) {
+  // Eliminating with the small entry would lose the whole of x.
+  const vector x = square({1e-11, 1, 1, 1}).solve(vector(1, 2));
+  EXPECT_NEAR(x[0], 1.0, 1e-10);
+  EXPECT_NEAR(x[1], 1.0, 1e-10);
+  EXPECT_EQ(square({0, 1, 1, 0}).solve(vector(3, 4)), vector(4, 3));
+  EXPECT_EQ(square({0, 2, -4, 0}).det(), 8.0);
+  EXPECT_EQ(square({2, 1, 0, 0, 3, 1, 1, 0, 1}).det(), 7.0);
+}
+
+TEST(Matrix, RankThreshold) {
+  const std::string singular = "1: matrix::solve: matrix has not full rank.";
+  const struct {
+    std::vector<double> entries;
+    bool full_rank;
+  } cases[] = {
+      {{1, 2, 2, 4}, false},     {{1, 0, 0, 1e-13}, false}, {{1, 0, 0, -1e-13}, false},
+      {{1, 0, 0, 1e-12}, true},  {{1, 0, 0, 1e-11}, true},  {{1, 0, 0, -1e-11}, true},
+      {{1e-13, 0, 0, 1}, false},
+  };
+  for (const auto& c : cases) {
+    const matrix M = square(c.entries);
+    const std::string expected = c.full_rank ? "none" : singular;
+    EXPECT_EQ(report_of([&] { M.solve(vector(1, 1)); }), expected);
+    EXPECT_EQ(report_of([&] { M.inv(); }), expected);
+    EXPECT_EQ(M.det() != 0.0, c.full_rank);
+  }
+}
+
+TEST(Matrix, ShapesAndProducts) {
+  matrix M(2, 3);
+  for (int j = 0; j < 3; ++j) M(1, j) = j + 1;
+  EXPECT_EQ(M.row(1), vector(1, 2, 3));
+  EXPECT_EQ(M.col(2), vector(0, 3));
+  EXPECT_EQ(M.dim1() * 10 + M.dim2(), 23);
+  matrix ones(3, 1);
+  for (int i = 0; i < 3; ++i) ones(i, 0) = 1;
+  EXPECT_EQ((M * ones).to_vector(), vector(0, 6));
+  matrix row(1, 2);
+  row(0, 1) = 4;
+  EXPECT_EQ(row.to_vector(), vector(0, 4));
+  matrix copy(2, 3);
+  copy = M;
+  copy(0, 0) = 9;
+  EXPECT_EQ(M(0, 0), 0.0);
+
+  EXPECT_EQ(report_of([] { matrix bad(-1, 2); }), "1: matrix: negative dimension.");
+  EXPECT_EQ(report_of([&] { copy = ones; }), "1: incompatible matrix types.");
+  EXPECT_EQ(report_of([&] { M(2, 0) = 1; }), "1: matrix: row index out of range");
+  EXPECT_EQ(report_of([&] { M(0, 3) = 1; }), "1: matrix: col index out of range");
+  EXPECT_EQ(report_of([&] { M.row(-1); }), "1: matrix: row index out of range");
+  EXPECT_EQ(report_of([&] { M.col(3); }), "1: matrix: col index out of range");
+  EXPECT_EQ(report_of([&] { M.to_vector(); }), "1: error: cannot make vector from matrix\n");
+  EXPECT_EQ(report_of([&] { (void)(M * M); }),
+            "1: matrix multiplication: incompatible matrix types\n");
+  EXPECT_EQ(report_of([&] { M.det(); }), "1: matrix::det: matrix not quadratic.\n");
+  EXPECT_EQ(report_of([&] { M.inv(); }), "1: matrix::inv: matrix not quadratic.\n");
+  EXPECT_EQ(report_of([&] { M.solve(vector(1, 2)); }), "1: Solve: wrong dimensions\n");
+  EXPECT_EQ(report_of([] { matrix(2, 2).solve(vector(1, 2, 3)); }), "1: Solve: wrong dimensions\n");
+}
+
+}  // namespace
+}  // namespace planloc

@@ -1,0 +1,248 @@
+#include "planloc/model/polygauge.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numbers>
+#include <sstream>
+
+#include "planloc/foundation/numeric/matrix.h"
+#include "tests/model/gauge_samples.h"
+
+namespace planloc {
+namespace {
+
+constexpr double kPi = std::numbers::pi;
+
+// The same number of vertices, each of them near one of `expected`. Their order is the gauge's own
+// check.
+void expect_vertices(const polygauge& g, const list<point>& expected, double eps) {
+  EXPECT_EQ(g.size(), expected.size());
+  for (const point& v : g.vertices()) {
+    double nearest = eps;
+    for (const point& w : expected) nearest = std::min(nearest, v.distance(w));
+    EXPECT_LT(nearest, eps) << v;
+  }
+}
+
+TEST(PolygaugeTest, ConeAndDistanceOfRandomPoints) {
+  BallSource source(1);
+  for (int trial = 0; trial < 1000; ++trial) {
+    const std::vector<point> ball = source.ball(3 + trial % 10);
+    const polygauge g(to_list(ball));
+    const point a = source.somewhere(5.0);
+    const point b = source.somewhere(5.0);
+    const point d(b.xcoord() - a.xcoord(), b.ycoord() - a.ycoord());
+    const double expected = polar_form(ball, d);
+    EXPECT_NEAR(g.distance(a, b), expected, 1e-9 * (1 + expected));
+
+    bool interior = false;
+    const int i = g.cone_of(a, b, interior);
+    EXPECT_TRUE(interior);
+    EXPECT_GE(cross(ball[static_cast<std::size_t>(i) - 1], d), 0.0);
+    EXPECT_GE(cross(d, ball[static_cast<std::size_t>(i) % ball.size()]), 0.0);
+    for (int j = 1; j <= g.size(); ++j) EXPECT_EQ(g.in_cone(a, j, b, interior), j == i);
+
+    // To the last bit the coefficients are those of matrix::solve in the basis of the cone.
+    const list<segment> basis = g.cone_segments(a, i);
+    matrix M(2, 2);
+    M(0, 0) = basis.head().dx();
+    M(1, 0) = basis.head().dy();
+    M(0, 1) = basis.tail().dx();
+    M(1, 1) = basis.tail().dy();
+    const vector lambda = M.solve(d.to_vector());
+    EXPECT_EQ(g.distance(a, b), std::fabs(lambda[0]) + std::fabs(lambda[1]));
+  }
+}
+
+TEST(PolygaugeTest, NormsOfTheClassicalGauges) {
+  BallSource source(3);
+  const polygauge l1 = polygauge::l1_gauge();
+  const polygauge linf = polygauge::linf_gauge();
+  for (int trial = 0; trial < 200; ++trial) {
+    const location a = location::from_point(source.somewhere(9.0));
+    const location b = location::from_point(source.somewhere(9.0));
+    EXPECT_NEAR(l1.distance(a, b), (b - a).norm(1), 1e-13);
+    EXPECT_NEAR(linf.distance(a, b), (b - a).norm(-1), 1e-13);
+  }
+  EXPECT_EQ(text(l1), "(0,1) (-1,0) (0,-1) (1,0)\n");
+  EXPECT_EQ(text(linf), "(-1,1) (-1,-1) (1,-1) (1,1)\n");
+  EXPECT_EQ(polygauge(kDiamond).distance(kZero, point(2, 3)), 5.0);
+  const polygauge skew(points("2 0  0 1  -1 0  0 -1"));
+  EXPECT_EQ(skew.distance(kZero, point(2, 0)), 1.0);
+  EXPECT_EQ(skew.distance(point(2, 0), kZero), 2.0);
+  EXPECT_EQ(skew.distance(point(2, 0), point(2, 0)), 0.0);
+}
+
+TEST(PolygaugeTest, ConesOnTheirBoundaries) {
+  const polygauge g(kDiamond);
+  std::vector<double> angles;
+  for (double alpha : g.get_angles()) angles.push_back(alpha);
+  EXPECT_EQ(angles, (std::vector<double>{0.0, kPi / 2, kPi, 2 * kPi - kPi / 2}));
+  struct Case {
+    point x;
+    int cone;
+    bool interior;
+    std::vector<int> holding;  // the cones that in_cone reports
+  };
+  const location o = at(-7, 3);
+  for (const Case& c : {Case{point(2, 3), 1, true, {1}}, Case{point(0, 5), 1, false, {1, 2}},
+                        Case{point(3, 0), 1, false, {1}}, Case{point(-1, 0), 2, false, {2, 3}},
+                        Case{point(0, -2), 3, false, {3}}, Case{point(1, -2), 4, true, {4}},
+                        Case{point(0, 0), 0, false, {}}}) {
+    SCOPED_TRACE(text(c.x));
+    bool interior = !c.interior;
+    EXPECT_EQ(g.cone_of(kZero, c.x, interior), c.cone);
+    EXPECT_EQ(interior, c.interior);
+    // The same as seen from another centre.
+    const location x = at(c.x.xcoord() - 7, c.x.ycoord() + 3);
+    EXPECT_EQ(g.cone_of(o, x, interior), c.cone);
+    std::vector<int> holding;
+    for (int i = 1; i <= 4; ++i) {
+      if (g.in_cone(o, i, x, interior) == 1) holding.push_back(i);
+    }
+    EXPECT_EQ(holding, c.holding);
+  }
+  bool interior = true;
+  EXPECT_EQ(g.in_cone(kZero, 4, point(0, -1), interior), 0);
+  EXPECT_FALSE(interior);
+  EXPECT_EQ(g.in_cone(kZero, 2, point(0, -1), interior), 0);
+  EXPECT_TRUE(interior);
+}
+
+TEST(PolygaugeTest, AboutACentre) {
+  const polygauge g(kDiamond);
+  EXPECT_EQ(g.vertices(), kDiamond);
+  EXPECT_EQ(text(g.vertices_at(point(1, 2))), "(2,2) (1,3) (0,2) (1,1)");
+  EXPECT_EQ(text(g.directions_at(at(1, 2))),
+            "[(1,2)===(2,2)] [(1,2)===(1,3)] [(1,2)===(0,2)] [(1,2)===(1,1)]");
+  EXPECT_EQ(text(g.cone_vertices(point(1, 2), 4)), "(1,1) (2,2)");
+  EXPECT_EQ(text(g.cone_segments(at(1, 2), 2)), "[(1,2)===(1,3)] [(1,2)===(0,2)]");
+  const list<point> L = points("3 3  0 0  1 2  1 5  2 0");
+  EXPECT_EQ(text(g.points_in_cone(point(1, 1), 1, L)), "(3,3) (1,2) (1,5)");
+  EXPECT_EQ(text(g.points_in_cone(at(1, 1), 4, {at(3, 3), at(2, 0)})), "2 0  1 ");
+  const polygauge moved = g.translated(point(5, 6));
+  EXPECT_EQ(text(moved.vertex(1)), "(6,6)");
+  EXPECT_EQ(moved.get_angles(), g.get_angles());
+  EXPECT_EQ(moved.vertices(), kDiamond);
+}
+
+TEST(PolygaugeTest, EdgeLines) {
+  const polygauge linf = polygauge::linf_gauge();
+  const polygauge diamond(kDiamond);
+  EXPECT_EQ(text(linf.edge_line(kZero, 3)), "1e+50 1");
+  EXPECT_EQ(text(linf.edge_line(at(4, 0), 1)), "1e+50 3");
+  EXPECT_EQ(linf.edge_line(point(4, 5), 4), (list<double>{0.0, 6.0}));
+  EXPECT_EQ(text(diamond.edge_line(at(1, 1), 4)), "1 -1");
+  EXPECT_EQ(diamond.edge_line(kZero, 1), (list<double>{-1.0, 1.0}));
+}
+
+TEST(PolygaugeTest, ExtentsOfTheBall) {
+  const polygauge square = polygauge::linf_gauge();
+  // The first vertex wins a tie.
+  EXPECT_EQ(square.max(kZero, 0), point(1, -1));
+  EXPECT_EQ(square.mini(kZero, 0), point(-1, 1));
+  EXPECT_EQ(square.max(point(3, 4), 1), point(2, 5));
+  EXPECT_EQ(square.mini(at(3, 4), 1), point(2, 3));
+  const polygauge skew(points("3 4  -2 5  -1 -6"));
+  EXPECT_EQ(text(skew.max_diff(0)) + " " + text(skew.max_diff(1)), "5 11");
+  EXPECT_EQ(skew.radius(), std::sqrt(37.0));
+}
+
+TEST(PolygaugeTest, DualOfTheDualIsTheGauge) {
+  BallSource source(5);
+  for (int trial = 0; trial < 200; ++trial) {
+    const std::vector<point> ball = source.ball(3 + trial % 6);
+    const polygauge polar = polygauge(to_list(ball)).dual();
+    expect_vertices(polar.dual(), to_list(ball), 1e-7);
+    const point y = source.somewhere(4.0);
+    double support = 0.0;
+    for (const point& v : ball) support = std::max(support, dot(v, y));
+    EXPECT_NEAR(polar.distance(kZero, y), support, 1e-9 * (1 + support));
+  }
+  EXPECT_EQ(text(polygauge::l1_gauge().dual()), "(1,1) (-1,1) (-1,-1) (1,-1)\n");
+}
+
+TEST(PolygaugeTest, RotatedScaledNormalized) {
+  BallSource source(6);
+  for (int trial = 0; trial < 100; ++trial) {
+    const polygauge g(to_list(source.ball(3 + trial % 6)));
+    const point x = source.somewhere(4.0);
+    const double alpha = source.uniform(-4.0, 4.0);
+    const double d = g.distance(kZero, x);
+    EXPECT_NEAR(g.rotated(alpha).distance(kZero, x.rotate(alpha)), d, 1e-8 * (1 + d));
+    EXPECT_NEAR(g.scale(2.0).distance(kZero, x), d / 2, 1e-9 * (1 + d));
+  }
+  const double h = std::sqrt(0.5);
+  const list<point> expected = {point(1, 0), point(0, 1), point(-h, -h)};
+  expect_vertices(polygauge(points("5 0  0 2  -1 -1")).normalized(), expected, 1e-15);
+}
+
+TEST(PolygaugeTest, MergedHasTheDirectionsOfBoth) {
+  const double h = std::sqrt(0.5);
+  const polygauge l1 = polygauge::l1_gauge();
+  const polygauge linf = polygauge::linf_gauge();
+  list<point> octagon = kDiamond;
+  for (const point& v : linf.vertices()) octagon.append(point(h * v.xcoord(), h * v.ycoord()));
+  expect_vertices(l1.merged(linf), octagon, 1e-15);
+  expect_vertices(linf.merged(l1), octagon, 1e-15);
+  expect_vertices(l1.merged(l1.scale(3.0)), kDiamond, 1e-15);
+}
+
+TEST(PolygaugeTest, SymmetryAndEquality) {
+  const polygauge g(kDiamond);
+  EXPECT_TRUE(g.is_symmetric());
+  for (const char* row :
+       {"1 0  -1 1  -1 -1", "2 0  0 1  -1 0  0 -1", "1 0  0 1  -1 0  0 -1.0000000000000002"}) {
+    EXPECT_FALSE(polygauge(points(row)).is_symmetric()) << row;
+  }
+  // The first vertex decides.
+  EXPECT_TRUE(g == polygauge(points("1 0  1 2  -3 0  0 -1")));
+  EXPECT_TRUE(g != polygauge::l1_gauge() && g != polygauge(points("1 0  -1 1  -1 -1")));
+  EXPECT_TRUE(polygauge() == polygauge() && polygauge() != g);
+}
+
+TEST(PolygaugeTest, Streams) {
+  std::istringstream in("1 0 (0,1) -1 0 (0 -1)\n(0,1) (-1,-1) (1,0)\n");
+  polygauge g;
+  in >> g;
+  EXPECT_EQ(text(g), "(1,0) (0,1) (-1,0) (0,-1)\n");
+  in >> g;
+  EXPECT_EQ(text(g), "(0,1) (-1,-1) (1,0)\n");
+}
+
+TEST(PolygaugeDeathTest, Endings) {
+  const polygauge g(kDiamond);
+  const location o = at(0, 0);
+  const char* const kOrder = "polygauge: must be in counterclockwise order";
+  const char* const kGap = "polygauge: alpha > PI";
+  const char* const kHull = "polygauge: is not convex";
+  const char* const kCone = "polygauge: Conenumber is not correct";
+  const char* const kScale = "polygauge:scale must be greater than 0";
+  const char* const kPlane = "Conversion to only possible for dimension 2.";
+  const auto make = [](const char* row) { polygauge{points(row)}; };
+  expect_endings({
+      {1701, kOrder, [&] { make("1 0  2 0  0 1"); }},
+      {1701, kOrder, [&] { make("1 0  0 -1  -1 0  0 1"); }},
+      {1702, kGap, [&] { make("1 0  -1 0  0 -1"); }},
+      {1702, kGap, [&] { make("1 0  -1 -1  0 -1"); }},
+      {1703, kHull, [&] { make("1 0  0.5 0.5  0 1  -1 -1"); }},
+      {1703, kHull, [&] { make("1 0  0.1 0.1  0 1  -1 -1"); }},
+      {1704, kScale, [&] { g.scale(0.0); }},
+      {1705, kCone, [&] { g.vertex(0); }},
+      {1705, kCone, [&] { g.vertex(5); }},
+      {1705, kCone, [&] { polygauge::l1_gauge().merged(g); }},
+      // The walk runs through, as the first direction has collected two turns by then.
+      {1701, kOrder,
+       [&] { polygauge::l1_gauge().merged(polygauge(points("1 -1  1 1  -1 1  -1 -1"))); }},
+      {1706, kCone, [&] { g.edge_line(o, 5); }},
+      {1203, kPlane, [&] { g.distance(o, location(3, 1)); }},
+  });
+  expect_common_endings(g, "polygauge", 1706);
+  // The origin lies outside, and nobody looks.
+  EXPECT_EQ(polygauge(points("1 0  1 1  0 1")).size(), 3);
+  EXPECT_EXIT(make(""), testing::KilledBySignal(SIGABRT), "dlist::head\\(\\): empty list");
+}
+
+}  // namespace
+}  // namespace planloc
