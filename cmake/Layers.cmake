@@ -4,7 +4,9 @@
 
 add_library(planloc_flags INTERFACE)
 # Results are the same on every machine: no fused multiply-add, no reassociation.
-target_compile_options(planloc_flags INTERFACE -ffp-contract=off -Wall -Wextra -Wpedantic -Wshadow
+target_compile_options(planloc_flags INTERFACE -ffp-contract=off
+                                               -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=
+                                               -Wall -Wextra -Wpedantic -Wshadow
                                                -Wconversion -Wno-sign-conversion)
 # GCC 12 warns of overlapping copies inside std::string's own operator+ at -O3.
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)

@@ -9,6 +9,16 @@
 #include <fstream>
 #include <iostream>
 
+namespace {
+
+bool is_number(const char* text) {
+  char* end;
+  std::strtod(text, &end);
+  return end != text && *end == '\0';
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
   if (argc < 3) {
     std::cerr << "usage: make_parameters locations gauges order-weight...\n";
@@ -20,8 +30,10 @@ int main(int argc, char** argv) {
   planloc::list<int> gauge_of;
   sites.read_gauge_locations(location_file, gauge_of);
   const planloc::list<planloc::polygauge> gauges = planloc::read_polygauge_list(gauge_file);
-  if (argc - 3 != sites.size()) {
-    std::cerr << "make_parameters: " << sites.size() << " order weights are needed, one for each "
+  bool numbers = argc - 3 == sites.size();
+  for (int i = 3; i < argc; ++i) numbers = numbers && is_number(argv[i]);
+  if (!numbers) {
+    std::cerr << "make_parameters: expected " << sites.size() << " order weights, one for each "
               << "facility\n";
     return 1;
   }

@@ -43,9 +43,9 @@ void set_parameters(IlcLinOpt& lp) {
 
 void report_solution(IlcLinOpt& lp, IlcFloatVarArray& Z, IlcFloatVarArray& X, double elapsed,
                      point& sol, double& value) {
+  std::cout << "The solution is found" << std::endl;
   const double x = lp.getCurrentValue(X[0]);
   const double y = lp.getCurrentValue(X[1]);
-  std::cout << "The solution is found" << std::endl;
   std::cout << "X=(" << x << ", " << y << ")" << std::endl;
   sol = point(x, y);
   std::cout << "Z=(";

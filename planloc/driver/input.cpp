@@ -43,6 +43,7 @@ frame read_frame(const string& d_name) {
 parameter_reader::parameter_reader(IlcManager& m, std::ifstream& in, const string& p_name)
     : in_(in), p_name_(p_name), weights_(fac.size()), entries_(1) {
   for_each_facility([&](const location&, const polygauge& g) { entries_ += g.size(); });
+  if (!in_.is_open()) refuse_parameters();
   IlcHeap* const heap = m.getHeap();
   coef_ = static_cast<double**>(heap->allocate(sizeof(double*) * entries_));
   for (int k = 0; k < entries_; ++k) {
@@ -69,6 +70,10 @@ double parameter_reader::next() {
     ++found_;
     return number;
   }
+  refuse_parameters();
+}
+
+void parameter_reader::refuse_parameters() const {
   const int rows = entries_ - 1;
   refuse("-p", p_name_,
          "expected " + std::to_string(weights_) + " order weights and " + std::to_string(rows) +

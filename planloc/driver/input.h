@@ -41,6 +41,7 @@ class parameter_reader {
 
  private:
   double next();
+  [[noreturn]] void refuse_parameters() const;
 
   std::ifstream& in_;
   const string& p_name_;

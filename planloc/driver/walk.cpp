@@ -43,7 +43,9 @@ void draw_route_to(const point& from, const point& to) {
 
 bool same_permutation(IlcManager&, IlcIntArray& a, IlcIntArray& b) {
   bool same = true;
-  for (int i = 0; i < fac.size(); ++i) same = same && a[i] == b[i];
+  for (int i = 0; i < fac.size(); ++i) {
+    if (a[i] != b[i]) same = false;
+  }
   return same;
 }
 

@@ -102,6 +102,7 @@ class Solver {
   bool polish(ClpSimplex& model);
   void store(ClpSimplex& model, bool factorized);
   void place_nonbasics(const ClpSimplex& model);
+  double residuals(const ClpSimplex& model, std::vector<double>& out) const;
   void refine(ClpSimplex& model);
   void finish_values();
   bool is_feasible() const;
@@ -261,6 +262,24 @@ bool Solver::polish(ClpSimplex& model) {
 
 // ----- Solution -----
 
+// What the rows at a bound lack at x, in extended precision; the largest of it.
+double Solver::residuals(const ClpSimplex& model, std::vector<double>& out) const {
+  out.assign(rows(), 0.0);
+  double largest = 0.0;
+  for (std::size_t i = 0; i < rows(); ++i) {
+    const ClpSimplex::Status status = model.getRowStatus(static_cast<int>(i));
+    const bool at_upper = status == ClpSimplex::atUpperBound;
+    if (!at_upper && status != ClpSimplex::atLowerBound && status != ClpSimplex::isFixed) continue;
+    long double r = at_upper ? model.rowUpper()[i] : model.rowLower()[i];
+    for (const clp_matrix_entry& e : problem_.entries[i]) {
+      r -= static_cast<long double>(e.value) * problem_.x[static_cast<std::size_t>(e.column)];
+    }
+    out[i] = static_cast<double>(r);
+    largest = std::max(largest, std::fabs(out[i]));
+  }
+  return largest;
+}
+
 // The basic solution by iterative refinement: with residuals in extended precision, the corrections
 // through the factorization take x to the limit of double accuracy (Wilkinson, 1963). Slacks of
 // basic rows follow from x, so only the rows at a bound have a residual.
@@ -269,36 +288,34 @@ void Solver::refine(ClpSimplex& model) {
   const int n = model.numberColumns();
   const int* const pivots = model.pivotVariable();
   CoinIndexedVector work;
-  CoinIndexedVector residual;
+  CoinIndexedVector solution;
   const int size = m + model.factorization()->maximumPivots();
   work.reserve(size);
-  residual.reserve(size);
-  double last = kInfinite;
-  for (int pass = 0; pass < kRefinements; ++pass) {
-    double largest = 0.0;
+  solution.reserve(size);
+  std::vector<double> residual;
+  double largest = residuals(model, residual);
+  for (int pass = 0; pass < kRefinements && largest > 0.0; ++pass) {
+    // The factorization drops what is below 1e-13, so the residuals are brought to the size of 1.
+    const int exponent = std::ilogb(largest);
     for (int i = 0; i < m; ++i) {
-      const ClpSimplex::Status status = model.getRowStatus(i);
-      if (status == ClpSimplex::basic || status == ClpSimplex::superBasic ||
-          status == ClpSimplex::isFree)
-        continue;
-      const bool at_upper = status == ClpSimplex::atUpperBound;
-      long double r = at_upper ? model.rowUpper()[i] : model.rowLower()[i];
-      for (const clp_matrix_entry& e : problem_.entries[static_cast<std::size_t>(i)]) {
-        r -= static_cast<long double>(e.value) * problem_.x[static_cast<std::size_t>(e.column)];
-      }
-      const double rounded = static_cast<double>(r);
-      largest = std::max(largest, std::fabs(rounded));
-      if (rounded != 0.0) residual.insert(i, rounded);
+      const double r = residual[static_cast<std::size_t>(i)];
+      if (r != 0.0) solution.insert(i, std::ldexp(r, -exponent));
     }
-    if (largest == 0.0 || !(largest < last)) break;
-    last = largest;
-    model.factorization()->updateColumn(&work, &residual);
-    const double* const correction = residual.denseVector();
+    model.factorization()->updateColumn(&work, &solution);
+    const std::vector<double> before = problem_.x;
     for (int k = 0; k < m; ++k) {
-      if (pivots[k] < n) problem_.x[static_cast<std::size_t>(pivots[k])] += correction[k];
+      if (pivots[k] >= n) continue;
+      const double correction = std::ldexp(solution.denseVector()[k], exponent);
+      problem_.x[static_cast<std::size_t>(pivots[k])] += correction;
     }
-    residual.clear();
+    solution.clear();
     work.clear();
+    const double now = residuals(model, residual);
+    if (!(now < largest)) {
+      problem_.x = before;
+      break;
+    }
+    largest = now;
   }
 }
 

@@ -176,12 +176,23 @@ void IlcFloatExpI::recompute() {
   }
 }
 
+// The whole narrowing rests on the bounds at its start: noting a change at each step would have the
+// bounds of a long expression computed again for each of its variables.
 void IlcFloatExpI::setRange(double min, double max) {
+  struct ChangeNote {
+    ~ChangeNote() {
+      if (changed) manager->boundsChanged();
+    }
+    IlcManagerI* manager;
+    bool changed = false;
+  } note{manager_};
   std::vector<IlcNarrowing> open{{this, min, max}};
   while (!open.empty()) {
     const IlcNarrowing next = open.back();
     open.pop_back();
-    if (next.exp->setOwnRange(next.min, next.max) && !next.exp->isVariable()) {
+    if (!next.exp->setOwnRange(next.min, next.max)) continue;
+    note.changed = true;
+    if (!next.exp->isVariable()) {
       next.exp->narrowOperands(next.exp->knownMin(), next.exp->knownMax(), open);
     }
   }
@@ -204,7 +215,6 @@ bool IlcFloatExpI::setOwnRange(double min, double max) {
   manager_->saveValue(&max_);
   min_ = std::max(min, min_);
   max_ = std::min(max, max_);
-  manager_->boundsChanged();
   return true;
 }
 

@@ -107,7 +107,7 @@ void IlcLinOptI::makeRow(IlcConstraintI* ct) {
   const int buffered_before = cplex_->getBufferedRows();
   const int rows_before = buffered ? 0 : cplex_->getNumRows();
   const Terms terms = copyTerms();
-  ct->linPost(*this, terms.coefficients, terms.vars, -parsedConstant());
+  ct->linPost(*this, terms.coefficients, terms.vars, 0.0 - parsedConstant());
   if (cplex_->getBufferedRows() > buffered_before) {
     if (ct->getName()) cplex_->nameLastBufferedRow(ct->getName());
     rows_->append(ct, *cplex_);

@@ -72,14 +72,12 @@ list_item next_name(list<string>& names, list_item it) {
 }  // namespace
 
 string& facilities::refname(list_item item) {
-  list_item name = next_name(names, nullptr);
-  for (list_item it = first(); it != item; it = succ(it)) {
-    if (!it) {
-      MaviError("facilities::refname(): location isn't an item of this object", 1334, 1, true);
-    }
+  list_item name = nullptr;
+  for (list_item it = first(); it; it = succ(it)) {
     name = next_name(names, name);
+    if (it == item) return names[name];
   }
-  return names[name];
+  MaviError("facilities::refname(): location isn't an item of this object", 1334, 1, true);
 }
 
 // That i == size() passes is intended.

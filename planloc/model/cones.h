@@ -1,22 +1,14 @@
-// What the two gauges share: the fundamental directions of a unit ball, the cones between them, and
-// their checks. Use polygauge.h or mixgauge.h; this class is the common part of their interfaces
-// and cannot be made on its own.
+// What polygauge.h and mixgauge.h share: the fundamental directions of a unit ball, the cones
+// between them, and their checks. Users see the two gauges only; each of them names what it takes
+// over from here and says what it yields.
 //
-// A fan has n directions, the vectors t(1) ... t(n) from the origin to the vertices of the unit
-// ball, in counterclockwise order. Vertices and cones are numbered from 1. Seen from a centre p,
-// cone i is the set of points p + a * t(i) + b * t(i + 1) with a, b >= 0, where t(n + 1) is t(1).
-//
-// Angles are doubles in radians, compared exactly. A failure is reported through MaviError with
-// exit status 1 (see reporter.h); codes and texts belong to the gauge and stand in its header. An
-// operation on locations converts them with `location::to_point` and so fails with its codes for
-// any dimension but 2. An empty fan may only be copied and assigned.
+// A failure is raised by the operation that finds it, with the code and text of the gauge.
 #ifndef PLANLOC_MODEL_CONES_H_
 #define PLANLOC_MODEL_CONES_H_
 
 #include <cstddef>
 #include <functional>
 #include <istream>
-#include <ostream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -47,68 +39,40 @@ struct gauge_reports {
 };
 
 class cone_fan {
- public:
-  // ----- Directions -----
+ protected:
+  explicit cone_fan(const gauge_reports& reports) : reports_(&reports) {}
+
+  // ----- What both gauges offer: documented in polygauge.h -----
 
   int size() const { return static_cast<int>(segments_.size()); }
-
-  // Vertex i of the unit ball, in constant time.
   point vertex(int i) const {
     check_cone(i, reports_->vertex);
     return target(i);
   }
-
-  // The counterclockwise angles from the first direction to each; ascending from 0.0.
   list<double> get_angles() const;
-
-  // The directions as segments from p, and the vertices of the unit ball about p.
-  list<segment> directions_at(const point& p) const;
-  list<segment> directions_at(const location& p) const { return directions_at(p.to_point()); }
+  list<point> vertices() const;
   list<point> vertices_at(const point& p) const;
   list<point> vertices_at(const location& p) const { return vertices_at(p.to_point()); }
-  list<point> vertices() const;
+  list<segment> directions_at(const point& p) const;
+  list<segment> directions_at(const location& p) const { return directions_at(p.to_point()); }
 
-  // ----- Cones -----
-
-  // The points p + t(i), p + t(i + 1), and the segments from p to them.
   list<point> cone_vertices(const point& p, int i) const;
   list<point> cone_vertices(const location& p, int i) const;
   list<segment> cone_segments(const point& p, int i) const;
   list<segment> cone_segments(const location& p, int i) const;
-
-  // The number of the cone seen from o that holds x.
-  // 1. For x equal to o it is 0.
-  // 2. A point on direction i + 1 belongs to cone i: the smallest number wins. So a point on
-  //    direction 1 is in cone 1 and a point on direction n in cone n - 1.
-  // 3. `interior` becomes false if x is o or lies on a direction that bounds the cone, else true.
   int cone_of(const point& o, const point& x, bool& interior) const;
   int cone_of(const location& o, const location& x, bool& interior) const;
-
-  // 1 if cone i seen from o holds x, else 0. Cones 1 to n - 1 are closed; cone n holds neither of
-  // its two directions. `interior` becomes false if x is o or lies on a direction of cone i.
   int in_cone(const point& o, int i, const point& x, bool& interior) const;
   int in_cone(const location& o, int i, const location& x, bool& interior) const;
-
-  // The members of L that `in_cone` holds, in the order of L.
   list<point> points_in_cone(const point& o, int i, const list<point>& L) const;
   list<location> points_in_cone(const location& o, int i, const list<location>& L) const;
 
-  // ----- Unit ball -----
-
-  // The vertex with the largest, the smallest coordinate i (0: x, 1: y), moved by p. The first one
-  // wins a tie.
   point max(const point& p, int i) const;
   point max(const location& p, int i) const { return max(p.to_point(), i); }
   point mini(const point& p, int i) const;
   point mini(const location& p, int i) const { return mini(p.to_point(), i); }
-  // The extent of the unit ball along axis i.
   double max_diff(int i) const;
-
-  // Whether the vertices are point-symmetric, exactly.
   bool is_symmetric() const;
-
- protected:
-  explicit cone_fan(const gauge_reports& reports) : reports_(&reports) {}
 
   // ----- Construction, step by step -----
 
@@ -167,9 +131,6 @@ class cone_fan {
   std::vector<segment> segments_;
   std::vector<double> angles_;
 };
-
-// The vertices of the unit ball, separated by single blanks, and a line end.
-std::ostream& operator<<(std::ostream& out, const cone_fan& fan);
 
 // The point at distance 1 from the origin in the direction of p.
 point unit_point(const point& p);

@@ -109,7 +109,7 @@ class location {
   // Writes points and polygons, as text. Weight 0 of a location is the number of its polygon; the
   // vertices of a polygon are neighbours in L, and a number that stands alone is a single point.
   // 1212 "Can't happen: L in location::WriteAsPolygonList is not a polygon list?" for a location
-  // without weights.
+  // without weights; one that follows on another with weights ends with 1210.
   static void WriteAsPolygonList(std::ostream& out, const list<location>& L);
 
  private:

@@ -117,6 +117,10 @@ mixgauge mixgauge::merged(const mixgauge& other) const {
   return mixgauge(result, result_types);
 }
 
+std::ostream& operator<<(std::ostream& out, const mixgauge& g) {
+  return out << g.vertices() << std::endl;
+}
+
 std::istream& operator>>(std::istream& in, mixgauge& g) {
   const list<point> points = detail::read_line<point>(in);
   g = mixgauge(points, detail::read_line<bool>(in));

@@ -80,6 +80,10 @@ polygauge polygauge::translated(const point& p) const {
   return moved;
 }
 
+std::ostream& operator<<(std::ostream& out, const polygauge& g) {
+  return out << g.vertices() << std::endl;
+}
+
 std::istream& operator>>(std::istream& in, polygauge& g) {
   g = polygauge(detail::read_line<point>(in));
   return in;

@@ -2,10 +2,19 @@
 // necessarily symmetric. Within the cone of two neighbouring fundamental directions a gauge is
 // linear. For unit balls with circular arcs use mixgauge.h.
 //
-// The directions, the cones and the unit ball's extents are inherited: cones.h tells what they
-// yield. All results are new values.
+//   const polygauge g({point(2, 0), point(0, 1), point(-1, 0), point(0, -1)});
+//   g.distance(point(0, 0), point(2, 0))  // 1, and 2 the other way round
 //
-// Failures end the process with status 1; codes by operation:
+// A gauge has n vertices t(1) ... t(n), in counterclockwise order; the vectors from the origin to
+// them are its directions. Vertices and cones are numbered from 1. Seen from a centre p, cone i is
+// the set of points p + a * t(i) + b * t(i + 1) with a, b >= 0, where t(n + 1) is t(1). Angles are
+// in radians and compared exactly.
+//
+// Where the comments say centre or point, an operation takes points or locations. Locations are
+// converted by `location::to_point` and fail with its codes for any dimension but 2. All results
+// are new values. The empty gauge may only be copied, compared and assigned.
+//
+// Failures end the process through MaviError with status 1 (see reporter.h); codes by operation:
 //   constructor                1701 "polygauge: must be in counterclockwise order"
 //                              1702 "polygauge: alpha > PI"
 //                              1703 "polygauge: is not convex"
@@ -23,12 +32,13 @@
 #define PLANLOC_MODEL_POLYGAUGE_H_
 
 #include <istream>
+#include <ostream>
 
 #include "planloc/model/cones.h"
 
 namespace planloc {
 
-class polygauge : public detail::cone_fan {
+class polygauge : detail::cone_fan {
  public:
   // The empty gauge: a placeholder to be assigned to.
   polygauge();
@@ -45,9 +55,54 @@ class polygauge : public detail::cone_fan {
   static polygauge l1_gauge();    // vertices (0, 1), (-1, 0), (0, -1), (1, 0)
   static polygauge linf_gauge();  // vertices (-1, 1), (-1, -1), (1, -1), (1, 1)
 
-  // The gauge distance from a to b; in general not the one from b to a.
+  // ----- Distance -----
+
+  // The gauge distance from a to b; in general not the one from b to a. A unit ball so small that
+  // its cones are singular (pivots below 1e-12) ends with the report of matrix::solve.
   double distance(const point& a, const point& b) const;
   double distance(const location& a, const location& b) const;
+
+  // ----- Directions -----
+
+  // int size()                          the number of vertices, and of cones
+  // point vertex(int i)                 vertex i of the unit ball
+  // list<double> get_angles()           from the first direction counterclockwise to each,
+  //                                     ascending from 0.0
+  // list<point> vertices()              of the unit ball
+  // list<point> vertices_at(p)          of the unit ball about the centre p
+  // list<segment> directions_at(p)      from the centre p
+  using cone_fan::directions_at;
+  using cone_fan::get_angles;
+  using cone_fan::size;
+  using cone_fan::vertex;
+  using cone_fan::vertices;
+  using cone_fan::vertices_at;
+
+  // ----- Cones -----
+
+  // list<point> cone_vertices(p, int i)     the points p + t(i), p + t(i + 1)
+  // list<segment> cone_segments(p, int i)   from p to these points
+  using cone_fan::cone_segments;
+  using cone_fan::cone_vertices;
+
+  // int cone_of(o, x, bool& interior): the number of the cone seen from o that holds x.
+  // 1. For x equal to o it is 0.
+  // 2. A point on direction i + 1 belongs to cone i: the smallest number wins. So a point on
+  //    direction 1 is in cone 1 and a point on direction n in cone n - 1.
+  // 3. `interior` becomes false if x is o or lies on a direction that bounds the cone, else true.
+  // The empty gauge, and coordinates that are not numbers, end with 1710.
+  using cone_fan::cone_of;
+
+  // int in_cone(o, int i, x, bool& interior): 1 if cone i seen from o holds x, else 0. Cones 1 to
+  // n - 1 are closed; cone n holds neither of its two directions. `interior` becomes false if x is
+  // o or lies on a direction of cone i, else true.
+  using cone_fan::in_cone;
+
+  // list<point> points_in_cone(o, int i, const list<point>& L), or of locations: the members of L
+  // that `in_cone` holds, in the order of L.
+  using cone_fan::points_in_cone;
+
+  // ----- Unit ball -----
 
   // The line through the edge of the unit ball about p in cone i, as two numbers: slope and y at
   // x = 0, or 1e+50 and x for a vertical edge. Reports as `cone_vertices` on points.
@@ -57,14 +112,23 @@ class polygauge : public detail::cone_fan {
   // The largest Euclidean length of a vertex.
   double radius() const;
 
+  // point max(p, int i), mini(p, int i)     the vertex with the largest, the smallest coordinate i
+  //                                         (0: x, 1: y), moved by p; the first one wins a tie
+  // double max_diff(int i)                  the extent of the unit ball along axis i
+  // bool is_symmetric()                     whether it is point-symmetric, exactly
+  using cone_fan::is_symmetric;
+  using cone_fan::max;
+  using cone_fan::max_diff;
+  using cone_fan::mini;
+
   // ----- Derived gauges: each passes the checks of the constructor -----
 
   polygauge rotated(double alpha) const;  // counterclockwise, in radians
   // The polar unit ball; the vertex that belongs to the edge from the last vertex to the first
   // leads the list.
   polygauge dual() const;
-  polygauge normalized() const;  // every vertex at length 1
-  polygauge scale(double f) const;
+  polygauge normalized() const;     // every vertex at length 1
+  polygauge scale(double f) const;  // every vertex at f times its length; f > 0 (1704)
   // The directions of both gauges, at length 1. Directions are paired off by their angle from the
   // y axis, and the walk gives up with 1705 when one gauge has run around while the other still
   // has directions left: intended.
@@ -83,6 +147,9 @@ class polygauge : public detail::cone_fan {
   // Reads vertices up to the end of the line, as points (1,2) or 1 2.
   friend std::istream& operator>>(std::istream& in, polygauge& g);
 };
+
+// The vertices of the unit ball, as points separated by single blanks, and a line end.
+std::ostream& operator<<(std::ostream& out, const polygauge& g);
 
 }  // namespace planloc
 

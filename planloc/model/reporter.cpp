@@ -20,22 +20,12 @@ reporter_start_up::reporter_start_up() {
 
 namespace {
 
-// This build has nothing to show a panel on, so every report takes its stream form.
-constexpr bool kPanelsAvailable = false;
-
-// Whether a report is to be a panel: wanted by its caller, allowed by the flag, and possible.
-bool panel_report(bool use_window) {
-  return use_window && window_reports_enabled && kPanelsAvailable;
-}
-
 void write_message(const char* message) { std::cout << "MAVI message: " << message << std::endl; }
 
 }  // namespace
 
-void MaviError(const char* message, int code, int exit_status, bool use_window) {
-  if (!panel_report(use_window)) {
-    std::cerr << "MAVI error: " << message << " ErrorCode: " << code << std::endl;
-  }
+void MaviError(const char* message, int code, int exit_status, bool /*use_window*/) {
+  std::cerr << "MAVI error: " << message << " ErrorCode: " << code << std::endl;
   std::exit(exit_status);
 }
 
@@ -43,8 +33,8 @@ void MaviError(const string& message, int code, int exit_status, bool use_window
   MaviError(message.cstring(), code, exit_status, use_window);
 }
 
-void MaviMessage(const char* message, int stop_if_zero, bool use_window) {
-  if (!panel_report(use_window)) write_message(message);
+void MaviMessage(const char* message, int stop_if_zero, bool /*use_window*/) {
+  write_message(message);
   if (stop_if_zero == 0) std::exit(0);
 }
 
@@ -52,10 +42,10 @@ void MaviMessage(const string& message, int stop_if_zero, bool use_window) {
   MaviMessage(message.cstring(), stop_if_zero, use_window);
 }
 
-void MaviQuery(const char* message, int status_on_cancel, int /*stop_if_zero*/, bool use_window) {
-  if (panel_report(use_window)) return;
+void MaviQuery(const char* message, int status_on_cancel, int /*stop_if_zero*/,
+               bool /*use_window*/) {
   write_message(message);
-  // The stream form tests the second number, not the third: intended.
+  // The second number is tested, not the third: intended.
   if (status_on_cancel == 0) std::exit(0);
 }
 

@@ -2,10 +2,9 @@
 // to the user. Failures of the foundation go through `error_handler`
 // (planloc/foundation/containers/error_handler.h) instead.
 //
-// A report is shown in a panel window if its caller asks for one, `window_reports_enabled` is true
-// and there is a display; otherwise it is one line on a standard stream. Nothing catches a failure:
-// the process ends through std::exit, so objects on the stack are not destroyed and file-level ones
-// are.
+// A report is one line on a standard stream, also where its caller asks for a window with
+// `use_window`. Nothing catches a failure: the process ends through std::exit, so objects on the
+// stack are not destroyed and file-level ones are.
 //
 // Codes are shown and nothing branches on them: 11xx Loc_Vector, 12xx location, 13xx facilities,
 // 15xx location files, 16xx gauge files, 17xx gauges, 21xx graph files.
@@ -16,28 +15,26 @@
 
 namespace planloc {
 
-// Whether reports that ask for a panel may have one. True from the start of the process on; a
-// program that wants all reports on its streams sets it to false.
+// Whether a report that asks for a window may have one. True from the start of the process on.
 extern bool window_reports_enabled;
 
-// Reports a failure and ends the process with `exit_status`. The stream form is one line on the
-// error stream: "MAVI error: <message> ErrorCode: <code>".
+// Writes "MAVI error: <message> ErrorCode: <code>" to the error stream and ends the process with
+// `exit_status`.
 [[noreturn]] void MaviError(const char* message, int code, int exit_status, bool use_window);
 [[noreturn]] void MaviError(const string& message, int code, int exit_status, bool use_window);
 
-// Shows a message: "MAVI message: <message>" on the standard output in the stream form. Ends the
-// process with status 0 if `stop_if_zero` is 0, else returns.
+// Writes "MAVI message: <message>" to the standard output. Ends the process with status 0 if
+// `stop_if_zero` is 0, else returns.
 void MaviMessage(const char* message, int stop_if_zero, bool use_window);
 void MaviMessage(const string& message, int stop_if_zero, bool use_window);
 
-// Shows a message with a choice. In a panel, "cancel" ends the process with `status_on_cancel`, and
-// "ok" goes on as MaviMessage does. The stream form asks nothing: it writes the line of MaviMessage
-// and ends the process with status 0 if `status_on_cancel` is 0, whatever `stop_if_zero` is.
+// A question that a stream can't ask: writes the line of MaviMessage, and ends the process with
+// status 0 if `status_on_cancel` is 0, whatever `stop_if_zero` is.
 void MaviQuery(const char* message, int status_on_cancel, int stop_if_zero, bool use_window);
 
 namespace detail {
 
-// One object in each unit that can report; the first to start enables panels.
+// One object in each unit that can report; the first to start enables windows.
 class reporter_start_up {
  public:
   reporter_start_up();

@@ -88,13 +88,13 @@ TEST(Facilities, NamesGrowOnDemand) {
 }
 
 TEST(Facilities, ShapeReadsTheFirstFacility) {
-  facilities F = of({location(3.0, 2.0, 1.0, 5.0, 0.0, 1.0, 2.0),
-                     location(3.0, 2.0, -1.0, 7.0, 0.0, 10.0, 20.0)});
+  facilities F = of({location(3.0, 2.0, 3.0, -7.0, 0.0, 1.0, 2.0),
+                     location(3.0, 2.0, 1.0, -5.0, 0.0, 10.0, 20.0)});
   EXPECT_EQ(F.dimension(), 3);
   EXPECT_EQ(F.weight_count(), 2);
   EXPECT_EQ(F.total_weights(), Loc_Vector(2.0, 11.0, 22.0));
-  EXPECT_EQ(F.max_coordinate(1), 7.0);
-  EXPECT_EQ(F.min_coordinate(0), -1.0);
+  EXPECT_EQ(F.max_coordinate(1), -5.0);
+  EXPECT_EQ(F.min_coordinate(0), 1.0);
   EXPECT_EQ(F.extent(0), 2.0);
   F.append(at(0, 0, 100));  // another number of weights
   EXPECT_EQ(F.total_weights(), Loc_Vector(2.0, 11.0, 22.0));
@@ -108,11 +108,12 @@ TEST(Facilities, MergedJoinsNeighbours) {
 }
 
 TEST(Facilities, TurnedFrameExchangesTheNorms) {
-  const facilities F = of({at(3, -8, 1), at(-5, 1, 2)});
+  const facilities F = solved({at(3, -8, 1), at(-5, 1, 2)});
   const location d = F.location(0) - F.location(1);
   facilities to = F;
   to.to_turned_frame();
   EXPECT_EQ((to.location(0) - to.location(1)).norm(1), d.norm(-1));
+  EXPECT_EQ(to.opt, F.opt);
   facilities from = F;
   from.from_turned_frame();
   EXPECT_EQ((from.location(0) - from.location(1)).norm(-1), d.norm(1));
@@ -159,8 +160,10 @@ TEST(Facilities, Failures) {
             reported(1302, "Indetermined weight criterion. Check number of weights."));
   EXPECT_EQ(in_own_process([&] { F.remove(-1); }), no_number);
   EXPECT_EQ(in_own_process([&] { F.remove(2); }), no_number);
-  EXPECT_EQ(in_own_process([&] { F.refname(other.first()); }),
-            reported(1334, "facilities::refname(): location isn't an item of this object"));
+  for (list_item stranger : {other.first(), list_item()}) {
+    EXPECT_EQ(in_own_process([&] { F.refname(stranger); }),
+              reported(1334, "facilities::refname(): location isn't an item of this object"));
+  }
   EXPECT_EQ(in_own_process([&] { F.refname(3); }),
             reported(1335, "facilities::refname(): location out of range"));
   EXPECT_EQ(in_own_process([&] { facilities().dimension(); }),

@@ -250,7 +250,7 @@ TEST(LocationReader, WhatAReadLeavesForTheNextOne) {
   }
 }
 
-TEST(LocationReader, ReplacesFacilitiesAndNamesAndKeepsResults) {
+TEST(LocationReader, ReplacesFacilitiesAndNamesAndAGraphTheResultsToo) {
   facilities F;
   F.append(location(2, 1));
   F.set_name(0, "old");
@@ -260,6 +260,12 @@ TEST(LocationReader, ReplacesFacilitiesAndNamesAndKeepsResults) {
   EXPECT_EQ(F.size(), 2);
   EXPECT_EQ(F.names, (list<string>{"A", "B"}));
   EXPECT_EQ(F.opt.size(), 1);
+  list<string> names = {"old"};
+  std::istringstream graph(kTwo);
+  read_graph(graph, F, names);
+  EXPECT_EQ(F.size(), 2);
+  EXPECT_EQ(names, F.names);
+  EXPECT_TRUE(F.opt.empty());
 }
 
 TEST(LocationReader, FilesThatCannotBeRead) {

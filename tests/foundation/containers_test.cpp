@@ -1,13 +1,17 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <algorithm>
+#include <array>
 #include <csignal>
+#include <functional>
 #include <new>
 #include <sstream>
 #include <vector>
 
 #include "planloc/foundation/containers/array.h"
 #include "planloc/foundation/containers/error_handler.h"
+#include "planloc/foundation/containers/list.h"
 #include "planloc/foundation/containers/string.h"
 #include "tests/foundation/reports.h"
 
@@ -56,6 +60,11 @@ TEST(Array, RangesAndEntries) {
   a.sort([](int x, int y) { return y - x; });
   EXPECT_EQ(a[a.low()], 30);
   EXPECT_EQ(a[a.high()], -20);
+
+  array<bool> flags(2);
+  bool& flag = flags[1];
+  flag = true;
+  EXPECT_TRUE(flags[1] && !flags[0]);
 
   array2<double> grid(1, 2, -1, 1);
   grid(2, -1) = 5.0;
@@ -112,7 +121,7 @@ TEST(String, ConstructionAndFormat) {
 TEST(String, ValuesAreIndependentOfTheirCopies) {
   string a("ab");
   const string b = a;
-  a += string("c") + "d";
+  a += "c" + string("d");
   EXPECT_EQ(a, "abcd");
   EXPECT_EQ(b, "ab");
   EXPECT_TRUE(a != b && b < a && !(a < b));
@@ -140,6 +149,32 @@ TEST(String, Reports) {
   EXPECT_EQ(report_of([] { (void)string("ab")[2]; }), "1: string::operator[]: index out of range");
   EXPECT_EQ(report_of([] { (void)string("ab")[-1]; }), "1: string::operator[]: index out of range");
 }
+
+#ifndef __SANITIZE_ADDRESS__  // which ends the process on its own when memory runs out
+TEST(OutOfMemory, IsReported) {
+  static std::array<char, 1 << 28> much;
+  much.fill('m');
+  much.back() = '\0';
+  const string half(much.data() + much.size() / 2);
+  list<std::array<char, 1 << 28>> L;
+  const struct {
+    std::function<void()> call;
+    const char* report;
+  } cases[] = {
+      {[&] { string{much.data()}; }, "\tstring::str_dup: out of memory\n"},
+      {[&] { half + half; }, "\tstring::str_cat: out of memory\n"},
+      {[&] { L.append(much); }, "\tFLNZ Memory Manager: Out of memory.\n"},
+  };
+  for (const auto& c : cases) {
+    const auto starved = [&] {
+      const rlimit none{0, 0};
+      setrlimit(RLIMIT_AS, &none);
+      c.call();
+    };
+    EXPECT_EXIT(starved(), testing::KilledBySignal(SIGABRT), c.report);
+  }
+}
+#endif
 
 }  // namespace
 }  // namespace planloc

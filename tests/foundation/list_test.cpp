@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <csignal>
 #include <random>
-#include <sstream>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/foundation/reports.h"
@@ -14,18 +16,12 @@ namespace planloc {
 namespace {
 
 using testing_support::report_of;
+using testing_support::text_of;
 
 list<int> numbers(int n) {
   list<int> L;
   for (int i = 1; i <= n; ++i) L.append(i);
   return L;
-}
-
-template <class T>
-std::string text_of(const list<T>& L) {
-  std::ostringstream out;
-  out << L;
-  return out.str();
 }
 
 // The items from both ends and the count agree with each other.
@@ -69,6 +65,42 @@ TEST(List, ItemsAndNeighbours) {
   EXPECT_EQ(single.pop(), 1);
   EXPECT_TRUE(single.empty());
   expect_sound(single);
+}
+
+struct ranked {
+  int rank;
+  char name;
+};
+int compare(const ranked& a, const ranked& b) { return a.rank - b.rank; }
+
+TEST(List, SearchAndExtremesByTheOrderOfTheEntries) {
+  const list<ranked> L = {{2, 'a'}, {3, 'b'}, {1, 'c'}, {3, 'd'}, {1, 'e'}};
+  EXPECT_EQ(L[L.min()].name, 'c');
+  EXPECT_EQ(L[L.max()].name, 'b');
+  EXPECT_EQ(L[L.search({3, '?'})].name, 'b');
+  EXPECT_EQ(L.rank({1, '?'}) + L.rank({7, '?'}), 3);
+  EXPECT_EQ(list<int>().min(), nullptr);
+  EXPECT_EQ(list<double>({1.0, std::nan("")}).rank(std::nan("")), 0);
+}
+
+// Long enough to reuse freed nodes of the same size, of other lists too, many times.
+TEST(List, NodesOfAllSizesComeAndGo) {
+  list<char> bytes;
+  list<std::string> words;
+  list<std::array<double, 40>> rows;
+  for (int i = 0; i < 3000; ++i) {
+    bytes.append(static_cast<char>(i));
+    words.append(std::string(static_cast<std::size_t>(i % 40), 'x'));
+    rows.append({1.0 * i});
+    if (i % 3 == 0) continue;
+    bytes.pop();
+    words.pop();
+    rows.pop();
+  }
+  EXPECT_EQ(bytes.size() + words.size() + rows.size(), 3000);
+  EXPECT_EQ(bytes.head(), static_cast<char>(2000));
+  EXPECT_EQ(words.head().size(), 2000u % 40);
+  EXPECT_EQ(rows.head()[0], 2000.0);
 }
 
 TEST(List, InsertionRemovalAndWholeLists) {
@@ -181,22 +213,15 @@ struct keyed {
 // The steps of the sort, written down once more: A[1..n], recursion on both sides.
 class Steps {
  public:
-  Steps(std::vector<keyed> entries, double tolerance) : A_(std::move(entries)), tie_(tolerance) {
-    A_.insert(A_.begin(), keyed{0.0, -1});
-    sort(1, static_cast<int>(A_.size()) - 1);
+  Steps(std::vector<keyed> A, double tie) : A_(std::move(A)), tie_(tie) {
+    sort(1, static_cast<int>(A_.size()));
   }
-  std::vector<int> places() const {
-    std::vector<int> result;
-    for (std::size_t i = 1; i < A_.size(); ++i) result.push_back(A_[i].place);
-    return result;
-  }
+  const std::vector<keyed>& result() const { return A_; }
 
  private:
-  bool less(int a, int b) const { return at(a).key < at(b).key - tie_; }
-  const keyed& at(int i) const { return A_[static_cast<std::size_t>(i)]; }
-  void exchange(int a, int b) {
-    std::swap(A_[static_cast<std::size_t>(a)], A_[static_cast<std::size_t>(b)]);
-  }
+  keyed& at(int i) { return A_[static_cast<std::size_t>(i - 1)]; }
+  bool less(int a, int b) { return at(a).key < at(b).key - tie_; }
+  void exchange(int a, int b) { std::swap(at(a), at(b)); }
   void sort(int l, int r) {
     if (l >= r) return;
     if (less(r, l)) exchange(l, r);
@@ -212,15 +237,10 @@ class Steps {
     int i = l + 1;
     int j = r;
     while (true) {
-      i += 1;
-      while (less(i, l + 1)) i += 1;
-      j -= 1;
-      while (less(l + 1, j)) j -= 1;
-      if (i < j) {
-        exchange(i, j);
-      } else {
-        break;
-      }
+      while (less(++i, l + 1)) continue;
+      while (less(l + 1, --j)) continue;
+      if (i >= j) break;
+      exchange(i, j);
     }
     exchange(j, l + 1);
     if (j > l + 1) sort(l, j - 1);
@@ -249,8 +269,11 @@ std::vector<int> sorted_places(const std::vector<double>& keys, double tolerance
 
 std::vector<int> stated_places(const std::vector<double>& keys, double tolerance) {
   std::vector<keyed> entries;
-  for (std::size_t i = 0; i < keys.size(); ++i) entries.push_back({keys[i], static_cast<int>(i)});
-  return Steps(entries, tolerance).places();
+  for (const double key : keys) entries.push_back({key, static_cast<int>(entries.size())});
+  std::vector<int> places;
+  const Steps steps(entries, tolerance);
+  for (const keyed& x : steps.result()) places.push_back(x.place);
+  return places;
 }
 
 TEST(ListSort, OrderOfEqualKeys) {

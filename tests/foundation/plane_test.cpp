@@ -1,12 +1,13 @@
 // Points, segments, lines, rays and circles.
-#include <gmpxx.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <numbers>
 #include <random>
 #include <sstream>
+#include <utility>
 
 #include "planloc/foundation/geometry/circle.h"
 #include "planloc/foundation/geometry/exact_orientation.h"
@@ -14,22 +15,18 @@
 #include "planloc/foundation/geometry/point.h"
 #include "planloc/foundation/geometry/ray.h"
 #include "planloc/foundation/geometry/segment.h"
+#include "tests/foundation/rat_cases.h"
 #include "tests/foundation/reports.h"
 
 namespace planloc {
 namespace {
 
+using rat_cases::fractions;
 using testing_support::report_of;
+using testing_support::text_of;
 
 constexpr double kPi = std::numbers::pi;
 const double kInfinity = std::numeric_limits<double>::infinity();
-
-template <class T>
-std::string text_of(const T& x) {
-  std::ostringstream out;
-  out << x;
-  return out.str();
-}
 
 void expect_near(const point& p, const point& q, double tolerance = 1e-14) {
   EXPECT_NEAR(p.xcoord(), q.xcoord(), tolerance);
@@ -155,60 +152,47 @@ TEST(Segment, AngleToAnother) {
             "1: point::angle:  zero vector input.");
 }
 
-// The number of common points (2 stands for more than one) of two closed segments, exactly.
-int common_points(const segment& s, const segment& t, double& x, double& y) {
-  const mpq_class ax(s.xcoord1()), ay(s.ycoord1()), cx(t.xcoord1()), cy(t.ycoord1());
-  const mpq_class ux = s.xcoord2() - ax, uy = s.ycoord2() - ay;
-  const mpq_class vx = t.xcoord2() - cx, vy = t.ycoord2() - cy;
-  const mpq_class wx = cx - ax, wy = cy - ay;
-  const mpq_class cross = ux * vy - uy * vx;
-  if (cross != 0) {
-    const mpq_class a = (wx * vy - wy * vx) / cross;
-    const mpq_class b = (wx * uy - wy * ux) / cross;
-    x = mpq_class(ax + a * ux).get_d();
-    y = mpq_class(ay + a * uy).get_d();
-    return a >= 0 && a <= 1 && b >= 0 && b <= 1 ? 1 : 0;
+// The number of common points (2 stands for more than one) of two closed segments, and one of them.
+int common_points(const segment& s, const segment& t, fractions& common) {
+  const fractions a(s.source()), c(t.source());
+  const fractions u = fractions(s.target()) - a, v = fractions(t.target()) - c, w = c - a;
+  const mpq_class turn = cross(u, v);
+  if (turn != 0) {
+    const mpq_class f = cross(w, v) / turn, g = cross(w, u) / turn;
+    common = {a.x + f * u.x, a.y + f * u.y};
+    return f >= 0 && f <= 1 && g >= 0 && g <= 1 ? 1 : 0;
   }
-  // Both lie along one direction d, one of them may be a point.
-  const bool s_is_point = ux == 0 && uy == 0;
-  const mpq_class dx = s_is_point ? vx : ux, dy = s_is_point ? vy : uy;
-  if (dx == 0 && dy == 0) {
-    x = s.xcoord1();
-    y = s.ycoord1();
-    return wx == 0 && wy == 0 ? 1 : 0;
-  }
-  if (wx * dy != wy * dx) return 0;
-  const auto along = [&](const point& p) {
-    return mpq_class(mpq_class(p.xcoord()) * dx + mpq_class(p.ycoord()) * dy);
+  if (cross(w, u) != 0 || cross(w, v) != 0) return 0;
+  // All on one line, or two points, which the coordinates order in the same way.
+  const auto ends = [](const segment& x) {
+    return compare(x.source(), x.target()) < 0 ? std::pair(x.source(), x.target())
+                                               : std::pair(x.target(), x.source());
   };
-  mpq_class s1 = along(s.source()), s2 = along(s.target());
-  mpq_class t1 = along(t.source()), t2 = along(t.target());
-  if (s1 > s2) swap(s1, s2);
-  if (t1 > t2) swap(t1, t2);
-  const mpq_class low = s1 > t1 ? s1 : t1, high = s2 < t2 ? s2 : t2;
-  if (low > high) return 0;
-  const mpq_class square = dx * dx + dy * dy;
-  const mpq_class f = (low - along(s.source())) / square;
-  x = mpq_class(ax + f * dx).get_d();
-  y = mpq_class(ay + f * dy).get_d();
-  return low == high ? 1 : 2;
+  const auto [s1, s2] = ends(s);
+  const auto [t1, t2] = ends(t);
+  const point low = compare(s1, t1) > 0 ? s1 : t1, high = compare(s2, t2) < 0 ? s2 : t2;
+  common = fractions(low);
+  const int order = compare(low, high);
+  return order > 0 ? 0 : order == 0 ? 1 : 2;
 }
 
-TEST(Segment, IntersectionOnALattice) {
-  std::mt19937 random(17);
+TEST(Segment, IntersectionIsExactAndRoundedOnce) {
+  rat_cases::Random random(17);
   int seen[3] = {};
   for (int trial = 0; trial < 20000; ++trial) {
-    // From time to time so small that every product underflows, or so large that it overflows.
+    // From time to time so small that every product underflows, or so large that it overflows; and
+    // every other time with ends of all bits, some next to the other segment.
     const int exponent = trial % 5 == 0 ? -600 : trial % 5 == 1 ? 600 : 0;
-    const auto lattice = [&] {
-      const double x = std::ldexp(static_cast<double>(random() % 5), exponent);
-      return point(x, std::ldexp(static_cast<double>(random() % 5), exponent));
+    const auto k = trial % 2 == 0 ? rat_cases::lattice(exponent) : rat_cases::reals(exponent);
+    const auto draw = [&] {
+      const double x = k(random);
+      return point(x, trial % 16 == 0 ? x : k(random));
     };
-    const point a = lattice(), b = lattice(), c = lattice(), d = lattice();
+    const point a = draw(), b = draw(), c = draw();
+    const point d = trial % 4 == 1 ? rat_cases::near_line(random, a, b) : draw();
     const segment s(a, b), t(c, d);
-    double x = 0.0;
-    double y = 0.0;
-    const int common = common_points(s, t, x, y);
+    fractions exact(a);
+    const int common = common_points(s, t, exact);
     ++seen[common];
     const point untouched(77, 77);
     point p = untouched;
@@ -216,12 +200,20 @@ TEST(Segment, IntersectionOnALattice) {
     ASSERT_EQ(s.intersection(t, p), common == 1) << s << t;
     ASSERT_EQ(t.intersection(s, q), common == 1) << s << t;
     if (common == 1) {
-      expect_near(p, point(x, y), std::ldexp(4e-15, exponent));
+      const point nearest(rat_cases::nearest_double(exact.x), rat_cases::nearest_double(exact.y));
+      ASSERT_EQ(p, nearest) << s << t;
+      ASSERT_EQ(q, nearest) << s << t;
     } else {
       EXPECT_EQ(p, untouched);
     }
   }
-  EXPECT_GT(seen[0] / 100 * (seen[1] / 100) * (seen[2] / 100), 0);
+  EXPECT_GT(std::min({seen[0], seen[1], seen[2]}), 300);
+  const segment across(point(1, -1), point(1, 1));
+  for (const double end : {kInfinity, -kInfinity, std::nan("")}) {
+    point p;
+    EXPECT_FALSE(across.intersection(segment(point(0, 0), point(end, 0.5)), p));
+    EXPECT_FALSE(segment(point(0, end), point(1, 0)).intersection(across, p));
+  }
 }
 
 TEST(Line, PointsAndIntersections) {
@@ -251,6 +243,14 @@ TEST(Line, PointsAndIntersections) {
   EXPECT_EQ(r.source(), point(1, 1));
   EXPECT_EQ(r.slope() + r.y_proj(0) + r.x_proj(5), 2.0 - 1.0 + 3.0);
   expect_near(ray(point(1, 1), kPi).point2(), point(0, 1));
+  EXPECT_EQ(r.side_of(point(0, 1)), 1);
+  ASSERT_TRUE(r.intersection(line(point(0, 5), point(1, 5)), p));
+  EXPECT_EQ(p, point(3, 5));
+  ASSERT_TRUE(r.intersection(diagonal, p));  // in its source
+  EXPECT_EQ(p, r.source());
+  EXPECT_FALSE(r.intersection(line(point(0, 0), point(1, 0)), p));
+  EXPECT_FALSE(r.intersection(line(point(0, 0), point(1, 2)), p));
+  EXPECT_EQ(p, r.source());
 }
 
 TEST(Circle, CentreAndRadius) {
@@ -308,28 +308,12 @@ TEST(Circle, Intersections) {
   }
 }
 
-TEST(Orientation, ExactSignNearTheLine) {
-  // Steps of one unit in the last place around (0.5, 0.5), against the line through two points of
-  // the diagonal: doubles alone give many wrong signs here.
-  const double ulp = std::ldexp(1.0, -53);
-  const point b(12, 12);
-  const point c(24, 24);
-  int wrong_in_doubles = 0;
-  for (int i = 0; i < 64; ++i) {
-    for (int j = 0; j < 64; ++j) {
-      const point a(0.5 + i * ulp, 0.5 + j * ulp);
-      const int expected = a.ycoord() > a.xcoord() ? -1 : a.ycoord() < a.xcoord() ? 1 : 0;
-      ASSERT_EQ(detail::exact_orientation(b, c, a), -expected);
-      ASSERT_EQ(detail::exact_orientation(a, b, c), -expected);
-      ASSERT_EQ(detail::exact_orientation(a, c, b), expected);
-      if (orientation(a, b, c) != -expected) ++wrong_in_doubles;
-    }
-  }
-  EXPECT_GT(wrong_in_doubles, 0);
+TEST(Orientation, SignInDoubles) {
   EXPECT_EQ(orientation(point(0, 0), point(1, 0), point(0, 1)), 1);
   EXPECT_EQ(orientation(point(0, 0), point(1, 0), point(0, -1)), -1);
   EXPECT_EQ(orientation(point(0, 0), point(1, 0), point(std::nan(""), 1)), 0);
   EXPECT_EQ(detail::exact_orientation(point(0, 0), point(1, 0), point(0, kInfinity)), 1);
+  EXPECT_EQ(detail::exact_orientation(point(0, 0), point(1, 0), point(std::nan(""), 1)), 0);
 }
 
 }  // namespace

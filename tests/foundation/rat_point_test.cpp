@@ -5,6 +5,7 @@
 #include <csignal>
 #include <utility>
 
+#include "planloc/foundation/geometry/exact_orientation.h"
 #include "planloc/foundation/geometry/fixed_crossing.h"
 #include "tests/foundation/rat_cases.h"
 #include "tests/foundation/reports.h"
@@ -88,6 +89,7 @@ TEST(RatPoint, OrientationIsTheSignOfTheExactDeterminant) {
   Random random(13);
   int certain = 0;
   int fixed = 0;
+  int different = 0;
   int runs = 0;
   for (const Coordinate& k : {reals(0), lattice(0), reals(-538), reals(-1060), reals(1019),
                               mixed({-1074, -20, 0, 20, 60, 1022})}) {
@@ -104,6 +106,8 @@ TEST(RatPoint, OrientationIsTheSignOfTheExactDeterminant) {
       ASSERT_EQ(orientation(rb, ra, rc), -expected);
       ASSERT_EQ(orientation(eager(a), rb, rc), expected);
       ASSERT_EQ(detail::orientation_exact(ra, rb, rc), expected);
+      ASSERT_EQ(detail::exact_orientation(a, b, c), expected);
+      different += orientation(a, b, c) != expected;
       const detail::xy xa = ra.doubles();
       certain += detail::certain_cross_sign(detail::rounded_difference(xa, rb.doubles()),
                                             detail::rounded_difference(xa, rc.doubles())) != 0;
@@ -114,6 +118,7 @@ TEST(RatPoint, OrientationIsTheSignOfTheExactDeterminant) {
   EXPECT_LT(certain, runs - runs / 10);
   EXPECT_GT(fixed, runs / 2);
   EXPECT_LT(fixed, runs);
+  EXPECT_GT(different, 100);  // doubles alone are often wrong here
 }
 
 TEST(RatPoint, Reports) {

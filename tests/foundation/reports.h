@@ -1,7 +1,9 @@
-// What a call reports through `error_handler`, caught so that a test goes on behind it.
+// What a call reports through `error_handler`, caught so that a test goes on behind it, and what a
+// value prints.
 #ifndef PLANLOC_TESTS_FOUNDATION_REPORTS_H_
 #define PLANLOC_TESTS_FOUNDATION_REPORTS_H_
 
+#include <sstream>
 #include <string>
 
 #include "planloc/foundation/containers/error_handler.h"
@@ -27,6 +29,13 @@ std::string report_of(Call call) {
   }
   set_error_handler(previous);
   return result;
+}
+
+template <class T>
+std::string text_of(const T& x) {
+  std::ostringstream out;
+  out << x;
+  return out.str();
 }
 
 }  // namespace planloc::testing_support

@@ -209,8 +209,8 @@ TEST(GaugeReader, LongLinesTakeTimeInProportion) {
 TEST(GaugeReader, EveryBrokenFileEndsInAControlledWay) {
   const Mutator mutator(1, {kOpen + kSquare + kTriangle + kClose, kMixed, kSquare},
                         {kSquare, kOpen, kClose, "begin {mixgauge}\n", "end {mixgauge}\n"});
-  expect_controlled_endings(mutator, 1000, read_polygauges);
-  expect_controlled_endings(mutator, 1000, read_mixgauges);
+  expect_controlled_endings(mutator, 600, read_polygauges);
+  expect_controlled_endings(mutator, 600, read_mixgauges);
 }
 
 }  // namespace

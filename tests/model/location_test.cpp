@@ -156,6 +156,8 @@ TEST(LocationTest, Comparison) {
 
 TEST(LocationTest, AnglesAndBisectors) {
   EXPECT_DOUBLE_EQ(at(1, 0).r_angle(at(0, 2)), kPi / 2);
+  // The cosine comes out above 1 and is not clamped.
+  EXPECT_TRUE(std::isnan(at(3, 3).r_angle(at(3, 3))));
   std::mt19937 random(5);
   std::uniform_real_distribution<double> u(-3.0, 3.0);
   for (int trial = 0; trial < 200; ++trial) {
@@ -167,6 +169,7 @@ TEST(LocationTest, AnglesAndBisectors) {
     EXPECT_NEAR(a.degrees(b), between / kPi * 180.0, 1e-4);
     const line l = bisector(a, b);
     ASSERT_NE(l.point1(), l.point2());
+    EXPECT_NEAR(l.point1().distance(a.to_point()), (a - b).norm(2), 1e-10);
     for (double t : {-1.0, 0.0, 0.5, 1.0, 3.0}) {
       const point p = l.point1().translate(t * l.seg().dx(), t * l.seg().dy());
       EXPECT_NEAR(p.distance(a.to_point()), p.distance(b.to_point()), 1e-10);
@@ -230,6 +233,7 @@ TEST(LocationDeathTest, Endings) {
   const char* const kNorm = "Bad p-Norm argument in location::norm(int p).";
   const char* const kAngle = "Zero length location in location::r_angle().";
   const list<location> no_polygons = locations({weightless, a});
+  const list<location> half_a_polygon = locations({a, weightless});
   const char* const kDim = "Incompatible dimension.";
   std::ostringstream out;
   expect_endings({
@@ -256,6 +260,7 @@ TEST(LocationDeathTest, Endings) {
       {1211, "Division by zero.", [&] { a / 0.0; }},
       {1212, "Can't happen: L in location::WriteAsPolygonList is not a polygon list?",
        [&] { location::WriteAsPolygonList(out, no_polygons); }},
+      {1210, kIndex, [&] { location::WriteAsPolygonList(out, half_a_polygon); }},
   });
 }
 

@@ -25,6 +25,19 @@ void expect_vertices(const polygauge& g, const list<point>& expected, double eps
   }
 }
 
+// The distance from a to b by matrix::solve in the basis of the cone.
+double distance_by_matrix(const polygauge& g, const point& a, const point& b) {
+  bool interior = false;
+  const list<segment> basis = g.cone_segments(a, g.cone_of(a, b, interior));
+  matrix M(2, 2);
+  M(0, 0) = basis.head().dx();
+  M(1, 0) = basis.head().dy();
+  M(0, 1) = basis.tail().dx();
+  M(1, 1) = basis.tail().dy();
+  const vector lambda = M.solve(vector(b.xcoord() - a.xcoord(), b.ycoord() - a.ycoord()));
+  return std::fabs(lambda[0]) + std::fabs(lambda[1]);
+}
+
 TEST(PolygaugeTest, ConeAndDistanceOfRandomPoints) {
   BallSource source(1);
   for (int trial = 0; trial < 1000; ++trial) {
@@ -42,16 +55,7 @@ TEST(PolygaugeTest, ConeAndDistanceOfRandomPoints) {
     EXPECT_GE(cross(ball[static_cast<std::size_t>(i) - 1], d), 0.0);
     EXPECT_GE(cross(d, ball[static_cast<std::size_t>(i) % ball.size()]), 0.0);
     for (int j = 1; j <= g.size(); ++j) EXPECT_EQ(g.in_cone(a, j, b, interior), j == i);
-
-    // To the last bit the coefficients are those of matrix::solve in the basis of the cone.
-    const list<segment> basis = g.cone_segments(a, i);
-    matrix M(2, 2);
-    M(0, 0) = basis.head().dx();
-    M(1, 0) = basis.head().dy();
-    M(0, 1) = basis.tail().dx();
-    M(1, 1) = basis.tail().dy();
-    const vector lambda = M.solve(d.to_vector());
-    EXPECT_EQ(g.distance(a, b), std::fabs(lambda[0]) + std::fabs(lambda[1]));
+    EXPECT_EQ(g.distance(a, b), distance_by_matrix(g, a, b));
   }
 }
 
@@ -64,13 +68,15 @@ TEST(PolygaugeTest, NormsOfTheClassicalGauges) {
     const location b = location::from_point(source.somewhere(9.0));
     EXPECT_NEAR(l1.distance(a, b), (b - a).norm(1), 1e-13);
     EXPECT_NEAR(linf.distance(a, b), (b - a).norm(-1), 1e-13);
+    // Both rows could be the pivot here.
+    EXPECT_EQ(linf.distance(a, b), distance_by_matrix(linf, a.to_point(), b.to_point()));
   }
   EXPECT_EQ(text(l1), "(0,1) (-1,0) (0,-1) (1,0)\n");
   EXPECT_EQ(text(linf), "(-1,1) (-1,-1) (1,-1) (1,1)\n");
   EXPECT_EQ(polygauge(kDiamond).distance(kZero, point(2, 3)), 5.0);
   const polygauge skew(points("2 0  0 1  -1 0  0 -1"));
   EXPECT_EQ(skew.distance(kZero, point(2, 0)), 1.0);
-  EXPECT_EQ(skew.distance(point(2, 0), kZero), 2.0);
+  EXPECT_EQ(skew.distance(at(2, 0), at(0, 0)), 2.0);
   EXPECT_EQ(skew.distance(point(2, 0), point(2, 0)), 0.0);
 }
 
@@ -108,6 +114,8 @@ TEST(PolygaugeTest, ConesOnTheirBoundaries) {
   EXPECT_FALSE(interior);
   EXPECT_EQ(g.in_cone(kZero, 2, point(0, -1), interior), 0);
   EXPECT_TRUE(interior);
+  // Seen from so far away the first direction has no length, and so every angle is 0.0.
+  EXPECT_EQ(g.cone_of(point(1e17, 0), point(1e17, -100), interior), 1);
 }
 
 TEST(PolygaugeTest, AboutACentre) {
@@ -116,7 +124,7 @@ TEST(PolygaugeTest, AboutACentre) {
   EXPECT_EQ(text(g.vertices_at(point(1, 2))), "(2,2) (1,3) (0,2) (1,1)");
   EXPECT_EQ(text(g.directions_at(at(1, 2))),
             "[(1,2)===(2,2)] [(1,2)===(1,3)] [(1,2)===(0,2)] [(1,2)===(1,1)]");
-  EXPECT_EQ(text(g.cone_vertices(point(1, 2), 4)), "(1,1) (2,2)");
+  EXPECT_EQ(text(g.cone_vertices(at(1, 2), 4)), "(1,1) (2,2)");
   EXPECT_EQ(text(g.cone_segments(at(1, 2), 2)), "[(1,2)===(1,3)] [(1,2)===(0,2)]");
   const list<point> L = points("3 3  0 0  1 2  1 5  2 0");
   EXPECT_EQ(text(g.points_in_cone(point(1, 1), 1, L)), "(3,3) (1,2) (1,5)");
@@ -144,7 +152,7 @@ TEST(PolygaugeTest, ExtentsOfTheBall) {
   EXPECT_EQ(square.mini(kZero, 0), point(-1, 1));
   EXPECT_EQ(square.max(point(3, 4), 1), point(2, 5));
   EXPECT_EQ(square.mini(at(3, 4), 1), point(2, 3));
-  const polygauge skew(points("3 4  -2 5  -1 -6"));
+  const polygauge skew(points("-1 -6  3 4  -2 5"));
   EXPECT_EQ(text(skew.max_diff(0)) + " " + text(skew.max_diff(1)), "5 11");
   EXPECT_EQ(skew.radius(), std::sqrt(37.0));
 }
@@ -176,6 +184,10 @@ TEST(PolygaugeTest, RotatedScaledNormalized) {
   const double h = std::sqrt(0.5);
   const list<point> expected = {point(1, 0), point(0, 1), point(-h, -h)};
   expect_vertices(polygauge(points("5 0  0 2  -1 -1")).normalized(), expected, 1e-15);
+  // By angle and length, so that (0, 1) does not stay right above the origin.
+  const polygauge l1 = polygauge::l1_gauge();
+  EXPECT_EQ(l1.scale(2.0).vertex(1), kZero.translate_by_angle(kPi / 2, 2.0));
+  EXPECT_EQ(l1.normalized().vertex(1), kZero.translate_by_angle(kPi / 2, 1.0));
 }
 
 TEST(PolygaugeTest, MergedHasTheDirectionsOfBoth) {
@@ -220,12 +232,14 @@ TEST(PolygaugeDeathTest, Endings) {
   const char* const kCone = "polygauge: Conenumber is not correct";
   const char* const kScale = "polygauge:scale must be greater than 0";
   const char* const kPlane = "Conversion to only possible for dimension 2.";
+  const polygauge late(points("1 -1  1 1  -1 1  -1 -1"));
   const auto make = [](const char* row) { polygauge{points(row)}; };
   expect_endings({
       {1701, kOrder, [&] { make("1 0  2 0  0 1"); }},
       {1701, kOrder, [&] { make("1 0  0 -1  -1 0  0 1"); }},
       {1702, kGap, [&] { make("1 0  -1 0  0 -1"); }},
       {1702, kGap, [&] { make("1 0  -1 -1  0 -1"); }},
+      {1702, kGap, [&] { make("1 0  0 1  0 -1"); }},
       {1703, kHull, [&] { make("1 0  0.5 0.5  0 1  -1 -1"); }},
       {1703, kHull, [&] { make("1 0  0.1 0.1  0 1  -1 -1"); }},
       {1704, kScale, [&] { g.scale(0.0); }},
@@ -233,8 +247,8 @@ TEST(PolygaugeDeathTest, Endings) {
       {1705, kCone, [&] { g.vertex(5); }},
       {1705, kCone, [&] { polygauge::l1_gauge().merged(g); }},
       // The walk runs through, as the first direction has collected two turns by then.
-      {1701, kOrder,
-       [&] { polygauge::l1_gauge().merged(polygauge(points("1 -1  1 1  -1 1  -1 -1"))); }},
+      {1701, kOrder, [&] { polygauge::l1_gauge().merged(late); }},
+      {1701, kOrder, [&] { late.merged(polygauge::l1_gauge()); }},
       {1706, kCone, [&] { g.edge_line(o, 5); }},
       {1203, kPlane, [&] { g.distance(o, location(3, 1)); }},
   });
@@ -242,6 +256,10 @@ TEST(PolygaugeDeathTest, Endings) {
   // The origin lies outside, and nobody looks.
   EXPECT_EQ(polygauge(points("1 0  1 1  0 1")).size(), 3);
   EXPECT_EXIT(make(""), testing::KilledBySignal(SIGABRT), "dlist::head\\(\\): empty list");
+  for (const char* row : {"1e-13 0  0 1  -1 0  0 -1", "1 0  0 1e-13  -1 0  0 -1"}) {
+    EXPECT_EXIT(polygauge(points(row)).distance(kZero, point(1, 1)),
+                testing::KilledBySignal(SIGABRT), "matrix::solve: matrix has not full rank.");
+  }
 }
 
 }  // namespace

@@ -1,4 +1,7 @@
-// Bounded arrays with an index range of their own. Use list.h for a sequence that grows.
+// Bounded arrays with an index range of their own, checked at every access, and arrays of arrays.
+// Use list.h for a sequence that grows, numeric/matrix.h for linear algebra.
+//
+// Entries start as T(). Copies are deep. Reports go through `error_handler` with the code stated.
 #ifndef PLANLOC_FOUNDATION_CONTAINERS_ARRAY_H_
 #define PLANLOC_FOUNDATION_CONTAINERS_ARRAY_H_
 
@@ -45,15 +48,15 @@ class array : public gen_array {
   array(int low, int high) : array(low, high, "array: out of memory") {}
 
   // "array::entry index out of range", code 2.
-  T& operator[](int i) { return entries_[checked(i, "array::entry index out of range")]; }
+  T& operator[](int i) { return entries_[checked(i, "array::entry index out of range")].value; }
   const T& operator[](int i) const {
-    return entries_[checked(i, "array::entry index out of range")];
+    return entries_[checked(i, "array::entry index out of range")].value;
   }
   T& entry(int i) { return (*this)[i]; }
   const T& entry(int i) const { return (*this)[i]; }
 
   // "array::inf index out of range", code 2.
-  const T& inf(int i) const { return entries_[checked(i, "array::inf index out of range")]; }
+  const T& inf(int i) const { return entries_[checked(i, "array::inf index out of range")].value; }
 
   // A random permutation of the entries l..h, of all of them without arguments.
   // "array::permute illegal range" (code 1).
@@ -65,16 +68,21 @@ class array : public gen_array {
     for (int i = h; i > l; --i) std::swap((*this)[i], (*this)[l + random_below(i - l + 1)]);
   }
 
-  // The exchanges of `list::sort`.
+  // By cmp(a, b), negative for "a before b", with the exchanges of `list::sort`.
   template <class Compare>
   void sort(Compare cmp) {
     detail::quicksort(entries_.data(), 0, static_cast<long>(size()) - 1,
-                      [&](const T& a, const T& b) { return cmp(a, b) < 0; });
+                      [&](const cell& a, const cell& b) { return cmp(a.value, b.value) < 0; });
   }
 
  private:
   template <class>
   friend class array2;
+
+  // Keeps an array<bool> one of addressable entries.
+  struct cell {
+    T value{};
+  };
 
   array(int low, int high, const char* out_of_memory) : gen_array(low, high) {
     try {
@@ -89,7 +97,7 @@ class array : public gen_array {
     return static_cast<std::size_t>(i - low());
   }
 
-  std::vector<T> entries_;
+  std::vector<cell> entries_;
 };
 
 // An array of arrays: rows low1..high1, each with the columns low2..high2.

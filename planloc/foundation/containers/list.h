@@ -1,8 +1,12 @@
 // A doubly linked list of values with item handles: the sequence that every part of planloc speaks
 // in. Use array.h for access by number, std::vector inside a hot loop.
 //
-// A handle (`list_item`) stays valid until its item is deleted. Reports go through `error_handler`
-// with code 1 unless stated; a handler that returns leaves the result undefined.
+// 1. A list owns copies of its entries. Copying a list copies every entry; moving one is O(1).
+// 2. A handle (`list_item`) stays valid until its item is deleted, whatever happens around it.
+// 3. Reports go through `error_handler` with code 1 unless stated; behind a handler that returns,
+//    the result is not defined.
+// REQUIRES, of every handle passed in: it belongs to this list. A null handle is good only where
+// that is said.
 //
 //   list<point> L;
 //   L.append(point(1, 2));
@@ -13,7 +17,6 @@
 
 #include <cstddef>
 #include <initializer_list>
-#include <istream>
 #include <iterator>
 #include <new>
 #include <ostream>
@@ -130,8 +133,10 @@ class list : public dlist {
 
   // ----- Search -----
 
-  list_item search(const T& x) const;  // first equal entry, or null
-  int rank(const T& x) const;          // 1-based position of the first equal entry, or 0
+  // The first entry equal to x, by `==` or, where T has none, by `compare`: its item, or null; its
+  // 1-based position, or 0. Linear time.
+  list_item search(const T& x) const;
+  int rank(const T& x) const;
 
   // The first smallest, the first largest entry by `compare`; null for an empty list.
   list_item min() const { return extreme(-1); }
@@ -241,7 +246,7 @@ void list<T>::clear() {
 template <class T>
 list_item list<T>::search(const T& x) const {
   for (list_item it = first(); it; it = succ(it)) {
-    if (contents(it) == x) return it;
+    if (detail::same_entry(contents(it), x)) return it;
   }
   return nullptr;
 }
@@ -250,7 +255,7 @@ template <class T>
 int list<T>::rank(const T& x) const {
   int position = 1;
   for (const T& y : *this) {
-    if (y == x) return position;
+    if (detail::same_entry(y, x)) return position;
     ++position;
   }
   return 0;

@@ -7,11 +7,11 @@
 
 namespace planloc::detail {
 
-// One pass over a[l..r] with r > l + 2: median of three, then the partition. Returns the place
-// where the pivot comes to stand.
+// Parts a[l..r] around the pivot a[k] and returns the place where the pivot comes to stand.
 //
-// REQUIRES: a[r] does not compare less than a[l]. Both scans stop inside the range without a bound
-// check: a[r] does not compare less than the pivot, and the pivot stands at l + 1.
+// REQUIRES: r > l + 2; a[r] does not compare less than a[k], and nothing less than itself. Then
+// both scans stop inside the range without a bound check, the upward one at r, the downward one at
+// the pivot, and `less` need not be transitive.
 template <class Entry, class Less>
 long quicksort_partition(Entry* a, long l, long r, long k, const Less& less) {
   std::swap(a[k], a[l + 1]);
@@ -30,8 +30,9 @@ long quicksort_partition(Entry* a, long l, long r, long k, const Less& less) {
   return j;
 }
 
-// Sorts a[l..r]. The two parts behind a partition are independent of each other, so the smaller one
-// is sorted by recursion and the larger one by the loop: the depth stays logarithmic.
+// Sorts a[l..r], with a median of three as the pivot. The two parts behind a partition are
+// independent of each other, so the smaller one is sorted by recursion and the larger one by the
+// loop: the depth stays logarithmic.
 template <class Entry, class Less>
 void quicksort(Entry* a, long l, long r, const Less& less) {
   while (l < r) {

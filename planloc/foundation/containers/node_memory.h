@@ -1,4 +1,7 @@
-// Memory of small objects of equal size: the nodes of lists and graphs.
+// Memory of the nodes of lists and graphs: a free list for each size below 256 bytes, the general
+// heap beyond. Freed nodes are kept for nodes of the same size. For everything else use `new`.
+//
+// Not for use from several threads at once.
 #ifndef PLANLOC_FOUNDATION_CONTAINERS_NODE_MEMORY_H_
 #define PLANLOC_FOUNDATION_CONTAINERS_NODE_MEMORY_H_
 

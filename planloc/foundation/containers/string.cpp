@@ -18,9 +18,10 @@ const char* present(const char* text) {
   return text;
 }
 
-std::shared_ptr<const std::string> shared(const char* text, const char* out_of_memory) {
+template <class MakeText>
+std::shared_ptr<const std::string> shared(MakeText make_text, const char* out_of_memory) {
   try {
-    return std::make_shared<const std::string>(text);
+    return std::make_shared<const std::string>(make_text());
   } catch (const std::bad_alloc&) {
     error_handler(1, out_of_memory);
     throw;
@@ -37,10 +38,10 @@ const std::shared_ptr<const std::string>& empty_text() {
 
 string::string() : text_(empty_text()) {}
 
-string::string(const char* text) : text_(shared(present(text), "string::str_dup: out of memory")) {}
+string::string(const char* text)
+    : text_(shared([&] { return present(text); }, "string::str_dup: out of memory")) {}
 
-string::string(const std::string& text)
-    : text_(shared(text.c_str(), "string::str_dup: out of memory")) {}
+string::string(const std::string& text) : string(text.c_str()) {}
 
 std::string string::formatted(const char* format, ...) {
   std::va_list args;
@@ -63,9 +64,9 @@ char string::operator[](int i) const {
   return (*text_)[static_cast<std::size_t>(i)];
 }
 
-string string::operator+(const string& other) const {
+string operator+(const string& a, const string& b) {
   string sum;
-  sum.text_ = shared((*text_ + *other.text_).c_str(), "string::str_cat: out of memory");
+  sum.text_ = shared([&] { return *a.text_ + *b.text_; }, "string::str_cat: out of memory");
   return sum;
 }
 

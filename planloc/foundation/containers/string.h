@@ -1,5 +1,7 @@
 // An immutable text, shared by reference count: copying one costs a pointer. Names of facilities,
 // file names and messages are such texts; use std::string to build up something long.
+//
+// Texts compare as by strcmp. Reports go through `error_handler` with code 1.
 #ifndef PLANLOC_FOUNDATION_CONTAINERS_STRING_H_
 #define PLANLOC_FOUNDATION_CONTAINERS_STRING_H_
 
@@ -18,7 +20,7 @@ class string {
   // The empty text.
   string();
   // A copy of `text`, taken as it stands: a `%` in it has no meaning.
-  // "string::str_dup: nil argument" for a null pointer.
+  // "string::str_dup: nil argument" for a null pointer; "string::str_dup: out of memory".
   string(const char* text);  // NOLINT(google-explicit-constructor)
   // The text of one character. A template, so that a literal 0 is a null pointer and no character.
   template <std::same_as<char> Char>
@@ -34,16 +36,17 @@ class string {
   int length() const { return static_cast<int>(text_->size()); }
   const char* cstring() const { return text_->c_str(); }
 
-  // Character i, from 0. "string::operator[]: index out of range" (code 1) outside.
+  // Character i, from 0. "string::operator[]: index out of range" outside.
   char operator[](int i) const;
 
-  string operator+(const string& other) const;
+  // "string::str_cat: out of memory".
+  friend string operator+(const string& a, const string& b);
   string& operator+=(const string& other) { return *this = *this + other; }
 
   bool operator==(const string& other) const { return *text_ == *other.text_; }
   bool operator<(const string& other) const { return compare_text(other) < 0; }
 
-  // Reads up to the next white space.
+  // Skips white space and reads up to the next; an input without a word fails and leaves the text.
   void read(std::istream& in);
 
  private:

@@ -1,4 +1,7 @@
-// Circles of the plane on doubles. Reports go through `error_handler` with code 1.
+// Circles of the plane on doubles, by three points or by centre and radius, and their intersections
+// with circles and lines. Unit balls of other gauges are polygons: see polygon.h.
+//
+// Computes in plain double arithmetic. Reports go through `error_handler` with code 1.
 #ifndef PLANLOC_FOUNDATION_GEOMETRY_CIRCLE_H_
 #define PLANLOC_FOUNDATION_GEOMETRY_CIRCLE_H_
 

@@ -1,5 +1,5 @@
 // Exact decisions on points with double coordinates in integers of fixed width, without the heap.
-// Internal: the second step of rat_ray.h and rat_point.h, behind the filter.
+// Internal: the second step of rat_ray.h and rat_point.h, behind filter.h.
 //
 // All coordinates of a call are scaled by one power of 2 to integers. That takes their exponents to
 // lie within kMaxSpread of each other, wherever that range is; otherwise there is no answer and

@@ -1,4 +1,5 @@
-// Straight lines of the plane on doubles, each given by a segment on it.
+// Straight lines of the plane on doubles, each given by a segment on it. Use segment.h for what
+// ends at two points, ray.h for what ends at one.
 #ifndef PLANLOC_FOUNDATION_GEOMETRY_LINE_H_
 #define PLANLOC_FOUNDATION_GEOMETRY_LINE_H_
 

@@ -1,8 +1,6 @@
 #include "planloc/foundation/geometry/polygon.h"
 
-#include <algorithm>
 #include <utility>
-#include <vector>
 
 #include "planloc/foundation/containers/error_handler.h"
 #include "planloc/foundation/geometry/exact_orientation.h"
@@ -49,13 +47,6 @@ double signed_area(const list<segment>& edges) {
   return sum / 2.0;
 }
 
-bool in_box(const segment& e, const point& p) {
-  return std::min(e.xcoord1(), e.xcoord2()) <= p.xcoord() &&
-         p.xcoord() <= std::max(e.xcoord1(), e.xcoord2()) &&
-         std::min(e.ycoord1(), e.ycoord2()) <= p.ycoord() &&
-         p.ycoord() <= std::max(e.ycoord1(), e.ycoord2());
-}
-
 }  // namespace
 
 polygon::polygon() {
@@ -68,8 +59,8 @@ polygon::polygon(const list<point>& P, bool check_for_simplicity, bool check_for
   rep->vertices = P;
   rep->segments = edges_around(P);
   if ((check_for_simplicity || check_for_weakly_simple) && some_cross(rep->segments)) {
-    error_handler(1, check_for_simplicity ? "POLYGON: POLYGON is not simple"
-                                          : "POLYGON: POLYGON is not weakly simple");
+    if (check_for_simplicity) error_handler(1, "POLYGON: POLYGON is not simple");
+    if (check_for_weakly_simple) error_handler(1, "POLYGON: POLYGON is not weakly simple");
   }
   rep->area = signed_area(rep->segments);
   if (rep->area < 0.0) {
@@ -86,7 +77,7 @@ int polygon::side_of(const point& p) const {
   int winding = 0;
   for (const segment& e : segments()) {
     const int side = orientation(e.source(), e.target(), p);
-    if (side == 0 && in_box(e, p)) return 0;
+    if (side == 0 && detail::in_box(e, p)) return 0;
     const bool starts_below = e.ycoord1() <= p.ycoord();
     const bool ends_below = e.ycoord2() <= p.ycoord();
     if (starts_below && !ends_below && side > 0) ++winding;

@@ -1,5 +1,5 @@
 // Polygons of the plane on doubles: a closed chain of edges with the inside on the left. Copies
-// share their lists.
+// share their lists. For the convex polygon around given points call CONVEX_HULL of hull.h first.
 #ifndef PLANLOC_FOUNDATION_GEOMETRY_POLYGON_H_
 #define PLANLOC_FOUNDATION_GEOMETRY_POLYGON_H_
 
@@ -15,14 +15,14 @@ class polygon {
  public:
   polygon();  // the empty polygon
 
-  // An edge from each vertex to its cyclic successor. A negative area turns the order of the
-  // vertices around. Degenerate chains (all points equal, or collinear) are kept as they are.
-  //
-  // Reports, code 1: with `check_for_simplicity` "POLYGON: POLYGON is not simple", with
-  // `check_for_weakly_simple` "POLYGON: POLYGON is not weakly simple", if two edges cross, that is,
-  // if each has its ends strictly on different sides of the other. Edges that touch or overlap do
-  // not cross: polygons the size of a rounding error, whose vertices fall on each other, pass. The
-  // checks are exact and take time quadratic in the number of vertices.
+  // An edge from each vertex to its cyclic successor.
+  // 1. A negative area turns the order of the vertices around.
+  // 2. Degenerate chains are kept: an area of 0.0 is not negative.
+  // 3. If two edges cross, `check_for_simplicity` reports "POLYGON: POLYGON is not simple" and
+  //    `check_for_weakly_simple` "POLYGON: POLYGON is not weakly simple", with code 1. Two edges
+  //    cross if each has its ends strictly on different sides of the other; edges that touch or
+  //    overlap do not, so that polygons the size of a rounding error, whose vertices fall on each
+  //    other, pass. The checks are exact and take time quadratic in the number of vertices.
   explicit polygon(const list<point>& P, bool check_for_simplicity = true,
                    bool check_for_weakly_simple = false);
 

@@ -3,6 +3,7 @@
 #ifndef PLANLOC_FOUNDATION_GEOMETRY_RAY_H_
 #define PLANLOC_FOUNDATION_GEOMETRY_RAY_H_
 
+#include "planloc/foundation/geometry/line.h"
 #include "planloc/foundation/geometry/segment.h"
 
 namespace planloc {
@@ -25,9 +26,26 @@ class ray {
   double x_proj(double y) const { return seg_.x_proj(y); }
   bool is_vertical() const { return seg_.is_vertical(); }
 
+  // True if l cuts the supporting line in a point that is not behind the source; p receives it. For
+  // parallel lines and behind the source false, with p as it was.
+  bool intersection(const line& l, point& p) const;
+
+  // orientation(point1(), point2(), p)
+  int side_of(const point& p) const { return orientation(point1(), point2(), p); }
+
  private:
   segment seg_;
 };
+
+inline bool ray::intersection(const line& l, point& p) const {
+  point cut;
+  if (!seg_.intersection_of_lines(l.seg(), cut)) return false;
+  const double ahead =
+      (cut.xcoord() - seg_.xcoord1()) * seg_.dx() + (cut.ycoord() - seg_.ycoord1()) * seg_.dy();
+  if (ahead < 0.0) return false;
+  p = cut;
+  return true;
+}
 
 }  // namespace planloc
 

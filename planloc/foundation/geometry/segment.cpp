@@ -8,14 +8,6 @@
 namespace planloc {
 namespace {
 
-// REQUIRES: p is collinear with the ends of s.
-bool within_ends(const segment& s, const point& p) {
-  return std::min(s.xcoord1(), s.xcoord2()) <= p.xcoord() &&
-         p.xcoord() <= std::max(s.xcoord1(), s.xcoord2()) &&
-         std::min(s.ycoord1(), s.ycoord2()) <= p.ycoord() &&
-         p.ycoord() <= std::max(s.ycoord1(), s.ycoord2());
-}
-
 // REQUIRES: all four ends are collinear.
 bool collinear_intersection(const segment& a, const segment& b, point& p) {
   const auto ordered = [](const segment& s) {
@@ -42,7 +34,17 @@ double segment::x_proj(double y) const {
   return xcoord1() - (ycoord1() - y) / slope_;
 }
 
+bool detail::in_box(const segment& s, const point& p) {
+  return std::min(s.xcoord1(), s.xcoord2()) <= p.xcoord() &&
+         p.xcoord() <= std::max(s.xcoord1(), s.xcoord2()) &&
+         std::min(s.ycoord1(), s.ycoord2()) <= p.ycoord() &&
+         p.ycoord() <= std::max(s.ycoord1(), s.ycoord2());
+}
+
 bool segment::intersection(const segment& s, point& p) const {
+  for (const point* end : {&source_, &target_, &s.source_, &s.target_}) {
+    if (!detail::finite(*end)) return false;
+  }
   const int s1 = detail::exact_orientation(source_, target_, s.source_);
   const int s2 = detail::exact_orientation(source_, target_, s.target_);
   const int t1 = detail::exact_orientation(s.source_, s.target_, source_);
@@ -52,16 +54,12 @@ bool segment::intersection(const segment& s, point& p) const {
     p = end;
     return true;
   };
-  if (s1 == 0 && within_ends(*this, s.source_)) return take(s.source_);
-  if (s2 == 0 && within_ends(*this, s.target_)) return take(s.target_);
-  if (t1 == 0 && within_ends(s, source_)) return take(source_);
-  if (t2 == 0 && within_ends(s, target_)) return take(target_);
+  if (s1 == 0 && detail::in_box(*this, s.source_)) return take(s.source_);
+  if (s2 == 0 && detail::in_box(*this, s.target_)) return take(s.target_);
+  if (t1 == 0 && detail::in_box(s, source_)) return take(source_);
+  if (t2 == 0 && detail::in_box(s, target_)) return take(target_);
   if (s1 * s2 >= 0 || t1 * t2 >= 0) return false;
-  // Two segments that do cross may still be too close to parallel for doubles.
-  if (!intersection_of_lines(s, p) || !within_ends(*this, p) || !within_ends(s, p)) {
-    p = detail::exact_crossing(source_, target_, s.source_, s.target_);
-  }
-  return true;
+  return take(detail::exact_crossing(source_, target_, s.source_, s.target_));
 }
 
 bool segment::intersection_of_lines(const segment& s, point& p) const {

@@ -1,5 +1,5 @@
 // Directed segments of the plane on doubles; both ends may be the same point. Use line.h or ray.h
-// for what goes on beyond the ends.
+// for what goes on beyond the ends, rat_segment.h for ends that are no doubles.
 #ifndef PLANLOC_FOUNDATION_GEOMETRY_SEGMENT_H_
 #define PLANLOC_FOUNDATION_GEOMETRY_SEGMENT_H_
 
@@ -54,12 +54,15 @@ class segment {
   // True if the two closed segments have exactly one point in common; p receives it.
   // 1. The decision is exact for the ends as they are. An overlap in more than one point gives
   //    false, ends that touch give true.
-  // 2. If the common point is an end, p is that end; otherwise it is rounded.
+  // 2. If the common point is an end, p is that end; otherwise its exact coordinates are rounded
+  //    once to the nearest double: p lies in the bounding boxes of both, and all pairs of segments
+  //    through one point yield the same coordinates.
   // 3. p stays as it was if the result is false.
+  // 4. A segment with an end that is infinite or not a number meets nothing.
   bool intersection(const segment& s, point& p) const;
 
-  // True if the supporting lines cut; p receives the point where they do. Lines whose cross product
-  // comes out as 0.0 are parallel, and p stays as it was.
+  // True if the supporting lines cut; p receives the point where they do, in plain doubles. Lines
+  // whose cross product comes out as 0.0 are parallel, and p stays as it was.
   bool intersection_of_lines(const segment& s, point& p) const;
 
   bool operator==(const segment& s) const { return source_ == s.source_ && target_ == s.target_; }
@@ -71,6 +74,13 @@ class segment {
   double dy_;
   double slope_;
 };
+
+namespace detail {
+
+// Whether p lies in the closed bounding box of s.
+bool in_box(const segment& s, const point& p);
+
+}  // namespace detail
 
 // "[(x,y)===(x,y)]"
 std::ostream& operator<<(std::ostream& out, const segment& s);

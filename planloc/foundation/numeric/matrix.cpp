@@ -134,8 +134,9 @@ matrix matrix::operator*(const matrix& other) const {
     return matrix();
   }
   matrix product(dim1(), other.dim2());
-  for (int i = 0; i < dim1(); ++i) {
-    for (int j = 0; j < other.dim2(); ++j) product(i, j) = row(i) * other.col(j);
+  for (int j = 0; j < other.dim2(); ++j) {
+    const vector column = other.col(j);
+    for (int i = 0; i < dim1(); ++i) product(i, j) = rows_[static_cast<std::size_t>(i)] * column;
   }
   return product;
 }

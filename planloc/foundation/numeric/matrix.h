@@ -1,5 +1,7 @@
-// Dense matrices of doubles, row by row, with Gaussian elimination: the small systems of the
-// gauges and of the direct solvers. Reports go through `error_handler` with code 1.
+// Dense matrices of doubles with Gaussian elimination: the small systems of the gauges and of the
+// direct solvers. Linear programs are the business of planloc/engine.
+//
+// Copied by value. Reports go through `error_handler` with code 1.
 #ifndef PLANLOC_FOUNDATION_NUMERIC_MATRIX_H_
 #define PLANLOC_FOUNDATION_NUMERIC_MATRIX_H_
 

@@ -1,5 +1,6 @@
 // Vectors of doubles of any dimension, copied by value. For the coordinates and weights of a
-// facility use Loc_Vector (planloc/model/loc_vector.h), which is silent where this class reports.
+// facility use Loc_Vector (planloc/model/loc_vector.h), which is silent where this class reports;
+// for points of the plane geometry/point.h.
 //
 // Reports go through `error_handler` with code 1.
 #ifndef PLANLOC_FOUNDATION_NUMERIC_VECTOR_H_

@@ -1,0 +1,187 @@
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <sstream>
+#include <string>
+
+#include "engine_fixture.h"
+#include "planloc/engine/ilc_linopt_impl.h"
+#include "planloc/engine/manager_impl.h"
+
+namespace planloc {
+namespace {
+
+const testing::KilledBySignal kAborted(SIGABRT);
+
+template <typename Handle>
+std::string printed(Handle handle) {
+  std::ostringstream out;
+  out << handle;
+  return out.str();
+}
+
+using ExpressionTest = EngineTest;
+
+TEST_F(ExpressionTest, ShortcutsMakeNoNode) {
+  const IlcFloatExp x = free_variable(), y = free_variable();
+  const IlcFloatExp zero = 0.0 * x;
+  EXPECT_EQ(zero.getImpl(), (0.0 * y).getImpl());
+  EXPECT_EQ(zero.getMin(), 0.0);
+  EXPECT_EQ(zero.getMax(), 0.0);
+  const IlcHeap::Index index = m.getHeap()->getIndex();
+  EXPECT_EQ((1.0 * x).getImpl(), x.getImpl());
+  EXPECT_EQ((3.0 * zero).getImpl(), zero.getImpl());
+  EXPECT_EQ((-1.0 * zero).getImpl(), zero.getImpl());
+  EXPECT_EQ((zero + x).getImpl(), x.getImpl());
+  EXPECT_EQ((x + zero).getImpl(), x.getImpl());
+  EXPECT_EQ((x - 0.0).getImpl(), x.getImpl());
+  EXPECT_EQ((x + 0.0).getImpl(), x.getImpl());
+  EXPECT_EQ(m.getHeap()->getIndex(), index);
+}
+
+TEST_F(ExpressionTest, EqualExpressionsAreOneObject) {
+  const IlcFloatExp x = free_variable("x"), y = free_variable("y");
+  const auto build = [&] {
+    return std::vector<IlcFloatExp>{x + y,   2.0 * x, -2.0 * x, -1.0 * x,
+                                    x + 2.0, x - 2.0, x + x,    (2.0 * x + y) - 7.5};
+  };
+  const auto first = build();
+  const IlcHeap::Index index = m.getHeap()->getIndex();
+  const auto second = build();
+  EXPECT_EQ(m.getHeap()->getIndex(), index);
+  for (std::size_t i = 0; i < first.size(); ++i) {
+    EXPECT_EQ(first[i].getImpl(), second[i].getImpl()) << i;
+  }
+  EXPECT_EQ(first[6].getImpl(), first[1].getImpl()) << "x + x is 2 * x";
+  EXPECT_NE((y + x).getImpl(), first[0].getImpl()) << "operands keep their places";
+  EXPECT_NE(first[4].getImpl(), first[5].getImpl());
+  const IlcFloatExp sum = x + y;
+  EXPECT_EQ((sum + sum).getImpl(), (2.0 * sum).getImpl());
+  for (int i = 0; i < 5000; ++i) EXPECT_EQ((x + i * 0.5).getImpl(), (x + i * 0.5).getImpl());
+  EXPECT_EQ((2.0 * x).getImpl(), first[1].getImpl()) << "after the table has grown";
+}
+
+TEST_F(ExpressionTest, BoundsFollowThoseOfTheVariables) {
+  const IlcFloatVar x(m, -1, 2), y(m, 3, 5);
+  const struct {
+    IlcFloatExp exp;
+    double min, max;
+  } cases[] = {{x + y, 2, 7},   {2.0 * x, -2, 4}, {-3.0 * x, -6, 3},           {-1.0 * x, -2, 1},
+               {x + 4.0, 3, 6}, {y - 4.0, -1, 1}, {2.0 * (x + y) - 1.0, 3, 13}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(c.exp.getMin(), c.min) << c.exp;
+    EXPECT_EQ(c.exp.getMax(), c.max) << c.exp;
+  }
+  IlcFloatVar(x).setRange(0, 1);
+  EXPECT_EQ((x + y).getMin(), 3) << "computed again after a change";
+  EXPECT_EQ((x + y).getMax(), 6);
+  EXPECT_EQ(free_variable().getMax(), IlcInfinity);
+}
+
+TEST_F(ExpressionTest, ChainsAreAsLongAsTheModel) {
+  IlcFloatVarArray vars(m, 200000, 0.0, 1.0);
+  IlcFloatExp sum = vars[0];
+  for (int i = 1; i < vars.getSize(); ++i) sum = sum + vars[i];
+  EXPECT_EQ(sum.getMax(), 200000);
+  sum.setRange(-1, 0);
+  EXPECT_EQ(vars[199999].getMax(), 0);
+  EXPECT_EQ(vars[0].getMax(), 0);
+}
+
+TEST_F(ExpressionTest, SetRangeKeepsTheCommonPart) {
+  IlcFloatVar x(m, 0, 10);
+  const std::size_t saved = m.getImpl()->trail().size();
+  x.setRange(-5, 20);
+  EXPECT_EQ(m.getImpl()->trail().size(), saved) << "nothing changes, nothing is saved";
+  x.setRange(2, 20);
+  EXPECT_EQ(x.getMin(), 2);
+  EXPECT_EQ(x.getMax(), 10);
+  EXPECT_GT(m.getImpl()->trail().size(), saved);
+  x.setRange(-5, 8);
+  EXPECT_EQ(x.getMin(), 2);
+  EXPECT_EQ(x.getMax(), 8);
+
+  IlcFloatVar f = free_variable();
+  m.useExceptions(1);
+  EXPECT_THROW(x.setRange(5, 4), IlcFailException);
+  EXPECT_THROW(x.setRange(9, 12), IlcFailException);
+  EXPECT_THROW(x.setRange(0, 1), IlcFailException);
+  EXPECT_THROW(f.setRange(IlcInfinity, IlcInfinity), IlcFailException);
+  EXPECT_THROW(f.setRange(-IlcInfinity, -IlcInfinity), IlcFailException);
+  EXPECT_EQ(x.getMin(), 2);
+  EXPECT_EQ(x.getMax(), 8);
+  x.setRange(8, 8);
+  EXPECT_EQ(x.getValue(), 8);
+}
+
+TEST_F(ExpressionTest, RangesReachTheOperands) {
+  IlcFloatVar x(m, 0, 10), y(m, 1, 5);
+  const struct {
+    IlcFloatExp exp;
+    double min, max, x_min, x_max;
+  } cases[] = {{x + 2.0, -IlcInfinity, 11, 0, 9},
+               {2.0 * x, 1, IlcInfinity, 0.5, 9},
+               {-2.0 * x, -16, IlcInfinity, 0.5, 8},
+               {-1.0 * x, -IlcInfinity, -1, 1, 8},
+               {x + y, -IlcInfinity, 8, 1, 7}};
+  for (auto c : cases) {
+    c.exp.setRange(c.min, c.max);
+    EXPECT_EQ(x.getMin(), c.x_min) << c.exp;
+    EXPECT_EQ(x.getMax(), c.x_max) << c.exp;
+  }
+  IlcFloatExp free_sum = free_variable() + free_variable();
+  free_sum.setRange(1, 2);
+  y.setRange(2, 2);
+  EXPECT_EQ(free_sum.getMax(), 2) << "a range set on a node survives changes elsewhere";
+}
+
+TEST_F(ExpressionTest, ConstraintsPrintAsWritten) {
+  const IlcFloatVar x = free_variable("x"), y = free_variable("y");
+  EXPECT_EQ(printed(x <= y), "x <= y");
+  EXPECT_EQ(printed(x >= y), "x >= y");
+  EXPECT_EQ(printed(2.0 * x + y <= y - 1.5), "(2 * x + y) <= (y + -1.5)");
+}
+
+TEST_F(ExpressionTest, ValueOfAnUnboundVariableIsReported) {
+  EXPECT_EXIT(IlcFloatVar(m, 0, 1, "x").getValue(), kAborted,
+              "Solver Error : IlcFloatExpI::getValue : unbound constrained variable : x\n");
+  EXPECT_EXIT(IlcFloatVar().getMin(), kAborted, "_impl != 0");
+  EXPECT_EXIT(1.0 * IlcFloatExp(), kAborted, "_impl != 0");
+}
+
+struct SquareI final : IlcFloatExpI {
+  explicit SquareI(IlcFloatExp e)
+      : IlcFloatExpI(e.getManager().getImpl(), {IlcExpKind::kOffset, e.getImpl(), nullptr, 0.0}) {}
+  void display(std::ostream& out) const override { out << "square"; }
+};
+
+struct BareConstraintI final : IlcConstraintI {
+  using IlcConstraintI::IlcConstraintI;
+  void post() override {}
+  void propagate() override {}
+  void display(std::ostream& out) const override { out << "bare"; }
+};
+
+TEST_F(ExpressionTest, NodesWithoutARuleReport) {
+  IlcLinOpt lp(m, 0);
+  const IlcFloatExp square(new (m.getHeap()) SquareI(free_variable()));
+  EXPECT_EQ(report_of([&] { lp.setObjMin(square); }).text, "Not a linear expression");
+  EXPECT_EQ(report_of([&] { square.getMin(); }).text, "access to uninitialised floatvar");
+  IlcConstraint bare(new (m.getHeap()) BareConstraintI(m.getImpl()));
+  lp.add(bare);
+  EXPECT_EQ(report_of([&] { lp.dualOpt(); }).text, "isAlreadySatisfied not implemented");
+  IlcConstraintI* const impl = bare.getImpl();
+  EXPECT_EQ(report_of([&] { impl->hasAUniqueSolution(); }).text,
+            "hasAUniqueSolution not implemented");
+  IlcFloatArray none(m, 0, 0.0);
+  EXPECT_EQ(report_of([&] { impl->linPost(*lp.getImpl(), none, IlcFloatVarArray(m, 0), 0); }).text,
+            "linPost not implemented");
+  EXPECT_EQ(report_of([&] { m.add(IlcConstraint(lp.getImpl())); }).text,
+            "Not implemented: IlcLinearSolverI::post()");
+  EXPECT_EQ(report_of([&] { lp.getImpl()->propagate(); }).text,
+            "Not implemented: IlcLinearSolverI::propagate()");
+  lp.end();
+}
+
+}  // namespace
+}  // namespace planloc
