@@ -152,11 +152,11 @@ TEST(String, Reports) {
 
 #ifndef __SANITIZE_ADDRESS__  // which ends the process on its own when memory runs out
 TEST(OutOfMemory, IsReported) {
-  static std::array<char, 1 << 28> much;
+  static std::array<char, 1 << 26> much;
   much.fill('m');
   much.back() = '\0';
   const string half(much.data() + much.size() / 2);
-  list<std::array<char, 1 << 28>> L;
+  list<std::array<char, 1 << 26>> L;
   const struct {
     std::function<void()> call;
     const char* report;

@@ -75,8 +75,8 @@ TEST(Point, TextForms) {
     point expected;
   } cases[] = {{"(1,2)", point(1, 2)},
                {"1 2", point(1, 2)},
-               {"x = -1.5; y: +.25", point(-1.5, 0.25)},
-               {"3e2-4", point(300, -4)}};
+               {"x = -1.5; y: .25", point(-1.5, 0.25)},
+               {"+3e2-4", point(300, -4)}};
   for (const auto& c : cases) {
     std::istringstream in(c.text);
     point p;

@@ -78,6 +78,11 @@ TEST(Polygon, ReportsCrossingsOnly) {
         << c.name;
     EXPECT_EQ(report(false, false), "none") << c.name;
   }
+  static std::string both;
+  const ErrorHandler previous = set_error_handler([](int, const char* text) { both += text; });
+  polygon(cases[0].vertices, true, true);
+  set_error_handler(previous);
+  EXPECT_EQ(both, "POLYGON: POLYGON is not simplePOLYGON: POLYGON is not weakly simple");
   EXPECT_EXIT(polygon(cases[0].vertices, true), testing::KilledBySignal(SIGABRT),
               "\tPOLYGON: POLYGON is not simple\n");
 }

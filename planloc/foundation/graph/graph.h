@@ -1,8 +1,11 @@
 // A directed graph with a value on each node and each edge. The order of its nodes, of its edges
-// and of the edges around a node is part of its behaviour.
+// and of the edges around a node is part of its behaviour. Use list.h for a plain sequence.
 //
-// Handles stay valid until their node or edge is deleted, and are not checked beyond the reports
-// below, which go through `error_handler` with code 1.
+// 1. Handles stay valid until their node or edge is deleted; `nil` stands for none.
+// 2. Every operation but copying, `clear` and `out_edges` takes constant time.
+// 3. Reports go through `error_handler` with code 1.
+// REQUIRES, of every handle passed in: it is not nil and belongs to this graph, beyond what is
+// reported.
 //
 //   GRAPH<point, segment> G;
 //   for (node v = G.first_node(); v; v = G.succ_node(v)) ...
