@@ -20,5 +20,9 @@ install(FILES ${PROJECT_BINARY_DIR}/planloc-config.cmake
 
 # Relative, so that the installed tree can be moved.
 file(RELATIVE_PATH prefix_from_pc /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+if(PLANLOC_WINDOW)
+  set(pc_window_requires " x11")
+  set(pc_window_libs " -lfltk")
+endif()
 configure_file(cmake/planloc.pc.in planloc.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/planloc.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

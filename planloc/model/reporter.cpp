@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <iostream>
 
+#include "planloc/foundation/window/window.h"
+
 namespace planloc {
 
 bool window_reports_enabled = false;
@@ -20,11 +22,29 @@ reporter_start_up::reporter_start_up() {
 
 namespace {
 
+constexpr int kCancel = 0;
+constexpr int kOk = 1;
+
+bool has_panel(bool use_window) {
+  return use_window && window_reports_enabled && BASE_WINDOW::has_screen();
+}
+
 void write_message(const char* message) { std::cout << "MAVI message: " << message << std::endl; }
 
 }  // namespace
 
-void MaviError(const char* message, int code, int exit_status, bool /*use_window*/) {
+void MaviError(const char* message, int code, int exit_status, bool use_window) {
+  if (has_panel(use_window)) {
+    window panel("MAVI-ERROR");
+    panel.text_item("    ");
+    panel.text_item(message);
+    panel.text_item("    Errorcode ");
+    panel.text_item(string("%4i", code));
+    panel.button("OK", kOk);
+    panel.display(window::kRightEdge, 0);
+    panel.read_mouse();
+    std::exit(exit_status);
+  }
   std::cerr << "MAVI error: " << message << " ErrorCode: " << code << std::endl;
   std::exit(exit_status);
 }
@@ -33,8 +53,16 @@ void MaviError(const string& message, int code, int exit_status, bool use_window
   MaviError(message.cstring(), code, exit_status, use_window);
 }
 
-void MaviMessage(const char* message, int stop_if_zero, bool /*use_window*/) {
-  write_message(message);
+void MaviMessage(const char* message, int stop_if_zero, bool use_window) {
+  if (has_panel(use_window)) {
+    window panel("MAVI-MESSAGE");
+    panel.text_item("    ");
+    panel.text_item(message);
+    panel.button("OK", kOk);
+    panel.panel_open(window::kRightEdge, 0);
+  } else {
+    write_message(message);
+  }
   if (stop_if_zero == 0) std::exit(0);
 }
 
@@ -42,8 +70,18 @@ void MaviMessage(const string& message, int stop_if_zero, bool use_window) {
   MaviMessage(message.cstring(), stop_if_zero, use_window);
 }
 
-void MaviQuery(const char* message, int status_on_cancel, int /*stop_if_zero*/,
-               bool /*use_window*/) {
+void MaviQuery(const char* message, int status_on_cancel, int stop_if_zero, bool use_window) {
+  if (has_panel(use_window)) {
+    window panel("MAVI-MESSAGE");
+    panel.text_item("    ");
+    panel.text_item(message);
+    panel.set_buttons_per_line(2);
+    panel.button("cancel", kCancel);
+    panel.button("ok", kOk);
+    if (panel.panel_open(780, 150) == kCancel) std::exit(status_on_cancel);
+    if (stop_if_zero == 0) std::exit(0);
+    return;
+  }
   write_message(message);
   // The second number is tested, not the third: intended.
   if (status_on_cancel == 0) std::exit(0);

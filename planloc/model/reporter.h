@@ -2,9 +2,10 @@
 // to the user. Failures of the foundation go through `error_handler`
 // (planloc/foundation/containers/error_handler.h) instead.
 //
-// A report is one line on a standard stream, also where its caller asks for a window with
-// `use_window`. Nothing catches a failure: the process ends through std::exit, so objects on the
-// stack are not destroyed and file-level ones are.
+// A report whose caller asks for a window with `use_window` is a panel on the screen, which waits
+// for one of its buttons; without a screen (`BASE_WINDOW::has_screen`), or for other callers, it is
+// one line on a standard stream. Nothing catches a failure: the process ends through std::exit, so
+// objects on the stack are not destroyed and file-level ones are.
 //
 // Codes are shown and nothing branches on them: 11xx Loc_Vector, 12xx location, 13xx facilities,
 // 15xx location files, 16xx gauge files, 17xx gauges, 21xx graph files.
@@ -18,18 +19,21 @@ namespace planloc {
 // Whether a report that asks for a window may have one. True from the start of the process on.
 extern bool window_reports_enabled;
 
-// Writes "MAVI error: <message> ErrorCode: <code>" to the error stream and ends the process with
-// `exit_status`.
+// Shows the panel "MAVI-ERROR" with message and code until "OK" is pressed, or writes
+// "MAVI error: <message> ErrorCode: <code>" to the error stream. Ends the process with
+// `exit_status`, the panel still open.
 [[noreturn]] void MaviError(const char* message, int code, int exit_status, bool use_window);
 [[noreturn]] void MaviError(const string& message, int code, int exit_status, bool use_window);
 
-// Writes "MAVI message: <message>" to the standard output. Ends the process with status 0 if
-// `stop_if_zero` is 0, else returns.
+// Shows the panel "MAVI-MESSAGE" until "OK" is pressed, or writes "MAVI message: <message>" to the
+// standard output. Ends the process with status 0 if `stop_if_zero` is 0, else returns.
 void MaviMessage(const char* message, int stop_if_zero, bool use_window);
 void MaviMessage(const string& message, int stop_if_zero, bool use_window);
 
-// A question that a stream can't ask: writes the line of MaviMessage, and ends the process with
-// status 0 if `status_on_cancel` is 0, whatever `stop_if_zero` is.
+// Asks in the panel "MAVI-MESSAGE". "cancel" ends the process with `status_on_cancel`; "ok" ends it
+// with status 0 if `stop_if_zero` is 0, else the call returns.
+// A stream can't ask: there the line of MaviMessage is written and the process ends with status 0
+// if `status_on_cancel` is 0, whatever `stop_if_zero` is.
 void MaviQuery(const char* message, int status_on_cancel, int stop_if_zero, bool use_window);
 
 namespace detail {

@@ -22,6 +22,10 @@
 #include <utility>
 #include <vector>
 
+#include "planloc/foundation/containers/error_handler.h"
+#include "planloc/foundation/window/markup.h"
+#include "planloc/foundation/window/raster.h"
+
 namespace planloc {
 
 void PrintTo(const rgb& c, std::ostream* out) {
@@ -35,6 +39,15 @@ constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 constexpr double kMax = std::numeric_limits<double>::max();
 constexpr rgb kWhite = rgb_of(white);
 constexpr rgb kBlack = rgb_of(black);
+
+// A window leaves its error handler behind; the next test starts with the first one.
+class HandlerReset : public ::testing::EmptyTestEventListener {
+  void OnTestEnd(const ::testing::TestInfo&) override { set_error_handler(default_error_handler); }
+};
+const bool handler_reset = [] {
+  ::testing::UnitTest::GetInstance()->listeners().Append(new HandlerReset);
+  return true;
+}();
 
 // 200 by 100 pixels; x 0..100, y 0..50, two pixels a unit. Displayed.
 class WindowTest : public ::testing::Test {
@@ -187,6 +200,30 @@ TEST(WindowStateTest, ReadMouseWithoutADisplay) {
   EXPECT_EQ(two.read_mouse(), 7);
   EXPECT_EQ(two.read_mouse(p), 7);
   EXPECT_EQ(p, point(3, 4));
+}
+
+TEST(WindowStateTest, PanelsWithoutADisplayTakeTheFirstButton) {
+  ASSERT_FALSE(window::has_screen());
+  window panel("MAVI-ERROR");
+  EXPECT_EQ(panel.title(), string("MAVI-ERROR"));
+  panel.text_item("text");
+  EXPECT_EQ(panel.panel_open(), 0);
+  panel.button("first", -2);
+  panel.button("second", 5);
+  EXPECT_EQ(panel.panel_open(window::kRightEdge, 0), -2);
+  EXPECT_FALSE(panel.is_open());
+}
+
+TEST(WindowStateTest, TheHandlerOfAWindowIsTheStreamOneWithoutADisplay) {
+  const window panel("a panel leaves the handler alone");
+  EXPECT_EQ(error_handler, &default_error_handler);
+  const window W(10, 10);
+  EXPECT_EQ(error_handler, &window_error_handler);
+  ::testing::internal::CaptureStderr();
+  error_handler(0, "odd");
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "\nFLNZ WARNING\n\todd\n\n");
+  EXPECT_EXIT(error_handler(1, "bad"), ::testing::KilledBySignal(SIGABRT),
+              "^\nFLNZ ERROR HANDLER\n\tbad\n\n$");
 }
 
 TEST(WindowStateTest, SettersReturnTheOldValue) {
@@ -462,6 +499,102 @@ TEST_F(WindowTest, GridStandsAtItsMultiples) {
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "warning: grid distance to small.\n");
   EXPECT_EQ(W.grid(), 0);
   EXPECT_EQ(inked(), 0);
+}
+
+// ----- What the screen shows -----
+
+std::vector<std::uint32_t> values(const detail::raster& r) {
+  std::vector<std::uint32_t> v;
+  for (int y = 0; y < r.height(); ++y) v.insert(v.end(), r.row(y), r.row(y) + r.width());
+  for (std::uint32_t& value : v) value &= 0xffffff;
+  return v;
+}
+
+TEST(RasterTest, NothingChangesOutsideTheAreas) {
+  std::mt19937 random(11);
+  const auto any = [&](int low, int high) {
+    return std::uniform_int_distribution<int>(low, high)(random);
+  };
+  for (const auto& [width, height] : {std::pair(200, 100), {300, 400}, {90, 35}}) {
+    SCOPED_TRACE(width);
+    surface picture(200, 100);
+    detail::raster pixels(picture, width, height);
+    ASSERT_EQ(pixels.update().size(), 1U);
+    std::vector<std::uint32_t> before = values(pixels);
+    std::size_t covered = 0;
+    for (int round = 0; round < 300; ++round) {
+      const surface::position from{any(-50, 250), any(-150, 250)};
+      const surface::position to{any(-500, 700), any(-50, 150)};
+      const rgb colour = rgb_of(any(1, 12));
+      switch (round % 4) {
+        case 0:
+          picture.disc(from, any(0, 20), colour);
+          break;
+        case 1:
+          picture.fill({from, to, {any(0, 200), any(0, 100)}}, colour);
+          break;
+        default:
+          picture.line(from, to, {any(1, 9), any(0, 2), colour});
+      }
+      std::vector<bool> changes(before.size());
+      for (const detail::area& a : pixels.update()) {
+        for (int y = a.y; y < a.y + a.height; ++y) {
+          for (int x = a.x; x < a.x + a.width; ++x)
+            changes.at(static_cast<std::size_t>(y * width + x)) = true;
+        }
+      }
+      const std::vector<std::uint32_t> after = values(pixels);
+      for (std::size_t i = 0; i < after.size(); ++i)
+        ASSERT_TRUE(changes[i] || before[i] == after[i]) << "round " << round << ", " << i;
+      covered += static_cast<std::size_t>(std::count(changes.begin(), changes.end(), true));
+      before = after;
+    }
+    EXPECT_LT(covered, 300 * before.size() / 2);
+    EXPECT_TRUE(pixels.update().empty());
+    picture.clear(kWhite);
+    ASSERT_EQ(pixels.update().size(), 1U);
+    EXPECT_EQ(values(pixels), std::vector<std::uint32_t>(before.size(), 0xffffff));
+  }
+}
+
+std::uint32_t at(const detail::raster& r, int x, int y) { return r.row(y)[x] & 0xffffff; }
+
+TEST(RasterTest, KeepsTheShapeAndShowsWhatLiesBesideThePicture) {
+  surface picture(200, 100);
+  picture.disc({100, 50}, 10, rgb_of(red));
+  picture.line({-1000, 20}, {1000, 20}, {1, solid, kBlack});
+  detail::raster pixels(picture, 100, 150);  // half the size, 50 rows above and below
+  pixels.update();
+  EXPECT_EQ(at(pixels, 50, 75), 0xd62728U);
+  EXPECT_EQ(at(pixels, 50, 79), 0xd62728U);
+  EXPECT_EQ(at(pixels, 50, 82), 0xffffffU);
+  EXPECT_EQ(at(pixels, 0, 60), 0U);
+  EXPECT_EQ(at(pixels, 99, 60), 0U);
+  EXPECT_EQ(pixels.picture_x(50), 100);
+  EXPECT_EQ(pixels.picture_y(75), 50);
+  detail::raster wide(picture, 400, 100);
+  wide.update();
+  EXPECT_EQ(at(wide, 200, 50), 0xd62728U);
+  EXPECT_EQ(at(wide, 0, 20), 0U);
+  EXPECT_EQ(wide.picture_x(0), -100);
+}
+
+TEST(MarkupTest, CommandsAndText) {
+  using detail::text_font;
+  using runs = std::vector<detail::text_run>;
+  const struct {
+    const char* line;
+    runs expected;
+  } cases[] = {
+      {"", {}},
+      {"    ", {{"    "}}},
+      {"\\bf\\red Error", {{"Error", text_font::bold, red}}},
+      {"\\tt  a\\rm b", {{" a", text_font::typewriter}, {"b"}}},
+      {"a\\blue2 b \\black\\it c",
+       {{"a"}, {"b ", text_font::roman, blue2}, {"c", text_font::italic}}},
+      {"C:\\temp\\ \\bfx \\", {{"C:\\temp\\ \\bfx \\"}}},
+  };
+  for (const auto& c : cases) EXPECT_EQ(detail::parse_markup(c.line), c.expected) << c.line;
 }
 
 // ----- Files -----

@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <iostream>
 
+#include "planloc/foundation/window/screen.h"
+
 namespace planloc {
 
 namespace {
@@ -30,21 +32,30 @@ int rounded(double pixels) {
 
 [[noreturn]] void end_with(const char* message) {
   std::cerr << message << std::flush;
+  detail::clear_screen();
   std::abort();
 }
 
 }  // namespace
 
+const int BASE_WINDOW::kRightEdge = detail::kRightEdge;
+
 BASE_WINDOW::BASE_WINDOW(float width, float height)
-    : BASE_WINDOW(width, height, "FLNZ Window", "FLNZ Window") {}
+    : BASE_WINDOW(size_of(width), size_of(height), "FLNZ Window", "FLNZ Window", false) {}
 
 BASE_WINDOW::BASE_WINDOW(float width, float height, const string& label)
-    : BASE_WINDOW(width, height, label, string("Window: %s", label.cstring())) {}
+    : BASE_WINDOW(size_of(width), size_of(height), label, string("Window: %s", label.cstring()),
+                  false) {}
 
-BASE_WINDOW::BASE_WINDOW(float width, float height, const string& label, const string& title)
-    : picture_(size_of(width), size_of(height)), label_(label), title_(title) {
+BASE_WINDOW::BASE_WINDOW(const string& label) : BASE_WINDOW(1, 1, label, label, true) {}
+
+BASE_WINDOW::BASE_WINDOW(int width, int height, const string& label, const string& title,
+                         bool is_panel)
+    : picture_(width, height), label_(label), title_(title), is_panel_(is_panel) {
   init(0, 100, 0);
 }
+
+BASE_WINDOW::~BASE_WINDOW() = default;
 
 // ----- Frame and panel -----
 
@@ -85,23 +96,26 @@ void BASE_WINDOW::text_item(const string& text) {
   panel_items_.append({panel_item::kind::text, text, 0, string()});
 }
 
-// The first and last multiple of the grid come from a division, the lines between them by counting:
-// far from the origin, adding the distance up would not move at all.
+// The grid goes on for a frame's size beyond the frame, which a window of another shape shows. The
+// first multiple comes from a division, the others by counting: far from the origin, adding the
+// distance up would not move at all.
 void BASE_WINDOW::erase() {
   picture_.clear(rgb_of(white));
-  if (grid_ == 0) return;
-  const surface::pen pen{1, solid, rgb_of(kGridColor)};
-  const int most = width() + height();
-  const double column = std::ceil(xmin_ / grid_);
-  for (int i = 0; i <= most && (column + i) * grid_ <= xmax_; ++i) {
-    const int px = pixel_x((column + i) * grid_);
-    picture_.line({px, 0}, {px, height()}, pen);
+  if (grid_ > 0) {
+    const surface::pen pen{1, solid, rgb_of(kGridColor)};
+    const int most = 3 * (width() + height());
+    const double column = std::ceil(user_x(-width()) / grid_);
+    for (int i = 0; i <= most && (column + i) * grid_ <= user_x(2 * width()); ++i) {
+      const int px = pixel_x((column + i) * grid_);
+      picture_.line({px, -height()}, {px, 2 * height()}, pen);
+    }
+    const double row = std::ceil(user_y(2 * height()) / grid_);
+    for (int i = 0; i <= most && (row + i) * grid_ <= user_y(-height()); ++i) {
+      const int py = pixel_y((row + i) * grid_);
+      picture_.line({-width(), py}, {2 * width(), py}, pen);
+    }
   }
-  const double row = std::ceil(ymin_ / grid_);
-  for (int i = 0; i <= most && (row + i) * grid_ <= ymax_; ++i) {
-    const int py = pixel_y((row + i) * grid_);
-    picture_.line({0, py}, {width(), py}, pen);
-  }
+  show_changes();
 }
 
 // ----- Appearance -----
@@ -130,21 +144,63 @@ rgb BASE_WINDOW::table_entry(color c) const {
 
 // ----- Display -----
 
-void BASE_WINDOW::display(int /*x*/, int /*y*/) { display(); }
+bool BASE_WINDOW::has_screen() { return detail::screen_found(); }
 
-void BASE_WINDOW::display() {
+void BASE_WINDOW::display(int x, int y) { show(detail::screen_position{x, y}); }
+
+void BASE_WINDOW::display() { show(std::nullopt); }
+
+void BASE_WINDOW::show(std::optional<detail::screen_position> at) {
   open_ = true;
-  if (displayed_) return;
-  displayed_ = true;
-  erase();
+  if (!displayed_) {
+    displayed_ = true;
+    erase();
+  }
+  if (screen_) {
+    screen_->repaint();
+    return;
+  }
+  detail::screen_content content;
+  content.title = title_;
+  content.items = &panel_items_;
+  content.buttons_per_line = buttons_per_line_;
+  content.picture = is_panel_ ? nullptr : &picture_;
+  content.coordinates = [this](double px, double py) {
+    return show_coordinates_ ? coordinates(px, py) : string();
+  };
+  screen_ = detail::open_on_screen(content, at);
 }
 
-int BASE_WINDOW::read_mouse() {
+void BASE_WINDOW::close() {
+  open_ = false;
+  screen_.reset();
+}
+
+int BASE_WINDOW::read_mouse() { return answer(next_press()); }
+
+detail::mouse_press BASE_WINDOW::next_press() {
   if (!displayed_) end_with("Error: Window has to be displayed before mouse input.\n");
+  if (screen_) return screen_->wait();
   for (const panel_item& item : panel_items_) {
-    if (item.type == panel_item::kind::button) return item.value;
+    if (item.type == panel_item::kind::button) return {true, item.value};
   }
-  return 0;
+  return {true, 0};
+}
+
+int BASE_WINDOW::answer(const detail::mouse_press& press) {
+  return press.on_button ? press.value : -press.value;
+}
+
+int BASE_WINDOW::panel_open(int x, int y) { return ask(detail::screen_position{x, y}); }
+
+int BASE_WINDOW::panel_open() { return ask(std::nullopt); }
+
+int BASE_WINDOW::ask(std::optional<detail::screen_position> at) {
+  show(at);
+  detail::mouse_press press = next_press();
+  while (!press.on_button) press = next_press();
+  close();
+  return press.value;
 }
 
 // ----- Drawing -----
@@ -158,8 +214,13 @@ detail::box BASE_WINDOW::reach() const {
   return {xmin_ - margin, xmax_ + margin, ymin_ - margin, ymax_ + margin};
 }
 
+void BASE_WINDOW::show_changes() {
+  if (screen_) screen_->update();
+}
+
 void BASE_WINDOW::draw_span(const detail::span& s, color c) {
   picture_.line(pixel_of(s.from), pixel_of(s.to), {line_width_, line_style_, table_entry(c)});
+  show_changes();
 }
 
 void BASE_WINDOW::fill_polygon(const std::vector<detail::xy>& vertices, color c) {
@@ -167,12 +228,14 @@ void BASE_WINDOW::fill_polygon(const std::vector<detail::xy>& vertices, color c)
   pixels.reserve(vertices.size());
   for (const detail::xy& p : vertices) pixels.push_back(pixel_of(p));
   picture_.fill(pixels, table_entry(c));
+  show_changes();
 }
 
 void BASE_WINDOW::draw_disc(double x, double y, double r, color c) {
   check_drawing();
   if (std::isnan(x) || std::isnan(y) || std::isnan(r)) return;
   picture_.disc(pixel_of({x, y}), rounded(r * scale_), table_entry(c));
+  show_changes();
 }
 
 void BASE_WINDOW::draw_segment(double x1, double y1, double x2, double y2, color c) {
@@ -188,6 +251,7 @@ void BASE_WINDOW::draw_point(double x, double y, color c) {
   const surface::pen pen{line_width_, solid, table_entry(c)};
   picture_.line({px - kCrossArm, py}, {px + kCrossArm, py}, pen);
   picture_.line({px, py - kCrossArm}, {px, py + kCrossArm}, pen);
+  show_changes();
 }
 
 bool BASE_WINDOW::save(const string& file) const {
@@ -203,7 +267,7 @@ int BASE_WINDOW::pixel_x(double x) const { return rounded((x - xmin_) * scale_);
 
 int BASE_WINDOW::pixel_y(double y) const { return rounded(height() - (y - ymin_) * scale_); }
 
-string BASE_WINDOW::coordinates(int px, int py) const {
+string BASE_WINDOW::coordinates(double px, double py) const {
   return string("%8.2f %8.2f", user_x(px), user_y(py));
 }
 

@@ -16,32 +16,34 @@
 // frame stand one pixel outside the picture. Coordinates may be anything: what is infinite counts
 // as the largest finite double, and an object with a coordinate that is not a number is not drawn.
 //
-// Without a display nobody is asked and nothing fails: read_mouse returns at once, and reports of
-// the foundation stay with the handler of planloc/foundation/containers/error_handler.h, so that
-// building a window installs none.
+// Whether anybody sees it is found out once, when the first window or panel is to be shown: DISPLAY
+// is set and the connection opens (and planloc was built with PLANLOC_WINDOW). On a screen, each
+// drawing call is seen at once; the window is repainted, and clicks are looked at, while read_mouse
+// waits. The window system may give the window any size: the whole frame stays visible, with one
+// scale along both axes, and what is left beside it shows more of the plane. Without a display
+// nobody is asked and nothing fails. A display that goes away during a run ends the process with
+// "Error: The display has gone away.\n" on the error stream and status 1.
 #ifndef PLANLOC_FOUNDATION_WINDOW_BASE_WINDOW_H_
 #define PLANLOC_FOUNDATION_WINDOW_BASE_WINDOW_H_
 
+#include <memory>
+#include <optional>
 #include <vector>
 
 #include "planloc/foundation/containers/list.h"
 #include "planloc/foundation/containers/string.h"
 #include "planloc/foundation/window/clip.h"
 #include "planloc/foundation/window/color.h"
+#include "planloc/foundation/window/panel_item.h"
 #include "planloc/foundation/window/surface.h"
 
 namespace planloc {
 
-// An entry of the strip above the drawing area. A text may carry markup, "\bf", "\red" and the
-// like, which is kept as it stands; a text has no value and no help.
-struct panel_item {
-  enum class kind { text, button };
-
-  kind type;
-  string label;
-  int value;
-  string help;
-};
+namespace detail {
+class screen_window;
+struct mouse_press;
+struct screen_position;
+}  // namespace detail
 
 class BASE_WINDOW {
  public:
@@ -49,6 +51,11 @@ class BASE_WINDOW {
   // nearest int and moved into 1..surface::kMaxSize; one that is not a number counts as 1.
   BASE_WINDOW(float width, float height);                       // label and title "FLNZ Window"
   BASE_WINDOW(float width, float height, const string& label);  // title "Window: " and the label
+  // A panel: only texts and buttons, as large as they need; the label is the title. What is drawn
+  // into it is not seen.
+  explicit BASE_WINDOW(const string& label);
+  // Takes the window from the screen.
+  ~BASE_WINDOW();
   BASE_WINDOW(const BASE_WINDOW&) = delete;
   BASE_WINDOW& operator=(const BASE_WINDOW&) = delete;
 
@@ -65,7 +72,10 @@ class BASE_WINDOW {
   // Adds a button and returns its value. Value -1: the number of buttons so far, or the next above
   // it that no button has; so the first one is 0. Buttons added after display() may not appear.
   int button(const string& label, int value = -1, const char* help = nullptr);
+  // A line of text, with the markup of markup.h: "\bf", "\red" and the like.
   void text_item(const string& text);
+  // 0, as at first: as many as fit.
+  void set_buttons_per_line(int count) { buttons_per_line_ = count; }
 
   static constexpr int kMinGridPixels = 3;
 
@@ -80,19 +90,31 @@ class BASE_WINDOW {
 
   // ----- Display -----
 
+  // Whether windows and panels are seen. The first call finds out.
+  static bool has_screen();
+  // For the x of display and panel_open: at the right edge of the screen.
+  static const int kRightEdge;
+
   // Opens the window, with its left upper corner at (x, y) of the screen or at the default place.
-  // The first time, the grid is drawn; after that the picture stays as it is, so that the call on
-  // an open window only shows it again.
+  // The first time, the grid is drawn; after that the picture stays as it is. On an open window the
+  // call only repaints it, where it is.
   void display(int x, int y);
   void display();
 
   // Takes the window from the screen; the picture stays.
-  void close() { open_ = false; }
+  void close();
 
-  // The button pressed: a panel button's value, or -1, -2, -3 for the left, middle, right button in
-  // the drawing area. Without a display: the value of the first panel button at once, 0 if there is
-  // none.
+  // Waits for a mouse button to be pressed in the open window. A panel button: its value. The left,
+  // middle, right button in the drawing area: -1, -2, -3. Presses are kept until they are asked
+  // for. To close the window by means of the window system is to press its first panel button.
+  // Without a screen, and for a closed window: the value of the first panel button at once. That
+  // value is 0 if there is no button.
   int read_mouse();
+
+  // Shows the window, waits for a panel button, closes the window and returns the button's value,
+  // by the rules of display and read_mouse.
+  int panel_open(int x, int y);
+  int panel_open();
 
   // ----- Drawing -----
   // A colour outside the table is the window's default colour.
@@ -136,10 +158,10 @@ class BASE_WINDOW {
   // Results are kept within +-surface::kPixelLimit, which is also what not a number gives.
   int pixel_x(double x) const;
   int pixel_y(double y) const;
-  double user_x(int px) const { return xmin_ + px / scale_; }
-  double user_y(int py) const { return ymin_ + (height() - py) / scale_; }
+  double user_x(double px) const { return xmin_ + px / scale_; }
+  double user_y(double py) const { return ymin_ + (height() - py) / scale_; }
   // The user coordinates of a pixel as they are shown, "%8.2f %8.2f".
-  string coordinates(int px, int py) const;
+  string coordinates(double px, double py) const;
 
  protected:
   // The rule of order 1 above.
@@ -153,9 +175,17 @@ class BASE_WINDOW {
   void draw_span(const detail::span& s, color c);
   void fill_polygon(const std::vector<detail::xy>& vertices, color c);
 
+  // What read_mouse returns, and where.
+  detail::mouse_press next_press();
+  static int answer(const detail::mouse_press& press);
+
  private:
-  BASE_WINDOW(float width, float height, const string& label, const string& title);
+  BASE_WINDOW(int width, int height, const string& label, const string& title, bool is_panel);
+  void show(std::optional<detail::screen_position> at);
+  int ask(std::optional<detail::screen_position> at);
   void erase();
+  // To be called after every change of the picture.
+  void show_changes();
   rgb table_entry(color c) const;
   surface::position pixel_of(detail::xy p) const { return {pixel_x(p.x), pixel_y(p.y)}; }
 
@@ -174,7 +204,10 @@ class BASE_WINDOW {
   bool show_coordinates_ = false;
   bool displayed_ = false;
   bool open_ = false;
+  const bool is_panel_;
+  int buttons_per_line_ = 0;
   list<panel_item> panel_items_;
+  std::unique_ptr<detail::screen_window> screen_;  // while open on a screen
 };
 
 }  // namespace planloc

@@ -19,6 +19,11 @@
 
 namespace planloc {
 
+namespace detail {
+class picture;
+class raster;
+}  // namespace detail
+
 enum line_style : int { solid = 0, dashed = 1, dotted = 2 };
 
 class surface {
@@ -77,11 +82,12 @@ class surface {
   std::string save(const std::string& file) const;
 
  private:
-  class picture;
+  friend class detail::raster;
 
   int width_;
   int height_;
-  std::unique_ptr<picture> picture_;
+  std::unique_ptr<detail::picture> picture_;
+  mutable std::unique_ptr<detail::raster> pixels_;  // made by the first call of `pixel`
 };
 
 }  // namespace planloc

@@ -2,6 +2,9 @@
 
 #include <vector>
 
+#include "planloc/foundation/containers/error_handler.h"
+#include "planloc/foundation/window/screen.h"
+
 namespace planloc {
 
 namespace {
@@ -10,7 +13,19 @@ detail::xy xy_of(const point& p) { return {p.xcoord(), p.ycoord()}; }
 
 }  // namespace
 
-int window::read_mouse(point& /*p*/) { return read_mouse(); }
+window::window(float width, float height) : BASE_WINDOW(width, height) {
+  set_error_handler(window_error_handler);
+}
+
+window::window(float width, float height, const string& label) : BASE_WINDOW(width, height, label) {
+  set_error_handler(window_error_handler);
+}
+
+int window::read_mouse(point& p) {
+  const detail::mouse_press press = next_press();
+  if (!press.on_button) p = point(user_x(press.px), user_y(press.py));
+  return answer(press);
+}
 
 void window::draw_segment(const segment& s, color c) {
   draw_segment(s.xcoord1(), s.ycoord1(), s.xcoord2(), s.ycoord2(), c);
@@ -22,17 +37,17 @@ void window::draw_ray(const ray& r, color c) {
   const detail::xy through = xy_of(r.point2());
   const auto inside = detail::clip_ray(frame(), source, through);
   if (!inside) return;
-  // From the source, or from where the ray comes near: an end rounded on the frame's border would
-  // turn the ray more than one rounded far off.
-  const auto near = detail::clip_ray(reach(), source, through);
-  draw_span({near ? near->from : inside->from, inside->to}, c);
+  // From where the ray comes near to where it is far off: an end rounded on the frame's border
+  // would turn it, and a window of another shape shows more than the frame.
+  draw_span(detail::clip_ray(reach(), source, through).value_or(*inside), c);
 }
 
 void window::draw_line(const line& l, color c) {
   check_drawing();
-  if (const auto inside = detail::clip_line(frame(), xy_of(l.point1()), xy_of(l.point2()))) {
-    draw_span(*inside, c);
-  }
+  const detail::xy p = xy_of(l.point1());
+  const detail::xy q = xy_of(l.point2());
+  const auto inside = detail::clip_line(frame(), p, q);
+  if (inside) draw_span(detail::clip_line(reach(), p, q).value_or(*inside), c);
 }
 
 void window::draw_polygon(const list<point>& vertices, color c) {

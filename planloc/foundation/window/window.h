@@ -23,7 +23,10 @@ namespace planloc {
 
 class window : public BASE_WINDOW {
  public:
-  using BASE_WINDOW::BASE_WINDOW;
+  // As the constructors of BASE_WINDOW. The first two also install `window_error_handler`.
+  window(float width, float height);
+  window(float width, float height, const string& label);
+  explicit window(const string& label) : BASE_WINDOW(label) {}
 
   using BASE_WINDOW::read_mouse;
   // The same, with the user coordinates of a click in the drawing area in p. A panel button leaves
@@ -51,6 +54,14 @@ class window : public BASE_WINDOW {
   void draw_filled_polygon(const list<point>& vertices, color c = {});
   void draw_filled_polygon(const polygon& p, color c = {}) { draw_filled_polygon(p.vertices(), c); }
 };
+
+// The foundation's error handler (containers/error_handler.h) of a program with a window. Without a
+// screen it is `default_error_handler`. With one it asks in a panel "FLNZ EXCEPTION HANDLER":
+// 1. code 0: "continue" returns.
+// 2. any other code: "ignore" returns, "exit" ends the process with status 0, "abort" shows the
+// calls
+//    on the stack in a panel "FLNZ Stack Trace", where they can be found out, and aborts.
+void window_error_handler(int code, const char* message);
 
 }  // namespace planloc
 
