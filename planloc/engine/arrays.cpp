@@ -21,7 +21,7 @@ T* allocate(IlcManager m, int& size, const char* label) {
 
 IlcIntArrayI* new_int_array(IlcManager m, int size) {
   int* const values = allocate<int>(m, size, "IlcIntArrayI");
-  return new (m.getHeap()) IlcIntArrayI{size, values, nullptr, m.getImpl()};
+  return new (m.getHeap()) IlcIntArrayI{size, values};
 }
 
 }  // namespace
@@ -40,7 +40,7 @@ IlcFloatVarArray::IlcFloatVarArray(IlcManager m, int size, double min, double ma
 IlcFloatArray::IlcFloatArray(IlcManager m, int size, double init) {
   auto* const values = allocate<double>(m, size, "IlcFloatArrayI");
   std::uninitialized_fill_n(values, size, init);
-  impl_ = new (m.getHeap()) IlcFloatArrayI{size, values, m.getImpl()};
+  impl_ = new (m.getHeap()) IlcFloatArrayI{size, values};
 }
 
 IlcIntArray::IlcIntArray(IlcManager m, int size, int init) : impl_(new_int_array(m, size)) {

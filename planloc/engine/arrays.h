@@ -52,7 +52,6 @@ class IlcFloatVarArray {
 struct IlcFloatArrayI {
   int size;
   double* values;
-  IlcManagerI* manager;
 };
 
 // Handle of an array of doubles. The index is not checked.
@@ -78,8 +77,6 @@ class IlcFloatArray {
 struct IlcIntArrayI {
   int size;
   int* values;
-  IlcIntArrayI* link;  // of arrays under reversible update
-  IlcManagerI* manager;
 };
 
 // Handle of an array of ints, indexed from 0.

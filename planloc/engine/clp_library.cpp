@@ -1,6 +1,7 @@
 #include "planloc/engine/clp_library.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <limits>
 #include <map>
@@ -86,6 +87,7 @@ constexpr ErrorText kErrorTexts[] = {
     {CPXERR_BAD_SENSE, "Unknown row sense."},
     {CPXERR_NO_SOLN, "No solution exists."},
     {CPXERR_DUP_ENTRY, "Duplicate entry."},
+    {CPXERR_BAD_NUMBER, "Number is not finite or too large."},
     {CPXERR_BAD_CTYPE, "Unknown column type."},
 };
 
@@ -94,6 +96,17 @@ const Entry* find(const Entry (&table)[n], Key Entry::*key, int number) {
   const auto* const found =
       std::find_if(table, table + n, [&](const Entry& entry) { return entry.*key == number; });
   return found == table + n ? nullptr : found;
+}
+
+// Costs at 1e25 fail an assertion inside CLP, which ends the process. Matrix values above 1e20 it
+// declines, and NaN it does not notice.
+bool is_cost(double value) { return std::fabs(value) < 1e25; }
+bool is_matrix_value(double value) { return std::fabs(value) <= 1e20; }
+bool is_number(double value) { return !std::isnan(value); }
+
+// An absent array holds.
+bool all_of(const double* values, int n, bool (*holds)(double)) {
+  return !values || std::all_of(values, values + n, holds);
 }
 
 bool in_range(int begin, int end, int size) { return 0 <= begin && begin <= end && end < size; }
@@ -163,6 +176,7 @@ int change_bounds(CPXENVptr env, CPXLPptr lp, int cnt, const int* indices, const
   for (int k = 0; k < cnt; ++k) {
     if (!in_range(indices[k], indices[k], n)) return CPXERR_COL_INDEX_RANGE;
     if (lu[k] != 'L' && lu[k] != 'U' && lu[k] != 'B') return CPXERR_BAD_ARGUMENT;
+    if (!is_number(bd[k])) return CPXERR_BAD_NUMBER;
   }
   for (int k = 0; k < cnt; ++k) {
     clp_column& column = lp->problem.columns[static_cast<std::size_t>(indices[k])];
@@ -288,6 +302,9 @@ int ClpLibrary::CPXnewcols(CPXENVptr env, CPXLPptr lp, int ccnt, const double* o
   for (int j = 0; ctype && j < ccnt; ++j) {
     if (ctype[j] != 'C' && ctype[j] != 'B' && ctype[j] != 'I') return CPXERR_BAD_CTYPE;
   }
+  if (!all_of(obj, ccnt, is_cost) || !all_of(lb, ccnt, is_number) || !all_of(ub, ccnt, is_number)) {
+    return CPXERR_BAD_NUMBER;
+  }
   for (int j = 0; j < ccnt; ++j) {
     problem.columns.push_back({lb ? lb[j] : 0.0, ub ? ub[j] : CPX_INFBOUND, obj ? obj[j] : 0.0,
                                ctype ? ctype[j] : 'C', colname ? colname[j] : ""});
@@ -305,9 +322,13 @@ int ClpLibrary::CPXaddrows(CPXENVptr env, CPXLPptr lp, int ccnt, int rcnt, int n
   if (ccnt != 0 || rcnt < 0) return CPXERR_BAD_ARGUMENT;
   clp_problem& problem = lp->problem;
   if (const int code = check_rows(problem, rcnt, nzcnt, sense, rmatbeg, rmatind)) return code;
+  if (!all_of(rhs, rcnt, is_number) || !all_of(rmatval, nzcnt, is_matrix_value)) {
+    return CPXERR_BAD_NUMBER;
+  }
   problem.rows.reserve(problem.rows.size() + static_cast<std::size_t>(rcnt));
   for (int i = 0; i < rcnt; ++i) {
-    problem.rows.push_back({rhs[i], sense[i], rowname ? rowname[i] : ""});
+    const double finite = std::clamp(rhs[i], -CPX_INFBOUND, CPX_INFBOUND);
+    problem.rows.push_back({finite, sense[i], rowname ? rowname[i] : ""});
     std::vector<clp_matrix_entry> entries;
     const int end = i + 1 < rcnt ? rmatbeg[i + 1] : nzcnt;
     entries.reserve(static_cast<std::size_t>(end - rmatbeg[i]));
@@ -339,6 +360,7 @@ int ClpLibrary::CPXchgobj(CPXENVptr env, CPXLPptr lp, int cnt, const int* indice
   const int n = static_cast<int>(lp->problem.columns.size());
   for (int k = 0; k < cnt; ++k) {
     if (!in_range(indices[k], indices[k], n)) return CPXERR_COL_INDEX_RANGE;
+    if (!is_cost(values[k])) return CPXERR_BAD_NUMBER;
   }
   for (int k = 0; k < cnt; ++k) {
     lp->problem.columns[static_cast<std::size_t>(indices[k])].objective = values[k];

@@ -72,9 +72,9 @@ struct clp_settings {
 //
 // 1. A program without a basis is presolved if the settings say so and solved by the method; one
 //    with a basis is solved from it.
-// 2. Infeasible and unbounded are said only of the full program: unbounded means that there is a
-//    feasible point and no bound; a program that is infeasible in the primal and the dual is
-//    infeasible.
+// 2. Statuses are said of the full program only. Optimal: the solution, unscaled, was found to be
+//    feasible and its prices to be right within the tolerances. Unbounded: there is a feasible
+//    point and no bound. A program that is infeasible in the primal and the dual is infeasible.
 // 3. The solution is the basic solution of the final basis to double accuracy, whatever presolve,
 //    scaling and perturbation did on the way.
 // 4. Nothing is written to standard output or the error stream.

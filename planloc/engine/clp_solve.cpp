@@ -27,6 +27,9 @@ constexpr int kPresolvePasses = 5;
 // Final tolerance, so that a basis is not left which the program's own tolerances only just allow.
 constexpr double kPolishTolerance = 1e-9;
 constexpr int kRefinements = 3;
+// Scaling and presolve enlarge costs, and CLP ends the process at one of 1e25. With costs of this
+// size the dual tolerance is some hundred times their rounding; smaller ones would loosen it.
+constexpr int kLargestCostExponent = 23;
 
 class SilentHandler final : public CoinMessageHandler {
  public:
@@ -37,27 +40,20 @@ class SilentHandler final : public CoinMessageHandler {
 
 double lower_bound_of(double value) { return value <= -CPX_INFBOUND ? -kInfinite : value; }
 double upper_bound_of(double value) { return value >= CPX_INFBOUND ? kInfinite : value; }
-double row_lower(const clp_row& row) { return row.sense == 'L' ? -kInfinite : row.rhs; }
-double row_upper(const clp_row& row) { return row.sense == 'G' ? kInfinite : row.rhs; }
 
-// A right-hand side at the library's infinity on the open side of its row restricts nothing.
+// An inequality whose right-hand side is infinite on its open side restricts nothing.
 double row_lower_bound(const clp_row& row) {
-  return row.sense == 'G' ? lower_bound_of(row_lower(row)) : row_lower(row);
+  if (row.sense == 'L') return -kInfinite;
+  return row.sense == 'G' ? lower_bound_of(row.rhs) : row.rhs;
 }
 double row_upper_bound(const clp_row& row) {
-  return row.sense == 'L' ? upper_bound_of(row_upper(row)) : row_upper(row);
+  if (row.sense == 'G') return kInfinite;
+  return row.sense == 'L' ? upper_bound_of(row.rhs) : row.rhs;
 }
 
 ClpSimplex::Status to_clp(clp_basis_status status, double lower, double upper) {
-  switch (status) {
-    case clp_basis_status::kBasic:
-      return ClpSimplex::basic;
-    case clp_basis_status::kAtUpper:
-      if (upper < kInfinite) return ClpSimplex::atUpperBound;
-      break;
-    default:
-      break;
-  }
+  if (status == clp_basis_status::kBasic) return ClpSimplex::basic;
+  if (status == clp_basis_status::kAtUpper && upper < kInfinite) return ClpSimplex::atUpperBound;
   if (lower > -kInfinite) return ClpSimplex::atLowerBound;
   return upper < kInfinite ? ClpSimplex::atUpperBound : ClpSimplex::isFree;
 }
@@ -82,11 +78,21 @@ double clock_seconds(bool wall) {
   return std::chrono::duration<double>(now).count();
 }
 
+// The power of two, at least 1, by which the costs are divided for CLP.
+double size_of_costs(const std::vector<clp_column>& columns) {
+  double largest = 1.0;
+  for (const clp_column& column : columns) largest = std::max(largest, std::fabs(column.objective));
+  return std::ldexp(1.0, std::max(0, std::ilogb(largest) - kLargestCostExponent));
+}
+
 // One solve: CLP's model of the program and the bookkeeping of limits over its runs.
 class Solver {
  public:
   Solver(clp_problem& problem, const clp_settings& settings)
-      : problem_(problem), settings_(settings), start_(clock_seconds(settings.wall_clock)) {}
+      : problem_(problem),
+        settings_(settings),
+        start_(clock_seconds(settings.wall_clock)),
+        cost_scale_(problem.sense * size_of_costs(problem.columns)) {}
 
   void solve(clp_method method);
 
@@ -99,23 +105,25 @@ class Solver {
   Verdict run(ClpSimplex& model, clp_method method, int start_finish = 0);
   Verdict run_presolved(ClpSimplex& model, clp_method method);
   Verdict diagnose(ClpSimplex& model);
-  bool polish(ClpSimplex& model);
-  void store(ClpSimplex& model, bool factorized);
+  Verdict polish(const ClpSimplex& model);
+  void store(const ClpSimplex& model, bool factorized);
   void place_nonbasics(const ClpSimplex& model);
   double residuals(const ClpSimplex& model, std::vector<double>& out) const;
-  void refine(ClpSimplex& model);
+  void refine(const ClpSimplex& model);
   void finish_values();
   bool is_feasible() const;
+  bool is_dual_feasible() const;
   int stopped_status() const;
 
   std::size_t rows() const { return problem_.rows.size(); }
   std::size_t columns() const { return problem_.columns.size(); }
-  double cost(const clp_column& column) const { return problem_.sense * column.objective; }
+  double cost(const clp_column& column) const { return column.objective / cost_scale_; }
 
   clp_problem& problem_;
   const clp_settings& settings_;
   SilentHandler silent_;
   double start_;
+  double cost_scale_;  // of the program's costs to CLP's, which are minimised
   int iterations_ = 0;
   bool out_of_time_ = false;
 };
@@ -247,17 +255,21 @@ Verdict Solver::diagnose(ClpSimplex& model) {
 }
 
 // Solves once more from the optimal basis, unscaled and with tight tolerances, and keeps the
-// factorization. If that does not end optimal, the model's basis is left as it was.
-bool Solver::polish(ClpSimplex& model) {
+// factorization. Stores the solution, that of the model where this does not end optimal.
+Verdict Solver::polish(const ClpSimplex& model) {
   ClpSimplex polished(model);
   polished.passInMessageHandler(&silent_);
   polished.scaling(0);
   polished.setPerturbation(kPerturbationOff);
   polished.setPrimalTolerance(std::min(settings_.primal_tolerance, kPolishTolerance));
   polished.setDualTolerance(std::min(settings_.dual_tolerance, kPolishTolerance));
-  if (run(polished, clp_method::kPrimal, 1) != Verdict::kOptimal) return false;
-  store(polished, true);
-  return true;
+  const Verdict verdict = run(polished, clp_method::kPrimal, 1);
+  if (verdict == Verdict::kOptimal) {
+    store(polished, true);
+  } else {
+    store(model, false);
+  }
+  return verdict;
 }
 
 // ----- Solution -----
@@ -283,7 +295,7 @@ double Solver::residuals(const ClpSimplex& model, std::vector<double>& out) cons
 // The basic solution by iterative refinement: with residuals in extended precision, the corrections
 // through the factorization take x to the limit of double accuracy (Wilkinson, 1963). Slacks of
 // basic rows follow from x, so only the rows at a bound have a residual.
-void Solver::refine(ClpSimplex& model) {
+void Solver::refine(const ClpSimplex& model) {
   const int m = model.numberRows();
   const int n = model.numberColumns();
   const int* const pivots = model.pivotVariable();
@@ -363,7 +375,7 @@ void Solver::finish_values() {
   problem_.has_solution = true;
 }
 
-void Solver::store(ClpSimplex& model, bool factorized) {
+void Solver::store(const ClpSimplex& model, bool factorized) {
   for (std::size_t j = 0; j < columns(); ++j) {
     problem_.column_basis[j] = from_clp(model.getColumnStatus(static_cast<int>(j)));
   }
@@ -373,7 +385,7 @@ void Solver::store(ClpSimplex& model, bool factorized) {
   problem_.has_basis = true;
   problem_.x.assign(model.primalColumnSolution(), model.primalColumnSolution() + columns());
   problem_.dual.assign(model.dualRowSolution(), model.dualRowSolution() + rows());
-  for (double& dual : problem_.dual) dual *= problem_.sense;
+  for (double& dual : problem_.dual) dual *= cost_scale_;
   place_nonbasics(model);
   if (factorized) refine(model);
   finish_values();
@@ -392,6 +404,30 @@ bool Solver::is_feasible() const {
     const clp_row& row = problem_.rows[i];
     if (problem_.activity[i] < row_lower_bound(row) - tolerance ||
         problem_.activity[i] > row_upper_bound(row) + tolerance) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// A price that a move off the bound would pay for. Scaling can hide one from CLP.
+bool Solver::is_dual_feasible() const {
+  const double price = settings_.dual_tolerance * std::fabs(cost_scale_);
+  const double distance = settings_.primal_tolerance;
+  const auto holds = [&](double d, double value, double lower, double upper) {
+    return !(d > price && value > lower + distance) && !(d < -price && value < upper - distance);
+  };
+  for (std::size_t j = 0; j < columns(); ++j) {
+    const clp_column& column = problem_.columns[j];
+    if (!holds(problem_.sense * problem_.reduced_cost[j], problem_.x[j],
+               lower_bound_of(column.lower), upper_bound_of(column.upper))) {
+      return false;
+    }
+  }
+  for (std::size_t i = 0; i < rows(); ++i) {
+    const clp_row& row = problem_.rows[i];
+    if (!holds(problem_.sense * problem_.dual[i], problem_.activity[i], row_lower_bound(row),
+               row_upper_bound(row))) {
       return false;
     }
   }
@@ -474,8 +510,15 @@ void Solver::solve(clp_method method) {
   }
   if (verdict != Verdict::kOptimal && verdict != Verdict::kStopped) verdict = diagnose(model);
   if (verdict == Verdict::kOptimal) {
-    if (!polish(model)) store(model, false);
-    problem_.status = is_feasible() ? CPX_STAT_OPTIMAL : CPX_STAT_OPTIMAL_INFEAS;
+    const Verdict polished = polish(model);
+    if (is_feasible() && is_dual_feasible()) {
+      problem_.status = CPX_STAT_OPTIMAL;
+    } else if (polished == Verdict::kUnbounded) {
+      problem_.forget_solution();
+      problem_.status = CPX_STAT_UNBOUNDED;
+    } else {
+      problem_.status = CPX_STAT_OPTIMAL_INFEAS;
+    }
   } else {
     problem_.status = verdict == Verdict::kInfeasible  ? CPX_STAT_INFEASIBLE
                       : verdict == Verdict::kUnbounded ? CPX_STAT_UNBOUNDED

@@ -43,7 +43,6 @@ class IlcConstraintI {
   void notImplemented(const char* text) const;
 
   IlcManagerI* manager_;
-  void* owner_ = nullptr;  // back pointer to what posted the constraint
   const char* name_ = nullptr;
 };
 

@@ -3,7 +3,9 @@
 // answers in a run; tests install a library of their own to see which calls are made.
 //
 // Every operation that can fail returns a code, 0 for success; CPXgeterrorstring gives its text.
-// Ranges of indices are closed. Bounds and right-hand sides at or beyond 1e20 are infinite.
+// Ranges of indices are closed. Bounds and right-hand sides at or beyond 1e20 are infinite. A
+// number that is NaN, a cost of 1e25 or more or a matrix value above 1e20 is refused with
+// CPXERR_BAD_NUMBER, and nothing of the call takes effect.
 #ifndef PLANLOC_ENGINE_CPLEX_LIBRARY_H_
 #define PLANLOC_ENGINE_CPLEX_LIBRARY_H_
 
@@ -67,6 +69,7 @@ inline constexpr int CPXERR_ROW_INDEX_RANGE = 1203;
 inline constexpr int CPXERR_BAD_SENSE = 1215;
 inline constexpr int CPXERR_NO_SOLN = 1217;
 inline constexpr int CPXERR_DUP_ENTRY = 1222;
+inline constexpr int CPXERR_BAD_NUMBER = 1225;
 inline constexpr int CPXERR_BAD_CTYPE = 3021;
 
 // ----- Solution statuses and problem types -----

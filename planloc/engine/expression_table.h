@@ -38,7 +38,6 @@ class IlcExpressionTable final : public IlcHeap::Listener {
   IlcFloatExpI* find(const IlcExpKey& key) const;
   // REQUIRES: no equal node is known. `index` is the heap's index before the node was built.
   void insert(IlcFloatExpI* node, IlcHeap::Index index);
-  std::size_t size() const { return nodes_.size(); }
 
   void heapReset(IlcHeap::Index index) override;
 

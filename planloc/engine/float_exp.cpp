@@ -18,7 +18,6 @@ void narrow(IlcFloatExpI* exp, double min, double max, std::vector<IlcNarrowing>
 
 class SumI final : public IlcFloatExpI {
  public:
-  using IlcFloatExpI::IlcFloatExpI;
   SumI(IlcManagerI* manager, const IlcExpKey& key) : IlcFloatExpI(manager, key) {}
 
   void linParse(IlcLinearVisitor& visitor, double coefficient) override {

@@ -128,20 +128,22 @@ void IlcCplex::grow(std::unique_ptr<T[]>& array, int used, int capacity) {
 
 void IlcCplex::growRows() {
   RowBuffer& b = rows_;
-  b.capacity = std::max(std::max(b.count + 1, getIntParam(CPX_PARAM_ROWGROWTH)), 2 * b.capacity);
-  grow(b.rhs, b.count, b.capacity);
-  grow(b.starts, b.count, b.capacity);
-  grow(b.senses, b.count, b.capacity);
-  grow(b.names, b.count, b.capacity);
-  std::fill(b.names.get() + b.count, b.names.get() + b.capacity, &default_name_[0]);
+  const int capacity = std::max({b.count + 1, getIntParam(CPX_PARAM_ROWGROWTH), 2 * b.capacity});
+  grow(b.rhs, b.count, capacity);
+  grow(b.starts, b.count, capacity);
+  grow(b.senses, b.count, capacity);
+  grow(b.names, b.count, capacity);
+  std::fill(b.names.get() + b.count, b.names.get() + capacity, &default_name_[0]);
+  b.capacity = capacity;  // last: a report of missing memory may have thrown
 }
 
 void IlcCplex::growNonzeros(int n) {
   RowBuffer& b = rows_;
-  b.nonzero_capacity = std::max(std::max(b.nonzeros + n + 1, getIntParam(CPX_PARAM_NZGROWTH)),
-                                2 * b.nonzero_capacity);
-  grow(b.values, b.nonzeros, b.nonzero_capacity);
-  grow(b.indices, b.nonzeros, b.nonzero_capacity);
+  const int capacity =
+      std::max({b.nonzeros + n + 1, getIntParam(CPX_PARAM_NZGROWTH), 2 * b.nonzero_capacity});
+  grow(b.values, b.nonzeros, capacity);
+  grow(b.indices, b.nonzeros, capacity);
+  b.nonzero_capacity = capacity;
 }
 
 void IlcCplex::bufferRow(int n, const int* indices, const double* values, char sense, double rhs) {
@@ -251,13 +253,13 @@ void IlcCplex::setToLP() {
 
 // ----- Solution -----
 
-void IlcCplex::fill(Cache& cache, int length, Read read, const char* memory_name, const char* name,
-                    bool solve_without_solution) {
+void IlcCplex::fill(Cache& cache, int length, Read read, const char* memory_report,
+                    const char* name, bool solve_without_solution) {
   if (length != cache.size || !cache.values) {
     cache.values.reset(new (std::nothrow) double[static_cast<std::size_t>(length)]);
     if (!cache.values) {
       cache.size = 0;
-      return manager_.getErrorReporter()->error(kIlcNoMemory, memory_name, "No more memory");
+      return manager_.getErrorReporter()->error(kIlcNoMemory, memory_report);
     }
     cache.size = length;
   }
@@ -274,7 +276,7 @@ void IlcCplex::fill(Cache& cache, int length, Read read, const char* memory_name
 
 double IlcCplex::getCurrentValue(int column) {
   if (!x_.valid) {
-    fill(x_, getNumCols(), &CplexLibrary::CPXgetx, "IlcCplex::getCurrentValue",
+    fill(x_, getNumCols(), &CplexLibrary::CPXgetx, "IlcCplex::getCurrentValue: No more memory",
          "IlcCplex::getCurrentValue", !manager_.isInEditMode());
   }
   return x_.values[static_cast<std::size_t>(column)];
@@ -282,7 +284,7 @@ double IlcCplex::getCurrentValue(int column) {
 
 double IlcCplex::getReducedCost(int column) {
   if (!dj_.valid) {
-    fill(dj_, getNumCols(), &CplexLibrary::CPXgetdj, "IlcCplex::updateReducedCost",
+    fill(dj_, getNumCols(), &CplexLibrary::CPXgetdj, "IlcCplex::updateReducedCost: No more memory",
          "IlcCplex::updateReducedCost", !manager_.isInEditMode() || close_on_error_);
   }
   return dj_.values[static_cast<std::size_t>(column)];
@@ -290,7 +292,7 @@ double IlcCplex::getReducedCost(int column) {
 
 double IlcCplex::getDualValue(int row) {
   if (!pi_.valid) {
-    fill(pi_, getNumRows(), &CplexLibrary::CPXgetpi, "IlcCplex::updateDualValue",
+    fill(pi_, getNumRows(), &CplexLibrary::CPXgetpi, "IlcCplex::updateDualValue: No more memory",
          "IlcCplex::updateDuals", !manager_.isInEditMode());
   }
   return pi_.values[static_cast<std::size_t>(row)];
@@ -298,8 +300,9 @@ double IlcCplex::getDualValue(int row) {
 
 double IlcCplex::getSlackValue(int row) {
   if (!slack_.valid) {
-    fill(slack_, getNumRows(), &CplexLibrary::CPXgetslack, "IlcCplex::updateSlackValue",
-         "IlcCplex::updateSlackValue", !manager_.isInEditMode());
+    fill(slack_, getNumRows(), &CplexLibrary::CPXgetslack,
+         "IlcCplex::updateSlackValue: No more memory", "IlcCplex::updateSlackValue",
+         !manager_.isInEditMode());
   }
   return slack_.values[static_cast<std::size_t>(row)];
 }

@@ -127,7 +127,7 @@ class IlcCplex {
   void test(const char* name, int code);
   void invalidateCaches();
   int solve(Solve method, const char* name);
-  void fill(Cache& cache, int length, Read read, const char* memory_name, const char* name,
+  void fill(Cache& cache, int length, Read read, const char* memory_report, const char* name,
             bool solve_without_solution);
   template <typename T>
   void grow(std::unique_ptr<T[]>& array, int used, int capacity);

@@ -223,12 +223,12 @@ IlcFloatVar IlcLinOptI::enterObj(IlcFloatArray coefficients, IlcFloatVarArray va
     objective_var_ = nullptr;
   }
   if (vars.getSize() == 0) return IlcFloatVar(getManager(), 0.0, 0.0);
-  const bool single = vars.getSize() == 1 && coefficients[0] == 1.0;
-  const IlcFloatVar first = vars[0];
   const int n = mapTerms(coefficients, vars);
   if (!deferred_) allowMipAgain();
   cplex_->chgObj(n, scratch_->row_columns.data(), coefficients.getImpl()->values, sense);
-  const IlcFloatVar var = single ? first : IlcFloatVar(getManager(), -IlcInfinity, IlcInfinity);
+  const IlcFloatVar var = n == 1 && coefficients[0] == 1.0
+                              ? vars[0]
+                              : IlcFloatVar(getManager(), -IlcInfinity, IlcInfinity);
   objective_var_ = var.getImpl();
   return var;
 }

@@ -62,8 +62,8 @@ void IlcColumnTable::mapToColumns(const IlcFloatVarArrayI& vars, IlcCplex& cplex
     columns[static_cast<std::size_t>(k)] = place->second;
     if (!is_new) continue;
     vars_.set(place->second, var, cplex);
-    lower[added] = ilc_clamp_bound(var->getMin());
-    upper[added] = ilc_clamp_bound(var->getMax());
+    lower[added] = std::max(var->getMin(), -CPX_INFBOUND);
+    upper[added] = std::min(var->getMax(), CPX_INFBOUND);
     types_[static_cast<std::size_t>(added)] = 'C';
     names_[static_cast<std::size_t>(added)] =
         var->getName() ? const_cast<char*>(var->getName()) : no_name;

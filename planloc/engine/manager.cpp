@@ -24,8 +24,8 @@ IlcManagerI* current_manager = nullptr;
 
 // The process clock counts whole milliseconds.
 double process_seconds() {
-  const auto ticks_per_ms = CLOCKS_PER_SEC / 1000;
-  return static_cast<double>(std::clock() / ticks_per_ms) * 0.001;
+  const std::clock_t milliseconds = std::clock() / (CLOCKS_PER_SEC / 1000);
+  return static_cast<double>(milliseconds) * 0.001;
 }
 
 }  // namespace
@@ -61,7 +61,7 @@ IlcManagerI::IlcManagerI(int mode)
   heap_.setListener(&expressions_);
 }
 
-IlcManagerI::~IlcManagerI() {
+void IlcManagerI::endSolvers() {
   const auto solvers = solvers_;
   for (IlcLinearSolverI* solver : solvers) solver->end();
 }
@@ -107,6 +107,7 @@ IlcManagerI* IlcManager::checked(const char* member) const {
 
 void IlcManager::end() {
   IlcManagerI* const impl = checked("IlcManager::end");
+  impl->endSolvers();
   delete impl;
   if (current_manager == impl) current_manager = nullptr;
   impl_ = nullptr;

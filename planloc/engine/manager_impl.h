@@ -31,7 +31,6 @@ class IlcManagerI {
   };
 
   explicit IlcManagerI(int mode);
-  ~IlcManagerI();
   IlcManagerI(const IlcManagerI&) = delete;
   IlcManagerI& operator=(const IlcManagerI&) = delete;
 
@@ -71,14 +70,15 @@ class IlcManagerI {
   std::uint32_t boundsEpoch() const { return bounds_epoch_; }
   void boundsChanged() { ++bounds_epoch_; }
 
-  // Optimisers that still own memory; the manager ends them when it goes.
+  // Optimisers that still own memory, to be ended before the manager goes. Not by its destructor,
+  // since a report of the library may throw.
   void link(IlcLinearSolverI* solver) { solvers_.insert(solver); }
   void unlink(IlcLinearSolverI* solver) { solvers_.erase(solver); }
+  void endSolvers();
 
  private:
   double start_time_;
   double default_precision_ = 1e-10;
-  double second_precision_ = 1e-11;
   IlcHeap heap_;
   IlcHeap global_heap_;
   IlcErrorReporter* reporter_;

@@ -62,6 +62,12 @@ const StatusCase kStatusCases[] = {
      2,
      0},
     {"unbounded, presolve sees it", {{-1, 0, kInf}, {0, 0, 1}}, {{{0, 1}, 'L', 3}}, 3, 0},
+    {"unbounded by a price that scaling hides",
+     {{0.93, 0, kInf}, {-0.075, 0, kInf}, {-3.9, -kInf, 50}, {0.058, 0, kInf}, {-71, -kInf, 50}},
+     {{{598, 0.066, 491, 85, -2.2e-5}, 'L', -846},
+      {{4.5e-6, 639, -0.094, -3.5e-4, 0.091}, 'G', 9.6}},
+     3,
+     0},
     {"solved by presolve",
      {{1, 0, kInf}, {1, 0, kInf}},
      {{{1, 0}, 'E', 2}, {{1, 1}, 'E', 5}},
@@ -234,6 +240,81 @@ TEST(ClpMatrixTest, CodesOfBadArgumentsAndNoChange) {
   EXPECT_EQ(lib.CPXdualopt(p.env, p.lp), CPXERR_NOT_FOR_MIP);
   EXPECT_EQ(lib.CPXchgprobtype(p.env, p.lp, CPXPROB_RELAXED), 0);
   EXPECT_EQ(lib.CPXdualopt(p.env, p.lp), 0);
+}
+
+TEST(ClpMatrixTest, NumbersThatAreRefusedChangeNothing) {
+  Program p({{1, 0, 2}}, {}, 1);
+  ClpLibrary& lib = p.library;
+  const int zero[] = {0};
+  const double nan = std::nan(""), inf = HUGE_VAL, one = 1;
+  const auto column = [&](double cost, double lower, double upper) {
+    return lib.CPXnewcols(p.env, p.lp, 1, &cost, &lower, &upper, nullptr, nullptr);
+  };
+  const auto row = [&](double value, double rhs) {
+    return lib.CPXaddrows(p.env, p.lp, 0, 1, 1, &rhs, "G", zero, zero, &value, nullptr, nullptr);
+  };
+  const auto cost = [&](double value) { return lib.CPXchgobj(p.env, p.lp, 1, zero, &value); };
+  for (const double bad : {nan, inf, -inf, 1e300, 1e25, -1e25}) {
+    EXPECT_EQ(column(bad, 0, 1), CPXERR_BAD_NUMBER) << bad;
+    EXPECT_EQ(row(bad, 1), CPXERR_BAD_NUMBER) << bad;
+    EXPECT_EQ(cost(bad), CPXERR_BAD_NUMBER) << bad;
+  }
+  EXPECT_EQ(row(1.1e20, 1), CPXERR_BAD_NUMBER);
+  EXPECT_EQ(row(1, nan), CPXERR_BAD_NUMBER);
+  EXPECT_EQ(column(1, nan, 1), CPXERR_BAD_NUMBER);
+  EXPECT_EQ(column(1, 0, nan), CPXERR_BAD_NUMBER);
+  EXPECT_EQ(lib.CPXchgbds(p.env, p.lp, 1, zero, "L", &nan), CPXERR_BAD_NUMBER);
+  EXPECT_EQ(lib.CPXtightenbds(p.env, p.lp, 1, zero, "U", &nan), CPXERR_BAD_NUMBER);
+  EXPECT_EQ(lib.CPXgetnumcols(p.env, p.lp), 1);
+  EXPECT_EQ(lib.CPXgetnumrows(p.env, p.lp), 0);
+  ASSERT_EQ(p.solve(true), 1);
+  EXPECT_EQ(p.value(), 0);
+  EXPECT_EQ(lib.CPXchgbds(p.env, p.lp, 1, zero, "L", &one), 0);
+  EXPECT_EQ(cost(9.9e24), 0);
+  EXPECT_EQ(row(1e20, -inf), 0);
+  ASSERT_EQ(p.solve(true), 1);
+  EXPECT_EQ(p.value(), 9.9e24);
+  EXPECT_EQ(row(1, inf), 0);
+  EXPECT_EQ(p.solve(true), 2);
+}
+
+// Costs come close to 1e25, where CLP ends the process, and its scaling takes them beyond.
+TEST(ClpSolveTest, APowerOfTwoOnAllCostsChangesTheValueOnly) {
+  std::mt19937 random(11);
+  std::uniform_real_distribution<double> mantissa(1, 10);
+  const auto number = [&](int low, int high) {
+    const int exponent = low + static_cast<int>(random() % static_cast<unsigned>(high - low + 1));
+    return mantissa(random) * std::pow(10.0, exponent) * (random() % 3 ? 1 : -1);
+  };
+  int optimal = 0;
+  for (int round = 0; round < 400; ++round) {
+    std::vector<Column> columns;
+    std::vector<Row> rows;
+    const auto n = 2 + random() % 4;
+    for (std::size_t j = 0; j < n; ++j) {
+      columns.push_back({number(-2, 2), random() % 3 ? 0 : -kInf, random() % 3 ? kInf : 50});
+    }
+    for (auto i = 1 + random() % 5; i > 0; --i) {
+      Row row{{}, "LGE"[random() % 3], number(-3, 2)};
+      for (std::size_t j = 0; j < n; ++j) row.coefficients.push_back(number(-6, 5));
+      rows.push_back(row);
+    }
+    const bool presolve = random() % 2, dual = random() % 2;
+    const auto solved = [&](double scale) {
+      std::vector<Column> scaled = columns;
+      for (Column& column : scaled) column.cost *= scale;
+      Program program(scaled, rows, 1);
+      program.set(CPX_PARAM_PREIND, presolve);
+      const int status = program.solve(dual);
+      return std::pair(status, status == 1 ? program.value() / scale : 0.0);
+    };
+    const auto plain = solved(1), large = solved(std::ldexp(1.0, 73));
+    if (plain.first > 3 || large.first > 3) continue;
+    EXPECT_EQ(large.first, plain.first) << round;
+    EXPECT_NEAR(large.second, plain.second, 1e-6 * std::fabs(plain.second)) << round;
+    optimal += plain.first == 1;
+  }
+  EXPECT_GT(optimal, 50);
 }
 
 TEST(ClpMatrixTest, TightenedBoundsNeverWiden) {

@@ -3,10 +3,21 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <functional>
 #include <memory>
+#include <new>
 #include <string>
 
 #include "engine_fixture.h"
+
+namespace {
+bool out_of_memory = false;
+}  // namespace
+
+// The adaptor's arrays come from here.
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+  return out_of_memory ? nullptr : ::operator new[](size);
+}
 
 namespace planloc {
 namespace {
@@ -249,6 +260,28 @@ TEST_F(IlcCplexTest, ConstructionReportsAndGivesBackWhatItHolds) {
   EXPECT_EQ(report_of([&] { adaptor(); }), (Report{32999, "IlcCplex::IlcCplex : "}));
   EXPECT_EQ(library.count("geterrorstring"), 1) << "with a null environment";
   EXPECT_EQ(library.calls[1], "geterrorstring -32999");
+}
+
+TEST_F(IlcCplexTest, MissingMemoryIsReportedAndTheAdaptorStaysUsable) {
+  const double one = 1;
+  const int column = 0;
+  const std::pair<const char*, std::function<void(IlcCplex&)>> cases[] = {
+      {"IlcCplex::getCurrentValue: No more memory", [](IlcCplex& c) { c.getCurrentValue(0); }},
+      {"IlcCplex::updateReducedCost: No more memory", [](IlcCplex& c) { c.getReducedCost(0); }},
+      {"IlcCplex::updateDualValue: No more memory", [](IlcCplex& c) { c.getDualValue(0); }},
+      {"IlcCplex::updateSlackValue: No more memory", [](IlcCplex& c) { c.getSlackValue(0); }},
+      {"Solver : no more memory", [&](IlcCplex& c) { c.bufferRow(1, &column, &one, 'L', 1); }},
+  };
+  for (const auto& [text, call] : cases) {
+    const auto cplex = adaptor();
+    load_with_row(*cplex);
+    cplex->dualOpt();
+    out_of_memory = true;
+    const Report report = report_of([&] { call(*cplex); });
+    out_of_memory = false;
+    EXPECT_EQ(report.text, text);
+    EXPECT_EQ(report_of([&] { call(*cplex); }).text, "no report");
+  }
 }
 
 TEST_F(IlcCplexTest, ReadsWithoutASolutionSolveOnlyWhenSearching) {

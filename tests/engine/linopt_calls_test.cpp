@@ -110,11 +110,12 @@ TEST_F(LinOptCallsTest, ConstraintsOfOneVariableNarrowItsColumn) {
 
 TEST_F(LinOptCallsTest, BoundsAndRightHandSidesAreClamped) {
   IlcFloatVar x(m, -1e21, 1e21), y(m, -1e20, 1e20), z = free_variable();
-  lp.setObjMin(x + 1.0 * y + z);
-  EXPECT_EQ(changes()[2], "newcols [-1e+20,1e+20] [-1e+20,1e+20] [-1e+20,1e+20]");
+  IlcFloatVar beyond(m, 1e21, IlcInfinity);
+  lp.setObjMin(x + 1.0 * y + z + beyond);
+  EXPECT_EQ(changes()[2], "newcols [-1e+20,1e+20] [-1e+20,1e+20] [-1e+20,1e+20] [1e+21,1e+20]");
   for (const double rhs : {1e21, 1e20, 9e19, -1e21, -1e20}) lp.add(x + y <= constant(rhs));
   lp.getNumberOfRows();
-  EXPECT_EQ(changes()[0],
+  EXPECT_EQ(changes()[1],
             "addrows 1 x0 1 x1 L 1e+20; 1 x0 1 x1 L 1e+20; 1 x0 1 x1 L 9e+19; "
             "1 x0 1 x1 L -1e+20; 1 x0 1 x1 L -1e+20");
 }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <csignal>
 #include <functional>
 #include <sstream>
@@ -61,6 +62,7 @@ TEST_F(LinOptTest, ObjectiveVariable) {
   IlcFloatVar x(m, 1, 4), y(m, 2, 5), fixed(m, 3, 3);
   EXPECT_EQ(lp.setObjMin(x).getImpl(), x.getImpl());
   EXPECT_EQ(lp.setObjMin(1.0 * x + 0.0 * y).getImpl(), x.getImpl());
+  EXPECT_EQ(lp.setObjMin(0.25 * x + 0.75 * x).getImpl(), x.getImpl());
   EXPECT_EQ(lp.getNumberOfColumns(), 1);
 
   const IlcFloatVar twice = lp.setObjMin(2.0 * x);
@@ -86,6 +88,33 @@ TEST_F(LinOptTest, ObjectiveVariable) {
   EXPECT_EQ(converted.getMin(), 3);
   EXPECT_EQ(converted.getMax(), 9);
   EXPECT_EQ(lp.getNumberOfColumns(), columns);
+  lp.end();
+}
+
+TEST_F(LinOptTest, NumbersThatTheLibraryRefusesAreReported) {
+  const double nan = std::nan("");
+  const auto refused = [](const char* name) {
+    return Report{CPXERR_BAD_NUMBER,
+                  std::string(name) + " : Error 1225: Number is not finite or too large."};
+  };
+  for (const double number : {1e25, -1e25, 1e300, -IlcInfinity, nan}) {
+    IlcLinOpt lp(m, 0);
+    IlcFloatVar x = at_least_zero(), y = at_least_zero();
+    EXPECT_EQ(report_of([&] { lp.setObjMin(number * x + y); }), refused("IlcCplex::chgObj"))
+        << number;
+    lp.setObjMin(x + y);
+    lp.add(number * x + y <= constant(1));
+    EXPECT_EQ(report_of([&] { lp.dualOpt(); }), refused("IlcCplex::postToCplex")) << number;
+    lp.end();
+  }
+  IlcLinOpt lp(m, 0);
+  IlcFloatVar x = at_least_zero(), y = at_least_zero();
+  lp.setObjMin(9e24 * x + 5e24 * y);
+  EXPECT_EQ(lp.dualOpt(), 1);
+  EXPECT_EQ(report_of([&] { lp.add(1e25 * x <= y); }), refused("IlcCplex::newRow"));
+  EXPECT_EQ(report_of([&] { lp.add(x + nan <= y); }), refused("IlcCplex::newRow"));
+  EXPECT_EQ(report_of([&] { lp.add(IlcFloatVar(m, nan, 1) + x <= y); }),
+            refused("IlcCplex::newCols"));
   lp.end();
 }
 

@@ -114,10 +114,12 @@ TEST(ManagerDeathTest, MembersOfAnEmptyHandleReport) {
   }
 }
 
-TEST_F(ManagerTest, EmptyHandleReportCarriesItsCode) {
+TEST_F(ManagerTest, ReportsCarryTheirCodes) {
   IlcLinOpt(m, 0).end();  // leaves the throwing reporter behind
   EXPECT_EQ(report_of([] { IlcManager().getTime(); }),
             (Report{39, "IlcManager::getTime : empty manager"}));
+  EXPECT_EQ(report_of([this] { IlcFloatVarArray(m, -1); }),
+            (Report{5, "IlcFloatVarArrayI : bad array size"}));
 }
 
 struct KeepingReporter : IlcErrorReporter {
@@ -165,6 +167,15 @@ TEST_F(ManagerTest, EndReleasesOptimisersThatWereNotEnded) {
   library.take();
   other.end();
   EXPECT_EQ(library.calls, (Calls{"freeprob", "closeCPLEX"}));
+}
+
+TEST_F(ManagerTest, EndReportsWhatReleasingAnOptimiserReports) {
+  IlcManager other(1);
+  const IlcLinOpt lp(other, 0);
+  library.fail_next = {{"freeprob", 1001}};
+  EXPECT_EQ(report_of([&] { other.end(); }),
+            (Report{1001, "IlcCplex::~IlcCplex : Error 1001: Out of memory."}));
+  EXPECT_EQ(report_of([&] { other.end(); }).text, "no report");
 }
 
 TEST(ArraysDeathTest, IndicesSizesAndEmptyHandles) {

@@ -15,21 +15,20 @@ namespace {
 
 using namespace std::string_literals;
 
-const std::string kSquare = "begin {polygauge}\n1 0\n0 1\n-1 0\n0 -1\nend {polygauge}\n";
+const std::string kSquare = "begin {polygauge} \n1 0\n0 1\n-1 0\n0 -1\nend {polygauge}\n";
 const std::string kTriangle = "begin {polygauge}\n2 0\n0 1\n-1 -1\nend {polygauge}\n";
 const std::string kOpen = "begin {polygaugelist}\n";
 const std::string kClose = "end {polygaugelist}\n";
 const std::string kMixed =
-    "begin {mixgaugelist}\nbegin {mixgauge}\n1 0 1\n0 1 0\n-1 0 1\n0 -1 0\nend {mixgauge}\n"
+    "begin {mixgaugelist} \nbegin {mixgauge}\n1 0 1\n0 1 0\n-1 0 1\n0 -1 0\nend {mixgauge}\n"
     "end {mixgaugelist}\n";
 
 const std::string kSquareRead = "1,0 0,1 -1,0 0,-1 ;";
 const std::string kTriangleRead = "2,0 0,1 -1,-1 ;";
-const std::string kMixedRead = "1,0 0,1 -1,0 0,-1 ;1010";
+const std::string kMixedRead = kSquareRead + "1010";
 const Outcome kBothRead = ended(kSquareRead + kTriangleRead);
 const Outcome kTypesFail =
     reported(1717, "mixgauge: must be the same size for points and conetyps");
-const Outcome kNoVertices = aborted("dlist::head(): empty list");
 
 // The gauges go to the error stream: the scanner itself writes to the other one.
 template <class Gauge>
@@ -72,7 +71,7 @@ Outcome broken(int line) {
 TEST(GaugeReader, ReadsPolygaugesInEveryLayout) {
   expect(read_polygauges, "",
          {{kOpen + kSquare + kTriangle + kClose, kBothRead},
-          {"BEGIN{PolyGaugeList}\nbegin  {  polygauge }  \n2 0 0 1\t-1\n-1 End { POLYGAUGE }\n"
+          {"BEGIN{PolyGaugeList} \nbegin  {  polygauge }  \n2 0 0 1\t-1\n-1 End { POLYGAUGE } \n"
            "end {polygaugelist}",
            ended(kTriangleRead)},
           {kSquare + kTriangle, ended(kSquareRead)},  // a bare gauge; the rest is not read
@@ -88,19 +87,15 @@ TEST(GaugeReader, ReadsPolygaugesInEveryLayout) {
 
 TEST(GaugeReader, CommentsAndLineBreaksBetweenGauges) {
   expect(read_polygauges, kOpen + kSquare,
-         {{"// note\n" + kTriangle + kClose, kBothRead},
-          {" \t// note\n" + kTriangle + " /* note */" + kClose, kBothRead},
+         {{" \t// note\n" + kTriangle + " /* note */" + kClose, kBothRead},
           {"/* a\n\nb */" + kTriangle, kBothRead},
-          {"\n" + kTriangle, broken(8)},
           {"// note\n\n" + kTriangle, broken(9)},
           {"/* note */\n" + kTriangle, broken(8)},
-          {"\n", broken(8)},
           {" \r\n", broken(8)},
           // Block comments do not nest, and a line comment hides their end.
           {"/* a /* b */" + kTriangle + "\n\n", ended(kSquareRead)},
           {"/* a // b */\n*/" + kTriangle, kBothRead},
-          {"/* a **/" + kTriangle, kBothRead},
-          {"/*/ a */" + kTriangle, kBothRead}});
+          {"/*/ a **/" + kTriangle, kBothRead}});
   // A comment above the list excuses one empty line in it; one inside a gauge excuses none.
   expect(read_polygauges, "// note\n\n" + kOpen,
          {{"\n" + kSquare + kTriangle, kBothRead}, {"\n\n" + kSquare, broken(5)}});
@@ -119,19 +114,15 @@ TEST(GaugeReader, RefusesWhatDoesNotBelong) {
           {"%%s%%s\n", between(2, "%%s%%s")},
           {"ab\0c\n"s, between(2, "ab")},
           {"\0c\n"s, between(2, "c")},
-          {"\xc3\xa9\n", between(2, "\xc3\xa9")},
           {"begin {mixgauge}\n", between(2, "begin {mixgauge}")},
-          {"begin {polygauge} // first\n", between(2, "begin {polygauge} // first")},
           {"begin {polygauge}\r\n", between(2, "begin {polygauge}\r")},
           {"begin {polygauge}\n1 0\n.5 1\n", unexpected(4)},
-          {"begin {polygauge}\n1 0\n0 1.5.5\n", unexpected(4)},
-          {"begin {polygauge}\n-1 0 end {polygaugelist}\n", unexpected(3)},
           {kTriangle + "begin {polygauge}\n1 0\n1 0\nend {polygauge}\n",
            reported(1701, "polygauge: must be in counterclockwise order")}});
   expect(read_polygauges, "",
          {{kMixed, reported(1608, "Wrong file!")},
           {kSquare.substr(0, kSquare.size() - 1), unexpected(6)},
-          {"begin {polygauge}\nend {polygauge}\n", kNoVertices},
+          {"begin {polygauge}\nend {polygauge}\n", aborted("dlist::head(): empty list")},
           {"begin {mixgauge}\n1 0\n0 1\n-1 -1\nend {mixgauge}\n", kTypesFail},
           {"begin {polygauge}\n1e999 0\n0 1\n-1 -1\nend {polygauge}\n",
            reported(1702, "polygauge: alpha > PI")}});
@@ -142,7 +133,6 @@ TEST(GaugeReader, TextOutsideIsCopiedToTheOutput) {
          {{"a b\n c.\t" + kSquare, ended(kSquareRead, "abc.")},
           {"begin\t{polygaugelist}\nx", ended("", "begin{polygaugelist}x")},
           {"begin {polygaugelist}\r\n1 0\r\n", ended("", "begin{polygaugelist}10")},
-          {"begin {polygaugelist} // two\n", ended("", "begin{polygaugelist}")},
           {"begin {polygaugelist}", ended("", "begin{polygaugelist}")},
           {"\0\xff%"s, ended("", "\0\xff%"s)},
           {"x" + kOpen + "y\n", between(2, "y", "x")}});
@@ -162,29 +152,28 @@ TEST(GaugeReader, ReadsOneMixedGauge) {
   expect(read_mixgauges, "begin {mixgaugelist}\n",
          {{gauge + "end {mixgaugelist}", ended(kMixedRead)},
           {"\n\n/* a */\n" + gauge + "\n\nend {mixgaugelist}", ended(kMixedRead)},
-          {"begin {mixgauge}\n1 0 x21 0 1\n.0 // y\n -1 0\n1 0 -1 0 end {mixgauge}\n",
+          {"begin {mixgauge} \n1 0 x21 0 1\n.0 // y\n -1 0\n1 0 -1 0 end {mixgauge} \n",
            ended(kMixedRead, "x2.")},
-          {"begin {mixgauge}\n1 0 1 0 1 1 -1 0 0 0 -1 0\nend {mixgauge}\n",
-           ended("1,0 -1,0 0,-1 ;100")},
           {gauge + gauge, kTypesFail},
-          {"begin {mixgauge}\nend {mixgauge}\n", kNoVertices},
           {"x\n", reported(1610,
                            "'begin {mixgauge}' or 'end {mixgaugelist}' expected in line 2, found "
                            "\"x\" instead.")}});
   expect(read_mixgauges, "",
          {{kOpen + "begin", reported(1610, "Wrong file!")},
-          {kSquare, ended("")}});  // goes to the other list
+          {kSquare, ended("")},   // goes to the other list
+          {gauge, kTypesFail}});  // a bare gauge reads no types
 }
 
 TEST(GaugeReader, WhatAReadLeavesForTheNextOne) {
   const auto polygauges = [](const std::string& one, const std::string& two) {
     return in_a_row(read_polygauges, one, read_polygauges, two);
   };
-  EXPECT_EQ(polygauges(kSquare, kTriangle), ended(kSquareRead + "|" + kTriangleRead));
   EXPECT_EQ(polygauges("begin {polygauge}\n1 0\n0 1\n9",
                        "begin {polygauge}\n-1 0 0 -1\nend {polygauge}\n"),
             ended("|" + kSquareRead));
   EXPECT_EQ(polygauges(kOpen + "// note", kOpen + "\n" + kTriangle), ended("|" + kTriangleRead));
+  EXPECT_EQ(in_a_row(read_mixgauges, kSquare, read_polygauges, kTriangle),
+            ended("|" + kTriangleRead));
   EXPECT_EQ(in_a_row(read_mixgauges, kMixed, read_mixgauges, kMixed).err,
             kMixedRead + "|" + kTypesFail.err);
 }
@@ -207,10 +196,11 @@ TEST(GaugeReader, LongLinesTakeTimeInProportion) {
 }
 
 TEST(GaugeReader, EveryBrokenFileEndsInAControlledWay) {
-  const Mutator mutator(1, {kOpen + kSquare + kTriangle + kClose, kMixed, kSquare},
-                        {kSquare, kOpen, kClose, "begin {mixgauge}\n", "end {mixgauge}\n"});
-  expect_controlled_endings(mutator, 600, read_polygauges);
-  expect_controlled_endings(mutator, 600, read_mixgauges);
+  for (const Reader read : {read_polygauges, read_mixgauges}) {
+    expect_controlled_endings({kOpen + kSquare + kTriangle + kClose, kMixed, kSquare},
+                              {kSquare, kOpen, kClose, "begin {mixgauge}\n", "end {mixgauge}\n"},
+                              600, read);
+  }
 }
 
 }  // namespace
