@@ -205,6 +205,11 @@ TEST_F(RunOnScreenTest, FillsAWindowOfAnySizeWithOneScale) {
     EXPECT_TRUE(shows({w.x, at(0, -5).second}, value_of(black)));
     EXPECT_TRUE(shows({w.x + size.width - 1, at(0, -5).second}, value_of(black)));
   }
+  // The button is in reach in the narrowest window too.
+  XResizeWindow(screen_.display(), w.id, 100, 200);
+  ASSERT_TRUE(soon([&] { return screen_.wait_for("FLNZ Window").width == 100; }));
+  screen_.click(w.x + 60, w.y + 20);
+  EXPECT_EQ(ending(), 0);
 }
 
 TEST_F(RunOnScreenTest, EndsWithAMessageWhenTheDisplayGoesAway) {
@@ -359,6 +364,26 @@ TEST_F(ScreenTest, PanelsAnswerByTheirButtons) {
     if (c.next_title) screen_.type(screen_.wait_for(c.next_title), "space");
     EXPECT_EQ(ending(), c.ending);
     EXPECT_EQ(contents("out") + contents("err"), "");
+  }
+}
+
+TEST_F(ScreenTest, LongTextsLeaveTheButtonsInReach) {
+  const std::string token(20000, 'x');
+  const std::function<void()> panels[] = {
+      [&] { MaviMessage(("found " + token + " instead").c_str(), 0, true); },
+      [] {
+        window panel("MAVI-MESSAGE");
+        for (int i = 0; i < 100; ++i) panel.text_item("a line");
+        panel.button("ok", 0);
+        std::exit(panel.panel_open());
+      }};
+  for (const auto& call : panels) {
+    start(call);
+    const auto panel = screen_.wait_for("MAVI-MESSAGE");
+    EXPECT_LE(panel.width, virtual_screen::kWidth - 100);
+    EXPECT_LE(panel.y + panel.height, virtual_screen::kHeight);
+    screen_.click(panel.x + panel.width / 2, panel.y + panel.height - 30);
+    EXPECT_EQ(ending(), 0);
   }
 }
 

@@ -40,7 +40,7 @@ class virtual_screen {
   };
 
   virtual_screen() {
-    if (std::system("command -v Xvfb xdotool >/dev/null") != 0) {
+    if (std::system("command -v Xvfb >/dev/null && command -v xdotool >/dev/null") != 0) {
       reason_ = "Xvfb and xdotool are needed (Debian packages xvfb and xdotool)";
       return;
     }

@@ -74,6 +74,7 @@ class text_lines : public Fl_Widget {
  public:
   text_lines(const string& text, int widest) : Fl_Widget(0, 0, 0, 0) {
     for (text_run& run : parse_markup(text.cstring())) place(run, widest);
+    cut_long_text();
     size(longest_, (line_ + 1) * line_height());
   }
 
@@ -96,6 +97,10 @@ class text_lines : public Fl_Widget {
 
   static int line_height() { return kTextSize + 6; }
 
+  static constexpr int kMostLines = 12;
+  // Long enough for any line; FLTK measures no text of more than 16 bits of pixels.
+  static constexpr std::size_t kLongestPiece = 400;
+
   // Splits at blanks, which stay with the word before them, and at line ends; a word longer than a
   // line is split where the line ends.
   void place(const text_run& run, int widest) {
@@ -106,18 +111,30 @@ class text_lines : public Fl_Widget {
         ++at;
         continue;
       }
-      std::size_t end = run.text.find_first_of(" \n", at);
-      end = std::min(end, run.text.size());
-      while (end < run.text.size() && run.text[end] == ' ') ++end;
-      std::string word = run.text.substr(at, end - at);
+      const std::size_t end = std::min(run.text.find_first_of(" \n", at), run.text.size());
+      std::string word = run.text.substr(at, std::min(end - at, kLongestPiece));
       const Fl_Font font = font_number(run.font);
-      const std::string inked = word.substr(0, word.find_last_not_of(' ') + 1);
-      if (across_ > 0 && across_ + text_width(font, inked) > widest) next_line();
-      while (word.size() > 1 && text_width(font, word) > widest && word.back() != ' ')
-        word.pop_back();
-      put(run, word, text_width(font, word));
+      if (across_ > 0 && across_ + text_width(font, word) > widest) next_line();
+      while (word.size() > 1 && text_width(font, word) > widest) drop_last_character(word);
       at += word.size();
+      for (; at >= end && at < run.text.size() && run.text[at] == ' '; ++at) word += ' ';
+      put(run, word, text_width(font, word));
     }
+  }
+
+  // In UTF-8 the bytes behind the first one of a character begin with the bits 10.
+  static void drop_last_character(std::string& word) {
+    while (word.size() > 1 && (word.back() & 0xc0) == 0x80) word.pop_back();
+    if (word.size() > 1) word.pop_back();
+  }
+
+  void cut_long_text() {
+    if (line_ < kMostLines) return;
+    const text_run like = pieces_.front().run;
+    std::erase_if(pieces_, [](const piece& p) { return p.line >= kMostLines; });
+    line_ = kMostLines;
+    across_ = 0;
+    put(like, "...", text_width(font_number(like.font), "..."));
   }
 
   void put(const text_run& run, const std::string& word, int width) {
@@ -181,7 +198,9 @@ class strip : public Fl_Group {
 
   // Sets the place of each item for a strip of this width; returns the height.
   int arrange(int width) {
-    const int right = width - margin() - (readout_ ? readout_->w() + kGap : 0);
+    const bool with_readout = readout_ && readout_fits(width);
+    if (readout_) with_readout ? readout_->show() : readout_->hide();
+    const int right = width - margin() - (with_readout ? readout_->w() + kGap : 0);
     int y = margin();
     int i = 0;
     while (i < children()) {
@@ -206,7 +225,7 @@ class strip : public Fl_Group {
       }
       y += kButtonHeight + (i < children() && is_button(child(i)) ? kGap : 0);
     }
-    if (readout_) {
+    if (with_readout) {
       const int at = std::max(y - kButtonHeight, margin());
       readout_->position(width - margin() - readout_->w(), at);
       y = std::max(y, at + kButtonHeight);
@@ -214,8 +233,27 @@ class strip : public Fl_Group {
     return y + margin();
   }
 
+  // Removes the last line of text; false if there is none.
+  bool drop_last_text() {
+    for (int i = children() - 1; i >= 0; --i) {
+      const std::unique_ptr<Fl_Widget> text(dynamic_cast<text_lines*>(child(i)));
+      if (!text) continue;
+      remove(i);
+      return true;
+    }
+    return false;
+  }
+
  private:
   bool is_panel() const { return !content_.picture; }
+  // In a narrow window the buttons come first.
+  bool readout_fits(int width) const {
+    int widest = 0;
+    for (int i = 0; i < children(); ++i) {
+      if (is_button(child(i))) widest = std::max(widest, child(i)->w());
+    }
+    return 2 * margin() + widest + kGap + readout_->w() <= width;
+  }
   int margin() const { return is_panel() ? kMargin : kStripMargin; }
   static bool is_button(const Fl_Widget* item) { return dynamic_cast<const Fl_Button*>(item); }
 
@@ -422,7 +460,11 @@ class top_window : public Fl_Double_Window {
     Fl::screen_work_area(left, top, width, height);
     const int least = canvas_ ? strip_->widest() : std::max(strip_->widest(), kLeastPanel);
     const int wide = std::min(canvas_ ? std::max(content_.picture->width(), least) : least, width);
-    const int strip_height = strip_->arrange(wide);
+    int strip_height = strip_->arrange(wide);
+    // Buttons are below the text: a panel must not be higher than the screen.
+    while (!canvas_ && strip_height > height && strip_->drop_last_text()) {
+      strip_height = strip_->arrange(wide);
+    }
     const int high = strip_height + (canvas_ ? content_.picture->height() : 0);
     size(wide, std::min(high, height));
     if (canvas_) size_range(std::min(wide, least), strip_height + kLeastCanvas);
@@ -436,7 +478,8 @@ class top_window : public Fl_Double_Window {
   }
 
   void show_coordinates(const mouse_press* at) {
-    strip_->show_coordinates(at ? content_.coordinates(at->px, at->py).cstring() : "");
+    strip_->show_coordinates(
+        at && content_.coordinates ? content_.coordinates(at->px, at->py).cstring() : "");
   }
 
   // Escape is no answer.
