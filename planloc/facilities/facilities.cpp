@@ -144,9 +144,16 @@ void turn_location(location& l) {
 // ----- Results -----
 
 double facilities::objective(int p, const planloc::location& x, int k) const {
-  const Loc_Vector center = x.coords();
+  // Facilities of another dimension than x count with the distance 0.0.
+  const Loc_Vector none(x.dim());
+  Loc_Vector difference(x.dim());
   double sum = 0.0;
-  for (const planloc::location& a : *this) sum += a.weight(k) * (a.coords() - center).norm(p);
+  for (const planloc::location& a : *this) {
+    if (a.dim() == x.dim()) {
+      for (int c = 0; c < x.dim(); ++c) difference[c] = a[c] - x[c];
+    }
+    sum += a.weight(k) * (a.dim() == x.dim() ? difference : none).norm(p);
+  }
   return sum;
 }
 

@@ -18,15 +18,23 @@
 #define PLANLOC_FACILITIES_FACILITIES_H_
 
 #include <istream>
+#include <memory>
 #include <ostream>
 
 #include "planloc/foundation/containers/list.h"
 #include "planloc/foundation/containers/string.h"
 #include "planloc/foundation/graph/graph.h"
+#include "planloc/foundation/numeric/matrix.h"
 #include "planloc/model/loc_vector.h"
 #include "planloc/model/location.h"
 
 namespace planloc {
+
+// The value of a solution with several new facilities.
+struct N_sum {
+  double value;  // existing cost + new cost
+  double ratio;  // new cost / existing cost
+};
 
 class facilities : public virtual list<planloc::location> {
  public:
@@ -125,6 +133,190 @@ class facilities : public virtual list<planloc::location> {
   // gauge_of: the gauge numbers in the order of the records. A record may have a name in place of a
   // number, so that there can be fewer numbers than facilities.
   void read_gauge_locations(std::istream& in, list<int>& gauge_of);
+
+  // ----- Sums, one new facility -----
+  //
+  // The place with the least weighted sum of distances. They work in the plane (coordinates 0 and
+  // 1) with weight k of every facility and append one result, of dimension 2, whose label is k.
+  // `clear` empties `opt` before. They return `result_value` unless stated, which is the value of
+  // the FIRST element of `opt`: an older result, if `clear` is false and there is one.
+  //
+  // REQUIRES: weights of at least 0.0. The steps are fixed, also where they are weak; each comment
+  // says where that is. docs/solvers.md has an example of every solver.
+
+  // Squared Euclidean distances: the centre of gravity, n operations. Returns the sum of squares
+  // with weight 0, whatever k is. Total weight 0.0: (nan, nan).
+  double l2squared_sum(int k, bool clear);
+
+  // Rectilinear distances: the weighted median of each coordinate (weighted_median.h), n log n.
+  // Appends every corner of the optimal set: one point, the two ends of a segment, or the four
+  // corners of a rectangle in walking order from the lower left one, counterclockwise.
+  // The other end of a tie is the next facility whose weight 0 is not 0.0, also for k != 0: there
+  // it can be beyond the optimal set, and if there is none the call ends with the list's report
+  // "dlist::get_item: index out of range".
+  // Total weight 0.0: the message "facilities::l1_sum(): All weights are equal zero:The whole plane
+  // is optimal", and the process ends with status 0.
+  double l1_sum(int k, bool clear);
+
+  // Maximum-norm distances: l1_sum in the turned frame (turned_frame.h). Without `clear` the older
+  // results in `opt` are turned as well, by 45 degrees and stretched.
+  double linf_sum(int k, bool clear);
+
+  // Euclidean distances: Weiszfeld's iteration (1937) from the centre of gravity until a step is
+  // shorter than eps, n operations a step. A facility that comes nearer than 0.1 to an iterate is
+  // tested once by l2_optimal, and if that says 1 it is the result, with its other weights, and
+  // weight 0 replaced by the label.
+  // Collinear facilities can have a segment of optima, of which one point comes back. Without any
+  // weight, or any facility, the result is (nan, nan).
+  // An eps below what rounding leaves of the coordinates ends when the iterates repeat themselves.
+  // 1. An iterate exactly on a facility that is not the result divides by zero: the result is then
+  //    (nan, nan). It happens when the centre of gravity is such a facility: (0,0) with weight 1,
+  //    (3,0) with 1 and (-1,0) with 3.
+  // 2. For k != 0 the test reads weight 0 of the other facilities, and can stop at a wrong one.
+  // 3. 0.1 is a length: scale the coordinates so that it is a short one. Where n facilities lie
+  //    within it, the tests cost n * n.
+  double l2_sum(int k, double eps, bool clear);
+  double l2_sum(double eps);  // k = 0, clear
+
+  // 1 if the sum has its minimum at the facility a, else 0: whether weight k of a is at least the
+  // pull of the others (Kuhn, 1973), which is made with weight 0. Facilities within 0.001 of a do
+  // not count, for or against, so that of two facilities at one place each stands for itself only.
+  int l2_optimal(const planloc::location& a, int k) const;
+  int l2_optimal(const planloc::location& a) const;  // k = 0
+
+  // lp distances for an integer p >= 2: the first facility for which lp_optimal says 1, else an
+  // iteration of lp_step from the centre of gravity until a step's p-norm is below tol, or maxit
+  // steps. The tests cost n * n power functions. Customary: tol 0.0001, delta 0.01, maxit 500.
+  // At maxit steps the better of the last two points is the result, and its value is returned.
+  // A result that is a facility keeps its other weights, as in l2_sum.
+  // 1. The result is that of the smoothed distances: delta moves it away from a facility that
+  //    lp_optimal misses.
+  // 2. p = 1 is not refused, and takes the first facility of weight 1.0 or more: use l1_sum.
+  // REQUIRES: maxit >= 1. Other p than 1 upward and -1: 1201, as location::norm.
+  double lp_sum(int p, double tol, double delta, int maxit, int k, bool clear);
+
+  // 1 if the sum has its minimum at the facility of `item`, else 0: whether its weight is at least
+  // the dual norm of the pull of the others. Two facilities at one place are never optimal: the
+  // pull between them is not a number.
+  int lp_optimal(list_item item, int p, int k) const;
+
+  // The next iterate behind x, with distances smoothed by delta (|t| becomes sqrt(t * t + delta)).
+  // Dimension 2, one weight of 0.0.
+  planloc::location lp_step(planloc::location x, int p, double delta, int k) const;
+
+  // ----- Rectilinear maxima -----
+  //
+  // The places with the least largest weighted distance. All read weight 0. The optimal set is a
+  // box, turned by 45 degrees for l1, of which one side is degenerate: `opt` gets its two ends, or
+  // its one point.
+
+  // Maximum-norm distances, any weights; returns the least value D, the largest over all pairs of
+  // w1 * w2 / (w1 + w2) times their distance. n * n operations. Labels 1.0.
+  // D is 0.0 if at most one place has weight: then its first facility with weight is the result, as
+  // it stands. If no facility has weight: the message "facilities::linf_max: No weight is unequal
+  // to zero and the whole plane is optimal", and the results are not numbers.
+  // Two ends nearer than 1e-14 in a coordinate get that of the upper one. Where rounding leaves
+  // more between them, the two results are the corners of a thin box, and can lie in either order.
+  double linf_max(bool clear);
+  // Rectilinear distances: linf_max in the turned frame. Without `clear` the older results are
+  // turned too, by 45 degrees and shrunk.
+  double l1_max(bool clear);
+
+  // The same where all weights are equal, from the bounding box in n operations. Labels 0.0; `opt`
+  // is emptied whatever `clear` is. Returns the least largest distance itself, NOT multiplied by
+  // the weight.
+  // Where both sides of the optimal box are open by rounding there is no result: facilities
+  // (0.1, 0.1) and (0.5, 0.5). linf_max with the same facilities has one.
+  // 1307 "All weights must be equal!"
+  double linf_max_equal(bool clear);
+  double l1_max_equal(bool clear);
+
+  // Corners of the set of places within the value D: in each coordinate the largest value less
+  // D / weight, and the smallest plus D / weight. Dimension 2, one weight of 1.0. The lower is
+  // above the upper one if there is no such place.
+  planloc::location linf_lower_corner(double D) const;
+  planloc::location linf_upper_corner(double D) const;
+
+  // Does nothing and returns 0.0.
+  double reserved_max(int unused);
+
+  // ----- Weighted Euclidean maximum -----
+
+  // The point whose largest weighted distance is smallest, for the Euclidean distance and weight 0.
+  // Appends it to `opt` with the label 0.0, after emptying `opt` if `clear`, and returns its
+  // largest weighted distance, up to 0.001. The origin and 0.0 without facilities. A weighted
+  // Elzinga-Hearn scheme (1972) on active sets of two to four facilities, n operations a pass; its
+  // pieces are in weighted_circles.h. For the rectilinear and the maximum norm use `l1_max` and
+  // `linf_max`, which always end.
+  // 1. When it returns, every facility is within the value + 0.001 of the result, weighted. On
+  //    every random instance tried, with coordinates near the origin, the value was the optimum or
+  //    up to 0.001 below it. The tolerance is absolute: enlarge a problem of small values.
+  // 2. THE WALK HAS NO BOUND: it can keep a candidate of an earlier active set, go round the same
+  //    sets and never return: (0,1), (2,0), (1,1), (1,3) with the weights 3, 1, 3, 1. So it goes
+  //    with 1 random instance in 500 for equal weights, 1 in 2000 for real ones, and 1 in 10 for
+  //    real weights at coordinates of 5e6 and an extent of 100: move the origin there first.
+  // 3. Nothing is reported. Facilities of weight 0.0 are left out, but if both the first and the
+  //    last one are such (a single one, too) the result is not a number.
+  double l2_max(bool clear);
+
+  // ----- Sums, several new facilities -----
+  //
+  // N new facilities x_0 ... x_{N-1} at once. Weight j of a facility ties it to x_j, and V[j][k]
+  // ties x_j to x_k; of V only the part above the diagonal counts, unless stated. The objective is
+  //
+  //   existing cost   sum over j and facilities a of  weight j of a * |a - x_j|
+  //   + new cost      sum over j < k of               V[j][k] * |x_j - x_k|
+  //
+  // Results have the label j. A V that is too small for N ends with the reports of `matrix`.
+  // p: 1, 2, ... or -1 as everywhere.
+
+  // The parts of the objective, with element number j of `opt` as x_j whatever its label is. All
+  // elements count: with two results for one x_j, or older ones, the numbers shift, and the weights
+  // or V can be too few ("Index out of range." 1210, "matrix: col index out of range").
+  // "dlist::get_item: index out of range" if there is no element j.
+  double N_existing_cost(int j, int p) const;
+  double N_existing_cost(int p) const;  // for all elements
+  double N_new_cost(const matrix& V, int p) const;
+
+  // N independent problems that leave V out: `l1_sum`, `linf_sum` (p = -1), `l2_sum` to 0.0001, or
+  // `lp_sum` with its customary values, for each weight in turn; their comments say what they
+  // append and where they are weak. All results stay in `opt`, several for one x_j if it ties. The
+  // record counts the first one of each x_j. It is the optimum if V is zero, and otherwise tells by
+  // its ratio how much was left out: not a number if the existing cost is 0.0 as well.
+  // 1. Without `clear` older results come first, and are counted in the record like new ones. For
+  //    p = -1 older results go.
+  // 2. The message "facilities::N_lp_sum_v1(): Matrix of interdependencies is non-quadratic: We are
+  //    taking the upperleft submatrix of dimension q in account", q the number of weights.
+  // 3. 1306 "Cannot compute more optima than there is provided data." if N is above the number of
+  //    weights or the rows of V, or the rows of V (at most its columns) above the number of
+  //    weights.
+  // 4. N = 0 ends with "dlist::head(): empty list".
+  std::unique_ptr<N_sum> N_lp_sum_v1(int N, int p, const matrix& V, bool clear);
+
+  // `N_lp_sum_v1`, and if its ratio of new to existing cost is below eps, that is the result, with
+  // all elements of `opt` in both costs. Otherwise x_0, x_1, ... are solved for one by one with the
+  // others as facilities, and THE CALL THEN ENDS WITH THE LIST'S REPORT "dlist::get_item: index out
+  // of range": behind the first round, or the second one if some x_j tied. So give an eps above the
+  // ratio of `N_lp_sum_v1`; the smallest example that ends is two facilities (0,0) and (1,0) with
+  // the weights (2,1) and (1,2), V[0][1] = 1 and eps up to 0.5. Null would come after twenty
+  // rounds. A column of V is read whole, below the diagonal too. A ratio that is not a number is
+  // not below eps. p = 0, squared Euclidean distances, is known to the rounds but not to
+  // `N_lp_sum_v1`: 1201.
+  std::unique_ptr<N_sum> N_lp_sum(int N, int p, const matrix& V, double eps, bool clear);
+
+  // `N_lp_sum_v1` for the maximum norm, and its value. `opt` is emptied whatever `clear` is.
+  double N_linf_sum_v1(int N, const matrix& V, bool clear);
+
+  // Squared Euclidean distances, V included: the optimum, by one system of N equations for each
+  // coordinate (the objective's gradient is linear), N^3 + n N operations. Returns the value of the
+  // first N elements of `opt`, older ones if `clear` is false.
+  // REQUIRES: weights and V of at least 0.0.
+  // "matrix::solve: matrix has not full rank." if some x_j are tied to no facility, not even
+  // through others, or by less than 1e-12 in all: scale the weights.
+  double N_l2squared_sum(int N, const matrix& V, bool clear);
+  // What holds x_j: the sum of weight j and of V[j][k] for all other k below N, each read above the
+  // diagonal. It is the diagonal of those equations.
+  double diagonal_entry(int N, int j, const matrix& V) const;
 };
 
 // Reads a graph whose nodes are facilities. A node's value is the list of its weights, and its
