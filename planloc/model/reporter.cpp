@@ -37,7 +37,7 @@ void MaviError(const char* message, int code, int exit_status, bool use_window) 
   if (has_panel(use_window)) {
     window panel("MAVI-ERROR");
     panel.text_item("    ");
-    panel.text_item(message);
+    panel.plain_text_item(message);
     panel.text_item("    Errorcode ");
     panel.text_item(string("%4i", code));
     panel.button("OK", kOk);
@@ -57,7 +57,7 @@ void MaviMessage(const char* message, int stop_if_zero, bool use_window) {
   if (has_panel(use_window)) {
     window panel("MAVI-MESSAGE");
     panel.text_item("    ");
-    panel.text_item(message);
+    panel.plain_text_item(message);
     panel.button("OK", kOk);
     panel.panel_open(window::kRightEdge, 0);
   } else {
@@ -74,7 +74,7 @@ void MaviQuery(const char* message, int status_on_cancel, int stop_if_zero, bool
   if (has_panel(use_window)) {
     window panel("MAVI-MESSAGE");
     panel.text_item("    ");
-    panel.text_item(message);
+    panel.plain_text_item(message);
     panel.set_buttons_per_line(2);
     panel.button("cancel", kCancel);
     panel.button("ok", kOk);

@@ -367,6 +367,17 @@ TEST_F(ScreenTest, PanelsAnswerByTheirButtons) {
   }
 }
 
+// Taken as markup, nothing of it would be left to show.
+TEST_F(ScreenTest, AQuotedTextIsNoMarkup) {
+  std::string quoted;
+  for (int i = 0; i < 60; ++i) quoted += "\\bf ";
+  start([&] { MaviMessage(quoted.c_str(), 0, true); });
+  const auto panel = screen_.wait_for("MAVI-MESSAGE");
+  EXPECT_GT(panel.width, 500);
+  screen_.type(panel, "Return");
+  EXPECT_EQ(ending(), 0);
+}
+
 TEST_F(ScreenTest, LongTextsLeaveTheButtonsInReach) {
   const std::string token(20000, 'x');
   const std::function<void()> panels[] = {

@@ -96,6 +96,10 @@ void BASE_WINDOW::text_item(const string& text) {
   panel_items_.append({panel_item::kind::text, text, 0, string()});
 }
 
+void BASE_WINDOW::plain_text_item(const string& text) {
+  panel_items_.append({panel_item::kind::plain_text, text, 0, string()});
+}
+
 // The grid goes on for a frame's size beyond the frame, which a window of another shape shows. The
 // first multiple comes from a division, the others by counting: far from the origin, adding the
 // distance up would not move at all.

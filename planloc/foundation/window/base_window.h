@@ -74,6 +74,8 @@ class BASE_WINDOW {
   int button(const string& label, int value = -1, const char* help = nullptr);
   // A line of text, with the markup of markup.h: "\bf", "\red" and the like.
   void text_item(const string& text);
+  // The same without markup, for a text that quotes what somebody else wrote.
+  void plain_text_item(const string& text);
   // 0, as at first: as many as fit.
   void set_buttons_per_line(int count) { buttons_per_line_ = count; }
 

@@ -68,12 +68,17 @@ std::string as_label(const string& text) {
   return label;
 }
 
+std::vector<text_run> runs_of(const panel_item& text) {
+  if (text.type == panel_item::kind::plain_text) return {{text.label.cstring()}};
+  return parse_markup(text.label.cstring());
+}
+
 // ----- A line of text, wrapped -----
 
 class text_lines : public Fl_Widget {
  public:
-  text_lines(const string& text, int widest) : Fl_Widget(0, 0, 0, 0) {
-    for (text_run& run : parse_markup(text.cstring())) place(run, widest);
+  text_lines(const std::vector<text_run>& runs, int widest) : Fl_Widget(0, 0, 0, 0) {
+    for (const text_run& run : runs) place(run, widest);
     cut_long_text();
     size(longest_, (line_ + 1) * line_height());
   }
@@ -162,10 +167,10 @@ class strip : public Fl_Group {
       : Fl_Group(0, 0, 0, 0), content_(content), pressed_(std::move(pressed)) {
     resizable(nullptr);
     for (const panel_item& item : *content.items) {
-      if (item.type == panel_item::kind::text) {
-        new text_lines(item.label, kWidestText);
-      } else {
+      if (item.type == panel_item::kind::button) {
         add_button(item);
+      } else {
+        new text_lines(runs_of(item), kWidestText);
       }
     }
     if (!is_panel()) {

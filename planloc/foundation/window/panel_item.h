@@ -6,10 +6,10 @@
 
 namespace planloc {
 
-// A text is a line with the markup of markup.h, "\bf", "\red" and the like; it has no value and no
-// help. The help of a button is shown while the mouse rests on it.
+// A text is a line with the markup of markup.h, "\bf", "\red" and the like; a plain text stands as
+// it is. Neither has a value or a help. The help of a button is shown while the mouse rests on it.
 struct panel_item {
-  enum class kind { text, button };
+  enum class kind { text, plain_text, button };
 
   kind type;
   string label;
