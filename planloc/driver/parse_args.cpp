@@ -4,8 +4,8 @@ namespace planloc {
 namespace {
 
 struct option {
-  char letter;
   string& name;
+  char letter;
   bool pending = false;
 };
 
@@ -13,8 +13,8 @@ struct option {
 
 void parse_args(int argc, const char* const* argv, string& d_name, string& l_name, string& g_name,
                 string& p_name, string& o_name, string& s_name) {
-  option options[] = {{'d', d_name}, {'l', l_name}, {'g', g_name},
-                      {'p', p_name}, {'o', o_name}, {'s', s_name}};
+  option options[] = {{d_name, 'd'}, {l_name, 'l'}, {g_name, 'g'},
+                      {p_name, 'p'}, {o_name, 'o'}, {s_name, 's'}};
   for (int i = 1; i < argc; ++i) {
     const char* const a = argv[i];
     const bool is_option = a[0] == '-';
