@@ -10,7 +10,9 @@
 
 #include "planloc/engine/engine.h"
 #include "planloc/facilities/facilities.h"
+#include "planloc/facilities/turned_frame.h"
 #include "planloc/facilities/weighted_circles.h"
+#include "planloc/facilities/weighted_median.h"
 #include "planloc/foundation/containers/array.h"
 #include "planloc/foundation/containers/error_handler.h"
 #include "planloc/foundation/containers/list.h"

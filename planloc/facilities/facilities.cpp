@@ -1,6 +1,7 @@
 #include "planloc/facilities/facilities.h"
 
 #include <algorithm>
+#include <cmath>
 #include <iostream>
 
 #include "planloc/model/reporter.h"
@@ -143,6 +144,17 @@ void turn_location(location& l) {
 
 // ----- Results -----
 
+namespace {
+
+// norm(1) without the power function, which leaves every number as it is for the exponent 1.
+double sum_of_sizes(const Loc_Vector& v) {
+  double sum = 0.0;
+  for (int i = 0; i < v.dim(); ++i) sum += std::fabs(v[i]);
+  return sum;
+}
+
+}  // namespace
+
 double facilities::objective(int p, const planloc::location& x, int k) const {
   // Facilities of another dimension than x count with the distance 0.0.
   const Loc_Vector none(x.dim());
@@ -152,7 +164,8 @@ double facilities::objective(int p, const planloc::location& x, int k) const {
     if (a.dim() == x.dim()) {
       for (int c = 0; c < x.dim(); ++c) difference[c] = a[c] - x[c];
     }
-    sum += a.weight(k) * (a.dim() == x.dim() ? difference : none).norm(p);
+    const Loc_Vector& d = a.dim() == x.dim() ? difference : none;
+    sum += a.weight(k) * (p == 1 ? sum_of_sizes(d) : d.norm(p));
   }
   return sum;
 }

@@ -148,7 +148,8 @@ class facilities : public virtual list<planloc::location> {
   // with weight 0, whatever k is. Total weight 0.0: (nan, nan).
   double l2squared_sum(int k, bool clear);
 
-  // Rectilinear distances: the weighted median of each coordinate (weighted_median.h), n log n.
+  // Rectilinear distances: the weighted median of each coordinate (Francis, 1963;
+  // weighted_median.h), n log n.
   // Appends every corner of the optimal set: one point, the two ends of a segment, or the four
   // corners of a rectangle in walking order from the lower left one, counterclockwise.
   // The other end of a tie is the next facility whose weight 0 is not 0.0, also for k != 0: there
@@ -185,10 +186,11 @@ class facilities : public virtual list<planloc::location> {
   int l2_optimal(const planloc::location& a) const;  // k = 0
 
   // lp distances for an integer p >= 2: the first facility for which lp_optimal says 1, else an
-  // iteration of lp_step from the centre of gravity until a step's p-norm is below tol, or maxit
-  // steps. The tests cost n * n power functions. Customary: tol 0.0001, delta 0.01, maxit 500.
-  // At maxit steps the better of the last two points is the result, and its value is returned.
-  // A result that is a facility keeps its other weights, as in l2_sum.
+  // iteration of lp_step (Eyster, White and Wierwille, 1973) from the centre of gravity until a
+  // step's p-norm is below tol, or maxit steps. The tests cost n * n power functions. Customary:
+  // tol 0.0001, delta 0.01, maxit 500. At maxit steps the better of the last two points is the
+  // result, and its value is returned. A result that is a facility keeps its other weights, as in
+  // l2_sum.
   // 1. The result is that of the smoothed distances: delta moves it away from a facility that
   //    lp_optimal misses.
   // 2. p = 1 is not refused, and takes the first facility of weight 1.0 or more: use l1_sum.
@@ -196,8 +198,8 @@ class facilities : public virtual list<planloc::location> {
   double lp_sum(int p, double tol, double delta, int maxit, int k, bool clear);
 
   // 1 if the sum has its minimum at the facility of `item`, else 0: whether its weight is at least
-  // the dual norm of the pull of the others. Two facilities at one place are never optimal: the
-  // pull between them is not a number.
+  // the dual norm of the pull of the others (Juel and Love, 1981). Two facilities at one place are
+  // never optimal: the pull between them is not a number.
   int lp_optimal(list_item item, int p, int k) const;
 
   // The next iterate behind x, with distances smoothed by delta (|t| becomes sqrt(t * t + delta)).
@@ -211,7 +213,8 @@ class facilities : public virtual list<planloc::location> {
   // its one point.
 
   // Maximum-norm distances, any weights; returns the least value D, the largest over all pairs of
-  // w1 * w2 / (w1 + w2) times their distance. n * n operations. Labels 1.0.
+  // w1 * w2 / (w1 + w2) times their distance (Elzinga and Hearn, 1972, with weights). n * n
+  // operations. Labels 1.0.
   // D is 0.0 if at most one place has weight: then its first facility with weight is the result, as
   // it stands. If no facility has weight: the message "facilities::linf_max: No weight is unequal
   // to zero and the whole plane is optimal", and the results are not numbers.

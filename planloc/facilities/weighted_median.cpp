@@ -9,9 +9,11 @@
 namespace planloc {
 
 weighted_median::weighted_median(std::vector<line_site> sites) : sites_(std::move(sites)) {
-  detail::quicksort(
-      sites_.data(), 0, static_cast<long>(sites_.size()) - 1,
-      [](const line_site& a, const line_site& b) { return a.coordinate < b.coordinate; });
+  const auto less = [](const line_site& a, const line_site& b) {
+    return a.coordinate < b.coordinate;
+  };
+  detail::quicksort(sites_.data(), 0, static_cast<long>(sites_.size()) - 1, less,
+                    detail::block_partition<line_site, decltype(less)>);
   std::size_t joined = 0;
   for (const line_site& s : sites_) {
     if (joined > 0 && sites_[joined - 1].coordinate == s.coordinate) {

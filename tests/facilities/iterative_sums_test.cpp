@@ -117,6 +117,11 @@ TEST(EuclideanSum, OptimalityAgreesWithAFineMinimisation) {
   EXPECT_LE(missed, optimal / 100 + 2);  // exactly balanced ones, by rounding
 }
 
+TEST(EuclideanSum, OptimalityPassesOverFacilitiesAtThePlace) {
+  EXPECT_EQ(sites_of({site(0, 0, 2), site(0.0009, 0, 9)}).l2_optimal(site(0, 0, 2)), 1);
+  EXPECT_EQ(sites_of({site(0, 0, 2), site(0.0011, 0, 9)}).l2_optimal(site(0, 0, 2)), 0);
+}
+
 TEST(EuclideanSum, BitsOfThePlainSteps) {
   std::mt19937 random(23);
   std::uniform_real_distribution<double> u(0.0, 1.0);
