@@ -10,6 +10,7 @@
 
 #include "planloc/engine/engine.h"
 #include "planloc/facilities/facilities.h"
+#include "planloc/facilities/lpsolver.h"
 #include "planloc/facilities/turned_frame.h"
 #include "planloc/facilities/weighted_circles.h"
 #include "planloc/facilities/weighted_median.h"

@@ -320,6 +320,54 @@ class facilities : public virtual list<planloc::location> {
   // What holds x_j: the sum of weight j and of V[j][k] for all other k below N, each read above the
   // diagonal. It is the diagonal of those equations.
   double diagonal_entry(int N, int j, const matrix& V) const;
+
+  // ----- Linear programs, several new facilities -----
+  //
+  // The objective above with rectilinear distances, and the largest of its terms: optimal for any
+  // V, unlike N_lp_sum. lp_solve solves one linear program for each coordinate (lpsolver.h).
+  // Results are of dimension 2; the first one of the call is x_0.
+  //
+  // Weights and V of more than 0.0 are meant. With negative ones a program can be unbounded, which
+  // is not reported: the value is then 1e+30 or a multiple of it. The value is lp_solve's
+  // objective, which loses about as many digits as the coordinates have before the digits that
+  // differ (1e-6 of it at coordinates of 1e6 and an extent of 10); the results lose none. So move
+  // the origin near the facilities, or value the results anew with N_existing_cost and N_new_cost.
+
+  // The least sum: N * M + N * (N - 1) / 2 rows for M facilities, and twice as many columns.
+  // 1331 "Unequal matrix dimensions." 1332 "Matrix dimensions and number of new locations do not
+  // fit." 1333 "Weight dimensions and number of new location do not fit."
+  // N >= 4: the pairs with one sum j + k share a row of the program, and columns and costs of pairs
+  // do not match, so that the result IS NOT THE OPTIMUM unless V is zero. N_l1_sum_export has no
+  // such fault.
+  double N_l1_sum(int N, const matrix& V, bool clear);
+
+  // The largest of the terms (weight j of a times the maximum-norm distance of a and x_j, V[j][k]
+  // times that of x_j and x_k), at its least. `opt` IS NOT EMPTIED, whatever `clear` is. Empty
+  // facilities, or N < 1, have the value 0.0.
+  // 1336 "facilities::N_linf_max(): Every weight must be unequal to zero"
+  // 1337 "facilities::N_linf_max(): The entries of the dependency matrix must be unequal to zero":
+  // of those above the diagonal
+  double N_linf_max(int N, const matrix& V, bool clear);
+  // Says on standard output that it stands in for another solver, and calls N_linf_max.
+  double N_linf_max_substitute(int N, const matrix& V, bool clear);
+
+  // The same for rectilinear distances: N_linf_max in the turned frame (turned_frame.h). Without
+  // `clear` the older results are turned too, by 45 degrees and shrunk.
+  double N_l1_max(int N, const matrix& V, bool clear);
+  double N_l1_max_substitute(int N, const matrix& V, bool clear);
+
+  // The programs of N_l1_sum for x and for y as files for an outside solver, and the way back from
+  // the solution that it prints. docs/file-formats.md describes both. Nothing is said of a file
+  // that cannot be written or read; what a solution does not tell is 0.0.
+  // The export makes a dense matrix of the rows and columns above: 8 * 2 * (N * M)^2 bytes. It
+  // writes coordinates with TWO DIGITS and leaves out that they may be negative: scale them.
+  void N_l1_sum_export(int N, const matrix& V, const char* file_x, const char* file_y) const;
+  // Replaces `opt`; returns the sum of both objective values.
+  double N_l1_sum_import(const char* file_x, const char* file_y, int N);
+  // Any program in the same form: minimise c x with rows A x (type) b, where types holds 'E', 'G',
+  // 'L' or 'N' (not restricted) for each row.
+  static void write_mps(const vector& c, const matrix& A, const vector& b, const list<char>& types,
+                        const char* file);
 };
 
 // Reads a graph whose nodes are facilities. A node's value is the list of its weights, and its

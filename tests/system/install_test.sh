@@ -25,7 +25,11 @@ int main() {
   lp.setObjMin(x + y, 0);
   lp.add(x + 2.0 * y >= y + 3.0, 0);
   const int status = lp.dualOpt();
-  std::cout << g.distance(planloc::point(2, 0), planloc::point(0, 0)) << ' ' << status << ' ' << lp.getObjValue() << '\n';
+  planloc::facilities F;
+  F.append(planloc::location(2.0, 1.0, 3.0, 4.0, 1.0));
+  F.N_l1_sum(1, planloc::matrix(1, 1), true);
+  std::cout << g.distance(planloc::point(2, 0), planloc::point(0, 0)) << ' ' << status << ' '
+            << lp.getObjValue() << ' ' << F.opt.head()[1] << '\n';
 }
 CPP
 cat >"$root/consumer/CMakeLists.txt" <<'CMAKE'
@@ -38,11 +42,11 @@ CMAKE
 "$cmake" -S "$root/consumer" -B "$root/consumer/build" -DCMAKE_PREFIX_PATH="$root/prefix" \
   -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="$flags" >/dev/null
 "$cmake" --build "$root/consumer/build" >/dev/null
-test "$("$root/consumer/build/consumer")" = "2 1 3"
+test "$("$root/consumer/build/consumer")" = "2 1 3 4"
 
 export PKG_CONFIG_PATH
 PKG_CONFIG_PATH=$(dirname "$(find "$root/prefix" -name planloc.pc)")
 # shellcheck disable=SC2046,SC2086
 "$compiler" -std=c++20 $flags "$root/consumer/main.cpp" -o "$root/by_pkg_config" \
   $(pkg-config --cflags --libs planloc)
-test "$("$root/by_pkg_config")" = "2 1 3"
+test "$("$root/by_pkg_config")" = "2 1 3 4"

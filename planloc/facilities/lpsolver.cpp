@@ -1,0 +1,154 @@
+#include "planloc/facilities/lpsolver.h"
+
+#include <lpsolve/lp_lib.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <new>
+#include <vector>
+
+namespace planloc {
+namespace {
+
+constexpr double kFreeBelow = -900000000000000.0;
+
+struct entry {
+  int row;
+  int column;
+  double value;
+};
+
+struct free_array {
+  void operator()(double* a) const { std::free(a); }
+};
+
+// Costs from entry 1 on, all 0.0. The line and the file are part of the message.
+std::unique_ptr<double[], free_array> allocate_costs(int count) {
+  const std::size_t bytes = static_cast<std::size_t>(count) * sizeof(double);
+  auto* const costs = static_cast<double*>(std::calloc(bytes, 1));
+  if (!costs) {
+    std::fprintf(stderr, "malloc of %d bytes failed on line %d of file %s\n",
+                 static_cast<int>(bytes), 69, "lpsolver");
+    std::exit(1);
+  }
+  return std::unique_ptr<double[], free_array>(costs);
+}
+
+// A program of lp_solve's: minimise the costs of its columns, of which the first `free_columns` may
+// be negative, over rows of one type.
+class program {
+ public:
+  // Columns are handed over whole. Set one by one, each entry would move all that stand behind it.
+  program(int rows, int columns, int free_columns, int row_type, const double* costs,
+          std::vector<entry> entries)
+      : lp_(make_lp(rows, 0)), rows_(rows) {
+    if (!lp_ || !resize_lp(lp_, rows, columns)) throw std::bad_alloc();
+    set_verbose(lp_, NEUTRAL);
+    for (int r = 1; r <= rows; ++r) set_constr_type(lp_, r, row_type);
+    std::sort(entries.begin(), entries.end(), [](const entry& a, const entry& b) {
+      return a.column != b.column ? a.column < b.column : a.row < b.row;
+    });
+    auto next = entries.begin();
+    for (int j = 1; j <= columns; ++j) {
+      column_rows_.assign(1, 0);
+      column_values_.assign(1, costs[j]);
+      for (; next != entries.end() && next->column == j; ++next) {
+        column_rows_.push_back(next->row);
+        column_values_.push_back(next->value);
+      }
+      if (!add_columnex(lp_, static_cast<int>(column_rows_.size()), column_values_.data(),
+                        column_rows_.data())) {
+        throw std::bad_alloc();
+      }
+    }
+    for (int j = 1; j <= free_columns; ++j) set_lowbo(lp_, j, kFreeBelow);
+    // An empty program is not solved at all, and would leave what stood in the memory.
+    std::fill_n(solution(), 1 + rows + columns, 0.0);
+  }
+  ~program() { delete_lp(lp_); }
+  program(const program&) = delete;
+  program& operator=(const program&) = delete;
+
+  // Returns the objective and writes the first `count` columns.
+  double solve(double* right_hand_sides, int count, double* columns) {
+    set_rh_vec(lp_, right_hand_sides);
+    ::solve(lp_);
+    const double* const found = solution();
+    std::copy_n(found + rows_ + 1, count, columns);
+    return found[0];
+  }
+
+ private:
+  // The objective, the rows, the columns.
+  double* solution() const {
+    double* found = nullptr;
+    get_ptr_primal_solution(lp_, &found);
+    return found;
+  }
+
+  lprec* lp_;
+  int rows_;
+  std::vector<int> column_rows_;
+  std::vector<double> column_values_;
+};
+
+}  // namespace
+
+double l1_lp_solve(int N, int M, int rows, double* c, double* bx, double* by, double* x,
+                   double* y) {
+  std::vector<entry> entries;
+  const auto set = [&](int r, int j, double value) { entries.push_back({r, j, value}); };
+  int p = 2 * N * M + N + 1;
+  for (int j = 1; j <= N; ++j) {
+    for (int i = 1; i <= M; ++i) {
+      const int r = i + M * (j - 1);
+      const int u = 2 * M * (j - 1) + N + 2 * i - 1;
+      set(r, j, 1.0);
+      set(r, u, 1.0);
+      set(r, u + 1, -1.0);
+    }
+    for (int k = j + 1; k <= N; ++k) {
+      // A sum, not a running number: intended.
+      const int r = N * M + j + k - 2;
+      set(r, j, 1.0);
+      set(r, k, -1.0);
+      set(r, p, -1.0);
+      set(r, p + 1, 1.0);
+      p += 2;
+    }
+  }
+  program lp(rows, N + 2 * rows, N, EQ, c, std::move(entries));
+  const double value = lp.solve(bx, N, x);
+  return value + lp.solve(by, N, y);
+}
+
+double linf_lp_solve(int N, int M, int rows, double* ax, double* ay, double* d, double* x,
+                     double* y) {
+  const auto c = allocate_costs(N + 2);
+  c[N + 1] = 1.0;
+  std::vector<entry> entries;
+  int r = 1;
+  // The rows of both signs of a difference, which has the coefficient 1.0 for x_j.
+  const auto add_rows = [&](int j, int k) {
+    for (const double sign : {1.0, -1.0}) {
+      entries.push_back({r, j, sign});
+      if (k > 0) entries.push_back({r, k, -sign});
+      entries.push_back({r, N + 1, d[r]});
+      ++r;
+    }
+  };
+  for (int j = 1; j <= N; ++j) {
+    for (int i = 1; i <= M; ++i) add_rows(j, 0);
+  }
+  for (int j = 1; j <= N; ++j) {
+    for (int k = j + 1; k <= N; ++k) add_rows(j, k);
+  }
+  program lp(rows, N + 1, N, GE, c.get(), std::move(entries));
+  const double zx = lp.solve(ax, N, x);
+  const double zy = lp.solve(ay, N, y);
+  return zy > zx ? zy : zx;
+}
+
+}  // namespace planloc

@@ -1,0 +1,314 @@
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "planloc/facilities/facilities.h"
+#include "planloc/facilities/lpsolver.h"
+#include "tests/facilities/plain_programs.h"
+#include "tests/facilities/site_families.h"
+#include "tests/model/own_process.h"
+
+namespace planloc {
+namespace {
+
+struct problem {
+  facilities F;
+  matrix V;
+};
+
+// Positive weights and ties, coordinates around the offset, whole ones if `lattice`. The part of V
+// below the diagonal is left at 0.
+problem random_problem(int N, int largest, bool lattice, double offset, std::mt19937& random) {
+  std::uniform_real_distribution<double> real(0.25, 10.0);
+  const auto number = [&] { return lattice ? std::ceil(real(random) / 2) : real(random); };
+  problem p{{}, matrix(N, N)};
+  for (int i = 1 + static_cast<int>(random() % largest); i > 0; --i) {
+    location a(2, N);
+    a[0] = offset + number();
+    a[1] = number() - 5.0;
+    for (int j = 0; j < N; ++j) a.weight(j) = number();
+    p.F.append(a);
+  }
+  for (int j = 0; j < N; ++j) {
+    for (int k = j + 1; k < N; ++k) p.V(j, k) = number() * p.F.size() / 3;
+  }
+  return p;
+}
+
+std::vector<double> coordinates(const facilities& F, int c) {
+  std::vector<double> values;
+  for (const location& x : F.opt) values.push_back(x[c]);
+  return values;
+}
+
+// The largest term of the maximum problem, under the norm p.
+double largest_term(const problem& q, const std::vector<location>& xs, int p) {
+  double largest = 0.0;
+  const auto length = [p](const location& a, const location& b) {
+    return (a.coords() - b.coords()).norm(p);
+  };
+  for (int j = 0; j < static_cast<int>(xs.size()); ++j) {
+    for (const location& a : q.F) largest = std::max(largest, a.weight(j) * length(a, xs[j]));
+    for (int k = j + 1; k < static_cast<int>(xs.size()); ++k) {
+      largest = std::max(largest, q.V(j, k) * length(xs[j], xs[k]));
+    }
+  }
+  return largest;
+}
+
+// The least sum in one coordinate: some optimum has every new facility at an existing one's.
+double least_sum_by_enumeration(const problem& q, int c) {
+  const int N = q.V.rows();
+  const int M = q.F.size();
+  double least = std::numeric_limits<double>::infinity();
+  std::vector<int> at(N, 0);
+  for (;;) {
+    double sum = 0.0;
+    for (int j = 0; j < N; ++j) {
+      const double x = q.F.location(at[j])[c];
+      for (const location& a : q.F) sum += a.weight(j) * std::fabs(a[c] - x);
+      for (int k = j + 1; k < N; ++k) sum += q.V(j, k) * std::fabs(x - q.F.location(at[k])[c]);
+    }
+    least = std::min(least, sum);
+    int j = 0;
+    while (j < N && ++at[j] == M) at[j++] = 0;
+    if (j == N) return least;
+  }
+}
+
+// ----- Sums -----
+
+TEST(NewFacilitiesSum, IsOptimal) {
+  std::mt19937 random(3);
+  for (int round = 0; round < 400; ++round) {
+    const int N = 1 + round % 3;
+    const double offset = round % 5 == 0 ? 4131602.5 : 0.0;
+    problem q = random_problem(N, N == 3 ? 6 : 12, round % 2 == 0, offset, random);
+    const double value = q.F.N_l1_sum(N, q.V, round % 7 != 0);
+    const double least = least_sum_by_enumeration(q, 0) + least_sum_by_enumeration(q, 1);
+    ASSERT_EQ(q.F.opt.size(), N);
+    const double tolerance = 1e-9 * (1.0 + least) + 1e-13 * offset;
+    EXPECT_NEAR(value, least, 1e3 * tolerance) << "round " << round;
+    EXPECT_NEAR(q.F.N_existing_cost(1) + q.F.N_new_cost(q.V, 1), least, tolerance);
+    if (N > 1) continue;
+    EXPECT_NEAR(q.F.l1_sum(0, true), least, tolerance);
+  }
+}
+
+TEST(NewFacilitiesSum, LargerOnesAgreeWithAnotherLibrary) {
+  std::mt19937 random(4);
+  for (int N = 1; N <= 3; ++N) {
+    problem q = random_problem(N, 1, false, 0.0, random);
+    while (q.F.size() < 60) q.F.append(random_problem(N, 1, false, 0.0, random).F.head());
+    const plain_program P = plain_l1(q.F, N, q.V);
+    const double value = value_by_engine(P, P.bx) + value_by_engine(P, P.by);
+    EXPECT_NEAR(q.F.N_l1_sum(N, q.V, true), value, 1e-8 * value);
+  }
+}
+
+// The same numbers as from the stated steps, which set the matrix entry by entry; for N >= 4 too,
+// where pairs share rows.
+TEST(NewFacilitiesSum, NumbersOfThePlainSteps) {
+  std::mt19937 random(5);
+  for (int round = 0; round < 200; ++round) {
+    const int N = 1 + round % 5;
+    problem q = random_problem(N, 8, round % 2 == 0, 0.0, random);
+    const plain_program P = plain_l1(q.F, N, q.V);
+    const both_solutions found = solved_entry_by_entry(P);
+    const double value = q.F.N_l1_sum(N, q.V, true);
+    EXPECT_EQ(value, found.value_x + found.value_y) << "round " << round;
+    EXPECT_EQ(coordinates(q.F, 0), found.x);
+    EXPECT_EQ(coordinates(q.F, 1), found.y);
+    for (int j = 0; const location& x : q.F.opt) EXPECT_EQ(x.weight(0), j++);
+    if (N == 4) {
+      EXPECT_NEAR(value, value_by_engine(P, P.bx) + value_by_engine(P, P.by), 1e-8 * value);
+    }
+  }
+}
+
+TEST(NewFacilitiesSum, FourNewFacilitiesAreAnotherProblem) {
+  facilities F;
+  for (int i : {0, 1}) {
+    location a(2, 4);
+    a[0] = i;
+    a.weight(3 * i) = 1.0;
+    F.append(a);
+  }
+  matrix V(4, 4);
+  V(0, 3) = 100.0;
+  EXPECT_EQ(F.N_l1_sum(4, V, true), 0.0);
+  EXPECT_EQ(F.N_existing_cost(1) + F.N_new_cost(V, 1), 100.0);
+  V(1, 2) = 100.0;  // in the row, and with the costs, of the other pair
+  EXPECT_EQ(F.N_l1_sum(4, V, true), 0.0);
+}
+
+TEST(NewFacilitiesSum, ClearAndNothingToSolve) {
+  facilities F = sites_of({site(2, 3, 1), site(4, 9, 5)});
+  F.N_l1_sum(1, matrix(1, 1), true);
+  EXPECT_EQ(F.N_l1_sum(1, matrix(1, 1), false), 8.0);
+  EXPECT_EQ(results_of(F), (std::vector{site(4, 9, 0), site(4, 9, 0)}));
+  F.N_l1_sum(1, matrix(1, 1), true);
+  EXPECT_EQ(F.opt.size(), 1);
+
+  facilities none = sites_of({location(2, 0)});
+  EXPECT_EQ(none.N_l1_sum(0, matrix(0, 0), true), 0.0);
+  EXPECT_TRUE(none.opt.empty());
+}
+
+// ----- Maxima -----
+
+TEST(NewFacilitiesMaximum, IsOptimal) {
+  std::mt19937 random(6);
+  for (int round = 0; round < 300; ++round) {
+    const int N = 1 + round % 4;
+    problem q = random_problem(N, 8, round % 2 == 0, 0.0, random);
+    const plain_program P = plain_linf(q.F, N, q.V);
+    const both_solutions found = solved_entry_by_entry(P);
+    const double value = q.F.N_linf_max(N, q.V, true);
+    EXPECT_EQ(value, std::max(found.value_x, found.value_y)) << "round " << round;
+    EXPECT_EQ(coordinates(q.F, 0), found.x);
+    EXPECT_EQ(coordinates(q.F, 1), found.y);
+    EXPECT_NEAR(value, std::max(value_by_engine(P, P.bx), value_by_engine(P, P.by)), 1e-8);
+    EXPECT_NEAR(largest_term(q, results_of(q.F), -1), value, 1e-8);
+    if (N > 1) continue;
+    EXPECT_NEAR(q.F.linf_max(true), value, 1e-8);
+    EXPECT_NEAR(q.F.N_l1_max(1, q.V, true), q.F.l1_max(true), 1e-8);
+  }
+}
+
+TEST(NewFacilitiesMaximum, RectilinearOnesOfAGrid) {
+  std::mt19937 random(7);
+  constexpr int kSteps = 20;  // of 1/4, over the square of all facilities
+  for (int round = 0; round < 20; ++round) {
+    problem q = random_problem(2, 4, true, 0.0, random);
+    const double value = q.F.N_l1_max(2, q.V, true);
+    const std::vector<location> xs = results_of(q.F);
+    EXPECT_NEAR(largest_term(q, xs, 1), value, 1e-8);
+    // No pair of grid points is better, and the best of them is as near as the grid is fine.
+    std::vector<location> grid;
+    for (int u = 0; u <= kSteps; ++u) {
+      for (int v = 0; v <= kSteps; ++v) grid.push_back(site(0.25 * u, 0.25 * v - 5.0, 0));
+    }
+    double least = std::numeric_limits<double>::infinity();
+    std::vector<double> alone[2];
+    for (int j = 0; j < 2; ++j) {
+      for (const location& g : grid) {
+        double largest = 0.0;
+        for (const location& a : q.F) {
+          largest = std::max(largest, a.weight(j) * (a.coords() - g.coords()).norm(1));
+        }
+        alone[j].push_back(largest);
+      }
+    }
+    for (std::size_t s = 0; s < grid.size(); ++s) {
+      for (std::size_t t = 0; t < grid.size(); ++t) {
+        if (std::max(alone[0][s], alone[1][t]) >= least) continue;
+        const double between =
+            std::fabs(grid[s][0] - grid[t][0]) + std::fabs(grid[s][1] - grid[t][1]);
+        least = std::min(least, std::max({alone[0][s], alone[1][t], q.V(0, 1) * between}));
+      }
+    }
+    EXPECT_GE(least, value - 1e-8);
+    const double steepest = std::max(5.0, 2 * q.V(0, 1));
+    EXPECT_LE(least, value + 0.25 * steepest);
+  }
+}
+
+TEST(NewFacilitiesMaximum, OlderResults) {
+  facilities F = sites_of({site(0, 0, 1), site(4, 0, 1)});
+  const matrix V(1, 1);
+  for (int i = 1; i <= 2; ++i) {
+    EXPECT_NEAR(F.N_linf_max(1, V, true), 2.0, 1e-12);
+    EXPECT_EQ(F.opt.size(), i);  // whatever clear is
+  }
+  F.opt.clear();
+  F.opt.append(site(1, 0, 7));
+  EXPECT_NEAR(F.N_l1_max(1, V, false), 2.0, 1e-12);
+  ASSERT_EQ(F.opt.size(), 2);
+  EXPECT_EQ(F.opt.head(), planloc::location(2.0, 1.0, 0.5, -0.5, 7.0));  // turned like the new one
+  F.N_l1_max(1, V, true);
+  EXPECT_EQ(F.opt.size(), 1);
+
+  facilities none;
+  EXPECT_EQ(none.N_linf_max(1, V, true), 0.0);
+  EXPECT_EQ(none.N_linf_max(-1, V, true), 0.0);
+  EXPECT_EQ(none.opt.size(), 1);
+}
+
+TEST(NewFacilitiesMaximum, Substitutes) {
+  const std::string notice =
+      "This is a substitute function for the original CPLEX\n"
+      "based algorithm, because there is no CPLEX on this system.\n";
+  facilities F = sites_of({site(0, 0, 1), site(4, 0, 1)});
+  F.opt.append(site(1, 1, 0));
+  const matrix V(1, 1);
+  EXPECT_EQ(in_own_process([&] {
+              const double value = F.N_linf_max_substitute(1, V, true);
+              std::cerr << value << ' ' << F.opt.size();
+            }),
+            ended("2 2", notice));
+  EXPECT_EQ(in_own_process([&] {
+              const double value = F.N_l1_max_substitute(1, V, true);
+              std::cerr << value << ' ' << F.opt.size();
+            }),
+            ended("2 1", notice));
+}
+
+// ----- Endings -----
+
+TEST(NewFacilitiesPrograms, Reports) {
+  facilities F = sites_of({site(0, 0, 1, 2), site(1, 0, 1, 0)});
+  const matrix two(2, 2);
+  struct {
+    std::function<void()> call;
+    int code;
+    const char* text;
+  } const cases[] = {
+      {[&] { F.N_l1_sum(3, matrix(2, 3), true); }, 1331, "Unequal matrix dimensions."},
+      {[&] { F.N_l1_sum(3, two, true); }, 1332,
+       "Matrix dimensions and number of new locations do not fit."},
+      {[&] { F.N_l1_sum(3, matrix(3, 3), true); }, 1333,
+       "Weight dimensions and number of new location do not fit."},
+      {[&] { F.N_linf_max(2, two, true); }, 1336,
+       "facilities::N_linf_max(): Every weight must be unequal to zero"},
+      {[&] {
+         F.tail().weight(1) = 1;
+         F.N_l1_max(2, two, true);
+       },
+       1337,
+       "facilities::N_linf_max(): The entries of the dependency matrix must be unequal to zero"}};
+  for (const auto& c : cases) EXPECT_EQ(in_own_process(c.call), reported(c.code, c.text));
+  EXPECT_EQ(in_own_process([] { facilities().N_l1_sum(1, matrix(1, 1), true); }),
+            aborted("dlist::head(): empty list"));
+}
+
+// Unbounded programs: lp_solve's verdict is not looked at, and says nothing either.
+TEST(NewFacilitiesPrograms, VerdictsPassInSilence) {
+  EXPECT_EQ(in_own_process([] {
+              facilities F = sites_of({site(0, 0, -1), site(1, 0, 1)});
+              std::cerr << F.N_l1_sum(1, matrix(1, 1), true) << ' '
+                        << F.N_linf_max(1, matrix(1, 1), true) << ' ' << F.opt.size();
+            }),
+            ended("2e+30 1e+30 2"));
+}
+
+#ifndef __SANITIZE_ADDRESS__
+TEST(NewFacilitiesPrograms, NoMemoryForTheCosts) {
+  EXPECT_EQ(in_own_process([] {
+              const rlimit limit = {1 << 30, 1 << 30};
+              setrlimit(RLIMIT_AS, &limit);
+              linf_lp_solve(200000000, 0, 0, nullptr, nullptr, nullptr, nullptr, nullptr);
+            }),
+            (Outcome{1, "", "malloc of 1600000016 bytes failed on line 69 of file lpsolver\n"}));
+}
+#endif
+
+}  // namespace
+}  // namespace planloc
