@@ -6,7 +6,7 @@ install(TARGETS planloc EXPORT planloc-targets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS cellwalk RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(DIRECTORY planloc DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
-        FILES_MATCHING PATTERN "*.h" PATTERN "driver" EXCLUDE)
+        FILES_MATCHING PATTERN "*.h" PATTERN "driver" EXCLUDE PATTERN "fltk_*" EXCLUDE)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/planloc)
 install(EXPORT planloc-targets NAMESPACE planloc:: DESTINATION ${package_dir})

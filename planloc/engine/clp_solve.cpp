@@ -2,31 +2,30 @@
 #include <chrono>
 #include <cmath>
 #include <ctime>
-#include <limits>
 #include <memory>
 
-#include <ClpFactorization.hpp>
 #include <ClpPresolve.hpp>
 #include <ClpSimplex.hpp>
-#include <CoinIndexedVector.hpp>
 #include <CoinMessageHandler.hpp>
 
 #include "planloc/engine/clp_problem.h"
+#include "planloc/engine/clp_solution.h"
 #include "planloc/engine/cplex_library.h"
 
 namespace planloc {
+
+using namespace detail;
+
 namespace {
 
 // What CLP's own status says of a run.
 enum class Verdict { kOptimal, kInfeasible, kUnbounded, kStopped, kUnclear };
 
-constexpr double kInfinite = std::numeric_limits<double>::max();  // as CLP has it
 constexpr int kPerturbationOff = 100;
 constexpr double kPresolveTolerance = 1e-8;
 constexpr int kPresolvePasses = 5;
 // Final tolerance, so that a basis is not left which the program's own tolerances only just allow.
 constexpr double kPolishTolerance = 1e-9;
-constexpr int kRefinements = 3;
 // Scaling and presolve enlarge costs, and CLP ends the process at one of 1e25. With costs of this
 // size the dual tolerance is some hundred times their rounding; smaller ones would loosen it.
 constexpr int kLargestCostExponent = 23;
@@ -38,38 +37,11 @@ class SilentHandler final : public CoinMessageHandler {
   CoinMessageHandler* clone() const override { return new SilentHandler(*this); }
 };
 
-double lower_bound_of(double value) { return value <= -CPX_INFBOUND ? -kInfinite : value; }
-double upper_bound_of(double value) { return value >= CPX_INFBOUND ? kInfinite : value; }
-
-// An inequality whose right-hand side is infinite on its open side restricts nothing.
-double row_lower_bound(const clp_row& row) {
-  if (row.sense == 'L') return -kInfinite;
-  return row.sense == 'G' ? lower_bound_of(row.rhs) : row.rhs;
-}
-double row_upper_bound(const clp_row& row) {
-  if (row.sense == 'G') return kInfinite;
-  return row.sense == 'L' ? upper_bound_of(row.rhs) : row.rhs;
-}
-
 ClpSimplex::Status to_clp(clp_basis_status status, double lower, double upper) {
   if (status == clp_basis_status::kBasic) return ClpSimplex::basic;
-  if (status == clp_basis_status::kAtUpper && upper < kInfinite) return ClpSimplex::atUpperBound;
-  if (lower > -kInfinite) return ClpSimplex::atLowerBound;
-  return upper < kInfinite ? ClpSimplex::atUpperBound : ClpSimplex::isFree;
-}
-
-clp_basis_status from_clp(ClpSimplex::Status status) {
-  switch (status) {
-    case ClpSimplex::basic:
-      return clp_basis_status::kBasic;
-    case ClpSimplex::atUpperBound:
-      return clp_basis_status::kAtUpper;
-    case ClpSimplex::isFree:
-    case ClpSimplex::superBasic:
-      return clp_basis_status::kFree;
-    default:
-      return clp_basis_status::kAtLower;
-  }
+  if (status == clp_basis_status::kAtUpper && upper < kClpInfinite) return ClpSimplex::atUpperBound;
+  if (lower > -kClpInfinite) return ClpSimplex::atLowerBound;
+  return upper < kClpInfinite ? ClpSimplex::atUpperBound : ClpSimplex::isFree;
 }
 
 double clock_seconds(bool wall) {
@@ -106,13 +78,6 @@ class Solver {
   Verdict run_presolved(ClpSimplex& model, clp_method method);
   Verdict diagnose(ClpSimplex& model);
   Verdict polish(const ClpSimplex& model);
-  void store(const ClpSimplex& model, bool factorized);
-  void place_nonbasics(const ClpSimplex& model);
-  double residuals(const ClpSimplex& model, std::vector<double>& out) const;
-  void refine(const ClpSimplex& model);
-  void finish_values();
-  bool is_feasible() const;
-  bool is_dual_feasible() const;
   int stopped_status() const;
 
   std::size_t rows() const { return problem_.rows.size(); }
@@ -265,173 +230,11 @@ Verdict Solver::polish(const ClpSimplex& model) {
   polished.setDualTolerance(std::min(settings_.dual_tolerance, kPolishTolerance));
   const Verdict verdict = run(polished, clp_method::kPrimal, 1);
   if (verdict == Verdict::kOptimal) {
-    store(polished, true);
+    store_clp_solution(problem_, polished, cost_scale_, true);
   } else {
-    store(model, false);
+    store_clp_solution(problem_, model, cost_scale_, false);
   }
   return verdict;
-}
-
-// ----- Solution -----
-
-// What the rows at a bound lack at x, in extended precision; the largest of it.
-double Solver::residuals(const ClpSimplex& model, std::vector<double>& out) const {
-  out.assign(rows(), 0.0);
-  double largest = 0.0;
-  for (std::size_t i = 0; i < rows(); ++i) {
-    const ClpSimplex::Status status = model.getRowStatus(static_cast<int>(i));
-    const bool at_upper = status == ClpSimplex::atUpperBound;
-    if (!at_upper && status != ClpSimplex::atLowerBound && status != ClpSimplex::isFixed) continue;
-    long double r = at_upper ? model.rowUpper()[i] : model.rowLower()[i];
-    for (const clp_matrix_entry& e : problem_.entries[i]) {
-      r -= static_cast<long double>(e.value) * problem_.x[static_cast<std::size_t>(e.column)];
-    }
-    out[i] = static_cast<double>(r);
-    largest = std::max(largest, std::fabs(out[i]));
-  }
-  return largest;
-}
-
-// The basic solution by iterative refinement: with residuals in extended precision, the corrections
-// through the factorization take x to the limit of double accuracy (Wilkinson, 1963). Slacks of
-// basic rows follow from x, so only the rows at a bound have a residual.
-void Solver::refine(const ClpSimplex& model) {
-  const int m = model.numberRows();
-  const int n = model.numberColumns();
-  const int* const pivots = model.pivotVariable();
-  CoinIndexedVector work;
-  CoinIndexedVector solution;
-  const int size = m + model.factorization()->maximumPivots();
-  work.reserve(size);
-  solution.reserve(size);
-  std::vector<double> residual;
-  double largest = residuals(model, residual);
-  for (int pass = 0; pass < kRefinements && largest > 0.0; ++pass) {
-    // The factorization drops what is below 1e-13, so the residuals are brought to the size of 1.
-    const int exponent = std::ilogb(largest);
-    for (int i = 0; i < m; ++i) {
-      const double r = residual[static_cast<std::size_t>(i)];
-      if (r != 0.0) solution.insert(i, std::ldexp(r, -exponent));
-    }
-    model.factorization()->updateColumn(&work, &solution);
-    const std::vector<double> before = problem_.x;
-    for (int k = 0; k < m; ++k) {
-      if (pivots[k] >= n) continue;
-      const double correction = std::ldexp(solution.denseVector()[k], exponent);
-      problem_.x[static_cast<std::size_t>(pivots[k])] += correction;
-    }
-    solution.clear();
-    work.clear();
-    const double now = residuals(model, residual);
-    if (!(now < largest)) {
-      problem_.x = before;
-      break;
-    }
-    largest = now;
-  }
-}
-
-void Solver::place_nonbasics(const ClpSimplex& model) {
-  for (int j = 0; j < model.numberColumns(); ++j) {
-    double& x = problem_.x[static_cast<std::size_t>(j)];
-    switch (model.getColumnStatus(j)) {
-      case ClpSimplex::atLowerBound:
-      case ClpSimplex::isFixed:
-        x = model.columnLower()[j];
-        break;
-      case ClpSimplex::atUpperBound:
-        x = model.columnUpper()[j];
-        break;
-      case ClpSimplex::isFree:
-        x = 0.0;
-        break;
-      default:
-        break;
-    }
-  }
-}
-
-// Row activities, reduced costs and objective from x and the duals.
-void Solver::finish_values() {
-  problem_.activity.assign(rows(), 0.0);
-  std::vector<long double> priced(columns(), 0.0L);
-  for (std::size_t i = 0; i < rows(); ++i) {
-    long double sum = 0.0L;
-    for (const clp_matrix_entry& e : problem_.entries[i]) {
-      const auto j = static_cast<std::size_t>(e.column);
-      sum += static_cast<long double>(e.value) * problem_.x[j];
-      priced[j] += static_cast<long double>(e.value) * problem_.dual[i];
-    }
-    problem_.activity[i] = static_cast<double>(sum);
-  }
-  problem_.reduced_cost.resize(columns());
-  long double objective = 0.0L;
-  for (std::size_t j = 0; j < columns(); ++j) {
-    const double c = problem_.columns[j].objective;
-    objective += static_cast<long double>(c) * problem_.x[j];
-    problem_.reduced_cost[j] = static_cast<double>(c - priced[j]);
-  }
-  problem_.objective_value = static_cast<double>(objective);
-  problem_.has_solution = true;
-}
-
-void Solver::store(const ClpSimplex& model, bool factorized) {
-  for (std::size_t j = 0; j < columns(); ++j) {
-    problem_.column_basis[j] = from_clp(model.getColumnStatus(static_cast<int>(j)));
-  }
-  for (std::size_t i = 0; i < rows(); ++i) {
-    problem_.row_basis[i] = from_clp(model.getRowStatus(static_cast<int>(i)));
-  }
-  problem_.has_basis = true;
-  problem_.x.assign(model.primalColumnSolution(), model.primalColumnSolution() + columns());
-  problem_.dual.assign(model.dualRowSolution(), model.dualRowSolution() + rows());
-  for (double& dual : problem_.dual) dual *= cost_scale_;
-  place_nonbasics(model);
-  if (factorized) refine(model);
-  finish_values();
-}
-
-bool Solver::is_feasible() const {
-  const double tolerance = settings_.primal_tolerance;
-  for (std::size_t j = 0; j < columns(); ++j) {
-    const clp_column& column = problem_.columns[j];
-    if (problem_.x[j] < lower_bound_of(column.lower) - tolerance ||
-        problem_.x[j] > upper_bound_of(column.upper) + tolerance) {
-      return false;
-    }
-  }
-  for (std::size_t i = 0; i < rows(); ++i) {
-    const clp_row& row = problem_.rows[i];
-    if (problem_.activity[i] < row_lower_bound(row) - tolerance ||
-        problem_.activity[i] > row_upper_bound(row) + tolerance) {
-      return false;
-    }
-  }
-  return true;
-}
-
-// A price that a move off the bound would pay for. Scaling can hide one from CLP.
-bool Solver::is_dual_feasible() const {
-  const double price = settings_.dual_tolerance * std::fabs(cost_scale_);
-  const double distance = settings_.primal_tolerance;
-  const auto holds = [&](double d, double value, double lower, double upper) {
-    return !(d > price && value > lower + distance) && !(d < -price && value < upper - distance);
-  };
-  for (std::size_t j = 0; j < columns(); ++j) {
-    const clp_column& column = problem_.columns[j];
-    if (!holds(problem_.sense * problem_.reduced_cost[j], problem_.x[j],
-               lower_bound_of(column.lower), upper_bound_of(column.upper))) {
-      return false;
-    }
-  }
-  for (std::size_t i = 0; i < rows(); ++i) {
-    const clp_row& row = problem_.rows[i];
-    if (!holds(problem_.sense * problem_.dual[i], problem_.activity[i], row_lower_bound(row),
-               row_upper_bound(row))) {
-      return false;
-    }
-  }
-  return true;
 }
 
 // ----- The solve -----
@@ -464,10 +267,10 @@ bool Solver::solve_without_matrix() {
     const double c = cost(column);
     const double lower = lower_bound_of(column.lower);
     const double upper = upper_bound_of(column.upper);
-    const bool at_upper = c < 0.0 || (c == 0.0 && lower == -kInfinite && upper < kInfinite);
+    const bool at_upper = c < 0.0 || (c == 0.0 && lower == -kClpInfinite && upper < kClpInfinite);
     const double bound = at_upper ? upper : lower;
-    const bool free = c == 0.0 && std::fabs(bound) == kInfinite;
-    if (!free && std::fabs(bound) == kInfinite) {
+    const bool free = c == 0.0 && std::fabs(bound) == kClpInfinite;
+    if (!free && std::fabs(bound) == kClpInfinite) {
       problem_.status = CPX_STAT_UNBOUNDED;
       return true;
     }
@@ -479,7 +282,7 @@ bool Solver::solve_without_matrix() {
   std::fill(problem_.row_basis.begin(), problem_.row_basis.end(), clp_basis_status::kBasic);
   problem_.has_basis = true;
   problem_.dual.assign(rows(), 0.0);
-  finish_values();
+  finish_clp_values(problem_);
   problem_.status = CPX_STAT_OPTIMAL;
   return true;
 }
@@ -511,7 +314,8 @@ void Solver::solve(clp_method method) {
   if (verdict != Verdict::kOptimal && verdict != Verdict::kStopped) verdict = diagnose(model);
   if (verdict == Verdict::kOptimal) {
     const Verdict polished = polish(model);
-    if (is_feasible() && is_dual_feasible()) {
+    if (is_feasible(problem_, settings_.primal_tolerance) &&
+        is_dual_feasible(problem_, settings_, cost_scale_)) {
       problem_.status = CPX_STAT_OPTIMAL;
     } else if (polished == Verdict::kUnbounded) {
       problem_.forget_solution();
