@@ -2,6 +2,7 @@
 // files, and the solution that the solver prints.
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
@@ -30,7 +31,11 @@ std::string formatted(double v, int precision) {
                                                  std::chars_format::scientific, precision);
   std::string text(buffer.data(), end.ptr);
   const std::size_t e = text.find('e');
-  if (e == std::string::npos) return std::isnan(v) ? "NAN" : v < 0.0 ? "-INF" : "INF";
+  if (e == std::string::npos) {  // inf, nan
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    return text;
+  }
   text[e] = 'E';
   const std::size_t digits = text.size() - (e + 2);
   if (digits < kExponentDigits) text.insert(e + 2, kExponentDigits - digits, '0');
@@ -126,7 +131,7 @@ void facilities::write_mps(const vector& c, const matrix& A, const vector& b,
   for (const char type : types) {
     ++i;
     if (std::string_view("EGLN").find(type) == std::string_view::npos) continue;
-    out << ' ' << type << "  ROW" << i << '\n';
+    out << ' ' << type << "  ROW" << std::to_string(i) << '\n';
   }
   out << "COLUMNS\n";
   const std::vector<std::vector<matrix_entry>> columns = columns_of(A);

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <memory>
 #include <new>
+#include <utility>
 #include <vector>
 
 namespace planloc {
@@ -36,62 +37,69 @@ std::unique_ptr<double[], free_array> allocate_costs(int count) {
   return std::unique_ptr<double[], free_array>(costs);
 }
 
+struct delete_program {
+  void operator()(lprec* lp) const { delete_lp(lp); }
+};
+
+void require(bool memory) {
+  if (!memory) throw std::bad_alloc();
+}
+
 // A program of lp_solve's: minimise the costs of its columns, of which the first `free_columns` may
 // be negative, over rows of one type.
 class program {
  public:
-  // Columns are handed over whole. Set one by one, each entry would move all that stand behind it.
-  program(int rows, int columns, int free_columns, int row_type, const double* costs,
+  program(int rows, int columns, int free_columns, int row_type, double* costs,
           std::vector<entry> entries)
       : lp_(make_lp(rows, 0)), rows_(rows) {
-    if (!lp_ || !resize_lp(lp_, rows, columns)) throw std::bad_alloc();
-    set_verbose(lp_, NEUTRAL);
-    for (int r = 1; r <= rows; ++r) set_constr_type(lp_, r, row_type);
-    std::sort(entries.begin(), entries.end(), [](const entry& a, const entry& b) {
-      return a.column != b.column ? a.column < b.column : a.row < b.row;
-    });
-    auto next = entries.begin();
-    for (int j = 1; j <= columns; ++j) {
-      column_rows_.assign(1, 0);
-      column_values_.assign(1, costs[j]);
-      for (; next != entries.end() && next->column == j; ++next) {
-        column_rows_.push_back(next->row);
-        column_values_.push_back(next->value);
-      }
-      if (!add_columnex(lp_, static_cast<int>(column_rows_.size()), column_values_.data(),
-                        column_rows_.data())) {
-        throw std::bad_alloc();
-      }
-    }
-    for (int j = 1; j <= free_columns; ++j) set_lowbo(lp_, j, kFreeBelow);
+    require(lp_ && resize_lp(lp_.get(), rows, columns));
+    set_verbose(lp_.get(), NEUTRAL);
+    for (int r = 1; r <= rows; ++r) set_constr_type(lp_.get(), r, row_type);
+    add_columns(columns, entries);
+    set_obj_fn(lp_.get(), costs);
+    for (int j = 1; j <= free_columns; ++j) set_lowbo(lp_.get(), j, kFreeBelow);
     // An empty program is not solved at all, and would leave what stood in the memory.
     std::fill_n(solution(), 1 + rows + columns, 0.0);
   }
-  ~program() { delete_lp(lp_); }
-  program(const program&) = delete;
-  program& operator=(const program&) = delete;
 
   // Returns the objective and writes the first `count` columns.
   double solve(double* right_hand_sides, int count, double* columns) {
-    set_rh_vec(lp_, right_hand_sides);
-    ::solve(lp_);
+    set_rh_vec(lp_.get(), right_hand_sides);
+    ::solve(lp_.get());
     const double* const found = solution();
     std::copy_n(found + rows_ + 1, count, columns);
     return found[0];
   }
 
  private:
+  // Columns are handed over whole. Set one by one, each entry would move all that stand behind it.
+  void add_columns(int columns, std::vector<entry>& entries) {
+    std::sort(entries.begin(), entries.end(), [](const entry& a, const entry& b) {
+      return a.column != b.column ? a.column < b.column : a.row < b.row;
+    });
+    std::vector<int> rows;
+    std::vector<double> values;
+    auto next = entries.begin();
+    for (int j = 1; j <= columns; ++j) {
+      rows.clear();
+      values.clear();
+      for (; next != entries.end() && next->column == j; ++next) {
+        rows.push_back(next->row);
+        values.push_back(next->value);
+      }
+      require(add_columnex(lp_.get(), static_cast<int>(rows.size()), values.data(), rows.data()));
+    }
+  }
+
   // The objective, the rows, the columns.
   double* solution() const {
     double* found = nullptr;
-    get_ptr_primal_solution(lp_, &found);
+    get_ptr_primal_solution(lp_.get(), &found);
     return found;
   }
 
-  lprec* lp_;
+  std::unique_ptr<lprec, delete_program> lp_;
   int rows_;
-  std::vector<int> column_rows_;
-  std::vector<double> column_values_;
 };
 
 }  // namespace

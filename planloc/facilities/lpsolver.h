@@ -7,9 +7,9 @@
 // that of existing ones, both at least 0. Arrays of programs count from 1, entry 0 is 0.0 and not
 // read; x and y receive N coordinates each, from 0. No array is changed but these two.
 //
-// What lp_solve says of a solve is not looked at: a program that is infeasible, unbounded or
-// beyond its arithmetic (entries from 1e+30 up are infinite to it) returns what was left in its
-// solution, 1e+30 as a rule. It prints nothing.
+// What lp_solve says of a solve is not looked at: a program that is infeasible, unbounded or beyond
+// its arithmetic returns what was left in its solution, 1e+30 as a rule. From 1e+30 up an entry is
+// infinite to it, 1e-12 and less of a cost is nothing, and x, y end at -9e+14. It prints nothing.
 #ifndef PLANLOC_FACILITIES_LPSOLVER_H_
 #define PLANLOC_FACILITIES_LPSOLVER_H_
 

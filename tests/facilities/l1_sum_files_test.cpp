@@ -1,10 +1,9 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <cmath>
 #include <filesystem>
 #include <fstream>
-#include <map>
+#include <limits>
 #include <random>
 #include <regex>
 #include <sstream>
@@ -143,12 +142,15 @@ TEST_F(SumFiles, OddNumbers) {
   vector c(kSize);
   vector b(kSize);
   list<char> types;
-  for (int i = 0; i < kSize; ++i) types.append(i == 1 ? '?' : 'L');
+  for (int i = 0; i < kSize; ++i) types.append(i == 1 ? 'X' : 'L');
   A(9, 99) = -123456.0;
   A(999, 999) = 1e-200;
+  c[8] = 0.5;
   c[9] = -5.0;
   c[99] = 1e30;
   c[999] = 1e-5;
+  b[7] = -std::numeric_limits<double>::infinity();
+  b[8] = -0.0;
   b[9] = -1e150;
   b[99] = 0.25;
   b[999] = std::numeric_limits<double>::infinity();
@@ -158,7 +160,9 @@ TEST_F(SumFiles, OddNumbers) {
        {" L  ROW1\n L  ROW3\n", "    COL10     OBJ-5.00000000E+000\n",
         "    COL100    OBJ 1.00000000E+030\n", "    COL100    ROW10         -1.2E+005\n",
         "    COL1000   OBJ                 1.00000000E-005\n",
-        "    COL1000   ROW1000        1.0E-200\n", "    RHS1      ROW9           0.0E+000\n",
+        "    COL1000   ROW1000        1.0E-200\n", "    RHS1      ROW8          -INF\n",
+        "    RHS1      ROW9           -0.0E+000\n",
+        "    COL9      OBJ             5.00000000E-001\n",
         "    RHS1      ROW10         -1.0E+150\n", "    RHS1      ROW100         2.5E-001\n",
         "    RHS1      ROW1000        INF\nENDATA\n"}) {
     EXPECT_NE(written.find(line), std::string::npos) << line;
@@ -212,23 +216,28 @@ TEST_F(SumFiles, HaveTheOptimum) {
 }
 
 TEST_F(SumFiles, ImportReadsPositions) {
-  const std::string value_line = "           VAL  ";                 // the number follows at 16
-  const std::string column_line = "          COL                 ";  // at 30
-  write("x", "a title\n\n" + value_line + "  12.5 and more\n" + column_line + "    1.5E+000\n" +
-                 column_line + "-3              77\n" + column_line + "9\n");
-  write("y", value_line + "1\n" + value_line + "2.25\n         COL                           5\n" +
-                 column_line + "8\n           VAL\n" + column_line);
+  // Digits before and behind the field, which do not count, and numbers that fill it to its end.
+  const auto value = [](const std::string& number) {
+    return "           VAL 9" + std::string(45 - number.size(), ' ') + number + "4\n";
+  };
+  const auto column = [](const std::string& number) {
+    return "          COL               99" + std::string(15 - number.size(), ' ') + number + "7\n";
+  };
+  const std::string column_line = "          COL                 ";
+  write("x", "a title\n\n" + value("12.5") + column("-3.5") + column("1.5E+000") + column("8"));
+  write("y", value("1") + value("2.25") + "         COL                           5\n" +
+                 column("8") + "           VAL\n" + value("-4") + column_line);
   facilities F = sites_of({site(0, 0, 1)});
   F.opt.append(site(7, 7, 7));
-  EXPECT_EQ(F.N_l1_sum_import(path("x").c_str(), path("y").c_str(), 2), 12.5);
-  EXPECT_EQ(results_of(F), (std::vector{site(1.5, 8, 0), site(-3, 0, 1)}));
+  EXPECT_EQ(F.N_l1_sum_import(path("x").c_str(), path("y").c_str(), 2), 8.5);
+  EXPECT_EQ(results_of(F), (std::vector{site(-3.5, 8, 0), site(1.5, 0, 1)}));
 
   // A line of 110 characters is read, and a longer one ends the file.
   write("x", column_line + "4" + std::string(79, ' ') + "\n" + column_line + "5" +
                  std::string(80, ' ') + "\n" + column_line + "6\n");
   EXPECT_EQ(F.N_l1_sum_import(path("x").c_str(), path("none").c_str(), 2), 0.0);
   EXPECT_EQ(results_of(F), (std::vector{site(4, 0, 0), site(0, 0, 1)}));
-  EXPECT_EQ(F.N_l1_sum_import(path("none").c_str(), path("none").c_str(), 0), 0.0);
+  EXPECT_EQ(F.N_l1_sum_import(path("none").c_str(), path("none").c_str(), -1), 0.0);
   EXPECT_TRUE(F.opt.empty());
 }
 
