@@ -1,9 +1,7 @@
 #include "planloc/driver/walk.h"
 
-#include <cmath>
-#include <sstream>
+#include <tuple>
 
-#include "planloc/driver/cell_geometry.h"
 #include "tests/driver/problem_fixture.h"
 
 namespace planloc {
@@ -17,27 +15,10 @@ class WalkTest : public ProblemTest {
     add_diamond();
     for (const double d : distances) add_facility(d, 0, 1);
   }
-
-  std::string walk_from_origin(double** coef) {
-    W.init(-10, 10, -10);
-    W.display();
-    IlcIntArray sigma;
-    cell_of_point(*manager_, point(0, 0), sigma);
-    std::ostringstream log;
-    ::testing::internal::CaptureStdout();
-    walk(*manager_, sigma, coef, point(0, 0), log);
-    ::testing::internal::GetCapturedStdout();
-    return log.str();
-  }
 };
 
 TEST_F(WalkTest, TieStep) {
-  struct Case {
-    std::vector<double> distances;
-    std::vector<int> sigma;
-    std::vector<int> next;
-  };
-  const Case cases[] = {
+  const std::tuple<std::vector<double>, std::vector<int>, std::vector<int>> cases[] = {
       {{1, 2, 3}, {1, 2, 3}, {1, 2, 3}},
       {{1, 1.0005, 3}, {1, 2, 3}, {2, 2, 3}},
       {{1, 2, 2.0005}, {1, 2, 3}, {1, 3, 2}},
@@ -50,15 +31,15 @@ TEST_F(WalkTest, TieStep) {
       {{0, 0.001, 3}, {1, 2, 3}, {1, 2, 3}},
       {{7}, {1}, {0}},
   };
-  for (const Case& c : cases) {
-    set_distances(c.distances);
-    IlcIntArray sigma = permutation(c.sigma);
+  for (const auto& [distances, from, to] : cases) {
+    set_distances(distances);
+    IlcIntArray sigma = permutation(from);
     list<list<int>> visited;
     point origin(0, 0);
     bool done = true;
     next_cell(*manager_, origin, visited, sigma, done);
     EXPECT_FALSE(done);
-    EXPECT_EQ(entries(sigma), c.next) << ::testing::PrintToString(c.distances);
+    EXPECT_EQ(entries(sigma), to) << ::testing::PrintToString(distances);
     EXPECT_EQ(visited.size(), 1);
   }
 }
@@ -77,54 +58,6 @@ TEST_F(WalkTest, AVisitedCellStops) {
   EXPECT_TRUE(done);
   EXPECT_EQ(entries(sigma), (std::vector<int>{1, 2, 3}));
   EXPECT_EQ(visited.size(), 2);
-}
-
-TEST_F(WalkTest, SamePermutation) {
-  set_distances({1, 2, 3});
-  IlcIntArray a = permutation({1, 2, 3});
-  IlcIntArray b = permutation({1, 2, 3});
-  IlcIntArray c = permutation({1, 3, 3});
-  EXPECT_TRUE(same_permutation(*manager_, a, b));
-  EXPECT_FALSE(same_permutation(*manager_, a, c));
-}
-
-TEST_F(WalkTest, StopsInTheFirstCellAfterOneProgram) {
-  add_diamond();
-  add_facility(0, 0, 1);
-  add_facility(3, 0, 1);
-  EXPECT_EQ(walk_from_origin(make_coef({2, 1})),
-            "P_sigma=(1 2 )\n"
-            "Sol=(0,0); Value=3\n"
-            "sigma=(1 2 )\n");
-}
-
-TEST_F(WalkTest, TheLastCellOfALongerWalkIsSolvedTwice) {
-  add_diamond();
-  add_facility(9, 0, 5);
-  add_facility(2, 0, 1);
-  // The optimum lies at facility 1, in another cell than the origin.
-  EXPECT_EQ(walk_from_origin(make_coef({5, 1})),
-            "P_sigma=(2 1 )\n"
-            "Sol=(7.83333,0); Value=35\n"
-            "sigma=(1 2 )\n"
-            "P_sigma=(1 2 )\n"
-            "Sol=(9,0); Value=7\n"
-            "sigma=(1 2 )\n"
-            "P_sigma=(1 2 )\n"
-            "Sol=(9,0); Value=7\n"
-            "sigma=(1 2 )\n");
-}
-
-TEST_F(WalkTest, AFailedProgramEndsTheWalk) {
-  set_distances({1, 2});
-  EXPECT_EQ(walk_from_origin(make_coef({1, -1})), "P_sigma=(1 2 )\n");
-}
-
-using WalkDeathTest = WalkTest;
-
-TEST_F(WalkDeathTest, OneFacilityEndsOnTheIndexCheck) {
-  set_distances({2});
-  EXPECT_DEATH(walk_from_origin(make_coef({1})), "i >= getIndexMin\\(\\)");
 }
 
 }  // namespace

@@ -41,27 +41,29 @@ std::optional<Vector> crossing(const HalfSpace& a, const HalfSpace& b, const Hal
   return x;
 }
 
+HalfSpace side(std::size_t k, long double sign, long double rhs) {
+  HalfSpace space{{0, 0, 0}, rhs};
+  space.normal[k] = sign;
+  return space;
+}
+
 // Least cost * x over the half-spaces and the box |x_k| <= radius, by all crossings of three
 // planes; nothing if there is no point.
 std::optional<long double> least(const Vector& cost, std::vector<HalfSpace> spaces,
                                  long double radius) {
   for (std::size_t k = 0; k < 3; ++k) {
-    for (const long double sign : {1.0L, -1.0L}) {
-      HalfSpace side{{0, 0, 0}, radius};
-      side.normal[k] = sign;
-      spaces.push_back(side);
-    }
+    for (const long double sign : {1.0L, -1.0L}) spaces.push_back(side(k, sign, radius));
   }
   std::optional<long double> best;
   for (std::size_t a = 0; a < spaces.size(); ++a) {
     for (std::size_t b = 0; b < a; ++b) {
       for (std::size_t c = 0; c < b; ++c) {
         const auto x = crossing(spaces[a], spaces[b], spaces[c]);
-        if (!x) continue;
+        if (!x || (best && dot(cost, *x) >= *best)) continue;
         const bool inside = std::all_of(spaces.begin(), spaces.end(), [&](const HalfSpace& s) {
           return dot(s.normal, *x) <= s.rhs + 1e-9L * radius;
         });
-        if (inside && (!best || dot(cost, *x) < *best)) best = dot(cost, *x);
+        if (inside) best = dot(cost, *x);
       }
     }
   }
@@ -82,6 +84,7 @@ Expected by_vertices(const Vector& cost, const std::vector<HalfSpace>& spaces) {
   return {CPX_STAT_OPTIMAL, *small};
 }
 
+// Also with costs that come close to 1e25, where CLP ends the process.
 TEST(ClpRandomTest, AgreesWithVertexEnumeration) {
   std::mt19937 random(20);
   const auto number = [&](int low, int high) {
@@ -91,49 +94,38 @@ TEST(ClpRandomTest, AgreesWithVertexEnumeration) {
   testing::internal::CaptureStdout();
   testing::internal::CaptureStderr();
   for (int round = 0; round < 1500; ++round) {
-    const int n = number(2, 3);
     std::vector<Column> columns;
     std::vector<Row> rows;
     std::vector<HalfSpace> spaces;
     Vector cost{};
-    for (int j = 0; j < n; ++j) {
-      const auto k = static_cast<std::size_t>(j);
-      const bool free = number(0, 2) == 0;
-      columns.push_back({static_cast<double>(number(-3, 4)), free ? -CPX_INFBOUND : 0,
-                         number(0, 3) ? CPX_INFBOUND : static_cast<double>(number(1, 6))});
-      cost[k] = columns.back().cost;
-      Vector unit{};
-      unit[k] = -1;
-      if (!free) spaces.push_back({unit, 0});
-      unit[k] = 1;
-      if (columns.back().upper < CPX_INFBOUND) spaces.push_back({unit, columns.back().upper});
+    for (std::size_t j = 0; j < 3; ++j) {
+      const Column c{1.0 * number(-3, 4), number(0, 2) ? 0 : -CPX_INFBOUND,
+                     number(0, 3) ? CPX_INFBOUND : number(1, 6)};
+      if (c.lower == 0) spaces.push_back(side(j, -1, 0));
+      if (c.upper < CPX_INFBOUND) spaces.push_back(side(j, 1, c.upper));
+      cost[j] = c.cost;
+      columns.push_back(c);
     }
-    if (n == 2) {
-      spaces.push_back({{0, 0, 1}, 0});
-      spaces.push_back({{0, 0, -1}, 0});
-    }
-    for (int i = number(1, 6); i > 0; --i) {
-      Row row{{}, "LGE"[number(0, 9) % 5 % 3], static_cast<double>(number(-6, 9))};
-      Vector normal{};
-      for (int j = 0; j < n; ++j) {
-        row.coefficients.push_back(number(-4, 4));
-        normal[static_cast<std::size_t>(j)] = row.coefficients.back();
-      }
-      const Vector opposite{-normal[0], -normal[1], -normal[2]};
+    for (int i = number(0, 6); i > 0; --i) {
+      Row row{{}, "LGE"[number(0, 9) % 5 % 3], 1.0 * number(-6, 9)};
+      for (int j = 0; j < 3; ++j) row.coefficients.push_back(number(-4, 4));
+      const Vector normal{row.coefficients[0], row.coefficients[1], row.coefficients[2]};
       if (row.sense != 'G') spaces.push_back({normal, row.rhs});
-      if (row.sense != 'L') spaces.push_back({opposite, -row.rhs});
+      if (row.sense != 'L') spaces.push_back({{-normal[0], -normal[1], -normal[2]}, -row.rhs});
       rows.push_back(row);
     }
     const Expected expected = by_vertices(cost, spaces);
     ++seen[expected.status];
-    for (int variant = 0; variant < 4; ++variant) {
-      Program program(columns, rows, variant & 1 ? -1 : 1);
-      program.set(CPX_PARAM_PREIND, variant < 2);
-      ASSERT_EQ(program.solve(variant != 3), expected.status) << "round " << round;
+    for (int variant = 0; variant < 8; ++variant) {
+      const double scale = variant < 4 ? 1 : 0x1p81;
+      std::vector<Column> scaled = columns;
+      for (Column& column : scaled) column.cost *= scale;
+      Program program(scaled, rows, variant & 1 ? -1 : 1);
+      program.set(CPX_PARAM_PREIND, (variant & 2) != 0);
+      ASSERT_EQ(program.solve(variant % 4 != 3), expected.status) << "round " << round;
       if (expected.status != CPX_STAT_OPTIMAL) continue;
-      const double sign = variant & 1 ? -1 : 1;
-      EXPECT_NEAR(sign * program.value(), static_cast<double>(expected.value),
-                  1e-12 * (1 + std::fabs(static_cast<double>(expected.value))))
+      const double value = static_cast<double>(expected.value) * (variant & 1 ? -1 : 1);
+      EXPECT_NEAR(program.value() / scale, value, 1e-12 * (1 + std::fabs(value)))
           << "round " << round;
     }
   }
@@ -147,40 +139,35 @@ TEST(ClpRandomTest, AgreesWithVertexEnumeration) {
 TEST(ClpRandomTest, SolutionsAreVerticesToDoubleAccuracy) {
   std::mt19937 random(4);
   std::uniform_real_distribution<double> coefficient(-3, 3);
+  constexpr std::size_t n = 25;
   for (int round = 0; round < 60; ++round) {
-    const int n = 25;
     std::vector<Column> columns;
     std::vector<Row> rows;
-    for (int j = 0; j < n; ++j) {
+    std::vector<double> inside;
+    for (std::size_t j = 0; j < n; ++j) {
       columns.push_back({std::fabs(coefficient(random)), -CPX_INFBOUND, CPX_INFBOUND});
+      inside.push_back(10 * coefficient(random));
+      rows.push_back({std::vector<double>(n, 0.0), 'G', -100.0 / 3});
+      rows.back().coefficients[j] = 1;
     }
-    std::vector<double> inside(n);
-    for (double& x : inside) x = 10 * coefficient(random);
-    for (int i = 0; i < 4 * n; ++i) {
+    for (std::size_t i = 0; i < 4 * n; ++i) {
       Row row{{}, 'G', -std::fabs(coefficient(random))};
-      for (int j = 0; j < n; ++j) {
+      for (const double x : inside) {
         row.coefficients.push_back(coefficient(random));
-        row.rhs += row.coefficients.back() * inside[static_cast<std::size_t>(j)];
+        row.rhs += row.coefficients.back() * x;
       }
-      rows.push_back(row);
-    }
-    for (int j = 0; j < n; ++j) {
-      Row row{std::vector<double>(n, 0.0), 'G', -100.0 / 3};
-      row.coefficients[static_cast<std::size_t>(j)] = 1;
       rows.push_back(row);
     }
     Program program(columns, rows, 1);
     ASSERT_EQ(program.solve(true), 1);
     const std::vector<double> x = program.x();
-    int tight = 0;
+    std::size_t tight = 0;
     for (const Row& row : rows) {
-      long double activity = 0, scale = std::fabs(row.rhs);
-      for (int j = 0; j < n; ++j) {
-        const auto k = static_cast<std::size_t>(j);
-        activity += static_cast<long double>(row.coefficients[k]) * x[k];
-        scale += std::fabs(row.coefficients[k] * x[k]);
+      long double slack = -row.rhs, scale = std::fabs(row.rhs);
+      for (std::size_t j = 0; j < n; ++j) {
+        slack += static_cast<long double>(row.coefficients[j]) * x[j];
+        scale += std::fabs(row.coefficients[j] * x[j]);
       }
-      const long double slack = activity - row.rhs;
       EXPECT_GE(slack, -2e-16L * scale);
       tight += slack <= 2e-16L * scale;
     }

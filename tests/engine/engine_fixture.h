@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,8 @@
 namespace planloc {
 
 using Calls = std::vector<std::string>;
+
+inline const testing::KilledBySignal kAborted(SIGABRT);
 
 // A manager in edit mode and a recording library in force.
 class EngineTest : public testing::Test {
@@ -37,6 +40,15 @@ class EngineTest : public testing::Test {
 
  private:
   CplexLibrary* before_ = nullptr;
+};
+
+// The same with an optimiser, whose reports are thrown.
+class OptimiserTest : public EngineTest {
+ protected:
+  OptimiserTest() : lp(m, 0) {}
+  ~OptimiserTest() override { lp.end(); }
+
+  IlcLinOpt lp;
 };
 
 // What a call reports through the throwing reporter.

@@ -1,12 +1,13 @@
-// A library that writes down the calls it gets and passes them on, or fails them on demand.
+// A library that writes down the calls it gets and passes them on; their codes can be replaced.
 #ifndef PLANLOC_TESTS_ENGINE_RECORDING_LIBRARY_H_
 #define PLANLOC_TESTS_ENGINE_RECORDING_LIBRARY_H_
 
 #include <algorithm>
-#include <cstring>
 #include <map>
 #include <sstream>
 #include <string>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "planloc/engine/clp_library.h"
@@ -17,7 +18,7 @@ class RecordingLibrary : public CplexLibrary {
  public:
   // One line per call: the name without CPX, then what matters of its arguments.
   std::vector<std::string> calls;
-  // Return code of the next call of this name, which is then not passed on.
+  // What the next call of this name returns instead of its own code.
   std::map<std::string, int> fail_next;
 
   std::vector<std::string> take() { return std::exchange(calls, {}); }
@@ -32,164 +33,151 @@ class RecordingLibrary : public CplexLibrary {
     return clp_.CPXopenCPLEXdevelop(status);
   }
   int CPXcloseCPLEX(CPXENVptr* env) override {
-    const int code = noted("closeCPLEX");
-    const int result = clp_.CPXcloseCPLEX(env);
-    return code ? code : result;
+    return pass("closeCPLEX", &CplexLibrary::CPXcloseCPLEX, env);
   }
   CPXLPptr CPXcreateprob(CPXENVptr env, int* status, const char* name) override {
     if ((*status = noted("createprob"))) return nullptr;
     return clp_.CPXcreateprob(env, status, name);
   }
   int CPXfreeprob(CPXENVptr env, CPXLPptr* lp) override {
-    const int code = noted("freeprob");
-    const int result = clp_.CPXfreeprob(env, lp);
-    return code ? code : result;
+    return pass("freeprob", &CplexLibrary::CPXfreeprob, env, lp);
   }
   char* CPXgeterrorstring(CPXENVptr env, int code, char* buffer) override {
-    noted("geterrorstring", env ? code : -code);
+    noted(env ? "geterrorstring" : "geterrorstring without environment");
     return clp_.CPXgeterrorstring(env, code, buffer);
   }
   int CPXsetintparam(CPXENVptr env, int number, int value) override {
-    const int code = noted("setintparam", number, value);
-    return code ? code : clp_.CPXsetintparam(env, number, value);
+    return pass("setintparam", &CplexLibrary::CPXsetintparam, env, number, value);
   }
   int CPXgetintparam(CPXENVptr env, int number, int* value) override {
-    const int code = noted("getintparam", number);
-    return code ? code : clp_.CPXgetintparam(env, number, value);
+    return pass("getintparam", &CplexLibrary::CPXgetintparam, env, number, value);
   }
-  int CPXinfointparam(CPXENVptr env, int number, int* default_value, int* min_value,
-                      int* max_value) override {
-    const int code = noted("infointparam", number);
-    return code ? code : clp_.CPXinfointparam(env, number, default_value, min_value, max_value);
+  int CPXinfointparam(CPXENVptr env, int number, int* normal, int* min, int* max) override {
+    return pass("infointparam", &CplexLibrary::CPXinfointparam, env, number, normal, min, max);
   }
   int CPXsetdblparam(CPXENVptr env, int number, double value) override {
-    const int code = noted("setdblparam", number, value);
-    return code ? code : clp_.CPXsetdblparam(env, number, value);
+    return pass("setdblparam", &CplexLibrary::CPXsetdblparam, env, number, value);
   }
   int CPXsetstrparam(CPXENVptr env, int number, const char* value) override {
-    const int code = noted("setstrparam", number, value);
-    return code ? code : clp_.CPXsetstrparam(env, number, value);
+    return pass("setstrparam", &CplexLibrary::CPXsetstrparam, env, number, value);
   }
-  int CPXnewcols(CPXENVptr env, CPXLPptr lp, int ccnt, const double* obj, const double* lb,
-                 const double* ub, const char* ctype, char** colname) override {
-    std::ostringstream args;
-    for (int j = 0; j < ccnt; ++j) args << " [" << lb[j] << ',' << ub[j] << ']';
-    if (ctype) args << " types " << std::string(ctype, static_cast<std::size_t>(ccnt));
-    for (int j = 0; colname && j < ccnt; ++j) args << ' ' << colname[j];
-    const int code = noted("newcols" + args.str());
-    return code ? code : clp_.CPXnewcols(env, lp, ccnt, obj, lb, ub, ctype, colname);
+  int CPXnewcols(CPXENVptr env, CPXLPptr lp, int n, const double* obj, const double* lb,
+                 const double* ub, const char* types, char** names) override {
+    std::ostringstream text("newcols", std::ios::ate);
+    for (int j = 0; j < n; ++j) text << " [" << lb[j] << ',' << ub[j] << ']';
+    if (types) text << " types " << std::string(types, static_cast<std::size_t>(n));
+    for (int j = 0; names && j < n; ++j) text << ' ' << names[j];
+    return pass_noted(text, &CplexLibrary::CPXnewcols, env, lp, n, obj, lb, ub, types, names);
   }
-  int CPXaddrows(CPXENVptr env, CPXLPptr lp, int ccnt, int rcnt, int nzcnt, const double* rhs,
-                 const char* sense, const int* rmatbeg, const int* rmatind, const double* rmatval,
-                 char** colname, char** rowname) override {
-    std::ostringstream args;
-    for (int i = 0; i < rcnt; ++i) {
-      args << (i ? "; " : " ");
-      if (rowname) args << rowname[i] << ": ";
-      const int end = i + 1 < rcnt ? rmatbeg[i + 1] : nzcnt;
-      for (int k = rmatbeg[i]; k < end; ++k) args << rmatval[k] << " x" << rmatind[k] << ' ';
-      args << sense[i] << ' ' << rhs[i];
+  int CPXaddrows(CPXENVptr env, CPXLPptr lp, int ccnt, int n, int nonzeros, const double* rhs,
+                 const char* sense, const int* starts, const int* indices, const double* values,
+                 char** columns, char** rows) override {
+    std::ostringstream text("addrows", std::ios::ate);
+    for (int i = 0; i < n; ++i) {
+      text << (i ? "; " : " ") << (rows ? rows[i] : "") << (rows ? ": " : "");
+      const int end = i + 1 < n ? starts[i + 1] : nonzeros;
+      for (int k = starts[i]; k < end; ++k) text << values[k] << " x" << indices[k] << ' ';
+      text << sense[i] << ' ' << rhs[i];
     }
-    const int code = noted("addrows" + args.str());
-    return code ? code
-                : clp_.CPXaddrows(env, lp, ccnt, rcnt, nzcnt, rhs, sense, rmatbeg, rmatind, rmatval,
-                                  colname, rowname);
+    return pass_noted(text, &CplexLibrary::CPXaddrows, env, lp, ccnt, n, nonzeros, rhs, sense,
+                      starts, indices, values, columns, rows);
   }
   int CPXdelrows(CPXENVptr env, CPXLPptr lp, int begin, int end) override {
-    const int code = noted("delrows", begin, end);
-    return code ? code : clp_.CPXdelrows(env, lp, begin, end);
+    return pass("delrows", &CplexLibrary::CPXdelrows, env, lp, begin, end);
   }
-  int CPXchgobj(CPXENVptr env, CPXLPptr lp, int cnt, const int* indices,
+  int CPXchgobj(CPXENVptr env, CPXLPptr lp, int n, const int* indices,
                 const double* values) override {
-    std::ostringstream args;
-    for (int k = 0; k < cnt; ++k) args << ' ' << values[k] << " x" << indices[k];
-    const int code = noted("chgobj" + args.str());
-    return code ? code : clp_.CPXchgobj(env, lp, cnt, indices, values);
+    std::ostringstream text("chgobj", std::ios::ate);
+    for (int k = 0; k < n; ++k) text << ' ' << values[k] << " x" << indices[k];
+    return pass_noted(text, &CplexLibrary::CPXchgobj, env, lp, n, indices, values);
   }
   void CPXchgobjsen(CPXENVptr env, CPXLPptr lp, int maxormin) override {
-    noted("chgobjsen", maxormin);
+    noted("chgobjsen " + std::to_string(maxormin));
     clp_.CPXchgobjsen(env, lp, maxormin);
   }
-  int CPXgetobjsen(CPXENVptr env, CPXLPptr lp) override { return clp_.CPXgetobjsen(env, lp); }
-  int CPXchgbds(CPXENVptr env, CPXLPptr lp, int cnt, const int* indices, const char* lu,
+  int CPXchgbds(CPXENVptr env, CPXLPptr lp, int n, const int* indices, const char* lu,
                 const double* bd) override {
-    const int code = noted("chgbds" + bounds(cnt, indices, lu, bd));
-    return code ? code : clp_.CPXchgbds(env, lp, cnt, indices, lu, bd);
+    return pass_bounds("chgbds", &CplexLibrary::CPXchgbds, env, lp, n, indices, lu, bd);
   }
-  int CPXtightenbds(CPXENVptr env, CPXLPptr lp, int cnt, const int* indices, const char* lu,
+  int CPXtightenbds(CPXENVptr env, CPXLPptr lp, int n, const int* indices, const char* lu,
                     const double* bd) override {
-    const int code = noted("tightenbds" + bounds(cnt, indices, lu, bd));
-    return code ? code : clp_.CPXtightenbds(env, lp, cnt, indices, lu, bd);
+    return pass_bounds("tightenbds", &CplexLibrary::CPXtightenbds, env, lp, n, indices, lu, bd);
   }
   int CPXchgname(CPXENVptr env, CPXLPptr lp, int key, int index, const char* name) override {
-    const int code = noted("chgname", static_cast<char>(key), index, name);
-    return code ? code : clp_.CPXchgname(env, lp, key, index, name);
+    return pass("chgname", &CplexLibrary::CPXchgname, env, lp, key, index, name);
   }
   int CPXgetlb(CPXENVptr env, CPXLPptr lp, double* lb, int begin, int end) override {
-    const int code = noted("getlb", begin, end);
-    return code ? code : clp_.CPXgetlb(env, lp, lb, begin, end);
+    return pass("getlb", &CplexLibrary::CPXgetlb, env, lp, lb, begin, end);
   }
   int CPXgetub(CPXENVptr env, CPXLPptr lp, double* ub, int begin, int end) override {
-    const int code = noted("getub", begin, end);
-    return code ? code : clp_.CPXgetub(env, lp, ub, begin, end);
+    return pass("getub", &CplexLibrary::CPXgetub, env, lp, ub, begin, end);
   }
   int CPXgetnumrows(CPXENVptr env, CPXLPptr lp) override { return clp_.CPXgetnumrows(env, lp); }
   int CPXgetnumcols(CPXENVptr env, CPXLPptr lp) override { return clp_.CPXgetnumcols(env, lp); }
   int CPXgetnumnz(CPXENVptr env, CPXLPptr lp) override { return clp_.CPXgetnumnz(env, lp); }
   int CPXgetprobtype(CPXENVptr env, CPXLPptr lp) override { return clp_.CPXgetprobtype(env, lp); }
-  int CPXchgprobtype(CPXENVptr env, CPXLPptr lp, int type) override {
-    const int code = noted("chgprobtype", type);
-    return code ? code : clp_.CPXchgprobtype(env, lp, type);
-  }
-  int CPXprimopt(CPXENVptr env, CPXLPptr lp) override {
-    const int code = noted("primopt");
-    return code ? code : clp_.CPXprimopt(env, lp);
-  }
-  int CPXdualopt(CPXENVptr env, CPXLPptr lp) override {
-    const int code = noted("dualopt");
-    return code ? code : clp_.CPXdualopt(env, lp);
-  }
+  int CPXgetobjsen(CPXENVptr env, CPXLPptr lp) override { return clp_.CPXgetobjsen(env, lp); }
   int CPXgetstat(CPXENVptr env, CPXLPptr lp) override { return clp_.CPXgetstat(env, lp); }
   int CPXgetitcnt(CPXENVptr env, CPXLPptr lp) override { return clp_.CPXgetitcnt(env, lp); }
+  int CPXchgprobtype(CPXENVptr env, CPXLPptr lp, int type) override {
+    return pass("chgprobtype", &CplexLibrary::CPXchgprobtype, env, lp, type);
+  }
+  int CPXprimopt(CPXENVptr env, CPXLPptr lp) override {
+    return pass("primopt", &CplexLibrary::CPXprimopt, env, lp);
+  }
+  int CPXdualopt(CPXENVptr env, CPXLPptr lp) override {
+    return pass("dualopt", &CplexLibrary::CPXdualopt, env, lp);
+  }
   int CPXgetobjval(CPXENVptr env, CPXLPptr lp, double* value) override {
-    const int code = noted("getobjval");
-    return code ? code : clp_.CPXgetobjval(env, lp, value);
+    return pass("getobjval", &CplexLibrary::CPXgetobjval, env, lp, value);
   }
   int CPXgetx(CPXENVptr env, CPXLPptr lp, double* x, int begin, int end) override {
-    const int code = noted("getx", begin, end);
-    return code ? code : clp_.CPXgetx(env, lp, x, begin, end);
+    return pass("getx", &CplexLibrary::CPXgetx, env, lp, x, begin, end);
   }
   int CPXgetpi(CPXENVptr env, CPXLPptr lp, double* pi, int begin, int end) override {
-    const int code = noted("getpi", begin, end);
-    return code ? code : clp_.CPXgetpi(env, lp, pi, begin, end);
+    return pass("getpi", &CplexLibrary::CPXgetpi, env, lp, pi, begin, end);
   }
   int CPXgetdj(CPXENVptr env, CPXLPptr lp, double* dj, int begin, int end) override {
-    const int code = noted("getdj", begin, end);
-    return code ? code : clp_.CPXgetdj(env, lp, dj, begin, end);
+    return pass("getdj", &CplexLibrary::CPXgetdj, env, lp, dj, begin, end);
   }
   int CPXgetslack(CPXENVptr env, CPXLPptr lp, double* slack, int begin, int end) override {
-    const int code = noted("getslack", begin, end);
-    return code ? code : clp_.CPXgetslack(env, lp, slack, begin, end);
+    return pass("getslack", &CplexLibrary::CPXgetslack, env, lp, slack, begin, end);
   }
 
  private:
-  static std::string bounds(int cnt, const int* indices, const char* lu, const double* bd) {
-    std::ostringstream args;
-    for (int k = 0; k < cnt; ++k) args << ' ' << lu[k] << " x" << indices[k] << ' ' << bd[k];
-    return args.str();
+  int noted(const std::string& call) {
+    calls.push_back(call);
+    const auto failing = fail_next.extract(call.substr(0, call.find(' ')));
+    return failing ? failing.mapped() : 0;
   }
 
-  template <typename... Args>
-  int noted(const std::string& name, Args... args) {
-    std::ostringstream call;
-    call << name;
-    ((call << ' ' << args), ...);
-    calls.push_back(call.str());
-    const auto found = fail_next.find(name.substr(0, name.find(' ')));
-    if (found == fail_next.end()) return 0;
-    const int code = found->second;
-    fail_next.erase(found);
-    return code;
+  template <typename Operation, typename... Args>
+  int pass_noted(const std::ostringstream& call, Operation operation, Args... args) {
+    const int code = noted(call.str());
+    const int own_code = (clp_.*operation)(args...);
+    return code ? code : own_code;
+  }
+
+  // Notes the numbers and the texts among the arguments.
+  template <typename Operation, typename... Args>
+  int pass(const char* name, Operation operation, Args... args) {
+    std::ostringstream call(name, std::ios::ate);
+    const auto note = [&call](auto argument) {
+      if constexpr (!std::is_pointer_v<decltype(argument)> ||
+                    std::is_same_v<decltype(argument), const char*>) {
+        call << ' ' << argument;
+      }
+    };
+    (note(args), ...);
+    return pass_noted(call, operation, args...);
+  }
+
+  template <typename Operation>
+  int pass_bounds(const char* name, Operation operation, CPXENVptr env, CPXLPptr lp, int n,
+                  const int* indices, const char* lu, const double* bd) {
+    std::ostringstream call(name, std::ios::ate);
+    for (int k = 0; k < n; ++k) call << ' ' << lu[k] << " x" << indices[k] << ' ' << bd[k];
+    return pass_noted(call, operation, env, lp, n, indices, lu, bd);
   }
 
   ClpLibrary clp_;
