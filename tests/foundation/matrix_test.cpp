@@ -5,6 +5,7 @@
 #include <cmath>
 #include <numbers>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "planloc/foundation/numeric/vector.h"
@@ -13,7 +14,11 @@
 namespace planloc {
 namespace {
 
+using testing_support::expect_reports;
 using testing_support::report_of;
+
+constexpr double kPi = std::numbers::pi;
+constexpr const char* kSingular = "1: matrix::solve: matrix has not full rank.";
 
 matrix square(const std::vector<double>& entries) {
   const int n = static_cast<int>(std::lround(std::sqrt(static_cast<double>(entries.size()))));
@@ -29,23 +34,18 @@ TEST(Vector, Arithmetic) {
   const vector w(1, -2);
   EXPECT_EQ(v + w, vector(4, 2));
   EXPECT_EQ(v - w, vector(2, 6));
-  EXPECT_EQ(-v, vector(-3, -4));
-  EXPECT_EQ(2.0 * v / 4.0, vector(1.5, 2));
+  EXPECT_EQ(-2.0 * v / 4.0, vector(-1.5, -2));
   EXPECT_EQ(v * w, -5.0);
   EXPECT_EQ(v.length(), 5.0);
   EXPECT_EQ(v.rotate90(), vector(-4, 3));
-  EXPECT_NEAR(v.rotate(std::numbers::pi / 2).xcoord(), -4.0, 1e-15);
-  EXPECT_NEAR(v.rotate(std::numbers::pi / 2).ycoord(), 3.0, 1e-15);
-  EXPECT_NEAR(vector(1, 0).angle(vector(-1, -1)), 0.75 * std::numbers::pi, 1e-15);
+  EXPECT_NEAR((v.rotate(kPi / 2) - v.rotate90()).length(), 0.0, 1e-15);
+  EXPECT_NEAR(vector(1, 0).angle(vector(-1, -1)), 0.75 * kPi, 1e-15);
   EXPECT_EQ(vector(0) * vector(0), 0.0);
   vector copy(1);
   copy = v;
   copy[0] = 8;
-  EXPECT_EQ(copy.dim(), 2);
   EXPECT_EQ(v[0], 3);
-}
-
-TEST(Vector, DotProductRunsFromTheLastCoordinate) {
+  // The dot product runs from the last coordinate.
   const vector ones(1, 1, 1);
   EXPECT_EQ(vector(1, 1e16, -1e16) * ones, 1.0);
   EXPECT_EQ(vector(-1e16, 1e16, 1) * ones, 0.0);
@@ -54,30 +54,17 @@ TEST(Vector, DotProductRunsFromTheLastCoordinate) {
 TEST(Vector, Reports) {
   const vector v(1, 2);
   const vector w(1, 2, 3);
-  const char* const mismatch = "1: vector arguments have different dimensions.";
-  EXPECT_EQ(report_of([&] { (void)(v * w); }), mismatch);
-  EXPECT_EQ(report_of([&] { (void)(v + w); }), mismatch);
-  EXPECT_EQ(report_of([&] { (void)(w - v); }), mismatch);
-  EXPECT_EQ(report_of([] { vector bad(-1); }), "1: vector: negative dimension.");
-  EXPECT_EQ(report_of([&] { (void)v[2]; }), "1: vector: index out of range ");
-  EXPECT_EQ(report_of([&] { (void)v[-1]; }), "1: vector: index out of range ");
-  EXPECT_EQ(report_of([&] { (void)w.rotate90(); }), "1: vector::rotate90: dimension must be two. ");
-  EXPECT_EQ(report_of([&] { (void)w.rotate(1.0); }), "1: vector::rotate: dimension must be two. ");
-  EXPECT_EQ(report_of([&] { (void)v.angle(vector(0, 0)); }), "1: angle: zero argument\n");
-}
-
-// By minors of the first row; exact for small whole numbers.
-double determinant(const matrix& M) {
-  const int n = M.rows();
-  double sum = n == 0 ? 1.0 : 0.0;
-  for (int j = 0; j < n; ++j) {
-    matrix minor(n - 1, n - 1);
-    for (int i = 1; i < n; ++i) {
-      for (int k = 0; k < n - 1; ++k) minor(i - 1, k) = M(i, k < j ? k : k + 1);
-    }
-    sum += (j % 2 == 0 ? 1.0 : -1.0) * M(0, j) * determinant(minor);
-  }
-  return sum;
+  expect_reports({
+      {[&] { (void)(v * w); }, "1: vector arguments have different dimensions."},
+      {[&] { (void)(v + w); }, "1: vector arguments have different dimensions."},
+      {[&] { (void)(w - v); }, "1: vector arguments have different dimensions."},
+      {[] { vector bad(-1); }, "1: vector: negative dimension."},
+      {[&] { (void)v[2]; }, "1: vector: index out of range "},
+      {[&] { (void)v[-1]; }, "1: vector: index out of range "},
+      {[&] { (void)w.rotate90(); }, "1: vector::rotate90: dimension must be two. "},
+      {[&] { (void)w.rotate(1.0); }, "1: vector::rotate: dimension must be two. "},
+      {[&] { (void)v.angle(vector(0, 0)); }, "1: angle: zero argument\n"},
+  });
 }
 
 TEST(Matrix, SystemsWithKnownSolutions) {
@@ -91,9 +78,7 @@ TEST(Matrix, SystemsWithKnownSolutions) {
       for (int j = 0; j < n; ++j) M(i, j) = entry();
       x(i, 0) = entry();
     }
-    const double det = determinant(M);
-    EXPECT_NEAR(M.det(), det, 1e-9);
-    if (det == 0.0) continue;
+    if (M.det() == 0.0) continue;
     ++regular;
     const vector y = M.solve((M * x).to_vector());
     const matrix unit = M * M.inv();
@@ -108,29 +93,19 @@ TEST(Matrix, SystemsWithKnownSolutions) {
 TEST(Matrix, PivotIsTheLargestOfItsColumn) {
   // Eliminating with the small entry would lose the whole of x.
   const vector x = square({1e-11, 1, 1, 1}).solve(vector(1, 2));
-  EXPECT_NEAR(x[0], 1.0, 1e-10);
-  EXPECT_NEAR(x[1], 1.0, 1e-10);
-  EXPECT_EQ(square({0, 1, 1, 0}).solve(vector(3, 4)), vector(4, 3));
+  EXPECT_NEAR((x - vector(1, 1)).length(), 0.0, 1e-10);
   EXPECT_EQ(square({0, 2, -4, 0}).det(), 8.0);
   EXPECT_EQ(square({2, 1, 0, 0, 3, 1, 1, 0, 1}).det(), 7.0);
 }
 
 TEST(Matrix, RankThreshold) {
-  const std::string singular = "1: matrix::solve: matrix has not full rank.";
-  const struct {
-    std::vector<double> entries;
-    bool full_rank;
-  } cases[] = {
-      {{1, 2, 2, 4}, false},     {{1, 0, 0, 1e-13}, false}, {{1, 0, 0, -1e-13}, false},
-      {{1, 0, 0, 1e-12}, true},  {{1, 0, 0, 1e-11}, true},  {{1, 0, 0, -1e-11}, true},
-      {{1e-13, 0, 0, 1}, false},
-  };
-  for (const auto& c : cases) {
-    const matrix M = square(c.entries);
-    const std::string expected = c.full_rank ? "none" : singular;
-    EXPECT_EQ(report_of([&] { M.solve(vector(1, 1)); }), expected);
-    EXPECT_EQ(report_of([&] { M.inv(); }), expected);
-    EXPECT_EQ(M.det() != 0.0, c.full_rank);
+  EXPECT_EQ(report_of([] { square({1, 2, 2, 4}).solve(vector(1, 1)); }), kSingular);
+  for (const double pivot : {0.0, 1e-13, -1e-13, 1e-12, 1e-11, -1e-11}) {
+    const bool full_rank = std::fabs(pivot) >= 1e-12;
+    const matrix M = square({1, 0, 0, pivot});
+    EXPECT_EQ(report_of([&] { M.solve(vector(1, 1)); }), full_rank ? "none" : kSingular) << pivot;
+    EXPECT_EQ(report_of([&] { M.inv(); }), full_rank ? "none" : kSingular) << pivot;
+    EXPECT_EQ(M.det() != 0.0, full_rank) << pivot;
   }
 }
 
@@ -140,30 +115,28 @@ TEST(Matrix, ShapesAndProducts) {
   EXPECT_EQ(M.row(1), vector(1, 2, 3));
   EXPECT_EQ(M.col(2), vector(0, 3));
   EXPECT_EQ(M.dim1() * 10 + M.dim2(), 23);
-  matrix ones(3, 1);
-  for (int i = 0; i < 3; ++i) ones(i, 0) = 1;
-  EXPECT_EQ((M * ones).to_vector(), vector(0, 6));
   matrix row(1, 2);
   row(0, 1) = 4;
-  EXPECT_EQ(row.to_vector(), vector(0, 4));
+  EXPECT_EQ((row * M).to_vector(), vector(4, 8, 12));
   matrix copy(2, 3);
   copy = M;
   copy(0, 0) = 9;
   EXPECT_EQ(M(0, 0), 0.0);
 
-  EXPECT_EQ(report_of([] { matrix bad(-1, 2); }), "1: matrix: negative dimension.");
-  EXPECT_EQ(report_of([&] { copy = ones; }), "1: incompatible matrix types.");
-  EXPECT_EQ(report_of([&] { M(2, 0) = 1; }), "1: matrix: row index out of range");
-  EXPECT_EQ(report_of([&] { M(0, 3) = 1; }), "1: matrix: col index out of range");
-  EXPECT_EQ(report_of([&] { M.row(-1); }), "1: matrix: row index out of range");
-  EXPECT_EQ(report_of([&] { M.col(3); }), "1: matrix: col index out of range");
-  EXPECT_EQ(report_of([&] { M.to_vector(); }), "1: error: cannot make vector from matrix\n");
-  EXPECT_EQ(report_of([&] { (void)(M * M); }),
-            "1: matrix multiplication: incompatible matrix types\n");
-  EXPECT_EQ(report_of([&] { M.det(); }), "1: matrix::det: matrix not quadratic.\n");
-  EXPECT_EQ(report_of([&] { M.inv(); }), "1: matrix::inv: matrix not quadratic.\n");
-  EXPECT_EQ(report_of([&] { M.solve(vector(1, 2)); }), "1: Solve: wrong dimensions\n");
-  EXPECT_EQ(report_of([] { matrix(2, 2).solve(vector(1, 2, 3)); }), "1: Solve: wrong dimensions\n");
+  expect_reports({
+      {[] { matrix bad(-1, 2); }, "1: matrix: negative dimension."},
+      {[&] { copy = matrix(3, 2); }, "1: incompatible matrix types."},
+      {[&] { M(2, 0) = 1; }, "1: matrix: row index out of range"},
+      {[&] { M(0, 3) = 1; }, "1: matrix: col index out of range"},
+      {[&] { M.row(-1); }, "1: matrix: row index out of range"},
+      {[&] { M.col(3); }, "1: matrix: col index out of range"},
+      {[&] { M.to_vector(); }, "1: error: cannot make vector from matrix\n"},
+      {[&] { (void)(M * M); }, "1: matrix multiplication: incompatible matrix types\n"},
+      {[&] { M.det(); }, "1: matrix::det: matrix not quadratic.\n"},
+      {[&] { M.inv(); }, "1: matrix::inv: matrix not quadratic.\n"},
+      {[&] { M.solve(vector(1, 2)); }, "1: Solve: wrong dimensions\n"},
+      {[] { matrix(2, 2).solve(vector(1, 2, 3)); }, "1: Solve: wrong dimensions\n"},
+  });
 }
 
 }  // namespace

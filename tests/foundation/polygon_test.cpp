@@ -5,13 +5,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <csignal>
 #include <functional>
 #include <numbers>
 #include <random>
 #include <set>
+#include <string>
 #include <utility>
-#include <vector>
 
 #include "planloc/foundation/geometry/hull.h"
 #include "tests/foundation/rat_cases.h"
@@ -32,11 +31,9 @@ TEST(Polygon, OrientationAndDegenerateChains) {
   EXPECT_EQ(square.area(), 1.0);
   EXPECT_EQ(text_of(clockwise), "(0,0) (0,1) (1,1) (1,0)");
 
-  EXPECT_TRUE(polygon().empty());
   EXPECT_EQ(polygon().side_of(point()), -1);
   const list<point> degenerate[] = {
       {},
-      {point(2, 3)},
       {point(2, 3), point(2, 3), point(2, 3)},
       {point(0, 0), point(2, 2), point(1, 1), point(3, 3)},
       {point(0.1, 0.7), point(0.3, 0.7), point(0.2, 0.7)},
@@ -44,55 +41,43 @@ TEST(Polygon, OrientationAndDegenerateChains) {
   for (const list<point>& L : degenerate) {
     const polygon flat(L, true, true);
     EXPECT_EQ(flat.vertices(), L);
-    EXPECT_EQ(flat.segments().size(), L.size());
     EXPECT_EQ(flat.area(), 0.0);
-    for (const point& p : L) EXPECT_EQ(flat.side_of(p), 0);
-    EXPECT_EQ(flat.side_of(point(-1, -1)), -1);
+    for (const point& p : L) EXPECT_TRUE(flat.on_boundary(p) && !flat.inside(p));
+    EXPECT_TRUE(flat.outside(point(-1, -1)));
   }
 }
 
 TEST(Polygon, ReportsCrossingsOnly) {
-  const struct {
-    const char* name;
-    list<point> vertices;
-    bool crossing;
-  } cases[] = {
-      {"bow tie", {point(0, 0), point(2, 2), point(2, 0), point(0, 2)}, true},
-      {"long bow tie", {point(0, 0), point(2, 1), point(5, 1), point(2, 0), point(0, 1)}, true},
-      {"square", {point(0, 0), point(2, 0), point(2, 2), point(0, 2)}, false},
-      {"vertex on an edge",
-       {point(0, 0), point(4, 0), point(4, 2), point(2, 0), point(0, 2)},
-       false},
-      {"spike", {point(0, 0), point(5, 0), point(3, 0), point(3, 2)}, false},
-      {"repeated vertex", {point(0, 0), point(1, 0), point(1, 0), point(0, 1)}, false},
+  const std::pair<list<point>, bool> cases[] = {
+      {{point(0, 0), point(2, 2), point(2, 0), point(0, 2)}, true},
+      {{point(0, 0), point(2, 1), point(5, 1), point(2, 0), point(0, 1)}, true},
+      {{point(0, 0), point(4, 0), point(4, 2), point(2, 0), point(0, 2)}, false},  // touches
+      {{point(4, 2), point(2, 0), point(0, 2), point(0, 0), point(4, 0)}, false},
+      {{point(0, 0), point(5, 0), point(3, 0), point(3, 2)}, false},  // a spike
+      {{point(0, 0), point(1, 0), point(1, 0), point(0, 1)}, false},
       // Crossed by one unit in the last place only.
-      {"hair", {point(0, 0), point(3, 3), point(2, 2 + 0x1p-50), point(2, 1)}, true},
+      {{point(0, 0), point(3, 3), point(2, 2 + 0x1p-50), point(2, 1)}, true},
   };
-  for (const auto& c : cases) {
-    const auto report = [&](bool simple, bool weakly) {
-      return report_of([&] { polygon(c.vertices, simple, weakly); });
-    };
-    const std::string not_simple = "1: POLYGON: POLYGON is not simple";
-    EXPECT_EQ(report(true, true), c.crossing ? not_simple : "none") << c.name;
-    EXPECT_EQ(report(false, true), c.crossing ? "1: POLYGON: POLYGON is not weakly simple" : "none")
-        << c.name;
-    EXPECT_EQ(report(false, false), "none") << c.name;
+  for (const auto& [L, crosses] : cases) {
+    SCOPED_TRACE(text_of(L));
+    const std::string report = crosses ? "1: POLYGON: POLYGON is not " : "none";
+    EXPECT_EQ(report_of([&] { polygon(L, true, true); }), report + (crosses ? "simple" : ""));
+    EXPECT_EQ(report_of([&] { polygon(L, false, true); }),
+              report + (crosses ? "weakly simple" : ""));
+    EXPECT_EQ(report_of([&] { polygon(L, false, false); }), "none");
   }
   static std::string both;
   const ErrorHandler previous = set_error_handler([](int, const char* text) { both += text; });
-  polygon(cases[0].vertices, true, true);
+  polygon(cases[0].first, true, true);
   set_error_handler(previous);
   EXPECT_EQ(both, "POLYGON: POLYGON is not simplePOLYGON: POLYGON is not weakly simple");
-  EXPECT_EXIT(polygon(cases[0].vertices, true), testing::KilledBySignal(SIGABRT),
-              "\tPOLYGON: POLYGON is not simple\n");
 }
 
 // Counts the turns around p from the angles at which it sees the edges; p is a lattice point.
-int side_by_turns(const std::vector<point>& v, const point& p) {
+int side_by_turns(const list<point>& L, const point& p) {
   double turns = 0.0;
-  for (std::size_t i = 0; i < v.size(); ++i) {
-    const point& a = v[i];
-    const point& b = v[(i + 1) % v.size()];
+  for (list_item it = L.first(); it; it = L.succ(it)) {
+    const point &a = L[it], &b = L[L.cyclic_succ(it)];
     const double ax = a.xcoord() - p.xcoord(), ay = a.ycoord() - p.ycoord();
     const double bx = b.xcoord() - p.xcoord(), by = b.ycoord() - p.ycoord();
     const double cross = ax * by - ay * bx;
@@ -103,38 +88,24 @@ int side_by_turns(const std::vector<point>& v, const point& p) {
   return std::lround(turns / (2 * std::numbers::pi)) != 0 ? 1 : -1;
 }
 
+// Any closed chain will do: the lattice gives many collinear edges, crossings and repeated
+// vertices.
 TEST(Polygon, SideOfAgainstTurns) {
   std::mt19937 random(29);
   int seen[3] = {};
   for (int trial = 0; trial < 400; ++trial) {
-    // Star-shaped around a point that is no lattice point: simple, with many collinear edges.
-    const double cx = 3.3137, cy = 3.2718;
-    std::vector<point> v;
-    for (int i = 0, n = 3 + static_cast<int>(random() % 8); i < n; ++i) {
-      v.emplace_back(static_cast<double>(random() % 7), static_cast<double>(random() % 7));
-    }
-    const auto angle = [&](const point& p) { return std::atan2(p.ycoord() - cy, p.xcoord() - cx); };
-    std::sort(v.begin(), v.end(),
-              [&](const point& p, const point& q) { return angle(p) < angle(q); });
-    double widest = 0.0;
-    for (std::size_t i = 0; i < v.size(); ++i) {
-      const double gap = angle(v[(i + 1) % v.size()]) - angle(v[i]);
-      widest = std::max(widest, gap < 0.0 ? gap + 2 * std::numbers::pi : gap);
-    }
-    if (widest > 3.0) continue;
     list<point> L;
-    for (const point& p : v) L.append(p);
-    if (trial % 2 == 0) L.reverse_items();
-    const polygon P(L, true, true);
-    EXPECT_GT(P.area(), 0.0);
+    for (int n = 3 + static_cast<int>(random() % 6); n > 0; --n) {
+      const double x = static_cast<double>(random() % 7);
+      L.append(point(x, static_cast<double>(random() % 7)));
+    }
+    const polygon P(L, false);
+    EXPECT_GE(P.area(), 0.0);
     for (int x = -1; x <= 7; ++x) {
       for (int y = -1; y <= 7; ++y) {
-        const int expected = side_by_turns(v, point(x, y));
+        const int expected = side_by_turns(L, point(x, y));
         ++seen[expected + 1];
         ASSERT_EQ(P.side_of(point(x, y)), expected) << text_of(L) << " at " << x << ' ' << y;
-        EXPECT_EQ(P.inside(point(x, y)), expected == 1);
-        EXPECT_EQ(P.outside(point(x, y)), expected == -1);
-        EXPECT_EQ(P.on_boundary(point(x, y)), expected == 0);
       }
     }
   }
@@ -148,8 +119,6 @@ int exact_side(const point& a, const point& b, const point& c) {
   return sgn(cross(rat_cases::fractions(b) - o, rat_cases::fractions(c) - o));
 }
 
-bool among(const point& p, const list<point>& L) { return L.search(p) != nullptr; }
-
 // What makes a list the hull of L: it turns left at every vertex, has no point of L on the right of
 // an edge, and takes its vertices from L. Of two vertices, the points of L lie between them.
 void expect_hull(const list<point>& L) {
@@ -158,7 +127,7 @@ void expect_hull(const list<point>& L) {
   ASSERT_EQ(H.empty(), L.empty());
   for (list_item it = H.first(); it; it = H.succ(it)) {
     const point &a = H[it], &b = H[H.cyclic_succ(it)];
-    ASSERT_TRUE(among(a, L));
+    ASSERT_TRUE(L.search(a));
     ASSERT_EQ(a == b, H.size() == 1);
     if (H.size() > 2) {
       ASSERT_EQ(exact_side(a, b, H[H.cyclic_pred(it)]), 1);
@@ -171,16 +140,9 @@ void expect_hull(const list<point>& L) {
   }
 }
 
-TEST(Hull, SmallAndDegenerate) {
-  expect_hull({});
-  expect_hull({point(1, 2)});
-  expect_hull({point(1, 2), point(1, 2)});
-  expect_hull({point(1, 2), point(3, 4)});
-  expect_hull({point(0, 0), point(2, 2), point(1, 1), point(2, 2), point(3, 3)});
+TEST(Hull, HandMade) {
   expect_hull({point(0.0, 1), point(-0.0, 0), point(0.0, 2), point(-0.0, 1)});
   expect_hull({point(0, 0), point(0.1, 0.1), point(0.3, 0.3), point(0.2, 0.2 + 0x1p-54)});
-  EXPECT_EQ(CONVEX_HULL({point(0, 0), point(2, 0), point(2, 2), point(0, 2), point(1, 0)}).size(),
-            4);
   const double nan = std::nan("");
   const list<point> H = CONVEX_HULL({point(nan, 0), point(0, 0), point(0, nan), point(1, 0),
                                      point(nan, nan), point(1, 1), point(-1, nan)});
@@ -190,7 +152,6 @@ TEST(Hull, SmallAndDegenerate) {
 
 TEST(Hull, RandomAndNearlyCollinear) {
   const std::function<point(int, double, double)> families[] = {
-      [](int, double x, double y) { return point(x, y); },
       [](int, double x, double y) { return point(0.1 * x + 0.7, 0.3 * y); },  // nearly a lattice
       [](int, double x, double y) { return point(std::ldexp(x, -600), std::ldexp(y, -600)); },
       [](int, double x, double y) { return point(std::ldexp(x, 600), std::ldexp(y, 600)); },
@@ -203,9 +164,9 @@ TEST(Hull, RandomAndNearlyCollinear) {
   };
   std::mt19937 random(31);
   for (const auto& family : families) {
-    for (int trial = 0; trial < 40; ++trial) {
+    for (int trial = 0; trial < 55; ++trial) {
       list<point> L;
-      for (int i = 0, n = 3 + static_cast<int>(random() % 8); i < n; ++i) {
+      for (int i = 0; i < trial % 11; ++i) {
         const double x = static_cast<double>(random() % 5);
         L.append(family(i, x, static_cast<double>(random() % 5)));
       }

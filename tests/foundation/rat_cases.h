@@ -4,8 +4,9 @@
 
 #include <gmpxx.h>
 
-#include <array>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <functional>
 #include <limits>
 #include <random>
@@ -73,18 +74,13 @@ inline point near_line(Random& random, const point& p, const point& q) {
 // REQUIRES: |v| is not above the largest double.
 inline double nearest_double(const mpq_class& v) {
   constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  const auto is_even = [](double d) { return std::bit_cast<std::uint64_t>(d) % 2 == 0; };
   const double start = v.get_d();  // cut off towards 0
   double best = start;
-  for (const double candidate :
-       {std::nextafter(start, -kInfinity), std::nextafter(start, kInfinity)}) {
-    if (std::isinf(candidate)) continue;
-    const int closer = cmp(abs(v - mpq_class(candidate)), abs(v - mpq_class(best)));
-    int exponent;
-    const double significand = std::ldexp(std::frexp(candidate, &exponent), 53);
-    const double unit = std::fabs(candidate) < std::numeric_limits<double>::min()
-                            ? candidate / std::numeric_limits<double>::denorm_min()
-                            : significand;
-    if (closer < 0 || (closer == 0 && std::fmod(unit, 2.0) == 0.0)) best = candidate;
+  for (const double d : {std::nextafter(start, -kInfinity), std::nextafter(start, kInfinity)}) {
+    if (std::isinf(d)) continue;
+    const int farther = cmp(abs(v - mpq_class(d)), abs(v - mpq_class(best)));
+    if (farther < 0 || (farther == 0 && is_even(d))) best = d;
   }
   return best;
 }

@@ -3,6 +3,10 @@
 #ifndef PLANLOC_TESTS_FOUNDATION_REPORTS_H_
 #define PLANLOC_TESTS_FOUNDATION_REPORTS_H_
 
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <initializer_list>
 #include <sstream>
 #include <string>
 
@@ -29,6 +33,15 @@ std::string report_of(Call call) {
   }
   set_error_handler(previous);
   return result;
+}
+
+struct report_case {
+  std::function<void()> call;
+  std::string report;
+};
+
+inline void expect_reports(std::initializer_list<report_case> cases) {
+  for (const report_case& c : cases) EXPECT_EQ(report_of(c.call), c.report);
 }
 
 template <class T>

@@ -13,7 +13,6 @@
 #include <chrono>
 #include <cstdlib>
 #include <functional>
-#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -45,7 +44,7 @@ class virtual_screen {
       return;
     }
     int ends[2];
-    if (pipe(ends) != 0) return;
+    if (pipe(ends) != 0) std::abort();
     server_ = fork();
     if (server_ == 0) {
       prctl(PR_SET_PDEATHSIG, SIGKILL);  // also when the test crashes
@@ -56,12 +55,12 @@ class virtual_screen {
       _exit(127);
     }
     close(ends[1]);
-    char digit;
-    name_ = ":";
-    while (read(ends[0], &digit, 1) == 1 && digit != '\n') name_ += digit;
+    for (char digit; read(ends[0], &digit, 1) == 1 && digit != '\n';) name_ += digit;
     close(ends[0]);
     display_ = XOpenDisplay(name_.c_str());
-    reason_ = display_ ? "" : "Xvfb does not start";
+    if (!display_) reason_ = "Xvfb does not start";
+    // A window that is asked about may just have gone.
+    XSetErrorHandler([](Display*, XErrorEvent*) { return 0; });
   }
 
   ~virtual_screen() {
@@ -86,12 +85,12 @@ class virtual_screen {
     display_ = nullptr;
   }
 
-  // The visible window of that title.
-  std::optional<shown_window> find(const std::string& title) const {
+  // The visible window of that title; all zero if there is none.
+  shown_window find(const std::string& title) const {
     Window root, parent, *children = nullptr;
     unsigned int count = 0;
     XQueryTree(display_, DefaultRootWindow(display_), &root, &parent, &children, &count);
-    std::optional<shown_window> found;
+    shown_window found{};
     for (unsigned int i = 0; i < count; ++i) {
       XWindowAttributes a;
       char* name = nullptr;
@@ -105,11 +104,9 @@ class virtual_screen {
     XFree(children);
     return found;
   }
-
-  // Waits for it; all zero if it does not come.
   shown_window wait_for(const std::string& title) const {
-    soon([&] { return find(title).has_value(); });
-    return find(title).value_or(shown_window{});
+    soon([&] { return find(title).id != 0; });
+    return find(title);
   }
 
   // 0xrrggbb, row by row.
@@ -126,6 +123,27 @@ class virtual_screen {
   }
   unsigned long pixel(int x, int y) const { return pixels(x, y, 1, 1).front(); }
 
+  // A window above all others.
+  Window cover(int x, int y, unsigned width, unsigned height, unsigned long value) const {
+    const Window w = XCreateSimpleWindow(display_, DefaultRootWindow(display_), x, y, width, height,
+                                         0, value, value);
+    XMapRaised(display_, w);
+    return w;
+  }
+  void resize(const shown_window& w, int width, int height) const {
+    XResizeWindow(display_, w.id, static_cast<unsigned>(width), static_cast<unsigned>(height));
+  }
+  // As the close button of a window manager does.
+  void ask_to_close(const shown_window& w) const {
+    XEvent event{};
+    event.xclient.type = ClientMessage;
+    event.xclient.window = w.id;
+    event.xclient.message_type = XInternAtom(display_, "WM_PROTOCOLS", False);
+    event.xclient.format = 32;
+    event.xclient.data.l[0] = static_cast<long>(XInternAtom(display_, "WM_DELETE_WINDOW", False));
+    XSendEvent(display_, w.id, False, NoEventMask, &event);
+    XFlush(display_);
+  }
   void click(int x, int y, int button = 1) const {
     input("mousemove " + std::to_string(x) + " " + std::to_string(y) + " click " +
           std::to_string(button));
@@ -146,8 +164,8 @@ class virtual_screen {
     if (std::system(line.c_str()) != 0) std::abort();
   }
 
-  std::string reason_ = "no pipe";
-  std::string name_;
+  std::string reason_;
+  std::string name_ = ":";
   pid_t server_ = 0;
   Display* display_ = nullptr;
 };
