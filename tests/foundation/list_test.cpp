@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "planloc/foundation/containers/list_sort.h"
 #include "tests/foundation/reports.h"
 
 namespace planloc {
@@ -226,6 +227,26 @@ TEST(ListSort, FollowsTheSteps) {
     for (double& x : keys) x = std::floor(range * std::generate_canonical<double, 32>(random));
     if (trial % 50 == 0 && !keys.empty()) keys[keys.size() / 2] = std::nan("");
     check_sort(keys, tolerance);
+  }
+}
+
+// Blocks of stops, as the weighted median uses them, make the same exchanges.
+TEST(ListSort, BlocksFollowTheStepsToo) {
+  std::mt19937 random(6);
+  const auto less = [](const keyed& a, const keyed& b) { return a.key < b.key; };
+  for (int trial = 0; trial < 300; ++trial) {
+    const double range = std::exp2(trial % 13);
+    std::vector<keyed> entries(1 + random() % (trial % 10 == 0 ? 3000 : 400));
+    for (int place = 0; keyed & x : entries) {
+      x = {std::floor(range * std::generate_canonical<double, 32>(random)), place++};
+    }
+    std::vector<keyed> expected = entries;
+    follow_steps(expected, 0, static_cast<int>(expected.size()) - 1, 0.0);
+    detail::quicksort(entries.data(), 0, static_cast<long>(entries.size()) - 1, less,
+                      detail::block_partition<keyed, decltype(less)>);
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+      ASSERT_EQ(entries[i].place, expected[i].place) << entries.size() << " entries, at " << i;
+    }
   }
 }
 

@@ -2,13 +2,11 @@
 #ifndef PLANLOC_TESTS_MODEL_GAUGE_SAMPLES_H_
 #define PLANLOC_TESTS_MODEL_GAUGE_SAMPLES_H_
 
-#include <algorithm>
 #include <cmath>
 #include <numbers>
 #include <random>
 #include <sstream>
 #include <string>
-#include <vector>
 
 #include "planloc/foundation/containers/list.h"
 #include "planloc/foundation/geometry/point.h"
@@ -44,50 +42,21 @@ class BallSource {
   }
   point somewhere(double size) { return point(uniform(-size, size), uniform(-size, size)); }
 
-  // A convex polygon of n vertices, counterclockwise, with the origin well inside: points on an
-  // ellipse about a centre near the origin.
-  std::vector<point> ball(int n) {
-    for (;;) {
-      const point centre = somewhere(0.3);
-      const double width = uniform(0.7, 2.0);
-      std::vector<double> angles;
-      for (int i = 0; i < n; ++i) angles.push_back(uniform(0.0, 2 * std::numbers::pi));
-      std::sort(angles.begin(), angles.end());
-      std::vector<point> v;
-      for (double alpha : angles) {
-        v.push_back(centre.translate(width * std::cos(alpha), std::sin(alpha)));
-      }
-      bool good = true;
-      for (std::size_t i = 0; i < v.size(); ++i) {
-        if (cross(v[i], v[(i + 1) % v.size()]) < 0.01) good = false;
-      }
-      if (good) return v;
+  // A convex polygon of n vertices on an ellipse, counterclockwise, with the origin well inside.
+  list<point> ball(int n) {
+    const double width = uniform(0.7, 2.0);
+    const double first = uniform(0.0, 2 * std::numbers::pi);
+    list<point> v;
+    for (int i = 0; i < n; ++i) {
+      const double alpha = first + (i + uniform(0.0, 0.4)) / n * 2 * std::numbers::pi;
+      v.append(point(width * std::cos(alpha), std::sin(alpha)));
     }
+    return v;
   }
 
  private:
   std::mt19937 random_;
 };
-
-template <class T>
-list<T> to_list(const std::vector<T>& entries) {
-  list<T> result;
-  for (const T& x : entries) result.append(x);
-  return result;
-}
-
-// The gauge with the unit ball v in its polar form: the largest value at d over all linear
-// functions that are 1 on an edge.
-inline double polar_form(const std::vector<point>& v, const point& d) {
-  double largest = 0.0;
-  for (std::size_t i = 0; i < v.size(); ++i) {
-    const point& a = v[i];
-    const point& b = v[(i + 1) % v.size()];
-    const point normal(b.ycoord() - a.ycoord(), a.xcoord() - b.xcoord(), cross(a, b));
-    largest = std::max(largest, dot(normal, d));
-  }
-  return largest;
-}
 
 // The endings that both gauges have, for a gauge of 4 vertices: 11 consecutive codes from `first`.
 template <class Gauge>

@@ -4,7 +4,6 @@
 
 #include <cmath>
 #include <numbers>
-#include <random>
 #include <sstream>
 
 #include "tests/model/model_testing.h"
@@ -12,21 +11,15 @@
 namespace planloc {
 namespace {
 
-constexpr double kPi = std::numbers::pi;
-
-list<location> locations(std::initializer_list<location> entries) { return entries; }
-
 // ----- Loc_Vector -----
 
 TEST(LocVectorTest, ConstructionAndArithmetic) {
-  EXPECT_EQ(text(Loc_Vector(3)), "( 0 0 0 )");
-  EXPECT_EQ(Loc_Vector(-1).dim(), 0);
+  EXPECT_EQ(text(Loc_Vector(3)) + text(Loc_Vector(-1)), "( 0 0 0 )( )");
   const Loc_Vector a(2.9, 1.0, -2.0);
   const Loc_Vector b(2.0, 3.0, 5.0);
   EXPECT_EQ(text(a + b) + text(a - b), "( 4 3 )( -2 -7 )");
   EXPECT_EQ(text(a * 2.0) + text(a / 0.0), "( 2 -4 )( inf -inf )");
   EXPECT_EQ(text(a + 1.0) + text(a - 1.0), "( 2 -1 )( 0 -3 )");
-  EXPECT_EQ(a * b, -7.0);
   // From element 0 upward the 1.0 is lost.
   EXPECT_EQ(Loc_Vector(3.0, 1.0, 1e16, -1e16) * Loc_Vector(3.0, 1.0, 1.0, 1.0), 0.0);
   Loc_Vector c(a);
@@ -43,7 +36,6 @@ TEST(LocVectorTest, DifferentSizesAreSilent) {
   changed += three;
   changed -= three;
   EXPECT_EQ(changed, two);
-  EXPECT_TRUE(two != three);
   EXPECT_FALSE(two == three || two < three || two <= three || three > two || three >= two);
 }
 
@@ -63,53 +55,27 @@ TEST(LocVectorTest, RelationsHoldForEveryElement) {
   EXPECT_FALSE(Loc_Vector(2.0, 0.0, 1e-300).is_zero());
 }
 
-TEST(LocVectorTest, NormsAgainstScaledSums) {
-  std::mt19937 random(3);
-  std::uniform_real_distribution<double> u(-10.0, 10.0);
-  for (int trial = 0; trial < 100; ++trial) {
-    Loc_Vector v(1 + trial % 5);
-    long double largest = 0.0L;
-    for (int i = 0; i < v.dim(); ++i) {
-      v[i] = u(random);
-      largest = std::max(largest, std::fabs(static_cast<long double>(v[i])));
-    }
-    EXPECT_EQ(v.norm(-1), static_cast<double>(largest));
-    for (int p = 1; p <= 6; ++p) {
-      long double sum = 0.0L;
-      for (int i = 0; i < v.dim(); ++i) sum += std::exp(p * std::log(std::fabs(v[i]) / largest));
-      const double expected = static_cast<double>(largest * std::exp(std::log(sum) / p));
-      EXPECT_NEAR(v.norm(p), expected, 1e-13 * expected);
-    }
-    EXPECT_EQ(v.norm(0), 0.0);
-    EXPECT_EQ(v.norm(-2), 0.0);
-  }
-  EXPECT_EQ(Loc_Vector(0).norm(-1), 0.0);
-}
-
-TEST(LocVectorTest, RotatesClockwise) {
-  const Loc_Vector v(2.0, 3.0, 1.0);
-  for (double alpha : {0.1, 1.0, 2.5, -0.7}) {
-    const Loc_Vector turned = v.rotate(alpha);
-    EXPECT_NEAR(
-        std::remainder(std::atan2(v[1], v[0]) - std::atan2(turned[1], turned[0]) - alpha, 2 * kPi),
-        0.0, 1e-14);
-    EXPECT_NEAR(turned.norm(2), v.norm(2), 1e-14);
-  }
-  EXPECT_EQ(text(v), "( 3 1 )");
+TEST(LocVectorTest, NormsAndRotation) {
+  const Loc_Vector v(2.0, 3.0, -4.0);
+  EXPECT_EQ(text(v.norm(-1)) + text(v.norm(1)) + text(v.norm(2)), "475");
+  EXPECT_DOUBLE_EQ(v.norm(3), std::cbrt(27.0 + 64.0));
+  EXPECT_EQ(text(v.norm(0)) + text(v.norm(-2)) + text(Loc_Vector(0).norm(-1)), "000");
+  // Clockwise.
+  const Loc_Vector turned = v.rotate(0.5);
+  EXPECT_NEAR(std::atan2(turned[1], turned[0]), std::atan2(-4.0, 3.0) - 0.5, 1e-15);
+  EXPECT_NEAR(turned.norm(2), 5.0, 1e-15);
 }
 
 // ----- location -----
 
 TEST(LocationTest, ConstructionAndAccess) {
-  EXPECT_EQ(text(location(2, 1)), "0 0  0 ");
-  EXPECT_EQ(text(location(2.0, 0.0, 1.5, 2.0)), "1.5 2  ");
-  EXPECT_EQ(text(location(1.0, 2.0, 1.5, 2.0, 3.0)), "1.5  2 3 ");
+  EXPECT_EQ(text(location(2.0, 0.0, 1.5, 2.0)) + text(location(2, 1)), "1.5 2  0 0  0 ");
   EXPECT_EQ(text(location::from_point(point(3, 4))), "3 4  1 ");
+  EXPECT_EQ(text(at(1, 2).to_segment(at(3, 4))), "[(1,2)===(3,4)]");
+  EXPECT_EQ(location(3.0, 0.0, 1.0, 2.0, 3.0).to_vector(), vector(1, 2, 3));
   location a(3, 2);
   a[2] = 5.0;
   a.weight(1) = 6.0;
-  const location& constant = a;
-  EXPECT_EQ(constant[2] * constant.weight(1), 30.0);
   EXPECT_EQ(text(a.coords()) + text(a.weights()), "( 0 0 5 )( 0 6 )");
   std::istringstream in("1 2 3 4 5 6");
   in >> a;
@@ -117,19 +83,16 @@ TEST(LocationTest, ConstructionAndAccess) {
 }
 
 TEST(LocationTest, CopiesAndAssignments) {
-  for (const auto& sizes : {std::pair(2, 0), std::pair(0, 2), std::pair(0, 0)}) {
-    const location a(sizes.first, sizes.second);
-    const location copy(a);
-    EXPECT_EQ(copy.dim(), 0);
-    EXPECT_EQ(copy.nweights(), 0);
-    EXPECT_EQ(locations({a}).head().dim(), 0);
+  for (const auto& [dim, nweights] : {std::pair(2, 0), std::pair(0, 2), std::pair(0, 0)}) {
+    const location a(dim, nweights);
+    EXPECT_EQ(location(a), location(0, 0));
+    EXPECT_EQ((list<location>{a}).head(), location(0, 0));
     // Assignment takes everything over.
     location assigned(1, 1);
     assigned = a;
-    EXPECT_EQ(assigned.dim(), sizes.first);
-    EXPECT_EQ(assigned.nweights(), sizes.second);
+    EXPECT_EQ(assigned.dim(), dim);
+    EXPECT_EQ(assigned.nweights(), nweights);
   }
-  EXPECT_EQ((-location(2, 0)).dim(), 0);
   // Equal by value, so nothing is assigned.
   location a = at(-0.0, 1.0);
   a = at(0.0, 1.0);
@@ -147,77 +110,54 @@ TEST(LocationTest, ArithmeticKeepsTheLeftWeights) {
 
 TEST(LocationTest, Comparison) {
   EXPECT_TRUE(at(1, 2) < at(1, 3) && at(1, 3) > at(1, 2) && at(0, 9) < at(1, 3));
-  EXPECT_FALSE(at(1, 2) < at(1, 2) || at(1, 2) > at(1, 2));
+  EXPECT_FALSE(at(1, 2) < at(1, 2) || at(1, 2) > at(1, 2) || at(1, 2, 3) == at(1, 2, 4));
   const location low(3, 1);
   const location high(3.0, 1.0, 1.0, 1.0, 1.0, 0.0);
   EXPECT_FALSE(low < high || high < low || low > high || high > low);
-  EXPECT_TRUE(at(1, 2, 3) == at(1, 2, 3) && at(1, 2, 3) != at(1, 2, 4));
+  for (int c : {0, 1}) {
+    sort_coordinate = c;
+    list<location> L = {at(2, 7), at(3, 5), at(1, 6)};
+    L.sort(compare_coordinate);
+    EXPECT_EQ(L, (c == 0 ? list<location>{at(1, 6), at(2, 7), at(3, 5)}
+                         : list<location>{at(3, 5), at(1, 6), at(2, 7)}));
+  }
+  EXPECT_EQ(compare_coordinate(at(1, 2), at(9, 2)), 0);
 }
 
 TEST(LocationTest, AnglesAndBisectors) {
-  EXPECT_DOUBLE_EQ(at(1, 0).r_angle(at(0, 2)), kPi / 2);
   // The cosine comes out above 1 and is not clamped.
   EXPECT_TRUE(std::isnan(at(3, 3).r_angle(at(3, 3))));
-  std::mt19937 random(5);
-  std::uniform_real_distribution<double> u(-3.0, 3.0);
-  for (int trial = 0; trial < 200; ++trial) {
-    const location a = at(u(random), u(random));
-    const location b = at(u(random), u(random));
-    const double between =
-        std::fabs(std::remainder(std::atan2(a[1], a[0]) - std::atan2(b[1], b[0]), 2 * kPi));
-    EXPECT_NEAR(a.r_angle(b), between, 1e-6);
-    EXPECT_NEAR(a.degrees(b), between / kPi * 180.0, 1e-4);
+  const location a = at(1, 0);
+  for (double x : {-2.0, 0.0, 3.0}) {
+    const location b = at(x, 2);
+    EXPECT_NEAR(a.r_angle(b), std::atan2(2, x), 1e-15);
+    EXPECT_NEAR(a.degrees(b) * std::numbers::pi, std::atan2(2, x) * 180, 1e-12);
     const line l = bisector(a, b);
     ASSERT_NE(l.point1(), l.point2());
-    EXPECT_NEAR(l.point1().distance(a.to_point()), (a - b).norm(2), 1e-10);
-    for (double t : {-1.0, 0.0, 0.5, 1.0, 3.0}) {
-      const point p = l.point1().translate(t * l.seg().dx(), t * l.seg().dy());
-      EXPECT_NEAR(p.distance(a.to_point()), p.distance(b.to_point()), 1e-10);
+    for (const point& p : {l.point1(), l.point2()}) {
+      EXPECT_NEAR(p.distance(a.to_point()), (a - b).norm(2), 1e-12);
+      EXPECT_NEAR(p.distance(b.to_point()), (a - b).norm(2), 1e-12);
     }
   }
 }
 
-TEST(LocationTest, NormsAndConversions) {
-  const location a = at(3, -4, 100);
-  EXPECT_EQ(text(a.norm(-1)) + text(a.norm(1)) + text(a.norm(2)), "475");
-  EXPECT_EQ(text(at(1, 2).to_segment(at(3, 4))), "[(1,2)===(3,4)]");
-  EXPECT_EQ(location(3.0, 0.0, 1.0, 2.0, 3.0).to_vector(), vector(1, 2, 3));
-}
-
 TEST(LocationTest, TurnedFrameMakesRectilinearDistancesMaximumOnes) {
-  list<location> L = locations({at(3, 1, 4), at(-2, 5, 9), location(3.0, 1.0, 1.0, 2.0, 3.0, 4.0)});
-  const list<location> original = L;
+  const list<location> original = {at(3, 1, 4), at(-2, 5, 9),
+                                   location(3.0, 1.0, 1.0, 2.0, 3.0, 4.0)};
+  list<location> L = original;
   to_turned_frame(L);
   EXPECT_EQ(text(L), "2 -1  4  1.5 3.5  9  1.5 0.5 3  4 ");
-  for (list_item it = L.first(), o = original.first(); it != L.last();
-       it = L.succ(it), o = original.succ(o)) {
-    EXPECT_EQ(2 * L[it].norm(-1), original[o].norm(1));
-  }
   from_turned_frame(L);
   EXPECT_EQ(L, original);
 }
 
-TEST(LocationTest, SortsByTheChosenCoordinate) {
-  list<location> L = locations({at(2, 7), at(3, 5), at(1, 6)});
-  sort_coordinate = 0;
-  L.sort(compare_coordinate);
-  EXPECT_EQ(text(L), "1 6  1  2 7  1  3 5  1 ");
-  sort_coordinate = 1;
-  L.sort(compare_coordinate);
-  EXPECT_EQ(text(L), "3 5  1  1 6  1  2 7  1 ");
-  EXPECT_EQ(compare_coordinate(at(1, 2), at(9, 2)), 0);
-}
-
 TEST(LocationTest, PolygonList) {
-  const auto written = [](std::initializer_list<location> L) {
+  const auto written = [](const list<location>& L) {
     std::ostringstream out;
     location::WriteAsPolygonList(out, L);
     return out.str();
   };
   EXPECT_EQ(written({}), "begin{polygonlist}\nend{polygonlist}\n");
-  EXPECT_EQ(written({at(0, 0, 7), at(1, 0, 7), at(0, 1, 7), at(5, 5, 9)}),
-            "begin{polygonlist}\nbegin{polygon}\n0 0 \n1 0 \n0 1 \nend{polygon}\n5 5 \n"
-            "end{polygonlist}\n");
   EXPECT_EQ(written({at(0, 0, 1), at(1, 0, 2), at(2, 0, 2), at(3, 0, 1), at(4, 0, 1)}),
             "begin{polygonlist}\n0 0 \nbegin{polygon}\n1 0 \n2 0 \nend{polygon}\n"
             "begin{polygon}\n3 0 \n4 0 \nend{polygon}\nend{polygonlist}\n");
@@ -230,31 +170,26 @@ TEST(LocationDeathTest, Endings) {
   const location weightless(2, 0);
   const char* const kIndex = "Index out of range.";
   const char* const kPlane = "Conversion to only possible for dimension 2.";
-  const char* const kNorm = "Bad p-Norm argument in location::norm(int p).";
-  const char* const kAngle = "Zero length location in location::r_angle().";
-  const list<location> no_polygons = locations({weightless, a});
-  const list<location> half_a_polygon = locations({a, weightless});
+  const list<location> no_polygons = {weightless, a};
+  const list<location> half_a_polygon = {a, weightless};
   const char* const kDim = "Incompatible dimension.";
   std::ostringstream out;
   expect_endings({
       {1101, "Loc_Vector::rotate():To rotate the dimension must be 2.",
        [] { Loc_Vector(3).rotate(1.0); }},
-      {1201, kNorm, [&] { a.norm(0); }},
-      {1201, kNorm, [&] { a.norm(-2); }},
-      {1202, kAngle, [&] { a.degrees(at(0, 0)); }},
+      {1201, "Bad p-Norm argument in location::norm(int p).", [&] { a.norm(0); }},
+      {1202, "Zero length location in location::r_angle().", [&] { a.degrees(at(0, 0)); }},
       {1203, kPlane, [&] { space.to_point(); }},
       {1203, kPlane, [&] { location(weightless).to_point(); }},
       {1204, "Coversion to empty vector impossible.", [] { location(0, 1).to_vector(); }},
       {1205, kDim, [&] { a + space; }},
       {1205, kDim, [&] { static_cast<void>(a * space); }},
-      {1205, kDim, [&] { a.r_angle(location(3.0, 1.0, 1.0, 1.0, 1.0, 1.0)); }},
       {1206, "Incompatible number of weights.", [&] { a.check_weights(weightless); }},
       {1207, kIndex, [&] { a[2] = 1.0; }},
       {1207, kIndex, [&] { a[-1] = 1.0; }},
       {1207, kIndex, [&] { weightless.to_point(); }},
       {1207, kIndex, [] { location(1, 1).to_turned_frame(); }},
       {1208, kIndex, [&] { static_cast<void>(constant[2]); }},
-      {1208, kIndex, [&] { static_cast<void>(a < location(0, 1)); }},
       {1209, kIndex, [&] { a.weight(1) = 1.0; }},
       {1210, kIndex, [&] { constant.weight(-1); }},
       {1211, "Division by zero.", [&] { a / 0.0; }},

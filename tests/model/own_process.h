@@ -83,14 +83,24 @@ inline void expect(Reader read, const std::string& start, const std::vector<File
   }
 }
 
-// Two files in a row; a "|" goes to the error stream between them.
-inline Outcome in_a_row(Reader first, const std::string& one, Reader second,
-                        const std::string& two) {
-  return in_own_process([&] {
-    first(one);
-    std::cerr << '|';
-    second(two);
-  });
+// Two reads in a row, with a "|" on the error stream between what they write there.
+struct RowCase {
+  Reader first;
+  std::string one;
+  Reader second;
+  std::string two;
+  std::string err;
+};
+
+inline void expect_in_a_row(const std::vector<RowCase>& cases) {
+  for (const RowCase& c : cases) {
+    const auto both = [&] {
+      c.first(c.one);
+      std::cerr << '|';
+      c.second(c.two);
+    };
+    EXPECT_EQ(in_own_process(both).err, c.err) << c.one << c.two;
+  }
 }
 
 }  // namespace planloc

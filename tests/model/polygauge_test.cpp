@@ -14,17 +14,6 @@ namespace {
 
 constexpr double kPi = std::numbers::pi;
 
-// The same number of vertices, each of them near one of `expected`. Their order is the gauge's own
-// check.
-void expect_vertices(const polygauge& g, const list<point>& expected, double eps) {
-  EXPECT_EQ(g.size(), expected.size());
-  for (const point& v : g.vertices()) {
-    double nearest = eps;
-    for (const point& w : expected) nearest = std::min(nearest, v.distance(w));
-    EXPECT_LT(nearest, eps) << v;
-  }
-}
-
 // The distance from a to b by matrix::solve in the basis of the cone.
 double distance_by_matrix(const polygauge& g, const point& a, const point& b) {
   bool interior = false;
@@ -38,22 +27,18 @@ double distance_by_matrix(const polygauge& g, const point& a, const point& b) {
   return std::fabs(lambda[0]) + std::fabs(lambda[1]);
 }
 
-TEST(PolygaugeTest, ConeAndDistanceOfRandomPoints) {
+TEST(PolygaugeTest, ConesOfRandomPoints) {
   BallSource source(1);
   for (int trial = 0; trial < 1000; ++trial) {
-    const std::vector<point> ball = source.ball(3 + trial % 10);
-    const polygauge g(to_list(ball));
+    const polygauge g(source.ball(3 + trial % 10));
     const point a = source.somewhere(5.0);
-    const point b = source.somewhere(5.0);
-    const point d(b.xcoord() - a.xcoord(), b.ycoord() - a.ycoord());
-    const double expected = polar_form(ball, d);
-    EXPECT_NEAR(g.distance(a, b), expected, 1e-9 * (1 + expected));
-
+    const point d = source.somewhere(5.0);
+    const point b = a.translate(d.xcoord(), d.ycoord());
     bool interior = false;
     const int i = g.cone_of(a, b, interior);
     EXPECT_TRUE(interior);
-    EXPECT_GE(cross(ball[static_cast<std::size_t>(i) - 1], d), 0.0);
-    EXPECT_GE(cross(d, ball[static_cast<std::size_t>(i) % ball.size()]), 0.0);
+    EXPECT_GE(cross(g.vertex(i), d), 0.0);
+    EXPECT_GE(cross(d, g.vertex(i % g.size() + 1)), 0.0);
     for (int j = 1; j <= g.size(); ++j) EXPECT_EQ(g.in_cone(a, j, b, interior), j == i);
     EXPECT_EQ(g.distance(a, b), distance_by_matrix(g, a, b));
   }
@@ -63,17 +48,15 @@ TEST(PolygaugeTest, NormsOfTheClassicalGauges) {
   BallSource source(3);
   const polygauge l1 = polygauge::l1_gauge();
   const polygauge linf = polygauge::linf_gauge();
-  for (int trial = 0; trial < 200; ++trial) {
-    const location a = location::from_point(source.somewhere(9.0));
+  for (int trial = 0; trial < 100; ++trial) {
     const location b = location::from_point(source.somewhere(9.0));
-    EXPECT_NEAR(l1.distance(a, b), (b - a).norm(1), 1e-13);
-    EXPECT_NEAR(linf.distance(a, b), (b - a).norm(-1), 1e-13);
+    EXPECT_NEAR(l1.distance(at(2, 1), b), (b - at(2, 1)).norm(1), 1e-13);
+    EXPECT_NEAR(linf.distance(at(2, 1), b), (b - at(2, 1)).norm(-1), 1e-13);
     // Both rows could be the pivot here.
-    EXPECT_EQ(linf.distance(a, b), distance_by_matrix(linf, a.to_point(), b.to_point()));
+    EXPECT_EQ(linf.distance(kZero, b.to_point()), distance_by_matrix(linf, kZero, b.to_point()));
   }
   EXPECT_EQ(text(l1), "(0,1) (-1,0) (0,-1) (1,0)\n");
   EXPECT_EQ(text(linf), "(-1,1) (-1,-1) (1,-1) (1,1)\n");
-  EXPECT_EQ(polygauge(kDiamond).distance(kZero, point(2, 3)), 5.0);
   const polygauge skew(points("2 0  0 1  -1 0  0 -1"));
   EXPECT_EQ(skew.distance(kZero, point(2, 0)), 1.0);
   EXPECT_EQ(skew.distance(at(2, 0), at(0, 0)), 2.0);
@@ -82,34 +65,31 @@ TEST(PolygaugeTest, NormsOfTheClassicalGauges) {
 
 TEST(PolygaugeTest, ConesOnTheirBoundaries) {
   const polygauge g(kDiamond);
-  std::vector<double> angles;
-  for (double alpha : g.get_angles()) angles.push_back(alpha);
-  EXPECT_EQ(angles, (std::vector<double>{0.0, kPi / 2, kPi, 2 * kPi - kPi / 2}));
+  EXPECT_EQ(g.get_angles(), (list<double>{0.0, kPi / 2, kPi, 2 * kPi - kPi / 2}));
   struct Case {
-    point x;
+    double x, y;
     int cone;
     bool interior;
-    std::vector<int> holding;  // the cones that in_cone reports
+    list<int> holding;  // the cones that in_cone reports
   };
-  const location o = at(-7, 3);
-  for (const Case& c : {Case{point(2, 3), 1, true, {1}}, Case{point(0, 5), 1, false, {1, 2}},
-                        Case{point(3, 0), 1, false, {1}}, Case{point(-1, 0), 2, false, {2, 3}},
-                        Case{point(0, -2), 3, false, {3}}, Case{point(1, -2), 4, true, {4}},
-                        Case{point(0, 0), 0, false, {}}}) {
-    SCOPED_TRACE(text(c.x));
-    bool interior = !c.interior;
-    EXPECT_EQ(g.cone_of(kZero, c.x, interior), c.cone);
+  bool interior = false;
+  for (const Case& c :
+       {Case{2, 3, 1, true, {1}}, Case{0, 5, 1, false, {1, 2}}, Case{3, 0, 1, false, {1}},
+        Case{-1, 0, 2, false, {2, 3}}, Case{0, -2, 3, false, {3}}, Case{1, -2, 4, true, {4}},
+        Case{0, 0, 0, false, {}}}) {
+    SCOPED_TRACE(c.cone);
+    EXPECT_EQ(g.cone_of(kZero, point(c.x, c.y), interior), c.cone);
     EXPECT_EQ(interior, c.interior);
     // The same as seen from another centre.
-    const location x = at(c.x.xcoord() - 7, c.x.ycoord() + 3);
-    EXPECT_EQ(g.cone_of(o, x, interior), c.cone);
-    std::vector<int> holding;
+    const location x = at(c.x - 7, c.y + 3);
+    EXPECT_EQ(g.cone_of(at(-7, 3), x, interior), c.cone);
+    list<int> holding;
     for (int i = 1; i <= 4; ++i) {
-      if (g.in_cone(o, i, x, interior) == 1) holding.push_back(i);
+      if (g.in_cone(at(-7, 3), i, x, interior) == 1) holding.append(i);
     }
     EXPECT_EQ(holding, c.holding);
   }
-  bool interior = true;
+  EXPECT_FALSE(interior);
   EXPECT_EQ(g.in_cone(kZero, 4, point(0, -1), interior), 0);
   EXPECT_FALSE(interior);
   EXPECT_EQ(g.in_cone(kZero, 2, point(0, -1), interior), 0);
@@ -135,74 +115,48 @@ TEST(PolygaugeTest, AboutACentre) {
   EXPECT_EQ(moved.vertices(), kDiamond);
 }
 
-TEST(PolygaugeTest, EdgeLines) {
+TEST(PolygaugeTest, EdgesAndExtentsOfTheBall) {
   const polygauge linf = polygauge::linf_gauge();
-  const polygauge diamond(kDiamond);
-  EXPECT_EQ(text(linf.edge_line(kZero, 3)), "1e+50 1");
   EXPECT_EQ(text(linf.edge_line(at(4, 0), 1)), "1e+50 3");
   EXPECT_EQ(linf.edge_line(point(4, 5), 4), (list<double>{0.0, 6.0}));
-  EXPECT_EQ(text(diamond.edge_line(at(1, 1), 4)), "1 -1");
-  EXPECT_EQ(diamond.edge_line(kZero, 1), (list<double>{-1.0, 1.0}));
-}
-
-TEST(PolygaugeTest, ExtentsOfTheBall) {
-  const polygauge square = polygauge::linf_gauge();
+  EXPECT_EQ(text(polygauge(kDiamond).edge_line(at(1, 1), 4)), "1 -1");
   // The first vertex wins a tie.
-  EXPECT_EQ(square.max(kZero, 0), point(1, -1));
-  EXPECT_EQ(square.mini(kZero, 0), point(-1, 1));
-  EXPECT_EQ(square.max(point(3, 4), 1), point(2, 5));
-  EXPECT_EQ(square.mini(at(3, 4), 1), point(2, 3));
+  EXPECT_EQ(linf.max(kZero, 0), point(1, -1));
+  EXPECT_EQ(linf.mini(kZero, 0), point(-1, 1));
+  EXPECT_EQ(linf.max(point(3, 4), 1), point(2, 5));
+  EXPECT_EQ(linf.mini(at(3, 4), 1), point(2, 3));
   const polygauge skew(points("-1 -6  3 4  -2 5"));
   EXPECT_EQ(text(skew.max_diff(0)) + " " + text(skew.max_diff(1)), "5 11");
   EXPECT_EQ(skew.radius(), std::sqrt(37.0));
 }
 
-TEST(PolygaugeTest, DualOfTheDualIsTheGauge) {
+TEST(PolygaugeTest, DerivedGauges) {
   BallSource source(5);
-  for (int trial = 0; trial < 200; ++trial) {
-    const std::vector<point> ball = source.ball(3 + trial % 6);
-    const polygauge polar = polygauge(to_list(ball)).dual();
-    expect_vertices(polar.dual(), to_list(ball), 1e-7);
-    const point y = source.somewhere(4.0);
-    double support = 0.0;
-    for (const point& v : ball) support = std::max(support, dot(v, y));
-    EXPECT_NEAR(polar.distance(kZero, y), support, 1e-9 * (1 + support));
-  }
-  EXPECT_EQ(text(polygauge::l1_gauge().dual()), "(1,1) (-1,1) (-1,-1) (1,-1)\n");
-}
-
-TEST(PolygaugeTest, RotatedScaledNormalized) {
-  BallSource source(6);
   for (int trial = 0; trial < 100; ++trial) {
-    const polygauge g(to_list(source.ball(3 + trial % 6)));
+    const polygauge g(source.ball(3 + trial % 6));
     const point x = source.somewhere(4.0);
     const double alpha = source.uniform(-4.0, 4.0);
     const double d = g.distance(kZero, x);
     EXPECT_NEAR(g.rotated(alpha).distance(kZero, x.rotate(alpha)), d, 1e-8 * (1 + d));
     EXPECT_NEAR(g.scale(2.0).distance(kZero, x), d / 2, 1e-9 * (1 + d));
+    double support = 0.0;
+    for (const point& v : g.vertices()) support = std::max(support, dot(v, x));
+    EXPECT_NEAR(g.dual().distance(kZero, x), support, 1e-9 * (1 + support));
   }
-  const double h = std::sqrt(0.5);
-  const list<point> expected = {point(1, 0), point(0, 1), point(-h, -h)};
-  expect_vertices(polygauge(points("5 0  0 2  -1 -1")).normalized(), expected, 1e-15);
+  const polygauge l1 = polygauge::l1_gauge();
+  EXPECT_EQ(text(l1.dual()), "(1,1) (-1,1) (-1,-1) (1,-1)\n");
   // By angle and length, so that (0, 1) does not stay right above the origin.
-  const polygauge l1 = polygauge::l1_gauge();
   EXPECT_EQ(l1.scale(2.0).vertex(1), kZero.translate_by_angle(kPi / 2, 2.0));
-  EXPECT_EQ(l1.normalized().vertex(1), kZero.translate_by_angle(kPi / 2, 1.0));
+  const polygauge unit = polygauge(points("0 2  -1 -1  5 0")).normalized();
+  EXPECT_EQ(unit.vertex(1), kZero.translate_by_angle(kPi / 2, 1.0));
+  EXPECT_LT(unit.vertex(2).distance(point(-std::sqrt(0.5), -std::sqrt(0.5))), 1e-15);
 }
 
-TEST(PolygaugeTest, MergedHasTheDirectionsOfBoth) {
-  const double h = std::sqrt(0.5);
-  const polygauge l1 = polygauge::l1_gauge();
-  const polygauge linf = polygauge::linf_gauge();
-  list<point> octagon = kDiamond;
-  for (const point& v : linf.vertices()) octagon.append(point(h * v.xcoord(), h * v.ycoord()));
-  expect_vertices(l1.merged(linf), octagon, 1e-15);
-  expect_vertices(linf.merged(l1), octagon, 1e-15);
-  expect_vertices(l1.merged(l1.scale(3.0)), kDiamond, 1e-15);
-}
-
-TEST(PolygaugeTest, SymmetryAndEquality) {
-  const polygauge g(kDiamond);
+TEST(PolygaugeTest, StreamsSymmetryAndEquality) {
+  std::istringstream in("1 0 (0,1) -1 0 (0 -1)\n5 5");
+  polygauge g;
+  in >> g;
+  EXPECT_EQ(text(g), "(1,0) (0,1) (-1,0) (0,-1)\n");
   EXPECT_TRUE(g.is_symmetric());
   for (const char* row :
        {"1 0  -1 1  -1 -1", "2 0  0 1  -1 0  0 -1", "1 0  0 1  -1 0  0 -1.0000000000000002"}) {
@@ -214,15 +168,6 @@ TEST(PolygaugeTest, SymmetryAndEquality) {
   EXPECT_TRUE(polygauge() == polygauge() && polygauge() != g);
 }
 
-TEST(PolygaugeTest, Streams) {
-  std::istringstream in("1 0 (0,1) -1 0 (0 -1)\n(0,1) (-1,-1) (1,0)\n");
-  polygauge g;
-  in >> g;
-  EXPECT_EQ(text(g), "(1,0) (0,1) (-1,0) (0,-1)\n");
-  in >> g;
-  EXPECT_EQ(text(g), "(0,1) (-1,-1) (1,0)\n");
-}
-
 TEST(PolygaugeDeathTest, Endings) {
   const polygauge g(kDiamond);
   const location o = at(0, 0);
@@ -230,27 +175,23 @@ TEST(PolygaugeDeathTest, Endings) {
   const char* const kGap = "polygauge: alpha > PI";
   const char* const kHull = "polygauge: is not convex";
   const char* const kCone = "polygauge: Conenumber is not correct";
-  const char* const kScale = "polygauge:scale must be greater than 0";
-  const char* const kPlane = "Conversion to only possible for dimension 2.";
   const polygauge late(points("1 -1  1 1  -1 1  -1 -1"));
   const auto make = [](const char* row) { polygauge{points(row)}; };
   expect_endings({
       {1701, kOrder, [&] { make("1 0  2 0  0 1"); }},
       {1701, kOrder, [&] { make("1 0  0 -1  -1 0  0 1"); }},
       {1702, kGap, [&] { make("1 0  -1 0  0 -1"); }},
-      {1702, kGap, [&] { make("1 0  -1 -1  0 -1"); }},
       {1702, kGap, [&] { make("1 0  0 1  0 -1"); }},
       {1703, kHull, [&] { make("1 0  0.5 0.5  0 1  -1 -1"); }},
-      {1703, kHull, [&] { make("1 0  0.1 0.1  0 1  -1 -1"); }},
-      {1704, kScale, [&] { g.scale(0.0); }},
-      {1705, kCone, [&] { g.vertex(0); }},
+      {1704, "polygauge:scale must be greater than 0", [&] { g.scale(0.0); }},
       {1705, kCone, [&] { g.vertex(5); }},
       {1705, kCone, [&] { polygauge::l1_gauge().merged(g); }},
       // The walk runs through, as the first direction has collected two turns by then.
       {1701, kOrder, [&] { polygauge::l1_gauge().merged(late); }},
       {1701, kOrder, [&] { late.merged(polygauge::l1_gauge()); }},
       {1706, kCone, [&] { g.edge_line(o, 5); }},
-      {1203, kPlane, [&] { g.distance(o, location(3, 1)); }},
+      {1203, "Conversion to only possible for dimension 2.",
+       [&] { g.distance(o, location(3, 1)); }},
   });
   expect_common_endings(g, "polygauge", 1706);
   // The origin lies outside, and nobody looks.
