@@ -323,9 +323,9 @@ class facilities : public virtual list<planloc::location> {
 
   // ----- Linear programs, several new facilities -----
   //
-  // The objective above with rectilinear distances, and the largest of its terms: optimal for any
-  // V, unlike N_lp_sum. lp_solve solves one linear program for each coordinate (lpsolver.h).
-  // Results are of dimension 2; the first one of the call is x_0.
+  // The objective above with rectilinear distances, and the largest of its terms, V included. For
+  // each coordinate lp_solve solves a linear program (lpsolver.h). Results are of dimension 2, in
+  // the order x_0, x_1, ...
   //
   // lp_solve's verdict is not looked at. What it cannot solve returns the value 1e+30 or a multiple
   // of it, or one that says nothing, with the points that were left.
