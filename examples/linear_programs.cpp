@@ -10,7 +10,7 @@
 //     1.66667 2.66667  0
 //     ...
 //   programs for an outside solver: depots_x.mps, depots_y.mps
-//   $ linear_programs x.sol y.sol       # what that solver printed
+//   $ linear_programs x.sol y.sol       # what it found, in the form of docs/file-formats.md
 #include <planloc/planloc.h>
 
 #include <iostream>

@@ -111,8 +111,8 @@ class facilities : public virtual list<planloc::location> {
 
   // ----- Results -----
 
-  // The weighted sum of the p-norm distances to x: weight k of each facility times its distance.
-  // 0.0 for a bad p.
+  // The weighted sum of the p-norm distances to x: weight k of each facility times its distance,
+  // which is 0.0 for a facility of another dimension than x. 0.0 for a bad p.
   double objective(int p, const planloc::location& x, int k) const;
   // `objective` of the first result. 1303 "Solve a problem first."
   double result_value(int p, int k) const;
@@ -141,8 +141,9 @@ class facilities : public virtual list<planloc::location> {
   // `clear` empties `opt` before. They return `result_value` unless stated, which is the value of
   // the FIRST element of `opt`: an older result, if `clear` is false and there is one.
   //
-  // REQUIRES: weights of at least 0.0. The steps are fixed, also where they are weak; each comment
-  // says where that is. docs/solvers.md has an example of every solver.
+  // REQUIRES: dimension 2, or `objective` counts nothing. Weights of at least 0.0. The steps are
+  // fixed, also where they are weak; each comment says where that is. docs/solvers.md has an
+  // example of every solver.
 
   // Squared Euclidean distances: the centre of gravity, n operations. Returns the sum of squares
   // with weight 0, whatever k is. Total weight 0.0: (nan, nan).
@@ -152,8 +153,9 @@ class facilities : public virtual list<planloc::location> {
   // weighted_median.h), n log n.
   // Appends every corner of the optimal set: one point, the two ends of a segment, or the four
   // corners of a rectangle in walking order from the lower left one, counterclockwise.
-  // The other end of a tie is the next facility whose weight 0 is not 0.0, also for k != 0: there
-  // it can be beyond the optimal set, and if there is none the call ends with the list's report
+  // The other end of a tie is the next coordinate whose facility has a weight 0 that is not 0.0,
+  // also for k != 0 (where several stand there, the one that the sort puts first decides): there it
+  // can be beyond the optimal set, and if there is none the call ends with the list's report
   // "dlist::get_item: index out of range".
   // Total weight 0.0: the message "facilities::l1_sum(): All weights are equal zero:The whole plane
   // is optimal", and the process ends with status 0.
@@ -194,7 +196,8 @@ class facilities : public virtual list<planloc::location> {
   // 1. The result is that of the smoothed distances: delta moves it away from a facility that
   //    lp_optimal misses.
   // 2. p = 1 is not refused, and takes the first facility of weight 1.0 or more: use l1_sum.
-  // REQUIRES: maxit >= 1. Other p than 1 upward and -1: 1201, as location::norm.
+  // REQUIRES: p >= 2, maxit >= 1. p = -1 gives a point that means nothing; p = 0 and below -1 end
+  // with 1201, as location::norm, if there are two facilities.
   double lp_sum(int p, double tol, double delta, int maxit, int k, bool clear);
 
   // 1 if the sum has its minimum at the facility of `item`, else 0: whether its weight is at least
@@ -217,9 +220,10 @@ class facilities : public virtual list<planloc::location> {
   // operations. Labels 1.0.
   // D is 0.0 if at most one place has weight: then its first facility with weight is the result, as
   // it stands. If no facility has weight: the message "facilities::linf_max: No weight is unequal
-  // to zero and the whole plane is optimal", and the results are not numbers.
-  // Two ends nearer than 1e-14 in a coordinate get that of the upper one. Where rounding leaves
-  // more between them, the two results are the corners of a thin box, and can lie in either order.
+  // to zero and the whole plane is optimal", and the results are not numbers (without facilities
+  // the call ends with the list's report). Two ends nearer than 1e-14 in a coordinate get that of
+  // the upper one. Where rounding leaves more between them, the two results are the corners of a
+  // thin box, and can lie in either order.
   double linf_max(bool clear);
   // Rectilinear distances: linf_max in the turned frame. Without `clear` the older results are
   // turned too, by 45 degrees and shrunk.
@@ -270,7 +274,8 @@ class facilities : public virtual list<planloc::location> {
   //   existing cost   sum over j and facilities a of  weight j of a * |a - x_j|
   //   + new cost      sum over j < k of               V[j][k] * |x_j - x_k|
   //
-  // Results have the label j. A V that is too small for N ends with the reports of `matrix`.
+  // Results have the label j. A V that is too small for N ends with the reports of `matrix`, unless
+  // others are stated.
   // p: 1, 2, ... or -1 as everywhere.
 
   // The parts of the objective, with element number j of `opt` as x_j whatever its label is. All
@@ -293,17 +298,17 @@ class facilities : public virtual list<planloc::location> {
   // 3. 1306 "Cannot compute more optima than there is provided data." if N is above the number of
   //    weights or the rows of V, or the rows of V (at most its columns) above the number of
   //    weights.
-  // 4. N = 0 ends with "dlist::head(): empty list".
+  // 4. N = 0 ends with "dlist::head(): empty list" if there are no older results.
   std::unique_ptr<N_sum> N_lp_sum_v1(int N, int p, const matrix& V, bool clear);
 
   // `N_lp_sum_v1`, and if its ratio of new to existing cost is below eps, that is the result, with
   // all elements of `opt` in both costs. Otherwise x_0, x_1, ... are solved for one by one with the
   // others as facilities, and THE CALL THEN ENDS WITH THE LIST'S REPORT "dlist::get_item: index out
-  // of range": behind the first round, or the second one if some x_j tied. So give an eps above the
-  // ratio of `N_lp_sum_v1`; the smallest example that ends is two facilities (0,0) and (1,0) with
-  // the weights (2,1) and (1,2), V[0][1] = 1 and eps up to 0.5. Null would come after twenty
-  // rounds. A column of V is read whole, below the diagonal too. A ratio that is not a number is
-  // not below eps. p = 0, squared Euclidean distances, is known to the rounds but not to
+  // of range": after the first round, or the second one if some x_j tied. So give an eps above the
+  // ratio of `N_lp_sum_v1`; two facilities (0,0) and (1,0) with the weights (2,1) and (1,2),
+  // V[0][1] = 1 and eps up to 0.5 end so, and a single facility with any eps: a ratio that is not a
+  // number is not below it. Null would come after twenty rounds. A column of V is read whole, below
+  // the diagonal too. p = 0, squared Euclidean distances, is known to the rounds but not to
   // `N_lp_sum_v1`: 1201.
   std::unique_ptr<N_sum> N_lp_sum(int N, int p, const matrix& V, double eps, bool clear);
 
@@ -333,9 +338,9 @@ class facilities : public virtual list<planloc::location> {
   //    an extent of 10: value and points are within 1e-12 of the optimum there, within 3e-9 at 1e6,
   //    but 4e-6 off at -1e6. From 1e7 up an N_l1_sum in 1000 does not end well: 1e+30.
   // 2. Weights and V of at least 0.0 are meant: with negative ones a program can be unbounded. The
-  //    weight `l_inf` holds x_j at its facility, but makes N_l1_sum leave the others where they
-  //    are, with the value 0.0: use one some 1e6 times the largest.
-  // 3. An extent of 1e-10 counts as one place.
+  //    weight `l_inf` holds x_j at its facility, but makes N_l1_sum put the others at the origin,
+  //    with the value 0.0; so does a V of that size. Use 1e6 times the largest weight.
+  // 3. An extent of some 1e-9 counts as one place.
 
   // The least sum: N * M + N * (N - 1) / 2 rows for M facilities, and twice as many columns.
   // 1331 "Unequal matrix dimensions." 1332 "Matrix dimensions and number of new locations do not

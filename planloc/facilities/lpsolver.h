@@ -9,7 +9,7 @@
 //
 // What lp_solve says of a solve is not looked at: a program that is infeasible, unbounded or beyond
 // its arithmetic returns what was left in its solution, 1e+30 as a rule. From 1e+30 up an entry is
-// infinite to it, 1e-12 and less of a cost is nothing, and x, y end at -9e+14. It prints nothing.
+// infinite to it, below 1e-12 a cost is nothing, and x, y end at -9e+14. It prints nothing.
 #ifndef PLANLOC_FACILITIES_LPSOLVER_H_
 #define PLANLOC_FACILITIES_LPSOLVER_H_
 
