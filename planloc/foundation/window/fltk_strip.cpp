@@ -139,7 +139,7 @@ class text_lines : public Fl_Widget {
   int line_ = 0;
   int longest_ = 0;
 };
-bool is_button(const Fl_Widget* item) { return dynamic_cast<const Fl_Button*>(item); }
+bool is_button(const Fl_Widget& item) { return dynamic_cast<const Fl_Button*>(&item); }
 
 }  // namespace
 
@@ -192,15 +192,15 @@ int strip::arrange(int width) {
   while (i < children()) {
     Fl_Widget* const item = child(i);
     if (item == readout_) break;
-    if (!is_button(item)) {
+    if (!is_button(*item)) {
       item->position(margin(), y);
       y += item->h();
       ++i;
       continue;
     }
-    if (is_panel() || i > 0) y += i > 0 && is_button(child(i - 1)) ? 0 : kGap;
+    if (is_panel() || i > 0) y += i > 0 && is_button(*child(i - 1)) ? 0 : kGap;
     int last = i + 1;
-    while (last < children() && is_button(child(last)) &&
+    while (last < children() && is_button(*child(last)) &&
            row_fits(i, last + 1 - i, right - margin())) {
       ++last;
     }
@@ -209,7 +209,7 @@ int strip::arrange(int width) {
       child(i)->position(x, y);
       x += child(i)->w() + kGap;
     }
-    y += kButtonHeight + (i < children() && is_button(child(i)) ? kGap : 0);
+    y += kButtonHeight + (i < children() && is_button(*child(i)) ? kGap : 0);
   }
   if (with_readout) {
     const int at = std::max(y - kButtonHeight, margin());
@@ -232,7 +232,7 @@ bool strip::drop_last_text() {
 bool strip::readout_fits(int width) const {
   int widest = 0;
   for (int i = 0; i < children(); ++i) {
-    if (is_button(child(i))) widest = std::max(widest, child(i)->w());
+    if (is_button(*child(i))) widest = std::max(widest, child(i)->w());
   }
   return 2 * margin() + widest + kGap + readout_->w() <= width;
 }
@@ -256,14 +256,14 @@ void strip::add_button(const panel_item& item) {
 
 int strip::buttons() const {
   int n = 0;
-  for (int i = 0; i < children(); ++i) n += is_button(child(i));
+  for (int i = 0; i < children(); ++i) n += is_button(*child(i));
   return n;
 }
 
 int strip::row_width(int first, int count) const {
   int width = 0;
   for (int i = first; i < children() && count > 0; ++i) {
-    if (!is_button(child(i))) continue;
+    if (!is_button(*child(i))) continue;
     width += child(i)->w() + (width > 0 ? kGap : 0);
     --count;
   }
