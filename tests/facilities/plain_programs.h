@@ -1,11 +1,14 @@
 // The linear programs of several new facilities as their rows and columns are laid down, written
-// out once more, and two ways to solve them: lp_solve fed entry by entry, and another library.
+// out once more, and other ways to solve them: lp_solve fed entry by entry, another library, and
+// for sums the enumeration of all places.
 #ifndef PLANLOC_TESTS_FACILITIES_PLAIN_PROGRAMS_H_
 #define PLANLOC_TESTS_FACILITIES_PLAIN_PROGRAMS_H_
 
 #include <lpsolve/lp_lib.h>
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 #include <vector>
 
 #include "planloc/engine/engine.h"
@@ -134,6 +137,28 @@ inline both_solutions solved_entry_by_entry(plain_program P) {
   found.value_y = solution[0];
   delete_lp(lp);
   return found;
+}
+
+// The least sum: in each coordinate some optimum has every new facility at an existing one's.
+inline double least_sum_by_enumeration(const facilities& F, const matrix& V) {
+  const int N = V.rows();
+  double total = 0.0;
+  for (int c = 0; c < 2; ++c) {
+    double least = std::numeric_limits<double>::infinity();
+    std::vector<int> at(N, 0);
+    for (int j = 0; j < N;) {
+      double sum = 0.0;
+      for (j = 0; j < N; ++j) {
+        const double x = F.location(at[j])[c];
+        for (const location& a : F) sum += a.weight(j) * std::fabs(a[c] - x);
+        for (int k = j + 1; k < N; ++k) sum += V(j, k) * std::fabs(x - F.location(at[k])[c]);
+      }
+      least = std::min(least, sum);
+      for (j = 0; j < N && ++at[j] == F.size(); ++j) at[j] = 0;
+    }
+    total += least;
+  }
+  return total;
 }
 
 // The optimum by the engine, NaN if it has none.
