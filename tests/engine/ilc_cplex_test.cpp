@@ -226,10 +226,10 @@ TEST_F(IlcCplexTest, MissingMemoryIsReportedAndTheAdaptorStaysUsable) {
     const auto cplex = loaded();
     cplex->dualOpt();
     out_of_memory = true;
-    const Report report = report_of([&] { call(*cplex); });
+    const Report report = report_of([&, &call = call] { call(*cplex); });
     out_of_memory = false;
     EXPECT_EQ(report.text, text);
-    EXPECT_EQ(report_of([&] { call(*cplex); }).text, "no report");
+    EXPECT_EQ(report_of([&, &call = call] { call(*cplex); }).text, "no report");
   }
 }
 

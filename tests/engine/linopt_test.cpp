@@ -197,7 +197,9 @@ TEST_F(LinOptTest, BoundChangesAreTestedBeforeAnyChange) {
       {lp, none, ": empty variable"},
       {lp, x, ": inconsistent bounds"},
       {other, y, ": manager in IlcNoEdit mode"}};
-  for (auto [e, var, why] : cases) {
+  for (const auto& [opt, variable, why] : cases) {
+    IlcLinOpt e = opt;
+    const IlcFloatVar var = variable;
     EXPECT_EQ(text([&] { e.chgBounds(var, 2, 1); }), "IlcLinOptI::chgBounds" + why);
     EXPECT_EQ(text([&] { e.chgLowerBound(var, 11); }), "IlcLinOptI::chgLowerBound" + why);
     EXPECT_EQ(text([&] { e.chgUpperBound(var, -1); }), "IlcLinOptI::chgUpperBound" + why);
@@ -259,7 +261,7 @@ TEST_F(LinOptTest, EmptyHandlesReportByName) {
       {"IlcLinOpt::getSlackValue: empty handle", [&](IlcLinOpt e) { e.getSlackValue(ct); }},
   };
   for (const auto& [text, call] : members) {
-    EXPECT_EQ(report_of([&] { call(IlcLinOpt()); }).text, text);
+    EXPECT_EQ(report_of([&call = call] { call(IlcLinOpt()); }).text, text);
   }
 }
 

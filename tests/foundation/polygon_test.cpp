@@ -61,10 +61,11 @@ TEST(Polygon, ReportsCrossingsOnly) {
   for (const auto& [L, crosses] : cases) {
     SCOPED_TRACE(text_of(L));
     const std::string report = crosses ? "1: POLYGON: POLYGON is not " : "none";
-    EXPECT_EQ(report_of([&] { polygon(L, true, true); }), report + (crosses ? "simple" : ""));
-    EXPECT_EQ(report_of([&] { polygon(L, false, true); }),
+    EXPECT_EQ(report_of([&, &L = L] { polygon(L, true, true); }),
+              report + (crosses ? "simple" : ""));
+    EXPECT_EQ(report_of([&, &L = L] { polygon(L, false, true); }),
               report + (crosses ? "weakly simple" : ""));
-    EXPECT_EQ(report_of([&] { polygon(L, false, false); }), "none");
+    EXPECT_EQ(report_of([&, &L = L] { polygon(L, false, false); }), "none");
   }
   static std::string both;
   const ErrorHandler previous = set_error_handler([](int, const char* text) { both += text; });

@@ -54,7 +54,7 @@ void* allocate_node(std::size_t size, std::size_t alignment) {
 
 void free_node(void* block, std::size_t size, std::size_t alignment) {
   if (!is_small(size, alignment)) {
-    ::operator delete(block, size, std::align_val_t(alignment));
+    ::operator delete(block, std::align_val_t(alignment));
     return;
   }
   free_block*& first = small_blocks().freed[class_of(size)];
