@@ -34,6 +34,13 @@ double least_lp_value(const facilities& F, int p, double smoothing, const site_f
 // ----- l2_sum -----
 
 TEST(EuclideanSum, PublishedFigures) {
+  facilities F = sites_of({site(-1, -1, 1), site(1, -1, 1), site(1, 1, 2), site(-1, 1, 1)});
+  EXPECT_NEAR(F.objective(2, site(0, 0, 0), 0), 7.07106781, 5e-9);
+  EXPECT_NEAR(F.objective(2, site(1, 1, 0), 0), 6.82842712, 5e-9);
+  F.l2_sum(1e-12);
+  EXPECT_NEAR(F.opt.head()[0], 1 / std::sqrt(3.0), 1e-11);
+  EXPECT_NEAR(F.opt.head()[1], 1 / std::sqrt(3.0), 1e-11);
+
   facilities A = capitals();
   EXPECT_NEAR(A.l2_sum(0, 1e-12, true), 10.972160925, 5e-10);
   EXPECT_NEAR(A.opt.head()[0], -4.610503979, 5e-10);
@@ -155,7 +162,7 @@ TEST(EuclideanSum, BitsOfThePlainSteps) {
 
 TEST(LpSum, AgreesWithAFineMinimisationOfTheSmoothedSum) {
   int at_facility = 0;
-  for_random_sites(6, false, [&](facilities& F, const site_family& family) {
+  for_random_sites(17, false, [&](facilities& F, const site_family& family) {
     if (family.spread > 100.0) return;  // thousands of steps
     for (int p : {2, 3}) {
       const double value = F.lp_sum(p, 1e-10, 0.01, 60000, 0, true);

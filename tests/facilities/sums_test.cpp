@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <iostream>
 #include <vector>
 
@@ -18,6 +20,26 @@ TEST(SquaredSum, CentreOfGravityWithWeightKValuedWithWeight0) {
   EXPECT_EQ(F.l2squared_sum(0, true), 50.0);
   EXPECT_DOUBLE_EQ(F.l2squared_sum(1, false), 53.125);
   EXPECT_EQ(results_of(F), (Points{site(4, 6, 0), site(4.75, 7, 1)}));
+}
+
+// Where the sum is least the pulls cancel out, and it is the value there.
+TEST(SquaredSum, BalancesThePulls) {
+  for_random_sites(60, true, [](facilities& F, const site_family& family) {
+    const double value = F.l2squared_sum(0, true);
+    const location c = F.opt.head();
+    long double pull[2] = {0.0L, 0.0L};
+    long double sum = 0.0L;
+    for (const location& a : F) {
+      for (int d : {0, 1}) {
+        const long double away = static_cast<long double>(a[d]) - c[d];
+        pull[d] += a.weight(0) * away;
+        sum += a.weight(0) * away * away;
+      }
+    }
+    const double slack = 1e-12 * (std::fabs(family.x) + std::fabs(family.y) + family.spread);
+    for (long double p : pull) ASSERT_NEAR(static_cast<double>(p), 0.0, 100 * slack) << shown(F);
+    ASSERT_NEAR(value, static_cast<double>(sum), 1e-9 * (1 + value) + 100 * slack) << shown(F);
+  });
 }
 
 // ----- l1_sum -----

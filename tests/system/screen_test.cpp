@@ -4,6 +4,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -101,9 +103,34 @@ class RunOnScreenTest : public ScreenTest {
   }
 };
 
-TEST_F(RunOnScreenTest, StandsInItsPlaceAndWaitsForClose) {
+TEST_F(RunOnScreenTest, ShowsFacilitiesBallsAndRouteAndWaitsForClose) {
   const auto w = shown_run();
   EXPECT_TRUE(w.x == 60 && w.y == 20 && w.width == 650);
+  // The frame of the example on the 650 by 500 pixels of a run.
+  const auto expect = [&](double x, double y, color c, int aside = 0) {
+    const double scale = 650 / 22.0;
+    const int px = static_cast<int>(std::lround((x + 8) * scale)) + aside;
+    const int py = static_cast<int>(std::lround(500 - (y + 7.5) * scale));
+    EXPECT_TRUE(shows(w, 500, px, py, c)) << x << ' ' << y;
+  };
+  const std::vector<std::pair<double, double>> facilities = {{0, -5}, {6, 5}, {0, 8}};
+  for (const auto& [x, y] : facilities) expect(x, y, black);  // the fourth is on the route
+  for (double y : {-3.0, -7.0}) expect(0, y, orange);         // edges of the southern ball
+  expect(10, -5, black);                                      // directions, to the right and down
+  expect(6, -2, black);
+  expect(8, -2, white);
+  expect(-4, 0, white);
+  // The solutions in the log are the dots of the route.
+  int dots = 0;
+  std::istringstream log(contents("log"));
+  for (std::string line; std::getline(log, line);) {
+    double x, y;
+    if (std::sscanf(line.c_str(), "Sol=(%lf,%lf)", &x, &y) != 2) continue;
+    expect(x, y, blue, -1);
+    ++dots;
+  }
+  EXPECT_GE(dots, 3);
+
   for (int button : {1, 2, 3}) screen_.click(w.x + 300, w.y + 300, button);
   screen_.click(w.x + 400, w.y + 10);  // the strip beside the button
   EXPECT_EQ(ending(500), -1);
