@@ -38,7 +38,11 @@ TEST(RasterTest, NothingChangesOutsideTheAreas) {
       const surface::position from{any(-50, 250), any(-150, 250)};
       const surface::position to{any(-500, 700), any(-50, 150)};
       const rgb colour = rgb_of(any(1, 12));
-      if (round % 4 == 0) picture.disc(from, any(0, 20), colour);
+      if (round % 5 == 0) {
+        picture.text(from, "gj\xc3\x81", {any(1, 40), static_cast<text_place>(any(0, 4)), colour});
+      } else if (round % 4 == 0) {
+        picture.disc(from, any(0, 20), colour);
+      }
       if (round % 4 == 1) picture.fill({from, to, {any(0, 200), any(0, 100)}}, colour);
       if (round % 4 > 1) picture.line(from, to, {any(1, 9), any(0, 2), colour});
       for (const detail::area& a : pixels.update()) {

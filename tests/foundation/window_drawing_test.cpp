@@ -9,10 +9,12 @@
 #include <functional>
 #include <limits>
 #include <map>
+#include <random>
 #include <sstream>
 #include <string>
 #include <tuple>
 #include <utility>
+#include <vector>
 
 #include "planloc/foundation/window/window.h"
 
@@ -186,6 +188,72 @@ TEST_F(DrawingTest, FarEndsKeepTheSlope) {
   }
 }
 
+// A capital is as wide as its ink: the boxes of all places follow from one of them.
+TEST_F(DrawingTest, TextStandsAtItsPlace) {
+  const auto box = [this](const char* line, text_place place) {
+    W.init(0, 100, 0);
+    W.draw_text(point(50, 25), line, blue, place);
+    return inked();
+  };
+  W.set_text_size(20);
+  const ink right = box("H", text_place::right);
+  const ink left = box("H", text_place::left);
+  const ink above = box("H", text_place::above);
+  const ink below = box("H", text_place::below);
+  const ink centre = box("H", text_place::centre);
+  const int height = right.bottom - right.top;
+  EXPECT_NEAR(height, 14, 2);
+  EXPECT_NEAR(right.left, 100 + kTextGap + 2, 2);
+  EXPECT_NEAR(left.right, 100 - kTextGap - 2, 2);
+  EXPECT_NEAR(above.bottom, 50 - kTextGap, 1);
+  EXPECT_NEAR(below.top, 50 + kTextGap, 1);
+  for (const ink& i : {left, right, centre}) EXPECT_NEAR(i.top + i.bottom, 100, 2);
+  for (const ink& i : {above, below, centre}) EXPECT_NEAR(i.left + i.right, 200, 2);
+  // Names in a row keep one line, whatever letters they have.
+  EXPECT_EQ(box("HgH", text_place::right).top, right.top);
+  EXPECT_GT(box("HgH", text_place::right).bottom, right.bottom + 2);
+  EXPECT_GT(box("HHH", text_place::right).count, 2 * right.count);
+
+  EXPECT_EQ(W.set_text_size(40), 20);
+  const ink twice = box("H", text_place::centre);
+  EXPECT_NEAR(twice.bottom - twice.top, 2 * height, 2);
+  EXPECT_EQ(W.set_text_size(-3), 40);
+  EXPECT_EQ(W.text_size(), 1);
+  W.init(0, 100, 0);
+  W.draw_text(kNan, 1, "H");
+  W.draw_text(kInf, -kInf, "H");
+  W.draw_text(50, 25, "");
+  EXPECT_EQ(inked(), ink());
+}
+
+// Names come from files: one whose bytes are no text must not spoil what is drawn behind it.
+TEST_F(DrawingTest, TextTakesAnyBytes) {
+  const auto pixels = [this](const std::string& line) {
+    W.init(0, 100, 0);
+    W.set_text_size(20);
+    W.draw_text(20, 25, string(line));
+    std::vector<int> greens;
+    for (int i = 0; i < 200 * 100; ++i) greens.push_back(W.pixel(i % 200, i / 200).green);
+    return greens;
+  };
+  EXPECT_EQ(pixels("C\xe1"
+                   "diz"),
+            pixels("C\xc3\xa1"
+                   "diz"));  // Latin-1 and UTF-8
+  EXPECT_EQ(pixels("a\n\x7f\xc2\x85z"), pixels("a   z"));
+  EXPECT_NE(pixels("\xf0\x90\x80\x80"), pixels("\xf0\x80\x80\x80"));  // the second is too long
+  std::mt19937 random(3);
+  for (int round = 0; round < 200; ++round) {
+    std::string line;
+    for (int i = 0; i < 8; ++i)
+      line += static_cast<char>(random() % 2 ? 0xc0 + random() % 64 : random());
+    W.init(0, 100, 0);
+    W.draw_text(20, 25, string(line));
+    W.draw_disc(90, 40, 3, red);
+    ASSERT_EQ(W.pixel(180, 20), rgb_of(red)) << round;
+  }
+}
+
 TEST_F(DrawingTest, GridStandsAtItsMultiples) {
   W.init(-15, 85, -7, 10);
   EXPECT_EQ(W.grid(), 10);
@@ -250,12 +318,18 @@ TEST_F(SavedDrawingTest, FilesHoldTheObjects) {
       {"walk.pdf", "/Subtype /Image", 0},
       {"walk.pdf", "%%EOF", 1},
   };
-  for (const auto& c : cases) {
-    const std::string text = saved(c.file);
+  const auto expect = [&](const char* file, const std::string& word, int expected) {
+    const std::string text = saved(file);
     int count = 0;
-    for (std::size_t at = 0; (at = text.find(c.word, at)) != std::string::npos; ++at) ++count;
-    EXPECT_EQ(count, c.count) << c.file << ' ' << c.word;
-  }
+    for (std::size_t at = 0; (at = text.find(word, at)) != std::string::npos; ++at) ++count;
+    EXPECT_EQ(count, expected) << file << ' ' << word;
+  };
+  for (const auto& c : cases) expect(c.file, c.word, c.count);
+  // A text brings its letters with it: no font is looked for when the file is read.
+  W.draw_text(10, 40, "HEH");
+  expect("walk.svg", "<use ", 3);
+  expect("walk.svg", "<text", 0);
+  expect("walk.pdf", "/FontFile", 1);
 }
 
 TEST_F(SavedDrawingTest, FailuresNameTheFileAndTheReason) {

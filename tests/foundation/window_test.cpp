@@ -104,6 +104,7 @@ TEST(WindowDeathTest, OrderOfCalls) {
   EXPECT_EXIT(W.draw_ray(ray(s)), kAborted, drawing);
   EXPECT_EXIT(W.draw_line(line(s)), kAborted, drawing);
   EXPECT_EXIT(W.draw_point(0, 0), kAborted, drawing);
+  EXPECT_EXIT(W.draw_text(kNan, 0, ""), kAborted, drawing);
   EXPECT_EXIT(W.draw_polygon(list<point>()), kAborted, drawing);
   EXPECT_EXIT(W.draw_filled_polygon(list<point>()), kAborted, drawing);
   EXPECT_EXIT(W.read_mouse(), kAborted, mouse);

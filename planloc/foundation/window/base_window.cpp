@@ -136,6 +136,12 @@ int BASE_WINDOW::set_line_style(int style) {
   return old;
 }
 
+int BASE_WINDOW::set_text_size(int pixels) {
+  const int old = text_size_;
+  text_size_ = std::clamp(pixels, 1, surface::kMaxTextSize);
+  return old;
+}
+
 color BASE_WINDOW::set_color(color c) {
   const color old = default_color_;
   if (is_table_color(c)) default_color_ = c;
@@ -255,6 +261,13 @@ void BASE_WINDOW::draw_point(double x, double y, color c) {
   const surface::pen pen{line_width_, solid, table_entry(c)};
   picture_.line({px - kCrossArm, py}, {px + kCrossArm, py}, pen);
   picture_.line({px, py - kCrossArm}, {px, py + kCrossArm}, pen);
+  show_changes();
+}
+
+void BASE_WINDOW::draw_text(double x, double y, const string& text, color c, text_place place) {
+  check_drawing();
+  if (std::isnan(x) || std::isnan(y)) return;
+  picture_.text(pixel_of({x, y}), text.cstring(), {text_size_, place, table_entry(c)});
   show_changes();
 }
 

@@ -87,6 +87,7 @@ class BASE_WINDOW {
   void set_show_coordinates(bool show) { show_coordinates_ = show; }
   int set_line_width(int pixels);  // below 1 counts as 1
   int set_line_style(int style);   // 0 solid, 1 dashed, 2 dotted; anything else is drawn solid
+  int set_text_size(int pixels);   // the height of the font; below 1 counts as 1; 14 at first
   // What color::kDefault stands for, black at first. A number outside the table changes nothing.
   color set_color(color c);
 
@@ -130,6 +131,11 @@ class BASE_WINDOW {
 
   static constexpr int kCrossArm = 3;
 
+  // One line of text beside (x, y), in the current size (surface::text): the name of a site, say.
+  // The gap between both is in pixels, so that a disc or a cross of some pixels stays free.
+  void draw_text(double x, double y, const string& text, color c = {},
+                 text_place place = text_place::right);
+
   // Writes the picture to a .png, .svg or .pdf file (surface::save); may come before display(). On
   // failure: "Error: Window cannot be saved as FILE: REASON\n" on the error stream, and false.
   bool save(const string& file) const;
@@ -148,6 +154,7 @@ class BASE_WINDOW {
   int grid() const { return grid_; }
   int line_width() const { return line_width_; }
   int line_style() const { return line_style_; }
+  int text_size() const { return text_size_; }
   bool show_coordinates() const { return show_coordinates_; }
   bool is_displayed() const { return displayed_; }  // display() has been called
   bool is_open() const { return open_; }            // and not been followed by close()
@@ -202,6 +209,7 @@ class BASE_WINDOW {
   int grid_ = 0;
   int line_width_ = 1;
   int line_style_ = solid;
+  int text_size_ = 14;
   color default_color_ = black;
   bool show_coordinates_ = false;
   bool displayed_ = false;

@@ -85,7 +85,9 @@ void paint_fill(cairo_t* cr, std::size_t count, const placed& at) {
   cairo_stroke(cr);
 }
 
-void paint(cairo_t* cr, const operation& op, const placed& at) {
+void paint(cairo_t* cr, const picture& source, std::size_t i, const placement& where) {
+  const operation& op = source.at(i);
+  const placed at(op, source.numbers(i), where);
   set_source(cr, op.colour);
   switch (op.kind) {
     case drawing::line:
@@ -104,6 +106,10 @@ void paint(cairo_t* cr, const operation& op, const placed& at) {
     case drawing::fill:
       paint_fill(cr, op.count, at);
       break;
+    case drawing::text:
+      paint_text(cr, at.x(0) + 0.5, at.y(1) + 0.5, where.scale, source.line(i), op.width,
+                 source.place(i));
+      break;
   }
 }
 
@@ -113,6 +119,7 @@ void picture::clear(rgb background) {
   background_ = background;
   operations_.clear();
   numbers_.clear();
+  lines_.clear();
   ++generation_;
 }
 
@@ -132,14 +139,19 @@ void picture::put(int v) {
   ++operations_.back().count;
 }
 
+void picture::add_text(const std::string& line, int x, int y, int size, text_place place,
+                       rgb colour) {
+  add(drawing::text, colour, {x, y, static_cast<int>(lines_.size()), static_cast<int>(place)},
+      size);
+  lines_.push_back(line);
+}
+
 void picture::render(cairo_t* cr, std::size_t first, const placement& where) const {
   if (first == 0) {
     set_source(cr, background_);
     cairo_paint(cr);
   }
-  for (std::size_t i = first; i < operations_.size(); ++i) {
-    paint(cr, operations_[i], placed(operations_[i], numbers(i), where));
-  }
+  for (std::size_t i = first; i < operations_.size(); ++i) paint(cr, *this, i, where);
 }
 
 }  // namespace planloc::detail

@@ -8,9 +8,11 @@
 #include <cstdint>
 #include <initializer_list>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "planloc/foundation/window/color.h"
+#include "planloc/foundation/window/text.h"
 
 namespace planloc::detail {
 
@@ -23,10 +25,11 @@ struct context_deleter {
 using surface_handle = std::unique_ptr<cairo_surface_t, surface_deleter>;
 using context_handle = std::unique_ptr<cairo_t, context_deleter>;
 
-enum class drawing : std::uint8_t { line, dot, disc, fill };
+enum class drawing : std::uint8_t { line, dot, disc, fill, text };
 
 // The numbers of an operation stand in one common array from `first` on, so that a line needs no
-// allocation of its own.
+// allocation of its own. Those of a text are its point, the number of its line and its place, and
+// `width` is its size.
 struct operation {
   drawing kind;
   rgb colour;
@@ -53,6 +56,8 @@ class picture {
   // Starts an operation whose numbers `put` appends one by one.
   void begin(drawing kind, rgb colour, int width, int style);
   void put(int v);
+  // REQUIRES: the line comes from `as_utf8`.
+  void add_text(const std::string& line, int x, int y, int size, text_place place, rgb colour);
 
   int width() const { return width_; }
   int height() const { return height_; }
@@ -62,6 +67,11 @@ class picture {
   std::size_t size() const { return operations_.size(); }
   const operation& at(std::size_t i) const { return operations_[i]; }
   const int* numbers(std::size_t i) const { return numbers_.data() + operations_[i].first; }
+  // REQUIRES, of both: operation i is a text.
+  const std::string& line(std::size_t i) const {
+    return lines_[static_cast<std::size_t>(numbers(i)[2])];
+  }
+  text_place place(std::size_t i) const { return static_cast<text_place>(numbers(i)[3]); }
 
   // Paints the operations from number `first` on; from 0, the background too.
   void render(cairo_t* cr, std::size_t first, const placement& where = {}) const;
@@ -73,6 +83,7 @@ class picture {
   std::size_t generation_ = 0;
   std::vector<operation> operations_;
   std::vector<int> numbers_;
+  std::vector<std::string> lines_;
 };
 
 }  // namespace planloc::detail

@@ -92,6 +92,12 @@ void raster::add_areas(std::size_t operation_number, std::vector<area>& areas) c
       add_area(low[0], low[1], high[0], high[1], 1, areas);
       break;
     }
+    case drawing::text: {
+      const text_layout ink =
+          lay_out(source_.line(operation_number), op.width, source_.place(operation_number));
+      add_area(at[0] + ink.left, at[1] + ink.top, at[0] + ink.right, at[1] + ink.bottom, 1, areas);
+      break;
+    }
   }
 }
 

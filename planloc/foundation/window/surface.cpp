@@ -13,6 +13,7 @@
 
 #include "planloc/foundation/window/picture.h"
 #include "planloc/foundation/window/raster.h"
+#include "planloc/foundation/window/text.h"
 
 namespace planloc {
 
@@ -96,6 +97,11 @@ void surface::fill(const std::vector<position>& vertices, rgb colour) {
     picture_->put(bounded(v.x));
     picture_->put(bounded(v.y));
   }
+}
+
+void surface::text(position at, const std::string& line, const lettering& l) {
+  picture_->add_text(detail::as_utf8(line), bounded(at.x), bounded(at.y),
+                     std::clamp(l.size, 1, kMaxTextSize), l.place, l.colour);
 }
 
 // ----- Reading -----

@@ -26,11 +26,19 @@ class raster;
 
 enum line_style : int { solid = 0, dashed = 1, dotted = 2 };
 
+// Where a text stands as seen from its point. `right` and `left` keep a gap of kTextGap pixels and
+// stand at half the height of a capital, `above` and `below` keep the gap and are centred over the
+// point, `centre` covers it.
+enum class text_place { right, left, above, below, centre };
+
+inline constexpr int kTextGap = 6;
+
 class surface {
  public:
   static constexpr int kMaxSize = 32767;       // width and height, in pixels
   static constexpr int kPixelLimit = 1 << 20;  // coordinates and radii
   static constexpr int kMaxLineWidth = 1 << 12;
+  static constexpr int kMaxTextSize = 1 << 12;
 
   struct position {
     int x;
@@ -41,6 +49,13 @@ class surface {
   struct pen {
     int width;
     int style;
+    rgb colour;
+  };
+
+  // Size from 1: the height of the font in pixels, of which a capital has some seven tenths.
+  struct lettering {
+    int size;
+    text_place place;
     rgb colour;
   };
 
@@ -70,6 +85,10 @@ class surface {
 
   // The closed polygon, inside (non-zero winding) and boundary. Nothing for no vertices.
   void fill(const std::vector<position>& vertices, rgb colour);
+
+  // One line of text about a pixel, in the sans-serif font of the system. Bytes that are no UTF-8
+  // are read as Latin-1; control characters are blanks.
+  void text(position at, const std::string& line, const lettering& l);
 
   // ----- Reading -----
 

@@ -47,6 +47,12 @@ class window : public BASE_WINDOW {
   using BASE_WINDOW::draw_point;
   void draw_point(const point& p, color c = {}) { draw_point(p.xcoord(), p.ycoord(), c); }
 
+  using BASE_WINDOW::draw_text;
+  void draw_text(const point& p, const string& text, color c = {},
+                 text_place place = text_place::right) {
+    draw_text(p.xcoord(), p.ycoord(), text, c, place);
+  }
+
   // The closed curve through the vertices in list order, edge by edge. One vertex is a dot.
   void draw_polygon(const list<point>& vertices, color c = {});
   void draw_polygon(const polygon& p, color c = {}) { draw_polygon(p.vertices(), c); }
