@@ -26,27 +26,23 @@ int main(int argc, char** argv) {
   }
   std::ifstream location_file(argv[1]);
   std::ifstream gauge_file(argv[2]);
-  planloc::facilities sites;
-  planloc::list<int> gauge_of;
-  sites.read_gauge_locations(location_file, gauge_of);
-  const planloc::list<planloc::polygauge> gauges = planloc::read_polygauge_list(gauge_file);
-  bool numbers = argc - 3 == sites.size();
+  planloc::gauged_sites problem;
+  problem.read(location_file, gauge_file);
+  const int n = problem.sites.size();
+  bool numbers = argc - 3 == n;
   for (int i = 3; i < argc; ++i) numbers = numbers && is_number(argv[i]);
   if (!numbers) {
-    std::cerr << "make_parameters: expected " << sites.size() << " order weights, one for each "
+    std::cerr << "make_parameters: expected " << n << " order weights, one for each "
               << "facility\n";
     return 1;
   }
 
   for (int i = 3; i < argc; ++i) std::cout << argv[i] << (i + 1 < argc ? ' ' : '\n');
   std::cout.precision(15);
-  for (int f = 0; f < sites.size(); ++f) {
-    const double weight = sites.location(f).weight(0);
-    const int position = gauge_of[gauge_of.get_item(f)];
-    const planloc::polygauge& gauge = gauges[gauges.get_item(position)];
-    for (const planloc::point& y : gauge.dual().vertices()) {
-      std::cout << weight * y.xcoord() << ' ' << weight * y.ycoord() << '\n';
+  problem.for_each([](const planloc::location& site, const planloc::polygauge& gauge) {
+    for (const planloc::gauge_row& row : planloc::gauge_rows(site, gauge)) {
+      std::cout << row.a << ' ' << row.b << '\n';
     }
-  }
+  });
   return 0;
 }

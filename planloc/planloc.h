@@ -2,6 +2,7 @@
 //
 // Include this header, or only what you use:
 //   facilities/facilities.h   the existing facilities, their files and the solvers
+//   facilities/gauged_sites.h the same with polyhedral gauges
 //   model/                    locations, gauges, their files, failures
 //   engine/engine.h           linear programs from expressions
 //   foundation/               containers, numbers, geometry, the drawing window
@@ -10,6 +11,7 @@
 
 #include "planloc/engine/engine.h"
 #include "planloc/facilities/facilities.h"
+#include "planloc/facilities/gauged_sites.h"
 #include "planloc/facilities/lpsolver.h"
 #include "planloc/facilities/turned_frame.h"
 #include "planloc/facilities/weighted_circles.h"
@@ -32,6 +34,7 @@
 #include "planloc/foundation/numeric/matrix.h"
 #include "planloc/foundation/numeric/vector.h"
 #include "planloc/foundation/window/window.h"
+#include "planloc/model/gauge_distance.h"
 #include "planloc/model/gauge_reader.h"
 #include "planloc/model/location.h"
 #include "planloc/model/mixgauge.h"

@@ -5,8 +5,6 @@
 #include <ostream>
 
 #include "planloc/driver/problem.h"
-#include "planloc/foundation/geometry/rat_ray.h"
-#include "planloc/foundation/geometry/rat_segment.h"
 
 namespace planloc {
 
@@ -16,35 +14,6 @@ std::ostream& operator<<(std::ostream& out, const location_distance& e) {
 
 std::istream& operator>>(std::istream& in, location_distance& e) {
   return in >> e.location >> e.distance;
-}
-
-rat_point to_rat_point(const point& p) { return rat_point(p); }
-
-rat_point ball_hit(const rat_point& x, const location& a, const polygauge& g) {
-  const point p = a.to_point();
-  const double w = a.weight(0);
-  const int s = g.size();
-  const auto ball_vertex = [&](int i) {
-    const point v = g.vertex(i);
-    return to_rat_point(point(p.xcoord() + v.xcoord() / w, p.ycoord() + v.ycoord() / w));
-  };
-  const rat_ray ray(to_rat_point(p), x);
-  rat_point hit;
-  if (s == 0) return hit;
-  const rat_point first = ball_vertex(1);
-  rat_point from = first;
-  for (int i = 1; i <= s; ++i) {
-    const rat_point to = i == s ? first : ball_vertex(i + 1);
-    if (ray.intersection(rat_segment(from, to), hit)) break;
-    from = to;
-  }
-  return hit;
-}
-
-double gauge_distance(const point& x, const location& a, const polygauge& g) {
-  const point p = a.to_point();
-  const point q = ball_hit(to_rat_point(x), a, g).to_point();
-  return p.distance(x) / p.distance(q);
 }
 
 int compare_distance(const location_distance& e1, const location_distance& e2) {

@@ -1,4 +1,4 @@
-// Where a point lies: its gauge distance from each facility, and its cell.
+// In which cell a point lies: the order of the facilities by their `gauge_distance` from it.
 //
 // A cell is a permutation of the facility numbers 1..n: the set of points from which the
 // facilities, taken in that order, have non-decreasing distance. Nothing else is stored of it.
@@ -10,9 +10,7 @@
 #include "planloc/engine/engine.h"
 #include "planloc/foundation/containers/list.h"
 #include "planloc/foundation/geometry/point.h"
-#include "planloc/foundation/geometry/rat_point.h"
-#include "planloc/model/location.h"
-#include "planloc/model/polygauge.h"
+#include "planloc/model/gauge_distance.h"
 
 namespace planloc {
 
@@ -27,21 +25,6 @@ struct location_distance {
 // "location: 3, distance: 1.5" and a line end; reading takes the two numbers.
 std::ostream& operator<<(std::ostream& out, const location_distance& e);
 std::istream& operator>>(std::istream& in, location_distance& e);
-
-// The point with exactly the coordinates of p. Infinite coordinates report "integer(double):
-// argument infinite".
-rat_point to_rat_point(const point& p);
-
-// Where the ray from facility a through x leaves the unit ball of g, centred at a and scaled by one
-// over a's weight 0. All intersections are exact; the vertices are doubles.
-// 1. The first edge that the ray meets counts, in the order of the cones of g.
-// 2. If x is a itself, the result is the first vertex of the ball.
-// 3. If no edge is met, the result is the origin.
-rat_point ball_hit(const rat_point& x, const location& a, const polygauge& g);
-
-// The distance of x from facility a: weight 0 of a times the gauge of x - a, if a lies inside its
-// ball. Without a met edge the hit counts as the origin, and the quotient may be NaN.
-double gauge_distance(const point& x, const location& a, const polygauge& g);
 
 // By distance, 0 within `kTieTolerance`. Not transitive, so that the order of tied facilities is
 // made by the exchanges of `list::sort`.

@@ -9,7 +9,6 @@
 #include "planloc/driver/parse_args.h"
 #include "planloc/driver/problem.h"
 #include "planloc/driver/walk.h"
-#include "planloc/model/gauge_reader.h"
 
 namespace planloc {
 namespace {
@@ -26,9 +25,8 @@ void open_window(const frame& f) {
 
 void read_problem(const string& l_name, const string& g_name) {
   std::ifstream locations(l_name.cstring());
-  fac.read_gauge_locations(locations, gauge_of);
   std::ifstream gauge_file(g_name.cstring());
-  gauges = read_polygauge_list(gauge_file);
+  problem.read(locations, gauge_file);
 }
 
 void log_order_weights(std::ostream& log_out, const double* weights) {

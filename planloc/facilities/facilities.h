@@ -23,10 +23,14 @@
 
 #include "planloc/foundation/containers/list.h"
 #include "planloc/foundation/containers/string.h"
+#include "planloc/foundation/geometry/point.h"
+#include "planloc/foundation/geometry/segment.h"
 #include "planloc/foundation/graph/graph.h"
 #include "planloc/foundation/numeric/matrix.h"
+#include "planloc/foundation/numeric/vector.h"
 #include "planloc/model/loc_vector.h"
 #include "planloc/model/location.h"
+#include "planloc/model/polygauge.h"
 
 namespace planloc {
 
@@ -266,6 +270,36 @@ class facilities : public virtual list<planloc::location> {
   //    last one are such (a single one, too) the result is not a number.
   double l2_max(bool clear);
 
+  // ----- Polyhedral gauges -----
+  //
+  // Every facility a has its own gauge: number gauge_of[i] of `gauges`, from 0, for facility i
+  // (gauged_sites.h keeps the three together). The distance from a to a place is
+  // `polygauge::distance`, and q is the number of a weight. "dlist::get_item: index out of range"
+  // for a facility without a gauge number, or with one that no gauge has. Dimension 2, else 1203.
+
+  // f(x) = sum over a of weight q of a times the distance from a to x, from 0.0 on in the order of
+  // the facilities.
+  double gauge_value(const list<polygauge>& gauges, const list<int>& gauge_of, const point& x,
+                     int q) const;
+  // The gradient of f in the cones that hold x (`polygauge::cone_of`); turned by 90 degrees.
+  // On a facility both end with 1706 "polygauge: Conenumber is not correct".
+  vector gauge_gradient(const list<polygauge>& gauges, const list<int>& gauge_of, const point& x,
+                        int q) const;
+  vector gauge_normal(const list<polygauge>& gauges, const list<int>& gauge_of, const point& x,
+                      int q) const;
+
+  // For each facility a and each vertex v of its gauge, in order, the segment from a to a + t * v.
+  // mode 0: t = bound / weight 0 of a. Any other mode: t = ceil((r * R + P) / |v|), where r is the
+  // largest over all weights q of f(x0) / their sum, R the largest radius of a gauge and P the
+  // length of the closed tour through the facilities in order; bound plays no part.
+  list<segment> fundamental_segments(const list<polygauge>& gauges, const list<int>& gauge_of,
+                                     const point& x0, double bound, int mode) const;
+
+  // Of the candidates that do not lie on the ascending side of x0 (`descent_side` with the gradient
+  // at x0), those with the least value f, in order; none if it is above `best`. Compares exactly.
+  list<point> best_points(const list<polygauge>& gauges, const list<int>& gauge_of,
+                          const list<point>& candidates, const point& x0, double best, int q) const;
+
   // ----- Sums, several new facilities -----
   //
   // N new facilities x_0 ... x_{N-1} at once. Weight j of a facility ties it to x_j, and V[j][k]
@@ -417,6 +451,9 @@ class facilities : public virtual list<planloc::location> {
 // that cannot be read (a directory, a broken disk), or a token of 512 MB, ends the process with
 // status 2 and one line on the error stream ("input in flex scanner failed", ...).
 GRAPH<list<double>, double> read_graph(std::istream& in, facilities& F, list<string>& node_names);
+
+// 1, 0 or -1 as the dot product of g and c - x0 is above 0.0, 0.0, or neither.
+int descent_side(const vector& g, const point& c, const point& x0);
 
 // Turns one location from the turned frame. It becomes planar, and every weight of it becomes its
 // weight 0. Use `location::from_turned_frame` to keep the weights.

@@ -1,0 +1,91 @@
+// Sites with their gauges side by side in arrays, for the loops of solvers: distances, weighted
+// sums and gradients without an allocation, bit for bit as `polygauge` yields them. For the data of
+// a problem use gauged_sites.h.
+#ifndef PLANLOC_FACILITIES_FLAT_GAUGED_SITES_H_
+#define PLANLOC_FACILITIES_FLAT_GAUGED_SITES_H_
+
+#include <cstddef>
+#include <span>
+#include <unordered_map>
+#include <vector>
+
+#include "planloc/facilities/planar_sites.h"
+#include "planloc/foundation/containers/list.h"
+#include "planloc/model/location.h"
+#include "planloc/model/polygauge.h"
+
+namespace planloc::detail {
+
+class flat_gauged_sites {
+ public:
+  // One entry for each location, and for each the weights with the given numbers; the order of the
+  // sums is that of `sites`. Reports: those of `for_each_with_gauge`, `location::to_point` and
+  // `location::weight`.
+  // REQUIRES: `gauges` stays as it is for as long as this object is used.
+  flat_gauged_sites(const list<location>& sites, const list<polygauge>& gauges,
+                    const list<int>& gauge_of, const std::vector<int>& weight_numbers = {0});
+
+  std::size_t size() const { return sites_.size(); }
+  plane_xy at(std::size_t i) const { return {sites_[i].x, sites_[i].y}; }
+  // k is a position in `weight_numbers`.
+  double weight(std::size_t i, std::size_t k = 0) const { return weights_[k * size() + i]; }
+
+  // The gauges that are in use: for each site a number below gauge_count().
+  std::size_t gauge_count() const { return gauges_.size(); }
+  std::size_t gauge(std::size_t i) const { return sites_[i].gauge; }
+  // `polygauge::vertices` of that gauge.
+  std::span<const plane_xy> ball(std::size_t gauge) const;
+
+  // ----- At a place (x, y) -----
+
+  // `polygauge::cone_of` and `polygauge::distance` from site i.
+  int cone(std::size_t i, double x, double y) const;
+  double distance(std::size_t i, double x, double y) const;
+  // The sum of weight times distance from 0.0 on.
+  double value(double x, double y, std::size_t k = 0) const;
+  // The gradient of that sum in the cones that hold the place; on a site it ends with the report of
+  // `polygauge::cone_vertices`.
+  plane_xy gradient(double x, double y, std::size_t k = 0) const;
+
+ private:
+  struct flat_site {
+    double x, y;
+    std::size_t gauge;
+    std::size_t first_cone;  // of its gauge's cones, in solves_
+    bool plain;              // cones only by the plain steps
+  };
+  struct flat_gauge {
+    const polygauge* source;
+    std::size_t first;  // in vertices_, directions_ and cone_gradients_
+    std::size_t cones;
+    bool plain;
+  };
+  // What the elimination of the two equations of a cone leaves; see cones.cpp.
+  struct cone_solve {
+    double factor, fy, ey, ex;
+    bool exchanged;
+    bool singular;
+  };
+  // The gradient in a cone is (dy / d, -dx / d).
+  struct cone_gradient {
+    double dx, dy, d;
+  };
+
+  using gauge_numbers = std::unordered_map<const polygauge*, std::size_t>;
+
+  std::size_t flat_number(const polygauge& g, gauge_numbers& known);
+  void append_solves(const flat_site& site);
+  int plain_cone(const flat_site& site, double x, double y) const;
+
+  std::vector<flat_site> sites_;
+  std::vector<double> weights_;
+  std::vector<flat_gauge> gauges_;
+  std::vector<plane_xy> vertices_;    // as `polygauge::vertices` yields them
+  std::vector<plane_xy> directions_;  // of length 1
+  std::vector<cone_gradient> cone_gradients_;
+  std::vector<cone_solve> solves_;
+};
+
+}  // namespace planloc::detail
+
+#endif  // PLANLOC_FACILITIES_FLAT_GAUGED_SITES_H_
