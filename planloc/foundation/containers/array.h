@@ -12,8 +12,8 @@
 
 #include "planloc/foundation/containers/error_handler.h"
 #include "planloc/foundation/containers/list_sort.h"
+#include "planloc/foundation/containers/random_source.h"
 #include "planloc/foundation/containers/string.h"
-#include "planloc/foundation/numeric/random_source.h"
 
 namespace planloc {
 

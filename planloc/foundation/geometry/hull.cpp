@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "planloc/foundation/containers/random_source.h"
 #include "planloc/foundation/geometry/exact_orientation.h"
-#include "planloc/foundation/numeric/random_source.h"
 
 namespace planloc {
 namespace {

@@ -1,6 +1,6 @@
 // The random source of the process. Its seed is fixed, so that a run is repeatable.
-#ifndef PLANLOC_FOUNDATION_NUMERIC_RANDOM_SOURCE_H_
-#define PLANLOC_FOUNDATION_NUMERIC_RANDOM_SOURCE_H_
+#ifndef PLANLOC_FOUNDATION_CONTAINERS_RANDOM_SOURCE_H_
+#define PLANLOC_FOUNDATION_CONTAINERS_RANDOM_SOURCE_H_
 
 namespace planloc {
 
@@ -9,4 +9,4 @@ int random_below(int n);
 
 }  // namespace planloc
 
-#endif  // PLANLOC_FOUNDATION_NUMERIC_RANDOM_SOURCE_H_
+#endif  // PLANLOC_FOUNDATION_CONTAINERS_RANDOM_SOURCE_H_

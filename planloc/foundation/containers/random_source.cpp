@@ -1,4 +1,4 @@
-#include "planloc/foundation/numeric/random_source.h"
+#include "planloc/foundation/containers/random_source.h"
 
 #include <cstdint>
 #include <random>
