@@ -82,9 +82,20 @@ class EqualI final : public IlcConstraintI {
   IlcFloatExpI* right_;
 };
 
+template <typename Kind, typename... Args>
+IlcConstraint new_constraint(IlcManagerI* manager, Args... args) {
+  IlcConstraintI* const impl = new (manager) Kind(manager, args...);
+  return impl;
+}
+
 IlcManagerI* common_manager(IlcFloatExp a, IlcFloatExp b) {
   detail::ilc_assert(a.getImpl() != nullptr && b.getImpl() != nullptr, "exp.getImpl() != 0");
   return a.getImpl()->getManager();
+}
+
+IlcFloatExp number_beside(IlcFloatExp e, double c) {
+  detail::ilc_assert(e.getImpl() != nullptr, "exp.getImpl() != 0");
+  return ilc_number(e.getImpl()->getManager(), c);
 }
 
 }  // namespace
@@ -113,18 +124,30 @@ void IlcConstraintI::notImplemented(const char* text) const {
 
 IlcConstraint operator<=(IlcFloatExp a, IlcFloatExp b) {
   IlcManagerI* const m = common_manager(a, b);
-  return new (m) LessOrEqualI(m, false, a.getImpl(), b.getImpl());
+  return new_constraint<LessOrEqualI>(m, false, a.getImpl(), b.getImpl());
 }
+
+IlcConstraint operator<=(IlcFloatExp e, double c) { return e <= number_beside(e, c); }
+
+IlcConstraint operator<=(double c, IlcFloatExp e) { return number_beside(e, c) <= e; }
 
 IlcConstraint operator>=(IlcFloatExp a, IlcFloatExp b) {
   IlcManagerI* const m = common_manager(a, b);
-  return new (m) LessOrEqualI(m, true, b.getImpl(), a.getImpl());
+  return new_constraint<LessOrEqualI>(m, true, b.getImpl(), a.getImpl());
 }
+
+IlcConstraint operator>=(IlcFloatExp e, double c) { return e >= number_beside(e, c); }
+
+IlcConstraint operator>=(double c, IlcFloatExp e) { return number_beside(e, c) >= e; }
 
 IlcConstraint operator==(IlcFloatExp a, IlcFloatExp b) {
   IlcManagerI* const m = common_manager(a, b);
-  return new (m) EqualI(m, a.getImpl(), b.getImpl());
+  return new_constraint<EqualI>(m, a.getImpl(), b.getImpl());
 }
+
+IlcConstraint operator==(IlcFloatExp e, double c) { return e == number_beside(e, c); }
+
+IlcConstraint operator==(double c, IlcFloatExp e) { return number_beside(e, c) == e; }
 
 std::ostream& operator<<(std::ostream& out, IlcConstraint ct) {
   detail::ilc_assert(ct.getImpl() != nullptr, "ct.getImpl() != 0");

@@ -3,6 +3,7 @@
 #ifndef PLANLOC_ENGINE_CONSTRAINT_H_
 #define PLANLOC_ENGINE_CONSTRAINT_H_
 
+#include <concepts>
 #include <iosfwd>
 
 #include "planloc/engine/arrays.h"
@@ -50,7 +51,9 @@ class IlcConstraintI {
 class IlcConstraint {
  public:
   IlcConstraint() = default;
-  IlcConstraint(IlcConstraintI* impl) : impl_(impl) {}
+  // A pointer only: the literal 0 is no constraint.
+  template <std::convertible_to<IlcConstraintI*> Impl>
+  IlcConstraint(Impl impl) : impl_(impl) {}
   IlcConstraintI* getImpl() const { return impl_; }
 
   const char* getName() const { return checked()->getName(); }  // null without a name
@@ -66,8 +69,14 @@ class IlcConstraint {
 };
 
 IlcConstraint operator<=(IlcFloatExp a, IlcFloatExp b);
+IlcConstraint operator<=(IlcFloatExp e, double c);
+IlcConstraint operator<=(double c, IlcFloatExp e);
 IlcConstraint operator>=(IlcFloatExp a, IlcFloatExp b);
+IlcConstraint operator>=(IlcFloatExp e, double c);
+IlcConstraint operator>=(double c, IlcFloatExp e);
 IlcConstraint operator==(IlcFloatExp a, IlcFloatExp b);
+IlcConstraint operator==(IlcFloatExp e, double c);
+IlcConstraint operator==(double c, IlcFloatExp e);
 
 // As written: "a <= b", "a >= b", "a == b".
 std::ostream& operator<<(std::ostream& out, IlcConstraint ct);

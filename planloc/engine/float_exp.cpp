@@ -16,6 +16,8 @@ void narrow(IlcFloatExpI* exp, double min, double max, std::vector<IlcNarrowing>
   narrowings.push_back({exp, std::min(min, exp->getMax()), std::max(max, exp->getMin())});
 }
 
+bool is_zero(const IlcFloatExpI* exp) { return exp == exp->getManager()->getZero(); }
+
 class SumI final : public IlcFloatExpI {
  public:
   SumI(IlcManagerI* manager, const IlcExpKey& key) : IlcFloatExpI(manager, key) {}
@@ -83,7 +85,11 @@ class OffsetI final : public IlcFloatExpI {
     visitor.visit(key().left, coefficient);
   }
   void display(std::ostream& out) const override {
-    out << '(' << IlcFloatExp(key().left) << " + " << key().constant << ')';
+    if (is_zero(key().left)) {
+      out << key().constant;
+    } else {
+      out << '(' << IlcFloatExp(key().left) << " + " << key().constant << ')';
+    }
   }
 
  protected:
@@ -117,8 +123,6 @@ IlcFloatExp shared(const IlcExpKey& key) {
   table.insert(node, index);
   return node;
 }
-
-bool is_zero(const IlcFloatExpI* exp) { return exp == exp->getManager()->getZero(); }
 
 IlcFloatExpI* checked(const IlcFloatExpI* exp) {
   detail::ilc_assert(exp != nullptr, "_impl != 0");
@@ -258,7 +262,21 @@ const char* ilc_copy_text(IlcManagerI* manager, const char* text) {
   return static_cast<const char*>(std::memcpy(manager->getHeap()->allocate(size), text, size));
 }
 
+IlcFloatExp ilc_number(IlcManagerI* manager, double c) {
+  return IlcFloatExp(IlcFloatVar(manager->getZero())) + c;
+}
+
 // ----- Handles -----
+
+IlcFloatExp::IlcFloatExp(double c) : IlcFloatExp(ilc_number(IlcGetManagerI(), c)) {}
+
+IlcFloatExp& IlcFloatExp::operator+=(IlcFloatExp e) { return *this = *this + e; }
+
+IlcFloatExp& IlcFloatExp::operator+=(double c) { return *this = *this + c; }
+
+IlcFloatExp& IlcFloatExp::operator-=(IlcFloatExp e) { return *this = *this - e; }
+
+IlcFloatExp& IlcFloatExp::operator-=(double c) { return *this = *this - c; }
 
 IlcManager IlcFloatExp::getManager() const { return checked(impl_)->getManager(); }
 
@@ -270,10 +288,10 @@ double IlcFloatExp::getValue() const { return checked(impl_)->getValue(); }
 
 void IlcFloatExp::setRange(double min, double max) { checked(impl_)->setRange(min, max); }
 
-IlcFloatVar::IlcFloatVar(IlcFloatVarI* impl) : IlcFloatExp(impl) {}
+IlcFloatVar::IlcFloatVar(IlcFloatVarI* impl, int) : IlcFloatExp(static_cast<IlcFloatExpI*>(impl)) {}
 
 IlcFloatVar::IlcFloatVar(IlcManager m, double min, double max, const char* name)
-    : IlcFloatExp(new (m.getHeap()) IlcFloatVarI(m.getImpl(), min, max, name)) {}
+    : IlcFloatVar(new (m.getHeap()) IlcFloatVarI(m.getImpl(), min, max, name)) {}
 
 IlcFloatVarI* IlcFloatVar::getImpl() const { return static_cast<IlcFloatVarI*>(impl_); }
 
@@ -292,10 +310,18 @@ double IlcFloatVar::getPrecision() const {
 IlcFloatExp operator*(double c, IlcFloatExp e) {
   IlcFloatExpI* const exp = checked(e.getImpl());
   if (c == 1.0 || is_zero(exp)) return e;
-  if (c == 0.0) return exp->getManager()->getZero();
+  if (c == 0.0) return IlcFloatVar(exp->getManager()->getZero());
   if (c == -1.0) return shared({IlcExpKind::kNegation, exp, nullptr, 0.0});
   return shared(
       {c > 0.0 ? IlcExpKind::kPositiveProduct : IlcExpKind::kNegativeProduct, exp, nullptr, c});
+}
+
+IlcFloatExp operator*(IlcFloatExp e, double c) { return c * e; }
+
+IlcFloatExp operator/(IlcFloatExp e, double c) {
+  IlcFloatExpI* const exp = checked(e.getImpl());
+  if (c == 0.0) exp->getManager()->getErrorReporter()->error(kIlcUsageError, "divide by zero");
+  return (1.0 / c) * e;
 }
 
 IlcFloatExp operator+(IlcFloatExp a, IlcFloatExp b) {
@@ -313,7 +339,17 @@ IlcFloatExp operator+(IlcFloatExp e, double c) {
   return shared({IlcExpKind::kOffset, exp, nullptr, c});
 }
 
+IlcFloatExp operator+(double c, IlcFloatExp e) { return e + c; }
+
+IlcFloatExp operator-(IlcFloatExp e) { return -1.0 * e; }
+
+IlcFloatExp operator-(IlcFloatExp a, IlcFloatExp b) {
+  return a.getImpl() == b.getImpl() ? 0.0 * a : a + -1.0 * b;
+}
+
 IlcFloatExp operator-(IlcFloatExp e, double c) { return e + (-c); }
+
+IlcFloatExp operator-(double c, IlcFloatExp e) { return -1.0 * e + c; }
 
 std::ostream& operator<<(std::ostream& out, IlcFloatExp e) {
   checked(e.getImpl())->display(out);

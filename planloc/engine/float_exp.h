@@ -6,6 +6,7 @@
 #ifndef PLANLOC_ENGINE_FLOAT_EXP_H_
 #define PLANLOC_ENGINE_FLOAT_EXP_H_
 
+#include <concepts>
 #include <iosfwd>
 
 #include "planloc/engine/ilc_assert.h"
@@ -20,8 +21,19 @@ class IlcFloatVarI;
 class IlcFloatExp {
  public:
   IlcFloatExp() = default;
-  IlcFloatExp(IlcFloatExpI* impl) : impl_(impl) {}
+  // A pointer only: the literal 0 is a number.
+  template <std::convertible_to<IlcFloatExpI*> Impl>
+  IlcFloatExp(Impl impl) : impl_(impl) {}
+  // A number as an expression of the current manager. Beside another expression a number needs no
+  // conversion and belongs to that expression's manager.
+  IlcFloatExp(double c);
   IlcFloatExpI* getImpl() const { return impl_; }
+
+  // Rebind the handle to the sum and to the difference.
+  IlcFloatExp& operator+=(IlcFloatExp e);
+  IlcFloatExp& operator+=(double c);
+  IlcFloatExp& operator-=(IlcFloatExp e);
+  IlcFloatExp& operator-=(double c);
 
   IlcManager getManager() const;
 
@@ -46,22 +58,38 @@ class IlcFloatExp {
 class IlcFloatVar : public IlcFloatExp {
  public:
   IlcFloatVar() = default;
-  IlcFloatVar(IlcFloatVarI* impl);
+  template <std::convertible_to<IlcFloatVarI*> Impl>
+  IlcFloatVar(Impl impl) : IlcFloatVar(impl, 0) {}
   // Bounds may be infinite; min > max makes the manager fail. The name is copied.
   IlcFloatVar(IlcManager m, double min, double max, const char* name = nullptr);
   IlcFloatVarI* getImpl() const;
 
   const char* getName() const;  // null if the variable has none
   double getPrecision() const;
+
+  // A sum is no variable: use an IlcFloatExp for it.
+  void operator+=(IlcFloatExp) = delete;
+  void operator-=(IlcFloatExp) = delete;
+
+ protected:
+  IlcFloatVar(IlcFloatVarI* impl, int);
 };
 
 // 1.0 * e is e, 0.0 * e and c * zero are the manager's zero.
 IlcFloatExp operator*(double c, IlcFloatExp e);
+IlcFloatExp operator*(IlcFloatExp e, double c);
+// (1 / c) * e. Reports "divide by zero".
+IlcFloatExp operator/(IlcFloatExp e, double c);
 // a + a is 2.0 * a; adding the manager's zero gives the other operand.
 IlcFloatExp operator+(IlcFloatExp a, IlcFloatExp b);
 // e + 0.0 is e.
 IlcFloatExp operator+(IlcFloatExp e, double c);
+IlcFloatExp operator+(double c, IlcFloatExp e);
+IlcFloatExp operator-(IlcFloatExp e);
+// a - a is the manager's zero, otherwise a + -b.
+IlcFloatExp operator-(IlcFloatExp a, IlcFloatExp b);
 IlcFloatExp operator-(IlcFloatExp e, double c);
+IlcFloatExp operator-(double c, IlcFloatExp e);
 
 // A variable prints as its name, or as "[min..max]" without one.
 std::ostream& operator<<(std::ostream& out, IlcFloatExp e);

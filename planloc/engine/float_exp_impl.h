@@ -8,11 +8,10 @@
 #include <vector>
 
 #include "planloc/engine/expression_table.h"
+#include "planloc/engine/float_exp.h"
 #include "planloc/engine/manager.h"
 
 namespace planloc {
-
-class IlcFloatVarI;
 
 // Walks a linear expression from left to right. A chain of sums is as long as a model is large, so
 // the walk keeps its own stack instead of recurring.
@@ -122,6 +121,9 @@ class IlcFloatVarI final : public IlcFloatExpI {
   const char* name_;
   IlcFloatExpI* definition_ = nullptr;
 };
+
+// The number c as an expression of the manager.
+IlcFloatExp ilc_number(IlcManagerI* manager, double c);
 
 // A copy of a text on the manager's heap; null stays null.
 const char* ilc_copy_text(IlcManagerI* manager, const char* text);

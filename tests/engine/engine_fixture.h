@@ -29,7 +29,6 @@ class EngineTest : public testing::Test {
     set_cplex_library(before_);
   }
 
-  IlcFloatExp constant(double c) { return 0.0 * IlcFloatVar(m, 0.0, 1.0) + c; }
   IlcFloatVar free_variable(const char* name = nullptr) {
     return IlcFloatVar(m, -IlcInfinity, IlcInfinity, name);
   }

@@ -3,6 +3,7 @@
 #include <functional>
 #include <sstream>
 #include <tuple>
+#include <type_traits>
 #include <utility>
 
 #include "engine_fixture.h"
@@ -20,8 +21,12 @@ TEST_F(ExpressionTest, ShortcutsMakeNoNode) {
   EXPECT_EQ(zero.getImpl(), (0.0 * y).getImpl());
   EXPECT_EQ(zero.getValue(), 0.0);
   const IlcHeap::Index index = m.getHeap()->getIndex();
-  for (const IlcFloatExp& same : {1.0 * x, zero + x, x + zero, x - 0.0, x + 0.0}) {
+  for (const IlcFloatExp& same :
+       {1.0 * x, zero + x, x + zero, x - 0.0, x + 0.0, x - zero, 0 + x, x - 0, x * 1, x / 1}) {
     EXPECT_EQ(same.getImpl(), x.getImpl());
+  }
+  for (const IlcFloatExp& none : {IlcFloatExp(0), IlcFloatExp(0.0), x - x, x * 0, 0 * x}) {
+    EXPECT_EQ(none.getImpl(), zero.getImpl());
   }
   EXPECT_EQ((3.0 * zero).getImpl(), zero.getImpl());
   EXPECT_EQ((-1.0 * zero).getImpl(), zero.getImpl());
@@ -120,6 +125,9 @@ TEST_F(ExpressionTest, ConstraintsPrintAsWritten) {
   std::ostringstream out;
   out << (x <= y) << '\n' << (x >= y) << '\n' << (2.0 * x + y == -1.0 * y - 1.5);
   EXPECT_EQ(out.str(), "x <= [0..1]\nx >= [0..1]\n(2 * x + [0..1]) == (- [0..1] + -1.5)");
+  out.str("");
+  out << (x >= 4) << '\n' << (0 <= x - y) << '\n' << (2.5 == x);
+  EXPECT_EQ(out.str(), "x >= 4\n0 <= (x + - [0..1])\n2.5 == x");
 }
 
 TEST_F(ExpressionTest, ValueOfAnUnboundVariableIsReported) {
@@ -127,6 +135,19 @@ TEST_F(ExpressionTest, ValueOfAnUnboundVariableIsReported) {
               "Solver Error : IlcFloatExpI::getValue : unbound constrained variable : x\n");
   EXPECT_EXIT(IlcFloatVar().getMin(), kAborted, "_impl != 0");
   EXPECT_EXIT(1.0 * IlcFloatExp(), kAborted, "_impl != 0");
+}
+
+TEST_F(ExpressionTest, NumbersAreNoHandles) {
+  static_assert(!std::is_convertible_v<int, IlcFloatVar> &&
+                !std::is_constructible_v<IlcFloatVar, int>);
+  static_assert(!std::is_constructible_v<IlcConstraint, int>);
+  IlcManager other(1);
+  const IlcFloatExp number = 4, x = free_variable();
+  EXPECT_EQ(number.getManager().getImpl(), other.getImpl()) << "the current one";
+  EXPECT_EQ(number.getValue(), 4);
+  EXPECT_EQ((x + 4).getManager().getImpl(), m.getImpl()) << "that of the other operand";
+  other.end();
+  EXPECT_EXIT(x / 0, kAborted, "Solver Error : divide by zero\n");
 }
 
 struct SquareI final : IlcFloatExpI {

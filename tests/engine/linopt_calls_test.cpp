@@ -38,7 +38,7 @@ TEST_F(LinOptCallsTest, RowsWaitForTheFirstSolveAndGoOutInOneCall) {
   third.setName("third");
   lp.add(x - 1.0 <= y);
   lp.add(z - 5.0 <= y);  // always satisfied
-  lp.add(x + 2.0 * y == constant(4));
+  lp.add(x + 2.0 * y == 4);
   lp.add(third);
   EXPECT_EQ(library.take(), Calls{});
   EXPECT_EQ(lp.dualOpt(), 1);
@@ -53,11 +53,11 @@ TEST_F(LinOptCallsTest, RowsWaitForTheFirstSolveAndGoOutInOneCall) {
 TEST_F(LinOptCallsTest, RowsOfALiveOptimiserGoOutOneByOne) {
   IlcFloatVar x = at_least_zero(), y = at_least_zero();
   lp.setObjMin(x + y);
-  lp.add(x + y >= constant(1));
+  lp.add(x + y >= 1);
   lp.dualOpt();
   lp.getCurrentValue(x);
   library.take();
-  IlcConstraint named = x + 3.0 * y >= constant(3), last = 2.0 * x + y >= constant(4);
+  IlcConstraint named = x + 3.0 * y >= 3, last = 2.0 * x + y >= 4;
   named.setName("r");
   lp.add(named);
   lp.add(last);
@@ -77,12 +77,40 @@ TEST_F(LinOptCallsTest, RowsOfALiveOptimiserGoOutOneByOne) {
   EXPECT_EQ(changes(), (Calls{"dualopt", "getx 0 1", "delrows 1 1", "primopt", "getobjval"}));
 }
 
+TEST_F(LinOptCallsTest, RowsOfExpressionsAsPeopleWriteThem) {
+  const IlcFloatVar x = free_variable(), y = free_variable();
+  IlcFloatExp sum = 0;
+  sum += 2 * x;
+  sum -= y;
+  sum += 1;
+  sum -= 4.5;
+  lp.setObjMin(x + y);
+  const std::pair<IlcConstraint, const char*> cases[] = {
+      {x + y >= 4.0, "1 x0 1 x1 G 4"},
+      {x + y >= 0, "1 x0 1 x1 G 0"},
+      {x + y == 0, "1 x0 1 x1 E 0"},
+      {0 <= x + y, "-1 x0 -1 x1 L 0"},
+      {5 >= x + y, "-1 x0 -1 x1 G -5"},
+      {3 == x - y, "-1 x0 1 x1 E -3"},
+      {x / 2 - 3 * (y - 1) <= 0, "0.5 x0 -3 x1 L -3"},
+      {-x + 2 <= y * 4, "-1 x0 -4 x1 L -2"},
+      {1 - x - (2 - y) <= 7, "-1 x0 1 x1 L 8"},
+      {sum <= 0, "2 x0 -1 x1 L 3.5"},
+  };
+  for (const auto& [ct, row] : cases) lp.add(ct);
+  changes();
+  lp.getNumberOfRows();
+  std::string rows = "addrows";
+  for (const auto& [ct, row] : cases) rows.append(rows == "addrows" ? " " : "; ").append(row);
+  EXPECT_EQ(changes()[0], rows);
+}
+
 TEST_F(LinOptCallsTest, ConstraintsOfOneVariableNarrowItsColumn) {
   IlcFloatVar x(m, 0, 10), y(m, 0, 10), later(m, 0, 10), fixed(m, 2, 2);
   lp.setObjMin(x + y);
-  lp.add(2.0 * x >= constant(3));
-  lp.add(y + fixed <= constant(8));
-  lp.add(later <= constant(7));
+  lp.add(2.0 * x >= 3);
+  lp.add(y + fixed <= 8);
+  lp.add(later <= 7);
   lp.add(later + x >= y);
   changes();
   EXPECT_EQ(lp.getNumberOfRows(), 1);  // flushes
@@ -91,7 +119,7 @@ TEST_F(LinOptCallsTest, ConstraintsOfOneVariableNarrowItsColumn) {
   EXPECT_EQ(lp.dualOpt(), 1);
   EXPECT_EQ(changes(), (Calls{"dualopt"}));
   EXPECT_EQ(lp.getCurrentValue(x), 1.5);
-  lp.add(y >= constant(2));  // of a live optimiser, before the next solve
+  lp.add(y >= 2);  // of a live optimiser, before the next solve
   EXPECT_EQ(changes(), (Calls{"getx 0 2"}));
   EXPECT_EQ(lp.dualOpt(), 1);
   EXPECT_EQ(changes(), (Calls{"tightenbds L x1 2", "dualopt"}));
@@ -105,7 +133,7 @@ TEST_F(LinOptCallsTest, BoundsAndRightHandSidesAreClamped) {
   IlcFloatVar beyond(m, 1e21, IlcInfinity);
   lp.setObjMin(x + y + z + beyond);
   EXPECT_EQ(changes()[2], "newcols [-1e+20,1e+20] [-1e+20,1e+20] [-1e+20,1e+20] [1e+21,1e+20]");
-  for (const double rhs : {1e21, 1e20, 9e19, -1e21, -1e20}) lp.add(x + y <= constant(rhs));
+  for (const double rhs : {1e21, 1e20, 9e19, -1e21, -1e20}) lp.add(x + y <= rhs);
   lp.getNumberOfRows();
   EXPECT_EQ(changes()[1],
             "addrows 1 x0 1 x1 L 1e+20; 1 x0 1 x1 L 1e+20; 1 x0 1 x1 L 9e+19; "
@@ -118,9 +146,9 @@ TEST_F(LinOptCallsTest, ColumnsOfOneVariableAreMerged) {
   lp.setObjMin(a + 2.0 * b + (3.0 * a + c));
   EXPECT_EQ(changes()[1], "chgobj 4 x0 2 x1 1 x2");
   // a b c a d b: the last entry moves into the place of the second a, and again of b.
-  lp.add((a + 2.0 * b) + (3.0 * c + 4.0 * a) + (5.0 * d + 6.0 * b) <= constant(7));
+  lp.add((a + 2.0 * b) + (3.0 * c + 4.0 * a) + (5.0 * d + 6.0 * b) <= 7);
   lp.add(a <= a);
-  lp.add((a + (2.0 * a + 4.0 * a)) + b <= constant(1));
+  lp.add((a + (2.0 * a + 4.0 * a)) + b <= 1);
   lp.getNumberOfRows();
   EXPECT_EQ(changes()[1], "addrows 5 x0 8 x1 3 x2 5 x3 L 7; 0 x0 L 0; 7 x0 1 x1 L 1");
 }

@@ -76,14 +76,14 @@ TEST_F(LinOptTest, ConstraintsThatMakeNoRow) {
       {x <= y + 4.0, 0, "always satisfied"},
       {x <= y, 1, "a row"},
       {low <= high, 0, "satisfied at one point only"},
-      {x + zero <= constant(3), 0, "one term beside a zero"},
+      {x + zero <= 3, 0, "one term beside a zero"},
       {fixed + x <= y, 1, "a fixed variable beside two terms"},
       {1e-200 * (1e-200 * free_variable()) + x <= y, 1, "a coefficient that vanishes"},
-      {1e-200 * (1e-200 * y) + at_least_zero() <= constant(3), 0, "and leaves one term"},
-      {constant(1) <= fixed, 0, "no term"},
-      {x + y >= constant(1), 1, "greater or equal"},
+      {1e-200 * (1e-200 * y) + at_least_zero() <= 3, 0, "and leaves one term"},
+      {1 <= fixed, 0, "no term"},
+      {x + y >= 1, 1, "greater or equal"},
       {x == y, 1, "equal"},
-      {fixed + y == constant(5), 0, "equation of one term"}};
+      {fixed + y == 5, 0, "equation of one term"}};
   int rows = 0;
   for (const auto& [ct, rows_made, what] : cases) {
     lp.add(ct);
@@ -96,7 +96,7 @@ TEST_F(LinOptTest, ConstraintsThatMakeNoRow) {
   EXPECT_EQ(x.getMax(), 3);
   EXPECT_EQ(y.getMin(), 3);
   EXPECT_EQ(y.getMax(), 3);
-  EXPECT_EQ(report_of([&] { lp.add(x >= constant(20)); }).text,
+  EXPECT_EQ(report_of([&] { lp.add(x >= 20); }).text,
             "fail not in a Solve (try enclosing in IlcSolve)");
 }
 
@@ -133,13 +133,13 @@ TEST_F(LinOptTest, ValuesAreClampedToTheVariable) {
 
 TEST_F(EngineTest, PendingConstraintsCanBeRemoved) {
   IlcFloatVar x = at_least_zero(), y = at_least_zero();
-  const IlcConstraint rows[] = {x + y <= constant(4), x + y <= constant(2), x + y <= constant(3)};
+  const IlcConstraint rows[] = {x + y <= 4, x + y <= 2, x + y <= 3};
   for (int removed = 0; removed < 3; ++removed) {
     IlcLinOpt lp(m, 0);
     lp.setObjMax(x + y);
     for (const IlcConstraint& row : rows) lp.add(row);
     lp.remove(rows[removed]);
-    lp.add(x + 2.0 * y <= constant(100));
+    lp.add(x + 2.0 * y <= 100);
     EXPECT_EQ(lp.dualOpt(), 1);
     EXPECT_EQ(lp.getObjValue(), removed == 1 ? 3 : 2);
     EXPECT_EQ(lp.getNumberOfRows(), 3);
@@ -150,8 +150,8 @@ TEST_F(EngineTest, PendingConstraintsCanBeRemoved) {
 TEST_F(LinOptTest, DualValuesSlacksAndReducedCosts) {
   IlcFloatVar x = at_least_zero(), y = at_least_zero(), z = at_least_zero();
   // max 3x + 2y - z: x = 2, y = 3, z = 0, as in a textbook tableau.
-  const IlcConstraint first = x + y <= constant(5), second = 2.0 * x + y <= constant(7),
-                      slack = x - 1.0 <= y + z, dropped = x >= constant(-1);
+  const IlcConstraint first = x + y <= 5, second = 2.0 * x + y <= 7, slack = x - 1.0 <= y + z,
+                      dropped = x >= -1;
   lp.setObjMax(3.0 * x + 2.0 * y + -1.0 * z);
   for (const IlcConstraint& ct : {first, second, slack, dropped}) lp.add(ct);
   ASSERT_EQ(lp.dualOpt(), 1);
