@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "planloc/foundation/geometry/point.h"
+#include "planloc/foundation/geometry/xy.h"
 
 namespace planloc::detail {
 
@@ -19,9 +20,16 @@ inline bool finite(const point& p) {
 // 2. If a coordinate is infinite or not a number, the result is that of `orientation`.
 int exact_orientation(const point& a, const point& b, const point& c);
 
+// The same on bare coordinates. REQUIRES: finite coordinates.
+int exact_orientation(const xy& a, const xy& b, const xy& c);
+
+// The sign of the exact cross product (b - a) x (d - c). REQUIRES: finite coordinates.
+int exact_turn(const xy& a, const xy& b, const xy& c, const xy& d);
+
 // The common point of the segments ab and cd, each coordinate rounded once to the nearest double.
 // REQUIRES: finite coordinates; the segments are not parallel and do meet.
 point exact_crossing(const point& a, const point& b, const point& c, const point& d);
+xy exact_crossing(const xy& a, const xy& b, const xy& c, const xy& d);
 
 }  // namespace planloc::detail
 

@@ -117,4 +117,11 @@ std::optional<int> orientation_fixed(const xy& a, const xy& b, const xy& c) {
   return cross(p[1] - p[0], p[2] - p[0]).sign();
 }
 
+std::optional<int> turn_fixed(const xy& a, const xy& b, const xy& c, const xy& d) {
+  std::array<vec, 4> p;
+  int exponent;
+  if (!to_grid<4>({a, b, c, d}, p, exponent)) return std::nullopt;
+  return cross(p[1] - p[0], p[3] - p[2]).sign();
+}
+
 }  // namespace planloc::detail

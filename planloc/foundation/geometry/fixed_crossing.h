@@ -40,6 +40,9 @@ meeting meet_fixed(const xy& a, const xy& b, const xy& c, const xy& d, fixed_poi
 // The sign of (b - a) x (c - a), if the coordinates are close enough. REQUIRES: finite coordinates.
 std::optional<int> orientation_fixed(const xy& a, const xy& b, const xy& c);
 
+// The sign of (b - a) x (d - c), likewise.
+std::optional<int> turn_fixed(const xy& a, const xy& b, const xy& c, const xy& d);
+
 }  // namespace planloc::detail
 
 #endif  // PLANLOC_FOUNDATION_GEOMETRY_FIXED_CROSSING_H_

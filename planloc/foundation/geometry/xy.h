@@ -1,4 +1,4 @@
-// A bare pair of coordinates for inner loops; point.h is the type for users.
+// Bare coordinates and pairs of them for inner loops; point.h and segment.h are for users.
 #ifndef PLANLOC_FOUNDATION_GEOMETRY_XY_H_
 #define PLANLOC_FOUNDATION_GEOMETRY_XY_H_
 
@@ -10,6 +10,14 @@ struct xy {
 
   friend bool operator==(const xy&, const xy&) = default;
 };
+
+struct xy_segment {
+  xy a;
+  xy b;
+};
+
+// x before y.
+inline bool lexicographic(const xy& p, const xy& q) { return p.x != q.x ? p.x < q.x : p.y < q.y; }
 
 }  // namespace planloc::detail
 
