@@ -1,5 +1,6 @@
 #include "planloc/engine/constraint.h"
 
+#include <algorithm>
 #include <ostream>
 
 #include "planloc/engine/float_exp_impl.h"
@@ -8,6 +9,20 @@
 
 namespace planloc {
 namespace {
+
+struct Sides {
+  IlcVariableRange::Range left;
+  IlcVariableRange::Range right;
+  bool repeated;
+};
+
+Sides sidesOf(IlcFloatExpI* left, IlcFloatExpI* right) {
+  IlcVariableRange& range = left->getManager()->variableRange();
+  range.start();
+  const auto left_range = range.of(left);
+  const auto right_range = range.of(right);
+  return {left_range, right_range, range.repeated()};
+}
 
 // left <= right. With the flag set it was written right >= left, and keeps that form as a row.
 class LessOrEqualI final : public IlcConstraintI {
@@ -20,8 +35,14 @@ class LessOrEqualI final : public IlcConstraintI {
     left_->setRange(-IlcInfinity, right_->getMax());
     right_->setRange(left_->getMin(), IlcInfinity);
   }
-  bool isAlreadySatisfied() override { return left_->getMax() <= right_->getMin(); }
-  bool hasAUniqueSolution() override { return left_->getMin() == right_->getMax(); }
+  bool isAlreadySatisfied() override {
+    const Sides sides = sidesOf(left_, right_);
+    return sides.left.max <= sides.right.min;
+  }
+  bool hasAUniqueSolution() override {
+    const Sides sides = sidesOf(left_, right_);
+    return !sides.repeated && sides.left.min == sides.right.max;
+  }
   void linParse(IlcLinearVisitor& visitor) override {
     visitor.walk(flag_ ? right_ : left_, 1.0);
     visitor.walk(flag_ ? left_ : right_, -1.0);
@@ -29,9 +50,9 @@ class LessOrEqualI final : public IlcConstraintI {
   void linPost(IlcLinearSolverI& solver, IlcFloatArray coefficients, IlcFloatVarArray vars,
                double rhs) override {
     if (flag_) {
-      solver.greaterOrEqual(coefficients, vars, rhs);
+      solver.greaterOrEqual(coefficients, vars, rhs - knownExcess());
     } else {
-      solver.lessOrEqual(coefficients, vars, rhs);
+      solver.lessOrEqual(coefficients, vars, rhs + knownExcess());
     }
   }
   void display(std::ostream& out) const override {
@@ -43,6 +64,11 @@ class LessOrEqualI final : public IlcConstraintI {
   }
 
  private:
+  // The manager can know ranges of both sides by which the constraint holds, from another
+  // constraint of the same expression. The program does not know them, so its row takes the limit
+  // of left - right that they give; 0 otherwise.
+  double knownExcess() { return std::min(0.0, left_->getMax() - right_->getMin()); }
+
   bool flag_;
   IlcFloatExpI* left_;
   IlcFloatExpI* right_;
@@ -59,11 +85,13 @@ class EqualI final : public IlcConstraintI {
     right_->setRange(left_->getMin(), left_->getMax());
   }
   bool isAlreadySatisfied() override {
-    return left_ == right_ ||
-           (left_->getMax() == right_->getMin() && left_->getMin() == right_->getMax());
+    if (left_ == right_) return true;
+    const auto [left, right, repeated] = sidesOf(left_, right_);
+    return left.max == right.min && left.min == right.max;
   }
   bool hasAUniqueSolution() override {
-    return left_->getMin() == right_->getMax() || left_->getMax() == right_->getMin();
+    const auto [left, right, repeated] = sidesOf(left_, right_);
+    return !repeated && (left.min == right.max || left.max == right.min);
   }
   void linParse(IlcLinearVisitor& visitor) override {
     visitor.walk(left_, 1.0);

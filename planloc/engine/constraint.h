@@ -27,8 +27,8 @@ class IlcConstraintI {
   virtual void propagate() = 0;  // narrows again after a change of bounds
 
   // What a kind without a rule of its own reports: "<member> not implemented".
-  virtual bool isAlreadySatisfied();  // by every value that the bounds allow
-  virtual bool hasAUniqueSolution();  // the bounds allow exactly one
+  virtual bool isAlreadySatisfied();  // by every value that the variables' bounds allow
+  virtual bool hasAUniqueSolution();  // the variables' bounds allow exactly one
   // Hands the terms of a row "terms + constant (<=, >=, =) 0" to the visitor.
   virtual void linParse(IlcLinearVisitor& visitor);
   // Makes the row of the constraint's sense from the parsed terms.

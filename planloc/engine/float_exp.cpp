@@ -143,6 +143,33 @@ void IlcLinearVisitor::walk(IlcFloatExpI* exp, double coefficient) {
   }
 }
 
+// ----- IlcVariableRange -----
+
+void IlcVariableRange::start() {
+  ++mark_;
+  repeated_ = false;
+}
+
+IlcVariableRange::Range IlcVariableRange::of(IlcFloatExpI* exp) {
+  range_ = {0.0, 0.0};
+  walk(exp, 1.0);
+  return range_;
+}
+
+void IlcVariableRange::addTerm(double coefficient, IlcFloatVarI* var) {
+  if (coefficient == 0.0) return;
+  const double at_min = coefficient * var->getMin();
+  const double at_max = coefficient * var->getMax();
+  range_.min += std::min(at_min, at_max);
+  range_.max += std::max(at_min, at_max);
+  if (at_min != at_max && !var->setMark(mark_)) repeated_ = true;
+}
+
+void IlcVariableRange::addConstant(double constant) {
+  range_.min += constant;
+  range_.max += constant;
+}
+
 // ----- IlcFloatExpI -----
 
 double IlcFloatExpI::getValue() {
@@ -214,8 +241,6 @@ bool IlcFloatExpI::setOwnRange(double min, double max) {
     return false;
   }
   if (min <= min_ && max >= max_) return false;
-  manager_->saveValue(&min_);
-  manager_->saveValue(&max_);
   min_ = std::max(min, min_);
   max_ = std::min(max, max_);
   return true;

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <iosfwd>
 #include <limits>
+#include <utility>
 #include <vector>
 
 #include "planloc/engine/expression_table.h"
@@ -38,6 +39,31 @@ class IlcLinearVisitor {
     double coefficient;
   };
   std::vector<Open> open_;
+};
+
+// What the bounds of variables alone say of linear expressions, without ranges that were set on the
+// expressions: a linear program knows the bounds of its columns and nothing else.
+class IlcVariableRange final : public IlcLinearVisitor {
+ public:
+  struct Range {
+    double min;
+    double max;
+  };
+
+  // Begins a group of expressions, in which a repeated variable is looked for.
+  void start();
+  // Both ends are attained where no variable is repeated.
+  Range of(IlcFloatExpI* exp);
+  // Whether a variable that is not fixed occurred twice since the start.
+  bool repeated() const { return repeated_; }
+
+  void addTerm(double coefficient, IlcFloatVarI* var) override;
+  void addConstant(double constant) override;
+
+ private:
+  Range range_{0.0, 0.0};
+  std::uint32_t mark_ = 0;
+  bool repeated_ = false;
 };
 
 // A bound to pass on to an operand.
@@ -112,6 +138,8 @@ class IlcFloatVarI final : public IlcFloatExpI {
   // The expression that the variable stands for, null for a free one.
   IlcFloatExpI* getDefinition() const { return definition_; }
   void setDefinition(IlcFloatExpI* definition) { definition_ = definition; }
+  // Whether this is the first call with `mark` since the last with another one.
+  bool setMark(std::uint32_t mark) { return std::exchange(mark_, mark) != mark; }
 
   void linParse(IlcLinearVisitor& visitor, double coefficient) override;
   void display(std::ostream& out) const override;
@@ -120,6 +148,7 @@ class IlcFloatVarI final : public IlcFloatExpI {
   double precision_;
   const char* name_;
   IlcFloatExpI* definition_ = nullptr;
+  std::uint32_t mark_ = 0;
 };
 
 // The number c as an expression of the manager.

@@ -198,8 +198,6 @@ IlcFloatVar IlcLinOptI::setObjMaxTerms(IlcFloatArray coefficients, IlcFloatVarAr
 IlcFloatVar IlcLinOptI::setObj(IlcFloatExp exp, int level, int sense) {
   if (level >= 2) return toVariable(exp.getImpl());
   IlcManagerI* const manager = getManager();
-  manager->saveValue(&objective_given_);
-  manager->saveValue(reinterpret_cast<void**>(&objective_));
   objective_given_ = 1;
   objective_ = exp.getImpl();
 
@@ -315,14 +313,12 @@ void IlcLinOptI::changeBounds(const char* member, IlcFloatVarI* var, double lb, 
 void IlcLinOptI::flush() {
   IlcManagerI* const manager = getManager();
   synchroniseBounds();
-  manager->saveValue(&deferred_);
   deferred_ = 0;
   active_ = 0;
   for (Pending* record = takePending(); record; record = record->next) {
     add(record->ct, record->level);
   }
   cplex_->postToCplex();
-  manager->saveValue(&posted_);
   posted_ = 1;
   // A constraint of a single variable narrows bounds of columns that are older than it.
   if (synchronised_epoch_ != manager->boundsEpoch()) synchroniseBounds();
@@ -338,14 +334,22 @@ void IlcLinOptI::prepareSolve() {
   if (cplex_->getProblemType() == CPXPROB_MIP) cplex_->setProblemType(CPXPROB_RELAXED);
 }
 
+// Without edit mode a program that has no solution, or whose solve was given up, is a failure.
+int IlcLinOptI::judged(int status) const {
+  const bool answered = status == CPX_STAT_OPTIMAL || status == CPX_STAT_OPTIMAL_INFEAS ||
+                        status == CPX_STAT_UNBOUNDED;
+  if (!answered && !getManager()->isInEditMode()) getManager()->fail(nullptr);
+  return status;
+}
+
 int IlcLinOptI::dualOpt() {
   prepareSolve();
-  return cplex_->dualOpt();
+  return judged(cplex_->dualOpt());
 }
 
 int IlcLinOptI::primalOpt() {
   prepareSolve();
-  return cplex_->primalOpt();
+  return judged(cplex_->primalOpt());
 }
 
 // ----- Solution -----

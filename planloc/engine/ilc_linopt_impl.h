@@ -90,6 +90,7 @@ class IlcLinOptI final : public IlcLinearSolverI {
   IlcFloatVar toVariable(IlcFloatExpI* exp);
   void allowMipAgain();
   void prepareSolve();
+  int judged(int status) const;
   void synchroniseBounds();
   void changeBounds(const char* member, IlcFloatVarI* var, double lb, double ub, int sides);
   void report(const char* text) const;

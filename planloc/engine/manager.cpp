@@ -9,7 +9,6 @@
 #include <string>
 
 #include "planloc/engine/constraint.h"
-#include "planloc/engine/float_exp_impl.h"
 #include "planloc/engine/linear_solver.h"
 #include "planloc/engine/manager_impl.h"
 
@@ -149,13 +148,7 @@ int IlcManager::isAdded(IlcConstraint ct) const {
 
 void IlcManager::remove(IlcConstraint ct) { checked("IlcManager::remove")->remove(ct.getImpl()); }
 
-void IlcManager::saveValue(int* address) { checked("IlcManager::saveValue")->saveValue(address); }
-
-void IlcManager::saveValue(void** address) { checked("IlcManager::saveValue")->saveValue(address); }
-
-void IlcManager::saveValue(double* address) {
-  checked("IlcManager::saveValue")->saveValue(address);
-}
+void IlcManager::saveValue(void*) { checked("IlcManager::saveValue"); }
 
 void IlcManager::fail(const char* label) { checked("IlcManager::fail")->fail(label); }
 

@@ -66,10 +66,8 @@ class IlcManager {
   int isAdded(IlcConstraint ct) const;
   void remove(IlcConstraint ct);  // the narrowed bounds stay
 
-  // Record the old value of a word for backtracking.
-  void saveValue(int* address);
-  void saveValue(void** address);
-  void saveValue(double* address);
+  // For a search that takes changes back. None runs here, so nothing is kept.
+  void saveValue(void* address);
 
   // Counts the failure and calls the hook. No search runs here, so it then reports "fail not in a
   // Solve (try enclosing in IlcSolve)", with " : Label " and the label if one is given, or throws

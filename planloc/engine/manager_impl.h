@@ -4,32 +4,18 @@
 
 #include <cstdint>
 #include <unordered_set>
-#include <vector>
 
 #include "planloc/engine/expression_table.h"
+#include "planloc/engine/float_exp_impl.h"
 #include "planloc/engine/manager.h"
 
 namespace planloc {
 
 class IlcConstraintI;
-class IlcFloatVarI;
 class IlcLinearSolverI;
 
 class IlcManagerI {
  public:
-  // A word as it was before a reversible change.
-  struct SavedWord {
-    void* address;
-    union {
-      int number;
-      void* pointer;
-      double real;
-    };
-    static SavedWord of(int* word) { return {.address = word, .number = *word}; }
-    static SavedWord of(void** word) { return {.address = word, .pointer = *word}; }
-    static SavedWord of(double* word) { return {.address = word, .real = *word}; }
-  };
-
   explicit IlcManagerI(int mode);
   IlcManagerI(const IlcManagerI&) = delete;
   IlcManagerI& operator=(const IlcManagerI&) = delete;
@@ -51,12 +37,6 @@ class IlcManagerI {
   void remove(IlcConstraintI* ct) { constraints_.erase(ct); }
   std::size_t getNumberOfConstraints() const { return constraints_.size(); }
 
-  template <typename Word>
-  void saveValue(Word* address) {
-    trail_.push_back(SavedWord::of(address));
-  }
-  const std::vector<SavedWord>& trail() const { return trail_; }
-
   void fail(const char* label);
   int getNumberOfFails() const { return fails_; }
   void setFailHook(IlcManager::FailHook hook) { fail_hook_ = hook; }
@@ -65,6 +45,7 @@ class IlcManagerI {
   // The constant zero: a variable on the global heap, made on first use.
   IlcFloatVarI* getZero();
   IlcExpressionTable& expressions() { return expressions_; }
+  IlcVariableRange& variableRange() { return variable_range_; }
 
   // Moves with every change of a bound; a bound read at the same epoch is still right.
   std::uint32_t boundsEpoch() const { return bounds_epoch_; }
@@ -85,8 +66,8 @@ class IlcManagerI {
   int mode_;
   IlcFloatVarI* zero_ = nullptr;
   IlcExpressionTable expressions_;
+  IlcVariableRange variable_range_;
   int stamp_ = 0;
-  std::vector<SavedWord> trail_;
   std::unordered_set<IlcConstraintI*> constraints_;
   std::unordered_set<IlcLinearSolverI*> solvers_;
   std::uint32_t bounds_epoch_ = 1;

@@ -69,6 +69,84 @@ TEST_F(LinOptTest, LevelsChooseBetweenProgramAndManager) {
   EXPECT_EQ(lp.getNumberOfRows(), 1);
 }
 
+// What the manager has narrowed an expression to is no knowledge of the program.
+TEST_F(EngineTest, ConstraintsThatTheManagerKnowsRestrictTheProgram) {
+  IlcFloatVar k(m, 16, 16);
+  const struct {
+    const char* what;
+    std::function<void(IlcLinOpt&, IlcFloatVar, IlcFloatVar)> add;
+    double value;
+  } cases[] = {
+      {"the same constraint", [&](auto& lp, auto x, auto y) { lp.add(2 * x + y <= k, 1); }, 13},
+      {"one of the same expression",
+       [&](auto& lp, auto x, auto y) {
+         m.add(x + y <= 5);
+         lp.add(x + y <= 7);
+       },
+       5},
+      {"one that leaves a single value, of many solutions",
+       [&](auto& lp, auto x, auto y) {
+         m.add(x + y >= 5);
+         lp.add(5 >= x + y);
+       },
+       5},
+      {"an equation",
+       [&](auto& lp, auto x, auto y) {
+         lp.add(x + y == 4, 1);
+         lp.add(2 * x >= y, 2);
+       },
+       4},
+  };
+  for (const auto& c : cases) {
+    IlcLinOpt lp(m, 0);
+    IlcFloatVar x(m, 0, 10), y(m, 0, 10);
+    lp.setObjMax(x + y);
+    c.add(lp, x, y);
+    EXPECT_EQ(lp.dualOpt(), 1) << c.what;
+    EXPECT_EQ(lp.getObjValue(), c.value) << c.what;
+    EXPECT_EQ(lp.getNumberOfRows(), 1) << c.what;
+    lp.end();
+  }
+}
+
+TEST_F(LinOptTest, RepeatedVariablesHaveNoSingleSolution) {
+  IlcFloatVar x(m, 0, 5), y(m, 0, 5), z(m, 0, 5);
+  lp.setObjMax(z);
+  lp.add(2 * x - (x + z) <= -5);  // x - z, which is -5 at one point only: but the row says it
+  lp.add(z - x >= 0);
+  EXPECT_EQ(lp.dualOpt(), 1);
+  EXPECT_EQ(lp.getCurrentValue(x), 0);
+  EXPECT_EQ(lp.getObjValue(), 5);
+  lp.add(x + -1.0 * x + y <= -5);
+  EXPECT_EQ(lp.dualOpt(), 2);
+}
+
+TEST_F(EngineTest, InfeasibleOrAbortedSolvesFailWithoutEditMode) {
+  const struct {
+    double limit;  // of z - x, with both in [0, 1]
+    int iterations;
+    int status;
+  } cases[] = {{0.5, 100, 1}, {3, 100, 2}, {0.5, 0, 10}};
+  for (const int mode : {IlcEdit, IlcNoEdit}) {
+    for (const auto& c : cases) {
+      IlcManager other(mode);
+      IlcLinOpt lp(other, 0);
+      IlcFloatVar x(other, 0, 1), y(other, 0, 1), z(other, 0, 1);
+      lp.setParam(CPX_PARAM_ITLIM, c.iterations);
+      lp.setParam(CPX_PARAM_PREIND, 0);
+      lp.setObjMin(x + y + z);
+      lp.add(z + y - x >= c.limit);
+      lp.add(z + x - y >= c.limit);
+      const Report report = report_of([&] { EXPECT_EQ(lp.primalOpt(), c.status); });
+      const bool fails = mode == IlcNoEdit && c.status != 1;
+      EXPECT_EQ(report.text,
+                fails ? "fail not in a Solve (try enclosing in IlcSolve)" : "no report");
+      EXPECT_EQ(other.getNumberOfFails(), fails);
+      other.end();
+    }
+  }
+}
+
 TEST_F(LinOptTest, ConstraintsThatMakeNoRow) {
   IlcFloatVar x(m, 0, 4), y(m, 0, 6), zero(m, 0, 0), fixed(m, 2, 2);
   IlcFloatVar low(m, 1, 9), high(m, 0, 1);
