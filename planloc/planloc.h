@@ -5,6 +5,7 @@
 //   facilities/gauged_sites.h the same with polyhedral gauges
 //   model/                    locations, gauges, their files, failures
 //   engine/engine.h           linear programs from expressions
+//   optimum/                  the best place with a proof: minimise, verify
 //   foundation/               containers, numbers, geometry, the drawing window
 #ifndef PLANLOC_PLANLOC_H_
 #define PLANLOC_PLANLOC_H_
@@ -42,5 +43,9 @@
 #include "planloc/model/mixgauge.h"
 #include "planloc/model/polygauge.h"
 #include "planloc/model/reporter.h"
+#include "planloc/optimum/minimise.h"
+#include "planloc/optimum/problem.h"
+#include "planloc/optimum/solution.h"
+#include "planloc/optimum/verify.h"
 
 #endif  // PLANLOC_PLANLOC_H_

@@ -1,0 +1,63 @@
+// The model of the cutting-plane method in the plane (Kelley 1960): the largest of affine functions
+// that lie below f, minimised over a square. Three variables, so a basis of three rows; a new cut
+// is about one pivot of the dual simplex method. Internal.
+#ifndef PLANLOC_OPTIMUM_CUT_MODEL_H_
+#define PLANLOC_OPTIMUM_CUT_MODEL_H_
+
+#include <array>
+#include <cstddef>
+#include <vector>
+
+#include "planloc/optimum/evaluate.h"
+
+namespace planloc::detail {
+
+class cut_model {
+ public:
+  // The square is |x - centre| <= half_width in both coordinates.
+  cut_model(const evaluation& first, const xy& centre, double half_width);
+
+  void add(const evaluation& e);
+  void widen(double factor);
+
+  // Pivots until no row is violated. `bound` is that of the model over the square.
+  void solve();
+  const xy& minimiser() const { return at_; }
+  double bound() const { return bound_; }
+
+  // Whether a side of the square holds the minimiser back.
+  bool at_border() const;
+
+  // The places of the cuts that the minimiser rests on, with their multipliers.
+  struct support {
+    xy place;
+    double multiplier;
+  };
+  std::vector<support> supports() const;
+
+ private:
+  // normal . (x, y, t) >= right side; the sides of the square have normal[2] == 0.
+  struct row {
+    std::array<double, 3> normal;
+    double right;
+    xy place;
+  };
+
+  void locate();
+  bool pivot(std::size_t entering);
+  double slack(const row& r) const;
+
+  xy centre_;
+  double half_width_;
+  double scale_;           // of the values
+  std::vector<row> rows_;  // the four sides first
+  std::array<std::size_t, 3> basis_{};
+  std::array<double, 3> multiplier_{};
+  std::array<std::array<double, 3>, 3> inverse_{};  // columns belong to the basis
+  xy at_{0, 0};
+  double bound_ = 0;
+};
+
+}  // namespace planloc::detail
+
+#endif  // PLANLOC_OPTIMUM_CUT_MODEL_H_

@@ -1,0 +1,309 @@
+#include "planloc/optimum/evaluate.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <numeric>
+
+namespace planloc::detail {
+
+namespace {
+
+// Below this many edges, and from this many sites a gauge on, the largest of all edges' values is
+// faster than a search: it has no branches, and the sites of a block go side by side.
+constexpr std::uint32_t kEdgesToScan = 24;
+constexpr std::uint32_t kSitesToScan = 4;
+constexpr std::size_t kChunk = 64;
+// Above this many jumps of the order weights the distances are sorted.
+constexpr std::size_t kJumpsToSplit = 12;
+
+bool upper_half(const xy& v) { return v.y > 0 || (v.y == 0 && v.x > 0); }
+
+double dot(const xy& a, const xy& b) { return a.x * b.x + a.y * b.y; }
+
+double norm_lp(const xy& u, double p) {
+  const double large = std::max(std::fabs(u.x), std::fabs(u.y));
+  if (large == 0) return 0;
+  return large * std::pow(1 + std::pow(std::min(std::fabs(u.x), std::fabs(u.y)) / large, p), 1 / p);
+}
+
+// The gradient of the lp norm; 0 at the origin.
+xy slope_lp(const xy& u, double p, double norm) {
+  if (norm == 0) return {0, 0};
+  return {std::copysign(std::pow(std::fabs(u.x) / norm, p - 1), u.x),
+          std::copysign(std::pow(std::fabs(u.y) / norm, p - 1), u.y)};
+}
+
+// Within 2 units in the last place, however thin the cone (Kahan).
+double cross_product(const xy& a, const xy& b) {
+  const double q = a.y * b.x;
+  const double lost = std::fma(-a.y, b.x, q);
+  return std::fma(a.x, b.y, -q) + lost;
+}
+
+// Sums chunks of terms one by one and the chunks with their rounding errors (Neumaier 1974).
+class chunked_sum {
+ public:
+  void add(double chunk) {
+    const double next = total_ + chunk;
+    lost_ +=
+        std::fabs(total_) >= std::fabs(chunk) ? (total_ - next) + chunk : (chunk - next) + total_;
+    total_ = next;
+  }
+  double value() const { return total_ + lost_; }
+
+ private:
+  double total_ = 0;
+  double lost_ = 0;
+};
+
+}  // namespace
+
+// ----- Table -----
+
+distance_table::distance_table(const problem& p) {
+  const std::span<const planloc::site> sites = p.sites();
+  const std::size_t n = sites.size();
+  site.resize(n);
+  std::iota(site.begin(), site.end(), 0U);
+  std::stable_sort(site.begin(), site.end(), [&](std::uint32_t a, std::uint32_t b) {
+    return sites[a].gauge < sites[b].gauge;
+  });
+  x.resize(n);
+  y.resize(n);
+  weight.resize(n);
+  block_of.resize(n);
+  for (std::uint32_t slot = 0; slot < n; ++slot) {
+    const planloc::site& s = sites[site[slot]];
+    x[slot] = s.x;
+    y[slot] = s.y;
+    weight[slot] = s.weight;
+    if (slot == 0 || s.gauge != sites[site[slot - 1]].gauge) {
+      const gauge& g = p.gauges()[s.gauge];
+      const std::span<const xy> v = g.vertices();
+      if (!blocks.empty()) blocks.back().end = slot;
+      blocks.push_back({g.kind(), g.p(), slot, slot, static_cast<std::uint32_t>(edges.size()),
+                        static_cast<std::uint32_t>(v.size()), 0});
+      for (std::size_t j = 0; j < v.size(); ++j) {
+        const xy& a = v[j];
+        const xy& b = v[(j + 1) % v.size()];
+        const double area = cross_product(a, b);
+        edges.push_back({a, {(b.y - a.y) / area, (a.x - b.x) / area}});
+      }
+      for (std::uint32_t j = 0; j < v.size(); ++j) {
+        if (upper_half(v[(j + v.size() - 1) % v.size()]) && !upper_half(v[j])) {
+          blocks.back().first_lower = j;
+        }
+      }
+    }
+    block_of[slot] = static_cast<std::uint32_t>(blocks.size() - 1);
+  }
+  blocks.back().end = static_cast<std::uint32_t>(n);
+}
+
+std::uint32_t distance_table::active_edge(const gauge_block& b, const xy& u) const {
+  // The rays of one half-plane are within half a turn of each other, where the sign of a cross
+  // product orders directions. Both half-planes hold rays, since the origin is strictly inside.
+  const bool upper = upper_half(u);
+  std::uint32_t first_upper = b.first_lower;
+  const ball_edge* e = edges.data() + b.first_edge;
+  while (!upper_half(e[first_upper].from))
+    first_upper = first_upper + 1 == b.edges ? 0 : first_upper + 1;
+  const std::uint32_t start = upper ? first_upper : b.first_lower;
+  const std::uint32_t stop = upper ? b.first_lower : first_upper;
+  std::uint32_t count = stop > start ? stop - start : stop + b.edges - start;
+  const auto at = [&](std::uint32_t k) {
+    return start + k < b.edges ? start + k : start + k - b.edges;
+  };
+  std::uint32_t low = 0;  // rays before `low` are not beyond u
+  while (count > 0) {
+    const std::uint32_t half = count / 2;
+    const xy& v = e[at(low + half)].from;
+    if (v.x * u.y - v.y * u.x >= 0) {
+      low += half + 1;
+      count -= half + 1;
+    } else {
+      count = half;
+    }
+  }
+  return low == 0 ? (start == 0 ? b.edges - 1 : start - 1) : at(low - 1);
+}
+
+distance_table::linear_piece distance_table::piece(std::size_t slot, const xy& at) const {
+  const gauge_block& b = blocks[block_of[slot]];
+  const double w = weight[slot];
+  const xy u{at.x - x[slot], at.y - y[slot]};
+  if (b.kind == gauge::shape::polyhedral) {
+    const std::uint32_t j = active_edge(b, u);
+    const xy& n = edges[b.first_edge + j].normal;
+    return {w * dot(n, u), {w * n.x, w * n.y}, j};
+  }
+  const bool euclidean = b.kind == gauge::shape::euclidean;
+  const double norm = euclidean ? std::sqrt(dot(u, u)) : norm_lp(u, b.p);
+  if (norm == 0) return {0, {0, 0}, 0};
+  const xy g = euclidean ? xy{u.x / norm, u.y / norm} : slope_lp(u, b.p, norm);
+  return {w * norm, {w * g.x, w * g.y}, 0};
+}
+
+namespace {
+
+struct site_chunk {
+  std::size_t begin, size;
+};
+
+// The largest of all edges' values for a chunk of sites.
+void scan_edges(const distance_table& t, const gauge_block& b, const xy& at, site_chunk c,
+                double* distance, std::uint32_t* edge) {
+  std::array<double, kChunk> ux, uy, most, which;
+  for (std::size_t k = 0; k < c.size; ++k) {
+    ux[k] = at.x - t.x[c.begin + k];
+    uy[k] = at.y - t.y[c.begin + k];
+  }
+  const ball_edge* e = t.edges.data() + b.first_edge;
+  for (std::size_t k = 0; k < c.size; ++k) {
+    most[k] = e[0].normal.x * ux[k] + e[0].normal.y * uy[k];
+    which[k] = 0;
+  }
+  for (std::uint32_t j = 1; j < b.edges; ++j) {
+    const xy n = e[j].normal;
+    const double number = j;
+    for (std::size_t k = 0; k < c.size; ++k) {
+      const double value = n.x * ux[k] + n.y * uy[k];
+      which[k] = value > most[k] ? number : which[k];
+      most[k] = value > most[k] ? value : most[k];
+    }
+  }
+  for (std::size_t k = 0; k < c.size; ++k) distance[c.begin + k] = t.weight[c.begin + k] * most[k];
+  if (edge == nullptr) return;
+  for (std::size_t k = 0; k < c.size; ++k) edge[c.begin + k] = static_cast<std::uint32_t>(which[k]);
+}
+
+}  // namespace
+
+void distance_table::distances(const xy& at, std::span<double> distance,
+                               std::span<std::uint32_t> edge) const {
+  for (const gauge_block& b : blocks) {
+    if (b.kind == gauge::shape::polyhedral && b.edges <= kEdgesToScan &&
+        b.end - b.begin >= kSitesToScan) {
+      for (std::size_t k = b.begin; k < b.end; k += kChunk) {
+        scan_edges(*this, b, at, {k, std::min<std::size_t>(kChunk, b.end - k)}, distance.data(),
+                   edge.empty() ? nullptr : edge.data());
+      }
+    } else if (b.kind == gauge::shape::polyhedral) {
+      for (std::size_t k = b.begin; k < b.end; ++k) {
+        const xy u{at.x - x[k], at.y - y[k]};
+        const std::uint32_t j = active_edge(b, u);
+        distance[k] = weight[k] * dot(edges[b.first_edge + j].normal, u);
+        if (!edge.empty()) edge[k] = j;
+      }
+    } else if (b.kind == gauge::shape::euclidean) {
+      for (std::size_t k = b.begin; k < b.end; ++k) {
+        const double ux = at.x - x[k];
+        const double uy = at.y - y[k];
+        distance[k] = weight[k] * std::sqrt(ux * ux + uy * uy);
+      }
+    } else {
+      for (std::size_t k = b.begin; k < b.end; ++k) {
+        distance[k] = weight[k] * norm_lp({at.x - x[k], at.y - y[k]}, b.p);
+      }
+    }
+  }
+}
+
+// ----- Evaluator -----
+
+evaluator::evaluator(const problem& p, const distance_table& table)
+    : problem_(p), table_(table), distance_(table.size()) {
+  edge_.resize(table.size());
+  if (p.runs().size() == 1) return;
+  order_.resize(table.size());
+  for (std::uint32_t slot = 0; slot < order_.size(); ++slot) order_[slot].slot = slot;
+}
+
+evaluation evaluator::operator()(const xy& at) {
+  ++count_;
+  table_.distances(at, distance_, edge_);
+  const std::span<const order_run> runs = problem_.runs();
+  if (runs.size() == 1) return sum_all(at, runs[0].weight);
+  for (ranked& r : order_) r.distance = distance_[r.slot];
+  split_at_jumps();
+  chunked_sum value;
+  chunked_sum slope_x;
+  chunked_sum slope_y;
+  auto next = order_.cbegin();
+  for (const order_run& run : runs) {
+    const auto end = next + static_cast<std::ptrdiff_t>(run.count);
+    if (run.weight == 0) {
+      next = end;
+      continue;
+    }
+    while (next != end) {
+      double v = 0;
+      double sx = 0;
+      double sy = 0;
+      const auto stop = next + std::min<std::ptrdiff_t>(kChunk, end - next);
+      for (; next != stop; ++next) {
+        const auto piece = table_.piece(next->slot, at);
+        v += next->distance;
+        sx += piece.slope.x;
+        sy += piece.slope.y;
+      }
+      value.add(run.weight * v);
+      slope_x.add(run.weight * sx);
+      slope_y.add(run.weight * sy);
+    }
+  }
+  return {at, value.value(), {slope_x.value(), slope_y.value()}};
+}
+
+evaluation evaluator::sum_all(const xy& at, double lambda) const {
+  chunked_sum value;
+  chunked_sum slope_x;
+  chunked_sum slope_y;
+  for (const gauge_block& b : table_.blocks) {
+    const ball_edge* e = table_.edges.data() + b.first_edge;
+    for (std::size_t begin = b.begin; begin < b.end; begin += kChunk) {
+      const std::size_t end = std::min<std::size_t>(begin + kChunk, b.end);
+      double v = 0;
+      double sx = 0;
+      double sy = 0;
+      for (std::size_t k = begin; k < end; ++k) {
+        v += distance_[k];
+        if (b.kind == gauge::shape::polyhedral) {
+          const xy& n = e[edge_[k]].normal;
+          sx += table_.weight[k] * n.x;
+          sy += table_.weight[k] * n.y;
+        } else {
+          const xy s = table_.piece(k, at).slope;
+          sx += s.x;
+          sy += s.y;
+        }
+      }
+      value.add(v);
+      slope_x.add(sx);
+      slope_y.add(sy);
+    }
+  }
+  return {at, lambda * value.value(), {lambda * slope_x.value(), lambda * slope_y.value()}};
+}
+
+void evaluator::split_at_jumps() {
+  const auto nearer = [](const ranked& a, const ranked& b) { return a.distance < b.distance; };
+  const std::span<const order_run> runs = problem_.runs();
+  if (runs.size() - 1 > kJumpsToSplit) {
+    std::sort(order_.begin(), order_.end(), nearer);
+    return;
+  }
+  auto end = order_.end();
+  for (std::size_t r = runs.size() - 1; r > 0; --r) {
+    const auto jump = end - static_cast<std::ptrdiff_t>(runs[r].count);
+    if (runs[r].count == 1) {
+      std::iter_swap(jump, std::max_element(order_.begin(), end, nearer));
+    } else {
+      std::nth_element(order_.begin(), jump, end, nearer);
+    }
+    end = jump;
+  }
+}
+
+}  // namespace planloc::detail

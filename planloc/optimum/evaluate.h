@@ -1,0 +1,94 @@
+// The objective and one subgradient in doubles, fast. Internal: the searches evaluate here; what is
+// claimed of a result is decided elsewhere, exactly.
+#ifndef PLANLOC_OPTIMUM_EVALUATE_H_
+#define PLANLOC_OPTIMUM_EVALUATE_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "planloc/optimum/problem.h"
+
+namespace planloc::detail {
+
+// One edge of a unit ball: for u between `from` and the next edge's `from`, the gauge is normal .
+// u.
+struct ball_edge {
+  xy from;
+  xy normal;
+};
+
+// The sites of one gauge stand side by side, in slots [begin, end).
+struct gauge_block {
+  gauge::shape kind;
+  double p;
+  std::uint32_t begin, end;
+  std::uint32_t first_edge, edges;  // in distance_table::edges
+  std::uint32_t first_lower;  // the first edge, from 0, whose `from` is in the lower half-plane
+};
+
+// The sites in slots, by gauge. Constant; any number of threads may read it.
+class distance_table {
+ public:
+  explicit distance_table(const problem& p);
+
+  std::size_t size() const { return weight.size(); }
+
+  // The edge whose cone holds u; one of the two where u lies on a ray. Edges are counted as the
+  // gauge's vertices are, from the block's `first_edge`.
+  std::uint32_t active_edge(const gauge_block& b, const xy& u) const;
+
+  // The distance of one slot, and its slope: a subgradient of the weighted distance.
+  struct linear_piece {
+    double distance;
+    xy slope;
+    std::uint32_t edge;  // 0 unless polyhedral
+  };
+  linear_piece piece(std::size_t slot, const xy& at) const;
+
+  // All distances at a place; `edge` may be empty if it is not wanted.
+  void distances(const xy& at, std::span<double> distance, std::span<std::uint32_t> edge) const;
+
+  std::vector<double> x, y, weight;
+  std::vector<std::uint32_t> site;      // of each slot
+  std::vector<std::uint32_t> block_of;  // of each slot
+  std::vector<gauge_block> blocks;
+  std::vector<ball_edge> edges;
+};
+
+// f and a subgradient at `at`.
+struct evaluation {
+  xy at;
+  double value;
+  xy slope;
+};
+
+// Scratch for evaluations; one a thread.
+class evaluator {
+ public:
+  evaluator(const problem& p, const distance_table& table);
+
+  evaluation operator()(const xy& at);
+  std::size_t count() const { return count_; }
+
+ private:
+  struct ranked {
+    double distance;
+    std::uint32_t slot;
+  };
+
+  evaluation sum_all(const xy& at, double lambda) const;
+  void split_at_jumps();
+
+  const problem& problem_;
+  const distance_table& table_;
+  std::vector<double> distance_;
+  std::vector<std::uint32_t> edge_;
+  std::vector<ranked> order_;  // by rank class; kept, since the next place is often near
+  std::size_t count_ = 0;
+};
+
+}  // namespace planloc::detail
+
+#endif  // PLANLOC_OPTIMUM_EVALUATE_H_

@@ -1,0 +1,428 @@
+#include "planloc/optimum/exact_place.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "planloc/foundation/numeric/round_quotient.h"
+#include "planloc/optimum/exact_sum.h"
+
+namespace planloc::detail {
+
+namespace {
+
+constexpr std::size_t kChunk = 64;
+constexpr std::size_t kJumpsToSplit = 12;
+
+double to_nearest(const mpq_class& q) { return round_quotient(q.get_num(), q.get_den()); }
+
+double largest(const xy& v) { return std::max(std::fabs(v.x), std::fabs(v.y)); }
+
+// a - b + rest, for |rest| far below |a|: the rounding of the difference is kept (Knuth 1969).
+double difference(double a, double b, double rest) {
+  const double d = a - b;
+  const double a_part = d + b;
+  const double lost = (a - a_part) - (b - (a_part - d));
+  return d + (lost + rest);
+}
+
+}  // namespace
+
+xy to_nearest(const exact_xy& p) { return {to_nearest(p.x), to_nearest(p.y)}; }
+
+exact_point to_text(const exact_xy& p) { return {p.x.get_str(), p.y.get_str()}; }
+
+exact_edges::exact_edges(const distance_table& table)
+    : table_(table), normals_(table.edges.size()), made_(table.edges.size()) {}
+
+const exact_xy& exact_edges::normal(std::size_t edge) {
+  if (!made_[edge]) {
+    const auto block =
+        std::upper_bound(table_.blocks.begin(), table_.blocks.end(), edge,
+                         [](std::size_t e, const gauge_block& b) { return e < b.first_edge; }) -
+        1;
+    const std::size_t next =
+        edge + 1 == block->first_edge + block->edges ? block->first_edge : edge + 1;
+    const exact_xy a = to_exact(table_.edges[edge].from);
+    const exact_xy b = to_exact(table_.edges[next].from);
+    const mpq_class area = cross(a, b);
+    normals_[edge] = {(b.y - a.y) / area, (a.x - b.x) / area};
+    made_[edge] = true;
+  }
+  return normals_[edge];
+}
+
+// ----- What meets at the place -----
+
+exact_place::exact_place(const problem& p, const distance_table& table, exact_edges& edges,
+                         exact_xy at)
+    : problem_(p),
+      table_(table),
+      edges_(edges),
+      at_(std::move(at)),
+      rounded_(to_nearest(at_)),
+      edge_(table.size()),
+      distance_(table.size()),
+      error_(table.size()) {
+  find_edges();
+  if (p.runs().size() > 1) find_ranks();
+}
+
+const exact_xy& exact_place::normal(std::uint32_t slot, std::uint32_t edge) const {
+  return edges_.normal(table_.blocks[table_.block_of[slot]].first_edge + edge);
+}
+
+// Certain although u is rounded: each coordinate of u is off by at most 2^-52 |u| + 2^-104 |at|,
+// the cross product of a vertex v with it by 2 |v| times this and its own roundings, in maximum
+// norms.
+bool exact_place::surely_inside(const gauge_block& b, std::uint32_t edge, const xy& u) const {
+  const xy& v = table_.edges[b.first_edge + edge].from;
+  const xy& w = table_.edges[b.first_edge + (edge + 1 == b.edges ? 0 : edge + 1)].from;
+  const double bound = 0x1p-49 * largest(u) + 0x1p-100 * largest(rounded_);
+  return v.x * u.y - v.y * u.x > bound * largest(v) && u.x * w.y - u.y * w.x > bound * largest(w);
+}
+
+void exact_place::find_edges() {
+  const xy rest{to_nearest(mpq_class(at_.x - rounded_.x)),
+                to_nearest(mpq_class(at_.y - rounded_.y))};
+  for (std::uint32_t slot = 0; slot < table_.size(); ++slot) {
+    const gauge_block& b = table_.blocks[table_.block_of[slot]];
+    const xy u{difference(rounded_.x, table_.x[slot], rest.x),
+               difference(rounded_.y, table_.y[slot], rest.y)};
+    edge_[slot] = table_.active_edge(b, u);
+    if (!surely_inside(b, edge_[slot], u)) {
+      const tied_slot tie = exact_edges_of(slot);
+      edge_[slot] = tie.first_edge;
+      if (tie.edges > 1) tied_slots_.push_back(tie);
+    }
+    const xy& n = table_.edges[b.first_edge + edge_[slot]].normal;
+    const double w = table_.weight[slot];
+    distance_[slot] = w * (n.x * u.x + n.y * u.y);
+    error_[slot] = w * (std::fabs(n.x) + std::fabs(n.y)) *
+                   (0x1p-49 * largest(u) + 0x1p-100 * largest(rounded_));
+  }
+}
+
+exact_place::tied_slot exact_place::exact_edges_of(std::uint32_t slot) const {
+  const gauge_block& b = table_.blocks[table_.block_of[slot]];
+  const exact_xy u{at_.x - table_.x[slot], at_.y - table_.y[slot]};
+  if (sgn(u.x) == 0 && sgn(u.y) == 0) return {slot, 0, b.edges};
+  std::vector<bool> holds(b.edges);
+  std::vector<int> side(b.edges);  // of u at each ray
+  for (std::uint32_t j = 0; j < b.edges; ++j) {
+    side[j] = sgn(cross(to_exact(table_.edges[b.first_edge + j].from), u));
+  }
+  for (std::uint32_t j = 0; j < b.edges; ++j)
+    holds[j] = side[j] >= 0 && side[(j + 1) % b.edges] <= 0;
+  std::uint32_t first = 0;
+  while (!(holds[first] && !holds[(first + b.edges - 1) % b.edges])) ++first;
+  return {slot, first, holds[(first + 1) % b.edges] ? 2U : 1U};
+}
+
+mpq_class exact_place::distance(std::size_t slot) const {
+  const auto s = static_cast<std::uint32_t>(slot);
+  const exact_xy u{at_.x - table_.x[slot], at_.y - table_.y[slot]};
+  return dot(normal(s, edge_[slot]), u) * table_.weight[slot];
+}
+
+int exact_place::compare(std::uint32_t a, std::uint32_t b) const {
+  const double difference = distance_[a] - distance_[b];
+  const double doubt = 2 * (error_[a] + error_[b]);
+  if (difference > doubt) return 1;
+  if (difference < -doubt) return -1;
+  if (a == b) return 0;
+  return sgn(mpq_class(distance(a) - distance(b)));
+}
+
+void exact_place::find_ranks() {
+  order_.resize(table_.size());
+  for (std::uint32_t slot = 0; slot < order_.size(); ++slot) order_[slot] = slot;
+  const auto nearer = [this](std::uint32_t a, std::uint32_t b) { return compare(a, b) < 0; };
+  const std::span<const order_run> runs = problem_.runs();
+  std::vector<std::uint32_t> jumps{0};
+  for (const order_run& r : runs)
+    jumps.push_back(jumps.back() + static_cast<std::uint32_t>(r.count));
+  if (runs.size() > kJumpsToSplit) {
+    std::sort(order_.begin(), order_.end(), nearer);
+  } else {
+    for (std::size_t r = runs.size() - 1; r > 0; --r) {
+      std::nth_element(order_.begin(), order_.begin() + jumps[r], order_.begin() + jumps[r + 1],
+                       nearer);
+    }
+  }
+  // The slots at the distance of a jump come to stand next to it.
+  for (std::size_t r = 1; r + 1 < jumps.size(); ++r) {
+    const std::uint32_t boundary = order_[jumps[r]];
+    const auto tied = [&](std::uint32_t slot) { return compare(slot, boundary) == 0; };
+    const auto begin = std::partition(order_.begin() + jumps[r - 1], order_.begin() + jumps[r],
+                                      [&](std::uint32_t slot) { return !tied(slot); });
+    const auto end = std::partition(order_.begin() + jumps[r], order_.begin() + jumps[r + 1], tied);
+    const tied_ranks t{static_cast<std::uint32_t>(begin - order_.begin()),
+                       static_cast<std::uint32_t>(end - order_.begin())};
+    if (t.begin == jumps[r]) continue;
+    if (!tied_ranks_.empty() && tied_ranks_.back().end > t.begin) {
+      tied_ranks_.back().end = std::max(t.end, tied_ranks_.back().end);
+    } else {
+      tied_ranks_.push_back(t);
+    }
+  }
+}
+
+// ----- Values and slopes -----
+
+double exact_place::value() const {
+  if (order_.empty()) {
+    long double sum = 0;
+    for (const double d : distance_) sum += d;
+    return static_cast<double>(problem_.runs()[0].weight * sum);
+  }
+  long double sum = 0;
+  std::size_t k = 0;
+  for (const order_run& r : problem_.runs()) {
+    if (r.weight == 0) {
+      k += r.count;
+      continue;
+    }
+    for (const std::size_t end = k + r.count; k < end; ++k) {
+      sum += static_cast<long double>(r.weight) * distance_[order_[k]];
+    }
+  }
+  return static_cast<double>(sum);
+}
+
+std::vector<exact_xy> exact_place::break_directions() const {
+  std::vector<exact_xy> result;
+  for (const tied_slot& t : tied_slots_) {
+    const gauge_block& b = table_.blocks[table_.block_of[t.slot]];
+    for (std::uint32_t k = t.edges == b.edges ? 0 : 1; k < t.edges; ++k) {
+      result.push_back(to_exact(table_.edges[b.first_edge + (t.first_edge + k) % b.edges].from));
+    }
+  }
+  return result;
+}
+
+piece_choice exact_place::choose(const exact_xy& u) const {
+  piece_choice c{edge_, {}};
+  for (const tied_slot& t : tied_slots_) {
+    const std::uint32_t edges = table_.blocks[table_.block_of[t.slot]].edges;
+    mpq_class most = dot(normal(t.slot, t.first_edge), u);
+    for (std::uint32_t k = 1; k < t.edges; ++k) {
+      const std::uint32_t e = (t.first_edge + k) % edges;
+      const mpq_class rise = dot(normal(t.slot, e), u);
+      if (rise <= most) continue;
+      most = rise;
+      c.edge[t.slot] = e;
+    }
+  }
+  if (order_.empty()) return c;
+  c.rank.resize(order_.size());
+  for (std::uint32_t k = 0; k < order_.size(); ++k) c.rank[order_[k]] = k;
+  for (const tied_ranks& t : tied_ranks_) {
+    std::vector<std::pair<mpq_class, std::uint32_t>> rises;
+    for (std::uint32_t k = t.begin; k < t.end; ++k) {
+      const std::uint32_t slot = order_[k];
+      rises.emplace_back(dot(normal(slot, c.edge[slot]), u) * table_.weight[slot], slot);
+    }
+    std::sort(rises.begin(), rises.end());
+    for (std::uint32_t k = t.begin; k < t.end; ++k) c.rank[rises[k - t.begin].second] = k;
+  }
+  return c;
+}
+
+namespace {
+
+// The order weight of each slot under a choice of ranks.
+class slot_weights {
+ public:
+  slot_weights(const problem& p, const piece_choice& c) : choice_(c), only_(p.runs()[0].weight) {
+    if (c.rank.empty()) return;
+    for (const order_run& r : p.runs()) by_rank_.insert(by_rank_.end(), r.count, r.weight);
+  }
+  double operator()(std::size_t slot) const {
+    return choice_.rank.empty() ? only_ : by_rank_[choice_.rank[slot]];
+  }
+
+ private:
+  const piece_choice& choice_;
+  double only_;
+  std::vector<double> by_rank_;
+};
+
+}  // namespace
+
+exact_xy exact_place::slope(const piece_choice& c) const {
+  std::vector<dyadic_sum> load(table_.edges.size());
+  const slot_weights lambda(problem_, c);
+  for (std::size_t slot = 0; slot < table_.size(); ++slot) {
+    load[table_.blocks[table_.block_of[slot]].first_edge + c.edge[slot]].add(lambda(slot),
+                                                                             table_.weight[slot]);
+  }
+  std::vector<mpq_class> x;
+  std::vector<mpq_class> y;
+  for (std::size_t e = 0; e < load.size(); ++e) {
+    const mpq_class l = load[e].value();
+    if (sgn(l) == 0) continue;
+    x.emplace_back(l * edges_.normal(e).x);
+    y.emplace_back(l * edges_.normal(e).y);
+  }
+  return {sum_by_halves(std::move(x)), sum_by_halves(std::move(y))};
+}
+
+// A normal is off by 2^-50 of itself; a product adds two roundings, a sum of k terms k - 1, in
+// units of 2^-53 of the sum of the magnitudes: with chunks of 64 terms less than 2^-46 of it in
+// all.
+exact_place::rounded_slope exact_place::slope_in_doubles(const piece_choice& c) const {
+  const slot_weights lambda(problem_, c);
+  long double x = 0;
+  long double y = 0;
+  double size = 0;
+  for (std::size_t begin = 0; begin < table_.size(); begin += kChunk) {
+    double part_x = 0;
+    double part_y = 0;
+    double part_size = 0;
+    for (std::size_t slot = begin; slot < std::min(begin + kChunk, table_.size()); ++slot) {
+      const double l = lambda(slot) * table_.weight[slot];
+      const xy& n =
+          table_.edges[table_.blocks[table_.block_of[slot]].first_edge + c.edge[slot]].normal;
+      part_x += l * n.x;
+      part_y += l * n.y;
+      part_size += l * (std::fabs(n.x) + std::fabs(n.y));
+    }
+    x += part_x;
+    y += part_y;
+    size += part_size;
+  }
+  return {{static_cast<double>(x), static_cast<double>(y)}, 0x1p-45 * size};
+}
+
+// ----- Optimality -----
+
+namespace {
+
+using rounded_slope = exact_place::rounded_slope;
+
+// Whether the origin is surely inside the triangle, and then its barycentric coordinates.
+bool surely_around_origin(const std::array<rounded_slope, 3>& s, std::array<double, 3>& share) {
+  int sign = 0;
+  double total = 0;
+  for (std::size_t k = 0; k < 3; ++k) {
+    const rounded_slope& a = s[(k + 1) % 3];
+    const rounded_slope& b = s[(k + 2) % 3];
+    const double cross = a.slope.x * b.slope.y - a.slope.y * b.slope.x;
+    const double doubt =
+        2 * (a.error * (std::fabs(b.slope.x) + std::fabs(b.slope.y) + 2 * b.error) +
+             b.error * (std::fabs(a.slope.x) + std::fabs(a.slope.y))) +
+        0x1p-50 * (std::fabs(a.slope.x * b.slope.y) + std::fabs(a.slope.y * b.slope.x));
+    if (!(std::fabs(cross) > doubt)) return false;
+    const int this_sign = cross > 0 ? 1 : -1;
+    if (sign == 0) sign = this_sign;
+    if (this_sign != sign) return false;
+    share[k] = cross;
+    total += cross;
+  }
+  for (double& v : share) v /= total;
+  return true;
+}
+
+struct origin_test {
+  std::vector<std::pair<std::size_t, double>> support;  // slope and multiplier
+  exact_xy separating;                                  // slope . separating < 0 for all
+};
+
+exact_xy turned(const exact_xy& v) { return {-v.y, v.x}; }
+
+exact_xy scaled(const exact_xy& v) {
+  const mpq_class size = abs(v.x) + abs(v.y);
+  return {v.x / size, v.y / size};
+}
+
+bool pair_around_origin(const exact_xy& a, const exact_xy& b) {
+  return sgn(cross(a, b)) == 0 && sgn(dot(a, b)) < 0;
+}
+
+origin_test locate_origin(const std::vector<exact_xy>& s) {
+  const std::size_t n = s.size();
+  for (std::size_t a = 0; a < n; ++a) {
+    if (sgn(s[a].x) == 0 && sgn(s[a].y) == 0) return {{{a, 1}}, {}};
+  }
+  for (std::size_t a = 0; a < n; ++a) {
+    for (std::size_t b = a + 1; b < n; ++b) {
+      if (!pair_around_origin(s[a], s[b])) continue;
+      const mpq_class size_a = abs(s[a].x) + abs(s[a].y);
+      const mpq_class size_b = abs(s[b].x) + abs(s[b].y);
+      const double share = to_nearest(mpq_class(size_b / (size_a + size_b)));
+      return {{{a, share}, {b, 1 - share}}, {}};
+    }
+  }
+  for (std::size_t a = 0; a < n; ++a) {
+    for (std::size_t b = a + 1; b < n; ++b) {
+      const mpq_class ab = cross(s[a], s[b]);
+      for (std::size_t c = b + 1; c < n && sgn(ab) != 0; ++c) {
+        const mpq_class bc = cross(s[b], s[c]);
+        const mpq_class ca = cross(s[c], s[a]);
+        if (sgn(bc) != sgn(ab) || sgn(ca) != sgn(ab)) continue;
+        const mpq_class total = ab + bc + ca;
+        return {{{a, to_nearest(mpq_class(bc / total))},
+                 {b, to_nearest(mpq_class(ca / total))},
+                 {c, to_nearest(mpq_class(ab / total))}},
+                {}};
+      }
+    }
+  }
+  // All slopes lie within less than half a turn. Seen from the outermost two, a on the right and b
+  // on the left, the directions u with a . u < 0 and b . u < 0 are those between -turned(b)... and
+  // turned(a).
+  std::size_t right = 0;
+  std::size_t left = 0;
+  for (std::size_t k = 1; k < n; ++k) {
+    if (sgn(cross(s[right], s[k])) < 0) right = k;
+    if (sgn(cross(s[left], s[k])) > 0) left = k;
+  }
+  const exact_xy a = scaled(s[right]);
+  const exact_xy b = scaled(s[left]);
+  if (sgn(cross(a, b)) == 0) return {{}, {-a.x, -a.y}};
+  const exact_xy ta = turned(a);  // b . ta > 0, a . ta = 0
+  const exact_xy tb = turned(b);  // a . tb < 0, b . tb = 0
+  return {{}, {tb.x - ta.x, tb.y - ta.y}};
+}
+
+}  // namespace
+
+optimality test_optimality(const exact_place& place, const std::vector<xy>& first) {
+  std::vector<piece_choice> choices;
+  for (const xy& u : first) {
+    if (u.x != 0 || u.y != 0) choices.push_back(place.choose(to_exact(u)));
+  }
+  if (choices.size() == 3) {
+    std::array<double, 3> share{};
+    if (surely_around_origin(
+            {place.slope_in_doubles(choices[0]), place.slope_in_doubles(choices[1]),
+             place.slope_in_doubles(choices[2])},
+            share)) {
+      optimality result;
+      for (std::size_t k = 0; k < 3; ++k)
+        result.support.push_back({share[k], std::move(choices[k])});
+      return result;
+    }
+  }
+  if (choices.empty()) choices.push_back(place.choose({1, 0}));
+  std::vector<exact_xy> slopes;
+  for (const piece_choice& c : choices) slopes.push_back(place.slope(c));
+  for (;;) {
+    const origin_test t = locate_origin(slopes);
+    optimality result;
+    for (const auto& [k, share] : t.support)
+      result.support.push_back({share, std::move(choices[k])});
+    if (!result.support.empty()) return result;
+    piece_choice next = place.choose(t.separating);
+    exact_xy slope = place.slope(next);
+    if (sgn(dot(slope, t.separating)) < 0) {
+      result.descent = t.separating;
+      return result;
+    }
+    choices.push_back(std::move(next));
+    slopes.push_back(std::move(slope));
+  }
+}
+
+}  // namespace planloc::detail

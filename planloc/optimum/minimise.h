@@ -1,0 +1,49 @@
+// The best place of a problem, with a proof.
+//
+//   const solution s = minimise(p);
+//   const verification v = verify(p, s);   // verify.h
+//
+// A call shares nothing with other calls; any number may run at once. The answer to a problem does
+// not depend on the number of threads.
+#ifndef PLANLOC_OPTIMUM_MINIMISE_H_
+#define PLANLOC_OPTIMUM_MINIMISE_H_
+
+#include <cstddef>
+#include <functional>
+#include <limits>
+#include <stop_token>
+
+#include "planloc/optimum/problem.h"
+#include "planloc/optimum/solution.h"
+
+namespace planloc {
+
+struct search_progress {
+  double value;  // the best so far
+  double lower_bound;
+  std::size_t cells;  // open ones; 0 in a convex search
+};
+
+struct minimise_options {
+  // The search ends when value - bound <= max(absolute_gap, relative_gap * |value|). With 0 for
+  // both it ends where the gap is closed: exactly for polyhedral gauges, at 1e-12 relative for the
+  // others.
+  double relative_gap = 0;
+  double absolute_gap = 0;
+  double seconds = std::numeric_limits<double>::infinity();
+  std::size_t cells = std::numeric_limits<std::size_t>::max();
+  int threads = 1;                                       // of the branch and bound
+  bool whole_set = true;                                 // fill in solution::optima
+  std::function<void(const search_progress&)> progress;  // called from the thread of the caller
+  std::stop_token stop;
+};
+
+// Cutting planes (Kelley 1960) where the problem is convex, branch and bound elsewhere.
+solution minimise(const problem& p, const minimise_options& options = {});
+
+// Cutting planes. Throws `bad_problem` if the problem is not convex.
+solution minimise_convex(const problem& p, const minimise_options& options = {});
+
+}  // namespace planloc
+
+#endif  // PLANLOC_OPTIMUM_MINIMISE_H_

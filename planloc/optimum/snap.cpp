@@ -1,0 +1,147 @@
+#include "planloc/optimum/snap.h"
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+
+namespace planloc::detail {
+
+namespace {
+
+// Two lines that meet under less than this sine count as one.
+constexpr double kLeastSine = 1e-7;
+constexpr std::size_t kMostTied = 32;
+
+struct break_line {
+  exact_xy normal;
+  mpq_class right;  // normal . x == right
+  xy unit;          // the normal, rounded, of length 1
+  double distance;  // of the place, rounded
+};
+
+double length(const xy& v) { return std::sqrt(v.x * v.x + v.y * v.y); }
+
+class line_collector {
+ public:
+  line_collector(const problem& p, const distance_table& t, exact_edges& edges, const xy& near,
+                 double reach)
+      : problem_(p), table_(t), edges_(edges), near_(near), reach_(reach) {}
+
+  std::vector<break_line> collect() {
+    for (std::uint32_t slot = 0; slot < table_.size(); ++slot) add_rays(slot);
+    if (problem_.runs().size() > 1) add_bisectors();
+    return std::move(lines_);
+  }
+
+ private:
+  void add_ray(std::uint32_t slot, const xy& v) {
+    const xy u{near_.x - table_.x[slot], near_.y - table_.y[slot]};
+    const double size = length(v);
+    const double distance = std::fabs(v.x * u.y - v.y * u.x) / size;
+    if (!(distance <= reach_)) return;
+    const exact_xy normal{mpq_class(-v.y), mpq_class(v.x)};
+    const exact_xy a = to_exact({table_.x[slot], table_.y[slot]});
+    lines_.push_back({normal, dot(normal, a), {-v.y / size, v.x / size}, distance});
+  }
+
+  void add_rays(std::uint32_t slot) {
+    const gauge_block& b = table_.blocks[table_.block_of[slot]];
+    const xy u{near_.x - table_.x[slot], near_.y - table_.y[slot]};
+    const std::uint32_t e = table_.active_edge(b, u);
+    const std::uint32_t next = e + 1 == b.edges ? 0 : e + 1;
+    add_ray(slot, table_.edges[b.first_edge + e].from);
+    add_ray(slot, table_.edges[b.first_edge + next].from);
+  }
+
+  void add_bisector(std::uint32_t s, std::uint32_t t) {
+    const auto weighted_normal = [&](std::uint32_t slot) {
+      const gauge_block& b = table_.blocks[table_.block_of[slot]];
+      const xy u{near_.x - table_.x[slot], near_.y - table_.y[slot]};
+      const exact_xy& n = edges_.normal(b.first_edge + table_.active_edge(b, u));
+      return exact_xy{n.x * table_.weight[slot], n.y * table_.weight[slot]};
+    };
+    const exact_xy ns = weighted_normal(s);
+    const exact_xy nt = weighted_normal(t);
+    const exact_xy normal{ns.x - nt.x, ns.y - nt.y};
+    const xy rounded = to_nearest(normal);
+    const double size = length(rounded);
+    if (size == 0) return;
+    const mpq_class right = dot(ns, to_exact({table_.x[s], table_.y[s]})) -
+                            dot(nt, to_exact({table_.x[t], table_.y[t]}));
+    const double distance =
+        std::fabs(mpq_class(dot(normal, to_exact(near_)) - right).get_d()) / size;
+    if (distance <= reach_)
+      lines_.push_back({normal, right, {rounded.x / size, rounded.y / size}, distance});
+  }
+
+  void add_bisectors() {
+    std::vector<double> d(table_.size());
+    table_.distances(near_, d, {});
+    std::vector<std::uint32_t> order(d.size());
+    for (std::uint32_t slot = 0; slot < order.size(); ++slot) order[slot] = slot;
+    std::sort(order.begin(), order.end(),
+              [&](std::uint32_t a, std::uint32_t b) { return d[a] < d[b]; });
+    std::size_t jump = 0;
+    const std::span<const order_run> runs = problem_.runs();
+    for (std::size_t r = 0; r + 1 < runs.size(); ++r) {
+      jump += runs[r].count;
+      const std::uint32_t at_jump = order[jump];
+      const auto reachable = [&](std::uint32_t slot) {
+        return std::fabs(d[slot] - d[at_jump]) <=
+               reach_ * 2 * (steepness(slot) + steepness(at_jump));
+      };
+      for (std::size_t k = jump; k-- > 0 && jump - k < kMostTied && reachable(order[k]);) {
+        add_bisector(order[k], at_jump);
+      }
+      for (std::size_t k = jump + 1;
+           k < order.size() && k - jump < kMostTied && reachable(order[k]); ++k) {
+        add_bisector(order[k], at_jump);
+      }
+    }
+  }
+
+  // How fast the distance of a slot can grow.
+  double steepness(std::uint32_t slot) const {
+    const xy s = table_.piece(slot, near_).slope;
+    return std::fabs(s.x) + std::fabs(s.y);
+  }
+
+  const problem& problem_;
+  const distance_table& table_;
+  exact_edges& edges_;
+  xy near_;
+  double reach_;
+  std::vector<break_line> lines_;
+};
+
+}  // namespace
+
+exact_xy snap(const problem& p, const distance_table& table, exact_edges& edges, const xy& near,
+              double reach) {
+  const std::vector<break_line> lines = line_collector(p, table, edges, near, reach).collect();
+  if (lines.empty()) return to_exact(near);
+  const auto nearer = [](const break_line& a, const break_line& b) {
+    return a.distance < b.distance;
+  };
+  const break_line& first = *std::min_element(lines.begin(), lines.end(), nearer);
+  const break_line* second = nullptr;
+  double best = 0;
+  for (const break_line& l : lines) {
+    const double sine = std::fabs(l.unit.x * first.unit.y - l.unit.y * first.unit.x);
+    if (sine < kLeastSine) continue;
+    if (sine <= best) continue;
+    best = sine;
+    second = &l;
+  }
+  const exact_xy& a = first.normal;
+  if (second == nullptr) {
+    const mpq_class step = (first.right - dot(a, to_exact(near))) / dot(a, a);
+    return {near.x + step * a.x, near.y + step * a.y};
+  }
+  const exact_xy& b = second->normal;
+  const mpq_class area = cross(a, b);
+  return {(first.right * b.y - second->right * a.y) / area,
+          (a.x * second->right - b.x * first.right) / area};
+}
+
+}  // namespace planloc::detail

@@ -1,0 +1,18 @@
+// From a minimiser in doubles to the exact vertex that it stands for. Internal.
+#ifndef PLANLOC_OPTIMUM_SNAP_H_
+#define PLANLOC_OPTIMUM_SNAP_H_
+
+#include "planloc/optimum/evaluate.h"
+#include "planloc/optimum/exact_place.h"
+
+namespace planloc::detail {
+
+// The crossing of two break lines that pass within `reach` of `near`: rays of gauges, and lines on
+// which two distances at a jump of the order weights are equal. With fewer such lines the point of
+// the one line that is nearest, or `near` itself. REQUIRES: polyhedral gauges.
+exact_xy snap(const problem& p, const distance_table& table, exact_edges& edges, const xy& near,
+              double reach);
+
+}  // namespace planloc::detail
+
+#endif  // PLANLOC_OPTIMUM_SNAP_H_

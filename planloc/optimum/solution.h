@@ -1,0 +1,95 @@
+// What a search gives back: the place, its value, a lower bound on every place's value, and what
+// proves the bound. `verify` (verify.h) recomputes the bound from the certificate and the problem
+// alone.
+#ifndef PLANLOC_OPTIMUM_SOLUTION_H_
+#define PLANLOC_OPTIMUM_SOLUTION_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "planloc/optimum/problem.h"
+
+namespace planloc {
+
+enum class solution_status : std::uint8_t {
+  optimal,     // the gap is 0: exactly for polyhedral gauges, else below what doubles can tell
+  within_gap,  // the gap is at most the one that was asked for
+  unbounded,   // the value falls without end along `direction_certificate::direction`
+  infeasible,  // no place is allowed
+  stopped      // a limit or the stop token ended the search: value and bound are what it had
+};
+
+// A place as fractions, "p/q" or "p" each in lowest terms. The optimum of a polyhedral problem is
+// the crossing of two lines and seldom a pair of doubles.
+struct exact_point {
+  std::string x;
+  std::string y;
+
+  bool empty() const { return x.empty(); }
+};
+
+// All places with the least value, where a convex polyhedral problem was solved to the end: a
+// vertex, an edge or a polygon by the number of corners. Not known if there is no corner and not
+// the whole plane.
+struct optimal_set {
+  // Counterclockwise. Each coordinate is the nearest double of the exact one.
+  std::vector<xy> corners;
+  bool whole_plane = false;  // all order weights are 0
+};
+
+// An affine function nowhere above a convex f. Site i gets the order weight of rank[i], and its
+// distance is replaced by a linear piece: edge edge[i] of a polyhedral gauge, else the tangent at
+// `taken_at`, or `at_site` for sites whose gauge has no tangent there.
+struct affine_piece {
+  struct kink {
+    std::size_t site;
+    xy slope;  // in the polar of the gauge's unit ball, up to rounding; the weight is not in it
+  };
+
+  double multiplier = 0;
+  xy taken_at{0, 0};
+  std::vector<std::uint32_t> edge;  // one a site; empty if no gauge is polyhedral
+  std::vector<std::uint32_t> rank;  // one a site, from 0; empty if all order weights are equal
+  std::vector<kink> at_site;
+};
+
+// Convex problems: at most three affine functions below f whose slopes, taken `multiplier` times,
+// add up to 0; so the same sum of their values is the bound. The multipliers are rounded: `verify`
+// finds the exact ones, which the slopes determine.
+struct convex_certificate {
+  std::vector<affine_piece> pieces;
+};
+
+// The value falls without end along this direction.
+struct direction_certificate {
+  xy direction{0, 0};
+};
+
+using certificate = std::variant<std::monostate, convex_certificate, direction_certificate>;
+
+struct search_counters {
+  std::size_t evaluations = 0;  // of all sites
+  std::size_t cells = 0;        // of the branch and bound
+  double seconds = 0;
+};
+
+struct solution {
+  solution_status status = solution_status::stopped;
+  xy point{0, 0};
+  double value = 0;
+  double lower_bound = 0;
+  // Where `point` is the rounding of the place that the proof speaks of; empty if it is that place.
+  exact_point exact;
+  optimal_set optima;
+  certificate proof;
+  search_counters counters;
+
+  double gap() const { return value - lower_bound; }
+};
+
+}  // namespace planloc
+
+#endif  // PLANLOC_OPTIMUM_SOLUTION_H_

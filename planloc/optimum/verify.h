@@ -1,0 +1,34 @@
+// Checks an answer without trusting the search. The bound is recomputed from the certificate and
+// the problem alone, by code that the search does not use.
+//
+// Polyhedral gauges: in fractions. The value is that of the exact place (`solution::exact`, or the
+// point itself); `gap` is exactly 0 if and only if this place is proved to be an optimum. The
+// doubles `point`, `value` and `lower_bound` must then be roundings of the exact ones: the point
+// within one unit in the last place, value and bound within 2^-44 of the sum of the terms'
+// magnitudes. Other gauges: in intervals that are rounded outwards.
+//
+// A certificate that does not hold is refused with the reason: a multiplier, an edge or an order
+// that was changed, a piece left out.
+#ifndef PLANLOC_OPTIMUM_VERIFY_H_
+#define PLANLOC_OPTIMUM_VERIFY_H_
+
+#include <string>
+
+#include "planloc/optimum/problem.h"
+#include "planloc/optimum/solution.h"
+
+namespace planloc {
+
+struct verification {
+  bool accepted = false;
+  std::string reason;      // why it was refused
+  double value = 0;        // proved: no less than the exact value of the place
+  double lower_bound = 0;  // proved: no more than the exact bound
+  double gap = 0;          // proved: no less than the exact difference; 0 means equality
+};
+
+verification verify(const problem& p, const solution& s);
+
+}  // namespace planloc
+
+#endif  // PLANLOC_OPTIMUM_VERIFY_H_
