@@ -3,68 +3,21 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <limits>
-#include <map>
+#include <cstring>
 #include <memory>
+#include <optional>
 #include <string>
 
-#include "planloc/engine/clp_problem.h"
+#include "planloc/engine/clp_environment.h"
 
 namespace planloc {
+
+using namespace detail;
+
 namespace {
 
-constexpr int kNoLimit = std::numeric_limits<int>::max();
-constexpr int kLongestRun = 2100000000;
-
-struct IntParam {
-  int number;
-  int default_value;
-  int min_value;
-  int max_value;
-};
-
-// The integer parameters and what becomes of them:
-//   1001  used: 0 solves from scratch, 1 from the last basis
-//   1020  used: limit on simplex iterations
-//   1030  used: presolve of a program without a basis
-//   1006  used: the clock (1 CPU, 2 wall) of the time limit
-//   1046, 1047, 1048  read back by IlcCplex; memory here grows by itself
-//   1019, 1035  accepted without effect: CLP's output is off in any case, because standard output
-//         belongs to the run's own lines
-//   1004  accepted without effect: no basis file is ever written
-//   1003, 1009, 1017, 1022, 1029  accepted without effect: CLP chooses pricing and aggregation by
-//         itself and the result does not depend on them
-constexpr IntParam kIntParams[] = {
-    {CPX_PARAM_ADVIND, 1, 0, 1},
-    {CPX_PARAM_AGGIND, -1, -1, kNoLimit},
-    {CPX_PARAM_BASINTERVAL, 50000, 1, kLongestRun},
-    {CPX_PARAM_CLOCKTYPE, 1, 1, 2},
-    {CPX_PARAM_DPRIIND, 0, 0, 5},
-    {CPX_PARAM_FASTMIP, 0, 0, 1},
-    {CPX_PARAM_SIMDISPLAY, 1, 0, 2},
-    {CPX_PARAM_ITLIM, kLongestRun, 0, kLongestRun},
-    {CPX_PARAM_NETFIND, 2, 1, 3},
-    {CPX_PARAM_PPRIIND, 0, -1, 4},
-    {CPX_PARAM_ROWGROWTH, 100, 1, kNoLimit},
-    {CPX_PARAM_COLGROWTH, 100, 1, kNoLimit},
-    {CPX_PARAM_NZGROWTH, 500, 1, kNoLimit},
-    {CPX_PARAM_PREIND, 1, 0, 1},
-    {CPX_PARAM_SCRIND, 0, 0, 1},
-};
-
-struct FloatParam {
-  int number;
-  double default_value;
-  double min_value;
-  double max_value;
-};
-
-// All used: reduced cost tolerance, feasibility tolerance, time limit in seconds.
-constexpr FloatParam kFloatParams[] = {
-    {CPX_PARAM_EPOPT, 1e-6, 1e-9, 1e-1},
-    {CPX_PARAM_EPRHS, 1e-6, 1e-9, 1e-1},
-    {CPX_PARAM_TILIM, 1e75, 0.0, 1e75},
-};
+// Of the texts of parameters.
+constexpr std::size_t kLongestText = 510;
 
 struct ErrorText {
   int code;
@@ -89,119 +42,121 @@ constexpr ErrorText kErrorTexts[] = {
     {CPXERR_DUP_ENTRY, "Duplicate entry."},
     {CPXERR_BAD_NUMBER, "Number is not finite or too large."},
     {CPXERR_BAD_CTYPE, "Unknown column type."},
+    {CPXERR_CALLBACK, "Error in or outside of a callback."},
+    {CPXERR_PRESOLVE, "Error during presolve."},
+    {CPXERR_NEGATIVE_SURPLUS, "Too little space for the results."},
+    {CPXERR_NO_BASIS, "No basis exists."},
+    {CPXERR_FAIL_OPEN_WRITE, "Could not open file for writing."},
+    {CPXERR_FAIL_OPEN_READ, "Could not open file for reading."},
+    {CPXERR_BAD_FILETYPE, "Unknown type of file."},
+    {CPXERR_BAD_BASIS_FILE, "Not a basis of this problem."},
+    {CPXERR_NOT_MIP, "Only for mixed-integer problems."},
+    {CPXERR_BAD_PRIORITY, "Negative priority."},
+    {CPXERR_BAD_SOS_TYPE, "Unknown type of special ordered set."},
+    {CPXERR_SOS_BAD_WEIGHT, "Equal weights in a special ordered set."},
+    {CPXERR_NO_INT_SOLN, "No integer solution exists."},
 };
 
-template <typename Entry, std::size_t n, typename Key>
-const Entry* find(const Entry (&table)[n], Key Entry::*key, int number) {
-  const auto* const found =
-      std::find_if(table, table + n, [&](const Entry& entry) { return entry.*key == number; });
-  return found == table + n ? nullptr : found;
+template <typename T>
+int check_value(const clp_parameter<T>* parameter, T value) {
+  if (!parameter) return CPXERR_BAD_PARAM_NUM;
+  if (value != value) return CPXERR_BAD_NUMBER;
+  if (value < parameter->min_value) return CPXERR_PARAM_TOO_SMALL;
+  return value > parameter->max_value ? CPXERR_PARAM_TOO_BIG : 0;
 }
 
-// Costs at 1e25 fail an assertion inside CLP, which ends the process. Matrix values above 1e20 it
-// declines, and NaN it does not notice.
-bool is_cost(double value) { return std::fabs(value) < 1e25; }
-bool is_matrix_value(double value) { return std::fabs(value) <= 1e20; }
-bool is_number(double value) { return !std::isnan(value); }
-
-// An absent array holds.
-bool all_of(const double* values, int n, bool (*holds)(double)) {
-  return !values || std::all_of(values, values + n, holds);
+template <typename T>
+int give_info(const clp_parameter<T>* parameter, T* default_value, T* min_value, T* max_value) {
+  if (!parameter) return CPXERR_BAD_PARAM_NUM;
+  if (default_value) *default_value = parameter->default_value;
+  if (min_value) *min_value = parameter->min_value;
+  if (max_value) *max_value = parameter->max_value;
+  return 0;
 }
 
-bool in_range(int begin, int end, int size) { return 0 <= begin && begin <= end && end < size; }
-
-}  // namespace
-
-struct cpxenv {
-  std::map<int, int> ints;
-  std::map<int, double> floats;
-  std::string work_directory;
-};
-
-struct cpxlp {
-  clp_problem problem;
-};
-
-namespace {
-
-clp_settings settings_of(const cpxenv& env) {
-  const auto value = [&](int number) { return env.ints.at(number); };
-  return {.presolve = value(CPX_PARAM_PREIND) != 0,
-          .start_from_basis = value(CPX_PARAM_ADVIND) != 0,
-          .primal_tolerance = env.floats.at(CPX_PARAM_EPRHS),
-          .dual_tolerance = env.floats.at(CPX_PARAM_EPOPT),
-          .iteration_limit = value(CPX_PARAM_ITLIM),
-          .time_limit = env.floats.at(CPX_PARAM_TILIM),
-          .wall_clock = value(CPX_PARAM_CLOCKTYPE) == 2};
+int check_text(CPXENVptr env, int number, const char* text) {
+  if (!env) return CPXERR_NO_ENVIRONMENT;
+  if (number != CPX_PARAM_WORKDIR) return CPXERR_BAD_PARAM_NUM;
+  return text ? 0 : CPXERR_NULL_POINTER;
 }
 
-int missing(CPXENVptr env, CPXLPptr lp) {
-  return !env ? CPXERR_NO_ENVIRONMENT : !lp ? CPXERR_NO_PROBLEM : 0;
+clp_monitor monitor_of(CPXENVptr env, const clp_callback& callback) {
+  if (!callback.function) return {};
+  return [env, callback](clp_progress& progress) {
+    return callback.function(env, &progress, progress.where, callback.handle) != 0;
+  };
 }
 
 int solve(CPXENVptr env, CPXLPptr lp, clp_method method) {
   if (const int code = missing(env, lp)) return code;
   if (lp->problem.type == CPXPROB_MIP) return CPXERR_NOT_FOR_MIP;
-  solve_clp_problem(lp->problem, method, settings_of(*env));
+  solve_clp_problem(lp->problem, method, env->parameters.settings(),
+                    monitor_of(env, env->lp_callback));
   return 0;
 }
 
-// Entries begin ... end of something that the last solve found, one value(i) for each.
-template <typename Value>
-int read_solution(CPXENVptr env, CPXLPptr lp, double* out, int begin, int end, std::size_t size,
-                  Value value) {
-  if (const int code = missing(env, lp)) return code;
-  if (!lp->problem.has_solution) return CPXERR_NO_SOLN;
-  if (!in_range(begin, end, static_cast<int>(size))) return CPXERR_INDEX_RANGE;
-  for (int i = begin; i <= end; ++i) out[i - begin] = value(static_cast<std::size_t>(i));
-  return 0;
+int solve_by(CPXENVptr env, CPXLPptr lp, int letter, clp_method primal, clp_method dual) {
+  if (letter != 'p' && letter != 'd') return CPXERR_BAD_ARGUMENT;
+  return solve(env, lp, letter == 'p' ? primal : dual);
 }
 
-template <typename Value>
-int read_columns(CPXENVptr env, CPXLPptr lp, double* out, int begin, int end, Value value) {
-  if (const int code = missing(env, lp)) return code;
-  const std::vector<clp_column>& columns = lp->problem.columns;
-  if (!in_range(begin, end, static_cast<int>(columns.size()))) return CPXERR_INDEX_RANGE;
-  for (int j = begin; j <= end; ++j) out[j - begin] = value(columns[static_cast<std::size_t>(j)]);
-  return 0;
+int count_of(CPXENVptr env, CPXLPptr lp, int clp_problem::*count) {
+  return missing(env, lp) ? 0 : lp->problem.*count;
 }
 
-// change(bound, value, is_lower) for each entry of the list.
-template <typename Change>
-int change_bounds(CPXENVptr env, CPXLPptr lp, int cnt, const int* indices, const char* lu,
-                  const double* bd, Change change) {
-  if (const int code = missing(env, lp)) return code;
-  const int n = static_cast<int>(lp->problem.columns.size());
-  for (int k = 0; k < cnt; ++k) {
-    if (!in_range(indices[k], indices[k], n)) return CPXERR_COL_INDEX_RANGE;
-    if (lu[k] != 'L' && lu[k] != 'U' && lu[k] != 'B') return CPXERR_BAD_ARGUMENT;
-    if (!is_number(bd[k])) return CPXERR_BAD_NUMBER;
+std::optional<int> int_info(const clp_progress& progress, int which) {
+  switch (which) {
+    case CPX_CALLBACK_INFO_PRIMAL_FEAS:
+      return progress.primal_infeasibility == 0.0;
+    case CPX_CALLBACK_INFO_DUAL_FEAS:
+      return progress.dual_infeasibility == 0.0;
+    case CPX_CALLBACK_INFO_ITCOUNT:
+    case CPX_CALLBACK_INFO_MIP_ITERATIONS:
+      return progress.iterations;
+    case CPX_CALLBACK_INFO_NODE_COUNT:
+      return progress.nodes;
+    case CPX_CALLBACK_INFO_NODES_LEFT:
+      return progress.nodes_left;
+    case CPX_CALLBACK_INFO_MIP_FEAS:
+      return progress.has_integer_solution;
+    default:
+      return std::nullopt;
   }
-  for (int k = 0; k < cnt; ++k) {
-    clp_column& column = lp->problem.columns[static_cast<std::size_t>(indices[k])];
-    if (lu[k] != 'U') change(column.lower, bd[k], true);
-    if (lu[k] != 'L') change(column.upper, bd[k], false);
+}
+
+std::optional<double> double_info(const clp_progress& progress, int which) {
+  switch (which) {
+    case CPX_CALLBACK_INFO_PRIMAL_OBJ:
+      return progress.primal_objective;
+    case CPX_CALLBACK_INFO_DUAL_OBJ:
+      return progress.dual_objective;
+    case CPX_CALLBACK_INFO_PRIMAL_INFMEAS:
+      return progress.primal_infeasibility;
+    case CPX_CALLBACK_INFO_DUAL_INFMEAS:
+      return progress.dual_infeasibility;
+    case CPX_CALLBACK_INFO_BEST_INTEGER:
+      return progress.best_integer;
+    case CPX_CALLBACK_INFO_BEST_REMAINING:
+      return progress.best_remaining;
+    case CPX_CALLBACK_INFO_CUTOFF:
+      return progress.cutoff;
+    default:
+      return std::nullopt;
   }
-  lp->problem.forget_solution();
+}
+
+int set_callback(CPXENVptr env, clp_callback cpxenv::*which, CPXcallbackfunc function,
+                 void* handle) {
+  if (!env) return CPXERR_NO_ENVIRONMENT;
+  env->*which = {function, function ? handle : nullptr};
   return 0;
 }
 
-int check_rows(const clp_problem& problem, int rcnt, int nzcnt, const char* sense,
-               const int* rmatbeg, const int* rmatind) {
-  const int n = static_cast<int>(problem.columns.size());
-  std::vector<int> row_of(problem.columns.size(), -1);
-  for (int i = 0; i < rcnt; ++i) {
-    if (sense[i] != 'L' && sense[i] != 'G' && sense[i] != 'E') return CPXERR_BAD_SENSE;
-    const int end = i + 1 < rcnt ? rmatbeg[i + 1] : nzcnt;
-    if (rmatbeg[i] < 0 || rmatbeg[i] > end || end > nzcnt) return CPXERR_BAD_ARGUMENT;
-    for (int k = rmatbeg[i]; k < end; ++k) {
-      if (!in_range(rmatind[k], rmatind[k], n)) return CPXERR_COL_INDEX_RANGE;
-      int& row = row_of[static_cast<std::size_t>(rmatind[k])];
-      if (row == i) return CPXERR_DUP_ENTRY;
-      row = i;
-    }
-  }
+int get_callback(CPXENVptr env, clp_callback cpxenv::*which, CPXcallbackfunc* function,
+                 void** handle) {
+  if (!env) return CPXERR_NO_ENVIRONMENT;
+  if (function) *function = (env->*which).function;
+  if (handle) *handle = (env->*which).handle;
   return 0;
 }
 
@@ -210,11 +165,8 @@ int check_rows(const clp_problem& problem, int rcnt, int nzcnt, const char* sens
 // ----- Environment and problem -----
 
 CPXENVptr ClpLibrary::CPXopenCPLEXdevelop(int* status) {
-  auto env = std::make_unique<cpxenv>();
-  for (const IntParam& param : kIntParams) env->ints[param.number] = param.default_value;
-  for (const FloatParam& param : kFloatParams) env->floats[param.number] = param.default_value;
   *status = 0;
-  return env.release();
+  return std::make_unique<cpxenv>().release();
 }
 
 int ClpLibrary::CPXcloseCPLEX(CPXENVptr* env) {
@@ -237,9 +189,11 @@ int ClpLibrary::CPXfreeprob(CPXENVptr env, CPXLPptr* lp) {
 }
 
 char* ClpLibrary::CPXgeterrorstring(CPXENVptr, int code, char* buffer) {
-  const ErrorText* const entry = find(kErrorTexts, &ErrorText::code, code);
-  if (!entry) return nullptr;
-  std::snprintf(buffer, 510, "Error %d: %s", code, entry->text);
+  const auto* const end = std::end(kErrorTexts);
+  const auto* const entry = std::find_if(
+      kErrorTexts, end, [&](const ErrorText& candidate) { return candidate.code == code; });
+  if (entry == end) return nullptr;
+  std::snprintf(buffer, kLongestText, "Error %d: %s", code, entry->text);
   return buffer;
 }
 
@@ -247,18 +201,16 @@ char* ClpLibrary::CPXgeterrorstring(CPXENVptr, int code, char* buffer) {
 
 int ClpLibrary::CPXsetintparam(CPXENVptr env, int number, int value) {
   if (!env) return CPXERR_NO_ENVIRONMENT;
-  const IntParam* const param = find(kIntParams, &IntParam::number, number);
-  if (!param) return CPXERR_BAD_PARAM_NUM;
-  if (value < param->min_value) return CPXERR_PARAM_TOO_SMALL;
-  if (value > param->max_value) return CPXERR_PARAM_TOO_BIG;
-  env->ints[number] = value;
+  if (const int code = check_value(find_int_parameter(number), value)) return code;
+  env->parameters.ints[number] = value;
   return 0;
 }
 
 int ClpLibrary::CPXgetintparam(CPXENVptr env, int number, int* value) {
   if (!env) return CPXERR_NO_ENVIRONMENT;
-  const auto found = env->ints.find(number);
-  if (found == env->ints.end()) return CPXERR_BAD_PARAM_NUM;
+  if (!value) return CPXERR_NULL_POINTER;
+  const auto found = env->parameters.ints.find(number);
+  if (found == env->parameters.ints.end()) return CPXERR_BAD_PARAM_NUM;
   *value = found->second;
   return 0;
 }
@@ -266,185 +218,53 @@ int ClpLibrary::CPXgetintparam(CPXENVptr env, int number, int* value) {
 int ClpLibrary::CPXinfointparam(CPXENVptr env, int number, int* default_value, int* min_value,
                                 int* max_value) {
   if (!env) return CPXERR_NO_ENVIRONMENT;
-  const IntParam* const param = find(kIntParams, &IntParam::number, number);
-  if (!param) return CPXERR_BAD_PARAM_NUM;
-  if (default_value) *default_value = param->default_value;
-  if (min_value) *min_value = param->min_value;
-  if (max_value) *max_value = param->max_value;
-  return 0;
+  return give_info(find_int_parameter(number), default_value, min_value, max_value);
 }
 
 int ClpLibrary::CPXsetdblparam(CPXENVptr env, int number, double value) {
   if (!env) return CPXERR_NO_ENVIRONMENT;
-  const FloatParam* const param = find(kFloatParams, &FloatParam::number, number);
-  if (!param) return CPXERR_BAD_PARAM_NUM;
-  if (value < param->min_value) return CPXERR_PARAM_TOO_SMALL;
-  if (value > param->max_value) return CPXERR_PARAM_TOO_BIG;
-  env->floats[number] = value;
+  if (const int code = check_value(find_float_parameter(number), value)) return code;
+  env->parameters.floats[number] = value;
   return 0;
+}
+
+int ClpLibrary::CPXgetdblparam(CPXENVptr env, int number, double* value) {
+  if (!env) return CPXERR_NO_ENVIRONMENT;
+  if (!value) return CPXERR_NULL_POINTER;
+  const auto found = env->parameters.floats.find(number);
+  if (found == env->parameters.floats.end()) return CPXERR_BAD_PARAM_NUM;
+  *value = found->second;
+  return 0;
+}
+
+int ClpLibrary::CPXinfodblparam(CPXENVptr env, int number, double* default_value, double* min_value,
+                                double* max_value) {
+  if (!env) return CPXERR_NO_ENVIRONMENT;
+  return give_info(find_float_parameter(number), default_value, min_value, max_value);
 }
 
 int ClpLibrary::CPXsetstrparam(CPXENVptr env, int number, const char* value) {
+  if (const int code = check_text(env, number, value)) return code;
+  if (std::strlen(value) > kLongestText) return CPXERR_PARAM_TOO_BIG;
+  env->parameters.work_directory = value;
+  return 0;
+}
+
+int ClpLibrary::CPXgetstrparam(CPXENVptr env, int number, char* value) {
+  if (const int code = check_text(env, number, value)) return code;
+  std::strcpy(value, env->parameters.work_directory.c_str());
+  return 0;
+}
+
+int ClpLibrary::CPXinfostrparam(CPXENVptr env, int number, char* default_value) {
+  if (const int code = check_text(env, number, default_value)) return code;
+  std::strcpy(default_value, kDefaultWorkDirectory);
+  return 0;
+}
+
+int ClpLibrary::CPXsetdefaults(CPXENVptr env) {
   if (!env) return CPXERR_NO_ENVIRONMENT;
-  if (number != CPX_PARAM_WORKDIR) return CPXERR_BAD_PARAM_NUM;
-  if (!value) return CPXERR_NULL_POINTER;
-  env->work_directory = value;  // kept only: no file is ever written
-  return 0;
-}
-
-// ----- Matrix -----
-
-int ClpLibrary::CPXnewcols(CPXENVptr env, CPXLPptr lp, int ccnt, const double* obj,
-                           const double* lb, const double* ub, const char* ctype, char** colname) {
-  if (const int code = missing(env, lp)) return code;
-  if (ccnt < 0) return CPXERR_BAD_ARGUMENT;
-  clp_problem& problem = lp->problem;
-  for (int j = 0; ctype && j < ccnt; ++j) {
-    if (ctype[j] != 'C' && ctype[j] != 'B' && ctype[j] != 'I') return CPXERR_BAD_CTYPE;
-  }
-  if (!all_of(obj, ccnt, is_cost) || !all_of(lb, ccnt, is_number) || !all_of(ub, ccnt, is_number)) {
-    return CPXERR_BAD_NUMBER;
-  }
-  for (int j = 0; j < ccnt; ++j) {
-    problem.columns.push_back({lb ? lb[j] : 0.0, ub ? ub[j] : CPX_INFBOUND, obj ? obj[j] : 0.0,
-                               ctype ? ctype[j] : 'C', colname ? colname[j] : ""});
-  }
-  if (ctype) problem.type = CPXPROB_MIP;
-  problem.column_basis.resize(problem.columns.size(), clp_basis_status::kAtLower);
-  problem.forget_solution();
-  return 0;
-}
-
-int ClpLibrary::CPXaddrows(CPXENVptr env, CPXLPptr lp, int ccnt, int rcnt, int nzcnt,
-                           const double* rhs, const char* sense, const int* rmatbeg,
-                           const int* rmatind, const double* rmatval, char**, char** rowname) {
-  if (const int code = missing(env, lp)) return code;
-  if (ccnt != 0 || rcnt < 0) return CPXERR_BAD_ARGUMENT;
-  clp_problem& problem = lp->problem;
-  if (const int code = check_rows(problem, rcnt, nzcnt, sense, rmatbeg, rmatind)) return code;
-  if (!all_of(rhs, rcnt, is_number) || !all_of(rmatval, nzcnt, is_matrix_value)) {
-    return CPXERR_BAD_NUMBER;
-  }
-  problem.rows.reserve(problem.rows.size() + static_cast<std::size_t>(rcnt));
-  for (int i = 0; i < rcnt; ++i) {
-    const double finite = std::clamp(rhs[i], -CPX_INFBOUND, CPX_INFBOUND);
-    problem.rows.push_back({finite, sense[i], rowname ? rowname[i] : ""});
-    std::vector<clp_matrix_entry> entries;
-    const int end = i + 1 < rcnt ? rmatbeg[i + 1] : nzcnt;
-    entries.reserve(static_cast<std::size_t>(end - rmatbeg[i]));
-    for (int k = rmatbeg[i]; k < end; ++k) entries.push_back({rmatind[k], rmatval[k]});
-    problem.entries.push_back(std::move(entries));
-  }
-  problem.row_basis.resize(problem.rows.size(), clp_basis_status::kBasic);
-  problem.forget_solution();
-  return 0;
-}
-
-int ClpLibrary::CPXdelrows(CPXENVptr env, CPXLPptr lp, int begin, int end) {
-  if (const int code = missing(env, lp)) return code;
-  clp_problem& problem = lp->problem;
-  if (!in_range(begin, end, static_cast<int>(problem.rows.size()))) return CPXERR_INDEX_RANGE;
-  const auto erase = [&](auto& items) {
-    items.erase(items.begin() + begin, items.begin() + end + 1);
-  };
-  erase(problem.rows);
-  erase(problem.entries);
-  erase(problem.row_basis);
-  problem.forget_solution();
-  return 0;
-}
-
-int ClpLibrary::CPXchgobj(CPXENVptr env, CPXLPptr lp, int cnt, const int* indices,
-                          const double* values) {
-  if (const int code = missing(env, lp)) return code;
-  const int n = static_cast<int>(lp->problem.columns.size());
-  for (int k = 0; k < cnt; ++k) {
-    if (!in_range(indices[k], indices[k], n)) return CPXERR_COL_INDEX_RANGE;
-    if (!is_cost(values[k])) return CPXERR_BAD_NUMBER;
-  }
-  for (int k = 0; k < cnt; ++k) {
-    lp->problem.columns[static_cast<std::size_t>(indices[k])].objective = values[k];
-  }
-  lp->problem.forget_solution();
-  return 0;
-}
-
-void ClpLibrary::CPXchgobjsen(CPXENVptr env, CPXLPptr lp, int maxormin) {
-  if (missing(env, lp) || lp->problem.sense == maxormin) return;
-  lp->problem.sense = maxormin < 0 ? -1 : 1;
-  lp->problem.forget_solution();
-}
-
-int ClpLibrary::CPXgetobjsen(CPXENVptr env, CPXLPptr lp) {
-  return missing(env, lp) ? 0 : lp->problem.sense;
-}
-
-int ClpLibrary::CPXchgbds(CPXENVptr env, CPXLPptr lp, int cnt, const int* indices, const char* lu,
-                          const double* bd) {
-  return change_bounds(env, lp, cnt, indices, lu, bd,
-                       [](double& bound, double value, bool) { bound = value; });
-}
-
-int ClpLibrary::CPXtightenbds(CPXENVptr env, CPXLPptr lp, int cnt, const int* indices,
-                              const char* lu, const double* bd) {
-  return change_bounds(env, lp, cnt, indices, lu, bd,
-                       [](double& bound, double value, bool is_lower) {
-                         bound = is_lower ? std::max(bound, value) : std::min(bound, value);
-                       });
-}
-
-int ClpLibrary::CPXchgname(CPXENVptr env, CPXLPptr lp, int key, int index, const char* name) {
-  if (const int code = missing(env, lp)) return code;
-  if (!name) return CPXERR_NULL_POINTER;
-  clp_problem& problem = lp->problem;
-  if (key == 'r') {
-    if (!in_range(index, index, static_cast<int>(problem.rows.size()))) {
-      return CPXERR_ROW_INDEX_RANGE;
-    }
-    problem.rows[static_cast<std::size_t>(index)].name = name;
-  } else if (key == 'c') {
-    if (!in_range(index, index, static_cast<int>(problem.columns.size()))) {
-      return CPXERR_COL_INDEX_RANGE;
-    }
-    problem.columns[static_cast<std::size_t>(index)].name = name;
-  } else {
-    return CPXERR_BAD_ARGUMENT;
-  }
-  return 0;
-}
-
-int ClpLibrary::CPXgetlb(CPXENVptr env, CPXLPptr lp, double* lb, int begin, int end) {
-  return read_columns(env, lp, lb, begin, end, [](const clp_column& c) { return c.lower; });
-}
-
-int ClpLibrary::CPXgetub(CPXENVptr env, CPXLPptr lp, double* ub, int begin, int end) {
-  return read_columns(env, lp, ub, begin, end, [](const clp_column& c) { return c.upper; });
-}
-
-int ClpLibrary::CPXgetnumrows(CPXENVptr env, CPXLPptr lp) {
-  return missing(env, lp) ? 0 : static_cast<int>(lp->problem.rows.size());
-}
-
-int ClpLibrary::CPXgetnumcols(CPXENVptr env, CPXLPptr lp) {
-  return missing(env, lp) ? 0 : static_cast<int>(lp->problem.columns.size());
-}
-
-int ClpLibrary::CPXgetnumnz(CPXENVptr env, CPXLPptr lp) {
-  std::size_t count = 0;
-  if (missing(env, lp) == 0) {
-    for (const auto& row : lp->problem.entries) count += row.size();
-  }
-  return static_cast<int>(count);
-}
-
-int ClpLibrary::CPXgetprobtype(CPXENVptr env, CPXLPptr lp) {
-  return missing(env, lp) ? -1 : lp->problem.type;
-}
-
-int ClpLibrary::CPXchgprobtype(CPXENVptr env, CPXLPptr lp, int type) {
-  if (const int code = missing(env, lp)) return code;
-  if (type < CPXPROB_LP || type > CPXPROB_FIXED) return CPXERR_BAD_ARGUMENT;
-  lp->problem.type = type;
+  env->parameters = clp_parameters();
   return 0;
 }
 
@@ -456,40 +276,105 @@ int ClpLibrary::CPXprimopt(CPXENVptr env, CPXLPptr lp) {
 
 int ClpLibrary::CPXdualopt(CPXENVptr env, CPXLPptr lp) { return solve(env, lp, clp_method::kDual); }
 
-int ClpLibrary::CPXgetstat(CPXENVptr env, CPXLPptr lp) {
-  return missing(env, lp) ? 0 : lp->problem.status;
+int ClpLibrary::CPXbaropt(CPXENVptr env, CPXLPptr lp) {
+  return solve(env, lp, clp_method::kBarrierPrimal);
 }
+
+int ClpLibrary::CPXhybbaropt(CPXENVptr env, CPXLPptr lp, int method) {
+  return solve_by(env, lp, method, clp_method::kBarrierPrimal, clp_method::kBarrierDual);
+}
+
+int ClpLibrary::CPXhybnetopt(CPXENVptr env, CPXLPptr lp, int method) {
+  return solve_by(env, lp, method, clp_method::kNetworkPrimal, clp_method::kNetworkDual);
+}
+
+int ClpLibrary::CPXmipopt(CPXENVptr env, CPXLPptr lp) {
+  if (const int code = missing(env, lp)) return code;
+  if (lp->problem.type != CPXPROB_MIP) return CPXERR_NOT_MIP;
+  solve_clp_mip(lp->problem, env->parameters.settings(), monitor_of(env, env->mip_callback));
+  return 0;
+}
+
+int ClpLibrary::CPXgetstat(CPXENVptr env, CPXLPptr lp) {
+  return count_of(env, lp, &clp_problem::status);
+}
+
+int ClpLibrary::CPXgetsubstat(CPXENVptr env, CPXLPptr lp) {
+  return count_of(env, lp, &clp_problem::sub_status);
+}
+
+// ----- Counts -----
 
 int ClpLibrary::CPXgetitcnt(CPXENVptr env, CPXLPptr lp) {
-  return missing(env, lp) ? 0 : lp->problem.iterations;
+  return count_of(env, lp, &clp_problem::iterations);
 }
 
-// ----- Solution -----
-
-int ClpLibrary::CPXgetobjval(CPXENVptr env, CPXLPptr lp, double* value) {
-  return read_solution(env, lp, value, 0, 0, 1,
-                       [&](std::size_t) { return lp->problem.objective_value; });
+int ClpLibrary::CPXgetbaritcnt(CPXENVptr env, CPXLPptr lp) {
+  return count_of(env, lp, &clp_problem::barrier_iterations);
 }
 
-int ClpLibrary::CPXgetx(CPXENVptr env, CPXLPptr lp, double* x, int begin, int end) {
-  return read_solution(env, lp, x, begin, end, lp ? lp->problem.x.size() : 0,
-                       [&](std::size_t j) { return lp->problem.x[j]; });
+int ClpLibrary::CPXgetmipitcnt(CPXENVptr env, CPXLPptr lp) {
+  return count_of(env, lp, &clp_problem::mip_iterations);
 }
 
-int ClpLibrary::CPXgetpi(CPXENVptr env, CPXLPptr lp, double* pi, int begin, int end) {
-  return read_solution(env, lp, pi, begin, end, lp ? lp->problem.dual.size() : 0,
-                       [&](std::size_t i) { return lp->problem.dual[i]; });
+int ClpLibrary::CPXgetnodecnt(CPXENVptr env, CPXLPptr lp) {
+  return count_of(env, lp, &clp_problem::nodes);
 }
 
-int ClpLibrary::CPXgetdj(CPXENVptr env, CPXLPptr lp, double* dj, int begin, int end) {
-  return read_solution(env, lp, dj, begin, end, lp ? lp->problem.reduced_cost.size() : 0,
-                       [&](std::size_t j) { return lp->problem.reduced_cost[j]; });
+int ClpLibrary::CPXgetnodeleftcnt(CPXENVptr env, CPXLPptr lp) {
+  return count_of(env, lp, &clp_problem::nodes_left);
 }
 
-int ClpLibrary::CPXgetslack(CPXENVptr env, CPXLPptr lp, double* slack, int begin, int end) {
-  return read_solution(
-      env, lp, slack, begin, end, lp ? lp->problem.activity.size() : 0,
-      [&](std::size_t i) { return lp->problem.rows[i].rhs - lp->problem.activity[i]; });
+int ClpLibrary::CPXgetclqcnt(CPXENVptr env, CPXLPptr lp) {
+  return count_of(env, lp, &clp_problem::clique_cuts);
+}
+
+int ClpLibrary::CPXgetcovcnt(CPXENVptr env, CPXLPptr lp) {
+  return count_of(env, lp, &clp_problem::cover_cuts);
+}
+
+// CLP counts neither the iterations of its first phase nor the steps of its crossover.
+int ClpLibrary::CPXgetphase1cnt(CPXENVptr, CPXLPptr) { return 0; }
+int ClpLibrary::CPXgetcrossppushcnt(CPXENVptr, CPXLPptr) { return 0; }
+int ClpLibrary::CPXgetcrosspexchcnt(CPXENVptr, CPXLPptr) { return 0; }
+int ClpLibrary::CPXgetcrossdpushcnt(CPXENVptr, CPXLPptr) { return 0; }
+int ClpLibrary::CPXgetcrossdexchcnt(CPXENVptr, CPXLPptr) { return 0; }
+
+// ----- Callbacks -----
+
+int ClpLibrary::CPXsetlpcallbackfunc(CPXENVptr env, CPXcallbackfunc callback, void* cbhandle) {
+  return set_callback(env, &cpxenv::lp_callback, callback, cbhandle);
+}
+
+int ClpLibrary::CPXsetmipcallbackfunc(CPXENVptr env, CPXcallbackfunc callback, void* cbhandle) {
+  return set_callback(env, &cpxenv::mip_callback, callback, cbhandle);
+}
+
+int ClpLibrary::CPXgetlpcallbackfunc(CPXENVptr env, CPXcallbackfunc* callback, void** cbhandle) {
+  return get_callback(env, &cpxenv::lp_callback, callback, cbhandle);
+}
+
+int ClpLibrary::CPXgetmipcallbackfunc(CPXENVptr env, CPXcallbackfunc* callback, void** cbhandle) {
+  return get_callback(env, &cpxenv::mip_callback, callback, cbhandle);
+}
+
+int ClpLibrary::CPXgetcallbackinfo(CPXENVptr env, void* cbdata, int wherefrom, int whichinfo,
+                                   void* result) {
+  if (!env) return CPXERR_NO_ENVIRONMENT;
+  if (!cbdata) return CPXERR_CALLBACK;
+  if (!result) return CPXERR_NULL_POINTER;
+  const auto& progress = *static_cast<const clp_progress*>(cbdata);
+  if (progress.where != wherefrom) return CPXERR_CALLBACK;
+  const bool of_mip = whichinfo >= CPX_CALLBACK_INFO_BEST_INTEGER;
+  if (of_mip != (progress.where == CPX_CALLBACK_MIP)) return CPXERR_BAD_ARGUMENT;
+  if (const std::optional<int> number = int_info(progress, whichinfo)) {
+    *static_cast<int*>(result) = *number;
+    return 0;
+  }
+  const std::optional<double> value = double_info(progress, whichinfo);
+  if (!value) return CPXERR_BAD_ARGUMENT;
+  *static_cast<double*>(result) = *value;
+  return 0;
 }
 
 }  // namespace planloc

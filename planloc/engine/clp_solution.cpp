@@ -8,26 +8,12 @@
 #include <ClpSimplex.hpp>
 #include <CoinIndexedVector.hpp>
 
-#include "planloc/engine/cplex_library.h"
+#include "planloc/engine/clp_model.h"
 
 namespace planloc::detail {
 namespace {
 
 constexpr int kRefinements = 3;
-
-clp_basis_status from_clp(ClpSimplex::Status status) {
-  switch (status) {
-    case ClpSimplex::basic:
-      return clp_basis_status::kBasic;
-    case ClpSimplex::atUpperBound:
-      return clp_basis_status::kAtUpper;
-    case ClpSimplex::isFree:
-    case ClpSimplex::superBasic:
-      return clp_basis_status::kFree;
-    default:
-      return clp_basis_status::kAtLower;
-  }
-}
 
 // What the rows at a bound lack at x, in extended precision; the largest of it.
 double residuals(const clp_problem& problem, const ClpSimplex& model, std::vector<double>& out) {
@@ -38,7 +24,7 @@ double residuals(const clp_problem& problem, const ClpSimplex& model, std::vecto
     const bool at_upper = status == ClpSimplex::atUpperBound;
     if (!at_upper && status != ClpSimplex::atLowerBound && status != ClpSimplex::isFixed) continue;
     long double r = at_upper ? model.rowUpper()[i] : model.rowLower()[i];
-    for (const clp_matrix_entry& e : problem.entries[i]) {
+    for (const clp_matrix_entry& e : problem.matrix[i]) {
       r -= static_cast<long double>(e.value) * problem.x[static_cast<std::size_t>(e.column)];
     }
     out[i] = static_cast<double>(r);
@@ -108,20 +94,6 @@ void place_nonbasics(clp_problem& problem, const ClpSimplex& model) {
 
 }  // namespace
 
-// ----- Bounds -----
-
-double lower_bound_of(double value) { return value <= -CPX_INFBOUND ? -kClpInfinite : value; }
-double upper_bound_of(double value) { return value >= CPX_INFBOUND ? kClpInfinite : value; }
-
-double row_lower_bound(const clp_row& row) {
-  if (row.sense == 'L') return -kClpInfinite;
-  return row.sense == 'G' ? lower_bound_of(row.rhs) : row.rhs;
-}
-double row_upper_bound(const clp_row& row) {
-  if (row.sense == 'G') return kClpInfinite;
-  return row.sense == 'L' ? upper_bound_of(row.rhs) : row.rhs;
-}
-
 // ----- Values -----
 
 void finish_clp_values(clp_problem& problem) {
@@ -129,7 +101,7 @@ void finish_clp_values(clp_problem& problem) {
   std::vector<long double> priced(problem.columns.size(), 0.0L);
   for (std::size_t i = 0; i < problem.rows.size(); ++i) {
     long double sum = 0.0L;
-    for (const clp_matrix_entry& e : problem.entries[i]) {
+    for (const clp_matrix_entry& e : problem.matrix[i]) {
       const auto j = static_cast<std::size_t>(e.column);
       sum += static_cast<long double>(e.value) * problem.x[j];
       priced[j] += static_cast<long double>(e.value) * problem.dual[i];
@@ -149,13 +121,7 @@ void finish_clp_values(clp_problem& problem) {
 
 void store_clp_solution(clp_problem& problem, const ClpSimplex& model, double cost_scale,
                         bool factorized) {
-  for (std::size_t j = 0; j < problem.columns.size(); ++j) {
-    problem.column_basis[j] = from_clp(model.getColumnStatus(static_cast<int>(j)));
-  }
-  for (std::size_t i = 0; i < problem.rows.size(); ++i) {
-    problem.row_basis[i] = from_clp(model.getRowStatus(static_cast<int>(i)));
-  }
-  problem.has_basis = true;
+  store_clp_basis(model, problem);
   problem.x.assign(model.primalColumnSolution(),
                    model.primalColumnSolution() + problem.columns.size());
   problem.dual.assign(model.dualRowSolution(), model.dualRowSolution() + problem.rows.size());

@@ -3,23 +3,11 @@
 #ifndef PLANLOC_ENGINE_CLP_SOLUTION_H_
 #define PLANLOC_ENGINE_CLP_SOLUTION_H_
 
-#include <limits>
-
 #include "planloc/engine/clp_problem.h"
 
 class ClpSimplex;
 
 namespace planloc::detail {
-
-// ----- Bounds as CLP has them -----
-
-inline constexpr double kClpInfinite = std::numeric_limits<double>::max();
-
-double lower_bound_of(double value);
-double upper_bound_of(double value);
-// An inequality whose right-hand side is infinite on its open side restricts nothing.
-double row_lower_bound(const clp_row& row);
-double row_upper_bound(const clp_row& row);
 
 // ----- Values -----
 

@@ -1,16 +1,19 @@
+// The linear part of ClpLibrary: runs of CLP and what is made of their verdicts.
 #include <algorithm>
-#include <chrono>
 #include <cmath>
-#include <ctime>
 #include <memory>
 
+#include <ClpCholeskyBase.hpp>
+#include <ClpEventHandler.hpp>
+#include <ClpInterior.hpp>
 #include <ClpPresolve.hpp>
 #include <ClpSimplex.hpp>
-#include <CoinMessageHandler.hpp>
 
+#include "planloc/engine/clp_model.h"
+#include "planloc/engine/clp_network.h"
 #include "planloc/engine/clp_problem.h"
 #include "planloc/engine/clp_solution.h"
-#include "planloc/engine/cplex_library.h"
+#include "planloc/engine/cplex_constants.h"
 
 namespace planloc {
 
@@ -21,50 +24,69 @@ namespace {
 // What CLP's own status says of a run.
 enum class Verdict { kOptimal, kInfeasible, kUnbounded, kStopped, kUnclear };
 
+enum class Stop { kIterations, kTime, kCallback };
+
+// What a run of CLP does.
+enum class Run { kPrimal, kDual, kBarrier };
+
 constexpr int kPerturbationOff = 100;
 constexpr double kPresolveTolerance = 1e-8;
 constexpr int kPresolvePasses = 5;
 // Final tolerance, so that a basis is not left which the program's own tolerances only just allow.
 constexpr double kPolishTolerance = 1e-9;
-// Scaling and presolve enlarge costs, and CLP ends the process at one of 1e25. With costs of this
-// size the dual tolerance is some hundred times their rounding; smaller ones would loosen it.
-constexpr int kLargestCostExponent = 23;
 
-class SilentHandler final : public CoinMessageHandler {
+// Tells the monitor of every iteration; CLP works on copies of it. `interior` is the model of a
+// barrier run, null for a simplex.
+class Watch final : public ClpEventHandler {
  public:
-  SilentHandler() { setLogLevel(0); }
-  int print() override { return 0; }
-  CoinMessageHandler* clone() const override { return new SilentHandler(*this); }
+  Watch(const clp_monitor& monitor, clp_progress& progress, double cost_scale, bool& stopped,
+        const ClpInterior* interior)
+      : monitor_(&monitor),
+        progress_(&progress),
+        cost_scale_(cost_scale),
+        stopped_(&stopped),
+        interior_(interior) {}
+
+  int event(Event which) override {
+    if (which == endOfIteration && !*stopped_) {
+      if (interior_) {
+        note(interior_->primalObjective(), interior_->dualObjective(), *interior_);
+      } else if (model_) {
+        note(model_->objectiveValue(), model_->objectiveValue(), *model_);
+      }
+      ++progress_->iterations;
+      *stopped_ = (*monitor_)(*progress_);
+    }
+    return *stopped_ ? which : -1;
+  }
+
+  ClpEventHandler* clone() const override { return new Watch(*this); }
+
+ private:
+  template <typename Model>
+  void note(double primal_objective, double dual_objective, const Model& model) {
+    progress_->primal_objective = primal_objective * cost_scale_;
+    progress_->dual_objective = dual_objective * cost_scale_;
+    progress_->primal_infeasibility = model.sumPrimalInfeasibilities();
+    progress_->dual_infeasibility = model.sumDualInfeasibilities();
+  }
+
+  const clp_monitor* monitor_;
+  clp_progress* progress_;
+  double cost_scale_;
+  bool* stopped_;
+  const ClpInterior* interior_;
 };
-
-ClpSimplex::Status to_clp(clp_basis_status status, double lower, double upper) {
-  if (status == clp_basis_status::kBasic) return ClpSimplex::basic;
-  if (status == clp_basis_status::kAtUpper && upper < kClpInfinite) return ClpSimplex::atUpperBound;
-  if (lower > -kClpInfinite) return ClpSimplex::atLowerBound;
-  return upper < kClpInfinite ? ClpSimplex::atUpperBound : ClpSimplex::isFree;
-}
-
-double clock_seconds(bool wall) {
-  if (!wall) return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
-  const auto now = std::chrono::steady_clock::now().time_since_epoch();
-  return std::chrono::duration<double>(now).count();
-}
-
-// The power of two, at least 1, by which the costs are divided for CLP.
-double size_of_costs(const std::vector<clp_column>& columns) {
-  double largest = 1.0;
-  for (const clp_column& column : columns) largest = std::max(largest, std::fabs(column.objective));
-  return std::ldexp(1.0, std::max(0, std::ilogb(largest) - kLargestCostExponent));
-}
 
 // One solve: CLP's model of the program and the bookkeeping of limits over its runs.
 class Solver {
  public:
-  Solver(clp_problem& problem, const clp_settings& settings)
+  Solver(clp_problem& problem, const clp_settings& settings, const clp_monitor& monitor)
       : problem_(problem),
         settings_(settings),
+        monitor_(monitor),
         start_(clock_seconds(settings.wall_clock)),
-        cost_scale_(problem.sense * size_of_costs(problem.columns)) {}
+        cost_scale_(cost_scale_of(problem)) {}
 
   void solve(clp_method method);
 
@@ -72,13 +94,18 @@ class Solver {
   bool has_conflicting_bounds() const;
   bool solve_without_matrix();
   void load(ClpSimplex& model);
-  void load_basis(ClpSimplex& model) const;
-  bool limits_left(ClpSimplex& model);
-  Verdict run(ClpSimplex& model, clp_method method, int start_finish = 0);
-  Verdict run_presolved(ClpSimplex& model, clp_method method);
+  template <typename Model>
+  void watch(Model& model, const ClpInterior* interior = nullptr);
+  bool limits_left(ClpModel& model);
+  Verdict run(ClpSimplex& model, Run kind, int start_finish = 0);
+  bool run_barrier(ClpSimplex& model);
+  Verdict verdict_of(const ClpModel& model);
+  Verdict run_presolved(ClpSimplex& model, Run kind);
+  Verdict run_first(ClpSimplex& model, clp_method method);
   Verdict diagnose(ClpSimplex& model);
   Verdict polish(const ClpSimplex& model);
-  int stopped_status() const;
+  int settle(Verdict verdict, const ClpSimplex& model);
+  int settle_stopped(const ClpSimplex& model);
 
   std::size_t rows() const { return problem_.rows.size(); }
   std::size_t columns() const { return problem_.columns.size(); }
@@ -86,90 +113,58 @@ class Solver {
 
   clp_problem& problem_;
   const clp_settings& settings_;
+  const clp_monitor& monitor_;
+  clp_progress progress_;
   SilentHandler silent_;
   double start_;
   double cost_scale_;  // of the program's costs to CLP's, which are minimised
   int iterations_ = 0;
-  bool out_of_time_ = false;
+  Stop stop_ = Stop::kIterations;
+  bool stopped_by_callback_ = false;
+  bool polishing_ = false;
 };
 
-// ----- Building CLP's model -----
-
 void Solver::load(ClpSimplex& model) {
-  const int m = static_cast<int>(rows());
-  const int n = static_cast<int>(columns());
-  std::vector<CoinBigIndex> starts(columns() + 1, 0);
-  for (const auto& row : problem_.entries) {
-    for (const clp_matrix_entry& e : row)
-      starts[static_cast<std::size_t>(e.column) + 1] += e.value != 0.0;
-  }
-  for (std::size_t j = 0; j < columns(); ++j) starts[j + 1] += starts[j];
-  std::vector<CoinBigIndex> next(starts.begin(), starts.end() - 1);
-  std::vector<int> indices(static_cast<std::size_t>(starts.back()));
-  std::vector<double> values(indices.size());
-  for (int i = 0; i < m; ++i) {
-    for (const clp_matrix_entry& e : problem_.entries[static_cast<std::size_t>(i)]) {
-      if (e.value == 0.0) continue;
-      const auto place = static_cast<std::size_t>(next[static_cast<std::size_t>(e.column)]++);
-      indices[place] = i;
-      values[place] = e.value;
-    }
-  }
-  std::vector<double> lower, upper, costs, below, above;
-  for (const clp_column& column : problem_.columns) {
-    lower.push_back(lower_bound_of(column.lower));
-    upper.push_back(upper_bound_of(column.upper));
-    costs.push_back(cost(column));
-  }
-  for (const clp_row& row : problem_.rows) {
-    below.push_back(row_lower_bound(row));
-    above.push_back(row_upper_bound(row));
-  }
   model.passInMessageHandler(&silent_);
   model.setLogLevel(0);
-  model.loadProblem(n, m, starts.data(), indices.data(), values.data(), lower.data(), upper.data(),
-                    costs.data(), below.data(), above.data());
+  load_clp_model(problem_, cost_scale_, model);
   model.setPrimalTolerance(settings_.primal_tolerance);
   model.setDualTolerance(settings_.dual_tolerance);
   model.setPerturbation(kPerturbationOff);
 }
 
-void Solver::load_basis(ClpSimplex& model) const {
-  for (int j = 0; j < model.numberColumns(); ++j) {
-    model.setColumnStatus(j, to_clp(problem_.column_basis[static_cast<std::size_t>(j)],
-                                    model.columnLower()[j], model.columnUpper()[j]));
-  }
-  for (int i = 0; i < model.numberRows(); ++i) {
-    model.setRowStatus(i, to_clp(problem_.row_basis[static_cast<std::size_t>(i)],
-                                 model.rowLower()[i], model.rowUpper()[i]));
-  }
-}
-
 // ----- Runs of CLP -----
 
 // Gives the model what is left of the limits.
-bool Solver::limits_left(ClpSimplex& model) {
+bool Solver::limits_left(ClpModel& model) {
+  stop_ = Stop::kIterations;
   if (iterations_ >= settings_.iteration_limit) return false;
   model.setMaximumIterations(settings_.iteration_limit - iterations_);
   if (settings_.time_limit >= 1e75) return true;
   const double left = settings_.time_limit - (clock_seconds(settings_.wall_clock) - start_);
-  out_of_time_ = left <= 0.0;
   if (settings_.wall_clock) {
     model.setMaximumWallSeconds(left);
   } else {
     model.setMaximumSeconds(left);
   }
-  return !out_of_time_;
+  if (left > 0.0) return true;
+  stop_ = Stop::kTime;
+  return false;
 }
 
-Verdict Solver::run(ClpSimplex& model, clp_method method, int start_finish) {
-  if (!limits_left(model)) return Verdict::kStopped;
-  if (method == clp_method::kDual) {
-    model.dual(0, start_finish);
-  } else {
-    model.primal(0, start_finish);
+// Gives the model a handler of its own.
+template <typename Model>
+void Solver::watch(Model& model, const ClpInterior* interior) {
+  if (monitor_ && !polishing_) {
+    const Watch handler(monitor_, progress_, cost_scale_, stopped_by_callback_, interior);
+    model.passInEventHandler(&handler);
+  } else if (monitor_ || interior) {
+    const ClpEventHandler none;
+    model.passInEventHandler(&none);
   }
-  iterations_ += model.numberIterations();
+}
+
+Verdict Solver::verdict_of(const ClpModel& model) {
   switch (model.status()) {
     case 0:
       return Verdict::kOptimal;
@@ -178,26 +173,107 @@ Verdict Solver::run(ClpSimplex& model, clp_method method, int start_finish) {
     case 2:
       return Verdict::kUnbounded;
     case 3:
-      out_of_time_ = model.hitMaximumIterations() && iterations_ < settings_.iteration_limit;
+    case 5:
+      stop_ = stopped_by_callback_                      ? Stop::kCallback
+              : iterations_ < settings_.iteration_limit ? Stop::kTime
+                                                        : Stop::kIterations;
       return Verdict::kStopped;
     default:
       return Verdict::kUnclear;
   }
 }
 
+Verdict Solver::run(ClpSimplex& model, Run kind, int start_finish) {
+  if (stopped_by_callback_ || !limits_left(model)) return Verdict::kStopped;
+  watch(model);
+  bool values_pass = false;
+  if (kind == Run::kBarrier) {
+    if (!run_barrier(model)) return Verdict::kStopped;
+    values_pass = true;
+    if (!limits_left(model)) return Verdict::kStopped;
+  }
+  progress_.where = kind == Run::kDual ? CPX_CALLBACK_DUAL : CPX_CALLBACK_PRIMAL;
+  if (kind == Run::kDual) {
+    model.dual(0, start_finish);
+  } else {
+    model.primal(values_pass ? 1 : 0, start_finish);
+  }
+  iterations_ += model.numberIterations();
+  return verdict_of(model);
+}
+
+// Takes the model to an interior point, from which a primal simplex with a values pass goes on to a
+// vertex. An interior point that is not optimal is a start as well. False if it was stopped.
+bool Solver::run_barrier(ClpSimplex& model) {
+  progress_.where = CPX_CALLBACK_BARRIER;
+  ClpInterior interior;
+  interior.borrowModel(model);
+  interior.setCholesky(new ClpCholeskyBase);  // which the model owns
+  interior.setMaximumBarrierIterations(settings_.barrier_iteration_limit);
+  watch(interior, &interior);
+  interior.primalDual();
+  problem_.barrier_iterations += interior.numberIterations();
+  interior.returnModel(model);
+  const ClpEventHandler none;  // the one that came back knows the interior model
+  model.passInEventHandler(&none);
+  watch(model);
+  model.allSlackBasis(false);
+  if (problem_.barrier_iterations >= settings_.barrier_iteration_limit) {
+    stop_ = Stop::kIterations;
+    return false;
+  }
+  if (stopped_by_callback_) stop_ = Stop::kCallback;
+  return !stopped_by_callback_;
+}
+
 // Solves a presolved copy and brings its basis back to the model. Whatever is not optimal is
 // unclear, since a reduced program does not tell infeasible from unbounded.
-Verdict Solver::run_presolved(ClpSimplex& model, clp_method method) {
+Verdict Solver::run_presolved(ClpSimplex& model, Run kind) {
   ClpPresolve presolve;
   const std::unique_ptr<ClpSimplex> reduced(
       presolve.presolvedModel(model, kPresolveTolerance, false, kPresolvePasses, true));
   if (!reduced) return Verdict::kUnclear;
   reduced->passInMessageHandler(&silent_);
-  const Verdict verdict = run(*reduced, method);
+  const Verdict verdict = run(*reduced, kind);
   if (verdict == Verdict::kStopped) return verdict;
   if (verdict != Verdict::kOptimal) return Verdict::kUnclear;
   presolve.postsolve(true);
-  return run(model, clp_method::kPrimal);
+  return run(model, Run::kPrimal);
+}
+
+Run run_of(clp_method method) {
+  switch (method) {
+    case clp_method::kDual:
+    case clp_method::kNetworkDual:
+      return Run::kDual;
+    case clp_method::kBarrierPrimal:
+    case clp_method::kBarrierDual:
+      return Run::kBarrier;
+    default:
+      return Run::kPrimal;
+  }
+}
+
+// The method's own way to a verdict on the full program.
+Verdict Solver::run_first(ClpSimplex& model, clp_method method) {
+  const bool network = method == clp_method::kNetworkPrimal || method == clp_method::kNetworkDual;
+  const bool barrier = method == clp_method::kBarrierPrimal || method == clp_method::kBarrierDual;
+  if (network) {
+    clp_settings part = settings_;
+    part.iteration_limit = std::min(settings_.iteration_limit, settings_.network_iteration_limit);
+    clp_problem basis = network_start(problem_, part);
+    iterations_ += basis.iterations;
+    if (basis.has_basis) load_clp_basis(basis, model);
+    return run(model, run_of(method));
+  }
+  if (problem_.has_basis && settings_.start_from_basis && !barrier) {
+    load_clp_basis(problem_, model);
+    return run(model, run_of(method));
+  }
+  const Verdict verdict =
+      settings_.presolve ? run_presolved(model, run_of(method)) : run(model, run_of(method));
+  const bool by_dual = method == clp_method::kBarrierDual && verdict == Verdict::kOptimal;
+  return by_dual ? run(model, Run::kDual) : verdict;
 }
 
 // Phase 1 on the full program settles whether it is feasible; the objective, from there, whether it
@@ -209,11 +285,11 @@ Verdict Solver::diagnose(ClpSimplex& model) {
   ClpSimplex full;
   load(full);
   full.chgObjCoefficients(zeros.data());
-  const Verdict feasible = run(full, clp_method::kPrimal);
+  const Verdict feasible = run(full, Run::kPrimal);
   if (feasible != Verdict::kOptimal)
     return feasible == Verdict::kUnbounded ? Verdict::kUnclear : feasible;
   full.chgObjCoefficients(costs.data());
-  const Verdict bounded = run(full, clp_method::kPrimal);
+  const Verdict bounded = run(full, Run::kPrimal);
   model = full;
   model.passInMessageHandler(&silent_);
   return bounded == Verdict::kInfeasible ? Verdict::kUnclear : bounded;
@@ -224,11 +300,12 @@ Verdict Solver::diagnose(ClpSimplex& model) {
 Verdict Solver::polish(const ClpSimplex& model) {
   ClpSimplex polished(model);
   polished.passInMessageHandler(&silent_);
+  polishing_ = true;
   polished.scaling(0);
   polished.setPerturbation(kPerturbationOff);
   polished.setPrimalTolerance(std::min(settings_.primal_tolerance, kPolishTolerance));
   polished.setDualTolerance(std::min(settings_.dual_tolerance, kPolishTolerance));
-  const Verdict verdict = run(polished, clp_method::kPrimal, 1);
+  const Verdict verdict = run(polished, Run::kPrimal, 1);
   if (verdict == Verdict::kOptimal) {
     store_clp_solution(problem_, polished, cost_scale_, true);
   } else {
@@ -250,7 +327,7 @@ bool Solver::has_conflicting_bounds() const {
 bool Solver::solve_without_matrix() {
   bool has_matrix = false;
   for (std::size_t i = 0; i < rows(); ++i) {
-    const bool empty = std::all_of(problem_.entries[i].begin(), problem_.entries[i].end(),
+    const bool empty = std::all_of(problem_.matrix[i].begin(), problem_.matrix[i].end(),
                                    [](const clp_matrix_entry& e) { return e.value == 0.0; });
     if (!empty) {
       has_matrix = true;
@@ -287,13 +364,47 @@ bool Solver::solve_without_matrix() {
   return true;
 }
 
-int Solver::stopped_status() const {
-  return out_of_time_ ? CPX_STAT_ABORT_TIME_LIM : CPX_STAT_ABORT_IT_LIM;
+int Solver::settle_stopped(const ClpSimplex& model) {
+  store_clp_solution(problem_, model, cost_scale_, false);
+  const bool feasible = is_feasible(problem_, settings_.primal_tolerance);
+  if (!feasible) problem_.forget_linear_solution();
+  switch (stop_) {
+    case Stop::kIterations:
+      return feasible ? CPX_STAT_IT_LIM_FEAS : CPX_STAT_IT_LIM_INFEAS;
+    case Stop::kTime:
+      return feasible ? CPX_STAT_TIME_LIM_FEAS : CPX_STAT_TIME_LIM_INFEAS;
+    default:
+      return feasible ? CPX_STAT_ABORT_FEAS : CPX_STAT_ABORT_INFEAS;
+  }
+}
+
+// From CLP's verdict to the status of the program and its solution.
+int Solver::settle(Verdict verdict, const ClpSimplex& model) {
+  switch (verdict) {
+    case Verdict::kInfeasible:
+      return CPX_STAT_INFEASIBLE;
+    case Verdict::kUnbounded:
+      return CPX_STAT_UNBOUNDED;
+    case Verdict::kStopped:
+      return settle_stopped(model);
+    case Verdict::kUnclear:
+      return CPX_STAT_NUM_BEST_INFEAS;
+    default:
+      break;
+  }
+  const Verdict polished = polish(model);
+  if (is_feasible(problem_, settings_.primal_tolerance) &&
+      is_dual_feasible(problem_, settings_, cost_scale_)) {
+    return CPX_STAT_OPTIMAL;
+  }
+  if (polished != Verdict::kUnbounded) return CPX_STAT_OPTIMAL_INFEAS;
+  problem_.forget_linear_solution();
+  return CPX_STAT_UNBOUNDED;
 }
 
 void Solver::solve(clp_method method) {
-  problem_.forget_solution();
-  problem_.iterations = 0;
+  problem_.forget_linear_solution();
+  problem_.iterations = problem_.barrier_iterations = 0;
   if (has_conflicting_bounds()) {
     problem_.status = CPX_STAT_INFEASIBLE;
     return;
@@ -302,45 +413,23 @@ void Solver::solve(clp_method method) {
 
   ClpSimplex model;
   load(model);
-  Verdict verdict;
-  if (problem_.has_basis && settings_.start_from_basis) {
-    load_basis(model);
-    verdict = run(model, method);
-  } else if (settings_.presolve) {
-    verdict = run_presolved(model, method);
-  } else {
-    verdict = run(model, method);
-  }
+  Verdict verdict = run_first(model, method);
   if (verdict != Verdict::kOptimal && verdict != Verdict::kStopped) verdict = diagnose(model);
-  if (verdict == Verdict::kOptimal) {
-    const Verdict polished = polish(model);
-    if (is_feasible(problem_, settings_.primal_tolerance) &&
-        is_dual_feasible(problem_, settings_, cost_scale_)) {
-      problem_.status = CPX_STAT_OPTIMAL;
-    } else if (polished == Verdict::kUnbounded) {
-      problem_.forget_solution();
-      problem_.status = CPX_STAT_UNBOUNDED;
-    } else {
-      problem_.status = CPX_STAT_OPTIMAL_INFEAS;
-    }
-  } else {
-    problem_.status = verdict == Verdict::kInfeasible  ? CPX_STAT_INFEASIBLE
-                      : verdict == Verdict::kUnbounded ? CPX_STAT_UNBOUNDED
-                      : verdict == Verdict::kStopped   ? stopped_status()
-                                                       : CPX_STAT_NUM_BEST;
-  }
+  problem_.status = settle(verdict, model);
   problem_.iterations = iterations_;
 }
 
 }  // namespace
 
-void clp_problem::forget_solution() {
-  status = CPX_STAT_NONE;
-  has_solution = false;
-}
-
-void solve_clp_problem(clp_problem& problem, clp_method method, const clp_settings& settings) {
-  Solver(problem, settings).solve(method);
+void solve_clp_problem(clp_problem& problem, clp_method method, const clp_settings& settings,
+                       const clp_monitor& monitor) {
+  if (problem.type != CPXPROB_FIXED) return Solver(problem, settings, monitor).solve(method);
+  const std::vector<clp_column> columns = problem.columns;
+  for (std::size_t j = 0; j < columns.size(); ++j) {
+    if (!std::isnan(problem.fixed[j])) fix_column(problem.columns[j], problem.fixed[j]);
+  }
+  Solver(problem, settings, monitor).solve(method);
+  problem.columns = columns;
 }
 
 }  // namespace planloc

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <new>
+#include <numeric>
 #include <utility>
 
 namespace planloc {
@@ -9,17 +10,15 @@ namespace {
 
 constexpr std::size_t kMessageSize = 1024;
 
-struct Environment {
-  CPXENVptr env = nullptr;
-  int users = 0;
-};
+// Strings of parameters have up to 510 characters.
+constexpr std::size_t kTextSize = 512;
 
-Environment& environment() {
+}  // namespace
+
+IlcCplex::Environment& IlcCplex::environment() {
   static Environment shared;
   return shared;
 }
-
-}  // namespace
 
 IlcCplex::IlcCplex(IlcManager m, int closeOnError)
     : manager_(m),
@@ -60,8 +59,11 @@ void IlcCplex::open() {
   test("IlcCplex::IlcCplex", status);
 }
 
-// Gives problem and environment back; the first code that is not 0.
+// Gives callbacks, problem and environment back; the first code that is not 0.
 int IlcCplex::release() {
+  if (holds_lp_callback_) library_.CPXsetlpcallbackfunc(env_, nullptr, nullptr);
+  if (holds_mip_callback_) library_.CPXsetmipcallbackfunc(env_, nullptr, nullptr);
+  holds_lp_callback_ = holds_mip_callback_ = false;
   int problem_code = 0;
   if (lp_) problem_code = library_.CPXfreeprob(env_, &lp_);
   lp_ = nullptr;
@@ -81,11 +83,12 @@ int IlcCplex::release() {
 void IlcCplex::test(const char* name, int code) {
   if (code == 0) return;
   if (!library_.CPXgeterrorstring(env_, code, message_)) message_[0] = '\0';
-  if (close_on_error_) {
-    release();
-    code = kIlcClosedOnError;
-  }
-  manager_.getErrorReporter()->error(code, name, message_);
+  if (close_on_error_) release();
+  report(name, code);
+}
+
+void IlcCplex::report(const char* name, int code) {
+  manager_.getErrorReporter()->error(close_on_error_ ? kIlcClosedOnError : code, name, message_);
 }
 
 void IlcCplex::noMoreMemory() {
@@ -111,6 +114,14 @@ void IlcCplex::newCols(int n, const double* lb, const double* ub, const char* ty
   }
 }
 
+void IlcCplex::newCol(double lb, double ub, char type, const char* name) {
+  invalidateCaches();
+  const bool typed = manager_.isInEditMode() && type != 'C';
+  char* names[] = {const_cast<char*>(name)};
+  test("IlcCplex::newCol", library_.CPXnewcols(env_, lp_, 1, nullptr, &lb, &ub,
+                                               typed ? &type : nullptr, name ? names : nullptr));
+}
+
 void IlcCplex::newRow(int n, const int* indices, const double* values, char sense, double rhs) {
   invalidateCaches();
   const int start = 0;
@@ -118,68 +129,82 @@ void IlcCplex::newRow(int n, const int* indices, const double* values, char sens
                                                values, nullptr, nullptr));
 }
 
-template <typename T>
-void IlcCplex::grow(std::unique_ptr<T[]>& array, int used, int capacity) {
-  std::unique_ptr<T[]> larger(new (std::nothrow) T[static_cast<std::size_t>(capacity)]);
-  if (!larger) return noMoreMemory();
-  std::copy_n(array.get(), used, larger.get());
-  array = std::move(larger);
-}
-
 void IlcCplex::growRows() {
   RowBuffer& b = rows_;
-  const int capacity = std::max({b.count + 1, getIntParam(CPX_PARAM_ROWGROWTH), 2 * b.capacity});
-  grow(b.rhs, b.count, capacity);
-  grow(b.starts, b.count, capacity);
-  grow(b.senses, b.count, capacity);
-  grow(b.names, b.count, capacity);
-  std::fill(b.names.get() + b.count, b.names.get() + capacity, &default_name_[0]);
-  b.capacity = capacity;  // last: a report of missing memory may have thrown
+  const std::size_t growth = static_cast<std::size_t>(getIntParam(CPX_PARAM_ROWGROWTH));
+  const std::size_t capacity = std::max({b.rhs.size() + 1, growth, 2 * b.capacity});
+  try {
+    b.rhs.reserve(capacity);
+    b.starts.reserve(capacity);
+    b.senses.reserve(capacity);
+    b.names.reserve(capacity);
+    b.capacity = capacity;
+  } catch (const std::bad_alloc&) {
+    noMoreMemory();
+  }
 }
 
-void IlcCplex::growNonzeros(int n) {
+void IlcCplex::growNonzeros(std::size_t n) {
   RowBuffer& b = rows_;
-  const int capacity =
-      std::max({b.nonzeros + n + 1, getIntParam(CPX_PARAM_NZGROWTH), 2 * b.nonzero_capacity});
-  grow(b.values, b.nonzeros, capacity);
-  grow(b.indices, b.nonzeros, capacity);
-  b.nonzero_capacity = capacity;
+  const std::size_t growth = static_cast<std::size_t>(getIntParam(CPX_PARAM_NZGROWTH));
+  const std::size_t capacity = std::max({b.values.size() + n + 1, growth, 2 * b.nonzero_capacity});
+  try {
+    b.values.reserve(capacity);
+    b.indices.reserve(capacity);
+    b.nonzero_capacity = capacity;
+  } catch (const std::bad_alloc&) {
+    noMoreMemory();
+  }
 }
 
 void IlcCplex::bufferRow(int n, const int* indices, const double* values, char sense, double rhs) {
   RowBuffer& b = rows_;
-  if (b.count == b.capacity) growRows();
-  if (b.nonzeros + n >= b.nonzero_capacity) growNonzeros(n);
-  b.rhs[b.count] = rhs;
-  b.senses[b.count] = sense;
-  b.starts[b.count] = b.nonzeros;
-  std::copy_n(values, n, b.values.get() + b.nonzeros);
-  std::copy_n(indices, n, b.indices.get() + b.nonzeros);
-  ++b.count;
-  b.nonzeros += n;
+  const auto length = static_cast<std::size_t>(n);
+  if (b.rhs.size() == b.capacity) growRows();
+  if (b.values.size() + length >= b.nonzero_capacity) growNonzeros(length);
+  b.rhs.push_back(rhs);
+  b.senses.push_back(sense);
+  b.starts.push_back(static_cast<int>(b.values.size()));
+  b.names.push_back(default_name_);
+  b.values.insert(b.values.end(), values, values + n);
+  b.indices.insert(b.indices.end(), indices, indices + n);
 }
 
 void IlcCplex::nameLastBufferedRow(const char* name) {
-  rows_.names[rows_.count - 1] = const_cast<char*>(name);
+  rows_.names.back() = const_cast<char*>(name);
 }
 
 void IlcCplex::postToCplex() {
   // Taken out first, so that the buffer is empty whatever the call reports.
-  const RowBuffer b = std::exchange(rows_, RowBuffer());
-  if (b.count == 0) return;
-  char** const names = b.names.get();
-  const bool named = std::any_of(names, names + b.count,
+  RowBuffer b = std::exchange(rows_, RowBuffer());
+  if (b.rhs.empty()) return;
+  const bool named = std::any_of(b.names.begin(), b.names.end(),
                                  [this](const char* name) { return name != default_name_; });
   invalidateCaches();
   test("IlcCplex::postToCplex",
-       library_.CPXaddrows(env_, lp_, 0, b.count, b.nonzeros, b.rhs.get(), b.senses.get(),
-                           b.starts.get(), b.indices.get(), b.values.get(), nullptr,
-                           named ? names : nullptr));
+       library_.CPXaddrows(env_, lp_, 0, static_cast<int>(b.rhs.size()),
+                           static_cast<int>(b.values.size()), b.rhs.data(), b.senses.data(),
+                           b.starts.data(), b.indices.data(), b.values.data(), nullptr,
+                           named ? b.names.data() : nullptr));
 }
 
 void IlcCplex::deleteRow(int row) {
   invalidateCaches();
   test("IlcCplex::deleteRow", library_.CPXdelrows(env_, lp_, row, row));
+}
+
+void IlcCplex::delRows(int first, int last) {
+  invalidateCaches();
+  test("IlcCplex::delRows", library_.CPXdelrows(env_, lp_, first, last));
+}
+
+void IlcCplex::delCols(int first, int last) {
+  invalidateCaches();
+  test("IlcCplex::delCols", library_.CPXdelcols(env_, lp_, first, last));
+}
+
+void IlcCplex::chgRhs(int row, double value) {
+  test("IlcCplex::chgRhs", library_.CPXchgrhs(env_, lp_, 1, &row, &value));
 }
 
 void IlcCplex::setRowName(const char* name) {
@@ -198,10 +223,10 @@ void IlcCplex::eraseObj() {
   invalidateCaches();
   const int n = getNumCols();
   if (n == 0) return;
-  const auto indices = std::make_unique<int[]>(static_cast<std::size_t>(n));
-  const auto zeros = std::make_unique<double[]>(static_cast<std::size_t>(n));
-  for (int j = 0; j < n; ++j) indices[static_cast<std::size_t>(j)] = j;
-  test("IlcCplex::eraseObj", library_.CPXchgobj(env_, lp_, n, indices.get(), zeros.get()));
+  std::vector<int> indices(static_cast<std::size_t>(n));
+  std::iota(indices.begin(), indices.end(), 0);
+  const std::vector<double> zeros(indices.size(), 0.0);
+  test("IlcCplex::eraseObj", library_.CPXchgobj(env_, lp_, n, indices.data(), zeros.data()));
 }
 
 bool IlcCplex::isMinimize() { return library_.CPXgetobjsen(env_, lp_) == 1; }
@@ -216,9 +241,29 @@ void IlcCplex::chgMax(int column, double value) {
   test("IlcCplex::chgMax", library_.CPXchgbds(env_, lp_, 1, &column, "U", &value));
 }
 
+void IlcCplex::setMin(int column, double value) {
+  test("IlcCplex::setMin", library_.CPXtightenbds(env_, lp_, 1, &column, "L", &value));
+}
+
+void IlcCplex::setMax(int column, double value) {
+  test("IlcCplex::setMax", library_.CPXtightenbds(env_, lp_, 1, &column, "U", &value));
+}
+
 void IlcCplex::tighten(int n, const int* columns, const char* sides, const double* values) {
   // The name in the report is that of a single upper bound, which is intended.
   test("IlcCplex::setMax", library_.CPXtightenbds(env_, lp_, n, columns, sides, values));
+}
+
+double IlcCplex::getMin(int column) {
+  double value = 0.0;
+  test("IlcCplex::getMin", library_.CPXgetlb(env_, lp_, &value, column, column));
+  return value;
+}
+
+double IlcCplex::getMax(int column) {
+  double value = 0.0;
+  test("IlcCplex::getMax", library_.CPXgetub(env_, lp_, &value, column, column));
+  return value;
 }
 
 void IlcCplex::getBounds(double* lb, double* ub) {
@@ -227,19 +272,7 @@ void IlcCplex::getBounds(double* lb, double* ub) {
   test("IlcCplex::getBounds(ub)", library_.CPXgetub(env_, lp_, ub, 0, last));
 }
 
-// ----- Solve -----
-
-int IlcCplex::solve(Solve method, const char* name) {
-  invalidateCaches();
-  test(name, (library_.*method)(env_, lp_));
-  const int status = library_.CPXgetstat(env_, lp_);
-  iterations_ += library_.CPXgetitcnt(env_, lp_);
-  return status;
-}
-
-int IlcCplex::primalOpt() { return solve(&CplexLibrary::CPXprimopt, "IlcCplex::primalOpt"); }
-
-int IlcCplex::dualOpt() { return solve(&CplexLibrary::CPXdualopt, "IlcCplex::dualOpt"); }
+// ----- Integrality -----
 
 int IlcCplex::getProblemType() { return library_.CPXgetprobtype(env_, lp_); }
 
@@ -251,66 +284,104 @@ void IlcCplex::setToLP() {
   if (getProblemType() != CPXPROB_LP) library_.CPXchgprobtype(env_, lp_, CPXPROB_LP);
 }
 
-// ----- Solution -----
-
-void IlcCplex::fill(Cache& cache, int length, Read read, const char* memory_report,
-                    const char* name, bool solve_without_solution) {
-  if (length != cache.size || !cache.values) {
-    cache.values.reset(new (std::nothrow) double[static_cast<std::size_t>(length)]);
-    if (!cache.values) {
-      cache.size = 0;
-      return manager_.getErrorReporter()->error(kIlcNoMemory, memory_report);
-    }
-    cache.size = length;
-  }
-  double* const values = cache.values.get();
-  int code = (library_.*read)(env_, lp_, values, 0, length - 1);
-  if (code == CPXERR_NO_SOLN && solve_without_solution) {
-    setToLP();
-    library_.CPXprimopt(env_, lp_);
-    code = (library_.*read)(env_, lp_, values, 0, length - 1);
-  }
-  test(name, code);
-  cache.valid = true;
+void IlcCplex::copyCtype(const char* types) {
+  test("IlcCplex::copyCtype", library_.CPXcopyctype(env_, lp_, types));
 }
 
-double IlcCplex::getCurrentValue(int column) {
-  if (!x_.valid) {
-    fill(x_, getNumCols(), &CplexLibrary::CPXgetx, "IlcCplex::getCurrentValue: No more memory",
-         "IlcCplex::getCurrentValue", !manager_.isInEditMode());
-  }
-  return x_.values[static_cast<std::size_t>(column)];
+void IlcCplex::setPriOrder(int n, const int* columns, const int* priorities,
+                           const int* directions) {
+  test("IlcCplex::setPriOrder",
+       library_.CPXcopyorder(env_, lp_, n, columns, priorities, directions));
 }
 
-double IlcCplex::getReducedCost(int column) {
-  if (!dj_.valid) {
-    fill(dj_, getNumCols(), &CplexLibrary::CPXgetdj, "IlcCplex::updateReducedCost: No more memory",
-         "IlcCplex::updateReducedCost", !manager_.isInEditMode() || close_on_error_);
-  }
-  return dj_.values[static_cast<std::size_t>(column)];
+void IlcCplex::setStartingSolution(const double* values) {
+  test("IlcCplex::setStartingSolution",
+       library_.CPXcopystart(env_, lp_, nullptr, nullptr, values, nullptr, nullptr, nullptr));
 }
 
-double IlcCplex::getDualValue(int row) {
-  if (!pi_.valid) {
-    fill(pi_, getNumRows(), &CplexLibrary::CPXgetpi, "IlcCplex::updateDualValue: No more memory",
-         "IlcCplex::updateDuals", !manager_.isInEditMode());
-  }
-  return pi_.values[static_cast<std::size_t>(row)];
+// ----- Special ordered sets -----
+
+void IlcCplex::SetList::append(const IlcSOS& set) {
+  types.push_back(set.type == 1 ? '1' : set.type == 2 ? '2' : '\0');
+  priorities.push_back(set.priority);
+  starts.push_back(static_cast<int>(columns.size()));
+  columns.insert(columns.end(), set.columns.begin(), set.columns.end());
+  weights.insert(weights.end(), set.weights.begin(), set.weights.end());
 }
 
-double IlcCplex::getSlackValue(int row) {
-  if (!slack_.valid) {
-    fill(slack_, getNumRows(), &CplexLibrary::CPXgetslack,
-         "IlcCplex::updateSlackValue: No more memory", "IlcCplex::updateSlackValue",
-         !manager_.isInEditMode());
-  }
-  return slack_.values[static_cast<std::size_t>(row)];
+void IlcCplex::copySets(const char* name, const SetList& sets) {
+  const bool matched = sets.columns.size() == sets.weights.size();
+  test(name, matched ? library_.CPXcopysos(env_, lp_, static_cast<int>(sets.types.size()),
+                                           static_cast<int>(sets.columns.size()), sets.types.data(),
+                                           sets.priorities.data(), sets.starts.data(),
+                                           sets.columns.data(), sets.weights.data())
+                     : CPXERR_BAD_ARGUMENT);
 }
 
-double IlcCplex::getObjValue() {
-  double value = 0.0;
-  test("IlcCplex::getObjValue", library_.CPXgetobjval(env_, lp_, &value));
-  return value;
+void IlcCplex::setSOS(const std::vector<IlcSOS>& sets) {
+  SetList list;
+  for (const IlcSOS& set : sets) list.append(set);
+  copySets("IlcCplex::setSOS", list);
+}
+
+void IlcCplex::newSOS(const IlcSOS& set) {
+  if (getProblemType() != CPXPROB_MIP) {
+    test("IlcCplex::newSOS", library_.CPXchgprobtype(env_, lp_, CPXPROB_MIP));
+  }
+  SetList list;
+  if (const int n = library_.CPXgetnumsos(env_, lp_); n > 0) {
+    int entries = 0;
+    int surplus = 0;
+    // The first call tells how much there is.
+    library_.CPXgetsos(env_, lp_, &entries, nullptr, nullptr, nullptr, nullptr, nullptr, 0,
+                       &surplus, 0, n - 1);
+    list.types.resize(static_cast<std::size_t>(n));
+    list.priorities.resize(static_cast<std::size_t>(n));
+    list.starts.resize(static_cast<std::size_t>(n));
+    list.columns.resize(static_cast<std::size_t>(-surplus));
+    list.weights.resize(static_cast<std::size_t>(-surplus));
+    test("IlcCplex::newSOS",
+         library_.CPXgetsos(env_, lp_, &entries, list.types.data(), list.priorities.data(),
+                            list.starts.data(), list.columns.data(), list.weights.data(), -surplus,
+                            &surplus, 0, n - 1));
+  }
+  list.append(set);
+  copySets("IlcCplex::newSOS", list);
+}
+
+// ----- Basis -----
+
+void IlcCplex::setBasis(const std::vector<int>& columns, const std::vector<int>& rows) {
+  const bool matched = static_cast<int>(columns.size()) == getNumCols() &&
+                       static_cast<int>(rows.size()) == getNumRows();
+  test("IlcCplex::setBasis", matched ? library_.CPXcopybase(env_, lp_, columns.data(), rows.data())
+                                     : CPXERR_BAD_ARGUMENT);
+}
+
+void IlcCplex::getBasis(std::vector<int>& columns, std::vector<int>& rows) {
+  columns.assign(static_cast<std::size_t>(getNumCols()), CPX_AT_LOWER);
+  rows.assign(static_cast<std::size_t>(getNumRows()), CPX_BASIC);
+  test("IlcCplex::getBasis", library_.CPXgetbase(env_, lp_, columns.data(), rows.data()));
+}
+
+void IlcCplex::setBase(const int* columns, const int* rows) {
+  test("IlcCplex::setBase", library_.CPXcopybase(env_, lp_, columns, rows));
+}
+
+void IlcCplex::getBase(int* columns, int* rows) {
+  test("IlcCplex::getBase", library_.CPXgetbase(env_, lp_, columns, rows));
+}
+
+void IlcCplex::writeBase(const char* file) {
+  test("IlcCplex::writeBase", library_.CPXmbasewrite(env_, lp_, file));
+}
+
+void IlcCplex::readBase(const char* file) {
+  test("IlcCplex::readBase", library_.CPXreadcopybase(env_, lp_, file));
+}
+
+void IlcCplex::writeProblem(const char* file, const char* format) {
+  test("IlcCplex::writeProblem", library_.CPXwriteprob(env_, lp_, file, format));
 }
 
 // ----- Counts -----
@@ -320,6 +391,24 @@ int IlcCplex::getNumRows() { return library_.CPXgetnumrows(env_, lp_); }
 int IlcCplex::getNumCols() { return library_.CPXgetnumcols(env_, lp_); }
 
 int IlcCplex::getNumNonzeros() { return library_.CPXgetnumnz(env_, lp_); }
+
+int IlcCplex::getPhaseOneCount() { return count(&CplexLibrary::CPXgetphase1cnt); }
+
+int IlcCplex::getNodeCount() { return count(&CplexLibrary::CPXgetnodecnt); }
+
+int IlcCplex::getNodeLeftCount() { return count(&CplexLibrary::CPXgetnodeleftcnt); }
+
+int IlcCplex::getCliqueCount() { return count(&CplexLibrary::CPXgetclqcnt); }
+
+int IlcCplex::getCoverCount() { return count(&CplexLibrary::CPXgetcovcnt); }
+
+int IlcCplex::getCrossPPushCount() { return count(&CplexLibrary::CPXgetcrossppushcnt); }
+
+int IlcCplex::getCrossPExchCount() { return count(&CplexLibrary::CPXgetcrosspexchcnt); }
+
+int IlcCplex::getCrossDPushCount() { return count(&CplexLibrary::CPXgetcrossdpushcnt); }
+
+int IlcCplex::getCrossDExchCount() { return count(&CplexLibrary::CPXgetcrossdexchcnt); }
 
 // ----- Parameters -----
 
@@ -342,8 +431,40 @@ void IlcCplex::setFloatParam(int number, double value) {
   test("IlcCplex::setFloatParam", library_.CPXsetdblparam(env_, number, value));
 }
 
+double IlcCplex::getFloatParam(int number) {
+  double value = 0.0;
+  test("IlcCplex::getFloatParam", library_.CPXgetdblparam(env_, number, &value));
+  return value;
+}
+
+void IlcCplex::getInfoFloatParam(int number, double* default_value, double* min_value,
+                                 double* max_value) {
+  test("IlcCplex::getInfoFloatParam",
+       library_.CPXinfodblparam(env_, number, default_value, min_value, max_value));
+}
+
+void IlcCplex::setDblParam(int number, double value) {
+  test("IlcCplex::setDblParam", library_.CPXsetdblparam(env_, number, value));
+}
+
 void IlcCplex::setStringParam(int number, const char* value) {
   test("IlcCplex::setStringParam", library_.CPXsetstrparam(env_, number, value));
+}
+
+std::string IlcCplex::getStringParam(int number) {
+  char text[kTextSize] = "";
+  test("IlcCplex::getStringParam", library_.CPXgetstrparam(env_, number, text));
+  return text;
+}
+
+std::string IlcCplex::getStringParamDefault(int number) {
+  char text[kTextSize] = "";
+  test("IlcCplex::getStringParamDefault", library_.CPXinfostrparam(env_, number, text));
+  return text;
+}
+
+void IlcCplex::setParamsDefault() {
+  test("IlcCplex::setParamsDefault", library_.CPXsetdefaults(env_));
 }
 
 }  // namespace planloc

@@ -4,15 +4,37 @@
 #ifndef PLANLOC_ENGINE_ILC_CPLEX_H_
 #define PLANLOC_ENGINE_ILC_CPLEX_H_
 
-#include <memory>
+#include <exception>
+#include <string>
+#include <vector>
 
 #include "planloc/engine/cplex_library.h"
+#include "planloc/engine/ilc_callback.h"
 #include "planloc/engine/manager.h"
 
 namespace planloc {
 
+// A special ordered set: at most one of its columns (type 1) or two neighbours (type 2) are not
+// zero; the weights, which differ, give their order. Of columns and weights there are as many.
+struct IlcSOS {
+  int type;
+  std::vector<int> columns;
+  std::vector<double> weights;
+  int priority = 0;
+};
+
+// How IlcCplex::optimize solves.
+enum IlcMethod : int {
+  kIlcPrimal = 0,
+  kIlcDual = 1,
+  kIlcNetworkPrimal = 2,
+  kIlcNetworkDual = 3,
+  kIlcBarrierPrimal = 4,
+  kIlcBarrierDual = 5,
+};
+
 // The environment of the library is shared by all adaptors: the first one opens it, the last one
-// closes it.
+// closes it. Parameters and callbacks belong to it.
 //
 // A library call that returns a code other than 0 is reported through the manager's reporter with
 // the code, the name of the operation ("IlcCplex::dualOpt") and the library's text. With
@@ -37,16 +59,22 @@ class IlcCplex {
   // Appends n columns in runs of named and of unnamed ones; an empty name means none. Types other
   // than C reach the library in edit mode only.
   void newCols(int n, const double* lb, const double* ub, const char* types, char** names);
+  // Appends one column; a null name means none.
+  void newCol(double lb, double ub, char type, const char* name);
   // Sends one row at once.
   void newRow(int n, const int* indices, const double* values, char sense, double rhs);
   // Keeps a row, unnamed, until postToCplex.
   void bufferRow(int n, const int* indices, const double* values, char sense, double rhs);
-  int getBufferedRows() const { return rows_.count; }
+  int getBufferedRows() const { return static_cast<int>(rows_.rhs.size()); }
+  // The name must stay until postToCplex.
   void nameLastBufferedRow(const char* name);
   // Sends all buffered rows with one call and frees the buffer.
   void postToCplex();
   void deleteRow(int row);
+  void delRows(int first, int last);
+  void delCols(int first, int last);
   void setRowName(const char* name);  // of the last row
+  void chgRhs(int row, double value);
 
   // ----- Objective -----
 
@@ -55,24 +83,56 @@ class IlcCplex {
   void eraseObj();
   bool isMinimize();
 
-  // ----- Bounds -----
+  // ----- Bounds; a change clears no cached solution -----
 
   void chgMin(int column, double value);
   void chgMax(int column, double value);
-  // Tightens n bounds: side L or U.
+  // As above, but a bound that is tighter already stays.
+  void setMin(int column, double value);
+  void setMax(int column, double value);
+  // The same for n bounds: side L or U.
   void tighten(int n, const int* columns, const char* sides, const double* values);
+  double getMin(int column);
+  double getMax(int column);
   // Bounds of all columns. REQUIRES: there is one.
   void getBounds(double* lb, double* ub);
+
+  // ----- Integrality -----
+
+  int getProblemType();
+  void setProblemType(int type);  // an IlcCplexProblemType
+  void setToLP();
+  void copyCtype(const char* types);  // one per column
+  // All special ordered sets anew, or one more.
+  void setSOS(const std::vector<IlcSOS>& sets);
+  void newSOS(const IlcSOS& set);
+  // Columns of higher priority are branched on first. `directions`, an IlcCplexBranch each, may be
+  // null.
+  void setPriOrder(int n, const int* columns, const int* priorities, const int* directions);
+  // One value per column, NaN for an unknown one; mipOpt begins from there.
+  void setStartingSolution(const double* values);
 
   // ----- Solve -----
 
   // Return the status of the library.
   int primalOpt();
   int dualOpt();
+  int barrierOpt();
+  int barrierPrimalOpt();
+  int barrierDualOpt();
+  // `extraction` is the value of CPX_PARAM_NETFIND for this solve.
+  int netPrimalOpt(int extraction);
+  int netDualOpt(int extraction);
+  int mipOpt();
+  int getSubStatus();
 
-  int getProblemType();
-  void setProblemType(int type);
-  void setToLP();
+  // The parameters of a first solve and of later ones.
+  void setFirstSolveParams();
+  void setLaterSolveParams();
+  // Solves the program as a linear one by the method; whether it is solved. In edit mode nothing is
+  // reported; otherwise the manager fails for a program without a solution, and a library call that
+  // failed is tried again without presolve and aggregator.
+  bool optimize(IlcMethod method, int extraction);
 
   // ----- Solution -----
 
@@ -81,7 +141,27 @@ class IlcCplex {
   double getReducedCost(int column);
   double getDualValue(int row);
   double getSlackValue(int row);
-  double getObjValue();
+  double getObjValue();     // of the last linear solve
+  double getMIPObjValue();  // of the last mipOpt
+  double getBestObjValue();
+  // The last solve was mipOpt: the entries above are of its solution, and there are no duals.
+  bool isSolvedAsMIP() const { return solved_as_mip_; }
+
+  // ----- Basis -----
+
+  // An IlcCplexBasisStatus per column and per row. The vectors must be of these sizes, which is
+  // tested, and come back in them.
+  void setBasis(const std::vector<int>& columns, const std::vector<int>& rows);
+  void getBasis(std::vector<int>& columns, std::vector<int>& rows);
+  // The same for arrays that nothing tests.
+  void setBase(const int* columns, const int* rows);
+  void getBase(int* columns, int* rows);
+  // Basis files of MPS.
+  void writeBase(const char* file);
+  void readBase(const char* file);
+
+  // Format "MPS" or "LP"; null takes the ending of the name.
+  void writeProblem(const char* file, const char* format = nullptr);
 
   // ----- Counts -----
 
@@ -89,6 +169,16 @@ class IlcCplex {
   int getNumCols();
   int getNumNonzeros();
   int getIterations() const { return iterations_; }  // of all solves
+  // Of the last solve; docs/engine.md lists those that are always 0.
+  int getPhaseOneCount();
+  int getNodeCount();
+  int getNodeLeftCount();
+  int getCliqueCount();
+  int getCoverCount();
+  int getCrossPPushCount();
+  int getCrossPExchCount();
+  int getCrossDPushCount();
+  int getCrossDExchCount();
 
   // ----- Parameters -----
 
@@ -96,44 +186,93 @@ class IlcCplex {
   int getIntParam(int number);
   void getInfoIntParam(int number, int* default_value, int* min_value, int* max_value);
   void setFloatParam(int number, double value);
+  double getFloatParam(int number);
+  void getInfoFloatParam(int number, double* default_value, double* min_value, double* max_value);
+  void setDblParam(int number, double value);
   void setStringParam(int number, const char* value);
+  std::string getStringParam(int number);
+  std::string getStringParamDefault(int number);
+  void setParamsDefault();
+
+  // ----- Callbacks; an empty handle takes the callback out -----
+
+  void setLPCallback(IlcCallback callback);
+  void unsetLPCallback();
+  IlcCallback getLPCallback();
+  void setMIPCallback(IlcCallback callback);
+  void unsetMIPCallback();
+  IlcCallback getMIPCallback();
 
  private:
+  friend class IlcCallbackI;
+
   struct Cache {
-    std::unique_ptr<double[]> values;
-    int size = 0;
+    std::vector<double> values;
     bool valid = false;
   };
 
+  // The capacities follow the growth parameters of the library.
   struct RowBuffer {
-    std::unique_ptr<double[]> rhs;
-    std::unique_ptr<int[]> starts;
-    std::unique_ptr<char[]> senses;
-    std::unique_ptr<char*[]> names;
-    std::unique_ptr<double[]> values;
-    std::unique_ptr<int[]> indices;
-    int count = 0;
-    int capacity = 0;
-    int nonzeros = 0;
-    int nonzero_capacity = 0;
+    std::vector<double> rhs;
+    std::vector<int> starts;
+    std::vector<char> senses;
+    std::vector<char*> names;
+    std::vector<double> values;
+    std::vector<int> indices;
+    std::size_t capacity = 0;
+    std::size_t nonzero_capacity = 0;
+  };
+
+  // Of the process.
+  struct Environment {
+    CPXENVptr env = nullptr;
+    int users = 0;
+    std::exception_ptr thrown;  // by a callback in the solve under way
+  };
+
+  // Special ordered sets as the library takes them.
+  struct SetList {
+    void append(const IlcSOS& set);
+    std::vector<char> types;
+    std::vector<int> priorities;
+    std::vector<int> starts;
+    std::vector<int> columns;
+    std::vector<double> weights;
   };
 
   using Read = int (CplexLibrary::*)(CPXENVptr, CPXLPptr, double*, int, int);
+  using ReadValue = int (CplexLibrary::*)(CPXENVptr, CPXLPptr, double*);
   using Solve = int (CplexLibrary::*)(CPXENVptr, CPXLPptr);
+  using Count = int (CplexLibrary::*)(CPXENVptr, CPXLPptr);
 
   IlcCplex(IlcManager m, int closeOnError);
+  static Environment& environment();
   void open();
   int release();
   void test(const char* name, int code);
+  void report(const char* name, int code);
   void invalidateCaches();
-  int solve(Solve method, const char* name);
+  void growRows();
+  void growNonzeros(std::size_t n);
+  void noMoreMemory();
+  void copySets(const char* name, const SetList& sets);
+
+  int finishSolve(const char* name, int code, bool as_mip);
+  void countIterations(bool as_mip);
+  int solveByNetwork(int extraction, int method);
+  int finishBarrier(const char* name, int code);
+  int runSimplex(Solve method);
+  bool solveByPrimal();
+  bool solveByDual();
+  bool recover(int code);
+  bool failed();
+
   void fill(Cache& cache, int length, Read read, const char* memory_report, const char* name,
             bool solve_without_solution);
-  template <typename T>
-  void grow(std::unique_ptr<T[]>& array, int used, int capacity);
-  void growRows();
-  void growNonzeros(int n);
-  void noMoreMemory();
+  double readObjValue(ReadValue read, const char* name);
+  int count(Count counter) { return (library_.*counter)(env_, lp_); }
+
+  static int call(CPXENVptr env, void* data, int where, void* handle) noexcept;
 
   IlcManager manager_;
   CplexLibrary& library_;
@@ -148,6 +287,9 @@ class IlcCplex {
   Cache slack_;
   RowBuffer rows_;
   char default_name_[2] = "?";
+  bool holds_lp_callback_ = false;
+  bool holds_mip_callback_ = false;
+  bool solved_as_mip_ = false;
   bool close_on_error_;
 };
 

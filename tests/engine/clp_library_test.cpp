@@ -105,8 +105,8 @@ TEST(ClpSolveTest, LimitsEndASolve) {
     return program.solve(false);
   };
   EXPECT_EQ(run(1000, 1e75), CPX_STAT_OPTIMAL);
-  EXPECT_EQ(run(0, 1e75), CPX_STAT_ABORT_IT_LIM);
-  EXPECT_EQ(run(1000, 0), CPX_STAT_ABORT_TIME_LIM);
+  EXPECT_EQ(run(0, 1e75), CPX_STAT_IT_LIM_FEAS);
+  EXPECT_EQ(run(1000, 0), CPX_STAT_TIME_LIM_FEAS);
 }
 
 TEST(ClpParameterTest, RangesDefaultsAndUnknownNumbers) {

@@ -14,7 +14,7 @@
 
 namespace planloc {
 
-class RecordingLibrary : public CplexLibrary {
+class RecordingLibrary : public ClpLibrary {
  public:
   // One line per call: the name without CPX, then what matters of its arguments.
   std::vector<std::string> calls;
