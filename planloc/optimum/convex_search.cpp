@@ -2,6 +2,7 @@
 #include <array>
 #include <chrono>
 #include <cmath>
+#include <limits>
 #include <optional>
 
 #include "planloc/optimum/cut_model.h"
@@ -24,7 +25,8 @@ using detail::optimality;
 constexpr double kHalfWayGap = 1e-3;
 // Where doubles cannot narrow the gap further.
 constexpr double kRoundingGap = 4e-15;
-constexpr int kMostRounds = 100;
+constexpr int kMostRounds = 200;
+constexpr int kMostIdle = 3;
 
 double extent(std::span<const site> sites) {
   const auto [left, right] = std::minmax_element(
@@ -36,19 +38,6 @@ double extent(std::span<const site> sites) {
   return std::max({std::fabs(left->x), std::fabs(left->y), 1.0});
 }
 
-xy mean_position(std::span<const site> sites) {
-  // Around the first site, so that equal positions have themselves as mean.
-  const xy base{sites[0].x, sites[0].y};
-  double x = 0;
-  double y = 0;
-  for (const site& s : sites) {
-    x += s.x - base.x;
-    y += s.y - base.y;
-  }
-  const auto n = static_cast<double>(sites.size());
-  return {base.x + x / n, base.y + y / n};
-}
-
 class convex_search {
  public:
   convex_search(const problem& p, const minimise_options& options)
@@ -56,7 +45,7 @@ class convex_search {
         options_(options),
         table_(p),
         evaluate_(p, table_),
-        best_(evaluate_(mean_position(p.sites()))),
+        best_(evaluate_({0, 0})),
         extent_(extent(p.sites())),
         model_(best_, best_.at, extent_) {}
 
@@ -98,21 +87,28 @@ class convex_search {
 
 void convex_search::take(const evaluation& e) {
   model_.add(e);
-  if (e.value < best_.value) best_ = e;
+  if (e.value >= best_.value) return;
+  best_ = e;
+  model_.recentre(e.at);
 }
 
 void convex_search::close_gap() {
-  for (int round = 0; round < kMostRounds; ++round) {
+  double last_bound = -std::numeric_limits<double>::infinity();
+  double last_value = best_.value;
+  int idle = 0;
+  for (int round = 0; round < kMostRounds && idle < kMostIdle; ++round) {
     model_.solve();
     const double gap = best_.value - model_.bound();
-    const double size = std::fabs(best_.value);
-    if (gap <= kRoundingGap * size) {
+    if (gap <= kRoundingGap * best_.value) {
       if (!model_.at_border()) return;
       model_.widen(8);
       continue;
     }
+    idle = model_.bound() > last_bound || best_.value < last_value ? 0 : idle + 1;
+    last_bound = model_.bound();
+    last_value = best_.value;
     xy at = model_.minimiser();
-    if (gap > kHalfWayGap * size)
+    if (gap > kHalfWayGap * best_.value)
       at = {at.x + (best_.at.x - at.x) / 2, at.y + (best_.at.y - at.y) / 2};
     take(evaluate_(at));
   }
@@ -121,16 +117,17 @@ void convex_search::close_gap() {
 bool convex_search::prove_at(const exact_xy& at) {
   const exact_place place(problem_, table_, *edges_, at);
   const xy rounded = to_nearest(at);
+  const xy here = to_nearest(exact_xy{at.x - table_.base.x, at.y - table_.base.y});
   std::vector<xy> hints;
   for (const cut_model::support& s : model_.supports()) {
-    hints.push_back({s.place.x - rounded.x, s.place.y - rounded.y});
+    hints.push_back({s.place.x - here.x, s.place.y - here.y});
   }
   const optimality o = test_optimality(place, hints);
   if (o.support.empty()) {
-    take(evaluate_(rounded));
+    take(evaluate_(here));
     const xy u = to_nearest(o.descent);
     const double step = extent_ * 1e-6 / (std::fabs(u.x) + std::fabs(u.y));
-    take(evaluate_({rounded.x + step * u.x, rounded.y + step * u.y}));
+    take(evaluate_({here.x + step * u.x, here.y + step * u.y}));
     return false;
   }
   convex_certificate c;
@@ -148,9 +145,7 @@ void convex_search::prove() {
   edges_.emplace(table_);
   for (int round = 0; round < 20; ++round) {
     for (const double reach : {1e-13, 1e-10, 1e-7}) {
-      const double size =
-          std::max({extent_, std::fabs(best_.at.x) * 1e-3, std::fabs(best_.at.y) * 1e-3});
-      if (prove_at(detail::snap(problem_, table_, *edges_, model_.minimiser(), reach * size)))
+      if (prove_at(detail::snap(problem_, table_, *edges_, model_.minimiser(), reach * extent_)))
         return;
     }
     close_gap();
@@ -172,7 +167,7 @@ affine_piece convex_search::to_piece(const optimality::supporting_piece& s) cons
 
 solution convex_search::finish() {
   if (result_.status == solution_status::stopped) {
-    result_.point = best_.at;
+    result_.point = {table_.base.x + best_.at.x, table_.base.y + best_.at.y};
     result_.value = best_.value;
     result_.lower_bound = model_.bound();
   }

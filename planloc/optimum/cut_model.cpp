@@ -23,27 +23,42 @@ double dot(const triple& a, const triple& b) { return a[0] * b[0] + a[1] * b[1] 
 }  // namespace
 
 cut_model::cut_model(const evaluation& first, const xy& centre, double half_width)
-    : centre_(centre), half_width_(half_width), scale_(0) {
-  const double w = -half_width;
-  rows_ = {{{1, 0, 0}, w, centre},
-           {{-1, 0, 0}, w, centre},
-           {{0, 1, 0}, w, centre},
-           {{0, -1, 0}, w, centre}};
+    : middle_(centre), half_width_(half_width), centre_(centre), scale_(0) {
+  rows_ = {{{1, 0, 0}, 0, {}}, {{-1, 0, 0}, 0, {}}, {{0, 1, 0}, 0, {}}, {{0, -1, 0}, 0, {}}};
+  set_sides();
   add(first);
   basis_ = {kSides, first.slope.x >= 0 ? 0U : 1U, first.slope.y >= 0 ? 2U : 3U};
   locate();
 }
 
+void cut_model::set_right(row& r) const {
+  const xy offset{centre_.x - r.cut.at.x, centre_.y - r.cut.at.y};
+  r.right = r.cut.value + (r.cut.slope.x * offset.x + r.cut.slope.y * offset.y);
+}
+
+void cut_model::set_sides() {
+  for (std::size_t k = 0; k < kSides; ++k) {
+    const triple& n = rows_[k].normal;
+    rows_[k].right = n[0] * (middle_.x - centre_.x) + n[1] * (middle_.y - centre_.y) - half_width_;
+  }
+}
+
 void cut_model::add(const evaluation& e) {
-  const xy offset{e.at.x - centre_.x, e.at.y - centre_.y};
-  rows_.push_back(
-      {{-e.slope.x, -e.slope.y, 1}, e.value - (e.slope.x * offset.x + e.slope.y * offset.y), e.at});
+  rows_.push_back({{-e.slope.x, -e.slope.y, 1}, 0, e});
+  set_right(rows_.back());
   scale_ = std::max(scale_, std::fabs(e.value));
 }
 
 void cut_model::widen(double factor) {
   half_width_ *= factor;
-  for (std::size_t r = 0; r < kSides; ++r) rows_[r].right = -half_width_;
+  set_sides();
+  locate();
+}
+
+void cut_model::recentre(const xy& centre) {
+  centre_ = centre;
+  set_sides();
+  for (std::size_t r = kSides; r < rows_.size(); ++r) set_right(rows_[r]);
   locate();
 }
 
@@ -120,7 +135,7 @@ bool cut_model::at_border() const {
 std::vector<cut_model::support> cut_model::supports() const {
   std::vector<support> result;
   for (std::size_t k = 0; k < 3; ++k) {
-    if (basis_[k] >= kSides) result.push_back({rows_[basis_[k]].place, multiplier_[k]});
+    if (basis_[k] >= kSides) result.push_back({rows_[basis_[k]].cut.at, multiplier_[k]});
   }
   return result;
 }

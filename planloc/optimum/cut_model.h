@@ -19,6 +19,8 @@ class cut_model {
 
   void add(const evaluation& e);
   void widen(double factor);
+  // Counts from another place, the best one: cuts near it then keep all their digits.
+  void recentre(const xy& centre);
 
   // Pivots until no row is violated. `bound` is that of the model over the square.
   void solve();
@@ -39,16 +41,19 @@ class cut_model {
   // normal . (x, y, t) >= right side; the sides of the square have normal[2] == 0.
   struct row {
     std::array<double, 3> normal;
-    double right;
-    xy place;
+    double right;  // counted from centre_
+    evaluation cut;
   };
 
+  void set_right(row& r) const;
+  void set_sides();
   void locate();
   bool pivot(std::size_t entering);
   double slack(const row& r) const;
 
-  xy centre_;
+  xy middle_;  // of the square
   double half_width_;
+  xy centre_;
   double scale_;           // of the values
   std::vector<row> rows_;  // the four sides first
   std::array<std::size_t, 3> basis_{};

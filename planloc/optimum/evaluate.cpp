@@ -57,11 +57,24 @@ class chunked_sum {
   double lost_ = 0;
 };
 
+xy mean_position(std::span<const site> sites) {
+  // Around the first site, so that equal positions have themselves as mean.
+  const xy base{sites[0].x, sites[0].y};
+  double x = 0;
+  double y = 0;
+  for (const site& s : sites) {
+    x += s.x - base.x;
+    y += s.y - base.y;
+  }
+  const auto n = static_cast<double>(sites.size());
+  return {base.x + x / n, base.y + y / n};
+}
+
 }  // namespace
 
 // ----- Table -----
 
-distance_table::distance_table(const problem& p) {
+distance_table::distance_table(const problem& p) : base(mean_position(p.sites())) {
   const std::span<const planloc::site> sites = p.sites();
   const std::size_t n = sites.size();
   site.resize(n);
@@ -75,8 +88,8 @@ distance_table::distance_table(const problem& p) {
   block_of.resize(n);
   for (std::uint32_t slot = 0; slot < n; ++slot) {
     const planloc::site& s = sites[site[slot]];
-    x[slot] = s.x;
-    y[slot] = s.y;
+    x[slot] = s.x - base.x;
+    y[slot] = s.y - base.y;
     weight[slot] = s.weight;
     if (slot == 0 || s.gauge != sites[site[slot - 1]].gauge) {
       const gauge& g = p.gauges()[s.gauge];

@@ -29,6 +29,10 @@ struct gauge_block {
 };
 
 // The sites in slots, by gauge. Constant; any number of threads may read it.
+//
+// All places are relative to `base`, amid the sites, so that sites close together far from the
+// origin lose nothing in doubles. Relative positions are rounded; what is exact starts from the
+// problem's.
 class distance_table {
  public:
   explicit distance_table(const problem& p);
@@ -50,6 +54,7 @@ class distance_table {
   // All distances at a place; `edge` may be empty if it is not wanted.
   void distances(const xy& at, std::span<double> distance, std::span<std::uint32_t> edge) const;
 
+  xy base;
   std::vector<double> x, y, weight;
   std::vector<std::uint32_t> site;      // of each slot
   std::vector<std::uint32_t> block_of;  // of each slot

@@ -87,8 +87,8 @@ void exact_place::find_edges() {
                 to_nearest(mpq_class(at_.y - rounded_.y))};
   for (std::uint32_t slot = 0; slot < table_.size(); ++slot) {
     const gauge_block& b = table_.blocks[table_.block_of[slot]];
-    const xy u{difference(rounded_.x, table_.x[slot], rest.x),
-               difference(rounded_.y, table_.y[slot], rest.y)};
+    const site& s = site_of(slot);
+    const xy u{difference(rounded_.x, s.x, rest.x), difference(rounded_.y, s.y, rest.y)};
     edge_[slot] = table_.active_edge(b, u);
     if (!surely_inside(b, edge_[slot], u)) {
       const tied_slot tie = exact_edges_of(slot);
@@ -105,7 +105,7 @@ void exact_place::find_edges() {
 
 exact_place::tied_slot exact_place::exact_edges_of(std::uint32_t slot) const {
   const gauge_block& b = table_.blocks[table_.block_of[slot]];
-  const exact_xy u{at_.x - table_.x[slot], at_.y - table_.y[slot]};
+  const exact_xy u{at_.x - site_of(slot).x, at_.y - site_of(slot).y};
   if (sgn(u.x) == 0 && sgn(u.y) == 0) return {slot, 0, b.edges};
   std::vector<bool> holds(b.edges);
   std::vector<int> side(b.edges);  // of u at each ray
@@ -121,7 +121,7 @@ exact_place::tied_slot exact_place::exact_edges_of(std::uint32_t slot) const {
 
 mpq_class exact_place::distance(std::size_t slot) const {
   const auto s = static_cast<std::uint32_t>(slot);
-  const exact_xy u{at_.x - table_.x[slot], at_.y - table_.y[slot]};
+  const exact_xy u{at_.x - site_of(slot).x, at_.y - site_of(slot).y};
   return dot(normal(s, edge_[slot]), u) * table_.weight[slot];
 }
 

@@ -87,6 +87,7 @@ class exact_place {
     std::uint32_t begin, end;  // in order_
   };
 
+  const site& site_of(std::size_t slot) const { return problem_.sites()[table_.site[slot]]; }
   void find_edges();
   void find_ranks();
   bool surely_inside(const gauge_block& b, std::uint32_t edge, const xy& u) const;

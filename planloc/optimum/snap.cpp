@@ -19,13 +19,22 @@ struct break_line {
   double distance;  // of the place, rounded
 };
 
+exact_xy absolute(const distance_table& t, const xy& at) {
+  return {mpq_class(t.base.x) + at.x, mpq_class(t.base.y) + at.y};
+}
+
 double length(const xy& v) { return std::sqrt(v.x * v.x + v.y * v.y); }
 
 class line_collector {
  public:
   line_collector(const problem& p, const distance_table& t, exact_edges& edges, const xy& near,
                  double reach)
-      : problem_(p), table_(t), edges_(edges), near_(near), reach_(reach) {}
+      : problem_(p),
+        table_(t),
+        edges_(edges),
+        near_(near),
+        exact_near_(absolute(t, near)),
+        reach_(reach) {}
 
   std::vector<break_line> collect() {
     for (std::uint32_t slot = 0; slot < table_.size(); ++slot) add_rays(slot);
@@ -34,13 +43,18 @@ class line_collector {
   }
 
  private:
+  exact_xy position(std::uint32_t slot) const {
+    const site& s = problem_.sites()[table_.site[slot]];
+    return to_exact({s.x, s.y});
+  }
+
   void add_ray(std::uint32_t slot, const xy& v) {
     const xy u{near_.x - table_.x[slot], near_.y - table_.y[slot]};
     const double size = length(v);
     const double distance = std::fabs(v.x * u.y - v.y * u.x) / size;
     if (!(distance <= reach_)) return;
     const exact_xy normal{mpq_class(-v.y), mpq_class(v.x)};
-    const exact_xy a = to_exact({table_.x[slot], table_.y[slot]});
+    const exact_xy a = position(slot);
     lines_.push_back({normal, dot(normal, a), {-v.y / size, v.x / size}, distance});
   }
 
@@ -66,10 +80,8 @@ class line_collector {
     const xy rounded = to_nearest(normal);
     const double size = length(rounded);
     if (size == 0) return;
-    const mpq_class right = dot(ns, to_exact({table_.x[s], table_.y[s]})) -
-                            dot(nt, to_exact({table_.x[t], table_.y[t]}));
-    const double distance =
-        std::fabs(mpq_class(dot(normal, to_exact(near_)) - right).get_d()) / size;
+    const mpq_class right = dot(ns, position(s)) - dot(nt, position(t));
+    const double distance = std::fabs(mpq_class(dot(normal, exact_near_) - right).get_d()) / size;
     if (distance <= reach_)
       lines_.push_back({normal, right, {rounded.x / size, rounded.y / size}, distance});
   }
@@ -110,6 +122,7 @@ class line_collector {
   const distance_table& table_;
   exact_edges& edges_;
   xy near_;
+  exact_xy exact_near_;
   double reach_;
   std::vector<break_line> lines_;
 };
@@ -119,7 +132,8 @@ class line_collector {
 exact_xy snap(const problem& p, const distance_table& table, exact_edges& edges, const xy& near,
               double reach) {
   const std::vector<break_line> lines = line_collector(p, table, edges, near, reach).collect();
-  if (lines.empty()) return to_exact(near);
+  const exact_xy exact_near = absolute(table, near);
+  if (lines.empty()) return exact_near;
   const auto nearer = [](const break_line& a, const break_line& b) {
     return a.distance < b.distance;
   };
@@ -135,8 +149,8 @@ exact_xy snap(const problem& p, const distance_table& table, exact_edges& edges,
   }
   const exact_xy& a = first.normal;
   if (second == nullptr) {
-    const mpq_class step = (first.right - dot(a, to_exact(near))) / dot(a, a);
-    return {near.x + step * a.x, near.y + step * a.y};
+    const mpq_class step = (first.right - dot(a, exact_near)) / dot(a, a);
+    return {exact_near.x + step * a.x, exact_near.y + step * a.y};
   }
   const exact_xy& b = second->normal;
   const mpq_class area = cross(a, b);

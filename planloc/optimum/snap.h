@@ -7,9 +7,10 @@
 
 namespace planloc::detail {
 
-// The crossing of two break lines that pass within `reach` of `near`: rays of gauges, and lines on
-// which two distances at a jump of the order weights are equal. With fewer such lines the point of
-// the one line that is nearest, or `near` itself. REQUIRES: polyhedral gauges.
+// `near` is relative to the table's base, the result is not. The crossing of two break lines that
+// pass within `reach` of `near`: rays of gauges, and lines on which two distances at a jump of the
+// order weights are equal. With fewer such lines the point of the one line that is nearest, or
+// `near` itself. REQUIRES: polyhedral gauges.
 exact_xy snap(const problem& p, const distance_table& table, exact_edges& edges, const xy& near,
               double reach);
 

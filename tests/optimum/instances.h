@@ -26,7 +26,7 @@ class instance_source {
   // Not symmetric, with the origin off the middle.
   gauge ball(int vertices) {
     const double turn = uniform(0, 6);
-    const xy middle{uniform(-0.25, 0.25), uniform(-0.25, 0.25)};
+    const xy middle{uniform(-0.2, 0.2), uniform(-0.2, 0.2)};
     std::vector<xy> v;
     for (int j = 0; j < vertices; ++j) {
       const double angle = turn + 2 * std::numbers::pi * (j + uniform(-0.1, 0.1)) / vertices;
