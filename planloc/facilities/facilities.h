@@ -300,6 +300,63 @@ class facilities : public virtual list<planloc::location> {
   list<point> best_points(const list<polygauge>& gauges, const list<int>& gauge_of,
                           const list<point>& candidates, const point& x0, double best, int q) const;
 
+  // ----- Efficient sets -----
+  //
+  // A place is efficient for several objectives if no other is at least as good in all of them and
+  // better in one. `opt` is emptied whatever `clear` is.
+
+  // The efficient places of the sums f0 and f1 of gauge distances with weights 0 and 1: a chain of
+  // segments and cells of the map that the fundamental directions of all facilities form (Wendell,
+  // Hurter and Lowe, 1977; Durier and Michelot, 1985). `opt` gets the chain from the best place for
+  // f0 to the best one for f1, piece by piece with the labels 1, 2, ...: two results with one label
+  // are the ends of a segment, more of them the corners of a cell in counterclockwise order. If a
+  // place is best for both, `opt` gets the places that are best for f0, and of those for f1, with
+  // the label 1.0. Returns the label of the last result. s fundamental directions in all have up to
+  // s * s crossings, and each costs two values f.
+  // 1. Values are compared exactly. Where no value is rounded the chain is the efficient set, but
+  //    for 3 and 4. Where rounding splits a tie, it can run through places that another one
+  //    dominates: of (0,0.5) with the weights 3, 1 and (1,0.6) with 3, 3, l1, it holds (0,0.5).
+  // 2. The walk has no bound: with a split tie it can circle, and never return. So do (0.5,0.6)
+  //    with the weights 2, 2 and (0.5,0.4) with 1, 2, l1.
+  // 3. The best places are looked for among the crossings on the descending side of the centre of
+  //    gravity for weight 0. Where rounding makes the centre better than all of them, or puts them
+  //    on the other side, there is none: for f0 that is "dlist::head(): empty list" ((0.4,0.8) and
+  //    (0.1,0.2) with the weights 1, 3 each, l1), and for f1 a walk without end ((1,0) with the
+  //    weights 1, 1 and (2,1) with 2, 1, l-infinity). If only some of them go, it can circle, too.
+  // 4. If the centre of gravity is a facility, the call ends with 1706: (0,0) with the weights 1, 0
+  //    and (1,0) with 0, 1; or a single facility. So it does if the middle of three corners of a
+  //    cell that the walk looks at is a facility.
+  // 5. Without `clear` an older first result takes the part of the centre of gravity.
+  // docs/solvers.md says how often that happens.
+  // 1343 "False weight-dimension.": not two weights. 1344 "Different number of locations and
+  // gauges." 1345 "False gauge-number." 1346 "Negative entry or 0-row or 0-column in
+  // weight-matrix.": a negative weight, or a facility without weight. 1342, the same text: an
+  // objective without weight.
+  double gauge_bicriteria(const list<polygauge>& gauges, const list<int>& gauge_of, bool clear);
+  // The same with rectilinear and with maximum-norm distances.
+  double l1_bicriteria(bool clear);
+  double linf_bicriteria(bool clear);
+
+  // The nodes of the map (efficient_set.h) with the least sum for weight q1, and of those with the
+  // least one for weight q2, in node order; none if all are worse than x0. Nodes on the ascending
+  // side of x0 (`descent_side`, weight q1) are left out.
+  list<point> lexicographic_points(const list<polygauge>& gauges, const list<int>& gauge_of,
+                                   const point& x0, int q1, int q2,
+                                   const GRAPH<point, segment>& map) const;
+
+  // The chain of `gauge_bicriteria` from the first point of `start` until it reaches a point of
+  // `goal`. REQUIRES: a map by `prepare_map`, and `start` at a node. It does not end if no step of
+  // it leads to a goal, or if no edge leads back to where it came from.
+  // "facilities::efficient_walk(): no edge leaves a corner of the map", by `error_handler`
+  list<planloc::location> efficient_walk(const list<polygauge>& gauges, const list<int>& gauge_of,
+                                         const list<point>& start, const list<point>& goal,
+                                         const GRAPH<point, segment>& map) const;
+
+  // The efficient places of the sums of squared Euclidean distances with each of the weights: the
+  // convex hull of the centres of gravity, whose corners `opt` gets counterclockwise with the label
+  // 1.0. Returns 0.0. A weight of total 0.0 has no centre and no part in the hull.
+  double l2squared_multicriteria(bool clear);
+
   // ----- Sums, several new facilities -----
   //
   // N new facilities x_0 ... x_{N-1} at once. Weight j of a facility ties it to x_j, and V[j][k]
