@@ -6,6 +6,8 @@
 #include "planloc/facilities/efficient_walk.h"
 #include "planloc/facilities/facilities.h"
 #include "planloc/facilities/flat_gauged_sites.h"
+#include "planloc/foundation/geometry/crossings.h"
+#include "planloc/foundation/geometry/flat_crossings.h"
 #include "planloc/foundation/geometry/hull.h"
 #include "planloc/model/reporter.h"
 
@@ -52,8 +54,8 @@ double facilities::gauge_bicriteria(const list<polygauge>& gauges, const list<in
   // An older result stands in front of the centre of gravity, and is then the start: intended.
   l2squared_sum(0, false);
   const point x0 = opt.head().to_point();
-  GRAPH<point, segment> map = segment_map(fundamental_segments(gauges, gauge_of, x0, 0.0, 1));
-  detail::prepare(map);
+  const detail::flat_map map = detail::prepared_map(detail::cut_segments(
+      detail::flat_segments(fundamental_segments(gauges, gauge_of, x0, 0.0, 1))));
   const detail::flat_gauged_sites sites(*this, gauges, gauge_of, {0, 1});
   const list<point> first = detail::lexicographic_points(sites, x0, 0, 1, map);
   const list<point> second = detail::lexicographic_points(sites, x0, 1, 0, map);
@@ -84,14 +86,14 @@ list<point> facilities::lexicographic_points(const list<polygauge>& gauges,
                                              const list<int>& gauge_of, const point& x0, int q1,
                                              int q2, const GRAPH<point, segment>& map) const {
   const detail::flat_gauged_sites sites(*this, gauges, gauge_of, {q1, q2});
-  return detail::lexicographic_points(sites, x0, 0, 1, map);
+  return detail::lexicographic_points(sites, x0, 0, 1, detail::flat_map_of(map));
 }
 
 list<location> facilities::efficient_walk(const list<polygauge>& gauges, const list<int>& gauge_of,
                                           const list<point>& start, const list<point>& goal,
                                           const GRAPH<point, segment>& map) const {
   const detail::flat_gauged_sites sites(*this, gauges, gauge_of, {0, 1});
-  return detail::efficient_walk(sites, start, goal, map);
+  return detail::efficient_walk(sites, start, goal, detail::flat_map_of(map));
 }
 
 double facilities::l2squared_multicriteria(bool clear) {

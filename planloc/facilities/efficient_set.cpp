@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <utility>
 #include <vector>
 
@@ -16,57 +17,25 @@ using map_graph = GRAPH<point, segment>;
 // Not 2 pi in full: part of the order of edges that almost close a turn.
 constexpr double kFullTurn = 6.2831853072;
 
-struct outgoing {
+struct graph_edge {
   edge e;
-  double angle;
+  detail::heading towards;
 };
 
-std::vector<outgoing> outgoing_edges(const map_graph& map, node v) {
-  std::vector<outgoing> edges;
-  for (edge e = map.first_adj_edge(v); e; e = map.adj_succ(e)) {
-    const double angle = map[e].angle();
-    edges.push_back({e, angle < 0.0 ? angle + kFullTurn : angle});
-  }
-  return edges;
-}
-
-// Puts a new edge to w, with the segment s, in the place of e.
-void replace(map_graph& map, outgoing& out, node w, const segment& s, double angle) {
+// Puts a new edge to w, with the segment s, in the place of `out`.
+void replace(map_graph& map, graph_edge& out, node w, const segment& s,
+             const detail::heading& towards) {
   const edge fresh = map.new_edge(out.e, w, s);
   map.del_edge(out.e);
-  out = {fresh, angle};
+  out = {fresh, towards};
 }
 
-void exchange(map_graph& map, outgoing& a, outgoing& b) {
+void exchange(map_graph& map, graph_edge& a, graph_edge& b) {
   const node target = map.target(a.e);
   const segment s = map[a.e];
-  const double angle = a.angle;
-  replace(map, a, map.target(b.e), map[b.e], b.angle);
-  if (&a != &b) replace(map, b, target, s, angle);
-}
-
-void sort_by_angle(map_graph& map, std::vector<outgoing>& edges) {
-  for (std::size_t i = 0; i + 1 < edges.size(); ++i) {
-    const auto first =
-        std::min_element(edges.begin() + static_cast<std::ptrdiff_t>(i), edges.end(),
-                         [](const outgoing& a, const outgoing& b) { return a.angle < b.angle; });
-    exchange(map, edges[i], *first);
-  }
-}
-
-// Of neighbours in one direction the shorter stays, of equal ones the later. A single edge is its
-// own neighbour, and goes: intended.
-void drop_overlaps(map_graph& map, std::vector<outgoing>& edges) {
-  for (std::size_t i = 0; i < edges.size();) {
-    const std::size_t j = (i + 1) % edges.size();
-    if (edges[i].angle != edges[j].angle) {
-      ++i;
-      continue;
-    }
-    const std::size_t longer = map[edges[j].e].length() <= map[edges[i].e].length() ? i : j;
-    map.del_edge(edges[longer].e);
-    edges.erase(edges.begin() + static_cast<std::ptrdiff_t>(longer));
-  }
+  const detail::heading towards = a.towards;
+  replace(map, a, map.target(b.e), map[b.e], b.towards);
+  if (&a != &b) replace(map, b, target, s, towards);
 }
 
 detail::plane_xy xy_of(const point& p) { return {p.xcoord(), p.ycoord()}; }
@@ -99,17 +68,76 @@ GRAPH<point, segment> segment_map(const list<segment>& S) {
   return map;
 }
 
-void detail::prepare(map_graph& map) {
+GRAPH<point, segment> prepare_map(GRAPH<point, segment> map) {
   for (node v = map.first_node(); v; v = map.succ_node(v)) {
-    std::vector<outgoing> edges = outgoing_edges(map, v);
-    sort_by_angle(map, edges);
-    drop_overlaps(map, edges);
+    std::vector<graph_edge> edges;
+    for (edge e = map.first_adj_edge(v); e; e = map.adj_succ(e)) {
+      edges.push_back({e, detail::heading_of(map[e])});
+    }
+    detail::sort_by_angle(edges, [&](graph_edge& a, graph_edge& b) { exchange(map, a, b); });
+    detail::drop_overlaps(edges, [&](const graph_edge& out) { map.del_edge(out.e); });
   }
+  return map;
 }
 
-GRAPH<point, segment> prepare_map(GRAPH<point, segment> map) {
-  detail::prepare(map);
+detail::heading detail::heading_of(const segment& s) {
+  const double angle = s.angle();
+  return {angle < 0.0 ? angle + kFullTurn : angle, s.length()};
+}
+
+detail::flat_map detail::prepared_map(const flat_arrangement& pieces) {
+  flat_map map{pieces.nodes, std::vector<std::size_t>(pieces.nodes.size() + 1, 0), {}};
+  const auto for_each_piece = [&](const auto& visit) {
+    for (std::size_t i = 0; i + 1 < pieces.start.size(); ++i) {
+      for (std::size_t n = pieces.start[i]; n + 1 < pieces.start[i + 1]; ++n) {
+        visit(pieces.path[n], pieces.path[n + 1]);
+      }
+    }
+  };
+  for_each_piece([&](std::uint32_t v, std::uint32_t w) {
+    ++map.first[v + 1];
+    ++map.first[w + 1];
+  });
+  for (std::size_t v = 0; v < map.nodes.size(); ++v) map.first[v + 1] += map.first[v];
+  map.target.resize(map.first.back());
+  std::vector<std::size_t> next(map.first.begin(), map.first.end() - 1);
+  // As in a graph: a node's own pieces before the opposites of others.
+  for_each_piece([&](std::uint32_t v, std::uint32_t w) { map.target[next[v]++] = w; });
+  for_each_piece([&](std::uint32_t v, std::uint32_t w) { map.target[next[w]++] = v; });
+
+  struct flat_edge {
+    std::uint32_t target;
+    heading towards;
+  };
+  std::vector<flat_edge> edges;
+  const auto point_of = [&](std::size_t v) { return point(map.nodes[v].x, map.nodes[v].y); };
+  std::size_t kept = 0;
+  for (std::size_t v = 0; v < map.nodes.size(); ++v) {
+    edges.clear();
+    for (std::size_t e = std::exchange(map.first[v], kept); e < map.first[v + 1]; ++e) {
+      const std::uint32_t w = map.target[e];
+      edges.push_back({w, heading_of(segment(point_of(v), point_of(w)))});
+    }
+    sort_by_angle(edges, [](flat_edge& a, flat_edge& b) { std::swap(a, b); });
+    drop_overlaps(edges, [](const flat_edge&) {});
+    for (const flat_edge& e : edges) map.target[kept++] = e.target;
+  }
+  map.first.back() = kept;
+  map.target.resize(kept);
   return map;
+}
+
+detail::flat_map detail::flat_map_of(const map_graph& map) {
+  flat_map flat;
+  for (node v = map.first_node(); v; v = map.succ_node(v)) {
+    flat.nodes.push_back({map[v].xcoord(), map[v].ycoord()});
+    flat.first.push_back(flat.target.size());
+    for (edge e = map.first_adj_edge(v); e; e = map.adj_succ(e)) {
+      flat.target.push_back(static_cast<std::uint32_t>(map.index(map.target(e))));
+    }
+  }
+  flat.first.push_back(flat.target.size());
+  return flat;
 }
 
 // ----- Corners and cells -----

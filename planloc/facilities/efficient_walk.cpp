@@ -1,20 +1,24 @@
 #include "planloc/facilities/efficient_walk.h"
 
+#include <algorithm>
+#include <limits>
+
 #include "planloc/facilities/efficient_set.h"
 #include "planloc/foundation/containers/error_handler.h"
 
 namespace planloc::detail {
 namespace {
 
-using map_graph = GRAPH<point, segment>;
+constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
 
 plane_xy xy_of(const point& p) { return {p.xcoord(), p.ycoord()}; }
+plane_xy xy_of(const xy& p) { return {p.x, p.y}; }
 
 // Whether a walk over pairs of nodes, whose next pair follows from the last one alone, has come
 // back to one of them (R. P. Brent, 1980), in constant memory.
 class recurrence {
  public:
-  bool operator()(node a, node b) {
+  bool operator()(std::uint32_t a, std::uint32_t b) {
     if (a == a_ && b == b_) return true;
     if (++steps_ == limit_) {
       limit_ *= 2;
@@ -25,8 +29,8 @@ class recurrence {
   }
 
  private:
-  node a_ = nil;
-  node b_ = nil;
+  std::uint32_t a_ = kNone;
+  std::uint32_t b_ = kNone;
   std::size_t steps_ = 0;
   std::size_t limit_ = 1;
 };
@@ -35,65 +39,83 @@ class recurrence {
 // pair of neighbouring triangles between which the efficient set goes on.
 class walk {
  public:
-  walk(const flat_gauged_sites& sites, const map_graph& map) : sites_(sites), map_(map) {}
+  walk(const flat_gauged_sites& sites, const flat_map& map) : sites_(sites), map_(map) {}
 
   list<location> from(const point& start, const list<point>& goal);
 
  private:
-  // The triangle of `here`, the corner next to it along `leaving`, and the one along the edge
-  // behind it.
+  // An edge with the node that it leaves.
+  struct leaving {
+    std::uint32_t from;
+    std::size_t e;
+  };
+  // The triangle of `here`, the corner next to it along an edge, and the one along the edge behind
+  // that.
   struct triangle {
     valued_place A;
     valued_place B;
     int type;
   };
 
-  valued_place valued(node v) const {
-    const plane_xy p = xy_of(map_[v]);
-    return {p, sites_.value(p.x, p.y, 0), sites_.value(p.x, p.y, 1)};
+  point point_at(std::uint32_t v) const { return point(map_.nodes[v].x, map_.nodes[v].y); }
+  std::uint32_t target(const leaving& l) const { return map_.target[l.e]; }
+  leaving next(const leaving& l) const {
+    return {l.from, l.e + 1 == map_.first[l.from + 1] ? map_.first[l.from] : l.e + 1};
   }
-  edge first_edge(node v) const;
-  edge edge_towards(node from, node to) const;
-  edge edge_back(node from, node to) const;
+  leaving previous(const leaving& l) const {
+    return {l.from, (l.e == map_.first[l.from] ? map_.first[l.from + 1] : l.e) - 1};
+  }
+  leaving first_edge(std::uint32_t v) const;
+  leaving edge_towards(std::uint32_t from, std::uint32_t to) const;
+  leaving edge_back(std::uint32_t from, std::uint32_t to) const;
+
+  double value(std::uint32_t v, std::size_t k) const {
+    return sites_.value(map_.nodes[v].x, map_.nodes[v].y, k);
+  }
+  valued_place valued(std::uint32_t v) const {
+    return {xy_of(map_.nodes[v]), value(v, 0), value(v, 1)};
+  }
   int class_of(const valued_place& A, const valued_place& B) const;
-  triangle first_triangle(edge leaving) const;
-  triangle next_triangle(const triangle& t, edge leaving) const;
+  triangle first_triangle(const leaving& l) const;
+  triangle next_triangle(const triangle& t, const leaving& l) const;
   static bool goes_on(int before, int now);
   void step();
-  void go_round_cell(edge leaving);
+  void go_round_cell(const leaving& l);
   // A walk without end must not fill the memory with a result that nobody gets.
-  void append(const point& p) {
-    if (!circles_) result_.append(labelled(xy_of(p), piece_));
+  void append(std::uint32_t v) {
+    if (!circles_) result_.append(labelled(xy_of(map_.nodes[v]), piece_));
   }
 
   const flat_gauged_sites& sites_;
-  const map_graph& map_;
-  node here_ = nil;
-  node before_ = nil;  // where the walk came from
+  const flat_map& map_;
+  std::uint32_t here_ = kNone;
+  std::uint32_t before_ = kNone;  // where the walk came from
   valued_place corner_{};
   int piece_ = 0;
   bool circles_ = false;
   list<location> result_;
 };
 
-edge walk::first_edge(node v) const {
-  const edge e = v ? map_.first_adj_edge(v) : edge(nil);
-  if (!e) error_handler(1, "facilities::efficient_walk(): no edge leaves a corner of the map");
-  return e;
+walk::leaving walk::first_edge(std::uint32_t v) const {
+  if (v == kNone || map_.is_dead_end(v)) {
+    error_handler(1, "facilities::efficient_walk(): no edge leaves a corner of the map");
+  }
+  return {v, map_.first[v]};
 }
 
 // By direction: of overlapping edges only the shortest is in the map.
-edge walk::edge_towards(node from, node to) const {
-  const segment back(map_[from], map_[to]);
-  edge e = first_edge(from);
-  while (segment(map_[from], map_[map_.target(e)]).angle(back) != 0.0) e = map_.cyclic_adj_succ(e);
-  return e;
+walk::leaving walk::edge_towards(std::uint32_t from, std::uint32_t to) const {
+  const point p = point_at(from);
+  const segment back(p, point_at(to));
+  leaving l = first_edge(from);
+  while (segment(p, point_at(target(l))).angle(back) != 0.0) l = next(l);
+  return l;
 }
 
-edge walk::edge_back(node from, node to) const {
-  edge e = first_edge(from);
-  while (map_.target(e) != to) e = map_.cyclic_adj_pred(e);
-  return e;
+walk::leaving walk::edge_back(std::uint32_t from, std::uint32_t to) const {
+  leaving l = first_edge(from);
+  while (target(l) != to) l = previous(l);
+  return l;
 }
 
 int walk::class_of(const valued_place& A, const valued_place& B) const {
@@ -104,14 +126,14 @@ int walk::class_of(const valued_place& A, const valued_place& B) const {
   return classify(B, corner_, A, {-g0.y, g0.x}, {-g1.y, g1.x});
 }
 
-walk::triangle walk::first_triangle(edge leaving) const {
-  const valued_place A = valued(map_.target(leaving));
-  const valued_place B = valued(map_.target(map_.cyclic_adj_succ(leaving)));
+walk::triangle walk::first_triangle(const leaving& l) const {
+  const valued_place A = valued(target(l));
+  const valued_place B = valued(target(next(l)));
   return {A, B, class_of(A, B)};
 }
 
-walk::triangle walk::next_triangle(const triangle& t, edge leaving) const {
-  const valued_place B = valued(map_.target(map_.cyclic_adj_succ(leaving)));
+walk::triangle walk::next_triangle(const triangle& t, const leaving& l) const {
+  const valued_place B = valued(target(next(l)));
   return {t.B, B, class_of(t.B, B)};
 }
 
@@ -120,57 +142,57 @@ bool walk::goes_on(int before, int now) {
   return (before == 2 || before == 3) && (now == 2 || now == 4);
 }
 
-// Round the cell to the left of `leaving`; the walk goes on from its corner that is best for
+// Round the cell to the left of the edge; the walk goes on from its corner that is best for
 // objective 1.
-void walk::go_round_cell(edge leaving) {
-  const node first = here_;
-  double best = sites_.value(map_[first].xcoord(), map_[first].ycoord(), 1);
-  node last = first;
-  node corner = map_.target(leaving);
+void walk::go_round_cell(const leaving& l) {
+  const std::uint32_t first = here_;
+  double best = value(first, 1);
+  std::uint32_t last = first;
+  std::uint32_t corner = target(l);
   recurrence is_back;
   do {
     if (is_back(last, corner)) circles_ = true;
-    const edge e = edge_back(corner, last);
-    const plane_xy p = xy_of(map_[corner]);
-    const double value = sites_.value(p.x, p.y, 1);
-    if (value < best) {
-      best = value;
+    const leaving back = edge_back(corner, last);
+    const double f1 = value(corner, 1);
+    if (f1 < best) {
+      best = f1;
       here_ = corner;
       before_ = last;
     }
-    append(map_[corner]);
+    append(corner);
     last = corner;
-    corner = map_.target(map_.cyclic_adj_pred(e));
+    corner = target(previous(back));
   } while (last != first);
 }
 
 void walk::step() {
   ++piece_;
   corner_ = valued(here_);
-  edge leaving = edge_towards(here_, before_);
-  triangle t = first_triangle(leaving);
+  leaving l = edge_towards(here_, before_);
+  triangle t = first_triangle(l);
   int before = t.type;
   do {
-    leaving = map_.cyclic_adj_succ(leaving);
+    l = next(l);
     before = t.type;
-    t = next_triangle(t, leaving);
+    t = next_triangle(t, l);
   } while (!goes_on(before, t.type));
   if (before == 1 || t.type == 1) {
-    go_round_cell(before == 1 ? map_.cyclic_adj_pred(leaving) : leaving);
+    go_round_cell(before == 1 ? previous(l) : l);
     return;
   }
-  append(map_[here_]);
-  append(map_[map_.target(leaving)]);
+  append(here_);
+  append(target(l));
   before_ = here_;
-  here_ = map_.target(leaving);
+  here_ = target(l);
 }
 
 list<location> walk::from(const point& start, const list<point>& goal) {
-  here_ = map_.first_node();
-  while (here_ && !(map_[here_] == start)) here_ = map_.succ_node(here_);
-  before_ = map_.target(first_edge(here_));
+  const auto found =
+      std::find(map_.nodes.begin(), map_.nodes.end(), xy{start.xcoord(), start.ycoord()});
+  if (found != map_.nodes.end()) here_ = static_cast<std::uint32_t>(found - map_.nodes.begin());
+  before_ = target(first_edge(here_));
   recurrence is_back;
-  while (point_list_contains(goal, map_[here_]) == 0) {
+  while (point_list_contains(goal, point_at(here_)) == 0) {
     if (is_back(before_, here_)) circles_ = true;
     step();
   }
@@ -180,14 +202,13 @@ list<location> walk::from(const point& start, const list<point>& goal) {
 }  // namespace
 
 list<point> lexicographic_points(const flat_gauged_sites& sites, const point& x0, std::size_t k1,
-                                 std::size_t k2, const map_graph& map) {
+                                 std::size_t k2, const flat_map& map) {
   const plane_xy start = xy_of(x0);
   double b1 = sites.value(start.x, start.y, k1);
   double b2 = sites.value(start.x, start.y, k2);
   const plane_xy g = sites.gradient(start.x, start.y, k1);
   list<point> best;
-  for (node v = map.first_node(); v; v = map.succ_node(v)) {
-    const plane_xy c = xy_of(map[v]);
+  for (const xy& c : map.nodes) {
     // As descent_side.
     if (g.y * (c.y - start.y) + g.x * (c.x - start.x) > 0.0) continue;
     const double f = sites.value(c.x, c.y, k1);
@@ -195,7 +216,7 @@ list<point> lexicographic_points(const flat_gauged_sites& sites, const point& x0
     const double h = sites.value(c.x, c.y, k2);
     if (f < b1 || h < b2) best.clear();
     if (f < b1 || h <= b2) {
-      best.append(map[v]);
+      best.append(point(c.x, c.y));
       b1 = f;
       b2 = h;
     }
@@ -204,7 +225,7 @@ list<point> lexicographic_points(const flat_gauged_sites& sites, const point& x0
 }
 
 list<location> efficient_walk(const flat_gauged_sites& sites, const list<point>& start,
-                              const list<point>& goal, const map_graph& map) {
+                              const list<point>& goal, const flat_map& map) {
   return walk(sites, map).from(start.head(), goal);
 }
 
