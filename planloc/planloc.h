@@ -2,7 +2,7 @@
 //
 // Include this header, or only what you use:
 //   facilities/facilities.h   the existing facilities, their files and the solvers
-//   facilities/gauged_sites.h the same with polyhedral gauges
+//   facilities/gauged_sites.h the same with polyhedral gauges; their largest distance: gauge_max.h
 //   model/                    locations, gauges, their files, failures
 //   engine/engine.h           linear programs from expressions
 //   optimum/                  the best place with a proof: minimise, verify
@@ -11,8 +11,10 @@
 #define PLANLOC_PLANLOC_H_
 
 #include "planloc/engine/engine.h"
+#include "planloc/facilities/convex_intersection.h"
 #include "planloc/facilities/efficient_set.h"
 #include "planloc/facilities/facilities.h"
+#include "planloc/facilities/gauge_max.h"
 #include "planloc/facilities/gauged_sites.h"
 #include "planloc/facilities/lpsolver.h"
 #include "planloc/facilities/turned_frame.h"

@@ -24,6 +24,7 @@
 #include "planloc/foundation/containers/list.h"
 #include "planloc/foundation/containers/string.h"
 #include "planloc/foundation/geometry/point.h"
+#include "planloc/foundation/geometry/polygon.h"
 #include "planloc/foundation/geometry/segment.h"
 #include "planloc/foundation/graph/graph.h"
 #include "planloc/foundation/numeric/matrix.h"
@@ -356,6 +357,42 @@ class facilities : public virtual list<planloc::location> {
   // convex hull of the centres of gravity, whose corners `opt` gets counterclockwise with the label
   // 1.0. Returns 0.0. A weight of total 0.0 has no centre and no part in the hull.
   double l2squared_multicriteria(bool clear);
+
+  // ----- Polyhedral gauges, largest weighted distance -----
+  //
+  // gauge_max.h has the contract: the method, where it is weak, and what is reported. All read
+  // weight 0, which has to be above 0.0; facility i has the gauge number gauge_of[i] of `gauges`,
+  // from 0.
+
+  // The least largest weighted distance, as far as the steps find it, and in `opt`, label 1.0, the
+  // corners of the set of places that reach it, counterclockwise. `opt` is replaced; if the search
+  // ends with a value that no place reaches, it stays. `keep` is not looked at.
+  double gauge_max(const list<polygauge>& gauges, const list<int>& gauge_of, bool keep);
+
+  // The level set at z, in `out`; returns out. For one facility it is its polygon, for none the
+  // call ends with the list's report.
+  polygon& gauge_level_set(polygon& out, const double& z, const list<int>& gauge_of,
+                           const list<polygauge>& gauges) const;
+  // 1 if the level set at z - kLevelOffset has a point, that is, if z is above the optimum by about
+  // that; else 0. `upper` is not looked at.
+  int level_reached(const double& z, const list<int>& gauge_of,
+                    const list<polygauge>& gauges) const;
+  int level_reached(const double& z, const list<int>& gauge_of, const list<polygauge>& gauges,
+                    double* upper) const;
+  // The level set at z + kLevelOffset: `empty` becomes 1 if it has no point, with `out` and `opt`
+  // as they were, else 0 with its corners in `out`, and in `opt` by keep_distinct. Returns z.
+  double level_result(double& z, const list<int>& gauge_of, const list<polygauge>& gauges,
+                      int& empty, list<point>& out);
+
+  // Replaces C, a list of candidates, by those below its middle and the middle at the end, if
+  // level_reached(middle), else by the middle and those above it. C comes out sorted. Returns the
+  // middle: of an even number of candidates the mean of two. `lower` and `upper` are not looked at.
+  // REQUIRES: C is not empty.
+  double bulk_step(list<double>& C, const list<int>& gauge_of, const list<polygauge>& gauges,
+                   double lower, double upper) const;
+  // Replaces `opt` by the points of L, label 1.0, without those that are within kResultTolerance
+  // of an earlier one in both coordinates.
+  void keep_distinct(const list<point>& L);
 
   // ----- Sums, several new facilities -----
   //

@@ -4,10 +4,12 @@
 #define PLANLOC_FOUNDATION_GEOMETRY_POLYGON_H_
 
 #include <memory>
+#include <vector>
 
 #include "planloc/foundation/containers/list.h"
 #include "planloc/foundation/geometry/point.h"
 #include "planloc/foundation/geometry/segment.h"
+#include "planloc/foundation/geometry/xy.h"
 
 namespace planloc {
 
@@ -22,7 +24,8 @@ class polygon {
   //    `check_for_weakly_simple` "POLYGON: POLYGON is not weakly simple", with code 1. Two edges
   //    cross if each has its ends strictly on different sides of the other; edges that touch or
   //    overlap do not, so that polygons the size of a rounding error, whose vertices fall on each
-  //    other, pass. The checks are exact and take time quadratic in the number of vertices.
+  //    other, pass. The checks are exact; they take time linear in the number of vertices if the
+  //    chain is strictly convex and counterclockwise, and quadratic time otherwise.
   explicit polygon(const list<point>& P, bool check_for_simplicity = true,
                    bool check_for_weakly_simple = false);
 
@@ -41,10 +44,14 @@ class polygon {
   bool outside(const point& p) const { return side_of(p) < 0; }
   bool on_boundary(const point& p) const { return side_of(p) == 0; }
 
+  // The vertices side by side, for inner loops.
+  const std::vector<detail::xy>& corners() const { return rep_->corners; }
+
  private:
   struct representation {
     list<point> vertices;
     list<segment> segments;
+    std::vector<detail::xy> corners;
     double area = 0.0;
   };
 
