@@ -301,6 +301,24 @@ class facilities : public virtual list<planloc::location> {
   list<point> best_points(const list<polygauge>& gauges, const list<int>& gauge_of,
                           const list<point>& candidates, const point& x0, double best, int q) const;
 
+  // The places with the least sum f, for weight 0: the best crossings of the fundamental segments
+  // (mode 0) with the centre of gravity as x0 and f(x0) as the bound, by `best_points`; some
+  // crossing is optimal (R. Durier and C. Michelot, 1985). Replaces `opt`, whatever `clear` is, by
+  // the corners of the convex hull of those that tie, labels 1.0, in the order of CONVEX_HULL, and
+  // returns their value. A single facility is the result itself, with 0.0. Crossings that cannot
+  // be best are not made, by cuts of n operations each (level_cuts.h); all of them are looked at
+  // for gauges without the origin inside, and if rounding can be a thousandth of a value.
+  // 1. Ties are exact, in doubles: where the values of two optimal corners differ by a rounding,
+  //    one is left out. Maximum norm, (0,0) and (0.1,0.2): three corners of four.
+  // 2. If the centre of gravity is a facility: 1706 "polygauge: Conenumber is not correct".
+  // 3. If no crossing comes out as low as f(x0): "dlist::head(): empty list". Then x0 is optimal,
+  //    or some gauge does not have the origin inside.
+  // 4. Without `clear` an older first result takes the part of the centre of gravity.
+  // In this order: 1339 "False weight-dimension." for more than one weight, 1340 "Different number
+  // of locations and gauges.", 1341 "False gauge-number.", 1338 "Negative entry or 0-row or
+  // 0-column in weight-matrix." for a weight that is not above 0.0.
+  double gauge_sum(const list<polygauge>& gauges, const list<int>& gauge_of, bool clear);
+
   // ----- Efficient sets -----
   //
   // A place is efficient for several objectives if no other is at least as good in all of them and

@@ -1,6 +1,8 @@
 #include "planloc/facilities/flat_gauged_sites.h"
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 #include "planloc/model/gauge_distance.h"
@@ -19,10 +21,17 @@ constexpr double kDirectionLoss = 1e-8;
 constexpr double kShortest = 1e-70;
 constexpr double kLongest = 1e70;
 constexpr double kSmallestPivot = 1e-12;
+// Above it nothing worth knowing is left of a value.
+constexpr double kLargestError = 1e-3;
+
+constexpr double kInfinite = std::numeric_limits<double>::infinity();
+constexpr double kRounding = std::numeric_limits<double>::epsilon() / 2;
 
 const point kOrigin(0, 0);
 
 bool is_usual(double length) { return length >= kShortest && length <= kLongest; }
+
+double length_1(const plane_xy& v) { return std::fabs(v.x) + std::fabs(v.y); }
 
 double cross(const plane_xy& a, const plane_xy& b) { return a.x * b.y - a.y * b.x; }
 
@@ -41,16 +50,10 @@ flat_gauged_sites::flat_gauged_sites(const list<location>& sites, const list<pol
     for (std::size_t k = 0; k < weight_numbers.size(); ++k) {
       weights_[k * n + sites_.size()] = a.weight(weight_numbers[k]);
     }
-    flat_site site{p.xcoord(), p.ycoord(), gauge, solves_.size(), gauges_[gauge].plain};
+    flat_site site{p.xcoord(), p.ycoord(), gauge, solves_.size(), 0.0, false};
+    site.direction_loss = direction_loss(site);
+    site.plain = !(site.direction_loss <= kDirectionLoss);
     append_solves(site);
-    if (!site.plain) {
-      const plane_xy& t = vertices_[gauges_[gauge].first];
-      const plane_xy h{(site.x + t.x) - site.x, (site.y + t.y) - site.y};
-      const double scale = std::hypot(h.x, h.y) * std::hypot(t.x, t.y);
-      const bool kept = h.x * t.x + h.y * t.y > 0.0 && is_usual(std::hypot(h.x, h.y)) &&
-                        std::fabs(cross(h, t)) <= kDirectionLoss * scale;
-      site.plain = !kept;
-    }
     sites_.push_back(site);
   });
 }
@@ -58,7 +61,8 @@ flat_gauged_sites::flat_gauged_sites(const list<location>& sites, const list<pol
 std::size_t flat_gauged_sites::flat_number(const polygauge& g, gauge_numbers& known) {
   const auto [entry, is_new] = known.try_emplace(&g, gauges_.size());
   if (!is_new) return entry->second;
-  flat_gauge flat{&g, vertices_.size(), static_cast<std::size_t>(g.size()), g.size() == 0};
+  flat_gauge flat{&g, vertices_.size(), static_cast<std::size_t>(g.size()), g.size() == 0, 0.0,
+                  0.0};
   for (const point& v : g.vertices()) vertices_.push_back({v.xcoord(), v.ycoord()});
   for (int i = 1; i <= g.size(); ++i) {
     const point t = g.vertex(i);
@@ -70,10 +74,27 @@ std::size_t flat_gauged_sites::flat_number(const polygauge& g, gauge_numbers& kn
     directions_.push_back({t.xcoord() / length, t.ycoord() / length});
     const double dx = next.xcoord() - t.xcoord();
     const double dy = next.ycoord() - t.ycoord();
-    cone_gradients_.push_back({dx, dy, t.xcoord() * dy - t.ycoord() * dx});
+    const double d = t.xcoord() * dy - t.ycoord() * dx;
+    cone_gradients_.push_back({dx, dy, d});
+    const double size = length_1({t.xcoord(), t.ycoord()});
+    const double both = size + length_1({next.xcoord(), next.ycoord()});
+    flat.longest = std::max(flat.longest, size);
+    flat.steepness = std::max(flat.steepness, d > 0.0 ? both / d : kInfinite);
   }
   gauges_.push_back(flat);
   return gauges_.size() - 1;
+}
+
+// How far the first direction turns when it is moved to the site and back, as a sine; infinite if
+// the cones of the site cannot be told by signs at all.
+double flat_gauged_sites::direction_loss(const flat_site& site) const {
+  const flat_gauge& gauge = gauges_[site.gauge];
+  if (gauge.plain) return kInfinite;
+  const plane_xy& t = vertices_[gauge.first];
+  const plane_xy h{(site.x + t.x) - site.x, (site.y + t.y) - site.y};
+  const double length = std::hypot(h.x, h.y);
+  if (!is_usual(length) || h.x * t.x + h.y * t.y <= 0.0) return kInfinite;
+  return std::fabs(cross(h, t)) / (length * std::hypot(t.x, t.y));
 }
 
 // The elimination as far as it does not depend on the place.
@@ -97,6 +118,18 @@ std::span<const plane_xy> flat_gauged_sites::ball(std::size_t gauge) const {
   return std::span(vertices_).subspan(gauges_[gauge].first, gauges_[gauge].cones);
 }
 
+std::vector<xy_segment> flat_gauged_sites::near_segments(double bound) const {
+  std::vector<xy_segment> segments;
+  for (std::size_t i = 0; i < size(); ++i) {
+    const plane_xy a = at(i);
+    const double w = weight(i);
+    for (const plane_xy& v : ball(gauge(i))) {
+      segments.push_back({a, {v.x * bound / w + a.x, v.y * bound / w + a.y}});
+    }
+  }
+  return segments;
+}
+
 int flat_gauged_sites::plain_cone(const flat_site& site, double x, double y) const {
   bool interior = false;
   return gauges_[site.gauge].source->cone_of(point(site.x, site.y), point(x, y), interior);
@@ -106,7 +139,7 @@ int flat_gauged_sites::cone(std::size_t i, double x, double y) const {
   const flat_site& site = sites_[i];
   const flat_gauge& gauge = gauges_[site.gauge];
   const plane_xy d{x - site.x, y - site.y};
-  const double length = std::fabs(d.x) + std::fabs(d.y);
+  const double length = length_1(d);
   if (site.plain || !is_usual(length)) return plain_cone(site, x, y);
   const double clear = kClear * length;
   const plane_xy* const u = &directions_[gauge.first];
@@ -157,6 +190,61 @@ plane_xy flat_gauged_sites::gradient(double x, double y, std::size_t k) const {
     g.y -= w * slope.dx / slope.d;
   }
   return g;
+}
+
+support_plane flat_gauged_sites::support(double x, double y, std::size_t k) const {
+  const double* const w = weights_.data() + k * size();
+  support_plane plane{{x, y}, value(x, y, k), {0.0, 0.0}};
+  for (std::size_t i = 0; i < size(); ++i) {
+    // On the site itself the face of any cone is a support.
+    const int c = std::max(1, cone(i, x, y));
+    const std::size_t first = gauges_[sites_[i].gauge].first;
+    const cone_gradient& face = cone_gradients_[first + static_cast<std::size_t>(c) - 1];
+    plane.slope.x += w[i] * face.dy / face.d;
+    plane.slope.y -= w[i] * face.dx / face.d;
+  }
+  return plane;
+}
+
+// For one term: t, t' are the vertices of the cone, M the matrix of both, d the vector from the
+// site, l = |M^-1 d| the exact gauge (all norms are sums of absolute values), T the longest vertex
+// and K the steepness. Then |M^-1| <= K and |d| <= T * l.
+// 1. Entries of M lose up to u * (A + 3 T) on the way to the site, whose coordinates are at most A,
+//    and back; elimination with pivots solves a system with entries off by 16 u T more; d loses u
+//    of itself. So the solution is off by at most K * (u T + 2 e) * l with e = u * (A + 20 T), and
+//    0.2 of that more as it is taken at the computed solution.
+// 2. The cone is the wrong one only if d is within `clear` radians of it. The plane of the edge and
+//    the gauge then differ by at most 2 K |d - d'|, where d' is the nearest vector in the cone, and
+//    a negative coefficient, of which the absolute value counts, is at most K |d - d'|, with
+//    |d - d'| <= 1.5 * clear * T * l: 6 K T * clear * l in all.
+// The sum of n terms adds (n + 4) u. Half of what comes out is in reserve.
+double flat_gauged_sites::relative_error() const {
+  double largest = 0.0;
+  for (const flat_site& site : sites_) {
+    const flat_gauge& gauge = gauges_[site.gauge];
+    const double K = gauge.steepness;
+    const double T = gauge.longest;
+    const double A = std::max(std::fabs(site.x), std::fabs(site.y));
+    const double e = kRounding * (A + 20.0 * T);
+    const double clear = kClear + 2.0 * site.direction_loss;
+    largest = std::max(largest, 1.2 * K * (kRounding * T + 2.0 * e) + 6.0 * K * T * clear);
+  }
+  const double error = 2.0 * (largest + kRounding * (static_cast<double>(size()) + 4.0));
+  const bool singular =
+      std::any_of(solves_.begin(), solves_.end(), [](const cone_solve& s) { return s.singular; });
+  return error < kLargestError && !singular ? error : kInfinite;
+}
+
+// A component of a face's slope is at most K and, as d loses up to 6 u T K of itself, off by
+// (6 T K + 3) u K; the sum of n of them and its product with a vector add n + 4 roundings.
+double flat_gauged_sites::slope_error(std::size_t k) const {
+  double sum = 0.0;
+  for (std::size_t i = 0; i < size(); ++i) {
+    const flat_gauge& gauge = gauges_[sites_[i].gauge];
+    const double K = gauge.steepness;
+    sum += weight(i, k) * K * (6.0 * gauge.longest * K + static_cast<double>(size()) + 8.0);
+  }
+  return 2.0 * kRounding * sum;
 }
 
 }  // namespace planloc::detail

@@ -11,10 +11,18 @@
 
 #include "planloc/facilities/planar_sites.h"
 #include "planloc/foundation/containers/list.h"
+#include "planloc/foundation/geometry/xy.h"
 #include "planloc/model/location.h"
 #include "planloc/model/polygauge.h"
 
 namespace planloc::detail {
+
+// A plane below a convex function that touches it at a place, up to rounding.
+struct support_plane {
+  plane_xy at;
+  double value;  // of the function at `at`
+  plane_xy slope;
+};
 
 class flat_gauged_sites {
  public:
@@ -36,6 +44,9 @@ class flat_gauged_sites {
   // `polygauge::vertices` of that gauge.
   std::span<const plane_xy> ball(std::size_t gauge) const;
 
+  // From each site along each vertex v of its gauge, to the site + bound / weight * v.
+  std::vector<xy_segment> near_segments(double bound) const;
+
   // ----- At a place (x, y) -----
 
   // `polygauge::cone_of` and `polygauge::distance` from site i.
@@ -47,18 +58,36 @@ class flat_gauged_sites {
   // `polygauge::cone_vertices`.
   plane_xy gradient(double x, double y, std::size_t k = 0) const;
 
+  // Value and slope of the sum, on a site too.
+  support_plane support(double x, double y, std::size_t k = 0) const;
+
+  // ----- Accuracy -----
+
+  // What `value` differs at most from the exact sum, relative to it, at any place; weights of at
+  // least 0.0. Infinite if the sum may not be convex (a gauge without the origin inside, which the
+  // constructor of `polygauge` can let pass), has cones that end with the report of
+  // matrix::solve, or for lengths far out of the usual.
+  double relative_error() const;
+  // The exact sum is nowhere below support.value + support.slope * (z - support.at) by more than
+  //   support.value * relative_error() + |z - support.at|_1 * slope_error().
+  double slope_error(std::size_t k = 0) const;
+
  private:
   struct flat_site {
     double x, y;
     std::size_t gauge;
     std::size_t first_cone;  // of its gauge's cones, in solves_
+    double direction_loss;   // of the first direction moved to the site, as a sine
     bool plain;              // cones only by the plain steps
   };
+  // Lengths are sums of absolute coordinates.
   struct flat_gauge {
     const polygauge* source;
     std::size_t first;  // in vertices_, directions_ and cone_gradients_
     std::size_t cones;
     bool plain;
+    double longest;    // vertex
+    double steepness;  // at least the gauge of any vector of length 1; infinite if not convex
   };
   // What the elimination of the two equations of a cone leaves; see cones.cpp.
   struct cone_solve {
@@ -75,6 +104,7 @@ class flat_gauged_sites {
 
   std::size_t flat_number(const polygauge& g, gauge_numbers& known);
   void append_solves(const flat_site& site);
+  double direction_loss(const flat_site& site) const;
   int plain_cone(const flat_site& site, double x, double y) const;
 
   std::vector<flat_site> sites_;

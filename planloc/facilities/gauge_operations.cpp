@@ -3,6 +3,7 @@
 #include <cmath>
 #include <vector>
 
+#include "planloc/facilities/best_candidates.h"
 #include "planloc/facilities/facilities.h"
 #include "planloc/facilities/flat_gauged_sites.h"
 #include "planloc/model/gauge_distance.h"
@@ -54,34 +55,31 @@ int descent_side(const vector& g, const point& c, const point& x0) {
 list<segment> facilities::fundamental_segments(const list<polygauge>& gauges,
                                                const list<int>& gauge_of, const point& x0,
                                                double bound, int mode) const {
-  double reach = 0.0;
-  if (mode != 0) {
-    double radius = 0.0;
-    for_each_with_gauge(*this, gauges, gauge_of, [&](const planloc::location&, const polygauge& g) {
-      radius = std::max(radius, g.radius());
-    });
-    double r = 0.0;
-    for (int q = 0; q < weight_count(); ++q) {
-      double total = 0.0;
-      for (const planloc::location& a : *this) total += a.weight(q);
-      r = std::max(r, gauge_value(gauges, gauge_of, x0, q) / total);
+  list<segment> segments;
+  if (mode == 0) {
+    const detail::flat_gauged_sites sites(*this, gauges, gauge_of);
+    for (const detail::xy_segment& s : sites.near_segments(bound)) {
+      segments.append(segment(point(s.a.x, s.a.y), point(s.b.x, s.b.y)));
     }
-    reach = r * radius + closed_tour(*this);
+    return segments;
   }
 
-  list<segment> segments;
+  double radius = 0.0;
+  for_each_with_gauge(*this, gauges, gauge_of, [&](const planloc::location&, const polygauge& g) {
+    radius = std::max(radius, g.radius());
+  });
+  double r = 0.0;
+  for (int q = 0; q < weight_count(); ++q) {
+    double total = 0.0;
+    for (const planloc::location& a : *this) total += a.weight(q);
+    r = std::max(r, gauge_value(gauges, gauge_of, x0, q) / total);
+  }
+  const double reach = r * radius + closed_tour(*this);
   for_each_with_gauge(*this, gauges, gauge_of, [&](const planloc::location& a, const polygauge& g) {
     const point p = a.to_point();
     for (const point& v : g.vertices()) {
-      if (mode == 0) {
-        const double w = a.weight(0);
-        segments.append(segment(
-            p, point(v.xcoord() * bound / w + p.xcoord(), v.ycoord() * bound / w + p.ycoord())));
-      } else {
-        const double t = std::ceil(reach / v.distance(kOrigin));
-        segments.append(
-            segment(p, point(p.xcoord() + t * v.xcoord(), p.ycoord() + t * v.ycoord())));
-      }
+      const double t = std::ceil(reach / v.distance(kOrigin));
+      segments.append(segment(p, p.translate(t * v.xcoord(), t * v.ycoord())));
     }
   });
   return segments;
@@ -91,19 +89,12 @@ list<point> facilities::best_points(const list<polygauge>& gauges, const list<in
                                     const list<point>& candidates, const point& x0, double best,
                                     int q) const {
   const detail::flat_gauged_sites sites(*this, gauges, gauge_of, {q});
-  const detail::plane_xy slope = sites.gradient(x0.xcoord(), x0.ycoord());
-  const vector g(slope.x, slope.y);
+  detail::best_candidates chosen(sites, {x0.xcoord(), x0.ycoord()}, best);
   list<point> R;
   for (const point& c : candidates) {
-    if (descent_side(g, c, x0) == 1) continue;
-    const double v = sites.value(c.xcoord(), c.ycoord());
-    if (v < best) {
-      R.clear();
-      R.append(c);
-      best = v;
-    } else if (v == best) {
-      R.append(c);
-    }
+    const detail::standing s = chosen.offer({c.xcoord(), c.ycoord()});
+    if (s == detail::standing::better) R.clear();
+    if (s != detail::standing::worse) R.append(c);
   }
   return R;
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "planloc/foundation/containers/list.h"
+#include "planloc/foundation/geometry/xy.h"
 #include "planloc/model/location.h"
 
 namespace planloc::detail {
@@ -22,10 +23,7 @@ struct planar_sites {
   std::vector<double> w;  // weight k
 };
 
-struct plane_xy {
-  double x;
-  double y;
-};
+using plane_xy = xy;
 
 // Not-a-number for a total weight of 0.
 plane_xy centre_of_gravity(const planar_sites& sites);
