@@ -1,10 +1,10 @@
 #include "planloc/driver/input.h"
 
-#include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <string>
 
+#include "planloc/driver/end_run.h"
 #include "planloc/driver/page.h"
 #include "planloc/driver/problem.h"
 
@@ -16,17 +16,22 @@ namespace {
   if (ps_out.is_open()) ps_end();
   std::cerr << "cellwalk: option " << option << ", file \"" << file << "\": " << expected << '\n'
             << kUsage << std::endl;
-  std::exit(1);
+  end_run(1);
 }
 
-std::string found_or_unreadable(const std::ifstream& in, int found) {
-  return in.is_open() ? "found " + std::to_string(found) : "can't open the file";
+std::string found_or_unreadable(bool readable, int found) {
+  return readable ? "found " + std::to_string(found) : "can't open the file";
 }
 
 }  // namespace
 
 frame read_frame(const string& d_name) {
   std::ifstream in(d_name.cstring());
+  return read_frame(in, d_name);
+}
+
+frame read_frame(std::istream& in, const string& d_name) {
+  const bool readable = !in.fail();
   double xmin = 0.0;
   double xmax = 0.0;
   double ymin = 0.0;
@@ -35,15 +40,15 @@ frame read_frame(const string& d_name) {
   if (found < 3 || !(in >> show_coords)) {
     refuse("-d", d_name,
            "expected xmin, xmax, ymin and an integer (non-zero shows the mouse position), " +
-               found_or_unreadable(in, found));
+               found_or_unreadable(readable, found));
   }
   return {xmin, xmax, ymin, show_coords != 0};
 }
 
-parameter_reader::parameter_reader(IlcManager& m, std::ifstream& in, const string& p_name)
-    : in_(in), p_name_(p_name), weights_(fac.size()), entries_(1) {
+parameter_reader::parameter_reader(IlcManager& m, std::istream& in, const string& p_name)
+    : in_(in), readable_(!in.fail()), p_name_(p_name), weights_(fac.size()), entries_(1) {
   for_each_facility([&](const location&, const polygauge& g) { entries_ += g.size(); });
-  if (!in_.is_open()) refuse_parameters();
+  if (!readable_) refuse_parameters();
   IlcHeap* const heap = m.getHeap();
   coef_ = static_cast<double**>(heap->allocate(sizeof(double*) * entries_));
   for (int k = 0; k < entries_; ++k) {
@@ -78,7 +83,8 @@ void parameter_reader::refuse_parameters() const {
   refuse("-p", p_name_,
          "expected " + std::to_string(weights_) + " order weights and " + std::to_string(rows) +
              " rows of two numbers, one for each gauge vertex of each facility: " +
-             std::to_string(weights_ + 2 * rows) + " numbers, " + found_or_unreadable(in_, found_));
+             std::to_string(weights_ + 2 * rows) + " numbers, " +
+             found_or_unreadable(readable_, found_));
 }
 
 }  // namespace planloc

@@ -6,7 +6,7 @@
 #ifndef PLANLOC_DRIVER_INPUT_H_
 #define PLANLOC_DRIVER_INPUT_H_
 
-#include <fstream>
+#include <istream>
 
 #include "planloc/engine/engine.h"
 #include "planloc/foundation/containers/string.h"
@@ -27,14 +27,16 @@ struct frame {
 
 // Reads the -d file: xmin, xmax, ymin and an integer, non-zero to show the mouse coordinates.
 frame read_frame(const string& d_name);
+// The same from `in`, which failed if the file can't be read.
+frame read_frame(std::istream& in, const string& d_name);
 
 // The table of numbers of a parameter file, for the facilities and gauges of problem.h: entry 0 is
 // the order weights, entry k >= 1 the row (a, b) of a gauge vertex, facility by facility. It lives
 // on the heap of the manager.
 class parameter_reader {
  public:
-  // `in` and `p_name` must outlive the reader.
-  parameter_reader(IlcManager& m, std::ifstream& in, const string& p_name);
+  // `in`, which failed if the file can't be read, and `p_name` must outlive the reader.
+  parameter_reader(IlcManager& m, std::istream& in, const string& p_name);
 
   double** read_order_weights();
   void read_rows();
@@ -43,7 +45,8 @@ class parameter_reader {
   double next();
   [[noreturn]] void refuse_parameters() const;
 
-  std::ifstream& in_;
+  std::istream& in_;
+  bool readable_;
   const string& p_name_;
   int weights_;  // n
   int entries_;  // 1 + all gauge vertices

@@ -5,10 +5,13 @@
 namespace planloc {
 namespace {
 
-CplexLibrary*& library_in_force() {
+ClpLibrary& clp_library() {
   static ClpLibrary clp;
-  static CplexLibrary* library = &clp;
-  if (!library) library = &clp;
+  return clp;
+}
+
+CplexLibrary*& library_in_force() {
+  static CplexLibrary* library = &clp_library();
   return library;
 }
 
@@ -20,7 +23,7 @@ CplexLibrary& cplex_library() { return *library_in_force(); }
 
 CplexLibrary* set_cplex_library(CplexLibrary* library) {
   CplexLibrary* const before = library_in_force();
-  library_in_force() = library;
+  library_in_force() = library ? library : &clp_library();
   return before;
 }
 

@@ -196,7 +196,7 @@ class CplexLibrary {
 };
 
 // The library in force, ClpLibrary unless another one was set. Take care that no optimiser is alive
-// while it changes.
+// while it changes, and that no other thread uses the engine.
 CplexLibrary& cplex_library();
 
 // Puts another library in force, which stays the caller's; null puts ClpLibrary back. Returns the

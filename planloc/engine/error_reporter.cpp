@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
+#include <mutex>
 #include <sstream>
 #include <string>
 
@@ -27,23 +28,34 @@ std::string to_text(double value) {
 
 IlcErrorReporter::~IlcErrorReporter() = default;
 
+// A reporter may serve managers of several threads, and has one text: reports come one at a time.
+// A report that is made while another one is told, by the same thread, goes through.
+std::unique_lock<std::recursive_mutex> IlcErrorReporter::turn() {
+  static std::recursive_mutex reporting;
+  return std::unique_lock(reporting);
+}
+
 void IlcErrorReporter::error(int code, const char* label, const char* what, double value) {
+  const auto mine = turn();
   write(label, what, to_text(value).c_str());
   finish(code);
 }
 
 void IlcErrorReporter::error(int code, const char* label, const char* what, int low, int high) {
+  const auto mine = turn();
   write(label, what, (std::to_string(low) + ".." + std::to_string(high)).c_str());
   finish(code);
 }
 
 void IlcErrorReporter::error(int code, const char* label, const char* what, int value) {
+  const auto mine = turn();
   write(label, what, std::to_string(value).c_str());
   finish(code);
 }
 
 void IlcErrorReporter::error(int code, const char* label, const char* what,
                              const IlcFloatExpI* exp) {
+  const auto mine = turn();
   write(label, what, exp ? to_text(*exp).c_str() : nullptr);
   finish(code);
 }
@@ -51,11 +63,13 @@ void IlcErrorReporter::error(int code, const char* label, const char* what,
 void IlcErrorReporter::error(int code, const char* label, const char* what,
                              const IlcFloatExpI* exp1, const IlcFloatExpI* exp2) {
   if (!exp1 || !exp2) return error(code, label, what, exp1 ? exp1 : exp2);
+  const auto mine = turn();
   write(label, what, (to_text(*exp1) + ", " + to_text(*exp2)).c_str());
   finish(code);
 }
 
 void IlcErrorReporter::warning(const char* label, const char* what) {
+  const auto mine = turn();
   write(label, what, nullptr);
   std::cerr << "Solver Warning"
             << " : " << text_ << std::endl;

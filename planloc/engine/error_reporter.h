@@ -3,6 +3,8 @@
 #ifndef PLANLOC_ENGINE_ERROR_REPORTER_H_
 #define PLANLOC_ENGINE_ERROR_REPORTER_H_
 
+#include <mutex>
+
 namespace planloc {
 
 class IlcFloatExpI;
@@ -24,7 +26,7 @@ enum IlcErrorCode : int {
 // The default reporter. Each form of `error` builds a text of at most 256 characters: the label,
 // " : ", what happened, and " : " with the further value if there is one; a null `what` leaves the
 // label alone. Then the text goes out, "Solver Error : <text>" on the error stream, and the final
-// action `abort` ends the process abnormally.
+// action `abort` ends the process abnormally. Reports of several threads come one after the other.
 class IlcErrorReporter {
  public:
   static constexpr int kTextSize = 256;
@@ -53,6 +55,7 @@ class IlcErrorReporter {
   virtual void show();
 
  private:
+  static std::unique_lock<std::recursive_mutex> turn();
   void write(const char* label, const char* what, const char* value);
   void finish(int code);
 

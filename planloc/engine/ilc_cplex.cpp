@@ -15,8 +15,9 @@ constexpr std::size_t kTextSize = 512;
 
 }  // namespace
 
+// One for each thread: the library keeps its parameters in it.
 IlcCplex::Environment& IlcCplex::environment() {
-  static Environment shared;
+  static thread_local Environment shared;
   return shared;
 }
 

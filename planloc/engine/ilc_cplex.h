@@ -33,8 +33,9 @@ enum IlcMethod : int {
   kIlcBarrierDual = 5,
 };
 
-// The environment of the library is shared by all adaptors: the first one opens it, the last one
-// closes it. Parameters and callbacks belong to it.
+// The environment of the library is shared by all adaptors of a thread: the first one opens it, the
+// last one closes it. Parameters and callbacks belong to it. So an adaptor is made, used and closed
+// on one thread.
 //
 // A library call that returns a code other than 0 is reported through the manager's reporter with
 // the code, the name of the operation ("IlcCplex::dualOpt") and the library's text. With

@@ -1,5 +1,6 @@
 #include "planloc/engine/manager.h"
 
+#include <atomic>
 #include <cfenv>
 #include <cstdlib>
 #include <ctime>
@@ -18,8 +19,9 @@ double IlcInfinity = std::numeric_limits<double>::infinity();
 
 namespace {
 
-bool float_started = false;
-IlcManagerI* current_manager = nullptr;
+std::atomic<bool> float_started = false;
+// One for each thread, as a manager and its objects belong to one.
+constinit thread_local IlcManagerI* current_manager = nullptr;
 
 // The process clock counts whole milliseconds.
 double process_seconds() {
@@ -30,7 +32,10 @@ double process_seconds() {
 }  // namespace
 
 void IlcInitFloat() {
-  IlcInfinity = std::numeric_limits<double>::infinity();
+  // Not written again where it stands: other threads may be reading it.
+  if (IlcInfinity != std::numeric_limits<double>::infinity()) {
+    IlcInfinity = std::numeric_limits<double>::infinity();
+  }
   std::fesetround(FE_TONEAREST);
   float_started = true;
 }

@@ -2,6 +2,10 @@
 // models live, the clock, the error reporter, the table of shared expressions and the constraints
 // that it was given. Models are built with float_exp.h, arrays.h and constraint.h and solved with
 // ilc_linopt.h.
+//
+// Threads: each may have managers of its own, and uses a manager, its objects and its optimisers
+// alone; what they compute does not depend on the other threads. The current manager is that of the
+// thread.
 #ifndef PLANLOC_ENGINE_MANAGER_H_
 #define PLANLOC_ENGINE_MANAGER_H_
 
@@ -20,8 +24,8 @@ class IlcManagerI;
 // Plus infinity; minus infinity is its negation.
 extern double IlcInfinity;
 
-// Starts the float subsystem: sets IlcInfinity and fixes rounding to nearest. Call it before the
-// manager is made.
+// Starts the float subsystem: sets IlcInfinity and fixes rounding to nearest in the calling thread.
+// Call it before the manager is made.
 void IlcInitFloat();
 bool ilc_float_started();
 
@@ -42,12 +46,13 @@ class IlcManager {
   using FailHook = void (*)(IlcManager manager);
 
   IlcManager() = default;
-  // Makes a manager, which becomes the current one. `mode` is IlcEdit or IlcNoEdit.
+  // Makes a manager, which becomes the current one of the thread. `mode` is IlcEdit or IlcNoEdit.
   explicit IlcManager(int mode);
   IlcManager(IlcManagerI* impl) : impl_(impl) {}
   IlcManagerI* getImpl() const { return impl_; }
 
-  // Destroys the manager with its heaps; all handles of its objects become invalid.
+  // Destroys the manager with its heaps; all handles of its objects become invalid. Call it on the
+  // thread that made the manager, where it may be the current one.
   void end();
 
   IlcHeap* getHeap() const;
@@ -89,7 +94,7 @@ class IlcManager {
   IlcManagerI* impl_ = nullptr;
 };
 
-// The current manager. Without one both report "no manager".
+// The current manager of the thread. Without one both report "no manager".
 IlcManager IlcGetManager();
 IlcManagerI* IlcGetManagerI();
 

@@ -478,11 +478,11 @@ class facilities : public virtual list<planloc::location> {
   // each coordinate lp_solve solves a linear program (lpsolver.h). Results are of dimension 2, in
   // the order x_0, x_1, ...
   //
-  // lp_solve's verdict is not looked at. What it cannot solve returns the value 1e+30 or a multiple
+  // lp_solve's verdict is not told. What it cannot solve returns the value 1e+30 or a multiple
   // of it, or one that says nothing, with the points that were left.
   // 1. Keep the facilities near the origin, and positive coordinates if they are far. Measured with
   //    an extent of 10: value and points are within 1e-12 of the optimum there, within 3e-9 at 1e6,
-  //    but 4e-6 off at -1e6. From 1e7 up an N_l1_sum in 1000 does not end well: 1e+30.
+  //    but 4e-6 off at -1e6.
   // 2. Weights and V of at least 0.0 are meant: with negative ones a program can be unbounded. The
   //    weight `l_inf` holds x_j at its facility, but makes N_l1_sum put the others at the origin,
   //    with the value 0.0; so does a V of that size. Use 1e6 times the largest weight.

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <mutex>
 #include <new>
 #include <utility>
 #include <vector>
@@ -37,8 +38,18 @@ std::unique_ptr<double[], free_array> allocate_costs(int count) {
   return std::unique_ptr<double[], free_array>(costs);
 }
 
+// lp_solve keeps variables of its factorisation and its table of vector operations for the whole
+// process: one thread at a time.
+std::mutex& solving() {
+  static auto* const lock = new std::mutex;
+  return *lock;
+}
+
 struct delete_program {
-  void operator()(lprec* lp) const { delete_lp(lp); }
+  void operator()(lprec* lp) const {
+    const std::lock_guard guard(solving());
+    delete_lp(lp);
+  }
 };
 
 void require(bool memory) {
@@ -51,7 +62,9 @@ class program {
  public:
   program(int rows, int columns, int free_columns, int row_type, double* costs,
           std::vector<entry> entries)
-      : lp_(make_lp(rows, 0)), rows_(rows) {
+      : rows_(rows) {
+    const std::lock_guard guard(solving());
+    lp_.reset(make_lp(rows, 0));
     require(lp_ && resize_lp(lp_.get(), rows, columns));
     set_verbose(lp_.get(), NEUTRAL);
     for (int r = 1; r <= rows; ++r) set_constr_type(lp_.get(), r, row_type);
@@ -62,10 +75,16 @@ class program {
     std::fill_n(solution(), 1 + rows + columns, 0.0);
   }
 
-  // Returns the objective and writes the first `count` columns.
+  // Returns the objective and writes the first `count` columns. A solve starts from the basis of
+  // the one before; one that ends badly from there starts again from none.
   double solve(double* right_hand_sides, int count, double* columns) {
+    const std::lock_guard guard(solving());
     set_rh_vec(lp_.get(), right_hand_sides);
-    ::solve(lp_.get());
+    if (::solve(lp_.get()) != OPTIMAL && warm_) {
+      default_basis(lp_.get());
+      ::solve(lp_.get());
+    }
+    warm_ = true;
     const double* const found = solution();
     std::copy_n(found + rows_ + 1, count, columns);
     return found[0];
@@ -100,6 +119,7 @@ class program {
 
   std::unique_ptr<lprec, delete_program> lp_;
   int rows_;
+  bool warm_ = false;
 };
 
 }  // namespace

@@ -3,11 +3,12 @@
 // and `facilities::N_linf_max` make the arguments from facilities and are what most callers want.
 //
 // Under both norms the coordinates separate, into two programs with one matrix and two right-hand
-// sides; the second solve starts from the basis of the first. N is the number of new facilities, M
-// that of existing ones, both at least 0. Arrays of programs count from 1, entry 0 is 0.0 and not
-// read; x and y receive N coordinates each, from 0. No array is changed but these two.
+// sides; the second solve starts from the basis of the first, and again from none if it ends
+// without an optimum. Solves of several threads come one after the other. N is the number of new
+// facilities, M that of existing ones, both at least 0. Arrays of programs count from 1, entry 0 is
+// 0.0 and not read; x and y receive N coordinates each, from 0. No array is changed but these two.
 //
-// What lp_solve says of a solve is not looked at: a program that is infeasible, unbounded or beyond
+// What lp_solve says of a solve is not told: a program that is infeasible, unbounded or beyond
 // its arithmetic returns what was left in its solution, 1e+30 as a rule. From 1e+30 up an entry is
 // infinite to it, below 1e-12 a cost is nothing, and x, y end at -9e+14. It prints nothing.
 #ifndef PLANLOC_FACILITIES_LPSOLVER_H_

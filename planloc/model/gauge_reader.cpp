@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "planloc/model/gauge_scanner.h"
+#include "planloc/model/reader_memory.h"
 #include "planloc/model/reporter.h"
 
 namespace planloc {
@@ -30,10 +31,8 @@ void gauge_scan::end_mixgauge() {
 
 namespace {
 
-// Outlives a call, as the header tells.
-detail::gauge_scan scan;
-
-void read(std::istream& in, detail::gauge_kind kind, int open_code, int syntax_code) {
+void read(std::istream& in, detail::gauge_scan& scan, detail::gauge_kind kind, int open_code,
+          int syntax_code) {
   scan.kind = kind;
   if (in.fail()) MaviError("Can't open file!", open_code, 1, true);
   if (detail::scan_gauges(in, scan) == 1) MaviError(scan.pending.text(), syntax_code, 1, true);
@@ -42,14 +41,16 @@ void read(std::istream& in, detail::gauge_kind kind, int open_code, int syntax_c
 }  // namespace
 
 list<polygauge> read_polygauge_list(std::istream& in) {
+  detail::gauge_scan& scan = detail::readers().gauges;
   scan.polygauges.clear();
-  read(in, detail::gauge_kind::polygauge_list, 1607, 1608);
+  read(in, scan, detail::gauge_kind::polygauge_list, 1607, 1608);
   return std::exchange(scan.polygauges, {});
 }
 
 list<mixgauge> read_mixgauge_list(std::istream& in) {
+  detail::gauge_scan& scan = detail::readers().gauges;
   scan.mixgauges.clear();
-  read(in, detail::gauge_kind::mixgauge_list, 1609, 1610);
+  read(in, scan, detail::gauge_kind::mixgauge_list, 1609, 1610);
   return std::exchange(scan.mixgauges, {});
 }
 

@@ -20,7 +20,7 @@
 // for a Euclidean and 0 for a polyhedral one. It can hold one gauge only: the next one, or the next
 // call, ends with 1717.
 //
-// Vertices of a gauge that the file ended in are left over for the next call.
+// Vertices of a gauge that the file ended in are left over for the next call of the same thread.
 //
 // All failures end the process through MaviError with status 1 (see reporter.h): those listed, and
 // those of the constructors of the gauges. A gauge without vertices ends with the report of the

@@ -234,7 +234,7 @@ line bisector(const location& a, const location& b) {
   return line(meet.head(), meet.tail());
 }
 
-int sort_coordinate = 0;
+constinit thread_local int sort_coordinate = 0;
 
 int compare_coordinate(const location& a, const location& b) {
   const double x = a[sort_coordinate];

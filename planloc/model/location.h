@@ -128,9 +128,9 @@ void from_turned_frame(list<location>& L);
 // about both with radius |a - b| meet. REQUIRES: a and b differ.
 line bisector(const location& a, const location& b);
 
-// Which coordinate `compare_coordinate` looks at. Set it before a sort; there is one for the whole
-// process, so two sorts must not overlap.
-extern int sort_coordinate;
+// Which coordinate `compare_coordinate` looks at. Set it before a sort; there is one for each
+// thread, so two sorts of a thread must not overlap.
+extern constinit thread_local int sort_coordinate;
 
 // For sorting a list<location>: -1, 0 or 1 as coordinate `sort_coordinate` of a is smaller than,
 // equal to or larger than that of b.

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "planloc/model/location_scanner.h"
+#include "planloc/model/reader_memory.h"
 #include "planloc/model/reporter.h"
 
 namespace planloc::detail {
@@ -95,14 +96,8 @@ void location_scan::end_adjacency() {
 
 // ----- Reading -----
 
-namespace {
-
-// Outlives a call: the kind of the last file, and the numbers of a record in which it ended.
-location_scan scan;
-
-}  // namespace
-
 location_file& read_location_file(std::istream& in, location_form form) {
+  location_scan& scan = readers().locations;
   scan.file.locations.clear();
   scan.file.names.clear();
   if (form == location_form::graph) {

@@ -22,7 +22,7 @@ struct location_file {
 
 enum class location_form { plain, with_gauges, graph };
 
-// What was read, in the reader's own place: the caller may take it away.
+// What was read, in the reader's own place (reader_memory.h): the caller may take it away.
 //
 // Ends the process through MaviError with status 1: "Can't open file!" (1503, for a graph 2111) for
 // a failed stream, and the text of a failure in the file (1504, for a graph 2112).

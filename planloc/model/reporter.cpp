@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <iostream>
+#include <mutex>
 
 #include "planloc/foundation/window/window.h"
 
@@ -29,11 +30,19 @@ bool has_panel(bool use_window) {
   return use_window && window_reports_enabled && BASE_WINDOW::has_screen();
 }
 
+// Reports come one at a time. One that ends the process keeps its turn, so that no other thread's
+// report interferes with the end; a report from within that end, on the same thread, goes through.
+std::unique_lock<std::recursive_mutex> turn() {
+  static auto* const reporting = new std::recursive_mutex;
+  return std::unique_lock(*reporting);
+}
+
 void write_message(const char* message) { std::cout << "MAVI message: " << message << std::endl; }
 
 }  // namespace
 
 void MaviError(const char* message, int code, int exit_status, bool use_window) {
+  const auto mine = turn();
   if (has_panel(use_window)) {
     window panel("MAVI-ERROR");
     panel.text_item("    ");
@@ -54,6 +63,7 @@ void MaviError(const string& message, int code, int exit_status, bool use_window
 }
 
 void MaviMessage(const char* message, int stop_if_zero, bool use_window) {
+  const auto mine = turn();
   if (has_panel(use_window)) {
     window panel("MAVI-MESSAGE");
     panel.text_item("    ");
@@ -71,6 +81,7 @@ void MaviMessage(const string& message, int stop_if_zero, bool use_window) {
 }
 
 void MaviQuery(const char* message, int status_on_cancel, int stop_if_zero, bool use_window) {
+  const auto mine = turn();
   if (has_panel(use_window)) {
     window panel("MAVI-MESSAGE");
     panel.text_item("    ");

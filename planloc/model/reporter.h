@@ -7,6 +7,9 @@
 // one line on a standard stream. Nothing catches a failure: the process ends through std::exit, so
 // objects on the stack are not destroyed and file-level ones are.
 //
+// Reports of several threads come one after the other. An end through std::exit does not wait for
+// the other threads: what they still use of file-level objects goes away under them.
+//
 // Codes are shown and nothing branches on them: 11xx Loc_Vector, 12xx location, 13xx facilities,
 // 15xx location files, 16xx gauge files, 17xx gauges, 21xx graph files.
 #ifndef PLANLOC_MODEL_REPORTER_H_
@@ -16,7 +19,8 @@
 
 namespace planloc {
 
-// Whether a report that asks for a window may have one. True from the start of the process on.
+// Whether a report that asks for a window may have one. True from the start of the process on;
+// change it before there are other threads.
 extern bool window_reports_enabled;
 
 // Shows the panel "MAVI-ERROR" with message and code until "OK" is pressed, or writes

@@ -279,6 +279,29 @@ TEST(NewFacilitiesPrograms, VerdictsPassInSilence) {
             ended("2e+30 1e+30 4 -9e+14"));
 }
 
+// The second program of a sum starts from the basis of the first, from where lp_solve loses a few
+// far ones; each coordinate alone is solved from none.
+TEST(NewFacilitiesPrograms, FarSumsAreSolvedAgainWhereTheirStartMisleads) {
+  std::mt19937 random(5);
+  const auto uniform = [&](double low, double high) {
+    return std::uniform_real_distribution<double>(low, high)(random);
+  };
+  for (int trial = 0; trial < 1500; ++trial) {
+    facilities F;
+    for (auto sites = 1 + random() % 8; sites > 0; --sites) {
+      location a(2, 3);
+      for (int c = 0; c < 2; ++c) a[c] = 1e8 + uniform(0, 10);
+      for (int j = 0; j < 3; ++j) a.weight(j) = uniform(0.1, 5);
+      F.append(a);
+    }
+    matrix V(3, 3);
+    for (int j = 0; j < 3; ++j) {
+      for (int k = 0; k < j; ++k) V(j, k) = V(k, j) = uniform(0.1, 3);
+    }
+    ASSERT_LT(F.N_l1_sum(3, V, true), 8 * 15 * 20.0) << "trial " << trial;
+  }
+}
+
 #ifndef __SANITIZE_ADDRESS__
 TEST(NewFacilitiesPrograms, NoMemoryForTheCosts) {
   EXPECT_EQ(in_own_process([] {

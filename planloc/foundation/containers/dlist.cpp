@@ -1,17 +1,21 @@
 #include "planloc/foundation/containers/dlist.h"
 
+#include <atomic>
 #include <utility>
 
 #include "planloc/foundation/containers/error_handler.h"
 
 namespace planloc {
 
+// Several threads may read a constant list: each of them writes the same number.
 int dlist::size() const {
-  if (count_ < 0) {
-    count_ = 0;
-    for (list_item it = head_; it; it = it->succ) ++count_;
-  }
-  return count_;
+  const std::atomic_ref<int> kept(count_);
+  int count = kept.load(std::memory_order_relaxed);
+  if (count >= 0) return count;
+  count = 0;
+  for (list_item it = head_; it; it = it->succ) ++count;
+  kept.store(count, std::memory_order_relaxed);
+  return count;
 }
 
 list_item dlist::get_item(int i) const {

@@ -10,7 +10,8 @@ namespace planloc {
 
 using ErrorHandler = void (*)(int code, const char* message);
 
-// The handler in force; initially `default_error_handler`.
+// The handler in force; initially `default_error_handler`. It is called on the thread that fails,
+// by several at once if need be; install one before there are other threads.
 extern ErrorHandler error_handler;
 
 // Writes to the error stream an empty line, then "FLNZ ERROR HANDLER" ("FLNZ WARNING" for code 0),

@@ -1,7 +1,8 @@
 // Memory of the nodes of lists and graphs: a free list for each size below 256 bytes, the general
 // heap beyond. Freed nodes are kept for nodes of the same size. For everything else use `new`.
 //
-// Not for use from several threads at once.
+// Each thread has free lists of its own. A node may be freed on another thread than the one that
+// made it; what a thread has too much of, and what it leaves behind at its end, goes to the others.
 #ifndef PLANLOC_FOUNDATION_CONTAINERS_NODE_MEMORY_H_
 #define PLANLOC_FOUNDATION_CONTAINERS_NODE_MEMORY_H_
 

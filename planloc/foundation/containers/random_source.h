@@ -1,4 +1,5 @@
-// The random source of the process. Its seed is fixed, so that a run is repeatable.
+// The random source, one for each thread. The seed is fixed and the same for all of them, so that
+// what a thread computes is repeatable and does not depend on the others.
 #ifndef PLANLOC_FOUNDATION_CONTAINERS_RANDOM_SOURCE_H_
 #define PLANLOC_FOUNDATION_CONTAINERS_RANDOM_SOURCE_H_
 

@@ -10,6 +10,7 @@
 #include <istream>
 #include <ostream>
 
+#include "planloc/foundation/geometry/construction_id.h"
 #include "planloc/foundation/numeric/vector.h"
 
 namespace planloc {
@@ -17,7 +18,7 @@ namespace planloc {
 class point {
  public:
   point() : point(0.0, 0.0) {}
-  point(double x, double y) : x_(x), y_(y), id_(next_id_++) {}
+  point(double x, double y) : x_(x), y_(y), id_(detail::next_construction_id<point>()) {}
   point(double x, double y, double w) : point(x / w, y / w) {}
   // (v[0], v[1]), with the index report of `vector`.
   explicit point(const vector& v);
@@ -25,7 +26,8 @@ class point {
   double xcoord() const { return x_; }
   double ycoord() const { return y_; }
   vector to_vector() const { return vector(x_, y_); }
-  // The running number of the construction in this process; a copy has that of its original.
+  // The running number of the construction in its thread, different from all others in the process;
+  // a copy has that of its original.
   long id() const { return id_; }
 
   // Equal coordinates as doubles, whatever the ids.
@@ -58,8 +60,6 @@ class point {
   double angle(const point& q, const point& r) const;
 
  private:
-  inline static long next_id_ = 0;
-
   double x_;
   double y_;
   long id_;

@@ -1,6 +1,7 @@
 #include "planloc/foundation/geometry/rat_point.h"
 
 #include <cstdlib>
+#include <memory>
 #include <optional>
 #include <utility>
 
@@ -35,17 +36,20 @@ struct homogeneous {
 
 // A computed point comes as `fixed` and gets `exact` on demand; all others have `exact` alone.
 struct rat_point_rep {
+  rat_point_rep(std::optional<fixed_point> f, lazy_shared<homogeneous> e)
+      : fixed(std::move(f)), exact(std::move(e)) {}
+
   std::optional<fixed_point> fixed;
-  mutable std::optional<homogeneous> exact;
+  lazy_shared<homogeneous> exact;
 };
 
 namespace {
 
 template <class... Args>
 std::shared_ptr<const rat_point_rep> exact_rep(Args&&... args) {
-  const auto rep = std::make_shared<rat_point_rep>();
-  rep->exact.emplace(std::forward<Args>(args)...);
-  return rep;
+  auto exact = std::make_shared<const homogeneous>(std::forward<Args>(args)...);
+  return std::make_shared<const rat_point_rep>(std::nullopt,
+                                               lazy_shared<homogeneous>(std::move(exact)));
 }
 
 }  // namespace
@@ -57,22 +61,23 @@ rat_point::rat_point(const integer& x, const integer& y, const integer& w) : rat
     return;
   }
   doubles_ = {not_double(), not_double()};
-  rep_ = w.sign() > 0 ? detail::exact_rep(x, y, w) : detail::exact_rep(-x, -y, -w);
+  rep_ = representation(w.sign() > 0 ? detail::exact_rep(x, y, w) : detail::exact_rep(-x, -y, -w));
 }
 
 rat_point::rat_point(const detail::fixed_point& p)
     : rat_point(detail::xy{not_double(), not_double()}) {
-  auto rep = std::make_shared<detail::rat_point_rep>();
-  rep->fixed = p;
-  rep_ = std::move(rep);
+  rep_ = representation(
+      std::make_shared<const detail::rat_point_rep>(p, detail::lazy_shared<detail::homogeneous>()));
 }
 
-void rat_point::set_exact(const rational& x, const rational& y) { rep_ = detail::exact_rep(x, y); }
+void rat_point::set_exact(const rational& x, const rational& y) {
+  rep_ = representation(detail::exact_rep(x, y));
+}
 
 const detail::homogeneous& rat_point::exact() const {
-  if (!rep_) rep_ = detail::exact_rep(rational(doubles_.x), rational(doubles_.y));
-  if (!rep_->exact) rep_->exact.emplace(*rep_->fixed);
-  return *rep_->exact;
+  const detail::rat_point_rep& rep =
+      rep_.get([this] { return detail::exact_rep(rational(doubles_.x), rational(doubles_.y)); });
+  return rep.exact.get([&rep] { return std::make_shared<const detail::homogeneous>(*rep.fixed); });
 }
 
 const integer& rat_point::X() const { return exact().X; }
@@ -89,7 +94,7 @@ rational rat_point::ycoord() const {
 
 point rat_point::to_point() const {
   if (holds_doubles()) return point(doubles_.x, doubles_.y);
-  if (const auto& fixed = rep_->fixed) {
+  if (const auto& fixed = rep_.get()->fixed) {
     const auto round = [&fixed](const detail::wide_int<6>& a) {
       return detail::round_quotient(a.negative(), magnitude(a).limb, fixed->W.limb,
                                     fixed->exponent);

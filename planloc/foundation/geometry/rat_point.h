@@ -2,18 +2,18 @@
 //
 // A rat_point is an immutable value in homogeneous integers X, Y, W, standing for (X / W, Y / W).
 // One that was made from doubles, or computed by `rat_ray::intersection`, forms these integers
-// only when an operation needs them; no operation shows the difference. Not for use from several
-// threads at once.
+// only when an operation needs them; no operation shows the difference.
 #ifndef PLANLOC_FOUNDATION_GEOMETRY_RAT_POINT_H_
 #define PLANLOC_FOUNDATION_GEOMETRY_RAT_POINT_H_
 
 #include <cmath>
 #include <limits>
-#include <memory>
 
+#include "planloc/foundation/geometry/construction_id.h"
 #include "planloc/foundation/geometry/filter.h"
 #include "planloc/foundation/geometry/point.h"
 #include "planloc/foundation/numeric/integer.h"
+#include "planloc/foundation/numeric/lazy_shared.h"
 #include "planloc/foundation/numeric/rational.h"
 
 namespace planloc {
@@ -53,7 +53,7 @@ class rat_point {
   // point alone and not on the size of its homogeneous coordinates.
   point to_point() const;
 
-  // The running number of the construction in this process; a copy has that of its original.
+  // The running number of the construction, as for `point`; a copy has that of its original.
   long id() const { return id_; }
 
   friend bool operator==(const rat_point& p, const rat_point& q);
@@ -66,17 +66,18 @@ class rat_point {
 
  private:
   friend class rat_ray;
-  explicit rat_point(const detail::xy& p) : doubles_(p), id_(next_id_++) {}
+  explicit rat_point(const detail::xy& p)
+      : doubles_(p), id_(detail::next_construction_id<rat_point>()) {}
   explicit rat_point(const detail::fixed_point& p);
+
+  using representation = detail::lazy_shared<detail::rat_point_rep>;
 
   static double not_double() { return std::numeric_limits<double>::quiet_NaN(); }
   void set_exact(const rational& x, const rational& y);
   const detail::homogeneous& exact() const;
 
-  inline static long next_id_ = 0;
-
   detail::xy doubles_;  // a NaN among them: the value is in rep_ alone
-  mutable std::shared_ptr<const detail::rat_point_rep> rep_;
+  representation rep_;
   long id_;
 };
 

@@ -23,8 +23,7 @@ double rational::not_finite() {
 }
 
 const mpq_class& rational::exact() const {
-  if (!exact_) exact_ = std::make_shared<const mpq_class>(double_);
-  return *exact_;
+  return exact_.get([this] { return std::make_shared<const mpq_class>(double_); });
 }
 
 rational operator+(const rational& a, const rational& b) {
@@ -63,7 +62,7 @@ int rational::sign() const {
 }
 
 double rational::round_exact() const {
-  return detail::round_quotient(exact_->get_num(), exact_->get_den());
+  return detail::round_quotient(exact().get_num(), exact().get_den());
 }
 
 std::ostream& operator<<(std::ostream& out, const rational& a) {

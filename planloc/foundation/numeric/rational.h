@@ -17,6 +17,7 @@
 #include <utility>
 
 #include "planloc/foundation/numeric/integer.h"
+#include "planloc/foundation/numeric/lazy_shared.h"
 
 namespace planloc {
 
@@ -74,7 +75,7 @@ class rational {
 
   // Never -0.0: the value 0 has no sign. NaN if the value is in `exact_` alone.
   double double_ = 0.0;
-  mutable std::shared_ptr<const mpq_class> exact_;
+  detail::lazy_shared<mpq_class> exact_;
 };
 
 // numerator "/" denominator, both in lowest terms.
