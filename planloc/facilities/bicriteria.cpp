@@ -1,6 +1,7 @@
 // Efficient sets of several sums.
 #include <algorithm>
 #include <utility>
+#include <vector>
 
 #include "planloc/facilities/efficient_set.h"
 #include "planloc/facilities/efficient_walk.h"
@@ -54,11 +55,12 @@ double facilities::gauge_bicriteria(const list<polygauge>& gauges, const list<in
   // An older result stands in front of the centre of gravity, and is then the start: intended.
   l2squared_sum(0, false);
   const point x0 = opt.head().to_point();
-  const detail::flat_map map = detail::prepared_map(detail::cut_segments(
-      detail::flat_segments(fundamental_segments(gauges, gauge_of, x0, 0.0, 1))));
+  const std::vector<detail::xy_segment> segments =
+      detail::flat_segments(fundamental_segments(gauges, gauge_of, x0, 0.0, 1));
+  const detail::flat_map map = detail::prepared_map(detail::cut_segments(segments));
   const detail::flat_gauged_sites sites(*this, gauges, gauge_of, {0, 1});
-  const list<point> first = detail::lexicographic_points(sites, x0, 0, 1, map);
-  const list<point> second = detail::lexicographic_points(sites, x0, 1, 0, map);
+  const list<point> first = detail::lexicographic_points(sites, x0, 0, 1, map, segments);
+  const list<point> second = detail::lexicographic_points(sites, x0, 1, 0, map, segments);
   opt.clear();
   if (point_list_contains(second, first.head()) == 0) {
     opt = detail::efficient_walk(sites, first, second, map);

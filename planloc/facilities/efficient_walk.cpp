@@ -1,18 +1,23 @@
 #include "planloc/facilities/efficient_walk.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
+#include <optional>
 
 #include "planloc/facilities/efficient_set.h"
+#include "planloc/facilities/level_cuts.h"
 #include "planloc/foundation/containers/error_handler.h"
 
 namespace planloc::detail {
 namespace {
 
+// Cuts that leave so few segments are enough.
+constexpr std::size_t kFewSegments = 12;
+
 constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
 
 plane_xy xy_of(const point& p) { return {p.xcoord(), p.ycoord()}; }
-plane_xy xy_of(const xy& p) { return {p.x, p.y}; }
 
 // Whether a walk over pairs of nodes, whose next pair follows from the last one alone, has come
 // back to one of them (R. P. Brent, 1980), in constant memory.
@@ -72,9 +77,7 @@ class walk {
   double value(std::uint32_t v, std::size_t k) const {
     return sites_.value(map_.nodes[v].x, map_.nodes[v].y, k);
   }
-  valued_place valued(std::uint32_t v) const {
-    return {xy_of(map_.nodes[v]), value(v, 0), value(v, 1)};
-  }
+  valued_place valued(std::uint32_t v) const { return {map_.nodes[v], value(v, 0), value(v, 1)}; }
   int class_of(const valued_place& A, const valued_place& B) const;
   triangle first_triangle(const leaving& l) const;
   triangle next_triangle(const triangle& t, const leaving& l) const;
@@ -83,7 +86,7 @@ class walk {
   void go_round_cell(const leaving& l);
   // A walk without end must not fill the memory with a result that nobody gets.
   void append(std::uint32_t v) {
-    if (!circles_) result_.append(labelled(xy_of(map_.nodes[v]), piece_));
+    if (!circles_) result_.append(labelled(map_.nodes[v], piece_));
   }
 
   const flat_gauged_sites& sites_;
@@ -199,18 +202,36 @@ list<location> walk::from(const point& start, const list<point>& goal) {
   return result_;
 }
 
+// The cuts of f that the segments give; none if nothing would be gained, or proved.
+std::optional<level_cuts> cuts_of(const flat_gauged_sites& sites, std::size_t k,
+                                  const flat_map& map, std::span<const xy_segment> segments) {
+  if (segments.empty() || !std::isfinite(sites.relative_error())) return std::nullopt;
+  plane_xy low = map.nodes.front();
+  plane_xy high = low;
+  for (const xy& p : map.nodes) {
+    low = {std::min(low.x, p.x), std::min(low.y, p.y)};
+    high = {std::max(high.x, p.x), std::max(high.y, p.y)};
+  }
+  level_cuts cuts(sites, k, low, high);
+  cuts.narrow(segments, kFewSegments);
+  return cuts;
+}
+
 }  // namespace
 
 list<point> lexicographic_points(const flat_gauged_sites& sites, const point& x0, std::size_t k1,
-                                 std::size_t k2, const flat_map& map) {
+                                 std::size_t k2, const flat_map& map,
+                                 std::span<const xy_segment> segments) {
   const plane_xy start = xy_of(x0);
   double b1 = sites.value(start.x, start.y, k1);
   double b2 = sites.value(start.x, start.y, k2);
   const plane_xy g = sites.gradient(start.x, start.y, k1);
+  const std::optional<level_cuts> cuts = cuts_of(sites, k1, map, segments);
   list<point> best;
   for (const xy& c : map.nodes) {
     // As descent_side.
     if (g.y * (c.y - start.y) + g.x * (c.x - start.x) > 0.0) continue;
+    if (cuts && cuts->surely_above(c, b1)) continue;
     const double f = sites.value(c.x, c.y, k1);
     if (!(f <= b1)) continue;
     const double h = sites.value(c.x, c.y, k2);

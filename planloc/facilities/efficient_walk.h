@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "planloc/facilities/flat_gauged_sites.h"
@@ -86,9 +87,12 @@ int classify(valued_place B, valued_place C, valued_place A, plane_xy n0, plane_
 
 // ----- The solver's two steps: see facilities.h -----
 
-// k1, k2 and, for the walk, 0 and 1 are positions among the weights of `sites`.
+// k1, k2 and, for the walk, 0 and 1 are positions among the weights of `sites`. Where the segments
+// of the map are given, nodes that they show to be above the least value are passed over; the
+// result is the same. REQUIRES then: weights of at least 0.0.
 list<point> lexicographic_points(const flat_gauged_sites& sites, const point& x0, std::size_t k1,
-                                 std::size_t k2, const flat_map& map);
+                                 std::size_t k2, const flat_map& map,
+                                 std::span<const xy_segment> segments = {});
 list<location> efficient_walk(const flat_gauged_sites& sites, const list<point>& start,
                               const list<point>& goal, const flat_map& map);
 

@@ -15,6 +15,7 @@
 #include "planloc/facilities/gauged_sites.h"
 #include "planloc/foundation/geometry/exact_orientation.h"
 #include "tests/facilities/bicriteria_program.h"
+#include "tests/facilities/gauge_problems.h"
 #include "tests/facilities/gauged_families.h"
 #include "tests/facilities/plain_bicriteria.h"
 #include "tests/model/own_process.h"
@@ -55,14 +56,6 @@ bool is_solvable(const gauged_sites& problem) {
   return std::none_of(problem.sites.begin(), problem.sites.end(), [&](const location& a) {
     return a.to_point() == x0 || (a.weight(0) == 0.0 && a.weight(1) == 0.0);
   });
-}
-
-std::string shown(const gauged_sites& problem) {
-  std::ostringstream out;
-  out << shown(problem.sites) << "gauges";
-  for (int g : problem.gauge_of) out << ' ' << g;
-  for (const polygauge& g : problem.gauges) out << '\n' << g;
-  return out.str();
 }
 
 // What a problem has for an answer by the plain steps, and by the solver and its parts.

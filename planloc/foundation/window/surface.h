@@ -31,7 +31,7 @@ enum line_style : int { solid = 0, dashed = 1, dotted = 2 };
 // point, `centre` covers it.
 enum class text_place { right, left, above, below, centre };
 
-inline constexpr int kTextGap = 6;
+inline constexpr int kTextGap = 8;
 
 class surface {
  public:
