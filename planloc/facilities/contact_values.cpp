@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <functional>
 
 namespace planloc::detail {
 namespace {
@@ -102,7 +101,7 @@ class third_edges {
   const moving_line& operator[](std::size_t edge) const { return lines_[edge]; }
 
   // The values with each edge from `first` on. REQUIRES: the crossing moves.
-  std::span<const double> contacts(const moving_crossing& c, std::size_t first) {
+  std::span<double> contacts(const moving_crossing& c, std::size_t first) {
     for (std::size_t k = first; k < z_.size(); ++k) {
       const double d = c.A - m_[k] * c.s - u_[k];
       const double q = (m_[k] * c.P + t_[k] - c.B) / d;
@@ -118,7 +117,7 @@ class third_edges {
   }
 
   // The same with one value for all.
-  std::span<const double> constant(double z, std::size_t first) {
+  std::span<double> constant(double z, std::size_t first) {
     std::fill(z_.begin() + static_cast<std::ptrdiff_t>(first), z_.end(), z);
     return std::span(z_).subspan(first);
   }
@@ -133,16 +132,14 @@ class third_edges {
   std::vector<double> z_;
 };
 
-// A NaN counts as within the bounds.
-void append_within(std::span<const double> z, double lower, std::vector<double>& values) {
-  const std::size_t old = values.size();
-  values.resize(old + z.size());
-  double* end = values.data() + old;
+// Those within the bounds, moved to the front; a NaN counts as within.
+std::span<const double> keep_within(std::span<double> z, double lower) {
+  double* end = z.data();
   for (const double v : z) {
     *end = v;
     end += static_cast<std::ptrdiff_t>(!(v < lower) && !(v > kLargestContact));
   }
-  values.resize(static_cast<std::size_t>(end - values.data()));
+  return {z.data(), end};
 }
 
 }  // namespace
@@ -173,9 +170,16 @@ std::vector<double> pair_contacts(const ball_sites& sites) {
 }
 
 std::vector<double> triple_contacts(const ball_sites& sites, double lower) {
+  std::vector<double> values;
+  for_each_triple_batch(sites, lower, [&](std::span<const double> batch) {
+    values.insert(values.end(), batch.begin(), batch.end());
+  });
+  return values;
+}
+
+void for_each_triple_batch(const ball_sites& sites, double lower, const contact_visitor& visit) {
   using kind = moving_crossing::kind;
   third_edges edges(sites);
-  std::vector<double> values;
   double z = 0.0;
   const std::size_t n = sites.size();
   for (std::size_t i = 0; i + 2 < n; ++i) {
@@ -184,17 +188,29 @@ std::vector<double> triple_contacts(const ball_sites& sites, double lower) {
         const std::size_t first = edges.begin(j + 1);
         for (std::size_t b = edges.begin(j); b < first; ++b) {
           const moving_crossing c(edges[a], edges[b]);
-          const std::span<const double> found = c.type == kind::kNone ? edges.constant(z, first)
-                                                : c.type == kind::kNeverMeet
-                                                    ? edges.constant(0.0, first)
-                                                    : edges.contacts(c, first);
-          append_within(found, lower, values);
+          const std::span<double> found = c.type == kind::kNone        ? edges.constant(z, first)
+                                          : c.type == kind::kNeverMeet ? edges.constant(0.0, first)
+                                                                       : edges.contacts(c, first);
           if (!found.empty()) z = found.back();
+          visit(keep_within(found, lower));
         }
       }
     }
   }
-  return values;
+}
+
+double triple_count(const ball_sites& sites) {
+  // Sums over the sites so far of edges, pairs and triples of edges.
+  double ones = 0.0;
+  double twos = 0.0;
+  double threes = 0.0;
+  for (std::size_t i = 0; i < sites.size(); ++i) {
+    const double s = static_cast<double>(sites[i].ball.size());
+    threes += twos * s;
+    twos += ones * s;
+    ones += s;
+  }
+  return threes;
 }
 
 }  // namespace planloc::detail

@@ -4,6 +4,8 @@
 #ifndef PLANLOC_FACILITIES_CONTACT_VALUES_H_
 #define PLANLOC_FACILITIES_CONTACT_VALUES_H_
 
+#include <functional>
+#include <span>
 #include <vector>
 
 #include "planloc/facilities/level_sets.h"
@@ -23,6 +25,11 @@ std::vector<double> pair_contacts(const ball_sites& sites);
 // sites and vertices. Two parallel edges of the three give 0, except two vertical ones of the first
 // two sites, which repeat the value found before (intended).
 std::vector<double> triple_contacts(const ball_sites& sites, double lower);
+// The same in batches: calls visit(values) for one after the other.
+using contact_visitor = std::function<void(std::span<const double>)>;
+void for_each_triple_batch(const ball_sites& sites, double lower, const contact_visitor& visit);
+// How many edges of three sites there are.
+double triple_count(const ball_sites& sites);
 
 }  // namespace planloc::detail
 

@@ -6,27 +6,19 @@
 
 #include "planloc/facilities/contact_values.h"
 #include "planloc/facilities/facilities.h"
+#include "planloc/facilities/halving.h"
 #include "planloc/facilities/level_sets.h"
 #include "planloc/foundation/containers/error_handler.h"
-#include "planloc/foundation/containers/list_sort.h"
 
 namespace planloc {
 namespace {
 
 constexpr std::size_t kSelectionLimit = 120;
-constexpr std::size_t kBulkLimit = 1300;
 
-// Lists of candidates stand in arrays, the front first.
-using values = std::vector<double>;
-
-// As list::sort, for entries that are not ordered too.
-void sort_values(values& C) {
-  detail::quicksort(C.data(), 0, static_cast<long>(C.size()) - 1,
-                    [](double a, double b) { return a < b; });
-}
+using detail::candidates;
 
 // Brings an entry to position k that none before is above and none behind is below.
-void select(values& C, std::size_t k) {
+void select(candidates& C, std::size_t k) {
   std::size_t lo = 0;
   std::size_t hi = C.size() - 1;
   while (hi > lo) {
@@ -47,67 +39,29 @@ void select(values& C, std::size_t k) {
   }
 }
 
-double middle(const values& C) {
-  const std::size_t k = (C.size() - 1) / 2;
-  return C.size() % 2 == 1 ? C[k] : (C[k] + C[k + 1]) / 2.0;
-}
+candidates to_candidates(const list<double>& C) { return candidates(C.begin(), C.end()); }
 
-values to_values(const list<double>& C) { return values(C.begin(), C.end()); }
-
-void assign(list<double>& C, const values& entries) {
+void assign(list<double>& C, const candidates& entries) {
   C.clear();
   for (const double z : entries) C.append(z);
-}
-
-bool is_reached(detail::level_sets& levels, double z) {
-  return !levels.intersection(z - kLevelOffset).empty();
-}
-
-void keep_below(values& C, double m) {
-  std::erase_if(C, [m](double z) { return !(z < m); });
-}
-
-void keep_above(values& C, double m) {
-  std::erase_if(C, [m](double z) { return !(z > m); });
 }
 
 // A median that is not reached is lost in the pair phase, and stays in the triple phase.
 enum class phase { kPairs, kTriples };
 
-void reduce(values& C, detail::level_sets& levels, phase p) {
+void reduce(candidates& C, detail::level_sets& levels, phase p) {
   const double m = detail::median_of(C);
-  if (is_reached(levels, m)) {
-    keep_below(C, m);
+  if (detail::is_reached(levels, m)) {
+    detail::keep_below(C, m);
     C.push_back(m);
   } else {
-    keep_above(C, m);
+    detail::keep_above(C, m);
     if (p == phase::kTriples) C.insert(C.begin(), m);
   }
   if (C.size() != 2) return;
   const bool front_is_median = !(C.front() != m);
-  const bool reached = is_reached(levels, front_is_median ? C.back() : C.front());
+  const bool reached = detail::is_reached(levels, front_is_median ? C.back() : C.front());
   C.erase(reached == front_is_median ? C.end() - 1 : C.begin());
-}
-
-// A step of halving of which only the set of entries counts: the result is as if C were sorted
-// before and after, but for its order.
-double halve(values& C, detail::level_sets& levels) {
-  const bool ordered = std::none_of(C.begin(), C.end(), [](double z) { return std::isnan(z); });
-  const auto lower = C.begin() + static_cast<std::ptrdiff_t>((C.size() - 1) / 2);
-  if (ordered) {
-    std::nth_element(C.begin(), lower, C.end());
-    if (C.size() % 2 == 0) std::iter_swap(lower + 1, std::min_element(lower + 1, C.end()));
-  } else {
-    sort_values(C);
-  }
-  const double m = middle(C);
-  is_reached(levels, m) ? keep_below(C, m) : keep_above(C, m);
-  C.push_back(m);
-  return m;
-}
-
-void double_front(values& C) {
-  if (C.size() == 2) C.insert(C.begin(), C.front());
 }
 
 list<point> to_points(detail::closed_chain chain) {
@@ -118,13 +72,13 @@ list<point> to_points(detail::closed_chain chain) {
 
 }  // namespace
 
-double detail::median_of(values& C) {
-  C.size() < kSelectionLimit ? sort_values(C) : select(C, (C.size() - 1) / 2);
-  return middle(C);
+double detail::median_of(candidates& C) {
+  C.size() < kSelectionLimit ? detail::sort_candidates(C) : select(C, (C.size() - 1) / 2);
+  return detail::middle(C);
 }
 
 double median_of(list<double>& C) {
-  values entries = to_values(C);
+  candidates entries = to_candidates(C);
   const double m = detail::median_of(entries);
   assign(C, entries);
   return m;
@@ -141,9 +95,9 @@ double facilities::gauge_max(const list<polygauge>& gauges, const list<int>& gau
     return true;
   };
 
-  values C = detail::pair_contacts(sites);
+  candidates C = detail::pair_contacts(sites);
   std::reverse(C.begin(), C.end());  // each was pushed to the front
-  double_front(C);
+  detail::double_front(C);
   while (C.size() >= 2) reduce(C, levels, phase::kPairs);
   if (C.empty()) {
     error_handler(1, "dlist::head(): empty list");
@@ -152,14 +106,7 @@ double facilities::gauge_max(const list<polygauge>& gauges, const list<int>& gau
   const double lower = C.front();
   if (take_result(lower)) return lower;
 
-  C = detail::triple_contacts(sites, lower);
-  std::reverse(C.begin(), C.end());
-  C.push_back(lower);
-  double_front(C);
-  if (C.size() > kBulkLimit) {
-    while (C.size() > kBulkLimit) halve(C, levels);
-    sort_values(C);
-  }
+  C = detail::far_contacts(sites, lower, levels);
   while (C.size() >= 2) reduce(C, levels, phase::kTriples);
   const double z = C.front();
   take_result(z);
@@ -188,7 +135,7 @@ int facilities::level_reached(const double& z, const list<int>& gauge_of,
                               const list<polygauge>& gauges) const {
   const detail::ball_sites sites(*this, gauges, gauge_of);
   detail::level_sets levels(sites);
-  return is_reached(levels, z) ? 1 : 0;
+  return detail::is_reached(levels, z) ? 1 : 0;
 }
 
 int facilities::level_reached(const double& z, const list<int>& gauge_of,
@@ -213,9 +160,9 @@ double facilities::bulk_step(list<double>& C, const list<int>& gauge_of,
                              double /*upper*/) const {
   const detail::ball_sites sites(*this, gauges, gauge_of);
   detail::level_sets levels(sites);
-  values entries = to_values(C);
-  const double m = halve(entries, levels);
-  sort_values(entries);
+  candidates entries = to_candidates(C);
+  const double m = detail::halve(entries, levels);
+  detail::sort_candidates(entries);
   assign(C, entries);
   return m;
 }

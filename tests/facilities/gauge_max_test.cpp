@@ -14,6 +14,8 @@
 #include <vector>
 
 #include "planloc/facilities/gauged_sites.h"
+#include "planloc/facilities/halving.h"
+#include "planloc/facilities/sorted_contacts.h"
 #include "planloc/foundation/geometry/hull.h"
 #include "planloc/foundation/numeric/rational.h"
 #include "tests/facilities/gauge_problems.h"
@@ -166,6 +168,35 @@ TEST(GaugeMax, AgainstLinearPrograms) {
   EXPECT_GT(optimal, 60);
   EXPECT_GT(directions, 500);
   EXPECT_LE(slivers, 10);
+}
+
+// The list of the triple phase is the same whether its values are kept or computed in passes.
+TEST(GaugeMax, TriplesInPasses) {
+  std::mt19937 random(9);
+  for (int i = 0; i < 60; ++i) {
+    const gauged_sites P = random_problem(random, i);
+    if (P.sites.size() < 4) continue;
+    const detail::ball_sites sites(P.sites, P.gauges, P.gauge_of);
+    detail::level_sets levels(sites);
+    const double optimum = program_value(P);
+    for (const double lower : {1e-3, optimum - 1e-2}) {
+      ASSERT_EQ(detail::far_contacts(sites, lower, levels, 0),
+                detail::far_contacts(sites, lower, levels))
+          << shown(P);
+    }
+    detail::sorted_contacts sorted(sites, optimum);
+    detail::candidates all = detail::triple_contacts(sites, optimum);
+    all.push_back(optimum);
+    std::sort(all.begin(), all.end());
+    ASSERT_EQ(sorted.size(), all.size());
+    for (const std::size_t k : {std::size_t{0}, all.size() / 3, all.size() - 1}) {
+      const auto [first, last] = std::equal_range(all.begin(), all.end(), all[k]);
+      ASSERT_EQ(sorted[k], all[k]);
+      ASSERT_LE(sorted.below(k), all[k]);
+      ASSERT_EQ(sorted.count_below(all[k]), first - all.begin());
+      ASSERT_EQ(sorted.count_up_to(all[k]), last - all.begin());
+    }
+  }
 }
 
 // ----- The pieces -----
