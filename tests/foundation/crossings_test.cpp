@@ -5,11 +5,17 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <functional>
 #include <limits>
+#include <numbers>
 #include <set>
+#include <span>
 #include <utility>
 #include <vector>
 
+#include "planloc/foundation/geometry/collinear_chains.h"
+#include "planloc/foundation/geometry/crossing_search.h"
 #include "planloc/foundation/graph/arrangement.h"
 #include "tests/foundation/rat_cases.h"
 #include "tests/foundation/reports.h"
@@ -21,6 +27,8 @@ using namespace rat_cases;
 using testing_support::text_of;
 
 using Coordinates = std::pair<double, double>;
+
+constexpr double kPi = std::numbers::pi;
 
 bool is_on(const fractions& p, const segment& s) {
   const fractions a(s.source()), b(s.target());
@@ -96,7 +104,7 @@ list<segment> list_of(const std::vector<segment>& S) {
 
 double angle_of(const segment& s) {
   const double angle = s.angle();
-  return angle < 0.0 ? angle + 2 * M_PI : angle;
+  return angle < 0.0 ? angle + 2 * kPi : angle;
 }
 
 void expect_like_all_pairs(const std::vector<segment>& S, bool compare_angles) {
@@ -161,8 +169,8 @@ Segments fans(double unit, double turn) {
     while (static_cast<int>(S.size()) < n) {
       const point site(unit * pick(r, 0, 8), unit * pick(r, 0, 8));
       for (int k = 0; k < 8; ++k) {
-        const double x = std::round(1.4 * std::cos(k * M_PI / 4));
-        const double y = std::round(1.4 * std::sin(k * M_PI / 4));
+        const double x = std::round(1.4 * std::cos(k * kPi / 4));
+        const double y = std::round(1.4 * std::sin(k * kPi / 4));
         const double t = 9.0 * unit;
         S.emplace_back(site, site.translate(t * (x * std::cos(turn) - y * std::sin(turn)),
                                             t * (x * std::sin(turn) + y * std::cos(turn))));
@@ -210,11 +218,142 @@ TEST(Crossings, LikeAllPairsOfFractions) {
   Random random(41);
   for (const auto& [name, segments, compare_angles] : kFamilies) {
     SCOPED_TRACE(name);
-    for (int trial = 0; trial < 24; ++trial) {
-      ASSERT_NO_FATAL_FAILURE(
-          expect_like_all_pairs(segments(random, 2 + trial % 12 * 5), compare_angles));
+    for (int n = 2; n < 44; n += 4) {
+      ASSERT_NO_FATAL_FAILURE(expect_like_all_pairs(segments(random, n), compare_angles));
     }
   }
+}
+
+// ----- The search among many -----
+
+class pair_counter : public detail::crossing_receiver {
+ public:
+  void receive(std::span<const detail::crossing> batch) override {
+    for (const detail::crossing& c : batch) {
+      found_.insert(c.first < c.second ? std::pair(c.first, c.second)
+                                       : std::pair(c.second, c.first));
+    }
+  }
+  std::size_t pairs() const { return found_.size(); }
+
+ private:
+  std::set<std::pair<std::uint32_t, std::uint32_t>> found_;
+};
+
+// In a square of side 1000. An angle is that against the x axis.
+segment from_middle(Random& r, double length, double angle) {
+  const point p(real(r, 0, 1000), real(r, 0, 1000));
+  return {p.translate_by_angle(angle, -length / 2), p.translate_by_angle(angle, length / 2)};
+}
+
+segment random_short(Random& r, int) { return from_middle(r, 20, real(r, 0, kPi)); }
+
+const struct {
+  const char* name;
+  segment (*draw)(Random& r, int i);
+} kCrowds[] = {
+    {"short", random_short},
+    {"middling", [](Random& r, int) { return from_middle(r, 150, real(r, 0, kPi)); }},
+    {"long", [](Random& r, int) { return from_middle(r, 1200, real(r, 0, kPi)); }},
+    {"side by side", [](Random& r, int) { return from_middle(r, 700, 0.3); }},
+    {"nearly side by side",
+     [](Random& r, int) { return from_middle(r, 700, kPi / 4 + real(r, 0, 1e-3)); }},
+    {"upright, nearly", [](Random& r, int) { return from_middle(r, 700, kPi / 2 + 1e-15); }},
+    {"long across short",
+     [](Random& r, int i) { return i % 20 == 0 ? from_middle(r, 1500, 1) : random_short(r, i); }},
+    {"of all sizes",
+     [](Random& r, int) {
+       const double size = std::exp(real(r, -60, 5));
+       const point p(real(r, -size, size), real(r, -size, size));
+       return segment(p, real(r, 0, 2 * kPi), size / 10);
+     }},
+    {"ends on one upright line",
+     [](Random& r, int) {
+       const double y = real(r, 0, 1000);
+       return segment(point(500, y), point(real(r, 0, 1000), y + real(r, -1, 1)));
+     }},
+    {"upright ones on few lines",
+     [](Random& r, int i) {
+       const double x = i % 7, y = i % 2 == 0 ? 0.8 * i : real(r, 0, 1000);
+       return i % 2 == 0 ? segment(point(x, y), point(x, y + 0.01))
+                         : segment(point(x, y), point(x + pick(r, 1, 3), y + 0.05));
+     }},
+    {"points on an upright line among long ones",
+     [](Random& r, int i) {
+       if (i % 3 == 0) return from_middle(r, 700, 0.3);
+       const point p(500, i - i % 3);
+       return i % 3 == 1 ? segment(p, p.translate(0, 2))
+                         : segment(p.translate(0, 1), p.translate(0, 1));
+     }},
+    // The long ones lie on lines of their own, since 3 x mod 7 tells x from 0 to 6.
+    {"ends on long ones",
+     [](Random& r, int i) {
+       if (i % 2 == 0) return segment(point(i % 7, i), point(i % 7 + 700, i + 300));
+       const int step = pick(r, 1, 99);
+       const point on((i - 1) % 7 + 7 * step, i - 1 + 3 * step);
+       return segment(on, real(r, 0, 2 * kPi), 3);
+     }},
+    {"through one point",
+     [](Random& r, int) {
+       const point p = point(500, 500).translate_by_angle(real(r, 0, kPi), 400);
+       return segment(p, point(1000 - p.xcoord(), 1000 - p.ycoord()));
+     }},
+};
+
+// Every pair that meets is found, as `segment::intersection` decides it; few others are tested.
+TEST(Crossings, SearchMissesNothingAndTestsLittle) {
+  constexpr std::size_t kCount = 900;
+  Random random(43);
+  for (const auto& [name, draw] : kCrowds) {
+    SCOPED_TRACE(name);
+    std::vector<segment> S;
+    for (std::size_t i = 0; i < kCount; ++i) S.push_back(draw(random, static_cast<int>(i)));
+    std::size_t meeting = 0;
+    std::set<Coordinates> points;
+    for (std::size_t i = 0; i < kCount; ++i) {
+      for (std::size_t j = i + 1; j < kCount; ++j) {
+        point p;
+        if (!S[i].intersection(S[j], p)) continue;
+        ++meeting;
+        points.insert(coordinates(p));
+      }
+    }
+    const list<segment> L = list_of(S);
+    list<point> I;
+    SEGMENT_INTERSECTION(L, I);
+    std::vector<Coordinates> found;
+    for (const point& p : I) found.push_back(coordinates(p));
+    EXPECT_EQ(found, std::vector(points.begin(), points.end()));
+    const auto merged = detail::merge_collinear(detail::flat_segments(L));
+    ASSERT_EQ(merged.chains.size(), kCount);
+    pair_counter counter;
+    const std::size_t tested = detail::search_crossings(merged.chains, counter);
+    EXPECT_EQ(counter.pairs(), meeting);
+    EXPECT_LE(tested, 60 * kCount + 8 * meeting);
+  }
+}
+
+// Ten times the input, ten times the work: neither long parallels nor overlaps cost a square.
+TEST(Crossings, WorkGrowsWithInputAndOutput) {
+  Random random(47);
+  for (const auto draw : {random_short, kCrowds[3].draw, kCrowds[8].draw}) {
+    std::vector<segment> S;
+    for (int i = 0; i < 40000; ++i) {
+      const segment s = draw(random, i);
+      S.push_back(i % 4 == 0 ? s
+                             : segment(s.source(), s.source().translate(s.dx() / 8, s.dy() / 8)));
+    }
+    const auto merged = detail::merge_collinear(detail::flat_segments(list_of(S)));
+    pair_counter counter;
+    const std::size_t tested = detail::search_crossings(merged.chains, counter);
+    EXPECT_LE(tested, 60 * S.size() + 8 * counter.pairs());
+  }
+  list<segment> overlapping;
+  for (int i = 0; i < 40000; ++i) {
+    const double x = pick(random, 0, 30000);
+    overlapping.append(segment(point(x, x / 2), point(x + 16384, (x + 16384) / 2)));
+  }
+  EXPECT_EQ(detail::merge_collinear(detail::flat_segments(overlapping)).chains.size(), 1u);
 }
 
 TEST(Crossings, DegenerateInput) {

@@ -5,16 +5,12 @@
 
 #include "planloc/foundation/geometry/collinear_chains.h"
 #include "planloc/foundation/geometry/crossing_search.h"
+#include "planloc/foundation/geometry/sorted_points.h"
 
 namespace planloc::detail {
 namespace {
 
 xy without_negative_zero(const xy& p) { return {p.x + 0.0, p.y + 0.0}; }
-
-void sort_and_unite(std::vector<xy>& points) {
-  std::sort(points.begin(), points.end(), lexicographic);
-  points.erase(std::unique(points.begin(), points.end()), points.end());
-}
 
 // Distinct points; repetitions go whenever the array would have to grow, so that points where many
 // segments meet take little room.
@@ -26,16 +22,13 @@ class point_set : public crossing_receiver {
 
   void add(const xy& p) {
     if (points_.size() == limit_) {
-      sort_and_unite(points_);
+      points_ = take();
       limit_ = std::max(limit_, 2 * points_.size());
     }
     points_.push_back(without_negative_zero(p));
   }
 
-  std::vector<xy> take() {
-    sort_and_unite(points_);
-    return std::move(points_);
-  }
+  std::vector<xy> take() { return sorted_points(std::move(points_)).take(); }
 
  private:
   std::vector<xy> points_;
@@ -54,137 +47,87 @@ class crossing_store : public crossing_receiver {
   std::vector<crossing> all;
 };
 
-// Along a chain from its lower to its higher end: x, then y as the chain rises or falls. Rounding
-// is monotone, so that rounded points keep the order of the exact ones.
-struct chain_order {
-  bool falls;
-
-  bool operator()(const xy& p, const xy& q) const {
-    if (p.x != q.x) return p.x < q.x;
-    return falls ? q.y < p.y : p.y < q.y;
+std::vector<xy> ends_and_crossings(std::span<const xy_segment> segments, const chain_set& merged,
+                                   const std::vector<crossing>& crossings) {
+  std::vector<xy> points;
+  points.reserve(crossings.size() + 2 * merged.members.size());
+  for (const std::size_t i : merged.members) {
+    points.push_back(without_negative_zero(segments[i].a));
+    points.push_back(without_negative_zero(segments[i].b));
   }
-};
+  for (const crossing& c : crossings) points.push_back(c.p);
+  return points;
+}
 
-class arrangement_builder {
+// The nodes on each chain: all ends of its segments and all crossings, from its lower end to its
+// higher one.
+class stop_table {
  public:
-  explicit arrangement_builder(std::span<const xy_segment> segments)
-      : segments_(segments), merged_(merge_collinear(segments)) {
-    search_crossings(merged_.chains, store_);
+  stop_table(std::span<const xy_segment> segments, const chain_set& merged,
+             const std::vector<crossing>& crossings, const sorted_points& nodes) {
+    const std::vector<chain>& chains = merged.chains;
+    start_.assign(chains.size() + 1, 0);
+    for (std::size_t c = 0; c < chains.size(); ++c) {
+      start_[c + 1] = 2 * (chains[c].end_member - chains[c].first_member);
+    }
+    for (const crossing& x : crossings) {
+      ++start_[x.first + 1];
+      ++start_[x.second + 1];
+    }
+    for (std::size_t c = 0; c < chains.size(); ++c) start_[c + 1] += start_[c];
+    stops_.resize(start_.back());
+    end_.assign(start_.begin(), start_.end() - 1);
+    for (std::size_t c = 0; c < chains.size(); ++c) {
+      for (std::size_t m = chains[c].first_member; m < chains[c].end_member; ++m) {
+        stops_[end_[c]++] = nodes.rank(segments[merged.members[m]].a);
+        stops_[end_[c]++] = nodes.rank(segments[merged.members[m]].b);
+      }
+    }
+    for (const crossing& x : crossings) {
+      const std::uint32_t node = nodes.rank(x.p);
+      stops_[end_[x.first]++] = node;
+      stops_[end_[x.second]++] = node;
+    }
+    for (std::size_t c = 0; c < chains.size(); ++c) sort_stops(c, chains[c], nodes.points());
   }
 
-  flat_arrangement build() {
-    number_nodes();
-    collect_stops();
-    result_.start.assign(segments_.size() + 1, 0);
-    std::vector<std::size_t> first(segments_.size());
-    for (std::size_t c = 0; c < merged_.chains.size(); ++c) measure_members(c, first);
-    for (std::size_t i = 0; i < segments_.size(); ++i) result_.start[i + 1] += result_.start[i];
-    result_.path.resize(result_.start.back());
-    for (std::size_t c = 0; c < merged_.chains.size(); ++c) write_members(c, first);
-    return std::move(result_);
+  std::span<const std::uint32_t> of(std::size_t c) const {
+    return std::span(stops_).subspan(start_[c], end_[c] - start_[c]);
   }
 
  private:
-  std::uint32_t node_at(const xy& p) const {
-    return static_cast<std::uint32_t>(
-        std::lower_bound(result_.nodes.begin(), result_.nodes.end(), p, lexicographic) -
-        result_.nodes.begin());
-  }
-
-  void number_nodes() {
-    std::vector<xy>& nodes = result_.nodes;
-    nodes.reserve(store_.all.size() + 2 * merged_.members.size());
-    for (const std::size_t i : merged_.members) {
-      nodes.push_back(without_negative_zero(segments_[i].a));
-      nodes.push_back(without_negative_zero(segments_[i].b));
-    }
-    for (const crossing& c : store_.all) nodes.push_back(c.p);
-    sort_and_unite(nodes);
-  }
-
-  // The nodes on each chain, in its order.
-  void collect_stops() {
-    stop_start_.assign(merged_.chains.size() + 1, 0);
-    for (std::size_t c = 0; c < merged_.chains.size(); ++c) {
-      const chain& k = merged_.chains[c];
-      stop_start_[c + 1] = 2 * (k.end_member - k.first_member);
-    }
-    for (const crossing& c : store_.all) {
-      ++stop_start_[c.first + 1];
-      ++stop_start_[c.second + 1];
-    }
-    for (std::size_t c = 0; c < merged_.chains.size(); ++c) stop_start_[c + 1] += stop_start_[c];
-    stops_.resize(stop_start_.back());
-    stop_end_.assign(stop_start_.begin(), stop_start_.end() - 1);
-    for (std::size_t c = 0; c < merged_.chains.size(); ++c) {
-      const chain& k = merged_.chains[c];
-      for (std::size_t m = k.first_member; m < k.end_member; ++m) {
-        stops_[stop_end_[c]++] = node_at(segments_[merged_.members[m]].a);
-        stops_[stop_end_[c]++] = node_at(segments_[merged_.members[m]].b);
-      }
-    }
-    for (const crossing& c : store_.all) {
-      const std::uint32_t node = node_at(c.p);
-      stops_[stop_end_[c.first]++] = node;
-      stops_[stop_end_[c.second]++] = node;
-    }
-    for (std::size_t c = 0; c < merged_.chains.size(); ++c) {
-      const auto begin = stops_.begin() + stop_start_[c];
-      const auto end = stops_.begin() + stop_end_[c];
-      std::sort(begin, end, [this, before = order_of(c)](std::uint32_t v, std::uint32_t w) {
-        return before(result_.nodes[v], result_.nodes[w]);
-      });
-      stop_end_[c] = std::unique(begin, end) - stops_.begin();
+  // Rounding is monotone, so that rounded points keep the order of the exact ones along the chain:
+  // x, then y as the chain rises or falls. Nodes are numbered by x, then y.
+  void sort_stops(std::size_t c, const chain& k, const std::vector<xy>& nodes) {
+    const auto at = [this](std::size_t i) {
+      return stops_.begin() + static_cast<std::ptrdiff_t>(i);
+    };
+    std::sort(at(start_[c]), at(end_[c]));
+    end_[c] = static_cast<std::size_t>(std::unique(at(start_[c]), at(end_[c])) - stops_.begin());
+    if (k.hull.a.y <= k.hull.b.y) return;
+    for (std::size_t first = start_[c]; first < end_[c];) {
+      std::size_t last = first + 1;
+      while (last < end_[c] && nodes[stops_[last]].x == nodes[stops_[first]].x) ++last;
+      std::reverse(at(first), at(last));
+      first = last;
     }
   }
 
-  chain_order order_of(std::size_t c) const {
-    const xy_segment& hull = merged_.chains[c].hull;
-    return {hull.b.y < hull.a.y};
-  }
-
-  std::size_t stop_at(std::size_t c, const xy& p) const {
-    const auto begin = stops_.begin() + stop_start_[c];
-    const auto end = stops_.begin() + stop_end_[c];
-    return std::lower_bound(begin, end, p,
-                            [this, before = order_of(c)](std::uint32_t v, const xy& q) {
-                              return before(result_.nodes[v], q);
-                            }) -
-           stops_.begin();
-  }
-
-  void measure_members(std::size_t c, std::vector<std::size_t>& first) {
-    const chain& k = merged_.chains[c];
-    for (std::size_t m = k.first_member; m < k.end_member; ++m) {
-      const std::size_t i = merged_.members[m];
-      const std::size_t from = stop_at(c, segments_[i].a);
-      const std::size_t to = stop_at(c, segments_[i].b);
-      first[i] = from;
-      result_.start[i + 1] = (from < to ? to - from : from - to) + 1;
-    }
-  }
-
-  void write_members(std::size_t c, const std::vector<std::size_t>& first) {
-    const chain& k = merged_.chains[c];
-    for (std::size_t m = k.first_member; m < k.end_member; ++m) {
-      const std::size_t i = merged_.members[m];
-      const bool backwards = lexicographic(segments_[i].b, segments_[i].a);
-      std::size_t stop = first[i];
-      for (std::size_t n = result_.start[i]; n < result_.start[i + 1]; ++n) {
-        result_.path[n] = stops_[stop];
-        backwards ? --stop : ++stop;
-      }
-    }
-  }
-
-  std::span<const xy_segment> segments_;
-  chain_set merged_;
-  crossing_store store_;
-  flat_arrangement result_;
   std::vector<std::uint32_t> stops_;
-  std::vector<std::size_t> stop_start_;
-  std::vector<std::size_t> stop_end_;
+  std::vector<std::size_t> start_;
+  std::vector<std::size_t> end_;
 };
+
+// Where the end p stands among the stops of a chain.
+std::size_t find_stop(std::span<const std::uint32_t> stops, bool falls,
+                      const std::vector<xy>& nodes, const xy& p) {
+  const auto before = [&](std::uint32_t v, const xy& q) {
+    if (nodes[v].x != q.x) return nodes[v].x < q.x;
+    return falls ? q.y < nodes[v].y : nodes[v].y < q.y;
+  };
+  return static_cast<std::size_t>(std::lower_bound(stops.begin(), stops.end(), p, before) -
+                                  stops.begin());
+}
 
 }  // namespace
 
@@ -197,7 +140,38 @@ std::vector<xy> find_crossings(std::span<const xy_segment> segments) {
 }
 
 flat_arrangement cut_segments(std::span<const xy_segment> segments) {
-  return arrangement_builder(segments).build();
+  const chain_set merged = merge_collinear(segments);
+  crossing_store store;
+  search_crossings(merged.chains, store);
+  sorted_points nodes(ends_and_crossings(segments, merged, store.all));
+  const stop_table table(segments, merged, store.all, nodes);
+
+  flat_arrangement result;
+  result.start.assign(segments.size() + 1, 0);
+  std::vector<std::span<const std::uint32_t>> paths(segments.size());
+  for (std::size_t c = 0; c < merged.chains.size(); ++c) {
+    const chain& k = merged.chains[c];
+    const bool falls = k.hull.b.y < k.hull.a.y;
+    for (std::size_t m = k.first_member; m < k.end_member; ++m) {
+      const std::size_t i = merged.members[m];
+      const std::size_t from = find_stop(table.of(c), falls, nodes.points(), segments[i].a);
+      const std::size_t to = find_stop(table.of(c), falls, nodes.points(), segments[i].b);
+      paths[i] =
+          table.of(c).subspan(std::min(from, to), std::max(from, to) + 1 - std::min(from, to));
+      result.start[i + 1] = paths[i].size();
+    }
+  }
+  for (std::size_t i = 0; i < segments.size(); ++i) result.start[i + 1] += result.start[i];
+  result.path.reserve(result.start.back());
+  for (std::size_t i = 0; i < segments.size(); ++i) {
+    if (lexicographic(segments[i].b, segments[i].a)) {
+      result.path.insert(result.path.end(), paths[i].rbegin(), paths[i].rend());
+    } else {
+      result.path.insert(result.path.end(), paths[i].begin(), paths[i].end());
+    }
+  }
+  result.nodes = nodes.take();
+  return result;
 }
 
 }  // namespace planloc::detail

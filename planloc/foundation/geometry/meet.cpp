@@ -20,6 +20,8 @@ int side(const xy_segment& s, const xy& p) {
 
 // Of segments that no filter could part.
 std::optional<xy> meet_exactly(const xy_segment& s, const xy_segment& t) {
+  if (s.a == t.a || s.a == t.b) return s.a;
+  if (s.b == t.a || s.b == t.b) return s.b;
   const int s_of_t[] = {side(t, s.a), side(t, s.b)};
   if (s_of_t[0] * s_of_t[1] > 0) return std::nullopt;
   const int t_of_s[] = {side(s, t.a), side(s, t.b)};
