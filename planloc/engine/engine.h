@@ -9,6 +9,8 @@
 #include "planloc/engine/error_reporter.h"
 #include "planloc/engine/float_exp.h"
 #include "planloc/engine/heap.h"
+#include "planloc/engine/ilc_basis.h"
+#include "planloc/engine/ilc_callback.h"
 #include "planloc/engine/ilc_linopt.h"
 #include "planloc/engine/manager.h"
 

@@ -1,6 +1,7 @@
 #include "planloc/engine/float_exp.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <ostream>
 
@@ -230,6 +231,11 @@ void IlcFloatExpI::setRange(double min, double max) {
 
 // Whether a bound changed.
 bool IlcFloatExpI::setOwnRange(double min, double max) {
+  if (isVariable() && min <= max) {
+    const auto* const var = static_cast<const IlcFloatVarI*>(this);
+    if (std::isfinite(min)) min = var->roundedMin(min);
+    if (std::isfinite(max)) max = var->roundedMax(max);
+  }
   const double infinity = std::numeric_limits<double>::infinity();
   bool consistent = min <= max;
   if (consistent) {
@@ -258,13 +264,24 @@ void IlcFloatExpI::narrowOperands(double, double, std::vector<IlcNarrowing>&) co
 
 // ----- IlcFloatVarI -----
 
-IlcFloatVarI::IlcFloatVarI(IlcManagerI* manager, double min, double max, const char* name)
+IlcFloatVarI::IlcFloatVarI(IlcManagerI* manager, double min, double max, const char* name,
+                           bool is_integer)
     : IlcFloatExpI(manager, {IlcExpKind::kVariable, nullptr, nullptr, 0.0}),
       precision_(manager->getDefaultPrecision()),
-      name_(ilc_copy_text(manager, name)) {
+      name_(ilc_copy_text(manager, name)),
+      is_integer_(is_integer) {
   if (min > max) manager->fail(nullptr);
   min_ = min;
   max_ = max;
+}
+
+// A bound that rests on a computation can miss a whole number by rounding.
+double IlcFloatVarI::roundedMin(double min) const {
+  return is_integer_ ? std::ceil(min - precision_ * std::max(1.0, std::fabs(min))) : min;
+}
+
+double IlcFloatVarI::roundedMax(double max) const {
+  return is_integer_ ? std::floor(max + precision_ * std::max(1.0, std::fabs(max))) : max;
 }
 
 void IlcFloatVarI::linParse(IlcLinearVisitor& visitor, double coefficient) {
@@ -330,6 +347,17 @@ double IlcFloatVar::getPrecision() const {
   return getImpl()->getPrecision();
 }
 
+IlcIntVar::IlcIntVar(IlcManager m, int min, int max, const char* name)
+    : IlcFloatVar(new (m.getHeap()) IlcFloatVarI(m.getImpl(), min, max, name, true), 0) {}
+
+int IlcIntVar::getMin() const { return static_cast<int>(IlcFloatVar::getMin()); }
+
+int IlcIntVar::getMax() const { return static_cast<int>(IlcFloatVar::getMax()); }
+
+int IlcIntVar::getValue() const { return static_cast<int>(IlcFloatVar::getValue()); }
+
+void IlcIntVar::setRange(int min, int max) { IlcFloatVar::setRange(min, max); }
+
 // ----- Arithmetic -----
 
 IlcFloatExp operator*(double c, IlcFloatExp e) {
@@ -366,15 +394,27 @@ IlcFloatExp operator+(IlcFloatExp e, double c) {
 
 IlcFloatExp operator+(double c, IlcFloatExp e) { return e + c; }
 
-IlcFloatExp operator-(IlcFloatExp e) { return -1.0 * e; }
+// A product takes the sign into its constant, so that a - 2 * b has no more nodes than a + 2 * b.
+IlcFloatExp operator-(IlcFloatExp e) {
+  const IlcExpKey& key = checked(e.getImpl())->key();
+  switch (key.kind) {
+    case IlcExpKind::kNegation:
+      return key.left;
+    case IlcExpKind::kPositiveProduct:
+    case IlcExpKind::kNegativeProduct:
+      return -key.constant * IlcFloatExp(key.left);
+    default:
+      return -1.0 * e;
+  }
+}
 
 IlcFloatExp operator-(IlcFloatExp a, IlcFloatExp b) {
-  return a.getImpl() == b.getImpl() ? 0.0 * a : a + -1.0 * b;
+  return a.getImpl() == b.getImpl() ? 0.0 * a : a + -b;
 }
 
 IlcFloatExp operator-(IlcFloatExp e, double c) { return e + (-c); }
 
-IlcFloatExp operator-(double c, IlcFloatExp e) { return -1.0 * e + c; }
+IlcFloatExp operator-(double c, IlcFloatExp e) { return -e + c; }
 
 std::ostream& operator<<(std::ostream& out, IlcFloatExp e) {
   checked(e.getImpl())->display(out);

@@ -47,7 +47,7 @@ class IlcFloatExp {
 
   // Narrows the bounds to the common part with [min, max], and those of the operands with them.
   // The manager fails if min > max, if there is no common part, or if min is plus or max minus
-  // infinity.
+  // infinity. Bounds of integer variables are rounded inwards, beyond the variable's precision.
   void setRange(double min, double max);
 
  protected:
@@ -75,6 +75,19 @@ class IlcFloatVar : public IlcFloatExp {
   IlcFloatVar(IlcFloatVarI* impl, int);
 };
 
+// Handle of an integer variable: a variable of expressions like the others, whose bounds are whole
+// numbers. In a linear program its column has the type B (bounds 0 and 1) or I.
+class IlcIntVar : public IlcFloatVar {
+ public:
+  IlcIntVar() = default;
+  IlcIntVar(IlcManager m, int min, int max, const char* name = nullptr);
+
+  int getMin() const;
+  int getMax() const;
+  int getValue() const;
+  void setRange(int min, int max);
+};
+
 // 1.0 * e is e, 0.0 * e and c * zero are the manager's zero.
 IlcFloatExp operator*(double c, IlcFloatExp e);
 IlcFloatExp operator*(IlcFloatExp e, double c);
@@ -85,6 +98,7 @@ IlcFloatExp operator+(IlcFloatExp a, IlcFloatExp b);
 // e + 0.0 is e.
 IlcFloatExp operator+(IlcFloatExp e, double c);
 IlcFloatExp operator+(double c, IlcFloatExp e);
+// -(c * e) is (-c) * e, and -(-e) is e.
 IlcFloatExp operator-(IlcFloatExp e);
 // a - a is the manager's zero, otherwise a + -b.
 IlcFloatExp operator-(IlcFloatExp a, IlcFloatExp b);

@@ -131,10 +131,15 @@ class IlcFloatExpI {
 
 class IlcFloatVarI final : public IlcFloatExpI {
  public:
-  IlcFloatVarI(IlcManagerI* manager, double min, double max, const char* name);
+  IlcFloatVarI(IlcManagerI* manager, double min, double max, const char* name,
+               bool is_integer = false);
 
   const char* getName() const { return name_; }
   double getPrecision() const { return precision_; }
+  bool isInteger() const { return is_integer_; }
+  // The least and the largest value that bounds allow.
+  double roundedMin(double min) const;
+  double roundedMax(double max) const;
   // The expression that the variable stands for, null for a free one.
   IlcFloatExpI* getDefinition() const { return definition_; }
   void setDefinition(IlcFloatExpI* definition) { definition_ = definition; }
@@ -149,6 +154,7 @@ class IlcFloatVarI final : public IlcFloatExpI {
   const char* name_;
   IlcFloatExpI* definition_ = nullptr;
   std::uint32_t mark_ = 0;
+  bool is_integer_;
 };
 
 // The number c as an expression of the manager.

@@ -9,6 +9,9 @@
 #include "planloc/engine/manager_impl.h"
 
 namespace planloc {
+
+using namespace linopt_message;
+
 namespace {
 
 // Carries every report to the caller as an exception.
@@ -26,31 +29,16 @@ IlcErrorReporter* throwing_reporter() {
   return &reporter;
 }
 
-// Value of a linear expression at the values of the last solution.
-class Evaluation final : public IlcLinearVisitor {
- public:
-  explicit Evaluation(IlcLinOptI& lp) : lp_(lp) {}
-  void addTerm(double coefficient, IlcFloatVarI* var) override {
-    value_ += coefficient * lp_.getCurrentValue(var);
-  }
-  void addConstant(double constant) override { value_ += constant; }
-  double value() const { return value_; }
-
- private:
-  IlcLinOptI& lp_;
-  double value_ = 0.0;
-};
-
 template <typename T>
 void check_memory(IlcManagerI* manager, const std::unique_ptr<T>& pointer) {
-  if (!pointer) manager->getErrorReporter()->error(kIlcNoMemory, "Solver", "no more memory");
+  if (!pointer) manager->getErrorReporter()->error(kIlcNoMemory, "Solver", kNoMemory);
 }
 
 }  // namespace
 
 IlcLinOptI::IlcLinOptI(IlcManagerI* manager, bool linked, int b)
     : IlcLinearSolverI(manager), linked_(linked), previous_reporter_(manager->getErrorReporter()) {
-  if (!ilc_float_started()) report("IlcInitFloat has not been called");
+  isRefused(!ilc_float_started(), kFloatNotStarted);
   if (!linked_) useExceptions(true);
   cplex_.reset(new (std::nothrow) IlcCplex(manager, b, linked_));
   check_memory(manager, cplex_);
@@ -78,8 +66,14 @@ void IlcLinOptI::useExceptions(bool use) {
   getManager()->setErrorReporter(use ? throwing_reporter() : previous_reporter_);
 }
 
-void IlcLinOptI::report(const char* text) const {
-  getManager()->getErrorReporter()->error(kIlcUsageError, text);
+// Reports the text if the condition holds.
+bool IlcLinOptI::isRefused(bool condition, const char* text) const {
+  if (condition) getManager()->getErrorReporter()->error(kIlcUsageError, text);
+  return condition;
+}
+
+bool IlcLinOptI::isRefusedOutsideOfEditMode(const char* text) const {
+  return isRefused(!getManager()->isInEditMode(), text);
 }
 
 // ----- Rows -----
@@ -145,10 +139,10 @@ void IlcLinOptI::enterRow(IlcFloatArray coefficients, IlcFloatVarArray vars, cha
 // is added to the first, and the last term of the row moves into its place. The number of terms
 // left.
 int IlcLinOptI::mapTerms(IlcFloatArray coefficients, IlcFloatVarArray vars) {
-  columns_->mapToColumns(*vars.getImpl(), *cplex_, scratch_->row_columns);
-  if (static_cast<int>(scratch_->marker.size()) < columns_->size()) {
-    scratch_->marker.resize(static_cast<std::size_t>(columns_->size()), -1);
-  }
+  columns_->mapToColumns(vars, *cplex_, scratch_->row_columns);
+  // A column that the library refused has a number beyond those of the table.
+  const std::size_t markers = static_cast<std::size_t>(columns_->size() + vars.getSize());
+  if (scratch_->marker.size() < markers) scratch_->marker.resize(2 * markers, -1);
   double* const values = coefficients.getImpl()->values;
   int* const columns = scratch_->row_columns.data();
   int n = vars.getSize();
@@ -167,10 +161,10 @@ int IlcLinOptI::mapTerms(IlcFloatArray coefficients, IlcFloatVarArray vars) {
   return n;
 }
 
-void IlcLinOptI::remove(IlcConstraintI* ct) {
-  if (!getManager()->isInEditMode()) {
-    return report("IlcLinOptI::remove : manager in IlcNoEdit mode");
-  }
+void IlcLinOptI::remove(IlcConstraint handle) {
+  IlcConstraintI* const ct = handle.getImpl();
+  detail::ilc_assert(ct != nullptr, "ct.getImpl() != 0");
+  if (isRefusedOutsideOfEditMode(kRemoveNoEdit)) return;
   if (deferred_) {
     unlinkPending(ct);
   } else if (const int row = rows_->find(ct); row >= 0) {
@@ -179,6 +173,28 @@ void IlcLinOptI::remove(IlcConstraintI* ct) {
     rows_->erase(row);
   }
   if (getManager()->isAdded(ct)) getManager()->remove(ct);
+}
+
+// ----- Special ordered sets -----
+
+void IlcLinOptI::addFloatSOS(int type, IlcFloatVarArray vars, IlcFloatArray weights) {
+  addSOS(type, vars, weights);
+}
+
+void IlcLinOptI::addIntSOS(int type, IlcIntVarArray vars, IlcFloatArray weights) {
+  addSOS(type, vars, weights);
+}
+
+template <typename Vars>
+void IlcLinOptI::addSOS(int type, const Vars& vars, const IlcFloatArray& weights) {
+  if (isRefused(!vars.getImpl() || vars.getSize() == 0, kSOSNoArray) ||
+      isRefused(!weights.getImpl(), kSOSNoReferenceRow) ||
+      isRefused(vars.getSize() != weights.getSize(), kSOSSizes)) {
+    return;
+  }
+  IlcSOS set{type, {}, {&weights[0], &weights[0] + weights.getSize()}};
+  columns_->mapToColumns(vars, *cplex_, set.columns);
+  cplex_->newSOS(set);
 }
 
 // ----- Objective -----
@@ -277,24 +293,26 @@ void IlcLinOptI::synchroniseBounds() {
                   scratch_->changed_values.data());
 }
 
-void IlcLinOptI::chgBounds(IlcFloatVarI* var, double lb, double ub) {
-  changeBounds("IlcLinOptI::chgBounds", var, lb, ub, kLower | kUpper);
+void IlcLinOptI::chgBounds(IlcFloatVar var, double lb, double ub) {
+  changeBounds(kBounds, var.getImpl(), lb, ub, kLower | kUpper);
 }
 
-void IlcLinOptI::chgLowerBound(IlcFloatVarI* var, double lb) {
-  changeBounds("IlcLinOptI::chgLowerBound", var, lb, var ? var->getMax() : lb, kLower);
+void IlcLinOptI::chgLowerBound(IlcFloatVar handle, double lb) {
+  IlcFloatVarI* const var = handle.getImpl();
+  changeBounds(kLowerBound, var, lb, var ? var->getMax() : lb, kLower);
 }
 
-void IlcLinOptI::chgUpperBound(IlcFloatVarI* var, double ub) {
-  changeBounds("IlcLinOptI::chgUpperBound", var, var ? var->getMin() : ub, ub, kUpper);
+void IlcLinOptI::chgUpperBound(IlcFloatVar handle, double ub) {
+  IlcFloatVarI* const var = handle.getImpl();
+  changeBounds(kUpperBound, var, var ? var->getMin() : ub, ub, kUpper);
 }
 
-void IlcLinOptI::changeBounds(const char* member, IlcFloatVarI* var, double lb, double ub,
+void IlcLinOptI::changeBounds(const BoundChange& messages, IlcFloatVarI* var, double lb, double ub,
                               int sides) {
-  const auto refuse = [&](const char* why) { report((std::string(member) + why).c_str()); };
-  if (!var) return refuse(": empty variable");
-  if (!getManager()->isInEditMode()) return refuse(": manager in IlcNoEdit mode");
-  if (lb > ub) return refuse(": inconsistent bounds");
+  if (isRefused(!var, messages.empty_variable) || isRefusedOutsideOfEditMode(messages.no_edit) ||
+      isRefused(!(lb <= ub), messages.inconsistent)) {
+    return;
+  }
   allowMipAgain();
   const bool was_synchronised = synchronised_epoch_ == getManager()->boundsEpoch();
   var->setRange(lb, ub);
@@ -306,145 +324,6 @@ void IlcLinOptI::changeBounds(const char* member, IlcFloatVarI* var, double lb, 
   // Where the variable kept a narrower bound than the library now has, the next solve sends it.
   const bool same = var->getMin() == lb && var->getMax() == ub;
   synchronised_epoch_ = was_synchronised && same ? getManager()->boundsEpoch() : 0;
-}
-
-// ----- Solve -----
-
-void IlcLinOptI::flush() {
-  IlcManagerI* const manager = getManager();
-  synchroniseBounds();
-  deferred_ = 0;
-  active_ = 0;
-  for (Pending* record = takePending(); record; record = record->next) {
-    add(record->ct, record->level);
-  }
-  cplex_->postToCplex();
-  posted_ = 1;
-  // A constraint of a single variable narrows bounds of columns that are older than it.
-  if (synchronised_epoch_ != manager->boundsEpoch()) synchroniseBounds();
-}
-
-void IlcLinOptI::flushIfDeferred() {
-  if (deferred_) flush();
-}
-
-void IlcLinOptI::prepareSolve() {
-  flushIfDeferred();
-  if (synchronised_epoch_ != getManager()->boundsEpoch()) synchroniseBounds();
-  if (cplex_->getProblemType() == CPXPROB_MIP) cplex_->setProblemType(CPXPROB_RELAXED);
-}
-
-// Without edit mode a program that has no solution, or whose solve was given up, is a failure.
-int IlcLinOptI::judged(int status) const {
-  const bool answered = status == CPX_STAT_OPTIMAL || status == CPX_STAT_OPTIMAL_INFEAS ||
-                        status == CPX_STAT_UNBOUNDED;
-  if (!answered && !getManager()->isInEditMode()) getManager()->fail(nullptr);
-  return status;
-}
-
-int IlcLinOptI::dualOpt() {
-  prepareSolve();
-  return judged(cplex_->dualOpt());
-}
-
-int IlcLinOptI::primalOpt() {
-  prepareSolve();
-  return judged(cplex_->primalOpt());
-}
-
-// ----- Solution -----
-
-double IlcLinOptI::getCurrentValue(IlcFloatVar handle) {
-  IlcFloatVarI* const var = handle.getImpl();
-  if (const int column = columns_->find(var); column >= 0) {
-    return std::clamp(cplex_->getCurrentValue(column), var->getMin(), var->getMax());
-  }
-  if (IlcFloatExpI* const definition = var->getDefinition()) {
-    Evaluation evaluation(*this);
-    evaluation.walk(definition, 1.0);
-    return evaluation.value();
-  }
-  return std::clamp(0.0, var->getMin(), var->getMax());
-}
-
-double IlcLinOptI::getDualValue(IlcConstraintI* ct) {
-  flushIfDeferred();
-  const int row = rows_->find(ct);
-  return row < 0 ? 0.0 : cplex_->getDualValue(row);
-}
-
-double IlcLinOptI::getSlackValue(IlcConstraintI* ct) {
-  flushIfDeferred();
-  const int row = rows_->find(ct);
-  if (row >= 0) return cplex_->getSlackValue(row);
-  report("IlcLinOptI::getSlackValue : unknown constraint");
-  return 0.0;
-}
-
-double IlcLinOptI::getReducedCost(IlcFloatVarI* var) {
-  flushIfDeferred();
-  const int column = columns_->find(var);
-  return column < 0 ? 0.0 : cplex_->getReducedCost(column);
-}
-
-// ----- Matrix -----
-
-IlcFloatVar IlcLinOptI::getVar(int column) {
-  flushIfDeferred();
-  if (column < 0 || column >= columns_->size()) return IlcFloatVar();
-  return columns_->var(column);
-}
-
-int IlcLinOptI::getVarIndex(IlcFloatVarI* var) {
-  flushIfDeferred();
-  return columns_->find(var);
-}
-
-int IlcLinOptI::getConstraintIndex(IlcConstraintI* ct) {
-  flushIfDeferred();
-  return rows_->find(ct);
-}
-
-int IlcLinOptI::getNumberOfRows() {
-  flushIfDeferred();
-  return cplex_->getNumRows();
-}
-
-int IlcLinOptI::getNumberOfColumns() {
-  flushIfDeferred();
-  return cplex_->getNumCols();
-}
-
-int IlcLinOptI::getNumberOfNonZeros() {
-  flushIfDeferred();
-  return cplex_->getNumNonzeros();
-}
-
-void IlcLinOptI::printInformation() {
-  const int rows = getNumberOfRows();
-  const int columns = getNumberOfColumns();
-  const int nonzeros = getNumberOfNonZeros();
-  const double places = static_cast<double>(rows) * columns;
-  char fill_rate[32];
-  std::snprintf(fill_rate, sizeof fill_rate, "%.2f",
-                places > 0.0 ? nonzeros * 100.0 / places : 0.0);
-  std::ostream& out = getManager()->out();
-  out << "Number of constraints         : " << rows << '\n'
-      << "Number of variables           : " << columns << '\n'
-      << "Number of non-zeros           : " << nonzeros << '\n'
-      << "Matrix fill rate              : " << fill_rate << '\n'
-      << "Iterations                    : " << getNumberOfIterations() << std::endl;
-}
-
-void IlcLinOptI::display(std::ostream& out) const {
-  out << " -- begin spy " << (getName() ? getName() : "") << '\n';
-  for (int row = 0; row < rows_->size(); ++row) {
-    out << " spy : " << IlcConstraint(rows_->constraint(row)) << '\n';
-  }
-  for (const Pending* record = firstPending(); record; record = record->next) {
-    out << " spy : " << IlcConstraint(record->ct) << '\n';
-  }
-  out << " -- end spy -- " << '\n';
 }
 
 }  // namespace planloc

@@ -9,6 +9,7 @@
 #include "planloc/engine/ilc_cplex.h"
 #include "planloc/engine/ilc_linopt.h"
 #include "planloc/engine/linear_solver.h"
+#include "planloc/engine/linopt_messages.h"
 #include "planloc/engine/linopt_tables.h"
 
 namespace planloc {
@@ -16,9 +17,26 @@ namespace planloc {
 // Lives on the manager's heap and owns adaptor, tables and scratch until end().
 class IlcLinOptI final : public IlcLinearSolverI {
  public:
+  // What the library says of a parameter.
+  template <typename Value>
+  struct ParamInfo {
+    Value normal{};
+    Value min{};
+    Value max{};
+  };
+
+  // Of a column or a row; -1 for none.
+  struct Index {
+    int value = -1;
+  };
+
+  using Solve = int (IlcCplex::*)();
+  using NetworkSolve = int (IlcCplex::*)(int extraction);
+
   IlcLinOptI(IlcManagerI* manager, bool linked, int b);
 
   void end() override;
+  bool hasEnded() const { return cplex_ == nullptr; }
   void useExceptions(bool use);
 
   // ----- Model -----
@@ -31,31 +49,63 @@ class IlcLinOptI final : public IlcLinearSolverI {
   void equal(IlcFloatArray coefficients, IlcFloatVarArray vars, double rhs) override;
   void lessOrEqual(IlcFloatArray coefficients, IlcFloatVarArray vars, double rhs) override;
   void greaterOrEqual(IlcFloatArray coefficients, IlcFloatVarArray vars, double rhs) override;
-  void remove(IlcConstraintI* ct);
-  void chgBounds(IlcFloatVarI* var, double lb, double ub);
-  void chgLowerBound(IlcFloatVarI* var, double lb);
-  void chgUpperBound(IlcFloatVarI* var, double ub);
+  void remove(IlcConstraint ct);
+  void chgBounds(IlcFloatVar var, double lb, double ub);
+  void chgLowerBound(IlcFloatVar var, double lb);
+  void chgUpperBound(IlcFloatVar var, double ub);
+  void addFloatSOS(int type, IlcFloatVarArray vars, IlcFloatArray weights);
+  void addIntSOS(int type, IlcIntVarArray vars, IlcFloatArray weights);
+
+  // ----- Parameters -----
+
+  ParamInfo<int> getIntParamInfo(int number);
+  ParamInfo<double> getFloatParamInfo(int number);
 
   // ----- Solve -----
 
-  int dualOpt();
-  int primalOpt();
-  void flush();
-  void flushIfDeferred();
+  int solveLinear(Solve solve);
+  int solveNetwork(NetworkSolve solve, int extraction);
+  int solveNetworkByParam(NetworkSolve solve);
+  int mipOpt();
+  int optimize() override;
+  void setFirstMethod(int method) { first_method_ = static_cast<IlcMethod>(method); }
+  void setSearchMethod(int method);
 
   // ----- Solution -----
 
   double getCurrentValue(IlcFloatVar var) override;
-  double getObjValue() { return cplex_->getObjValue(); }
-  double getDualValue(IlcConstraintI* ct);
-  double getSlackValue(IlcConstraintI* ct);
+  double getObjValue();
+  double getDualValue(IlcConstraint ct);
+  double getSlackValue(IlcConstraint ct);
   double getReducedCost(IlcFloatVarI* var);
+  int getSubproblemStatus();
+
+  // ----- Basis and start -----
+
+  IlcBasis getBasis();
+  void fillBasis(IlcBasis basis);
+  void setBasis(IlcBasis basis);
+  void writeBasis(const char* file);
+  void readBasis(const char* file);
+  void setFloatStart(IlcFloatVarArray vars, IlcFloatArray values);
+  void setIntStart(IlcIntVarArray vars, IlcIntArray values);
+  // Null directions are left out.
+  void setPriOrder(IlcIntVarArray vars, IlcIntArray priorities, const IlcIntArray* directions);
+
+  // ----- Callbacks -----
+
+  void setLPCallback(IlcCallback callback);
+  void setMIPCallback(IlcCallback callback);
+  IlcCallback getMIPCallback();
 
   // ----- Matrix -----
 
   IlcFloatVar getVar(int column);
-  int getVarIndex(IlcFloatVarI* var);
-  int getConstraintIndex(IlcConstraintI* ct);
+  Index getVarIndex(IlcFloatVar var);
+  Index getConstraintIndex(IlcConstraint ct);
+  CPXENVptr getEnv();
+  CPXLPptr getLp();
+  void writeProblem(const char* file, const char* format);
   int getNumberOfRows() override;
   int getNumberOfColumns() override;
   int getNumberOfNonZeros() override;
@@ -81,6 +131,9 @@ class IlcLinOptI final : public IlcLinearSolverI {
 
   ~IlcLinOptI() = default;
 
+  bool isRefused(bool condition, const char* text) const;
+  bool isRefusedOutsideOfEditMode(const char* text) const;
+
   void extract(IlcConstraintI* ct);
   void makeRow(IlcConstraintI* ct);
   void enterRow(IlcFloatArray coefficients, IlcFloatVarArray vars, char sense, double rhs);
@@ -89,11 +142,20 @@ class IlcLinOptI final : public IlcLinearSolverI {
   IlcFloatVar enterObj(IlcFloatArray coefficients, IlcFloatVarArray vars, int sense);
   IlcFloatVar toVariable(IlcFloatExpI* exp);
   void allowMipAgain();
-  void prepareSolve();
-  int judged(int status) const;
+  void changeBounds(const linopt_message::BoundChange& messages, IlcFloatVarI* var, double lb,
+                    double ub, int sides);
+  template <typename Vars>
+  void addSOS(int type, const Vars& vars, const IlcFloatArray& weights);
+
+  class Flush;
+  void flush();
+  void flushIfDeferred();
+  void updateMatrix();
   void synchroniseBounds();
-  void changeBounds(const char* member, IlcFloatVarI* var, double lb, double ub, int sides);
-  void report(const char* text) const;
+  void prepareLinearSolve();
+  int judged(int status) const;
+  template <typename Vars, typename Values>
+  void setStart(const Vars& vars, const Values& values);
 
   std::unique_ptr<IlcCplex> cplex_;
   IlcFloatVarI* objective_var_ = nullptr;  // set once the library holds objective coefficients
@@ -103,6 +165,7 @@ class IlcLinOptI final : public IlcLinearSolverI {
   int posted_ = 0;  // set once the first flush has ended
   bool linked_;
   IlcErrorReporter* previous_reporter_;
+  IlcMethod first_method_ = kIlcPrimal;
   // Of the manager when library and variables last had the same bounds.
   std::uint32_t synchronised_epoch_ = 0;
 

@@ -41,6 +41,11 @@ IlcLinearSolverI::Pending* IlcLinearSolverI::takePending() {
   return std::exchange(pending_head_, nullptr);
 }
 
+void IlcLinearSolverI::putBack(Pending* records) {
+  pending_head_ = pending_tail_ = records;
+  while (pending_tail_ && pending_tail_->next) pending_tail_ = pending_tail_->next;
+}
+
 bool IlcLinearSolverI::unlinkPending(IlcConstraintI* ct) {
   Pending* before = nullptr;
   for (Pending* record = pending_head_; record; before = record, record = record->next) {
@@ -86,7 +91,7 @@ void IlcLinearSolverI::addTerm(double coefficient, IlcFloatVarI* var) {
 void IlcLinearSolverI::append(double coefficient, IlcFloatVarI* var) {
   if (term_count_ == capacity_) growScratch();
   coefficients_.getImpl()->values[term_count_] = coefficient;
-  vars_.getImpl()->vars[term_count_] = var;
+  vars_.getImpl()->values[term_count_] = var;
   ++term_count_;
 }
 
@@ -95,7 +100,7 @@ void IlcLinearSolverI::growScratch() {
   const IlcFloatArray coefficients(getManager(), capacity_, 0.0);
   const IlcFloatVarArray vars(getManager(), capacity_);
   std::copy_n(coefficients_.getImpl()->values, term_count_, coefficients.getImpl()->values);
-  std::copy_n(vars_.getImpl()->vars, term_count_, vars.getImpl()->vars);
+  std::copy_n(vars_.getImpl()->values, term_count_, vars.getImpl()->values);
   coefficients_ = coefficients;
   vars_ = vars;
 }
@@ -104,7 +109,7 @@ IlcLinearSolverI::Terms IlcLinearSolverI::copyTerms() const {
   const Terms terms{IlcFloatArray(getManager(), term_count_, 0.0),
                     IlcFloatVarArray(getManager(), term_count_)};
   std::copy_n(coefficients_.getImpl()->values, term_count_, terms.coefficients.getImpl()->values);
-  std::copy_n(vars_.getImpl()->vars, term_count_, terms.vars.getImpl()->vars);
+  std::copy_n(vars_.getImpl()->values, term_count_, terms.vars.getImpl()->values);
   return terms;
 }
 

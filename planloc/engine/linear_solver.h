@@ -24,6 +24,7 @@ class IlcLinearSolverI : public IlcConstraintI, protected IlcLinearVisitor {
   virtual void lessOrEqual(IlcFloatArray coefficients, IlcFloatVarArray vars, double rhs) = 0;
   virtual double getCurrentValue(IlcFloatVar var) = 0;
   virtual void end() = 0;
+  virtual int optimize() = 0;
   virtual void add(IlcConstraint ct, int level) = 0;
   virtual void greaterOrEqual(IlcFloatArray coefficients, IlcFloatVarArray vars, double rhs) = 0;
   virtual void printInformation() = 0;
@@ -51,6 +52,8 @@ class IlcLinearSolverI : public IlcConstraintI, protected IlcLinearVisitor {
   void enqueue(IlcConstraintI* ct, int level);
   // Takes the whole queue, which is left empty; the head of the records.
   Pending* takePending();
+  // The queue anew, from records that were taken.
+  void putBack(Pending* records);
   bool unlinkPending(IlcConstraintI* ct);
   Pending* firstPending() const { return pending_head_; }
 

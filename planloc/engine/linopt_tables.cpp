@@ -48,28 +48,54 @@ void IlcColumnTable::growStaging(int needed, IlcCplex& cplex) {
   names_.assign(n, nullptr);
 }
 
-void IlcColumnTable::mapToColumns(const IlcFloatVarArrayI& vars, IlcCplex& cplex,
-                                  std::vector<int>& columns) {
+void IlcColumnTable::stage(IlcFloatVarI* var, int place) {
   static char no_name[] = "";
-  growStaging(vars.size, cplex);
-  double* const lower = bounds_.data();
-  double* const upper = bounds_.data() + staging_capacity_;
-  columns.resize(static_cast<std::size_t>(vars.size));
+  const auto k = static_cast<std::size_t>(place);
+  const double lower = var->getMin();
+  const double upper = var->getMax();
+  bounds_[k] = std::max(lower, -CPX_INFBOUND);
+  bounds_[k + static_cast<std::size_t>(staging_capacity_)] = std::min(upper, CPX_INFBOUND);
+  types_[k] = !var->isInteger() ? 'C' : lower == 0.0 && upper == 1.0 ? 'B' : 'I';
+  names_[k] = var->getName() ? const_cast<char*>(var->getName()) : no_name;
+}
+
+template <typename Var>
+void IlcColumnTable::mapToColumns(const IlcArray<Var>& vars, IlcCplex& cplex,
+                                  std::vector<int>& columns) {
+  const int n = vars.getSize();
+  growStaging(n, cplex);
+  columns.resize(static_cast<std::size_t>(n));
+  const int before = size();
   int added = 0;
-  for (int k = 0; k < vars.size; ++k) {
-    IlcFloatVarI* const var = vars.vars[k].getImpl();
+  for (int k = 0; k < n; ++k) {
+    IlcFloatVarI* const var = vars.getImpl()->values[k].getImpl();
+    detail::ilc_assert(var != nullptr, "var.getImpl() != 0");
     const auto [place, is_new] = index_.try_emplace(var, size());
     columns[static_cast<std::size_t>(k)] = place->second;
     if (!is_new) continue;
     vars_.set(place->second, var, cplex);
-    lower[added] = std::max(var->getMin(), -CPX_INFBOUND);
-    upper[added] = std::min(var->getMax(), CPX_INFBOUND);
-    types_[static_cast<std::size_t>(added)] = 'C';
-    names_[static_cast<std::size_t>(added)] =
-        var->getName() ? const_cast<char*>(var->getName()) : no_name;
-    ++added;
+    stage(var, added++);
   }
-  if (added > 0) cplex.newCols(added, lower, upper, types_.data(), names_.data());
+  if (added == 0) return;
+  const struct Settle {
+    ~Settle() {
+      if (table.size() > cplex.getNumCols()) table.forget(std::max(first, cplex.getNumCols()));
+    }
+    IlcColumnTable& table;
+    IlcCplex& cplex;
+    int first;
+  } settle{*this, cplex, before};
+  cplex.newCols(added, bounds_.data(), bounds_.data() + staging_capacity_, types_.data(),
+                names_.data());
+}
+
+template void IlcColumnTable::mapToColumns(const IlcArray<IlcFloatVar>&, IlcCplex&,
+                                           std::vector<int>&);
+template void IlcColumnTable::mapToColumns(const IlcArray<IlcIntVar>&, IlcCplex&,
+                                           std::vector<int>&);
+
+void IlcColumnTable::forget(int first) {
+  for (int j = size() - 1; j >= first; --j) index_.erase(var(j));
 }
 
 // ----- IlcRowTable -----
@@ -85,10 +111,22 @@ void IlcRowTable::append(IlcConstraintI* ct, IlcCplex& cplex) {
 }
 
 void IlcRowTable::erase(int row) {
-  index_.erase(constraint(row));
+  IlcConstraintI* const ct = constraint(row);
+  index_.erase(ct);
   constraints_.erase(row, size_);
   --size_;
   for (int i = row; i < size_; ++i) index_[constraint(i)] = i;
+  // A constraint that was added twice has another row.
+  for (int i = row - 1; i >= 0; --i) {
+    if (constraint(i) == ct) {
+      index_.try_emplace(ct, i);
+      break;
+    }
+  }
+}
+
+void IlcRowTable::truncate(int rows) {
+  while (size_ > rows) index_.erase(constraint(--size_));
 }
 
 }  // namespace planloc

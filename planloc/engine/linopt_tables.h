@@ -42,11 +42,14 @@ class IlcColumnTable {
   IlcFloatVarI* var(int column) const { return static_cast<IlcFloatVarI*>(vars_[column]); }
 
   // Writes the column of each variable to `columns`. Variables without one get one now, in order,
-  // in one batch.
-  void mapToColumns(const IlcFloatVarArrayI& vars, IlcCplex& cplex, std::vector<int>& columns);
+  // in one batch. A column that the library refuses is none.
+  template <typename Var>
+  void mapToColumns(const IlcArray<Var>& vars, IlcCplex& cplex, std::vector<int>& columns);
 
  private:
   void growStaging(int needed, IlcCplex& cplex);
+  void stage(IlcFloatVarI* var, int place);
+  void forget(int first);
 
   std::unordered_map<const IlcFloatVarI*, int> index_;
   IlcDynamicArrayOfAny vars_;
@@ -68,7 +71,8 @@ class IlcRowTable {
     return static_cast<IlcConstraintI*>(constraints_[row]);
   }
   void append(IlcConstraintI* ct, IlcCplex& cplex);
-  void erase(int row);  // later rows move up by one
+  void erase(int row);      // later rows move up by one
+  void truncate(int rows);  // forgets the rows behind
 
  private:
   std::unordered_map<const IlcConstraintI*, int> index_;

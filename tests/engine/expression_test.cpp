@@ -47,6 +47,8 @@ TEST_F(ExpressionTest, EqualExpressionsAreOneObject) {
     EXPECT_EQ(first[i].getImpl(), second[i].getImpl()) << i;
   }
   EXPECT_EQ(first[6].getImpl(), first[1].getImpl()) << "x + x is 2 * x";
+  EXPECT_EQ((-(-x)).getImpl(), x.getImpl());
+  EXPECT_EQ((-first[1]).getImpl(), first[2].getImpl()) << "the sign goes into the product";
   EXPECT_NE((y + x).getImpl(), first[0].getImpl()) << "operands keep their places";
   EXPECT_NE(first[4].getImpl(), first[5].getImpl());
   for (int i = 0; i < 5000; ++i) EXPECT_EQ((x + i * 0.5).getImpl(), (x + i * 0.5).getImpl());
