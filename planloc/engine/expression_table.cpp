@@ -17,11 +17,11 @@ std::uint64_t mix(std::uint64_t h) {
   return h ^ (h >> 31);
 }
 
-std::size_t hash_of(const IlcExpKey& key) {
+std::uint32_t hash_of(const IlcExpKey& key) {
   std::uint64_t h = mix(static_cast<std::uint64_t>(key.kind) + 1);
   h = mix(h ^ reinterpret_cast<std::uintptr_t>(key.left));
   h = mix(h ^ reinterpret_cast<std::uintptr_t>(key.right));
-  return mix(h ^ std::bit_cast<std::uint64_t>(key.constant));
+  return static_cast<std::uint32_t>(mix(h ^ std::bit_cast<std::uint64_t>(key.constant)));
 }
 
 }  // namespace
@@ -34,18 +34,22 @@ bool IlcExpKey::operator==(const IlcExpKey& other) const {
 IlcFloatExpI* IlcExpressionTable::find(const IlcExpKey& key) const {
   if (slots_.empty()) return nullptr;
   const std::size_t mask = slots_.size() - 1;
-  for (std::size_t i = hash_of(key) & mask; slots_[i]; i = (i + 1) & mask) {
-    if (slots_[i]->key() == key) return slots_[i];
+  const std::uint32_t hash = hash_of(key);
+  for (std::size_t i = hash & mask; slots_[i].node; i = (i + 1) & mask) {
+    if (slots_[i].hash != hash) continue;
+    IlcFloatExpI* const node = nodes_[slots_[i].node - 1].node;
+    if (node->key() == key) return node;
   }
   return nullptr;
 }
 
 void IlcExpressionTable::insert(IlcFloatExpI* node, IlcHeap::Index index) {
-  nodes_.push_back({node, index});
+  const std::uint32_t hash = hash_of(node->key());
+  nodes_.push_back({node, index, hash});
   if (2 * nodes_.size() > slots_.size()) {
     rebuild(slots_.empty() ? kFirstSlots : 2 * slots_.size());
   } else {
-    place(node);
+    place({hash, static_cast<std::uint32_t>(nodes_.size())});
   }
 }
 
@@ -55,16 +59,17 @@ void IlcExpressionTable::heapReset(IlcHeap::Index index) {
   if (nodes_.size() < known) rebuild(slots_.size());
 }
 
-void IlcExpressionTable::place(IlcFloatExpI* node) {
+void IlcExpressionTable::place(Slot slot) {
   const std::size_t mask = slots_.size() - 1;
-  std::size_t i = hash_of(node->key()) & mask;
-  while (slots_[i]) i = (i + 1) & mask;
-  slots_[i] = node;
+  std::size_t i = slot.hash & mask;
+  while (slots_[i].node) i = (i + 1) & mask;
+  slots_[i] = slot;
 }
 
 void IlcExpressionTable::rebuild(std::size_t slots) {
-  slots_.assign(slots, nullptr);
-  for (const Entry& entry : nodes_) place(entry.node);
+  slots_.assign(slots, Slot());
+  std::uint32_t number = 0;
+  for (const Entry& entry : nodes_) place({entry.hash, ++number});
 }
 
 }  // namespace planloc

@@ -3,6 +3,7 @@
 #define PLANLOC_ENGINE_EXPRESSION_TABLE_H_
 
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "planloc/engine/heap.h"
@@ -45,13 +46,20 @@ class IlcExpressionTable final : public IlcHeap::Listener {
   struct Entry {
     IlcFloatExpI* node;
     IlcHeap::Index index;
+    std::uint32_t hash;
   };
 
-  void place(IlcFloatExpI* node);
+  // The hash tells most other nodes apart without a look at them.
+  struct Slot {
+    std::uint32_t hash = 0;
+    std::uint32_t node = 0;  // its number counted from 1, 0 in an empty slot
+  };
+
+  void place(Slot slot);
   void rebuild(std::size_t slots);
 
-  std::vector<Entry> nodes_;          // in order of allocation
-  std::vector<IlcFloatExpI*> slots_;  // a power of two, at most half full; linear probing
+  std::vector<Entry> nodes_;  // in order of allocation
+  std::vector<Slot> slots_;   // a power of two, at most half full; linear probing
 };
 
 }  // namespace planloc
