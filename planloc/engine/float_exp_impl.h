@@ -143,6 +143,9 @@ class IlcFloatVarI final : public IlcFloatExpI {
   // The expression that the variable stands for, null for a free one.
   IlcFloatExpI* getDefinition() const { return definition_; }
   void setDefinition(IlcFloatExpI* definition) { definition_ = definition; }
+  // The column that the last program gave the variable, which others have to check.
+  int columnHint() const { return column_hint_; }
+  void setColumnHint(int column) { column_hint_ = column; }
   // Whether this is the first call with `mark` since the last with another one.
   bool setMark(std::uint32_t mark) { return std::exchange(mark_, mark) != mark; }
 
@@ -154,6 +157,7 @@ class IlcFloatVarI final : public IlcFloatExpI {
   const char* name_;
   IlcFloatExpI* definition_ = nullptr;
   std::uint32_t mark_ = 0;
+  int column_hint_ = -1;
   bool is_integer_;
 };
 

@@ -70,10 +70,14 @@ void IlcColumnTable::mapToColumns(const IlcArray<Var>& vars, IlcCplex& cplex,
   for (int k = 0; k < n; ++k) {
     IlcFloatVarI* const var = vars.getImpl()->values[k].getImpl();
     detail::ilc_assert(var != nullptr, "var.getImpl() != 0");
+    int& column = columns[static_cast<std::size_t>(k)];
+    column = var->columnHint();
+    if (column >= 0 && column < size() && vars_[column] == var) continue;
     const auto [place, is_new] = index_.try_emplace(var, size());
-    columns[static_cast<std::size_t>(k)] = place->second;
+    column = place->second;
+    var->setColumnHint(column);
     if (!is_new) continue;
-    vars_.set(place->second, var, cplex);
+    vars_.set(column, var, cplex);
     stage(var, added++);
   }
   if (added == 0) return;
