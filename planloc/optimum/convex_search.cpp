@@ -25,6 +25,13 @@ using detail::optimality;
 constexpr double kHalfWayGap = 1e-3;
 // Where doubles cannot narrow the gap further.
 constexpr double kRoundingGap = 4e-15;
+// Of the value: how far what intervals prove may stay behind the bound in doubles, and the gap up
+// to which a problem without exact optimum counts as solved.
+constexpr double kProofMargin = 1e-12;
+constexpr double kSmoothGap = 1e-11;
+// Of the sites' extent: how near to a site the site itself is tried.
+constexpr double kSiteReach = 1e-4;
+constexpr double kSiteGap = 1e-6;  // of the value: when that is done
 constexpr int kMostRounds = 200;
 constexpr int kMostIdle = 3;
 
@@ -54,6 +61,8 @@ class convex_search {
     if (result_.status != solution_status::stopped) return finish();
     if (problem_.polyhedral()) {
       prove();
+    } else {
+      close_smooth();
     }
     return finish();
   }
@@ -64,6 +73,11 @@ class convex_search {
   void close_gap();
   bool must_end();
   void take(const evaluation& e);
+
+  // ----- Gauges that are not polyhedral -----
+
+  void try_site();
+  void close_smooth();
 
   // ----- Exactly -----
 
@@ -79,6 +93,7 @@ class convex_search {
   detail::evaluator evaluate_;
   evaluation best_;
   double extent_;
+  bool site_tried_ = false;
   cut_model model_;
   std::optional<detail::exact_edges> edges_;
   std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
@@ -93,25 +108,63 @@ void convex_search::take(const evaluation& e) {
 }
 
 void convex_search::close_gap() {
-  double last_bound = -std::numeric_limits<double>::infinity();
+  xy last{NAN, NAN};
   double last_value = best_.value;
   int idle = 0;
   for (int round = 0; round < kMostRounds && idle < kMostIdle; ++round) {
     model_.solve();
     const double gap = best_.value - model_.bound();
     if (gap <= kRoundingGap * best_.value) {
-      if (!model_.at_border()) return;
+      if (!model_.near_border(best_.at)) return;
       model_.widen(8);
       continue;
     }
-    idle = model_.bound() > last_bound || best_.value < last_value ? 0 : idle + 1;
-    last_bound = model_.bound();
-    last_value = best_.value;
+    if (!problem_.polyhedral() && !site_tried_ && gap <= kSiteGap * best_.value) {
+      site_tried_ = true;
+      try_site();
+      continue;
+    }
     xy at = model_.minimiser();
-    if (gap > kHalfWayGap * best_.value)
+    idle = at == last && best_.value == last_value ? idle + 1 : 0;
+    last = at;
+    last_value = best_.value;
+    if (gap > kHalfWayGap * best_.value) {
       at = {at.x + (best_.at.x - at.x) / 2, at.y + (best_.at.y - at.y) / 2};
+    }
     take(evaluate_(at));
   }
+}
+
+// Sums of distances are often least at a site, where the tangents of no other place show it.
+void convex_search::try_site() {
+  std::optional<xy> nearest;
+  double least = kSiteReach * extent_;
+  for (std::size_t slot = 0; slot < table_.size(); ++slot) {
+    const xy u{table_.x[slot] - best_.at.x, table_.y[slot] - best_.at.y};
+    const double distance = std::max(std::fabs(u.x), std::fabs(u.y));
+    if (distance >= least) continue;
+    least = distance;
+    nearest = {table_.x[slot], table_.y[slot]};
+  }
+  if (nearest && *nearest != best_.at) take(evaluate_(*nearest));
+}
+
+void convex_search::close_smooth() {
+  const auto supports = model_.supports();
+  convex_certificate c;
+  c.base = table_.base;
+  for (const cut_model::support& s : supports) {
+    if (!(s.multiplier > 0)) continue;
+    c.pieces.push_back(evaluate_.piece_at(s.place));
+    c.pieces.back().multiplier = s.multiplier;
+  }
+  result_.proof = std::move(c);
+  result_.value = best_.value;
+  result_.lower_bound = std::clamp(model_.bound() - kProofMargin * best_.value, 0.0, best_.value);
+  const exact_xy at{mpq_class(table_.base.x) + best_.at.x, mpq_class(table_.base.y) + best_.at.y};
+  result_.point = to_nearest(at);
+  if (to_exact(result_.point) != at) result_.exact = to_text(at);
+  if (result_.gap() <= kSmoothGap * best_.value) result_.status = solution_status::optimal;
 }
 
 bool convex_search::prove_at(const exact_xy& at) {
@@ -166,7 +219,7 @@ affine_piece convex_search::to_piece(const optimality::supporting_piece& s) cons
 }
 
 solution convex_search::finish() {
-  if (result_.status == solution_status::stopped) {
+  if (result_.status == solution_status::stopped && problem_.polyhedral()) {
     result_.point = {table_.base.x + best_.at.x, table_.base.y + best_.at.y};
     result_.value = best_.value;
     result_.lower_bound = model_.bound();

@@ -12,7 +12,8 @@ using triple = std::array<double, 3>;
 
 constexpr std::size_t kSides = 4;
 constexpr int kMostPivots = 200;
-constexpr double kLeastShare = 1e-12;
+constexpr double kLeastShare = 1e-14;
+constexpr double kSlack = 1e-15;
 
 triple cross(const triple& a, const triple& b) {
   return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
@@ -63,7 +64,7 @@ void cut_model::recentre(const xy& centre) {
 }
 
 double cut_model::slack(const row& r) const {
-  return dot(r.normal, {at_.x - centre_.x, at_.y - centre_.y, bound_}) - r.right;
+  return dot(r.normal, {offset_.x, offset_.y, bound_}) - r.right;
 }
 
 void cut_model::locate() {
@@ -72,31 +73,74 @@ void cut_model::locate() {
   const triple& c = rows_[basis_[2]].normal;
   inverse_ = {cross(b, c), cross(c, a), cross(a, b)};
   const double determinant = dot(a, inverse_[0]);
-  triple z{0, 0, 0};
   for (std::size_t k = 0; k < 3; ++k) {
     for (double& entry : inverse_[k]) entry /= determinant;
-    for (std::size_t j = 0; j < 3; ++j) z[j] += inverse_[k][j] * rows_[basis_[k]].right;
     multiplier_[k] = inverse_[k][2];
   }
-  at_ = {centre_.x + z[0], centre_.y + z[1]};
+  // One step of refinement each: near the end the slopes are nearly in a line.
+  triple rest{0, 0, 1};
+  for (std::size_t j = 0; j < 3; ++j) {
+    long double sum = rest[j];
+    for (std::size_t k = 0; k < 3; ++k) {
+      sum -= static_cast<long double>(rows_[basis_[k]].normal[j]) * multiplier_[k];
+    }
+    rest[j] = static_cast<double>(sum);
+  }
+  for (std::size_t k = 0; k < 3; ++k) multiplier_[k] += dot(inverse_[k], rest);
+  triple z{0, 0, 0};
+  for (int step = 0; step < 2; ++step) {
+    const triple from = z;
+    for (std::size_t k = 0; k < 3; ++k) {
+      const row& r = rows_[basis_[k]];
+      long double sum = r.right;
+      for (std::size_t j = 0; j < 3; ++j) sum -= static_cast<long double>(r.normal[j]) * from[j];
+      for (std::size_t j = 0; j < 3; ++j) z[j] += inverse_[k][j] * static_cast<double>(sum);
+    }
+  }
+  offset_ = {z[0], z[1]};
   bound_ = z[2];
+}
+
+xy cut_model::minimiser() const { return {centre_.x + offset_.x, centre_.y + offset_.y}; }
+
+double cut_model::bound() const {
+  double total = 0;
+  for (std::size_t k = 0; k < 3; ++k) {
+    if (basis_[k] >= kSides) total += std::max(multiplier_[k], 0.0);
+  }
+  xy rest{0, 0};
+  double value = 0;
+  for (std::size_t k = 0; k < 3; ++k) {
+    const row& r = rows_[basis_[k]];
+    if (basis_[k] < kSides) continue;
+    const double share = std::max(multiplier_[k], 0.0) / total;
+    value += share * r.right;
+    rest.x += share * r.normal[0];
+    rest.y += share * r.normal[1];
+  }
+  const double reach_x = half_width_ + std::fabs(centre_.x - middle_.x);
+  const double reach_y = half_width_ + std::fabs(centre_.y - middle_.y);
+  return value - (std::fabs(rest.x) * reach_x + std::fabs(rest.y) * reach_y);
 }
 
 bool cut_model::pivot(std::size_t entering) {
   const triple& normal = rows_[entering].normal;
-  std::size_t leaving = 3;
+  triple share{};
   double least = std::numeric_limits<double>::infinity();
   for (std::size_t k = 0; k < 3; ++k) {
-    const double share = dot(normal, inverse_[k]);
     // A share of a side counts in units of the slope, that of a cut in units of 1.
     const double unit =
         basis_[k] < kSides ? std::max(std::fabs(normal[0]), std::fabs(normal[1])) : 1;
-    if (!(share > kLeastShare * unit)) continue;
-    const double ratio = std::max(multiplier_[k], 0.0) / share;
-    if (ratio < least) {
-      least = ratio;
-      leaving = k;
-    }
+    share[k] = dot(normal, inverse_[k]);
+    if (!(share[k] > kLeastShare * unit)) share[k] = 0;
+    if (share[k] > 0)
+      least = std::min(least, (std::max(multiplier_[k], 0.0) + kSlack * unit) / share[k]);
+  }
+  // Of the rows that may leave within the slack, the one that leaves the best basis (Harris 1973).
+  std::size_t leaving = 3;
+  for (std::size_t k = 0; k < 3; ++k) {
+    if (share[k] == 0 || multiplier_[k] > least * share[k]) continue;
+    if (leaving == 3 || share[k] > share[leaving]) leaving = k;
   }
   if (leaving == 3) return false;
   basis_[leaving] = entering;
@@ -125,11 +169,8 @@ void cut_model::solve() {
   }
 }
 
-bool cut_model::at_border() const {
-  for (std::size_t k = 0; k < 3; ++k) {
-    if (basis_[k] < kSides && multiplier_[k] > 0) return true;
-  }
-  return false;
+bool cut_model::near_border(const xy& at) const {
+  return std::max(std::fabs(at.x - middle_.x), std::fabs(at.y - middle_.y)) > 0.9 * half_width_;
 }
 
 std::vector<cut_model::support> cut_model::supports() const {

@@ -22,13 +22,14 @@ class cut_model {
   // Counts from another place, the best one: cuts near it then keep all their digits.
   void recentre(const xy& centre);
 
-  // Pivots until no row is violated. `bound` is that of the model over the square.
+  // Pivots until no row is violated.
   void solve();
-  const xy& minimiser() const { return at_; }
-  double bound() const { return bound_; }
+  xy minimiser() const;
+  // A bound of the model over the square that holds whatever the roundings of the basis.
+  double bound() const;
 
-  // Whether a side of the square holds the minimiser back.
-  bool at_border() const;
+  // Whether a place is so near to a side of the square that the side may hold back the search.
+  bool near_border(const xy& at) const;
 
   // The places of the cuts that the minimiser rests on, with their multipliers.
   struct support {
@@ -59,7 +60,7 @@ class cut_model {
   std::array<std::size_t, 3> basis_{};
   std::array<double, 3> multiplier_{};
   std::array<std::array<double, 3>, 3> inverse_{};  // columns belong to the basis
-  xy at_{0, 0};
+  xy offset_{0, 0};                                 // of the minimiser from centre_
   double bound_ = 0;
 };
 

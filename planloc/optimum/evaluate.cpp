@@ -57,17 +57,24 @@ class chunked_sum {
   double lost_ = 0;
 };
 
+double coarse(double d, double grain) { return grain > 0 ? std::nearbyint(d / grain) * grain : d; }
+
+// Amid the sites, on a grid that is fine beside their extent and coarse beside their last bits:
+// positions with few digits stay exact when they are counted from here.
 xy mean_position(std::span<const site> sites) {
   // Around the first site, so that equal positions have themselves as mean.
   const xy base{sites[0].x, sites[0].y};
   double x = 0;
   double y = 0;
+  double extent = 0;
   for (const site& s : sites) {
     x += s.x - base.x;
     y += s.y - base.y;
+    extent = std::max({extent, std::fabs(s.x - base.x), std::fabs(s.y - base.y)});
   }
+  const double grain = extent > 0 ? std::ldexp(1, std::ilogb(extent) - 6) : 0;
   const auto n = static_cast<double>(sites.size());
-  return {base.x + x / n, base.y + y / n};
+  return {coarse(base.x + x / n, grain), coarse(base.y + y / n, grain)};
 }
 
 }  // namespace
@@ -237,7 +244,11 @@ evaluation evaluator::operator()(const xy& at) {
   ++count_;
   table_.distances(at, distance_, edge_);
   const std::span<const order_run> runs = problem_.runs();
-  if (runs.size() == 1) return sum_all(at, runs[0].weight);
+  if (runs.size() == 1) {
+    evaluation e = sum_all(at, runs[0].weight);
+    if (!problem_.polyhedral()) use_kinks(e.slope);
+    return e;
+  }
   for (ranked& r : order_) r.distance = distance_[r.slot];
   split_at_jumps();
   chunked_sum value;
@@ -266,7 +277,54 @@ evaluation evaluator::operator()(const xy& at) {
       slope_y.add(run.weight * sy);
     }
   }
-  return {at, value.value(), {slope_x.value(), slope_y.value()}};
+  evaluation e{at, value.value(), {slope_x.value(), slope_y.value()}};
+  if (!problem_.polyhedral()) use_kinks(e.slope);
+  return e;
+}
+
+// At a site with a smooth gauge any slope in the polar of its ball will do: the one that brings the
+// whole slope nearest to 0 along its own direction. It is 0 where the site is the optimum.
+void evaluator::use_kinks(xy& slope) {
+  kinks_.clear();
+  if (*std::min_element(distance_.begin(), distance_.end()) != 0) return;
+  const auto use = [&](std::uint32_t slot, double lambda) {
+    const gauge_block& b = table_.blocks[table_.block_of[slot]];
+    if (b.kind == gauge::shape::polyhedral) return;
+    const double reach = lambda * table_.weight[slot];
+    const double norm = b.kind == gauge::shape::euclidean ? std::sqrt(dot(slope, slope))
+                                                          : norm_lp(slope, b.p / (b.p - 1));
+    if (norm == 0) return kinks_.push_back({slot, {0, 0}});
+    const double step = std::max(norm, reach);
+    kinks_.push_back({slot, {-slope.x / step, -slope.y / step}});
+    const double left = norm <= reach ? 0 : 1 - reach / norm;
+    slope = {slope.x * left, slope.y * left};
+  };
+  std::vector<std::pair<std::uint32_t, double>> here;  // slot and order weight
+  std::size_t k = 0;
+  for (const order_run& run : problem_.runs()) {
+    for (const std::size_t end = k + run.count; k < end; ++k) {
+      const auto slot = order_.empty() ? static_cast<std::uint32_t>(k) : order_[k].slot;
+      if (distance_[slot] == 0) here.emplace_back(slot, run.weight);
+    }
+  }
+  // The order within a run is left over from earlier places.
+  std::sort(here.begin(), here.end());
+  for (const auto& [slot, lambda] : here) use(slot, lambda);
+}
+
+affine_piece evaluator::piece_at(const xy& at) {
+  (*this)(at);
+  affine_piece result;
+  result.taken_at = at;
+  result.edge.resize(table_.size());
+  for (std::uint32_t slot = 0; slot < table_.size(); ++slot) {
+    result.edge[table_.site[slot]] = table_.piece(slot, at).edge;
+  }
+  for (const kink& k : kinks_) result.kinks.push_back({table_.site[k.slot], k.slope});
+  if (order_.empty()) return result;
+  result.rank.resize(order_.size());
+  for (std::uint32_t k = 0; k < order_.size(); ++k) result.rank[table_.site[order_[k].slot]] = k;
+  return result;
 }
 
 evaluation evaluator::sum_all(const xy& at, double lambda) const {
@@ -301,7 +359,10 @@ evaluation evaluator::sum_all(const xy& at, double lambda) const {
 }
 
 void evaluator::split_at_jumps() {
-  const auto nearer = [](const ranked& a, const ranked& b) { return a.distance < b.distance; };
+  // Ties by the slot, so that a place has one piece whenever it is asked for.
+  const auto nearer = [](const ranked& a, const ranked& b) {
+    return a.distance < b.distance || (a.distance == b.distance && a.slot < b.slot);
+  };
   const std::span<const order_run> runs = problem_.runs();
   if (runs.size() - 1 > kJumpsToSplit) {
     std::sort(order_.begin(), order_.end(), nearer);

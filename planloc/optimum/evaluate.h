@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "planloc/optimum/problem.h"
+#include "planloc/optimum/solution.h"
 
 namespace planloc::detail {
 
@@ -77,6 +78,9 @@ class evaluator {
   evaluation operator()(const xy& at);
   std::size_t count() const { return count_; }
 
+  // The piece in force at `at`, by sites. The multiplier is left at 0.
+  affine_piece piece_at(const xy& at);
+
  private:
   struct ranked {
     double distance;
@@ -84,6 +88,7 @@ class evaluator {
   };
 
   evaluation sum_all(const xy& at, double lambda) const;
+  void use_kinks(xy& slope);
   void split_at_jumps();
 
   const problem& problem_;
@@ -91,6 +96,11 @@ class evaluator {
   std::vector<double> distance_;
   std::vector<std::uint32_t> edge_;
   std::vector<ranked> order_;  // by rank class; kept, since the next place is often near
+  struct kink {
+    std::uint32_t slot;
+    xy slope;
+  };
+  std::vector<kink> kinks_;  // of the last place: smooth gauges whose site it is
   std::size_t count_ = 0;
 };
 

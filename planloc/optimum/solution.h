@@ -15,7 +15,7 @@
 namespace planloc {
 
 enum class solution_status : std::uint8_t {
-  optimal,     // the gap is 0: exactly for polyhedral gauges, else below what doubles can tell
+  optimal,     // the gap is 0 (polyhedral gauges) or at most 1e-11 of the value (others)
   within_gap,  // the gap is at most the one that was asked for
   unbounded,   // the value falls without end along `direction_certificate::direction`
   infeasible,  // no place is allowed
@@ -42,25 +42,28 @@ struct optimal_set {
 
 // An affine function nowhere above a convex f. Site i gets the order weight of rank[i], and its
 // distance is replaced by a linear piece: edge edge[i] of a polyhedral gauge, else the tangent at
-// `taken_at`, or `at_site` for sites whose gauge has no tangent there.
+// `taken_at`, or, for a site that lies there, the slope that `kinks` gives.
 struct affine_piece {
   struct kink {
-    std::size_t site;
-    xy slope;  // in the polar of the gauge's unit ball, up to rounding; the weight is not in it
+    std::uint32_t site;
+    xy slope;  // of the gauge, without weights; at most 1 in the dual norm, up to rounding
   };
 
   double multiplier = 0;
-  xy taken_at{0, 0};
+  xy taken_at{0, 0};                // counted from convex_certificate::base
   std::vector<std::uint32_t> edge;  // one a site; empty if no gauge is polyhedral
   std::vector<std::uint32_t> rank;  // one a site, from 0; empty if all order weights are equal
-  std::vector<kink> at_site;
+  std::vector<kink> kinks;
 };
 
 // Convex problems: at most three affine functions below f whose slopes, taken `multiplier` times,
-// add up to 0; so the same sum of their values is the bound. The multipliers are rounded: `verify`
-// finds the exact ones, which the slopes determine.
+// add up to 0; so the same sum of their values is the bound. Polyhedral gauges: the multipliers are
+// rounded; `verify` finds the exact ones, which the slopes determine. Other gauges: the slopes add
+// up to 0 but for roundings, and the bound is less by what the rest can do on the places that are
+// no worse.
 struct convex_certificate {
   std::vector<affine_piece> pieces;
+  xy base{0, 0};
 };
 
 // The value falls without end along this direction.

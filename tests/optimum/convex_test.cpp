@@ -1,5 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <limits>
+
 #include "arrangement.h"
 #include "instances.h"
 #include "planloc/optimum/minimise.h"
@@ -7,6 +12,12 @@
 
 namespace planloc {
 namespace {
+
+const std::vector<site> kCapitals = {
+    {-6.28333333333333, 36.5333333333333}, {-4.77888888888889, 37.8847222222222},
+    {-3.5975, 37.1758333333333},           {-6.96305555555556, 37.2638888888889},
+    {-3.76666666666667, 37.7666666666667}, {-4.42, 36.7194444444444},
+    {-5.99638888888889, 37.3830555555556}, {-2.4675, 36.84}};
 
 // Solved to the end, and proved so by fractions.
 void expect_proved(const problem& p, const solution& s) {
@@ -41,11 +52,139 @@ TEST(Convex, EnumerationFindsNothingBetter) {
 TEST(Convex, ManySites) {
   instance_source source(2);
   for (const layout l : {layout::scattered, layout::lattice, layout::far_away}) {
-    for (int trial = 0; trial < 20; ++trial) {
-      const int n = 300;
+    for (int trial = 0; trial < 8; ++trial) {
+      const int n = 200;
       const auto gauges = source.gauges(l, 5, 8);
       const problem p(source.sites(l, n, 5), gauges, source.convex_order(n));
       expect_proved(p, minimise(p));
+    }
+  }
+}
+
+// Gauges without exact optimum: solved to 1e-11, and proved so by intervals.
+TEST(Convex, SmoothGaugesProvedByIntervals) {
+  instance_source source(3);
+  const std::vector<std::vector<gauge>> families = {
+      {gauge::euclidean()},
+      {gauge::lp(1.5)},
+      {gauge::lp(3.3)},
+      {gauge::euclidean(), gauge::lp(1.2), gauge::lp(7), gauge::l1(), source.ball(7)}};
+  for (const layout l : {layout::scattered, layout::lattice, layout::line, layout::one_place}) {
+    for (int trial = 0; trial < 200; ++trial) {
+      SCOPED_TRACE(testing::Message() << "layout " << static_cast<int>(l) << " trial " << trial);
+      const auto& gauges = families[static_cast<std::size_t>(trial) % families.size()];
+      const int n = 1 + source.below(trial % 10 == 0 ? 200 : 12);
+      const problem p(source.sites(l, n, static_cast<int>(gauges.size())), gauges,
+                      source.convex_order(n));
+      const solution s = minimise(p);
+      const verification v = verify(p, s);
+      EXPECT_TRUE(v.accepted) << v.reason;
+      EXPECT_LE(v.gap, 1e-10 * v.value);
+    }
+  }
+}
+
+TEST(Convex, PublishedPlaces) {
+  const gauge e = gauge::euclidean();
+  const auto solve = [](const std::vector<site>& sites, const gauge& g, const order_weights& o) {
+    const problem p(sites, {g}, o);
+    const solution s = minimise(p);
+    EXPECT_EQ(s.status, solution_status::optimal);
+    EXPECT_TRUE(verify(p, s).accepted);
+    return s;
+  };
+  // The eight provincial capitals of Andalusia.
+  const solution weber = solve(kCapitals, e, order_weights::median());
+  EXPECT_NEAR(weber.point.x, -4.610503979, 1e-9);
+  EXPECT_NEAR(weber.point.y, 37.248600397, 1e-9);
+  EXPECT_NEAR(weber.value, 10.972160925, 1e-9);
+  const solution square = solve({{0, 0}, {1, 0}, {0, 1}, {1, 1}}, e, order_weights::centre());
+  EXPECT_NEAR(square.point.x, 0.5, 1e-9);
+  EXPECT_NEAR(square.value, std::sqrt(0.5), 1e-12);
+  // Fermat: three sites at 120 degrees around the point; and an angle above 120 degrees, where it
+  // is the site of the angle.
+  const double h = std::sqrt(3) / 2;
+  const solution fermat = solve({{1, 0}, {-0.5, h}, {-0.5, -h}}, e, order_weights::median());
+  EXPECT_NEAR(fermat.value, 3, 1e-12);
+  EXPECT_NEAR(fermat.point.x, 0, 1e-6);
+  const solution flat = solve({{0, 0}, {10, 1}, {-10, 1}}, e, order_weights::median());
+  EXPECT_EQ(flat.point, (xy{0, 0}));
+}
+
+// Every smallest circle passes through two or three sites.
+TEST(Convex, SmallestCircleByBruteForce) {
+  instance_source source(4);
+  for (int trial = 0; trial < 30; ++trial) {
+    const int n = 2 + source.below(12);
+    auto sites = source.sites(trial % 2 == 0 ? layout::scattered : layout::lattice, n, 1);
+    for (site& s : sites) s.weight = 1;
+    const problem p(sites, {gauge::euclidean()}, order_weights::centre());
+    double least = std::numeric_limits<double>::infinity();
+    for (const site& a : sites) {
+      for (const site& b : sites) {
+        least = std::min(least, p.value({(a.x + b.x) / 2, (a.y + b.y) / 2}));
+        for (const site& c : sites) {
+          const xy u{b.x - a.x, b.y - a.y};
+          const xy v{c.x - a.x, c.y - a.y};
+          const double area = 2 * (u.x * v.y - u.y * v.x);
+          if (std::fabs(area) < 1e-9) continue;
+          const double uu = u.x * u.x + u.y * u.y;
+          const double vv = v.x * v.x + v.y * v.y;
+          least = std::min(least, p.value({a.x + (v.y * uu - u.y * vv) / area,
+                                           a.y + (u.x * vv - v.x * uu) / area}));
+        }
+      }
+    }
+    EXPECT_NEAR(minimise(p).value, least, 1e-11 * (1 + least));
+  }
+}
+
+TEST(Verify, RefusesWhatWasSpoiled) {
+  instance_source source(5);
+  const auto convex = [](solution& s) -> convex_certificate& {
+    return std::get<convex_certificate>(s.proof);
+  };
+  const struct {
+    const char* name;
+    std::function<void(solution&)> spoil;
+    bool also_smooth;
+  } cases[] = {
+      {"multiplier", [&](solution& s) { convex(s).pieces[0].multiplier += 0.01; }, true},
+      {"edge", [&](solution& s) { convex(s).pieces[1].edge[3] ^= 1; }, false},
+      {"order",
+       [&](solution& s) {
+         auto& rank = convex(s).pieces[2].rank;
+         std::swap(*std::min_element(rank.begin(), rank.end()),
+                   *std::max_element(rank.begin(), rank.end()));
+       },
+       true},
+      {"rank twice",
+       [&](solution& s) { convex(s).pieces[0].rank[0] = convex(s).pieces[0].rank[1]; }, true},
+      {"rank missing", [&](solution& s) { convex(s).pieces[0].rank.pop_back(); }, true},
+      {"piece left out", [&](solution& s) { convex(s).pieces.pop_back(); }, true},
+      {"no such edge", [&](solution& s) { convex(s).pieces[0].edge[0] = 99; }, false},
+      {"bound", [&](solution& s) { s.lower_bound *= 1 + 1e-9; }, true},
+      {"value", [&](solution& s) { s.value *= 1 - 1e-9; }, true},
+      {"point", [&](solution& s) { s.point.x += 0.5; }, true},
+      {"exact point", [&](solution& s) { s.exact.x = "1/3"; }, true},
+      {"no fraction", [&](solution& s) { s.exact.y = "1/0"; }, true},
+      {"certificate", [&](solution& s) { s.proof = {}; }, true}};
+  for (const bool smooth : {false, true}) {
+    for (int trial = 0; trial < 10; ++trial) {
+      const std::vector<gauge> gauges =
+          smooth ? std::vector<gauge>{gauge::euclidean()} : source.gauges(layout::scattered, 2, 6);
+      const problem p(source.sites(layout::scattered, 9, static_cast<int>(gauges.size())), gauges,
+                      order_weights({1, 1, 2, 2, 3, 4, 5, 6, 7}));
+      const solution good = minimise(p);
+      ASSERT_TRUE(verify(p, good).accepted);
+      if (convex(const_cast<solution&>(good)).pieces.size() < 3 || good.exact.empty()) continue;
+      for (const auto& c : cases) {
+        if (smooth && !c.also_smooth) continue;
+        solution spoiled = good;
+        c.spoil(spoiled);
+        EXPECT_FALSE(verify(p, spoiled).accepted) << c.name << (smooth ? ", smooth" : "");
+        EXPECT_FALSE(verify(p, spoiled).reason.empty());
+      }
     }
   }
 }
