@@ -116,7 +116,9 @@ BENCHMARK(Sum)
     ->ArgsProduct({{25, 50, 100, 200, 1000, 5000}, {0, 1}})
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(Program)
-    ->ArgsProduct({{25, 50, 100, 200, 1000}, {0, 1}, {ClpSolve::useDual, ClpSolve::usePrimal}})
+    ->ArgsProduct({{25, 50, 100, 200, 1000, 5000},
+                   {0, 1},
+                   {ClpSolve::useDual, ClpSolve::usePrimal}})
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(Crossings)->ArgsProduct({{25, 50, 100}, {0, 1}})->Unit(benchmark::kMillisecond);
 

@@ -17,6 +17,10 @@ namespace {
 // the site and back (kDirectionLoss), are less than this.
 constexpr double kClear = 1.1e-7;
 constexpr double kDirectionLoss = 1e-8;
+// Outside of a wedge with this sine about the line of the first direction, two angles are off by
+// less than this.
+constexpr double kWedge = 2e-4;
+constexpr double kClearOutside = 1e-10;
 // Squares of lengths within these bounds, and products of two of them, are normal numbers.
 constexpr double kShortest = 1e-70;
 constexpr double kLongest = 1e70;
@@ -218,21 +222,52 @@ support_plane flat_gauged_sites::support(double x, double y, std::size_t k) cons
 //    a negative coefficient, of which the absolute value counts, is at most K |d - d'|, with
 //    |d - d'| <= 1.5 * clear * T * l: 6 K T * clear * l in all.
 // The sum of n terms adds (n + 4) u. Half of what comes out is in reserve.
+double flat_gauged_sites::solve_error(const flat_site& site) const {
+  const flat_gauge& gauge = gauges_[site.gauge];
+  const double A = std::max(std::fabs(site.x), std::fabs(site.y));
+  const double e = kRounding * (A + 20.0 * gauge.longest);
+  return 1.2 * gauge.steepness * (kRounding * gauge.longest + 2.0 * e);
+}
+
+double flat_gauged_sites::cone_error(const flat_site& site, double clear) const {
+  const flat_gauge& gauge = gauges_[site.gauge];
+  return 6.0 * gauge.steepness * gauge.longest * (clear + 2.0 * site.direction_loss);
+}
+
 double flat_gauged_sites::relative_error() const {
   double largest = 0.0;
   for (const flat_site& site : sites_) {
-    const flat_gauge& gauge = gauges_[site.gauge];
-    const double K = gauge.steepness;
-    const double T = gauge.longest;
-    const double A = std::max(std::fabs(site.x), std::fabs(site.y));
-    const double e = kRounding * (A + 20.0 * T);
-    const double clear = kClear + 2.0 * site.direction_loss;
-    largest = std::max(largest, 1.2 * K * (kRounding * T + 2.0 * e) + 6.0 * K * T * clear);
+    largest = std::max(largest, solve_error(site) + cone_error(site, kClear));
   }
   const double error = 2.0 * (largest + kRounding * (static_cast<double>(size()) + 4.0));
   const bool singular =
       std::any_of(solves_.begin(), solves_.end(), [](const cone_solve& s) { return s.singular; });
   return error < kLargestError && !singular ? error : kInfinite;
+}
+
+// Where the sine of an angle is at least s, its cosine's error of 7.3e-16 makes one of 7.3e-16 / s
+// in the angle. A place outside of the wedge about the line of the first direction can only be
+// taken for one on the wrong side of a direction that is outside of a wedge of half the sine.
+double flat_gauged_sites::relative_error_within(const plane_xy& low, const plane_xy& high,
+                                                double least, std::size_t k) const {
+  const plane_xy middle{(low.x + high.x) / 2.0, (low.y + high.y) / 2.0};
+  // Of the box from there, and a rounding of the middle.
+  const double reach = 0.51 * ((high.x - low.x) + (high.y - low.y)) +
+                       8.0 * kRounding * (length_1(low) + length_1(high));
+  double everywhere = 0.0;
+  double in_wedges = 0.0;
+  for (std::size_t i = 0; i < size(); ++i) {
+    const flat_site& site = sites_[i];
+    const flat_gauge& gauge = gauges_[site.gauge];
+    everywhere = std::max(everywhere, solve_error(site) + cone_error(site, kClearOutside));
+    const plane_xy d{middle.x - site.x, middle.y - site.y};
+    const double farthest = length_1(d) + reach;
+    const bool outside =
+        !site.plain && std::fabs(cross(directions_[gauge.first], d)) - reach > kWedge * farthest;
+    if (outside) continue;
+    in_wedges += weight(i, k) * gauge.steepness * farthest * cone_error(site, kClear);
+  }
+  return 2.0 * (everywhere + in_wedges / least + kRounding * (static_cast<double>(size()) + 4.0));
 }
 
 // A component of a face's slope is at most K and, as d loses up to 6 u T K of itself, off by

@@ -68,6 +68,10 @@ class flat_gauged_sites {
   // constructor of `polygauge` can let pass), has cones that end with the report of
   // matrix::solve, or for lengths far out of the usual.
   double relative_error() const;
+  // The same at places of a box where the sum is at least `least`: an angle is far more exact away
+  // from the line of a gauge's first direction, and only few of these lines meet a small box.
+  double relative_error_within(const plane_xy& low, const plane_xy& high, double least,
+                               std::size_t k = 0) const;
   // The exact sum is nowhere below support.value + support.slope * (z - support.at) by more than
   //   support.value * relative_error() + |z - support.at|_1 * slope_error().
   double slope_error(std::size_t k = 0) const;
@@ -105,6 +109,8 @@ class flat_gauged_sites {
   std::size_t flat_number(const polygauge& g, gauge_numbers& known);
   void append_solves(const flat_site& site);
   double direction_loss(const flat_site& site) const;
+  double solve_error(const flat_site& site) const;
+  double cone_error(const flat_site& site, double clear) const;
   int plain_cone(const flat_site& site, double x, double y) const;
 
   std::vector<flat_site> sites_;

@@ -12,6 +12,12 @@ constexpr int kMostPasses = 100;
 // A pass that leaves more than this of the area has met the flat bottom of the function, or its
 // rounding.
 constexpr double kStalled = 0.9;
+// Fewer segments are crossed sooner than known better, and so is a smaller gain of exactness.
+constexpr std::size_t kMany = 32;
+constexpr double kSharper = 0.8;
+// Values within the level are taken to be at least this part of it: where they are not, errors are
+// counted in full.
+constexpr double kLeast = 0.5;
 constexpr double kRounding = std::numeric_limits<double>::epsilon() / 2;
 
 double dot(const plane_xy& a, const plane_xy& b) { return a.x * b.x + a.y * b.y; }
@@ -24,6 +30,7 @@ level_cuts::level_cuts(const flat_gauged_sites& sites, std::size_t k, const plan
     : sites_(sites),
       k_(k),
       error_(sites.relative_error()),
+      near_{-std::numeric_limits<double>::infinity(), error_, low, high},
       best_(std::numeric_limits<double>::infinity()),
       region_{low, {high.x, low.y}, high, {low.x, high.y}} {
   extent_ = (high.x - low.x) + (high.y - low.y);
@@ -32,27 +39,45 @@ level_cuts::level_cuts(const flat_gauged_sites& sites, std::size_t k, const plan
                                      std::fabs(high.y)});
 }
 
+double level_cuts::error_at(double level) const {
+  return level <= near_.level && level >= kLeast * near_.level ? near_.error : error_;
+}
+
+double level_cuts::safe_level(double v) const {
+  const double level = v * (1.0 + 4.0 * near_.error);
+  return error_at(level) == near_.error ? level : v * (1.0 + 4.0 * error_);
+}
+
 // With S = support.slope and y = support.at: f(c) <= level means that the exact sum at c is at most
-// level * (1 + e), and at least support.value * (1 - e) + S * (c - y) less what the slope loses.
-// Taken twice, e covers the roundings of this line. The last term covers those of S * (c - y), 4
-// roundings, of clipping a segment, 8, and of a crossing that was rounded, 1.
+// level * (1 + e), and at least support.value * (1 - e') + S * (c - y) less what the slope loses,
+// with the errors e at c and e' at y. Taken twice, they cover the roundings of this line. The last
+// term covers those of S * (c - y), 4 roundings, of clipping a segment, 8, and of a crossing that
+// was rounded, 1.
 double level_cuts::reach(const cut& c, double level) const {
-  return level - c.support.value + 2.0 * error_ * (level + c.support.value) + c.slack;
+  const double errors = error_at(level) * level + c.error * c.support.value;
+  return level - c.support.value + 2.0 * errors + c.slack;
 }
 
 void level_cuts::add(const plane_xy& at) {
   const support_plane support = sites_.support(at.x, at.y, k_);
   best_ = std::min(best_, support.value);
   const double steepness = std::fabs(support.slope.x) + std::fabs(support.slope.y);
-  cuts_.push_back({support, slope_slack_ + 64.0 * kRounding * steepness * coordinates_});
+  const bool is_near = at.x >= near_.low.x && at.x <= near_.high.x && at.y >= near_.low.y &&
+                       at.y <= near_.high.y && support.value >= kLeast * near_.level;
+  cuts_.push_back({support, is_near ? near_.error : error_,
+                   slope_slack_ + 64.0 * kRounding * steepness * coordinates_});
+  clip_region(cuts_.back());
+}
 
-  const double limit = reach(cuts_.back(), safe_level(best_));
+void level_cuts::clip_region(const cut& c) {
+  const plane_xy& at = c.support.at;
+  const double limit = reach(c, safe_level(best_));
   std::vector<plane_xy> rest;
   for (std::size_t i = 0; i < region_.size(); ++i) {
     const plane_xy& p = region_[i];
     const plane_xy& q = region_[i + 1 == region_.size() ? 0 : i + 1];
-    const double over_p = dot(support.slope, difference(p, at)) - limit;
-    const double over_q = dot(support.slope, difference(q, at)) - limit;
+    const double over_p = dot(c.support.slope, difference(p, at)) - limit;
+    const double over_q = dot(c.support.slope, difference(q, at)) - limit;
     if (over_p <= 0.0) rest.push_back(p);
     if ((over_p < 0.0 && over_q > 0.0) || (over_p > 0.0 && over_q < 0.0)) {
       const double t = over_p / (over_p - over_q);
@@ -109,8 +134,38 @@ void level_cuts::narrow(std::span<const xy_segment> segments, std::size_t few) {
     cut_at(centre());
     if (area() <= kStalled * before) continue;
     for (const plane_xy& corner : std::vector<plane_xy>(region_)) cut_at(corner);
-    if (area() > kStalled * before) return;
+    if (area() > kStalled * before && !sharpen(left)) return;
   }
+}
+
+bool level_cuts::sharpen(std::vector<clipped_segment>& left) {
+  if (left.size() < kMany) return false;
+  const double level = safe_level(best_);
+  lowland found{level, error_, left.front().whole.a, left.front().whole.a};
+  bool first = true;
+  for (const clipped_segment& s : left) {
+    const plane_xy d = difference(s.whole.b, s.whole.a);
+    for (const double t : {s.from, s.to}) {
+      const plane_xy p{s.whole.a.x + t * d.x, s.whole.a.y + t * d.y};
+      found.low = first ? p : plane_xy{std::min(found.low.x, p.x), std::min(found.low.y, p.y)};
+      found.high = first ? p : plane_xy{std::max(found.high.x, p.x), std::max(found.high.y, p.y)};
+      first = false;
+    }
+  }
+  const double pad = 64.0 * kRounding * coordinates_;
+  found.low = {found.low.x - pad, found.low.y - pad};
+  found.high = {found.high.x + pad, found.high.y + pad};
+  found.error = sites_.relative_error_within(found.low, found.high, kLeast * level, k_);
+  if (!(found.error < kSharper * near_.error)) return false;
+
+  near_ = found;
+  region_ = {found.low, {found.high.x, found.low.y}, found.high, {found.low.x, found.high.y}};
+  const double lower = safe_level(best_);
+  for (const cut& c : cuts_) {
+    clip_region(c);
+    std::erase_if(left, [&](clipped_segment& s) { return !clip(c, lower, s); });
+  }
+  return true;
 }
 
 std::vector<xy_segment> level_cuts::reaching(std::span<const xy_segment> segments,

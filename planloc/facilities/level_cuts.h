@@ -41,25 +41,38 @@ class level_cuts {
 
   // A level that holds the exact minimum if a value v was computed somewhere, and all that may be
   // computed there.
-  double safe_level(double v) const { return v * (1.0 + 4.0 * error_); }
+  double safe_level(double v) const;
 
  private:
   struct cut {
     support_plane support;
+    double error;  // of its value, relative
     double slack;
+  };
+  // All places with f <= level, for which a value is that exact.
+  struct lowland {
+    double level;
+    double error;
+    plane_xy low, high;
   };
 
   // A place with f <= level is not on the far side of the cut.
   double reach(const cut& c, double level) const;
+  double error_at(double level) const;
   // False if nothing is left of s.
   bool clip(const cut& c, double level, clipped_segment& s) const;
   void add(const plane_xy& at);
+  void clip_region(const cut& c);
+  // Bounds the places at the level best() by what is left, and the errors there. False if that
+  // makes no difference to speak of; otherwise the segments and the region are cut anew.
+  bool sharpen(std::vector<clipped_segment>& left);
   double area() const;
   plane_xy centre() const;
 
   const flat_gauged_sites& sites_;
   std::size_t k_;
-  double error_;
+  double error_;  // everywhere
+  lowland near_;
   double extent_;       // of the box, as a sum of both sides
   double slope_slack_;  // see flat_gauged_sites::slope_error
   double coordinates_;  // the largest, and extent_

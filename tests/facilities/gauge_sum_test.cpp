@@ -173,6 +173,7 @@ TEST(LevelCuts, LoseNothing) {
                 << described(P, family) << c.x << ' ' << c.y;
           }
         }
+        // What is left after that many cuts is where the errors are known better.
         if (P.sites.size() > 20) {
           EXPECT_LT(cuts.reaching(segments, cuts.best()).size(), segments.size() / 2) << family;
         }
@@ -212,6 +213,10 @@ TEST(FlatGaugedSites, ErrorIsBounded) {
         const double y = a[1] + 7.0 * (v.ycoord() + beside * u(random));
         const long double f = exact(x, y);
         ASSERT_LE(std::fabs(sites.value(x, y) - f), error * f) << family;
+        const double side = 1e-3 * a[0];
+        const double within = sites.relative_error_within(
+            {x - std::fabs(side), y}, {x, y + std::fabs(side)}, 0.5 * static_cast<double>(f));
+        ASSERT_LE(std::fabs(sites.value(x, y) - f), within * f) << family;
         const detail::support_plane plane = sites.support(x, y);
         const double far[2] = {30 * u(random), 30 * u(random)};
         const double below =
