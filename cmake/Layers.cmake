@@ -22,6 +22,23 @@ function(planloc_layer name)
   target_link_libraries(planloc_${name} PRIVATE planloc_flags PUBLIC ${arg_DEPENDS})
 endfunction()
 
+# planloc_library(<name>): what users link. Results are those of the library in their build as well, so
+# the flag that decides how inline arithmetic is rounded goes with it.
+function(planloc_library name)
+  target_compile_features(${name} PUBLIC cxx_std_20)
+  target_compile_options(${name} INTERFACE
+    $<$<COMPILE_LANG_AND_ID:CXX,GNU,Clang,AppleClang>:-ffp-contract=off>)
+  target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
+                                            $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+  set_target_properties(${name} PROPERTIES VERSION ${PROJECT_VERSION}
+                        SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+  if(BUILD_SHARED_LIBS)
+    set(map ${PROJECT_SOURCE_DIR}/cmake/${name}.map)
+    target_link_options(${name} PRIVATE LINKER:--version-script=${map})
+    set_target_properties(${name} PROPERTIES LINK_DEPENDS ${map})
+  endif()
+endfunction()
+
 # planloc_tests(<name> LAYERS <layers> SOURCES <files>): one GoogleTest program.
 function(planloc_tests name)
   cmake_parse_arguments(arg "" "" "LAYERS;SOURCES" ${ARGN})

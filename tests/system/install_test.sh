@@ -1,20 +1,48 @@
 #!/usr/bin/env bash
-# Installs the build into a fresh prefix and uses it as its users do: the program, the CMake package
-# and the pkg-config file.
+# Makes the Debian package, installs it in a clean root and uses it as its users do: the programs, the
+# headers, the CMake package and the pkg-config files. Without dpkg the build is installed as it is.
 # Usage: install_test.sh cmake build-directory compiler version flags
 set -euo pipefail
 cmake=$1 build=$2 compiler=$3 version=$4 flags=$5
 
 root=$(mktemp -d)
 trap 'rm -rf "$root"' EXIT
-"$cmake" --install "$build" --prefix "$root/prefix" >/dev/null
+fail() {
+  echo "$*" >&2
+  exit 1
+}
 
-test "$("$root/prefix/bin/cellwalk" --version)" = "cellwalk $version"
+# ----- Install -----
+
+if command -v dpkg-deb >/dev/null; then
+  (cd "$root" && "$(dirname "$cmake")/cpack" --config "$build/CPackConfig.cmake" -B "$root" >/dev/null)
+  mkdir -p "$root/clean/var/lib/dpkg/"{updates,info,triggers}
+  touch "$root/clean/var/lib/dpkg/"{status,available}
+  dpkg --root="$root/clean" --force-not-root --force-depends --log=/dev/null \
+    -i "$root"/planloc_*.deb >/dev/null 2>&1
+  prefix=$root/clean/usr
+else
+  echo "no dpkg: the package is not made, the build is installed without it"
+  "$cmake" --install "$build" --prefix "$root/prefix" >/dev/null
+  prefix=$root/prefix
+fi
+
+for program in cellwalk make_parameters; do
+  test "$("$prefix/bin/$program" --version)" = "$program $version" || fail "$program --version"
+  test -s "$prefix/share/man/man1/$program.1"* || fail "no man page of $program"
+done
+test -s "$(find "$prefix/share/doc" -name file-formats.md)" || fail "no documents"
+internal=$(find "$prefix/include" -name '*_impl.h' -o -name 'fltk_*' -o -name 'clp_*' -o -path '*driver*')
+test -z "$internal" || fail "internal headers: $internal"
+! grep -rl 'cairo.h\|lp_lib.h\|Clp.*\.hpp' "$prefix/include" || fail "headers of the libraries inside"
+
+# ----- Use -----
 
 mkdir "$root/consumer"
 cat >"$root/consumer/main.cpp" <<'CPP'
+#include <bits/stdc++.h>
+using namespace std;
 #include <planloc/planloc.h>
-#include <iostream>
 int main() {
   planloc::polygauge g({{2, 0}, {0, 1}, {-1, 0}, {0, -1}});
   planloc::IlcInitFloat();
@@ -28,8 +56,9 @@ int main() {
   planloc::facilities F;
   F.append(planloc::location(2.0, 1.0, 3.0, 4.0, 1.0));
   F.N_l1_sum(1, planloc::matrix(1, 1), true);
+  const planloc::rational third = planloc::rational(1) / planloc::rational(3);
   std::cout << g.distance(planloc::point(2, 0), planloc::point(0, 0)) << ' ' << status << ' '
-            << lp.getObjValue() << ' ' << F.opt.head()[1] << '\n';
+            << lp.getObjValue() << ' ' << F.opt.head()[1] << ' ' << third << '\n';
 }
 CPP
 cat >"$root/consumer/CMakeLists.txt" <<'CMAKE'
@@ -38,15 +67,45 @@ project(consumer LANGUAGES CXX)
 find_package(planloc REQUIRED)
 add_executable(consumer main.cpp)
 target_link_libraries(consumer PRIVATE planloc::planloc)
+get_target_property(options planloc::planloc INTERFACE_COMPILE_OPTIONS)
+if(NOT "${options}" MATCHES "-ffp-contract=off")
+  message(FATAL_ERROR "the flag of the results does not reach the user: ${options}")
+endif()
+if(TARGET planloc::window)
+  add_executable(with_window main.cpp)
+  target_link_libraries(with_window PRIVATE planloc::window)
+endif()
 CMAKE
-"$cmake" -S "$root/consumer" -B "$root/consumer/build" -DCMAKE_PREFIX_PATH="$root/prefix" \
+expected="2 1 3 4 1/3"
+"$cmake" -S "$root/consumer" -B "$root/consumer/build" -DCMAKE_PREFIX_PATH="$prefix" \
   -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="$flags" >/dev/null
 "$cmake" --build "$root/consumer/build" >/dev/null
-test "$("$root/consumer/build/consumer")" = "2 1 3 4"
+needs() { readelf -d "$1" | grep -E 'NEEDED.*(fltk|X11)' || true; }
+for program in consumer with_window; do
+  built=$root/consumer/build/$program
+  [ -x "$built" ] || continue
+  test "$(LD_LIBRARY_PATH=$prefix/lib "$built")" = "$expected" || fail "$program"
+done
+test -z "$(needs "$root/consumer/build/consumer")" || fail "the library without the window links FLTK"
+
+# Without a dependency planloc is not found, and the configuration goes on.
+mkdir "$root/without"
+cat >"$root/without/CMakeLists.txt" <<'CMAKE'
+cmake_minimum_required(VERSION 3.25)
+project(without LANGUAGES CXX)
+find_package(planloc QUIET)
+if(planloc_FOUND OR NOT planloc_NOT_FOUND_MESSAGE MATCHES "gmpxx")
+  message(FATAL_ERROR "found: ${planloc_FOUND} ${planloc_NOT_FOUND_MESSAGE}")
+endif()
+CMAKE
+PKG_CONFIG_LIBDIR=/nowhere "$cmake" -S "$root/without" -B "$root/without/build" \
+  -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$compiler" >/dev/null
 
 export PKG_CONFIG_PATH
-PKG_CONFIG_PATH=$(dirname "$(find "$root/prefix" -name planloc.pc)")
-# shellcheck disable=SC2046,SC2086
-"$compiler" -std=c++20 $flags "$root/consumer/main.cpp" -o "$root/by_pkg_config" \
-  $(pkg-config --cflags --libs planloc)
-test "$("$root/by_pkg_config")" = "2 1 3 4"
+PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name planloc.pc)")
+for kind in "" --static; do
+  # shellcheck disable=SC2046,SC2086
+  "$compiler" -std=c++20 $flags "$root/consumer/main.cpp" -o "$root/by_pkg_config" \
+    $(pkg-config --cflags $kind --libs planloc)
+  test "$(LD_LIBRARY_PATH=$prefix/lib "$root/by_pkg_config")" = "$expected" || fail "pkg-config $kind"
+done

@@ -44,6 +44,15 @@ class written_panel : public detail::screen_window {
   std::vector<int> values_;
 };
 
+constexpr detail::screen_provider kScreen = {
+    [] { return true; },
+    [](const detail::screen_content& content,
+       std::optional<detail::screen_position> at) -> std::unique_ptr<detail::screen_window> {
+      return std::make_unique<written_panel>(content, at);
+    },
+    [] {}};
+const bool provided = (detail::set_screen(&kScreen), true);
+
 constexpr const char* kError =
     "FLNZ EXCEPTION HANDLER, 0 per line\ntext<\\bf\\red Error>\ntext<\\tt list: out of order>\n"
     "button<exit>\nbutton<abort>\nbutton<ignore>\npressed\n";
@@ -96,15 +105,4 @@ TEST(PanelTest, TextsAndEndings) {
 }
 
 }  // namespace
-
-namespace detail {
-
-bool screen_found() { return true; }
-std::unique_ptr<screen_window> open_on_screen(const screen_content& content,
-                                              std::optional<screen_position> at) {
-  return std::make_unique<written_panel>(content, at);
-}
-void clear_screen() {}
-
-}  // namespace detail
 }  // namespace planloc

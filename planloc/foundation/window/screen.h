@@ -1,5 +1,5 @@
-// The screen that windows are shown on, as the window classes see it. Which one stands behind is
-// chosen when planloc is built: fltk_screen.cpp, or no_screen.cpp without any windowing library.
+// The screen that windows are shown on, as the window classes see it. There is none unless the
+// program links the library planloc_window as well (fltk_screen.cpp), which then provides it.
 // Programs use window.h.
 #ifndef PLANLOC_FOUNDATION_WINDOW_SCREEN_H_
 #define PLANLOC_FOUNDATION_WINDOW_SCREEN_H_
@@ -58,6 +58,17 @@ class screen_window {
   // by other means than its buttons is to press its first button, or one of value 0 if it has none.
   virtual mouse_press wait() = 0;
 };
+
+// What provides the screen. `open` is called only after `found` was true.
+struct screen_provider {
+  bool (*found)();
+  std::unique_ptr<screen_window> (*open)(const screen_content& content,
+                                         std::optional<screen_position> at);
+  void (*clear)();
+};
+
+// Before the first window is shown. `provider` must live as long as the process.
+void set_screen(const screen_provider* provider);
 
 // Whether there is a screen. Found out by the first call: DISPLAY is set and the connection opens.
 bool screen_found();

@@ -8,8 +8,22 @@
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
+#include <string_view>
 
 namespace {
+
+constexpr const char* kUsage = "usage: make_parameters locations gauges order-weight...\n";
+constexpr const char* kHelp =
+    "usage: make_parameters locations gauges order-weight...\n"
+    "\n"
+    "Writes the parameter file (-p) of a cellwalk run to the standard output.\n"
+    "\n"
+    "  locations      the location file of the run (-l)\n"
+    "  gauges         its gauge file (-g)\n"
+    "  order-weight   one number for each location: 1 1 ... 1 is the median, 0 ... 0 1 the centre\n"
+    "\n"
+    "  --help         this page\n"
+    "  --version      the version\n";
 
 bool is_number(const char* text) {
   char* end;
@@ -20,8 +34,13 @@ bool is_number(const char* text) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  const std::string_view first = argc > 1 ? argv[1] : "";
+  if (first == "--help" || first == "--version") {
+    std::cout << (first == "--help" ? kHelp : "make_parameters " PLANLOC_VERSION "\n");
+    return 0;
+  }
   if (argc < 3) {
-    std::cerr << "usage: make_parameters locations gauges order-weight...\n";
+    std::cerr << kUsage;
     return 1;
   }
   std::ifstream location_file(argv[1]);
