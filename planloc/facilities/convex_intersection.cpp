@@ -12,7 +12,6 @@
 namespace planloc {
 namespace {
 
-using detail::behind;
 using detail::closed_chain;
 using detail::xy;
 
@@ -88,15 +87,14 @@ void convex_clipper::sides::compute(closed_chain corners, closed_chain other) {
   side.resize(corners.size());
   certain.resize(corners.size() * other.size());
   all_in = true;
-  signed char* sign = certain.data();
+  int* sign = certain.data();
   for (std::size_t i = 0; i < corners.size(); ++i) {
     side_counter counter(corners[i]);
     for (std::size_t j = 0; j < other.size(); ++j) {
       const xy& a = other[j];
       const xy& b = other[behind(other, j)];
       counter.pass(a, b, plain_cross(a, b, corners[i]));
-      *sign++ = static_cast<signed char>(
-          certain_cross_sign(rounded_difference(a, b), rounded_difference(a, corners[i])));
+      *sign++ = certain_cross_sign(rounded_difference(a, b), rounded_difference(a, corners[i]));
     }
     side[i] = counter.side();
     all_in = all_in && side[i] >= 0;

@@ -58,7 +58,7 @@ class convex_clipper {
                     std::size_t edge) const;
 
     std::vector<int> side;
-    std::vector<signed char> certain;
+    std::vector<int> certain;
     bool all_in = false;
   };
 
