@@ -1,5 +1,5 @@
-// The efficient set of two criteria by its plain steps: distances by `polygauge`, edges by their
-// position in lists made anew for each look. What the solver does faster must come out the same.
+// The efficient set of two criteria by its plain steps: on a graph, with edges by their position in
+// lists made anew for each look. What the solver does faster must come out the same.
 #ifndef PLANLOC_TESTS_FACILITIES_PLAIN_BICRITERIA_H_
 #define PLANLOC_TESTS_FACILITIES_PLAIN_BICRITERIA_H_
 
@@ -20,35 +20,12 @@ class plain_bicriteria {
   plain_bicriteria(const facilities& F, const list<polygauge>& gauges, const list<int>& gauge_of)
       : F_(F), gauges_(gauges), gauge_of_(gauge_of) {}
 
-  double value(const point& x, int q) const {
-    double sum = 0.0;
-    for (int i = 0; i < F_.size(); ++i) {
-      sum += gauge(i).distance(F_.location(i).to_point(), x) * F_.location(i).weight(q);
-    }
-    return sum;
-  }
-
-  vector gradient(const point& x, int q) const {
-    vector g(0.0, 0.0);
-    for (int i = 0; i < F_.size(); ++i) {
-      bool interior = false;
-      const int cone = gauge(i).cone_of(F_.location(i).to_point(), x, interior);
-      const list<point> ends = gauge(i).cone_vertices(point(0, 0), cone);
-      const point P = ends.head();
-      const point Q = ends.tail();
-      const double w = F_.location(i).weight(q);
-      const double D =
-          P.xcoord() * (Q.ycoord() - P.ycoord()) - P.ycoord() * (Q.xcoord() - P.xcoord());
-      g[0] += w * (Q.ycoord() - P.ycoord()) / D;
-      g[1] -= w * (Q.xcoord() - P.xcoord()) / D;
-    }
-    return g;
-  }
+  double value(const point& x, int q) const { return F_.gauge_value(gauges_, gauge_of_, x, q); }
 
   list<point> lexicographic(const point& x0, int q1, int q2, const map_graph& map) const {
     double b1 = value(x0, q1);
     double b2 = value(x0, q2);
-    const vector g = gradient(x0, q1);
+    const vector g = F_.gauge_gradient(gauges_, gauge_of_, x0, q1);
     list<point> R;
     for (node v = map.first_node(); v; v = map.succ_node(v)) {
       const point c = map[v];
@@ -134,10 +111,6 @@ class plain_bicriteria {
   }
 
  private:
-  const polygauge& gauge(int i) const {
-    return gauges_.contents(gauges_.get_item(gauge_of_.contents(gauge_of_.get_item(i))));
-  }
-
   const facilities& F_;
   const list<polygauge>& gauges_;
   const list<int>& gauge_of_;
@@ -152,8 +125,7 @@ inline std::optional<std::vector<location>> plain_bicriteria::walked(const list<
     result.push_back(location(2.0, 1.0, p.xcoord(), p.ycoord(), static_cast<double>(k)));
   };
   const auto normal = [&](const point& x, int q) {
-    const vector g = gradient(x, q);
-    return vector(-g[1], g[0]);
+    return F_.gauge_normal(gauges_, gauge_of_, x, q);
   };
   const auto class_of = [&](const point& B, const point& C, const point& A) {
     const point M((B.xcoord() + C.xcoord() + A.xcoord()) / 3,
