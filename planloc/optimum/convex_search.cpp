@@ -8,6 +8,7 @@
 #include "planloc/optimum/cut_model.h"
 #include "planloc/optimum/exact_place.h"
 #include "planloc/optimum/minimise.h"
+#include "planloc/optimum/optimal_face.h"
 #include "planloc/optimum/snap.h"
 
 namespace planloc {
@@ -58,35 +59,33 @@ class convex_search {
 
   solution run() {
     close_gap();
-    if (result_.status != solution_status::stopped) return finish();
-    if (problem_.polyhedral()) {
-      prove();
-    } else {
-      close_smooth();
-    }
-    return finish();
+    if (!ended_ && problem_.polyhedral()) prove();
+    if (result_.status != solution_status::optimal) close_in_doubles();
+    result_.counters.evaluations = evaluate_.count();
+    result_.counters.seconds = seconds();
+    return std::move(result_);
   }
 
  private:
   // ----- In doubles -----
 
   void close_gap();
-  bool must_end();
+  double seconds() const;
+  double asked_gap() const;
+  bool must_end(double gap);
   void take(const evaluation& e);
 
   // ----- Gauges that are not polyhedral -----
 
   void try_site();
   void polish(const std::vector<cut_model::support>& supports);
-  void close_smooth();
+  void close_in_doubles();
 
   // ----- Exactly -----
 
   void prove();
   bool prove_at(const exact_xy& at);
   affine_piece to_piece(const optimality::supporting_piece& s) const;
-
-  solution finish();
 
   const problem& problem_;
   const minimise_options& options_;
@@ -95,6 +94,7 @@ class convex_search {
   evaluation best_;
   double extent_;
   bool site_tried_ = false;
+  bool ended_ = false;  // by a limit, or where the gap is small enough for the caller
   cut_model model_;
   std::optional<detail::exact_edges> edges_;
   std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
@@ -108,6 +108,24 @@ void convex_search::take(const evaluation& e) {
   model_.recentre(e.at);
 }
 
+double convex_search::seconds() const {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+}
+
+double convex_search::asked_gap() const {
+  return std::max(options_.absolute_gap, options_.relative_gap * best_.value);
+}
+
+bool convex_search::must_end(double gap) {
+  if (options_.progress) options_.progress({best_.value, best_.value - gap, 0});
+  // What intervals prove is a little less than the bound in doubles.
+  const double asked = asked_gap();
+  // What intervals prove is a little less than the bound in doubles.
+  const bool close_enough = asked > 0 && gap + 2 * kProofMargin * best_.value <= asked;
+  ended_ = close_enough || options_.stop.stop_requested() || seconds() > options_.seconds;
+  return ended_;
+}
+
 void convex_search::close_gap() {
   xy last{NAN, NAN};
   double last_value = best_.value;
@@ -115,6 +133,7 @@ void convex_search::close_gap() {
   for (int round = 0; round < kMostRounds && idle < kMostIdle; ++round) {
     model_.solve();
     const double gap = best_.value - model_.bound();
+    if (must_end(gap)) return;
     if (gap <= kRoundingGap * best_.value) {
       if (!model_.near_border(best_.at)) return;
       model_.widen(8);
@@ -169,7 +188,7 @@ void convex_search::polish(const std::vector<cut_model::support>& supports) {
   if (e.value <= best_.value * (1 + kRoundingGap) && steepness(e) < steepness(best_)) best_ = e;
 }
 
-void convex_search::close_smooth() {
+void convex_search::close_in_doubles() {
   const auto supports = model_.supports();
   polish(supports);
   convex_certificate c;
@@ -185,7 +204,12 @@ void convex_search::close_smooth() {
   const exact_xy at{mpq_class(table_.base.x) + best_.at.x, mpq_class(table_.base.y) + best_.at.y};
   result_.point = to_nearest(at);
   if (to_exact(result_.point) != at) result_.exact = to_text(at);
-  if (result_.gap() <= kSmoothGap * best_.value) result_.status = solution_status::optimal;
+  const double gap = result_.gap();
+  if (!problem_.polyhedral() && gap <= kSmoothGap * best_.value) {
+    result_.status = solution_status::optimal;
+  } else if (gap <= asked_gap()) {
+    result_.status = solution_status::within_gap;
+  }
 }
 
 bool convex_search::prove_at(const exact_xy& at) {
@@ -211,7 +235,14 @@ bool convex_search::prove_at(const exact_xy& at) {
   result_.point = rounded;
   if (to_exact(rounded) != at) result_.exact = to_text(at);
   result_.value = result_.lower_bound = place.value();
-  if (o.support.size() == 3) result_.optima.corners = {rounded};
+  if (problem_.runs().front().weight == 0 && problem_.runs().size() == 1) {
+    result_.optima.whole_plane = true;
+  } else if (options_.whole_set) {
+    for (const exact_xy& corner :
+         optimal_corners(problem_, table_, evaluate_, *edges_, place, o, extent_)) {
+      result_.optima.corners.push_back(to_nearest(corner));
+    }
+  }
   return true;
 }
 
@@ -223,6 +254,7 @@ void convex_search::prove() {
         return;
     }
     close_gap();
+    if (ended_) return;
   }
 }
 
@@ -237,18 +269,6 @@ affine_piece convex_search::to_piece(const optimality::supporting_piece& s) cons
   for (std::size_t slot = 0; slot < table_.size(); ++slot)
     piece.rank[table_.site[slot]] = s.choice.rank[slot];
   return piece;
-}
-
-solution convex_search::finish() {
-  if (result_.status == solution_status::stopped && problem_.polyhedral()) {
-    result_.point = {table_.base.x + best_.at.x, table_.base.y + best_.at.y};
-    result_.value = best_.value;
-    result_.lower_bound = model_.bound();
-  }
-  result_.counters.evaluations = evaluate_.count();
-  result_.counters.seconds =
-      std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
-  return std::move(result_);
 }
 
 }  // namespace

@@ -190,17 +190,6 @@ double exact_place::value() const {
   return static_cast<double>(sum);
 }
 
-std::vector<exact_xy> exact_place::break_directions() const {
-  std::vector<exact_xy> result;
-  for (const tied_slot& t : tied_slots_) {
-    const gauge_block& b = table_.blocks[table_.block_of[t.slot]];
-    for (std::uint32_t k = t.edges == b.edges ? 0 : 1; k < t.edges; ++k) {
-      result.push_back(to_exact(table_.edges[b.first_edge + (t.first_edge + k) % b.edges].from));
-    }
-  }
-  return result;
-}
-
 piece_choice exact_place::choose(const exact_xy& u) const {
   piece_choice c{edge_, {}};
   for (const tied_slot& t : tied_slots_) {
@@ -389,30 +378,33 @@ origin_test locate_origin(const std::vector<exact_xy>& s) {
 }  // namespace
 
 optimality test_optimality(const exact_place& place, const std::vector<xy>& first) {
-  std::vector<piece_choice> choices;
+  std::vector<exact_xy> directions;
   for (const xy& u : first) {
-    if (u.x != 0 || u.y != 0) choices.push_back(place.choose(to_exact(u)));
+    if (u.x != 0 || u.y != 0) directions.push_back(to_exact(u));
   }
+  if (directions.empty()) directions.push_back({1, 0});
+  std::vector<piece_choice> choices;
+  for (const exact_xy& u : directions) choices.push_back(place.choose(u));
+  optimality result;
   if (choices.size() == 3) {
     std::array<double, 3> share{};
     if (surely_around_origin(
             {place.slope_in_doubles(choices[0]), place.slope_in_doubles(choices[1]),
              place.slope_in_doubles(choices[2])},
             share)) {
-      optimality result;
-      for (std::size_t k = 0; k < 3; ++k)
-        result.support.push_back({share[k], std::move(choices[k])});
+      for (std::size_t k = 0; k < 3; ++k) {
+        result.support.push_back({share[k], std::move(choices[k]), directions[k]});
+      }
       return result;
     }
   }
-  if (choices.empty()) choices.push_back(place.choose({1, 0}));
   std::vector<exact_xy> slopes;
   for (const piece_choice& c : choices) slopes.push_back(place.slope(c));
   for (;;) {
     const origin_test t = locate_origin(slopes);
-    optimality result;
-    for (const auto& [k, share] : t.support)
-      result.support.push_back({share, std::move(choices[k])});
+    for (const auto& [k, share] : t.support) {
+      result.support.push_back({share, std::move(choices[k]), directions[k]});
+    }
     if (!result.support.empty()) return result;
     piece_choice next = place.choose(t.separating);
     exact_xy slope = place.slope(next);
@@ -422,6 +414,7 @@ optimality test_optimality(const exact_place& place, const std::vector<xy>& firs
     }
     choices.push_back(std::move(next));
     slopes.push_back(std::move(slope));
+    directions.push_back(t.separating);
   }
 }
 

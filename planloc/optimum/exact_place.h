@@ -64,12 +64,10 @@ class exact_place {
   // f without loss.
   mpq_class exact_value() const;
 
-  // Lines through the place on which a distance or the order of two distances changes, as
-  // directions.
-  std::vector<exact_xy> break_directions() const;
-
   // The pieces in force just beside the place in the direction u, u != 0.
   piece_choice choose(const exact_xy& u) const;
+  // How fast f rises in the direction u.
+  mpq_class rise(const exact_xy& u) const { return dot(slope(choose(u)), u); }
   // The slope of f there, and the same in doubles with a bound of its error in each coordinate.
   exact_xy slope(const piece_choice& c) const;
   struct rounded_slope {
@@ -114,6 +112,7 @@ struct optimality {
   struct supporting_piece {
     double multiplier;
     piece_choice choice;
+    exact_xy direction;  // that it was chosen for
   };
   std::vector<supporting_piece> support;  // 1 to 3 with positive multipliers, affinely independent
   exact_xy descent;                       // if `support` is empty

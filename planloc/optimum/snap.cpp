@@ -127,6 +127,13 @@ class line_collector {
   std::vector<break_line> lines_;
 };
 
+// Where a . x == a_right and b . x == b_right. REQUIRES: not parallel.
+exact_xy crossing(const exact_xy& a, const mpq_class& a_right, const exact_xy& b,
+                  const mpq_class& b_right) {
+  const mpq_class area = cross(a, b);
+  return {(a_right * b.y - b_right * a.y) / area, (a.x * b_right - b.x * a_right) / area};
+}
+
 }  // namespace
 
 exact_xy snap(const problem& p, const distance_table& table, exact_edges& edges, const xy& near,
@@ -152,10 +159,27 @@ exact_xy snap(const problem& p, const distance_table& table, exact_edges& edges,
     const mpq_class step = (first.right - dot(a, exact_near)) / dot(a, a);
     return {exact_near.x + step * a.x, exact_near.y + step * a.y};
   }
-  const exact_xy& b = second->normal;
-  const mpq_class area = cross(a, b);
-  return {(first.right * b.y - second->right * a.y) / area,
-          (a.x * second->right - b.x * first.right) / area};
+  return crossing(a, first.right, second->normal, second->right);
+}
+
+std::vector<exact_xy> snap_along(const problem& p, const distance_table& table, exact_edges& edges,
+                                 const exact_xy& from, const exact_xy& direction, const xy& near,
+                                 double reach) {
+  std::vector<break_line> lines = line_collector(p, table, edges, near, reach).collect();
+  std::sort(lines.begin(), lines.end(),
+            [](const break_line& a, const break_line& b) { return a.distance < b.distance; });
+  const exact_xy normal{-direction.y, direction.x};
+  const xy rounded = to_nearest(direction);
+  std::vector<exact_xy> result;
+  for (const break_line& l : lines) {
+    const double sine = std::fabs(l.unit.x * rounded.x + l.unit.y * rounded.y) / length(rounded);
+    if (sine < kLeastSine) continue;
+    exact_xy at = crossing(normal, dot(normal, from), l.normal, l.right);
+    if (std::find(result.begin(), result.end(), at) == result.end())
+      result.push_back(std::move(at));
+    if (result.size() == kMostTied) break;
+  }
+  return result;
 }
 
 }  // namespace planloc::detail

@@ -2,6 +2,8 @@
 #ifndef PLANLOC_OPTIMUM_SNAP_H_
 #define PLANLOC_OPTIMUM_SNAP_H_
 
+#include <vector>
+
 #include "planloc/optimum/evaluate.h"
 #include "planloc/optimum/exact_place.h"
 
@@ -13,6 +15,12 @@ namespace planloc::detail {
 // `near` itself. REQUIRES: polyhedral gauges.
 exact_xy snap(const problem& p, const distance_table& table, exact_edges& edges, const xy& near,
               double reach);
+
+// The crossings of break lines within `reach` of `near` with the line through `from`, the nearest
+// first.
+std::vector<exact_xy> snap_along(const problem& p, const distance_table& table, exact_edges& edges,
+                                 const exact_xy& from, const exact_xy& direction, const xy& near,
+                                 double reach);
 
 }  // namespace planloc::detail
 

@@ -79,8 +79,9 @@ verification verify(const problem& p, const solution& s) {
   try {
     if (const auto* c = std::get_if<convex_certificate>(&s.proof)) {
       detail::check_pieces(p, *c);
-      return p.polyhedral() ? detail::verify_fractions(p, s, *c)
-                            : detail::verify_intervals(p, s, *c);
+      return p.polyhedral() && s.status == solution_status::optimal
+                 ? detail::verify_fractions(p, s, *c)
+                 : detail::verify_intervals(p, s, *c);
     }
     detail::refuse("no certificate");
   } catch (detail::refusal& r) {

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 #include <vector>
 
 #include "planloc/optimum/problem.h"
@@ -47,9 +48,15 @@ inline std::vector<test_line> break_lines(const problem& p) {
   return lines;
 }
 
-inline double least_value_of_arrangement(const problem& p) {
+struct arrangement_optima {
+  double value = std::numeric_limits<double>::infinity();
+  std::vector<xy> places;  // crossings with this value, up to `tie` of it
+};
+
+inline arrangement_optima optima_of_arrangement(const problem& p, double tie = 1e-11) {
   const std::vector<test_line> lines = break_lines(p);
-  double least = std::numeric_limits<double>::infinity();
+  arrangement_optima best;
+  std::vector<std::pair<double, xy>> near;
   for (std::size_t i = 0; i < lines.size(); ++i) {
     for (std::size_t k = 0; k < i; ++k) {
       const test_line& f = lines[i];
@@ -57,11 +64,21 @@ inline double least_value_of_arrangement(const problem& p) {
       const double area = f.a * g.b - f.b * g.a;
       const double sizes = (std::fabs(f.a) + std::fabs(f.b)) * (std::fabs(g.a) + std::fabs(g.b));
       if (!(std::fabs(area) > 1e-9 * sizes)) continue;
-      least = std::min(least,
-                       p.value({(f.c * g.b - f.b * g.c) / area, (f.a * g.c - f.c * g.a) / area}));
+      const xy at{(f.c * g.b - f.b * g.c) / area, (f.a * g.c - f.c * g.a) / area};
+      const double value = p.value(at);
+      if (value > best.value + tie * (1 + std::fabs(best.value))) continue;
+      best.value = std::min(best.value, value);
+      near.emplace_back(value, at);
     }
   }
-  return least;
+  for (const auto& [value, at] : near) {
+    if (value <= best.value + tie * (1 + std::fabs(best.value))) best.places.push_back(at);
+  }
+  return best;
+}
+
+inline double least_value_of_arrangement(const problem& p) {
+  return optima_of_arrangement(p).value;
 }
 
 }  // namespace planloc

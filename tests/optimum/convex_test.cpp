@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <stop_token>
 
 #include "arrangement.h"
 #include "instances.h"
@@ -47,6 +49,87 @@ TEST(Convex, EnumerationFindsNothingBetter) {
       EXPECT_NEAR(s.value, least, 1e-9 * (1 + least) + rounding);
     }
   }
+}
+
+// How far a place lies outside a convex set given by its corners counterclockwise.
+double outside(const std::vector<xy>& corners, const xy& at) {
+  double most = 0;
+  for (std::size_t k = 0; k < corners.size(); ++k) {
+    const xy& a = corners[k];
+    const xy& b = corners[(k + 1) % corners.size()];
+    const xy edge{b.x - a.x, b.y - a.y};
+    const double length = std::hypot(edge.x, edge.y);
+    const xy u{at.x - a.x, at.y - a.y};
+    most =
+        std::max(most, length == 0 ? std::hypot(u.x, u.y) : (u.x * edge.y - u.y * edge.x) / length);
+    if (corners.size() == 2) most = std::max(most, -(u.x * edge.x + u.y * edge.y) / length);
+  }
+  return most;
+}
+
+TEST(Convex, TheWholeSetOfOptima) {
+  instance_source source(6);
+  std::array<int, 3> seen{};
+  for (const layout l : {layout::scattered, layout::lattice, layout::line}) {
+    for (int trial = 0; trial < 200; ++trial) {
+      SCOPED_TRACE(testing::Message() << "layout " << static_cast<int>(l) << " trial " << trial);
+      const int n = 1 + source.below(4);
+      const auto gauges = source.gauges(l, 1 + source.below(2), 3 + source.below(3));
+      const problem p(source.sites(l, n, static_cast<int>(gauges.size())), gauges,
+                      source.convex_order(n));
+      const solution s = minimise(p);
+      const std::vector<xy>& corners = s.optima.corners;
+      ASSERT_FALSE(corners.empty());
+      ++seen[std::min<std::size_t>(corners.size(), 3) - 1];
+      const arrangement_optima all = optima_of_arrangement(p);
+      for (const xy& at : all.places) EXPECT_LE(outside(corners, at), 1e-7);
+      // And none of them is too far out: each is a place that the enumeration found.
+      for (const xy& c : corners) {
+        EXPECT_TRUE(std::any_of(all.places.begin(), all.places.end(), [&](const xy& at) {
+          return std::hypot(at.x - c.x, at.y - c.y) < 1e-7;
+        }));
+      }
+    }
+  }
+  for (const int count : seen) EXPECT_GT(count, 5);
+  // Four sites under l1: all of the square between the middle ones.
+  const problem square({{0, 0}, {1, 1}, {3, 2}, {4, 5}}, {gauge::l1()}, order_weights::median());
+  EXPECT_EQ(minimise(square).optima.corners.size(), 4);
+  // With order weights of 0 every place is an optimum.
+  const problem nothing({{0, 0}, {1, 1}}, {gauge::l1()}, order_weights({0, 0}));
+  EXPECT_TRUE(minimise(nothing).optima.whole_plane);
+  EXPECT_TRUE(verify(nothing, minimise(nothing)).accepted);
+}
+
+TEST(Convex, LimitsAreKept) {
+  instance_source source(7);
+  const problem p(source.sites(layout::scattered, 500, 3), source.gauges(layout::scattered, 3, 8),
+                  order_weights::k_centrum(100));
+  minimise_options options;
+  options.relative_gap = 1e-3;
+  std::size_t calls = 0;
+  double last = 0;
+  options.progress = [&](const search_progress& now) {
+    ++calls;
+    EXPECT_LE(now.lower_bound, now.value * (1 + 1e-12));
+    last = now.value;
+  };
+  const solution near = minimise(p, options);
+  EXPECT_EQ(near.status, solution_status::within_gap);
+  EXPECT_LE(near.gap(), 1e-3 * near.value);
+  EXPECT_GT(calls, 1);
+  EXPECT_EQ(last, near.value);
+  EXPECT_TRUE(verify(p, near).accepted) << verify(p, near).reason;
+  minimise_options none;
+  none.seconds = 0;
+  EXPECT_EQ(minimise(p, none).status, solution_status::stopped);
+  std::stop_source stop;
+  stop.request_stop();
+  minimise_options stopped;
+  stopped.stop = stop.get_token();
+  const solution early = minimise(p, stopped);
+  EXPECT_EQ(early.status, solution_status::stopped);
+  EXPECT_GE(early.value, minimise(p).value);
 }
 
 TEST(Convex, ManySites) {
