@@ -6,13 +6,12 @@
 #include <fstream>
 #include <iomanip>
 #include <limits>
+#include <map>
 #include <set>
+#include <sstream>
 #include <string_view>
 #include <utility>
 
-#include <ClpSimplex.hpp>
-
-#include "planloc/engine/clp_model.h"
 #include "planloc/engine/cplex_constants.h"
 
 namespace planloc::detail {
@@ -33,14 +32,20 @@ bool is_fit(const std::string& name) {
          first != 'e' && first != 'E';
 }
 
-// As they are if they are all fit and different; otherwise the letter and a number for all.
+// As they are where they are fit and no other had it before; otherwise the letter and a number, and
+// underscores where that is a name already.
 std::vector<std::string> names_of(const std::vector<std::string>& given, std::size_t count,
                                   char letter) {
-  const bool fit = given.size() == count && std::all_of(given.begin(), given.end(), is_fit) &&
-                   std::set<std::string>(given.begin(), given.end()).size() == count;
-  if (fit) return given;
-  std::vector<std::string> names;
-  for (std::size_t k = 1; k <= count; ++k) names.push_back(letter + std::to_string(k));
+  std::vector<std::string> names(count);
+  std::set<std::string> taken;
+  for (std::size_t k = 0; k < given.size(); ++k) {
+    if (is_fit(given[k]) && taken.insert(given[k]).second) names[k] = given[k];
+  }
+  for (std::size_t k = 0; k < count; ++k) {
+    if (!names[k].empty()) continue;
+    names[k] = letter + std::to_string(k + 1);
+    while (!taken.insert(names[k]).second) names[k] += '_';
+  }
   return names;
 }
 
@@ -249,34 +254,100 @@ int write_lp_file(const clp_problem& problem, const char* filename) {
 
 // ----- Basis files -----
 
+int write_basis_file(const clp_problem& problem, const char* filename) {
+  std::ofstream out = open_file(filename);
+  if (!out) return CPXERR_FAIL_OPEN_WRITE;
+  const Names names(problem);
+  out << "NAME ilc\n";
+  // Each basic column stands with a row whose slack is not basic.
+  std::size_t row = 0;
+  for (std::size_t j = 0; j < problem.columns.size(); ++j) {
+    if (problem.column_basis[j] == clp_basis_status::kAtUpper) {
+      out << " UL " << names.columns[j] << '\n';
+    }
+    if (problem.column_basis[j] != clp_basis_status::kBasic) continue;
+    while (row < problem.rows.size() && problem.row_basis[row] == clp_basis_status::kBasic) ++row;
+    if (row == problem.rows.size()) break;
+    const char* const kind = problem.rows[row].sense == 'L' ? " XU " : " XL ";
+    out << kind << names.columns[j] << ' ' << names.rows[row++] << '\n';
+  }
+  out << "ENDATA\n";
+  return close_file(out);
+}
+
 namespace {
 
-// The program in CLP, which knows the format, with the names of its files.
-void load_named(const clp_problem& problem, SilentHandler& silent, ClpSimplex& model) {
-  model.passInMessageHandler(&silent);
-  load_clp_model(problem, cost_scale_of(problem), model);
-  const Names names(problem);
-  model.copyNames(names.rows, names.columns);
+std::map<std::string, std::size_t> places(const std::vector<std::string>& names) {
+  std::map<std::string, std::size_t> result;
+  for (std::size_t k = 0; k < names.size(); ++k) result[names[k]] = k;
+  return result;
 }
+
+// The statuses of a basis file, from those of a basis of all slacks.
+class BasisReader {
+ public:
+  explicit BasisReader(const clp_problem& problem)
+      : columns_(problem.columns.size(), clp_basis_status::kAtLower),
+        rows_(problem.rows.size(), clp_basis_status::kBasic),
+        names_(problem),
+        column_(places(names_.columns)),
+        row_(places(names_.rows)) {
+    for (std::size_t j = 0; j < columns_.size(); ++j) {
+      const clp_column& column = problem.columns[j];
+      if (is_infinite_below(column.lower) && is_infinite_above(column.upper)) {
+        columns_[j] = clp_basis_status::kFree;
+      }
+    }
+  }
+
+  // Whether the line says something of the program's columns and rows.
+  bool read(const std::string& kind, const std::string& name, const std::string& row_name) {
+    const auto column = column_.find(name);
+    if (column == column_.end()) return false;
+    clp_basis_status& status = columns_[column->second];
+    if (kind == "UL" || kind == "LL") {
+      status = kind == "UL" ? clp_basis_status::kAtUpper : clp_basis_status::kAtLower;
+      return true;
+    }
+    const auto row = row_.find(row_name);
+    if ((kind != "XU" && kind != "XL") || row == row_.end()) return false;
+    status = clp_basis_status::kBasic;
+    rows_[row->second] = kind == "XU" ? clp_basis_status::kAtUpper : clp_basis_status::kAtLower;
+    return true;
+  }
+
+  void give(clp_problem& problem) {
+    problem.column_basis = std::move(columns_);
+    problem.row_basis = std::move(rows_);
+    problem.has_basis = true;
+  }
+
+ private:
+  std::vector<clp_basis_status> columns_;
+  std::vector<clp_basis_status> rows_;
+  Names names_;
+  std::map<std::string, std::size_t> column_;
+  std::map<std::string, std::size_t> row_;
+};
 
 }  // namespace
 
-int write_basis_file(const clp_problem& problem, const char* filename) {
-  SilentHandler silent;
-  ClpSimplex model;
-  load_named(problem, silent, model);
-  load_clp_basis(problem, model);
-  return model.writeBasis(filename) == 0 ? 0 : CPXERR_FAIL_OPEN_WRITE;
-}
-
 int read_basis_file(const char* filename, clp_problem& problem) {
-  if (!std::ifstream(filename)) return CPXERR_FAIL_OPEN_READ;
-  SilentHandler silent;
-  ClpSimplex model;
-  load_named(problem, silent, model);
-  if (model.readBasis(filename) < 0) return CPXERR_BAD_BASIS_FILE;
-  store_clp_basis(model, problem);
-  return 0;
+  std::ifstream in(filename);
+  if (!in) return CPXERR_FAIL_OPEN_READ;
+  BasisReader reader(problem);
+  for (std::string line; std::getline(in, line);) {
+    std::istringstream words(line);
+    std::string kind, name, row_name;
+    words >> kind >> name >> row_name;
+    if (kind.empty() || kind[0] == '*' || kind == "NAME") continue;
+    if (kind == "ENDATA") {
+      reader.give(problem);
+      return 0;
+    }
+    if (!reader.read(kind, name, row_name)) return CPXERR_BAD_BASIS_FILE;
+  }
+  return CPXERR_BAD_BASIS_FILE;
 }
 
 }  // namespace planloc::detail

@@ -1,5 +1,6 @@
 // Programs and bases as files. All return a code of the library. Columns and rows without a name,
-// or with one that a file cannot hold, are called x1, x2, ... and c1, c2, ....
+// with one that a file cannot hold or that another has, are called x1, x2, ... and c1, c2, ... by
+// their places.
 #ifndef PLANLOC_ENGINE_CLP_FILES_H_
 #define PLANLOC_ENGINE_CLP_FILES_H_
 

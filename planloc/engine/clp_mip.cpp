@@ -49,8 +49,8 @@ struct Found {
 // Tells the monitor of nodes and solutions.
 class NodeWatch final : public CbcEventHandler {
  public:
-  NodeWatch(const clp_monitor& monitor, clp_progress& progress, double cost_scale)
-      : monitor_(&monitor), progress_(&progress), cost_scale_(cost_scale) {}
+  NodeWatch(const clp_monitor& monitor, clp_progress& progress, double cost_scale, bool& stopped)
+      : monitor_(&monitor), progress_(&progress), cost_scale_(cost_scale), stopped_(&stopped) {}
 
   CbcAction event(CbcEvent which) override {
     if (which != node && which != treeStatus && which != solution && which != heuristicSolution) {
@@ -65,7 +65,9 @@ class NodeWatch final : public CbcEventHandler {
     progress.best_integer = model.getObjValue() * cost_scale_;
     progress.best_remaining = model.getBestPossibleObjValue() * cost_scale_;
     progress.cutoff = model.getCutoff() * cost_scale_;
-    return *monitor_ && (*monitor_)(progress) ? stop : noAction;
+    // CBC may go on after a solution, so that it is told to stop again at the next node.
+    if (!*stopped_) *stopped_ = *monitor_ && (*monitor_)(progress);
+    return *stopped_ ? stop : noAction;
   }
 
   CbcEventHandler* clone() const override { return new NodeWatch(*this); }
@@ -74,6 +76,7 @@ class NodeWatch final : public CbcEventHandler {
   const clp_monitor* monitor_;
   clp_progress* progress_;
   double cost_scale_;
+  bool* stopped_;
 };
 
 class Search {
@@ -115,6 +118,7 @@ class Search {
   const clp_settings& settings_;
   const clp_monitor& monitor_;
   clp_progress progress_;
+  bool stopped_ = false;  // by the monitor
   SilentHandler silent_;
   double start_;
   double scale_;
@@ -364,7 +368,7 @@ Found Search::search(const clp_problem& program, const clp_settings& settings) {
   add_cuts(model);
   CbcRounding rounding(model);
   if (settings.heuristic_frequency >= 0) model.addHeuristic(&rounding, "Rounding");
-  NodeWatch watch(monitor_, progress_, scale_);
+  NodeWatch watch(monitor_, progress_, scale_, stopped_);
   model.passInEventHandler(&watch);
   model.initialSolve();
   model.branchAndBound();
@@ -386,11 +390,11 @@ Found Search::search(const clp_problem& program, const clp_settings& settings) {
 
 int Search::status_of(const Found& found) const {
   const bool feasible = problem_.has_mip_solution;
+  if (stopped_) return feasible ? CPXMIP_ABORT_FEAS : CPXMIP_ABORT_INFEAS;
   if (found.status == 0) {
     if (!feasible) return CPXMIP_INFEASIBLE;
     return found.reason == 2 ? CPXMIP_OPTIMAL_TOL : CPXMIP_OPTIMAL;
   }
-  if (found.status == 5) return feasible ? CPXMIP_ABORT_FEAS : CPXMIP_ABORT_INFEAS;
   switch (found.reason) {
     case 2:
       return feasible ? CPXMIP_OPTIMAL_TOL : CPXMIP_FAIL_INFEAS;
@@ -398,8 +402,6 @@ int Search::status_of(const Found& found) const {
       return feasible ? CPXMIP_NODE_LIM_FEAS : CPXMIP_NODE_LIM_INFEAS;
     case 4:
       return feasible ? CPXMIP_TIME_LIM_FEAS : CPXMIP_TIME_LIM_INFEAS;
-    case 5:
-      return feasible ? CPXMIP_ABORT_FEAS : CPXMIP_ABORT_INFEAS;
     case 6:
       return CPXMIP_SOL_LIM;
     default:
@@ -429,7 +431,7 @@ int Search::solve_unbounded() {
   if (problem_.sets.empty()) {
     for (clp_column& column : program.columns) column.objective = 0.0;
     const Found found = search(program, settings_left());
-    if (!found.x.empty()) return CPXMIP_UNBOUNDED;
+    if (!found.x.empty() && !stopped_) return CPXMIP_UNBOUNDED;
     return status_of(found);
   }
   for (clp_column& column : program.columns) {

@@ -2,6 +2,8 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <numeric>
+#include <vector>
 
 #include <ClpCholeskyBase.hpp>
 #include <ClpEventHandler.hpp>
@@ -35,6 +37,11 @@ constexpr int kPresolvePasses = 5;
 // Final tolerance, so that a basis is not left which the program's own tolerances only just allow.
 constexpr double kPolishTolerance = 1e-9;
 
+// Programs with an optimum take some dozens; without one CLP's barrier may not end.
+constexpr int kBarrierIterations = 200;
+// Relative to the greatest cost.
+constexpr double kElasticPrice = 1e3;
+
 // Tells the monitor of every iteration; CLP works on copies of it. `interior` is the model of a
 // barrier run, null for a simplex.
 class Watch final : public ClpEventHandler {
@@ -48,7 +55,8 @@ class Watch final : public ClpEventHandler {
         interior_(interior) {}
 
   int event(Event which) override {
-    if (which == endOfIteration && !*stopped_) {
+    if (interior_ && !is_sound()) return which;
+    if (which == endOfIteration && *monitor_ && !*stopped_) {
       if (interior_) {
         note(interior_->primalObjective(), interior_->dualObjective(), *interior_);
       } else if (model_) {
@@ -71,11 +79,24 @@ class Watch final : public ClpEventHandler {
     progress_->dual_infeasibility = model.sumDualInfeasibilities();
   }
 
+  // CLP's barrier ends the process when numbers run away or vanish, as they do where there is no
+  // optimum. It is left before that: the simplex goes on from any point.
+  bool is_sound() {
+    constexpr double kLargest = 1e15;
+    const double gap = interior_->complementarityGap();
+    if (first_gap_ < 0.0) first_gap_ = gap;
+    const double primal = std::fabs(interior_->primalObjective());
+    const double dual = std::fabs(interior_->dualObjective());
+    return gap > 1e-9 * (1.0 + primal) && gap < 1e3 * (1.0 + first_gap_) && gap < kLargest &&
+           primal < kLargest && dual < kLargest;
+  }
+
   const clp_monitor* monitor_;
   clp_progress* progress_;
   double cost_scale_;
   bool* stopped_;
   const ClpInterior* interior_;
+  double first_gap_ = -1.0;
 };
 
 // One solve: CLP's model of the program and the bookkeeping of limits over its runs.
@@ -155,10 +176,10 @@ bool Solver::limits_left(ClpModel& model) {
 // Gives the model a handler of its own.
 template <typename Model>
 void Solver::watch(Model& model, const ClpInterior* interior) {
-  if (monitor_ && !polishing_) {
+  if (interior || (monitor_ && !polishing_)) {
     const Watch handler(monitor_, progress_, cost_scale_, stopped_by_callback_, interior);
     model.passInEventHandler(&handler);
-  } else if (monitor_ || interior) {
+  } else if (monitor_) {
     const ClpEventHandler none;
     model.passInEventHandler(&none);
   }
@@ -183,6 +204,35 @@ Verdict Solver::verdict_of(const ClpModel& model) {
   }
 }
 
+// Moves nonbasic columns and slacks that are off their bounds there, free ones to zero; whether
+// there was one.
+bool place_superbasics(ClpSimplex& model) {
+  bool moved = false;
+  const auto place = [&](ClpSimplex::Status status, double lower, double upper, double& value) {
+    if (status != ClpSimplex::superBasic && (status != ClpSimplex::isFree || value == 0.0)) {
+      return status;
+    }
+    moved = true;
+    const bool below = lower > -kClpInfinite;
+    if (!below && upper == kClpInfinite) {
+      value = 0.0;
+      return ClpSimplex::isFree;
+    }
+    const bool to_lower = below && (upper == kClpInfinite || value - lower <= upper - value);
+    value = to_lower ? lower : upper;
+    return to_lower ? ClpSimplex::atLowerBound : ClpSimplex::atUpperBound;
+  };
+  for (int j = 0; j < model.numberColumns(); ++j) {
+    model.setColumnStatus(j, place(model.getColumnStatus(j), model.columnLower()[j],
+                                   model.columnUpper()[j], model.primalColumnSolution()[j]));
+  }
+  for (int i = 0; i < model.numberRows(); ++i) {
+    model.setRowStatus(i, place(model.getRowStatus(i), model.rowLower()[i], model.rowUpper()[i],
+                                model.primalRowSolution()[i]));
+  }
+  return moved;
+}
+
 Verdict Solver::run(ClpSimplex& model, Run kind, int start_finish) {
   if (stopped_by_callback_ || !limits_left(model)) return Verdict::kStopped;
   watch(model);
@@ -199,25 +249,60 @@ Verdict Solver::run(ClpSimplex& model, Run kind, int start_finish) {
     model.primal(values_pass ? 1 : 0, start_finish);
   }
   iterations_ += model.numberIterations();
-  return verdict_of(model);
+  const Verdict verdict = verdict_of(model);
+  // What the values pass left between its bounds is moved, and the simplex goes on from there.
+  const bool moved = values_pass && verdict != Verdict::kStopped && place_superbasics(model);
+  return moved ? run(model, Run::kPrimal) : verdict;
+}
+
+// Makes every row hold at a price, so that there is an interior: CLP's barrier ends the process on
+// many programs without one.
+void add_elastic_columns(ClpSimplex& model) {
+  double price = 1.0;
+  for (int j = 0; j < model.numberColumns(); ++j) {
+    price = std::max(price, std::fabs(model.objective()[j]));
+  }
+  price *= kElasticPrice;
+  std::vector<int> rows;
+  std::vector<double> signs;
+  for (int i = 0; i < model.numberRows(); ++i) {
+    for (const double sign : {1.0, -1.0}) {
+      const bool needed =
+          sign > 0.0 ? model.rowLower()[i] > -kClpInfinite : model.rowUpper()[i] < kClpInfinite;
+      if (!needed) continue;
+      rows.push_back(i);
+      signs.push_back(sign);
+    }
+  }
+  const std::vector<double> zeros(rows.size(), 0.0);
+  const std::vector<double> open(rows.size(), kClpInfinite);
+  const std::vector<double> prices(rows.size(), price);
+  std::vector<CoinBigIndex> starts(rows.size() + 1);
+  std::iota(starts.begin(), starts.end(), 0);
+  model.addColumns(static_cast<int>(rows.size()), zeros.data(), open.data(), prices.data(),
+                   starts.data(), rows.data(), signs.data());
 }
 
 // Takes the model to an interior point, from which a primal simplex with a values pass goes on to a
 // vertex. An interior point that is not optimal is a start as well. False if it was stopped.
 bool Solver::run_barrier(ClpSimplex& model) {
   progress_.where = CPX_CALLBACK_BARRIER;
+  ClpSimplex elastic(model);
+  elastic.passInMessageHandler(&silent_);
+  add_elastic_columns(elastic);
   ClpInterior interior;
-  interior.borrowModel(model);
+  interior.borrowModel(elastic);
   interior.setCholesky(new ClpCholeskyBase);  // which the model owns
-  interior.setMaximumBarrierIterations(settings_.barrier_iteration_limit);
+  interior.setMaximumBarrierIterations(
+      std::min(settings_.barrier_iteration_limit, kBarrierIterations));
   watch(interior, &interior);
   interior.primalDual();
   problem_.barrier_iterations += interior.numberIterations();
-  interior.returnModel(model);
-  const ClpEventHandler none;  // the one that came back knows the interior model
-  model.passInEventHandler(&none);
-  watch(model);
-  model.allSlackBasis(false);
+  interior.returnModel(elastic);
+  model.allSlackBasis(true);
+  const double* const x = elastic.primalColumnSolution();
+  std::copy_n(x, model.numberColumns(), model.primalColumnSolution());
+  model.times(1.0, model.primalColumnSolution(), model.primalRowSolution());
   if (problem_.barrier_iterations >= settings_.barrier_iteration_limit) {
     stop_ = Stop::kIterations;
     return false;

@@ -62,7 +62,7 @@ class Program {
 
   int solve(bool dual) {
     dual ? library.CPXdualopt(env, lp) : library.CPXprimopt(env, lp);
-    return library.CPXgetstat(env, lp);
+    return status();
   }
   int iterations() { return library.CPXgetitcnt(env, lp); }
   double value() {
@@ -70,15 +70,29 @@ class Program {
     library.CPXgetobjval(env, lp, &value);
     return value;
   }
-  std::vector<double> x() {
-    std::vector<double> x(static_cast<std::size_t>(library.CPXgetnumcols(env, lp)));
-    library.CPXgetx(env, lp, x.data(), 0, static_cast<int>(x.size()) - 1);
-    return x;
+  int status() { return library.CPXgetstat(env, lp); }
+  std::vector<double> x() { return read(&ClpLibrary::CPXgetx, library.CPXgetnumcols(env, lp)); }
+  std::vector<double> reduced_costs() {
+    return read(&ClpLibrary::CPXgetdj, library.CPXgetnumcols(env, lp));
+  }
+  std::vector<double> duals() {
+    return read(&ClpLibrary::CPXgetpi, library.CPXgetnumrows(env, lp));
+  }
+  std::vector<double> slacks() {
+    return read(&ClpLibrary::CPXgetslack, library.CPXgetnumrows(env, lp));
   }
 
   ClpLibrary library;
   CPXENVptr env;
   CPXLPptr lp;
+
+ private:
+  using Read = int (ClpLibrary::*)(CPXENVptr, CPXLPptr, double*, int, int);
+  std::vector<double> read(Read entries, int size) {
+    std::vector<double> values(static_cast<std::size_t>(size));
+    if ((library.*entries)(env, lp, values.data(), 0, size - 1) != 0) values.clear();
+    return values;
+  }
 };
 
 }  // namespace planloc

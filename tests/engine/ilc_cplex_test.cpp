@@ -166,6 +166,7 @@ TEST_F(IlcCplexTest, LibraryCodesAreReportedUnderTheOperationsName) {
   const char upper = 'U';
   double bounds[2];
   int i = 0;
+  std::vector<int> columns, rows;
   const std::tuple<std::string, std::string, Use> cases[] = {
       {"newcols", "newCols", [this](IlcCplex& c) { c.newCols(1, &kOne, &kOne, "C", names); }},
       {"addrows", "newRow", [](IlcCplex& c) { c.newRow(1, &kColumn, &kOne, 'L', 1); }},
@@ -196,6 +197,50 @@ TEST_F(IlcCplexTest, LibraryCodesAreReportedUnderTheOperationsName) {
        [&](IlcCplex& c) { c.getInfoIntParam(1030, &i, &i, &i); }},
       {"setdblparam", "setFloatParam", [](IlcCplex& c) { c.setFloatParam(1016, 1e-6); }},
       {"setstrparam", "setStringParam", [](IlcCplex& c) { c.setStringParam(1064, "."); }},
+      {"newcols", "newCol", [](IlcCplex& c) { c.newCol(0, 1, 'C', "a"); }},
+      {"delrows", "delRows", [](IlcCplex& c) { c.delRows(0, 0); }},
+      {"delcols", "delCols", [](IlcCplex& c) { c.delCols(0, 0); }},
+      {"chgrhs", "chgRhs", [](IlcCplex& c) { c.chgRhs(0, 1); }},
+      {"tightenbds", "setMin", [](IlcCplex& c) { c.setMin(0, 1); }},
+      {"tightenbds", "setMax", [](IlcCplex& c) { c.setMax(0, 1); }},
+      {"getlb", "getMin", [](IlcCplex& c) { c.getMin(0); }},
+      {"getub", "getMax", [](IlcCplex& c) { c.getMax(0); }},
+      {"baropt", "barrierOpt", [](IlcCplex& c) { c.barrierOpt(); }},
+      {"hybbaropt", "barrierPrimalOpt", [](IlcCplex& c) { c.barrierPrimalOpt(); }},
+      {"hybbaropt", "barrierDualOpt", [](IlcCplex& c) { c.barrierDualOpt(); }},
+      {"hybnetopt", "netPrimalOpt", [](IlcCplex& c) { c.netPrimalOpt(2); }},
+      {"hybnetopt", "netPrimalOpt", [](IlcCplex& c) { c.netDualOpt(2); }},
+      {"mipopt", "mipOpt", [](IlcCplex& c) { c.mipOpt(); }},
+      {"getmipobjval", "getMIPObjValue", [](IlcCplex& c) { c.getMIPObjValue(); }},
+      {"getbestobjval", "getBestObjValue", [](IlcCplex& c) { c.getBestObjValue(); }},
+      {"copyctype", "copyCtype", [](IlcCplex& c) { c.copyCtype("I"); }},
+      {"copysos", "setSOS",
+       [](IlcCplex& c) {
+         c.setSOS({{1, {0}, {1}}});
+       }},
+      {"copysos", "newSOS",
+       [](IlcCplex& c) {
+         c.newSOS({1, {0}, {1}});
+       }},
+      {"copyorder", "setPriOrder",
+       [](IlcCplex& c) { c.setPriOrder(0, nullptr, nullptr, nullptr); }},
+      {"copystart", "setStartingSolution", [](IlcCplex& c) { c.setStartingSolution(&kOne); }},
+      {"copybase", "setBasis", [](IlcCplex& c) { c.setBasis({0}, {1}); }},
+      {"copybase", "setBase", [](IlcCplex& c) { c.setBase(&kColumn, &kColumn); }},
+      {"getbase", "getBasis", [&](IlcCplex& c) { c.getBasis(columns, rows); }},
+      {"getbase", "getBase", [&](IlcCplex& c) { c.getBase(&i, &i); }},
+      {"mbasewrite", "writeBase", [](IlcCplex& c) { c.writeBase("/"); }},
+      {"readcopybase", "readBase", [](IlcCplex& c) { c.readBase("/"); }},
+      {"writeprob", "writeProblem", [](IlcCplex& c) { c.writeProblem("/", "LP"); }},
+      {"getdblparam", "getFloatParam", [](IlcCplex& c) { c.getFloatParam(1016); }},
+      {"infodblparam", "getInfoFloatParam",
+       [&](IlcCplex& c) { c.getInfoFloatParam(1016, bounds, bounds, bounds); }},
+      {"setdblparam", "setDblParam", [](IlcCplex& c) { c.setDblParam(1016, 1e-6); }},
+      {"getstrparam", "getStringParam", [](IlcCplex& c) { c.getStringParam(1064); }},
+      {"infostrparam", "getStringParamDefault", [](IlcCplex& c) { c.getStringParamDefault(1064); }},
+      {"setdefaults", "setParamsDefault", [](IlcCplex& c) { c.setParamsDefault(); }},
+      {"setlpcallbackfunc", "unsetLPCallback", [](IlcCplex& c) { c.unsetLPCallback(); }},
+      {"setmipcallbackfunc", "unsetMIPCallback", [](IlcCplex& c) { c.unsetMIPCallback(); }},
       {"freeprob", "~IlcCplex", [](IlcCplex& c) { c.close(); }},
       {"closeCPLEX", "~IlcCplex", [](IlcCplex& c) { c.close(); }},
   };
