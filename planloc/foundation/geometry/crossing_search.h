@@ -1,4 +1,4 @@
-// All pairs of chains that may meet, by recursive halving of boxes. Internal to crossings.
+// All crossings of chains, by boxes and strips. Internal to crossings.
 #ifndef PLANLOC_FOUNDATION_GEOMETRY_CROSSING_SEARCH_H_
 #define PLANLOC_FOUNDATION_GEOMETRY_CROSSING_SEARCH_H_
 
