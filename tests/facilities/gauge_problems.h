@@ -71,41 +71,54 @@ inline gauged_sites random_problem(std::mt19937& random, int number, int largest
   return P;
 }
 
-// The largest weighted distance to places x as rows a * x + b * y - c <= Z, relative to the first
-// site, so that far coordinates lose no digits.
+// The weighted distances to places x as rows a * x + b * y - c <= Z, relative to the first site, so
+// that far coordinates lose no digits.
 struct distance_row {
   double a, b, c;
+  int site;
   double at(double x, double y) const { return a * x + b * y - c; }
 };
 
 inline std::vector<distance_row> distance_rows(const gauged_sites& P) {
   std::vector<distance_row> rows;
   const location origin = P.sites.head();
+  int number = 0;
   P.for_each([&](const location& l, const polygauge& g) {
     for (const gauge_row& r : gauge_rows(l, g)) {
-      rows.push_back({r.a, r.b, r.a * (l[0] - origin[0]) + r.b * (l[1] - origin[1])});
+      rows.push_back({r.a, r.b, r.a * (l[0] - origin[0]) + r.b * (l[1] - origin[1]), number});
     }
+    ++number;
   });
   return rows;
 }
 
-// The least Z by a linear program; with a `bound`, the least u * x + v * y of places with Z at most
-// that, relative to the first site, and infinity if there is none.
+// The least value of the largest Z (or of their sum) by a linear program; with a `bound`, the least
+// u * x + v * y of places with that value at most, relative to the first site, and infinity if
+// there is none.
 inline double program_value(const gauged_sites& P, double u = 0.0, double v = 0.0,
-                            double bound = IlcInfinity) {
+                            double bound = IlcInfinity, bool of_sum = false) {
   IlcInitFloat();
   IlcManager m(1);
   IlcLinOpt lp(m, 0);
+  const int n = of_sum ? P.sites.size() : 1;
   IlcFloatVarArray X(m, 2, -IlcInfinity, IlcInfinity);
-  IlcFloatVarArray Z(m, 1, 0.0, bound);
-  lp.setObjMin(u * X[0] + v * X[1] + (bound == IlcInfinity ? 1.0 : 0.0) * Z[0]);
+  IlcFloatVarArray Z(m, n, 0.0, IlcInfinity);
+  IlcFloatVar total(m, 0.0, bound);
+  IlcFloatExp sum = Z[0];
+  for (int i = 1; i < n; ++i) sum = sum + Z[i];
+  lp.add(sum <= total);
+  lp.setObjMin(u * X[0] + v * X[1] + (bound == IlcInfinity ? 1.0 : 0.0) * total);
   for (const distance_row& row : distance_rows(P)) {
-    lp.add(row.a * X[0] + row.b * X[1] - row.c <= Z[0]);
+    lp.add(row.a * X[0] + row.b * X[1] - row.c <= Z[of_sum ? row.site : 0]);
   }
   const double value = lp.dualOpt() == 1 ? lp.getObjValue() : IlcInfinity;
   lp.end();
   m.end();
   return value;
+}
+inline double sum_program(const gauged_sites& P, double u = 0.0, double v = 0.0,
+                          double bound = IlcInfinity) {
+  return program_value(P, u, v, bound, /*of_sum=*/true);
 }
 
 }  // namespace planloc

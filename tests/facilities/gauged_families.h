@@ -6,8 +6,7 @@
 #include <random>
 
 #include "planloc/facilities/gauged_sites.h"
-#include "tests/facilities/site_families.h"
-#include "tests/model/gauge_samples.h"
+#include "tests/facilities/gauge_problems.h"
 
 namespace planloc {
 
@@ -21,10 +20,9 @@ inline facilities with_one_weight(const facilities& F) {
 // One to three gauges: of the two rectilinear norms and an uneven diamond, or any.
 inline list<polygauge> random_gauges(std::mt19937& random, bool whole) {
   list<polygauge> gauges;
-  BallSource source(static_cast<unsigned>(random()));
   for (unsigned i = 1 + static_cast<unsigned>(random() % 3); i > 0; --i) {
     if (!whole) {
-      gauges.append(polygauge(source.ball(3 + static_cast<int>(random() % 6))));
+      gauges.append(random_gauge(random, 3 + static_cast<int>(random() % 6)));
     } else if (const auto kind = random() % 3; kind == 2) {
       gauges.append(polygauge({point(2, 0), point(0, 1), point(-1, 0), point(0, -1)}));
     } else {
