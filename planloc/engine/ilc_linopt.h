@@ -164,6 +164,7 @@ class IlcLinOpt {
   // objective function was defined".
   int optimize();
   // For optimize(): 0 primal, 1 dual, 2 and 3 the same after a network, 4 and 5 after a barrier.
+  // Reports "IlcLinOpt::setFirstMethod: Bad method".
   void setFirstMethod(int method);
   // For a search, which does not run here: no effect. Reports "IlcLinOpt::setSearchMethod: Bad
   // method".

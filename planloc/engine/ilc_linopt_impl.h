@@ -68,7 +68,7 @@ class IlcLinOptI final : public IlcLinearSolverI {
   int solveNetworkByParam(NetworkSolve solve);
   int mipOpt();
   int optimize() override;
-  void setFirstMethod(int method) { first_method_ = static_cast<IlcMethod>(method); }
+  void setFirstMethod(int method);
   void setSearchMethod(int method);
 
   // ----- Solution -----

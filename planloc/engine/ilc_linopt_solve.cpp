@@ -14,6 +14,8 @@ using namespace linopt_message;
 
 namespace {
 
+bool is_method(int method) { return method >= kIlcPrimal && method <= kIlcBarrierDual; }
+
 // Value of a linear expression at the values of the last solution.
 class Evaluation final : public IlcLinearVisitor {
  public:
@@ -128,9 +130,13 @@ int IlcLinOptI::optimize() {
   return 1;
 }
 
-void IlcLinOptI::setSearchMethod(int method) {
-  isRefused(method < kIlcPrimal || method > kIlcBarrierDual, kBadMethod);
+void IlcLinOptI::setFirstMethod(int method) {
+  if (!isRefused(!is_method(method), kBadFirstMethod)) {
+    first_method_ = static_cast<IlcMethod>(method);
+  }
 }
+
+void IlcLinOptI::setSearchMethod(int method) { isRefused(!is_method(method), kBadSearchMethod); }
 
 // ----- Parameters -----
 

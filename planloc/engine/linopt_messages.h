@@ -90,7 +90,8 @@ inline constexpr char kRemoveNoEdit[] = "IlcLinOptI::remove : manager in IlcNoEd
 inline constexpr char kMipOptNoEdit[] = "IlcLinOptI::mipOpt manager in IlcNoEdit mode";
 inline constexpr char kUnknownConstraint[] = "IlcLinOptI::getSlackValue : unknown constraint";
 inline constexpr char kBadArraySizes[] = "IlcLinOpt::setCurrentValue: Bad array sizes";
-inline constexpr char kBadMethod[] = "IlcLinOpt::setSearchMethod: Bad method";
+inline constexpr char kBadSearchMethod[] = "IlcLinOpt::setSearchMethod: Bad method";
+inline constexpr char kBadFirstMethod[] = "IlcLinOpt::setFirstMethod: Bad method";
 
 inline constexpr char kPriOrderTooSmall[] = "IlcLinOptI::setPriOrder : array too small";
 inline constexpr char kPriOrderNoArray[] = "IlcLinOptI::setPriOrder : empty array of variables";

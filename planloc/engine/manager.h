@@ -9,6 +9,7 @@
 #ifndef PLANLOC_ENGINE_MANAGER_H_
 #define PLANLOC_ENGINE_MANAGER_H_
 
+#include <concepts>
 #include <exception>
 #include <iosfwd>
 
@@ -48,7 +49,8 @@ class IlcManager {
   IlcManager() = default;
   // Makes a manager, which becomes the current one of the thread. `mode` is IlcEdit or IlcNoEdit.
   explicit IlcManager(int mode);
-  IlcManager(IlcManagerI* impl) : impl_(impl) {}
+  template <std::convertible_to<IlcManagerI*> Impl>
+  IlcManager(Impl impl) : impl_(impl) {}
   IlcManagerI* getImpl() const { return impl_; }
 
   // Destroys the manager with its heaps; all handles of its objects become invalid. Call it on the

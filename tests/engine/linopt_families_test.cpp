@@ -220,6 +220,7 @@ TEST_F(FamiliesTest, BadUseIsReported) {
       {"IlcLinOptI::addSOS : empty reference row", [&] { lp.addSOS(1, ints, IlcFloatArray()); }},
       {"IlcLinOptI::addSOS : different sizes for arrays", [&] { lp.addSOS(1, ints, three); }},
       {"IlcLinOpt::setSearchMethod: Bad method", [&] { lp.setSearchMethod(6); }},
+      {"IlcLinOpt::setFirstMethod: Bad method", [&] { lp.setFirstMethod(-1); }},
       {"IlcLinOpt::setBasis : empty handle for argument", [&] { lp.setBasis(IlcBasis()); }},
       {"IlcLinOpt::fillBasis : empty handle", [&] { lp.fillBasis(IlcBasis()); }},
       {"IlcBasis::getManager : empty handle", [] { IlcBasis().getManager(); }},
