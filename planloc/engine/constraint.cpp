@@ -35,13 +35,11 @@ class LessOrEqualI final : public IlcConstraintI {
     left_->setRange(-IlcInfinity, right_->getMax());
     right_->setRange(left_->getMin(), IlcInfinity);
   }
-  bool isAlreadySatisfied() override {
-    const Sides sides = sidesOf(left_, right_);
-    return sides.left.max <= sides.right.min;
-  }
-  bool hasAUniqueSolution() override {
-    const Sides sides = sidesOf(left_, right_);
-    return !sides.repeated && sides.left.min == sides.right.max;
+  bool isAlreadySatisfied() override { return standing().satisfied; }
+  bool hasAUniqueSolution() override { return standing().unique; }
+  Standing standing() override {
+    const auto [left, right, repeated] = sidesOf(left_, right_);
+    return {left.max <= right.min, !repeated && left.min == right.max};
   }
   void linParse(IlcLinearVisitor& visitor) override {
     visitor.walk(flag_ ? right_ : left_, 1.0);
@@ -67,7 +65,10 @@ class LessOrEqualI final : public IlcConstraintI {
   // The manager can know ranges of both sides by which the constraint holds, from another
   // constraint of the same expression. The program does not know them, so its row takes the limit
   // of left - right that they give; 0 otherwise.
-  double knownExcess() { return std::min(0.0, left_->getMax() - right_->getMin()); }
+  double knownExcess() {
+    if (!getManager()->knowsRanges()) return 0.0;
+    return std::min(0.0, left_->getMax() - right_->getMin());
+  }
 
   bool flag_;
   IlcFloatExpI* left_;
@@ -84,14 +85,13 @@ class EqualI final : public IlcConstraintI {
     left_->setRange(right_->getMin(), right_->getMax());
     right_->setRange(left_->getMin(), left_->getMax());
   }
-  bool isAlreadySatisfied() override {
-    if (left_ == right_) return true;
+  bool isAlreadySatisfied() override { return standing().satisfied; }
+  bool hasAUniqueSolution() override { return standing().unique; }
+  Standing standing() override {
     const auto [left, right, repeated] = sidesOf(left_, right_);
-    return left.max == right.min && left.min == right.max;
-  }
-  bool hasAUniqueSolution() override {
-    const auto [left, right, repeated] = sidesOf(left_, right_);
-    return !repeated && (left.min == right.max || left.max == right.min);
+    const bool fixed = left.max == right.min && left.min == right.max;
+    return {left_ == right_ || fixed,
+            !repeated && (left.min == right.max || left.max == right.min)};
   }
   void linParse(IlcLinearVisitor& visitor) override {
     visitor.walk(left_, 1.0);
@@ -138,6 +138,11 @@ bool IlcConstraintI::isAlreadySatisfied() {
 bool IlcConstraintI::hasAUniqueSolution() {
   notImplemented("hasAUniqueSolution not implemented");
   return false;
+}
+
+IlcConstraintI::Standing IlcConstraintI::standing() {
+  const bool satisfied = isAlreadySatisfied();
+  return {satisfied, !satisfied && hasAUniqueSolution()};
 }
 
 void IlcConstraintI::linParse(IlcLinearVisitor&) { notImplemented("linParse not implemented"); }

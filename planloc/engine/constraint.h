@@ -29,6 +29,12 @@ class IlcConstraintI {
   // What a kind without a rule of its own reports: "<member> not implemented".
   virtual bool isAlreadySatisfied();  // by every value that the variables' bounds allow
   virtual bool hasAUniqueSolution();  // the variables' bounds allow exactly one
+  // The answers of both, for the price of one where they rest on the same ranges.
+  struct Standing {
+    bool satisfied;
+    bool unique;
+  };
+  virtual Standing standing();
   // Hands the terms of a row "terms + constant (<=, >=, =) 0" to the visitor.
   virtual void linParse(IlcLinearVisitor& visitor);
   // Makes the row of the constraint's sense from the parsed terms.

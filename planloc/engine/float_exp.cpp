@@ -247,6 +247,7 @@ bool IlcFloatExpI::setOwnRange(double min, double max) {
     return false;
   }
   if (min <= min_ && max >= max_) return false;
+  if (!isVariable()) manager_->rangeSet();
   min_ = std::max(min, min_);
   max_ = std::min(max, max_);
   return true;

@@ -84,8 +84,9 @@ void IlcLinOptI::add(IlcConstraint ct, int level) {
   if (level >= 2) return;
   if (deferred_) return enqueue(ct.getImpl(), level);
   if (substitute_) {
-    if (ct.getImpl()->isAlreadySatisfied()) return;
-    if (ct.getImpl()->hasAUniqueSolution() && level < 1) return getManager()->add(ct.getImpl());
+    const auto [satisfied, unique] = ct.getImpl()->standing();
+    if (satisfied) return;
+    if (unique && level < 1) return getManager()->add(ct.getImpl());
   }
   extract(ct.getImpl());
 }

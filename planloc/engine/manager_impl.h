@@ -50,6 +50,9 @@ class IlcManagerI {
   // Moves with every change of a bound; a bound read at the same epoch is still right.
   std::uint32_t boundsEpoch() const { return bounds_epoch_; }
   void boundsChanged() { ++bounds_epoch_; }
+  // Whether a range narrower than that of its operands was ever set on an expression.
+  bool knowsRanges() const { return knows_ranges_; }
+  void rangeSet() { knows_ranges_ = true; }
 
   // Optimisers that still own memory, to be ended before the manager goes. Not by its destructor,
   // since a report of the library may throw.
@@ -71,6 +74,7 @@ class IlcManagerI {
   std::unordered_set<IlcConstraintI*> constraints_;
   std::unordered_set<IlcLinearSolverI*> solvers_;
   std::uint32_t bounds_epoch_ = 1;
+  bool knows_ranges_ = false;
   int fails_ = 0;
   IlcManager::FailHook fail_hook_ = nullptr;
   bool use_exceptions_ = false;
