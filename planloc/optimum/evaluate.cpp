@@ -240,6 +240,14 @@ evaluator::evaluator(const problem& p, const distance_table& table)
   for (std::uint32_t slot = 0; slot < order_.size(); ++slot) order_[slot].slot = slot;
 }
 
+// The slope of a slot's distance at the place that was evaluated last.
+inline xy evaluator::slope_of(std::size_t slot, const xy& at) const {
+  const gauge_block& b = table_.blocks[table_.block_of[slot]];
+  if (b.kind != gauge::shape::polyhedral) return table_.piece(slot, at).slope;
+  const xy& n = table_.edges[b.first_edge + edge_[slot]].normal;
+  return {table_.weight[slot] * n.x, table_.weight[slot] * n.y};
+}
+
 evaluation evaluator::operator()(const xy& at) {
   ++count_;
   table_.distances(at, distance_, edge_);
@@ -267,10 +275,10 @@ evaluation evaluator::operator()(const xy& at) {
       double sy = 0;
       const auto stop = next + std::min<std::ptrdiff_t>(kChunk, end - next);
       for (; next != stop; ++next) {
-        const auto piece = table_.piece(next->slot, at);
+        const xy slope = slope_of(next->slot, at);
         v += next->distance;
-        sx += piece.slope.x;
-        sy += piece.slope.y;
+        sx += slope.x;
+        sy += slope.y;
       }
       value.add(run.weight * v);
       slope_x.add(run.weight * sx);
@@ -318,7 +326,7 @@ affine_piece evaluator::piece_at(const xy& at) {
   result.taken_at = at;
   result.edge.resize(table_.size());
   for (std::uint32_t slot = 0; slot < table_.size(); ++slot) {
-    result.edge[table_.site[slot]] = table_.piece(slot, at).edge;
+    result.edge[table_.site[slot]] = edge_[slot];
   }
   for (const kink& k : kinks_) result.kinks.push_back({table_.site[k.slot], k.slope});
   if (order_.empty()) return result;
@@ -332,23 +340,16 @@ evaluation evaluator::sum_all(const xy& at, double lambda) const {
   chunked_sum slope_x;
   chunked_sum slope_y;
   for (const gauge_block& b : table_.blocks) {
-    const ball_edge* e = table_.edges.data() + b.first_edge;
     for (std::size_t begin = b.begin; begin < b.end; begin += kChunk) {
       const std::size_t end = std::min<std::size_t>(begin + kChunk, b.end);
       double v = 0;
       double sx = 0;
       double sy = 0;
       for (std::size_t k = begin; k < end; ++k) {
+        const xy slope = slope_of(k, at);
         v += distance_[k];
-        if (b.kind == gauge::shape::polyhedral) {
-          const xy& n = e[edge_[k]].normal;
-          sx += table_.weight[k] * n.x;
-          sy += table_.weight[k] * n.y;
-        } else {
-          const xy s = table_.piece(k, at).slope;
-          sx += s.x;
-          sy += s.y;
-        }
+        sx += slope.x;
+        sy += slope.y;
       }
       value.add(v);
       slope_x.add(sx);

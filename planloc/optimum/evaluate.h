@@ -89,6 +89,7 @@ class evaluator {
 
   evaluation sum_all(const xy& at, double lambda) const;
   void use_kinks(xy& slope);
+  xy slope_of(std::size_t slot, const xy& at) const;
   void split_at_jumps();
 
   const problem& problem_;

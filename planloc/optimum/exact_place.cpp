@@ -32,6 +32,20 @@ xy to_nearest(const exact_xy& p) { return {to_nearest(p.x), to_nearest(p.y)}; }
 
 exact_point to_text(const exact_xy& p) { return {p.x.get_str(), p.y.get_str()}; }
 
+exact_xy exact_slope::turned_left() const {
+  const mpz_class factor = gcd(x, y);
+  exact_xy v{mpq_class(-y / factor), mpq_class(x / factor)};
+  const std::size_t bits =
+      std::max(mpz_sizeinbase(v.x.get_num_mpz_t(), 2), mpz_sizeinbase(v.y.get_num_mpz_t(), 2));
+  mpq_div_2exp(v.x.get_mpq_t(), v.x.get_mpq_t(), bits);
+  mpq_div_2exp(v.y.get_mpq_t(), v.y.get_mpq_t(), bits);
+  return v;
+}
+
+int dot_sign(const exact_slope& s, const exact_xy& v) {
+  return sgn(mpz_class(s.x * v.x.get_num() * v.y.get_den() + s.y * v.y.get_num() * v.x.get_den()));
+}
+
 exact_edges::exact_edges(const distance_table& table)
     : table_(table), normals_(table.edges.size()), made_(table.edges.size()) {}
 
@@ -239,22 +253,25 @@ class slot_weights {
 
 }  // namespace
 
-exact_xy exact_place::slope(const piece_choice& c) const {
+exact_slope exact_place::slope(const piece_choice& c) const {
   std::vector<dyadic_sum> load(table_.edges.size());
   const slot_weights lambda(problem_, c);
   for (std::size_t slot = 0; slot < table_.size(); ++slot) {
     load[table_.blocks[table_.block_of[slot]].first_edge + c.edge[slot]].add(lambda(slot),
                                                                              table_.weight[slot]);
   }
-  std::vector<mpq_class> x;
-  std::vector<mpq_class> y;
+  fraction_sum x;
+  fraction_sum y;
   for (std::size_t e = 0; e < load.size(); ++e) {
     const mpq_class l = load[e].value();
     if (sgn(l) == 0) continue;
-    x.emplace_back(l * edges_.normal(e).x);
-    y.emplace_back(l * edges_.normal(e).y);
+    x.add(l, edges_.normal(e).x);
+    y.add(l, edges_.normal(e).y);
   }
-  return {sum_by_halves(std::move(x)), sum_by_halves(std::move(y))};
+  const fraction_sum::quotient fx = x.value();
+  const fraction_sum::quotient fy = y.value();
+  return {fx.numerator * fy.denominator, fy.numerator * fx.denominator,
+          fx.denominator * fy.denominator};
 }
 
 // A normal is off by 2^-50 of itself; a product adds two roundings, a sum of k terms k - 1, in
@@ -318,61 +335,79 @@ struct origin_test {
   exact_xy separating;                                  // slope . separating < 0 for all
 };
 
-exact_xy turned(const exact_xy& v) { return {-v.y, v.x}; }
+// The cross and dot product but for the positive denominators.
+mpz_class cross(const exact_slope& a, const exact_slope& b) { return a.x * b.y - a.y * b.x; }
+mpz_class dot(const exact_slope& a, const exact_slope& b) { return a.x * b.x + a.y * b.y; }
 
-exact_xy scaled(const exact_xy& v) {
-  const mpq_class size = abs(v.x) + abs(v.y);
-  return {v.x / size, v.y / size};
+bool is_zero(const exact_slope& s) { return sgn(s.x) == 0 && sgn(s.y) == 0; }
+
+double share_of(const mpz_class& part, const mpz_class& total) {
+  return round_quotient(part, total);
 }
 
-bool pair_around_origin(const exact_xy& a, const exact_xy& b) {
-  return sgn(cross(a, b)) == 0 && sgn(dot(a, b)) < 0;
+// The multipliers that make two opposite slopes cancel.
+origin_test balanced(const std::vector<exact_slope>& s, std::size_t a, std::size_t b) {
+  const mpz_class of_a = (abs(s[b].x) + abs(s[b].y)) * s[a].denominator;
+  const mpz_class of_b = (abs(s[a].x) + abs(s[a].y)) * s[b].denominator;
+  const mpz_class total = of_a + of_b;
+  return {{{a, share_of(of_a, total)}, {b, share_of(of_b, total)}}, {}};
 }
 
-origin_test locate_origin(const std::vector<exact_xy>& s) {
+// A direction in which all slopes fall; they lie within less than half a turn, a the rightmost and
+// b the leftmost.
+exact_xy falling_direction(const std::vector<exact_slope>& s, std::size_t a, std::size_t b) {
+  const auto unit = [](const exact_slope& v) {
+    const mpz_class size = abs(v.x) + abs(v.y);
+    return xy{round_quotient(v.x, size), round_quotient(v.y, size)};
+  };
+  // Rounded where that will do, since every later number grows with it.
+  const xy ua = unit(s[a]);
+  const xy ub = unit(s[b]);
+  const exact_xy rounded = to_exact({-(ua.x + ub.x), -(ua.y + ub.y)});
+  if (dot_sign(s[a], rounded) < 0 && dot_sign(s[b], rounded) < 0) return rounded;
+  if (sgn(cross(s[a], s[b])) == 0) {
+    const exact_xy ta = s[a].turned_left();
+    return {-ta.y, ta.x};  // turned on, to the opposite
+  }
+  const exact_xy ta = s[a].turned_left();  // rises with b, level with a
+  const exact_xy tb = s[b].turned_left();  // falls with a, level with b
+  return {tb.x - ta.x, tb.y - ta.y};
+}
+
+origin_test locate_origin(const std::vector<exact_slope>& s) {
   const std::size_t n = s.size();
   for (std::size_t a = 0; a < n; ++a) {
-    if (sgn(s[a].x) == 0 && sgn(s[a].y) == 0) return {{{a, 1}}, {}};
+    if (is_zero(s[a])) return {{{a, 1}}, {}};
   }
   for (std::size_t a = 0; a < n; ++a) {
     for (std::size_t b = a + 1; b < n; ++b) {
-      if (!pair_around_origin(s[a], s[b])) continue;
-      const mpq_class size_a = abs(s[a].x) + abs(s[a].y);
-      const mpq_class size_b = abs(s[b].x) + abs(s[b].y);
-      const double share = to_nearest(mpq_class(size_b / (size_a + size_b)));
-      return {{{a, share}, {b, 1 - share}}, {}};
+      if (sgn(cross(s[a], s[b])) == 0 && sgn(dot(s[a], s[b])) < 0) return balanced(s, a, b);
     }
   }
   for (std::size_t a = 0; a < n; ++a) {
     for (std::size_t b = a + 1; b < n; ++b) {
-      const mpq_class ab = cross(s[a], s[b]);
+      const mpz_class ab = cross(s[a], s[b]);
       for (std::size_t c = b + 1; c < n && sgn(ab) != 0; ++c) {
-        const mpq_class bc = cross(s[b], s[c]);
-        const mpq_class ca = cross(s[c], s[a]);
+        const mpz_class bc = cross(s[b], s[c]);
+        const mpz_class ca = cross(s[c], s[a]);
         if (sgn(bc) != sgn(ab) || sgn(ca) != sgn(ab)) continue;
-        const mpq_class total = ab + bc + ca;
-        return {{{a, to_nearest(mpq_class(bc / total))},
-                 {b, to_nearest(mpq_class(ca / total))},
-                 {c, to_nearest(mpq_class(ab / total))}},
-                {}};
+        const mpz_class of_a = bc * s[a].denominator;
+        const mpz_class of_b = ca * s[b].denominator;
+        const mpz_class of_c = ab * s[c].denominator;
+        const mpz_class total = of_a + of_b + of_c;
+        return {
+            {{a, share_of(of_a, total)}, {b, share_of(of_b, total)}, {c, share_of(of_c, total)}},
+            {}};
       }
     }
   }
-  // All slopes lie within less than half a turn. Seen from the outermost two, a on the right and b
-  // on the left, the directions u with a . u < 0 and b . u < 0 are those between -turned(b)... and
-  // turned(a).
   std::size_t right = 0;
   std::size_t left = 0;
   for (std::size_t k = 1; k < n; ++k) {
     if (sgn(cross(s[right], s[k])) < 0) right = k;
     if (sgn(cross(s[left], s[k])) > 0) left = k;
   }
-  const exact_xy a = scaled(s[right]);
-  const exact_xy b = scaled(s[left]);
-  if (sgn(cross(a, b)) == 0) return {{}, {-a.x, -a.y}};
-  const exact_xy ta = turned(a);  // b . ta > 0, a . ta = 0
-  const exact_xy tb = turned(b);  // a . tb < 0, b . tb = 0
-  return {{}, {tb.x - ta.x, tb.y - ta.y}};
+  return {{}, falling_direction(s, right, left)};
 }
 
 }  // namespace
@@ -398,7 +433,7 @@ optimality test_optimality(const exact_place& place, const std::vector<xy>& firs
       return result;
     }
   }
-  std::vector<exact_xy> slopes;
+  std::vector<exact_slope> slopes;
   for (const piece_choice& c : choices) slopes.push_back(place.slope(c));
   for (;;) {
     const origin_test t = locate_origin(slopes);
@@ -407,8 +442,8 @@ optimality test_optimality(const exact_place& place, const std::vector<xy>& firs
     }
     if (!result.support.empty()) return result;
     piece_choice next = place.choose(t.separating);
-    exact_xy slope = place.slope(next);
-    if (sgn(dot(slope, t.separating)) < 0) {
+    exact_slope slope = place.slope(next);
+    if (dot_sign(slope, t.separating) < 0) {
       result.descent = t.separating;
       return result;
     }

@@ -30,6 +30,16 @@ exact_point to_text(const exact_xy& p);
 inline mpq_class dot(const exact_xy& a, const exact_xy& b) { return a.x * b.x + a.y * b.y; }
 inline mpq_class cross(const exact_xy& a, const exact_xy& b) { return a.x * b.y - a.y * b.x; }
 
+// A slope as whole numbers over one positive denominator, which signs and directions do not need.
+struct exact_slope {
+  mpz_class x, y, denominator;
+
+  // The slope turned left, at a length of about 1.
+  exact_xy turned_left() const;
+};
+
+int dot_sign(const exact_slope& s, const exact_xy& v);
+
 // The normals of all edges of a table as fractions, each made when it is asked for first.
 class exact_edges {
  public:
@@ -66,10 +76,10 @@ class exact_place {
 
   // The pieces in force just beside the place in the direction u, u != 0.
   piece_choice choose(const exact_xy& u) const;
-  // How fast f rises in the direction u.
-  mpq_class rise(const exact_xy& u) const { return dot(slope(choose(u)), u); }
+  // Whether f rises in the direction u: 1, 0 or -1.
+  int rise_sign(const exact_xy& u) const { return dot_sign(slope(choose(u)), u); }
   // The slope of f there, and the same in doubles with a bound of its error in each coordinate.
-  exact_xy slope(const piece_choice& c) const;
+  exact_slope slope(const piece_choice& c) const;
   struct rounded_slope {
     xy slope;
     double error;

@@ -6,7 +6,6 @@
 
 #include <cmath>
 #include <cstdint>
-#include <limits>
 #include <utility>
 #include <vector>
 
@@ -33,12 +32,11 @@ class dyadic_sum {
   }
 
   mpq_class value() const {
-    if (sgn(total_) == 0) return 0;
     mpq_class v(total_);
     if (exponent_ < 0) {
-      v /= mpz_class(mpz_class(1) << static_cast<unsigned>(-exponent_));
+      mpq_div_2exp(v.get_mpq_t(), v.get_mpq_t(), static_cast<mp_bitcnt_t>(-exponent_));
     } else {
-      v *= mpz_class(mpz_class(1) << static_cast<unsigned>(exponent_));
+      mpq_mul_2exp(v.get_mpq_t(), v.get_mpq_t(), static_cast<mp_bitcnt_t>(exponent_));
     }
     return v;
   }
@@ -49,15 +47,35 @@ class dyadic_sum {
   mpz_class term_;
 };
 
-// The terms by halves: the denominators of many different gauges have nothing in common, and a
-// running total would drag the product of all so far through every step.
-inline mpq_class sum_by_halves(std::vector<mpq_class> terms) {
-  if (terms.empty()) return 0;
-  for (std::size_t width = 1; width < terms.size(); width *= 2) {
-    for (std::size_t k = 0; k + width < terms.size(); k += 2 * width) terms[k] += terms[k + width];
+// The sum of factor[k] * fraction[k]. By halves, and put in lowest terms once at the end: the
+// denominators of many different gauges have nothing in common, so a running total would drag the
+// product of all so far through every step, and look for common factors in vain.
+class fraction_sum {
+ public:
+  void add(const mpq_class& factor, const mpq_class& fraction) {
+    numerators_.emplace_back(factor.get_num() * fraction.get_num());
+    denominators_.emplace_back(factor.get_den() * fraction.get_den());
   }
-  return std::move(terms.front());
-}
+
+  struct quotient {
+    mpz_class numerator, denominator;  // not in lowest terms; the denominator is positive
+  };
+  quotient value() {
+    if (numerators_.empty()) return {0, 1};
+    for (std::size_t width = 1; width < numerators_.size(); width *= 2) {
+      for (std::size_t k = 0; k + width < numerators_.size(); k += 2 * width) {
+        numerators_[k] *= denominators_[k + width];
+        numerators_[k] += numerators_[k + width] * denominators_[k];
+        denominators_[k] *= denominators_[k + width];
+      }
+    }
+    return {std::move(numerators_[0]), std::move(denominators_[0])};
+  }
+
+ private:
+  std::vector<mpz_class> numerators_;
+  std::vector<mpz_class> denominators_;
+};
 
 }  // namespace planloc::detail
 

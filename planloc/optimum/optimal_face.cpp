@@ -67,17 +67,17 @@ class face_walk {
   static exact_xy outermost(const exact_place& at, const exact_xy& inside, int side) {
     exact_xy v = opposite(inside);
     for (;;) {
-      const exact_xy s = at.slope(at.choose(v));
-      if (sgn(dot(s, v)) <= 0) return v;
-      if (sgn(dot(s, inside)) == 0) return inside;
-      v = {-s.y, s.x};
+      const exact_slope s = at.slope(at.choose(v));
+      if (dot_sign(s, v) <= 0) return v;
+      if (dot_sign(s, inside) == 0) return inside;
+      v = s.turned_left();
       if (sgn(cross(inside, v)) != side) v = opposite(v);
     }
   }
 
   // The last place from `from` on in the direction v with the value of `from`.
   std::optional<exact_xy> end_of(const exact_place& from, const exact_xy& v) {
-    if (sgn(from.rise(v)) > 0) return from.at();
+    if (from.rise_sign(v) > 0) return from.at();
     const xy rounded = to_nearest(v);
     const double length = std::hypot(rounded.x, rounded.y);
     const xy unit{rounded.x / length, rounded.y / length};
@@ -88,7 +88,7 @@ class face_walk {
       for (const exact_xy& at :
            snap_along(problem_, table_, edges_, from.at(), v, near, reach * extent_)) {
         const exact_place there = place(at);
-        if (sgn(there.rise(v)) > 0 && sgn(there.rise(opposite(v))) == 0) return at;
+        if (there.rise_sign(v) > 0 && there.rise_sign(opposite(v)) == 0) return at;
       }
     }
     return std::nullopt;
@@ -130,11 +130,10 @@ std::vector<exact_xy> optimal_corners(const problem& p, const distance_table& ta
   if (o.support.size() == 3) return {optimum.at()};
   exact_xy along = o.support[0].direction;
   if (o.support.size() == 2) {
-    const exact_xy s = optimum.slope(o.support[0].choice);
-    along = {-s.y, s.x};
-    if (sgn(optimum.rise(along)) > 0) along = opposite(along);
+    along = optimum.slope(o.support[0].choice).turned_left();
+    if (optimum.rise_sign(along) > 0) along = opposite(along);
   }
-  if (sgn(optimum.rise(along)) > 0) return {optimum.at()};
+  if (optimum.rise_sign(along) > 0) return {optimum.at()};
   return face_walk(p, table, evaluate, edges, optimum.value(), extent).corners(optimum, along);
 }
 
