@@ -16,6 +16,7 @@ namespace {
 std::size_t refused_size = 0;  // the next request of this size fails
 }  // namespace
 
+#ifndef __SANITIZE_ADDRESS__  // which keeps its own
 // The adaptor's arrays come from here. Inlined, the pair looks mismatched to GCC.
 [[gnu::noinline]] void* operator new(std::size_t size) {
   if (size > 0 && size == refused_size) {
@@ -27,6 +28,7 @@ std::size_t refused_size = 0;  // the next request of this size fails
 }
 [[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
 [[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+#endif
 
 namespace planloc {
 namespace {
@@ -268,6 +270,9 @@ TEST_F(IlcCplexTest, ConstructionReportsAndGivesBackWhatItHolds) {
 }
 
 TEST_F(IlcCplexTest, MissingMemoryIsReportedAndTheAdaptorStaysUsable) {
+#ifdef __SANITIZE_ADDRESS__
+  GTEST_SKIP() << "requests can't be made to fail";
+#endif
   const std::pair<const char*, Use> cases[] = {
       {"IlcCplex::getCurrentValue: No more memory", [](IlcCplex& c) { c.getCurrentValue(0); }},
       {"IlcCplex::updateReducedCost: No more memory", [](IlcCplex& c) { c.getReducedCost(0); }},
