@@ -11,6 +11,7 @@
 #define PLANLOC_PLANLOC_H_
 
 #include "planloc/engine/engine.h"
+#include "planloc/facilities/certified_problem.h"
 #include "planloc/facilities/convex_intersection.h"
 #include "planloc/facilities/efficient_set.h"
 #include "planloc/facilities/facilities.h"

@@ -1,0 +1,68 @@
+// From facilities with gauges to a problem of optimum/minimise.h, and the answer back as locations.
+//
+//   gauged_sites data;
+//   data.read(location_file, gauge_file);
+//   const solution s = minimise(certified_problem(data, 0, order_weights::centre()));
+//   data.sites.opt = certified_locations(s);
+#ifndef PLANLOC_FACILITIES_CERTIFIED_PROBLEM_H_
+#define PLANLOC_FACILITIES_CERTIFIED_PROBLEM_H_
+
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+#include "planloc/facilities/gauged_sites.h"
+#include "planloc/optimum/problem.h"
+#include "planloc/optimum/solution.h"
+
+namespace planloc {
+
+namespace detail {
+
+inline site certified_site(const location& l, int k, std::uint32_t gauge) {
+  return {.x = l[0], .y = l[1], .weight = l.weight(k), .gauge = gauge};
+}
+
+}  // namespace detail
+
+// All sites with their weight number k, under one distance: the sum of `l2_sum` is
+// certified_problem(F, k, gauge::euclidean(), order_weights::median()). Of a location the
+// coordinates 0 and 1 count. Throws `bad_problem` as `problem` does; missing coordinates and
+// weights end with the reports of `location`.
+inline problem certified_problem(const facilities& F, int k, const gauge& distance,
+                                 const order_weights& lambda) {
+  std::vector<site> sites;
+  for (const location& l : F) sites.push_back(detail::certified_site(l, k, 0));
+  return {std::move(sites), {distance}, lambda};
+}
+
+// Each site with its own gauge. Reports of `for_each_with_gauge` besides. A gauge whose unit ball
+// does not hold the origin strictly inside is refused with `bad_problem`.
+inline problem certified_problem(const gauged_sites& data, int k, const order_weights& lambda) {
+  std::vector<gauge> gauges;
+  for (const polygauge& g : data.gauges) {
+    std::vector<xy> vertices;
+    for (const point& v : g.vertices()) vertices.push_back({v.xcoord(), v.ycoord()});
+    gauges.push_back(gauge::polyhedral(vertices));
+  }
+  std::vector<site> sites;
+  auto number = data.gauge_of.begin();
+  data.for_each([&](const location& l, const polygauge&) {
+    sites.push_back(detail::certified_site(l, k, static_cast<std::uint32_t>(*number)));
+    ++number;
+  });
+  return {std::move(sites), std::move(gauges), lambda};
+}
+
+// The corners of the set of optima if it is known, else the point; each with one weight, the value.
+inline list<location> certified_locations(const solution& s) {
+  list<location> result;
+  const auto append = [&](const xy& at) { result.append(location(2.0, 1.0, at.x, at.y, s.value)); };
+  for (const xy& corner : s.optima.corners) append(corner);
+  if (s.optima.corners.empty()) append(s.point);
+  return result;
+}
+
+}  // namespace planloc
+
+#endif  // PLANLOC_FACILITIES_CERTIFIED_PROBLEM_H_
