@@ -26,6 +26,9 @@ std::size_t refused_size = 0;  // the next request of this size fails
   if (void* const memory = std::malloc(size ? size : 1)) return memory;
   throw std::bad_alloc();
 }
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return std::malloc(size ? size : 1);
+}
 [[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
 [[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 #endif
