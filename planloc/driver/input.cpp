@@ -5,25 +5,25 @@
 #include <string>
 
 #include "planloc/driver/end_run.h"
+#include "planloc/driver/long_options.h"
 #include "planloc/driver/page.h"
 #include "planloc/driver/problem.h"
 
 namespace planloc {
 namespace {
 
-// A page that is open by then is closed as a whole one.
-[[noreturn]] void refuse(const char* option, const string& file, const std::string& expected) {
-  if (ps_out.is_open()) ps_end();
-  std::cerr << "cellwalk: option " << option << ", file \"" << file << "\": " << expected << '\n'
-            << kUsage << std::endl;
-  end_run(1);
-}
-
 std::string found_or_unreadable(bool readable, int found) {
   return readable ? "found " + std::to_string(found) : "can't open the file";
 }
 
 }  // namespace
+
+void refuse(const char* option, const string& file, const std::string& expected) {
+  if (ps_out.is_open()) ps_end();
+  std::cerr << "cellwalk: option " << option << ", file \"" << file << "\": " << expected << '\n'
+            << kUsage << std::endl;
+  end_run(1);
+}
 
 frame read_frame(const string& d_name) {
   std::ifstream in(d_name.cstring());

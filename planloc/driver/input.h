@@ -7,15 +7,12 @@
 #define PLANLOC_DRIVER_INPUT_H_
 
 #include <istream>
+#include <string>
 
 #include "planloc/engine/engine.h"
 #include "planloc/foundation/containers/string.h"
 
 namespace planloc {
-
-inline constexpr const char* kUsage =
-    "usage: cellwalk -d frame -l locations -g gauges -p parameters -o log -s page "
-    "[--picture=file.png]";
 
 // The part of the plane that the window shows, and whether it shows the mouse position.
 struct frame {
@@ -24,6 +21,10 @@ struct frame {
   double ymin;
   bool show_coords;
 };
+
+// One line on the error stream, and another with the usage; then the process ends with status 1. A
+// page that is open by then is closed as a whole one.
+[[noreturn]] void refuse(const char* option, const string& file, const std::string& expected);
 
 // Reads the -d file: xmin, xmax, ymin and an integer, non-zero to show the mouse coordinates.
 frame read_frame(const string& d_name);

@@ -1,34 +1,24 @@
 // The program `cellwalk`.
-#include <cstring>
 #include <iostream>
 
-#include "planloc/driver/input.h"
+#include "planloc/driver/long_options.h"
 #include "planloc/driver/run.h"
 
-namespace {
-
-// The value of "--<name>=<value>" if `argument` is that, else null. Such an argument is no option
-// of `parse_args`, which passes over it.
-const char* long_option(const char* argument, const char* name) {
-  const std::size_t length = std::strlen(name);
-  const bool matches = std::strncmp(argument, name, length) == 0;
-  return matches ? argument + length : nullptr;
-}
-
-}  // namespace
-
 int main(int argc, char** argv) {
-  planloc::string picture;
-  for (int i = 1; i < argc; ++i) {
-    if (std::strcmp(argv[i], "--help") == 0) {
-      std::cout << planloc::kUsage << '\n';
-      return 0;
-    }
-    if (std::strcmp(argv[i], "--version") == 0) {
-      std::cout << "cellwalk " PLANLOC_VERSION "\n";
-      return 0;
-    }
-    if (const char* file = long_option(argv[i], "--picture=")) picture = planloc::string(file);
+  planloc::long_options options = planloc::parse_long_options(argc, argv);
+  if (!options.refusal.empty()) {
+    std::cerr << "cellwalk: " << options.refusal << '\n' << planloc::kUsage << '\n';
+    return 1;
   }
-  return planloc::run(argc, argv, picture);
+  if (options.help) {
+    std::cout << planloc::kHelp;
+    return 0;
+  }
+  if (options.version) {
+    std::cout << "cellwalk " PLANLOC_VERSION "\n";
+    return 0;
+  }
+  const int others = static_cast<int>(options.others.size());
+  options.others.push_back(nullptr);
+  return planloc::run(others, options.others.data(), options.picture, options.max_passes);
 }

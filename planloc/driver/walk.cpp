@@ -53,13 +53,36 @@ void remember_cell(IlcManager&, IlcIntArray& sigma, list<list<int>>& visited) {
   visited.append(entries_of(sigma));
 }
 
-void next_cell(IlcManager& m, point& sol, list<list<int>>& visited, IlcIntArray& sigma,
-               bool& done) {
+void remember_cell(IlcManager&, IlcIntArray& sigma, cell_set& visited) {
+  visited.append(entries_of(sigma));
+}
+
+namespace {
+
+bool seen(const list<list<int>>& visited, const list<int>& cell) {
+  return visited.search(cell) != nullptr;
+}
+
+bool seen(const cell_set& visited, const list<int>& cell) { return visited.contains(cell); }
+
+template <class Cells>
+void tie_step(IlcManager& m, const point& sol, Cells& visited, IlcIntArray& sigma, bool& done) {
   IlcIntArray new_sigma = exchange_ties(m, sorted_distances(sol), sigma);
-  done = visited.search(entries_of(new_sigma)) != nullptr;
+  done = seen(visited, entries_of(new_sigma));
   if (done) return;
   remember_cell(m, new_sigma, visited);
   sigma = new_sigma;
+}
+
+}  // namespace
+
+void next_cell(IlcManager& m, point& sol, list<list<int>>& visited, IlcIntArray& sigma,
+               bool& done) {
+  tie_step(m, sol, visited, sigma, done);
+}
+
+void next_cell(IlcManager& m, point& sol, cell_set& visited, IlcIntArray& sigma, bool& done) {
+  tie_step(m, sol, visited, sigma, done);
 }
 
 void log_permutation(std::ostream& log_out, const char* label, IlcIntArray& sigma) {
@@ -68,15 +91,17 @@ void log_permutation(std::ostream& log_out, const char* label, IlcIntArray& sigm
   log_out << ")" << std::endl;
 }
 
-void walk(IlcManager& m, IlcIntArray sigma, double** coef, point start_pt, std::ostream& log_out) {
-  list<list<int>> visited;
+bool walk(IlcManager& m, IlcIntArray sigma, double** coef, point start_pt, std::ostream& log_out,
+          long max_passes) {
+  cell_set visited;
   remember_cell(m, sigma, visited);
   bool feasible = true;
   bool done = false;
   point sol(0, 0);
   double value = 0.0;
   IlcIntArray sigma_sol;
-  while (feasible && !done) {
+  for (long passes = 0; feasible && !done; ++passes) {
+    if (passes == max_passes) return false;
     log_permutation(log_out, "P_sigma=", sigma);
     solve_cell_lp(m, sigma, coef, feasible, sol, value);
     draw_route_to(start_pt, sol);
@@ -92,6 +117,7 @@ void walk(IlcManager& m, IlcIntArray sigma, double** coef, point start_pt, std::
       sigma = sigma_sol;
     }
   }
+  return true;
 }
 
 }  // namespace planloc

@@ -56,6 +56,9 @@ class facilities : public virtual list<planloc::location> {
   ~facilities() = default;
 
   // ----- Access -----
+  //
+  // By number: in time linear in the number, as the list is walked; by item: at once. To go through
+  // all of them, use a range-for over the object and over `names`.
 
   // A copy of facility i, from 0; location(2, 1) with all values 0.0 if there is none.
   planloc::location location(int i) const;

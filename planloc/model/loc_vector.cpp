@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdarg>
 #include <functional>
 
 #include "planloc/model/reporter.h"
@@ -19,11 +18,8 @@ bool all_elements(const std::vector<double>& a, const std::vector<double>& b, Re
 
 Loc_Vector::Loc_Vector(int d) : v_(static_cast<std::size_t>(std::max(d, 0)), 0.0) {}
 
-Loc_Vector::Loc_Vector(double d, ...) : Loc_Vector(static_cast<int>(d)) {
-  va_list arguments;
-  va_start(arguments, d);
-  for (double& x : v_) x = va_arg(arguments, double);
-  va_end(arguments);
+void Loc_Vector::fill(std::initializer_list<double> values) {
+  std::copy_n(values.begin(), std::min(values.size(), v_.size()), v_.begin());
 }
 
 // ----- Arithmetic -----

@@ -6,7 +6,9 @@
 #define PLANLOC_MODEL_LOC_VECTOR_H_
 
 #include <cstddef>
+#include <initializer_list>
 #include <ostream>
+#include <type_traits>
 #include <vector>
 
 namespace planloc {
@@ -16,10 +18,14 @@ class Loc_Vector {
   // d zeros; none if d is negative.
   explicit Loc_Vector(int d);
 
-  // Loc_Vector(2.0, 3.5, 4.5): the size, truncated to int, then the elements.
-  // REQUIRES: every argument behind the size is a double (3.0, not 3), and there are `d` of them.
-  // A single int picks the constructor above.
-  explicit Loc_Vector(double d, ...);
+  // Loc_Vector(2.0, 3.5, 4.5): the size, truncated to int, then the elements, as numbers of any
+  // type. Missing ones are 0.0, surplus ones are not read. A single int picks the constructor
+  // above.
+  template <class... Numbers>
+  requires(std::is_arithmetic_v<Numbers>&&...) explicit Loc_Vector(double d, Numbers... values)
+      : Loc_Vector(static_cast<int>(d)) {
+    fill({static_cast<double>(values)...});
+  }
 
   int dim() const { return static_cast<int>(v_.size()); }
 
@@ -74,6 +80,8 @@ class Loc_Vector {
   bool operator>=(const Loc_Vector& w) const;
 
  private:
+  void fill(std::initializer_list<double> values);
+
   std::vector<double> v_;
 };
 

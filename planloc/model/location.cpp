@@ -1,7 +1,6 @@
 #include "planloc/model/location.h"
 
 #include <cmath>
-#include <cstdarg>
 #include <numbers>
 
 #include "planloc/foundation/geometry/circle.h"
@@ -32,13 +31,13 @@ bool same_polygon_follows(const list<location>& L, list_item it) {
 
 location::location(int dim, int nweights) : coordinates_(dim), weight_values_(nweights) {}
 
-location::location(double dim, double nweights, ...)
-    : location(static_cast<int>(dim), static_cast<int>(nweights)) {
-  va_list arguments;
-  va_start(arguments, nweights);
-  for (int i = 0; i < coordinates_.dim(); ++i) coordinates_[i] = va_arg(arguments, double);
-  for (int i = 0; i < weight_values_.dim(); ++i) weight_values_[i] = va_arg(arguments, double);
-  va_end(arguments);
+void location::fill(std::initializer_list<double> values) {
+  int i = 0;
+  for (const double value : values) {
+    if (i >= dim() + nweights()) return;
+    (i < dim() ? coordinates_[i] : weight_values_[i - dim()]) = value;
+    ++i;
+  }
 }
 
 location::location(const location& other)

@@ -7,8 +7,10 @@
 #ifndef PLANLOC_MODEL_LOCATION_H_
 #define PLANLOC_MODEL_LOCATION_H_
 
+#include <initializer_list>
 #include <istream>
 #include <ostream>
+#include <type_traits>
 
 #include "planloc/foundation/containers/list.h"
 #include "planloc/foundation/geometry/line.h"
@@ -25,9 +27,14 @@ class location {
   location(int dim, int nweights);
 
   // location(2.0, 1.0, x, y, w): both counts, truncated to int, then the coordinates, then the
-  // weights. REQUIRES: every argument behind the counts is a double (3.0, not 3), and there are as
-  // many as the counts say. Two ints alone pick the constructor above.
-  location(double dim, double nweights, ...);
+  // weights, as numbers of any type. Missing ones are 0.0, surplus ones are not read. Two ints
+  // alone pick the constructor above.
+  template <class... Numbers>
+  requires(std::is_arithmetic_v<Numbers>&&...)
+      location(double dim, double nweights, Numbers... values)
+      : location(static_cast<int>(dim), static_cast<int>(nweights)) {
+    fill({static_cast<double>(values)...});
+  }
 
   // The copy of a location without coordinates or without weights is empty, with neither: a
   // location without weights loses its coordinates when it is put into a list.
@@ -113,6 +120,8 @@ class location {
   static void WriteAsPolygonList(std::ostream& out, const list<location>& L);
 
  private:
+  void fill(std::initializer_list<double> values);
+
   Loc_Vector coordinates_;
   Loc_Vector weight_values_;
 };

@@ -69,6 +69,10 @@ TEST(LocVectorTest, NormsAndRotation) {
 // ----- location -----
 
 TEST(LocationTest, ConstructionAndAccess) {
+  // Numbers of any type; missing ones are 0.0.
+  EXPECT_EQ(location(2, 1, 3, 4L, 5.0F), location(2.0, 1.0, 3.0, 4.0, 5.0));
+  EXPECT_EQ(location(2.0, 1.0, 3), location(2.0, 1.0, 3.0, 0.0, 0.0));
+  EXPECT_TRUE(Loc_Vector(2, 7, 8, 9) == Loc_Vector(2.0, 7.0, 8.0));
   EXPECT_EQ(text(location(2.0, 0.0, 1.5, 2.0)) + text(location(2, 1)), "1.5 2  0 0  0 ");
   EXPECT_EQ(text(location::from_point(point(3, 4))), "3 4  1 ");
   EXPECT_EQ(text(at(1, 2).to_segment(at(3, 4))), "[(1,2)===(3,4)]");

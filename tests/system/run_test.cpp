@@ -9,6 +9,7 @@
 #include <regex>
 #include <sstream>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -188,14 +189,61 @@ TEST_F(RunTest, OutputsThatCannotBeCreatedAreDropped) {
   const Result r = run("-o no/such/log -s no/such/page");
   EXPECT_EQ(r.status, 0);
   EXPECT_NE(r.out.find("The objective value is=3\n"), std::string::npos);
+  EXPECT_EQ(r.err,
+            "cellwalk: option -s, file \"no/such/page\": can't write the file\n"
+            "cellwalk: option -o, file \"no/such/log\": can't write the file\n");
+  // A disk that is full.
+  EXPECT_EQ(run("-o /dev/full").err,
+            "cellwalk: option -o, file \"/dev/full\": can't write the file\n");
+}
+
+TEST_F(RunTest, AVastProblemIsRefusedBeforeItsPage) {
+  set_small_problem("1 1");
+  std::string sites = "begin {location}[2,1]\n";
+  for (int i = 0; i < 700'000; ++i) sites += "0 0 1 {0}\n";
+  write("sites", sites);
+  const Result r = run();
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("700000 facilities, whose gauges have 2800000 vertices"), std::string::npos)
+      << r.err;
+  EXPECT_LT(fs::file_size(file("page")), 1000U);
+}
+
+TEST_F(RunTest, AWalkCanBeGivenUp) {
+  const std::string in = EXAMPLES "/andalusia/";
+  const std::string files = "-d " + in + "frame.txt -l " + in + "capitals.loc -g " + in +
+                            "roads.gauge -p " + in + "k-centrum.par --max-passes=";
+  const Result cut = run(files + "2");
+  EXPECT_EQ(cut.status, 3);
+  EXPECT_EQ(cut.err, "cellwalk: the walk was not through after 2 programs (--max-passes)\n");
+  EXPECT_TRUE(ends_with(contents(file("page")), kPageEnd));
+  const std::string log = contents(file("log"));
+  EXPECT_EQ(contents(in + "k-centrum.log").rfind(log, 0), 0U) << log;
+  EXPECT_EQ(run(files + "100").status, 0);
 }
 
 TEST_F(RunTest, LongOptions) {
   EXPECT_EQ(command(CELLWALK " --version").out, "cellwalk " PROJECT_VERSION "\n");
   EXPECT_EQ(command(CELLWALK " --help").out.rfind("usage: cellwalk -d ", 0), 0U);
   set_small_problem("1 1");
-  EXPECT_EQ(run("--picture=picture.png").status, 0);
-  EXPECT_EQ(contents(file("picture.png")).substr(0, 8), "\x89PNG\r\n\x1a\n");
+  for (const char* const sign : {"=", " "}) {
+    EXPECT_EQ(run("--picture" + (sign + std::string("picture.png"))).status, 0);
+    EXPECT_EQ(contents(file("picture.png")).substr(0, 8), "\x89PNG\r\n\x1a\n");
+    fs::remove(file("picture.png"));
+  }
+  const std::pair<const char*, const char*> refused[] = {
+      {"--pictur=x.png", "unknown option --pictur (is it --picture?)"},
+      {"--maxpasses=3", "unknown option --maxpasses (is it --max-passes?)"},
+      {"--elsewhere", "unknown option --elsewhere\n"},
+      {"--picture", "--picture expects a value"},
+      {"--max-passes=x", "--max-passes expects a number from 1 on, found x"},
+      {"--max-passes 0", "--max-passes expects a number from 1 on, found 0"},
+  };
+  for (const auto& [option, text] : refused) {
+    const Result refusal = run(option);
+    EXPECT_EQ(refusal.status, 1);
+    EXPECT_EQ(refusal.err.rfind("cellwalk: " + std::string(text), 0), 0U) << refusal.err;
+  }
   const Result r = run("--picture=no/such/picture.png");
   EXPECT_EQ(r.status, 0);
   EXPECT_EQ(r.err.rfind("Error: Window cannot be saved as no/such/picture.png: ", 0), 0U) << r.err;
