@@ -5,6 +5,7 @@
 #include "planloc/foundation/geometry/ray.h"
 #include "planloc/foundation/geometry/segment.h"
 #include "planloc/foundation/window/color.h"
+#include "planloc/model/gauge_distance.h"
 
 namespace planloc {
 namespace {
@@ -20,13 +21,9 @@ void draw_facility(const location& a, const polygauge& g) {
   ps_point(p);
   const double w = a.weight(0);
   const int s = g.size();
-  const auto ball_vertex = [&](int i) {
-    const point v = g.vertex(i);
-    return point(a[0] + v.xcoord() / w, a[1] + v.ycoord() / w);
-  };
   for (int i = 1; i <= s; ++i) {
-    const point from = ball_vertex(i);
-    const point to = ball_vertex(i == s ? 1 : i + 1);
+    const point from = ball_vertex(p, w, g, i);
+    const point to = ball_vertex(p, w, g, i == s ? 1 : i + 1);
     draw_gauge_edge(from, to);
     ps_ball_edge(from, to);
     draw_direction(p, from);

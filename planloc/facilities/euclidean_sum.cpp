@@ -175,7 +175,7 @@ double facilities::l2_sum(int k, double eps, bool clear) {
 }
 
 int facilities::l2_optimal(const planloc::location& a, int k) const {
-  // Weight 0 of the others, whatever k is: intended.
+  // Weight 0 of the others, whatever k is: intended, kept as callers know it.
   return outweighs(planar_sites(*this, 0), a[0], a[1], a.weight(k)) ? 1 : 0;
 }
 

@@ -21,13 +21,14 @@ bool facilities::contains(const planloc::location& l) const {
                      [&](const planloc::location& a) { return a.coords() == coordinates; });
 }
 
-// Looks at the first facility only: intended.
+// Looks at the first facility only: intended, kept as callers know it.
 int facilities::index_of(const planloc::location& l) const {
   return !empty() && head() == l ? 0 : size();
 }
 
 // That one of several equal facilities goes at the ends, and all of them elsewhere, is intended, as
-// is the loss of results and names in the second case only.
+// is the loss of results and names in the second case only: the ends are taken off the list, an
+// inner one makes a new collection.
 void facilities::remove(const planloc::location& l) {
   if (!empty() && head() == l) {
     pop();
@@ -81,7 +82,7 @@ string& facilities::refname(list_item item) {
   MaviError("facilities::refname(): location isn't an item of this object", 1334, 1, true);
 }
 
-// That i == size() passes is intended.
+// That i == size() passes is intended: kept as callers know it.
 string& facilities::refname(int i) {
   if (i > size()) MaviError("facilities::refname(): location out of range", 1335, 1, true);
   list_item name = next_name(names, nullptr);
@@ -109,7 +110,7 @@ double facilities::min_coordinate(int c) const {
   return smallest;
 }
 
-// Neighbours only, so that an unsorted list keeps its doubles: intended.
+// Neighbours only, so that an unsorted list keeps its doubles: intended, kept as callers know it.
 facilities facilities::merged(int c, int k) const {
   facilities result;
   for (const planloc::location& a : *this) {

@@ -147,7 +147,7 @@ class facilities : public virtual list<planloc::location> {
   // The place with the least weighted sum of distances. They work in the plane (coordinates 0 and
   // 1) with weight k of every facility and append one result, of dimension 2, whose label is k.
   // `clear` empties `opt` before. They return `result_value` unless stated, which is the value of
-  // the FIRST element of `opt`: an older result, if `clear` is false and there is one.
+  // the first element of `opt`: an older result, if `clear` is false and there is one.
   //
   // REQUIRES: dimension 2, or `objective` counts nothing. Weights of at least 0.0. The steps are
   // fixed, also where they are weak; each comment says where that is. docs/solvers.md has an
@@ -238,7 +238,7 @@ class facilities : public virtual list<planloc::location> {
   double l1_max(bool clear);
 
   // The same where all weights are equal, from the bounding box in n operations. Labels 0.0; `opt`
-  // is emptied whatever `clear` is. Returns the least largest distance itself, NOT multiplied by
+  // is emptied whatever `clear` is. Returns the least largest distance itself, not multiplied by
   // the weight.
   // Where both sides of the optimal box are open by rounding there is no result: facilities
   // (0.1, 0.1) and (0.5, 0.5). linf_max with the same facilities has one.
@@ -266,10 +266,9 @@ class facilities : public virtual list<planloc::location> {
   // 1. When it returns, every facility is within the value + 0.001 of the result, weighted. On
   //    every random instance tried, with coordinates near the origin, the value was the optimum or
   //    up to 0.001 below it. The tolerance is absolute: enlarge a problem of small values.
-  // 2. THE WALK HAS NO BOUND: it can keep a candidate of an earlier active set, go round the same
-  //    sets and never return: (0,1), (2,0), (1,1), (1,3) with the weights 3, 1, 3, 1. So it goes
-  //    with 1 random instance in 500 for equal weights, 1 in 2000 for real ones, and 1 in 10 for
-  //    real weights at coordinates of 5e6 and an extent of 100: move the origin there first.
+  // 2. The walk has no bound: it can keep a candidate of an earlier active set, go round the same
+  //    sets and never return: (0,1), (2,0), (1,1), (1,3) with the weights 3, 1, 3, 1. Far
+  //    coordinates make it likely: move the origin there first (docs/solvers.md).
   // 3. Nothing is reported. Facilities of weight 0.0 are left out, but if both the first and the
   //    last one are such (a single one, too) the result is not a number.
   double l2_max(bool clear);
@@ -452,7 +451,7 @@ class facilities : public virtual list<planloc::location> {
 
   // `N_lp_sum_v1`, and if its ratio of new to existing cost is below eps, that is the result, with
   // all elements of `opt` in both costs. Otherwise x_0, x_1, ... are solved for one by one with the
-  // others as facilities, and THE CALL THEN ENDS WITH THE LIST'S REPORT "dlist::get_item: index out
+  // others as facilities, and the call then ends with the list's report "dlist::get_item: index out
   // of range": after the first round, or the second one if some x_j tied. So give an eps above the
   // ratio of `N_lp_sum_v1`; two facilities (0,0) and (1,0) with the weights (2,1) and (1,2),
   // V[0][1] = 1 and eps up to 0.5 end so, and a single facility with any eps: a ratio that is not a
@@ -483,9 +482,8 @@ class facilities : public virtual list<planloc::location> {
   //
   // lp_solve's verdict is not told. What it cannot solve returns the value 1e+30 or a multiple
   // of it, or one that says nothing, with the points that were left.
-  // 1. Keep the facilities near the origin, and positive coordinates if they are far. Measured with
-  //    an extent of 10: value and points are within 1e-12 of the optimum there, within 3e-9 at 1e6,
-  //    but 4e-6 off at -1e6.
+  // 1. Keep the facilities near the origin, and positive coordinates if they are far. What is
+  //    lost otherwise is measured in docs/solvers.md.
   // 2. Weights and V of at least 0.0 are meant: with negative ones a program can be unbounded. The
   //    weight `l_inf` holds x_j at its facility, but makes N_l1_sum put the others at the origin,
   //    with the value 0.0; so does a V of that size. Use 1e6 times the largest weight.
@@ -495,12 +493,12 @@ class facilities : public virtual list<planloc::location> {
   // 1331 "Unequal matrix dimensions." 1332 "Matrix dimensions and number of new locations do not
   // fit." 1333 "Weight dimensions and number of new location do not fit."
   // N >= 4: the pairs with one sum j + k share a row of the program, and columns and costs of pairs
-  // do not match, so that the result IS NOT THE OPTIMUM unless V is zero. N_l1_sum_export has no
+  // do not match, so that the result is not the optimum unless V is zero. N_l1_sum_export has no
   // such fault.
   double N_l1_sum(int N, const matrix& V, bool clear);
 
   // The largest of the terms (weight j of a times the maximum-norm distance of a and x_j, V[j][k]
-  // times that of x_j and x_k), at its least. `opt` IS NOT EMPTIED, whatever `clear` is. No
+  // times that of x_j and x_k), at its least. `opt` is not emptied, whatever `clear` is. No
   // facilities, or N < 1, have the value 0.0.
   // 1336 "facilities::N_linf_max(): Every weight must be unequal to zero"
   // 1337 "facilities::N_linf_max(): The entries of the dependency matrix must be unequal to zero":
@@ -518,7 +516,7 @@ class facilities : public virtual list<planloc::location> {
   // the solution that it prints. docs/file-formats.md describes both. Nothing is said of a file
   // that cannot be written or read; what a solution does not tell is 0.0.
   // The export makes a dense matrix of the rows and columns above: 8 * 2 * (N * M)^2 bytes. It
-  // writes coordinates with TWO DIGITS and leaves out that they may be negative: scale them.
+  // writes coordinates with two digits and leaves out that they may be negative: scale them.
   void N_l1_sum_export(int N, const matrix& V, const char* file_x, const char* file_y) const;
   // Replaces `opt`; returns the sum of both objective values.
   double N_l1_sum_import(const char* file_x, const char* file_y, int N);

@@ -24,7 +24,6 @@ constexpr double kClearOutside = 1e-10;
 // Squares of lengths within these bounds, and products of two of them, are normal numbers.
 constexpr double kShortest = 1e-70;
 constexpr double kLongest = 1e70;
-constexpr double kSmallestPivot = 1e-12;
 // Above it nothing worth knowing is left of a value.
 constexpr double kLargestError = 1e-3;
 
@@ -107,14 +106,9 @@ void flat_gauged_sites::append_solves(const flat_site& site) {
   for (int i = 1; i <= g.size(); ++i) {
     const point t = g.vertex(i);
     const point next = g.vertex(i == g.size() ? 1 : i + 1);
-    plane_xy e{(site.x + t.xcoord()) - site.x, (site.x + next.xcoord()) - site.x};
-    plane_xy f{(site.y + t.ycoord()) - site.y, (site.y + next.ycoord()) - site.y};
-    const bool exchanged = std::fabs(f.x) > std::fabs(e.x);
-    if (exchanged) std::swap(e, f);
-    const double factor = f.x / e.x;
-    const double fy = f.y - factor * e.y;
-    const bool singular = std::fabs(e.x) < kSmallestPivot || std::fabs(fy) < kSmallestPivot;
-    solves_.push_back({factor, fy, e.y, e.x, exchanged, singular});
+    solves_.emplace_back(
+        equation{(site.x + t.xcoord()) - site.x, (site.x + next.xcoord()) - site.x, 0.0},
+        equation{(site.y + t.ycoord()) - site.y, (site.y + next.ycoord()) - site.y, 0.0});
   }
 }
 
@@ -161,18 +155,12 @@ int flat_gauged_sites::cone(std::size_t i, double x, double y) const {
 double flat_gauged_sites::distance(std::size_t i, double x, double y) const {
   const flat_site& site = sites_[i];
   if (x == site.x && y == site.y) return 0.0;
-  const cone_solve& s = solves_[site.first_cone + static_cast<std::size_t>(cone(i, x, y)) - 1];
-  if (s.singular) {
+  const two_equations& s = solves_[site.first_cone + static_cast<std::size_t>(cone(i, x, y)) - 1];
+  if (s.singular()) {
     return gauges_[site.gauge].source->distance(point(site.x, site.y), point(x, y));
   }
-  double e = x - site.x;
-  double f = y - site.y;
-  if (s.exchanged) std::swap(e, f);
-  f -= s.factor * e;
-  f /= s.fy;
-  e -= s.ey * f;
-  e /= s.ex;
-  return std::fabs(e) + std::fabs(f);
+  const auto lambda = s.solve(x - site.x, y - site.y);
+  return std::fabs(lambda[0]) + std::fabs(lambda[1]);
 }
 
 double flat_gauged_sites::value(double x, double y, std::size_t k) const {
@@ -240,8 +228,8 @@ double flat_gauged_sites::relative_error() const {
     largest = std::max(largest, solve_error(site) + cone_error(site, kClear));
   }
   const double error = 2.0 * (largest + kRounding * (static_cast<double>(size()) + 4.0));
-  const bool singular =
-      std::any_of(solves_.begin(), solves_.end(), [](const cone_solve& s) { return s.singular; });
+  const bool singular = std::any_of(solves_.begin(), solves_.end(),
+                                    [](const two_equations& s) { return s.singular(); });
   return error < kLargestError && !singular ? error : kInfinite;
 }
 

@@ -12,6 +12,7 @@
 #include "planloc/facilities/planar_sites.h"
 #include "planloc/foundation/containers/list.h"
 #include "planloc/foundation/geometry/xy.h"
+#include "planloc/foundation/numeric/two_equations.h"
 #include "planloc/model/location.h"
 #include "planloc/model/polygauge.h"
 
@@ -93,12 +94,6 @@ class flat_gauged_sites {
     double longest;    // vertex
     double steepness;  // at least the gauge of any vector of length 1; infinite if not convex
   };
-  // What the elimination of the two equations of a cone leaves; see cones.cpp.
-  struct cone_solve {
-    double factor, fy, ey, ex;
-    bool exchanged;
-    bool singular;
-  };
   // The gradient in a cone is (dy / d, -dx / d).
   struct cone_gradient {
     double dx, dy, d;
@@ -119,7 +114,7 @@ class flat_gauged_sites {
   std::vector<plane_xy> vertices_;    // as `polygauge::vertices` yields them
   std::vector<plane_xy> directions_;  // of length 1
   std::vector<cone_gradient> cone_gradients_;
-  std::vector<cone_solve> solves_;
+  std::vector<two_equations> solves_;  // one a cone
 };
 
 }  // namespace planloc::detail

@@ -105,7 +105,7 @@ printed_solution read_solution(const char* file, int count) {
   std::ifstream in(file);
   std::array<char, kLongestLine + 1> buffer;
   std::size_t column = 0;
-  // A longer line fails the stream, and so ends the file: intended.
+  // A longer line fails the stream, and so ends the file: intended, kept as callers know it.
   while (in.getline(buffer.data(), buffer.size())) {
     const std::string line(buffer.data());
     if (cut(line, kValueMark) == "VAL") solution.value = number_in(line, kValue);

@@ -128,7 +128,8 @@ class active_set {
       size_ = four;
       sort_triple(P_, Q_, R_, F_);
     } else {
-      // Each sort stands between the tests, and may exchange what the next one looks at: intended.
+      // Each sort stands between the tests, and may exchange what the next one looks at: intended,
+      // as the walk from set to set is that of the method.
       for (weighted_site* active : {&P_, &Q_, &R_}) {
         if (!F_.same_place(*active)) continue;
         active->weight = F_.weight;
@@ -157,7 +158,7 @@ class active_set {
   // The circles of F with two of the others that cover the third one.
   void find_candidates(bool covers_q, bool covers_r) {
     // Only the first one is reset, to the place of the last one; the other two keep what an earlier
-    // pass found, for other sites perhaps: intended.
+    // pass found, for other sites perhaps: intended, such a candidate fails the covering test.
     without_q_ = {without_p_.x, without_p_.y, kNowhere};
     if (!covers_r && !pair_covers_third(P_, R_, F_)) {
       const circle_record c = three_point_circle(P_, R_, F_);

@@ -138,7 +138,7 @@ double l1_lp_solve(int N, int M, int rows, double* c, double* bx, double* by, do
       set(r, u + 1, -1.0);
     }
     for (int k = j + 1; k <= N; ++k) {
-      // A sum, not a running number: intended.
+      // A sum, not a running number: intended, costs and rows are found by it (see the header).
       const int r = N * M + j + k - 2;
       set(r, j, 1.0);
       set(r, k, -1.0);

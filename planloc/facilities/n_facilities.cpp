@@ -118,9 +118,10 @@ std::unique_ptr<N_sum> facilities::N_lp_sum(int N, int p, const matrix& V, doubl
   const double first_new_cost = N_new_cost(V, p);
   const double ratio = first_new_cost / N_existing_cost(p);
 
-  // One for all rounds: weight j of it stays what it was when x_j is solved for. Intended.
+  // One for all rounds: weight j of it stays what it was when x_j is solved for. Intended,
+  // as the rounds' results depend on it.
   planloc::location fixed(dimension(), weight_count());
-  // The ratio stays, so that it decides once. Intended.
+  // The ratio stays, so that it decides once. Intended, a round does not compute it anew.
   for (int round = 1; !(ratio < eps); ++round) {
     const list<planloc::location> previous = opt;
     opt.clear();
@@ -146,7 +147,7 @@ std::unique_ptr<N_sum> facilities::N_lp_sum(int N, int p, const matrix& V, doubl
     if (opt.size() == previous.size()) {
       bool settled = true;
       for (const planloc::location& x : opt) {
-        // One past the end, which the list reports: intended.
+        // One past the end, which the list reports: intended, the header tells how the call ends.
         if (x != previous[previous.get_item(previous.size())]) settled = false;
       }
       if (settled) return record;

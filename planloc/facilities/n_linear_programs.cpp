@@ -61,7 +61,7 @@ double facilities::N_l1_sum(int N, const matrix& V, bool clear) {
       ++i;
     }
     for (int k = j + 1; k < N; ++k) {
-      // A sum, not a running number: intended.
+      // A sum, not a running number: intended, lpsolver.h finds rows and costs by it.
       const int t = N + 2 * N * M + 2 * (j + k);
       c[t - 1] = c[t] = V(j, k);
     }

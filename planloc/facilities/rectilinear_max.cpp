@@ -67,7 +67,8 @@ double facilities::linf_max(bool clear) {
         return D;
       }
     }
-    // The message returns, and the corners divide by zero: intended.
+    // The message returns, and the corners divide by zero: intended, as the result
+    // then shows that no place is better.
     MaviMessage("facilities::linf_max: No weight is unequal to zero and the whole plane is optimal",
                 1, true);
   }
@@ -102,7 +103,7 @@ double facilities::linf_max_equal(bool /*clear*/) {
   const double y[2] = {high[1] - D, low[1] + D};
   const bool one_x = x[0] == x[1];
   const bool one_y = y[0] == y[1];
-  // Two intervals that rounding leaves both open give no result: intended.
+  // Two intervals that rounding leaves both open give no result: intended, the header tells it.
   if (one_x || one_y) opt.append(detail::labelled({x[0], y[0]}, 0.0));
   if (one_x && !one_y) opt.append(detail::labelled({x[0], y[1]}, 0.0));
   if (one_y && !one_x) opt.append(detail::labelled({x[1], y[0]}, 0.0));

@@ -28,7 +28,7 @@ double facilities::l2squared_sum(int k, bool clear) {
   const detail::planar_sites sites(*this, k);
   const detail::plane_xy c = detail::centre_of_gravity(sites);
   opt.append(detail::labelled(c, k));
-  // Weight 0 in the value, whatever k is: intended.
+  // Weight 0 in the value, whatever k is: intended, kept as callers know it.
   const detail::planar_sites valued(*this, 0);
   double value = 0.0;
   for (std::size_t i = 0; i < valued.size(); ++i) {
@@ -59,14 +59,15 @@ double facilities::l1_sum(int k, bool clear) {
   const bool unique_y = y.passes(half);
   if (unique_x && unique_y) return result_value(1, k);
 
-  // The other end of a tie is looked for by weight 0, whatever k is: intended. Joining adds up
-  // weight k and leaves weight 0 as it is in the first of the joined facilities.
+  // The other end of a tie is looked for by weight 0, whatever k is: intended, kept as callers know
+  // it. Joining adds up weight k and leaves weight 0 as it is in the first of the joined
+  // facilities.
   const std::vector<double> first_weights = detail::planar_sites(*this, 0).w;
   const auto has_weight = [&](const line_site& s) {
     return (k == 0 ? s.weight : first_weights[static_cast<std::size_t>(s.number)]) != 0.0;
   };
   // That a half of 0.0, which a total near the smallest double has, counts as a tie in both
-  // coordinates is intended.
+  // coordinates is intended, kept as callers know it.
   if (unique_x && half != 0.0) {
     y.next(has_weight);
     append_result();

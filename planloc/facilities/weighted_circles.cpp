@@ -31,7 +31,8 @@ circle_record three_point_circle(const weighted_site& a, const weighted_site& b,
   const circle_record ab = equal_distance_locus(a, b);
   const circle_record ac = equal_distance_locus(a, c);
   const circle_record bc = equal_distance_locus(b, c);
-  // Both keep what an intersection does not write: intended.
+  // Both keep what an intersection does not write: intended, the header tells
+  // what.
   weighted_site p;
   weighted_site q;
   const auto value = [&](const weighted_site& s) { return a.weight * s.distance(a.x, a.y); };
@@ -131,7 +132,7 @@ void circle_with_line(const circle_record& circle, const slope_and_intercept& li
   }
   double D = B * B - 4.0 * A * C;
   if (D < -kDiscriminantTolerance) {
-    // The ordinate of q stays: intended.
+    // The ordinate of q stays: intended, the header says so.
     p = weighted_site(kNowhere, kNowhere, 0.0);
     q = weighted_site(kNowhere, q.y, 0.0);
     return;

@@ -18,6 +18,7 @@
 
 #include "planloc/foundation/containers/list.h"
 #include "planloc/model/location.h"
+#include "planloc/model/unlimited.h"
 
 namespace planloc {
 
@@ -27,7 +28,7 @@ inline constexpr double kCoveringTolerance = 0.001;
 inline constexpr double kDiscriminantTolerance = 1e-13;
 // The slope of a vertical line, the abscissa of a point that does not exist, and the radius of a
 // circle that is not there.
-inline constexpr double kNowhere = 1e+50;
+inline constexpr double kNowhere = detail::kUnlimited;
 
 struct weighted_site {
   weighted_site() = default;

@@ -8,22 +8,18 @@
 #include "planloc/foundation/geometry/hull.h"
 #include "planloc/foundation/geometry/line.h"
 #include "planloc/foundation/numeric/matrix.h"
+#include "planloc/foundation/numeric/two_equations.h"
 #include "planloc/model/reporter.h"
+#include "planloc/model/unlimited.h"
 
 namespace planloc::detail {
 namespace {
 
 constexpr double kPi = std::numbers::pi;
-constexpr double kVerticalSlope = 1e+50;
-constexpr double kSmallestPivot = 1e-12;
 
 const point kOrigin(0, 0);
 
 point sum(const point& p, const point& t) { return p.translate(t.xcoord(), t.ycoord()); }
-
-struct equation {
-  double x, y, right;
-};
 
 // The solution of two equations by matrix::solve, which also makes the report on a lack of rank.
 std::array<double, 2> solve_by_matrix(const equation& e, const equation& f) {
@@ -36,21 +32,9 @@ std::array<double, 2> solve_by_matrix(const equation& e, const equation& f) {
   return {solution[0], solution[1]};
 }
 
-// The same elimination, operation by operation and so bit for bit, on the stack: a distance is this
-// and little else, and the three allocations of matrix::solve would make it some four times slower.
-std::array<double, 2> solve(equation e, equation f) {
-  const equation given_e = e;
-  const equation given_f = f;
-  if (std::fabs(f.x) > std::fabs(e.x)) std::swap(e, f);
-  if (std::fabs(e.x) < kSmallestPivot) return solve_by_matrix(given_e, given_f);
-  const double factor = f.x / e.x;
-  f.y -= factor * e.y;
-  f.right -= factor * e.right;
-  if (std::fabs(f.y) < kSmallestPivot) return solve_by_matrix(given_e, given_f);
-  f.right /= f.y;
-  e.right -= e.y * f.right;
-  e.right /= e.x;
-  return {e.right, f.right};
+std::array<double, 2> solve(const equation& e, const equation& f) {
+  const two_equations prepared(e, f);
+  return prepared.singular() ? solve_by_matrix(e, f) : prepared.solve(e.right, f.right);
 }
 
 }  // namespace
@@ -258,7 +242,7 @@ double cone_fan::distance_in_cone(const point& a, const point& b, int i) const {
 list<double> cone_fan::edge_line(const point& p, int i) const {
   const list<point> ends = cone_vertices(p, i);
   const line edge(ends.head(), ends.tail());
-  if (edge.is_vertical()) return {kVerticalSlope, edge.x_proj(1.0)};
+  if (edge.is_vertical()) return {kUnlimited, edge.x_proj(1.0)};
   return {edge.slope(), edge.y_proj(0.0)};
 }
 
@@ -318,7 +302,7 @@ void cone_fan::merge_walk(const cone_fan& a, const cone_fan& b, const merge_visi
       ++number;
     }
     // On every pass that ends on the last direction, so that the first can collect more than one
-    // full turn: intended.
+    // full turn: intended, as the pairs of `merged` follow from it.
     void wrap() {
       if (at + 1 == angles.size()) angles[0] += 2 * kPi;
     }

@@ -81,7 +81,7 @@ class cone_fan {
   void take_directions(const list<point>& vertices);
   // Reports `gap` for neighbouring directions that are more than a half-turn apart, or exactly a
   // half-turn unless it `passes`. The gap between the last and the first direction is not looked
-  // at: intended.
+  // at: intended, kept as callers know it.
   void check_gaps(bool half_turn_passes) const;
   // Reports `hull` unless every vertex is a vertex of their convex hull.
   void check_hull(const list<point>& vertices) const;
@@ -107,7 +107,7 @@ class cone_fan {
   static void merge_walk(const cone_fan& a, const cone_fan& b, const merge_visit& visit);
 
   // Whether both fans are empty, or of one size with equal first directions. Further directions
-  // are not compared: intended.
+  // are not compared: intended, kept as callers know it.
   bool same_first_direction(const cone_fan& other) const;
 
   // Moves the source of every direction to p and leaves the angles.

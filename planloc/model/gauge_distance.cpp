@@ -7,21 +7,23 @@ namespace planloc {
 
 rat_point to_rat_point(const point& p) { return rat_point(p); }
 
+point ball_vertex(const point& p, double w, const polygauge& g, int i) {
+  const point v = g.vertex(i);
+  return point(p.xcoord() + v.xcoord() / w, p.ycoord() + v.ycoord() / w);
+}
+
 rat_point ball_hit(const rat_point& x, const location& a, const polygauge& g) {
   const point p = a.to_point();
   const double w = a.weight(0);
   const int s = g.size();
-  const auto ball_vertex = [&](int i) {
-    const point v = g.vertex(i);
-    return to_rat_point(point(p.xcoord() + v.xcoord() / w, p.ycoord() + v.ycoord() / w));
-  };
+  const auto vertex = [&](int i) { return to_rat_point(ball_vertex(p, w, g, i)); };
   const rat_ray ray(to_rat_point(p), x);
   rat_point hit;
   if (s == 0) return hit;
-  const rat_point first = ball_vertex(1);
+  const rat_point first = vertex(1);
   rat_point from = first;
   for (int i = 1; i <= s; ++i) {
-    const rat_point to = i == s ? first : ball_vertex(i + 1);
+    const rat_point to = i == s ? first : vertex(i + 1);
     if (ray.intersection(rat_segment(from, to), hit)) break;
     from = to;
   }

@@ -18,6 +18,9 @@ namespace planloc {
 // argument infinite".
 rat_point to_rat_point(const point& p);
 
+// Vertex i, from 1, of the unit ball of g about p, scaled by one over the weight w.
+point ball_vertex(const point& p, double w, const polygauge& g, int i);
+
 // Where the ray from facility a through x leaves the unit ball of g, centred at a and scaled by one
 // over a's weight 0. All intersections are exact; the vertices are doubles.
 // 1. The first edge that the ray meets counts, in the order of the cones of g.

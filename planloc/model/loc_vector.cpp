@@ -102,7 +102,7 @@ Loc_Vector Loc_Vector::rotate(double alpha) const {
   const double c = std::cos(alpha);
   const double s = std::sin(alpha);
   Loc_Vector turned(2);
-  // Clockwise for positive alpha: intended.
+  // Clockwise for positive alpha: intended, kept as callers know it.
   turned[0] = c * v_[0] + s * v_[1];
   turned[1] = c * v_[1] - s * v_[0];
   return turned;

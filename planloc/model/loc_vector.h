@@ -62,7 +62,7 @@ class Loc_Vector {
   // Replaces every element by its absolute value.
   void abs();
 
-  // Turned CLOCKWISE by alpha (radians), unlike `vector::rotate`.
+  // Turned clockwise by alpha (radians), unlike `vector::rotate`.
   // 1101 "Loc_Vector::rotate():To rotate the dimension must be 2."
   Loc_Vector rotate(double alpha) const;
 

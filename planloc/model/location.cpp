@@ -9,7 +9,8 @@
 namespace planloc {
 namespace {
 
-// Without weights a location copies as an empty one, coordinates included: intended.
+// Without weights a location copies as an empty one, coordinates included: intended, as to_point
+// and lists of locations behave accordingly.
 bool copies_empty(const location& a) { return a.dim() < 1 || a.nweights() < 1; }
 
 int checked(int i, int size, int code) {
@@ -45,7 +46,7 @@ location::location(const location& other)
       weight_values_(copies_empty(other) ? Loc_Vector(0) : other.weight_values_) {}
 
 location& location::operator=(const location& other) {
-  // Equality by value: a -0.0 in the way of a 0.0 stays. Intended.
+  // Equality by value: a -0.0 in the way of a 0.0 stays. Intended, kept as callers know it.
   if (*this == other) return *this;
   coordinates_ = other.coordinates_;
   weight_values_ = other.weight_values_;
@@ -163,7 +164,7 @@ location location::operator/(double f) const {
   return quotient;
 }
 
-// The weights of the zero location, not the negated ones: intended.
+// The weights of the zero location, not the negated ones: intended, kept as callers know it.
 location location::operator-() const { return location(dim(), nweights()) - *this; }
 
 // ----- Comparison -----

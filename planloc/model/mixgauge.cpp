@@ -109,7 +109,7 @@ mixgauge mixgauge::merged(const mixgauge& other) const {
     }
     in_arc = euclidean;
   });
-  // Whatever the first entry is: intended.
+  // Whatever the first entry is: intended, kept as callers know it.
   if (result_types.tail()) {
     result.pop();
     result_types.pop();

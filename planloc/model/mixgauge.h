@@ -49,7 +49,7 @@ class mixgauge : detail::cone_fan {
   // 2. The directions kept turn strictly counterclockwise within one turn from the first (1718).
   //    1719 stands for a closing angle below 0.0, which does not occur.
   // 3. Neighbours kept are at most a half-turn apart (1720). The last and the first are not
-  //    tested: intended.
+  //    tested: intended, as for `polygauge`.
   // 4. Every point kept is a vertex of their convex hull (1721).
   // REQUIRES: at least 2 vertices are kept.
   mixgauge(const list<point>& points, const list<bool>& types);
@@ -122,7 +122,7 @@ class mixgauge : detail::cone_fan {
   mixgauge merged(const mixgauge& other) const;
 
   // Whether both have the same number of vertices and the same first one. Neither the other
-  // vertices nor the types are compared: intended.
+  // vertices nor the types are compared: intended, as for `polygauge`.
   bool operator==(const mixgauge& other) const { return same_first_direction(other); }
 
   // Reads points up to the end of the line and their types, 0 or 1, up to the end of the next.

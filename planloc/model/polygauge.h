@@ -46,7 +46,7 @@ class polygauge : detail::cone_fan {
   // The gauge whose unit ball has these vertices.
   // 1. Their directions turn strictly counterclockwise within one turn from the first (1701).
   // 2. Neighbours in the list are less than a half-turn apart (1702). The last and the first are
-  //    not tested, so the origin can lie outside of what passes: intended.
+  //    not tested, so the origin can lie outside of what passes: intended, kept as callers know it.
   // 3. Every vertex is a vertex of the convex hull; one halfway along an edge is not (1703).
   // REQUIRES: at least 2 vertices.
   explicit polygauge(const list<point>& vertices);
@@ -131,7 +131,7 @@ class polygauge : detail::cone_fan {
   polygauge scale(double f) const;  // every vertex at f times its length; f > 0 (1704)
   // The directions of both gauges, at length 1. Directions are paired off by their angle from the
   // y axis, and the walk gives up with 1705 when one gauge has run around while the other still
-  // has directions left: intended.
+  // has directions left: intended, since the order of the pairs is part of the result.
   polygauge merged(const polygauge& other) const;
 
   // ----- Others -----
@@ -141,7 +141,7 @@ class polygauge : detail::cone_fan {
   polygauge translated(const point& p) const;
 
   // Whether both have the same number of vertices and the same first one; the others are not
-  // compared: intended.
+  // compared: intended, kept as callers know it.
   bool operator==(const polygauge& other) const { return same_first_direction(other); }
 
   // Reads vertices up to the end of the line, as points (1,2) or 1 2.

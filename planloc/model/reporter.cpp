@@ -94,7 +94,7 @@ void MaviQuery(const char* message, int status_on_cancel, int stop_if_zero, bool
     return;
   }
   write_message(message);
-  // The second number is tested, not the third: intended.
+  // The second number is tested, not the third: intended, kept as callers know it.
   if (status_on_cancel == 0) std::exit(0);
 }
 

@@ -5,11 +5,10 @@
 #include <utility>
 
 #include "planloc/foundation/containers/error_handler.h"
+#include "planloc/foundation/numeric/two_equations.h"
 
 namespace planloc {
 namespace {
-
-constexpr double kSmallestPivot = 1e-12;
 
 // A square system [A | B] while it is eliminated, in one flat array.
 class Elimination {
@@ -32,7 +31,7 @@ class Elimination {
   bool reduce() {
     for (int i = 0; i < n_; ++i) {
       bring_pivot_to(i);
-      if (std::fabs(at(i, i)) < kSmallestPivot) return false;
+      if (std::fabs(at(i, i)) < detail::kSmallestPivot) return false;
       for (int k = i + 1; k < n_; ++k) {
         const double factor = at(k, i) / at(i, i);
         for (int j = i; j < width_; ++j) at(k, j) -= factor * at(i, j);
