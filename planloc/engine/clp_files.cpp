@@ -19,10 +19,23 @@ namespace {
 
 // ----- Names -----
 
-// Both formats take it: no blank, no operator, no beginning that reads as a number.
+// Words of the LP format.
+bool is_keyword(std::string name) {
+  static const std::set<std::string> kWords = {
+      "bin",     "binaries", "binary",   "bounds",   "end",      "free",    "gen",
+      "general", "generals", "inf",      "infinity", "int",      "integer", "integers",
+      "max",     "min",      "maximize", "minimize", "semi",     "semis",   "sos",
+      "sos1",    "sos2",     "st",       "s.t",      "s.t.",     "st.",     "such",
+      "subject", "maximum",  "minimum",  "lazy",     "maximise", "minimise"};
+  for (char& c : name) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return kWords.count(name) > 0;
+}
+
+// Both formats take it: no word of theirs, no blank, no operator, no beginning that reads as a
+// number.
 bool is_fit(const std::string& name) {
   constexpr std::size_t kLongest = 255;
-  if (name.empty() || name.size() > kLongest) return false;
+  if (name.empty() || name.size() > kLongest || is_keyword(name)) return false;
   const auto fits = [](unsigned char c) {
     return std::isalnum(c) || std::string_view("_.#$%&()/,;?@'`{}~!").find(static_cast<char>(c)) !=
                                   std::string_view::npos;
@@ -37,7 +50,7 @@ bool is_fit(const std::string& name) {
 std::vector<std::string> names_of(const std::vector<std::string>& given, std::size_t count,
                                   char letter) {
   std::vector<std::string> names(count);
-  std::set<std::string> taken;
+  std::set<std::string> taken = {"obj"};  // the objective's row
   for (std::size_t k = 0; k < given.size(); ++k) {
     if (is_fit(given[k]) && taken.insert(given[k]).second) names[k] = given[k];
   }

@@ -38,6 +38,13 @@ constexpr double kBox = 1e6;
 
 constexpr double kNoCutoff = 1e75;
 
+// False if the value is outside the column's bounds.
+bool fix_inside(clp_column& column, double value) {
+  const bool inside = value >= column.lower && value <= column.upper;
+  if (inside) fix_column(column, value);
+  return inside;
+}
+
 // What a search of CBC has come to.
 struct Found {
   std::vector<double> x;  // empty without a solution
@@ -97,8 +104,8 @@ class Search {
   static clp_problem relaxation(const clp_problem& problem);
   bool is_integer(std::size_t j) const { return problem_.columns[j].type != 'C'; }
   // In minimised terms.
-  double cutoff() const {
-    return problem_.sense > 0 ? settings_.upper_cutoff : -settings_.lower_cutoff;
+  double cutoff(const clp_settings& settings) const {
+    return problem_.sense > 0 ? settings.upper_cutoff : -settings.lower_cutoff;
   }
   clp_settings settings_left() const;
   bool is_solution(const std::vector<double>& x) const;
@@ -178,7 +185,7 @@ bool Search::complete(const std::vector<double>& x) {
   clp_problem rest = relaxed_;
   rest.has_basis = false;
   for (std::size_t j = 0; j < rest.columns.size(); ++j) {
-    if (is_integer(j)) fix_column(rest.columns[j], std::round(x[j]));
+    if (is_integer(j) && !fix_inside(rest.columns[j], std::round(x[j]))) return false;
   }
   for (const clp_sos& set : problem_.sets) {
     for (const int column : set.columns) {
@@ -211,8 +218,8 @@ void Search::adopt_start() {
     if (!is_integer(j)) continue;
     if (std::isnan(start[j])) {
       known = false;
-    } else {
-      fix_column(rest.columns[j], std::round(start[j]));
+    } else if (!fix_inside(rest.columns[j], std::round(start[j]))) {
+      return;
     }
   }
   known = known && problem_.sets.empty();
@@ -358,7 +365,7 @@ Found Search::search(const clp_problem& program, const clp_settings& settings) {
   model.setMaximumSolutions(settings.solution_limit);
   if (settings.wall_clock) model.setUseElapsedTime(true);
   if (settings.time_limit < 1e75) model.setMaximumSeconds(settings.time_limit);
-  if (cutoff() < kNoCutoff) model.setCutoff(cutoff() / std::fabs(scale_));
+  if (cutoff(settings) < kNoCutoff) model.setCutoff(cutoff(settings) / std::fabs(scale_));
   if (problem_.has_mip_solution) {
     model.setCutoff(std::min(model.getCutoff(), problem_.mip_objective_value / scale_));
   }
@@ -430,7 +437,10 @@ int Search::solve_unbounded() {
   clp_problem program = relaxed_;
   if (problem_.sets.empty()) {
     for (clp_column& column : program.columns) column.objective = 0.0;
-    const Found found = search(program, settings_left());
+    clp_settings any = settings_left();
+    any.lower_cutoff = -kNoCutoff;
+    any.upper_cutoff = kNoCutoff;
+    const Found found = search(program, any);
     if (!found.x.empty() && !stopped_) return CPXMIP_UNBOUNDED;
     return status_of(found);
   }
@@ -470,7 +480,7 @@ int Search::solve() {
     default:
       break;
   }
-  if (cutoff() < kNoCutoff || !is_solution(relaxed_.x)) return search_bounded();
+  if (cutoff(settings_) < kNoCutoff || !is_solution(relaxed_.x)) return search_bounded();
   problem_.has_mip_bound = complete(relaxed_.x);
   problem_.mip_bound = problem_.mip_objective_value;
   return problem_.has_mip_bound ? CPXMIP_OPTIMAL : search_bounded();

@@ -301,8 +301,11 @@ bool Solver::run_barrier(ClpSimplex& model) {
   interior.returnModel(elastic);
   model.allSlackBasis(true);
   const double* const x = elastic.primalColumnSolution();
-  std::copy_n(x, model.numberColumns(), model.primalColumnSolution());
-  model.times(1.0, model.primalColumnSolution(), model.primalRowSolution());
+  const int n = model.numberColumns();
+  if (std::all_of(x, x + n, [](double value) { return std::isfinite(value); })) {
+    std::copy_n(x, n, model.primalColumnSolution());
+    model.times(1.0, model.primalColumnSolution(), model.primalRowSolution());
+  }
   if (problem_.barrier_iterations >= settings_.barrier_iteration_limit) {
     stop_ = Stop::kIterations;
     return false;

@@ -205,6 +205,7 @@ void IlcCplex::delCols(int first, int last) {
 }
 
 void IlcCplex::chgRhs(int row, double value) {
+  invalidateCaches();
   test("IlcCplex::chgRhs", library_.CPXchgrhs(env_, lp_, 1, &row, &value));
 }
 

@@ -268,8 +268,8 @@ class IlcCplex {
   bool recover(int code);
   bool failed();
 
-  void fill(Cache& cache, int length, Read read, const char* memory_report, const char* name,
-            bool solve_without_solution);
+  void fill(Cache& cache, int length, Read linear, Read mip, const char* memory_report,
+            const char* name, bool solve_without_solution);
   double readObjValue(ReadValue read, const char* name);
   int count(Count counter) { return (library_.*counter)(env_, lp_); }
 

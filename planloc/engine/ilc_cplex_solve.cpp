@@ -163,7 +163,7 @@ bool IlcCplex::recover(int code) {
 
 // ----- Solution -----
 
-void IlcCplex::fill(Cache& cache, int length, Read read, const char* memory_report,
+void IlcCplex::fill(Cache& cache, int length, Read linear, Read mip, const char* memory_report,
                     const char* name, bool solve_without_solution) {
   try {
     cache.values.resize(static_cast<std::size_t>(length));
@@ -171,12 +171,12 @@ void IlcCplex::fill(Cache& cache, int length, Read read, const char* memory_repo
     return manager_.getErrorReporter()->error(kIlcNoMemory, memory_report);
   }
   double* const values = cache.values.data();
-  int code = (library_.*read)(env_, lp_, values, 0, length - 1);
+  int code = (library_.*(solved_as_mip_ ? mip : linear))(env_, lp_, values, 0, length - 1);
   if (code == CPXERR_NO_SOLN && solve_without_solution) {
     setToLP();
     library_.CPXprimopt(env_, lp_);
     solved_as_mip_ = false;
-    code = (library_.*read)(env_, lp_, values, 0, length - 1);
+    code = (library_.*linear)(env_, lp_, values, 0, length - 1);
   }
   test(name, code);
   cache.valid = true;
@@ -184,7 +184,7 @@ void IlcCplex::fill(Cache& cache, int length, Read read, const char* memory_repo
 
 double IlcCplex::getCurrentValue(int column) {
   if (!x_.valid) {
-    fill(x_, getNumCols(), solved_as_mip_ ? &CplexLibrary::CPXgetmipx : &CplexLibrary::CPXgetx,
+    fill(x_, getNumCols(), &CplexLibrary::CPXgetx, &CplexLibrary::CPXgetmipx,
          "IlcCplex::getCurrentValue: No more memory", "IlcCplex::getCurrentValue",
          !manager_.isInEditMode());
   }
@@ -193,24 +193,25 @@ double IlcCplex::getCurrentValue(int column) {
 
 double IlcCplex::getReducedCost(int column) {
   if (!dj_.valid) {
-    fill(dj_, getNumCols(), &CplexLibrary::CPXgetdj, "IlcCplex::updateReducedCost: No more memory",
-         "IlcCplex::updateReducedCost", !manager_.isInEditMode() || close_on_error_);
+    fill(dj_, getNumCols(), &CplexLibrary::CPXgetdj, &CplexLibrary::CPXgetdj,
+         "IlcCplex::updateReducedCost: No more memory", "IlcCplex::updateReducedCost",
+         !manager_.isInEditMode() || close_on_error_);
   }
   return dj_.values[static_cast<std::size_t>(column)];
 }
 
 double IlcCplex::getDualValue(int row) {
   if (!pi_.valid) {
-    fill(pi_, getNumRows(), &CplexLibrary::CPXgetpi, "IlcCplex::updateDualValue: No more memory",
-         "IlcCplex::updateDuals", !manager_.isInEditMode());
+    fill(pi_, getNumRows(), &CplexLibrary::CPXgetpi, &CplexLibrary::CPXgetpi,
+         "IlcCplex::updateDualValue: No more memory", "IlcCplex::updateDuals",
+         !manager_.isInEditMode());
   }
   return pi_.values[static_cast<std::size_t>(row)];
 }
 
 double IlcCplex::getSlackValue(int row) {
   if (!slack_.valid) {
-    fill(slack_, getNumRows(),
-         solved_as_mip_ ? &CplexLibrary::CPXgetmipslack : &CplexLibrary::CPXgetslack,
+    fill(slack_, getNumRows(), &CplexLibrary::CPXgetslack, &CplexLibrary::CPXgetmipslack,
          "IlcCplex::updateSlackValue: No more memory", "IlcCplex::updateSlackValue",
          !manager_.isInEditMode());
   }

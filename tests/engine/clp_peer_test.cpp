@@ -355,7 +355,9 @@ TEST(ClpPeerTest, WrittenProgramsAreReadByThePeer) {
     std::vector<Column> costs = columns;
     for (Column& column : costs) column.cost *= sense;
     Program program(costs, rows, sense);
-    if (round % 3 == 0) program.library.CPXchgname(program.env, program.lp, 'c', 0, "y_0");
+    if (round % 3 == 0)
+      program.library.CPXchgname(program.env, program.lp, 'c', 0, round % 2 ? "y_0" : "Free");
+    if (round % 5 == 0) program.library.CPXchgname(program.env, program.lp, 'r', 0, "obj");
     if (round % 4 == 0) {
       const std::string types = std::string(columns.size() - 1, 'C') + 'I';
       program.library.CPXcopyctype(program.env, program.lp, types.c_str());

@@ -100,6 +100,12 @@ TEST_F(IlcCplexSolveTest, SetsPrioritiesAndStarts) {
     ASSERT_EQ(c->mipOpt(), CPXMIP_OPTIMAL);
     EXPECT_EQ(values(*c), (std::vector<double>{2, 0, 1}));
   }
+  // Nor is it a start what is outside of the bounds.
+  c->chgMax(0, 1);
+  c->setStartingSolution(starts[0].data());
+  ASSERT_EQ(c->mipOpt(), CPXMIP_OPTIMAL);
+  EXPECT_EQ(c->getMIPObjValue(), 12);
+  c->chgMax(0, 10);
   // The start is what is left where no node may be searched.
   c->chgRhs(2, 7.5);
   c->setIntParam(CPX_PARAM_NODELIM, 0);
