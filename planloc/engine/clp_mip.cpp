@@ -363,6 +363,9 @@ Found Search::search(const clp_problem& program, const clp_settings& settings) {
                     std::max(settings.objective_difference / std::fabs(scale_), 1e-5));
   model.setMaximumNodes(settings.node_limit);
   model.setMaximumSolutions(settings.solution_limit);
+  // Strong branching fails an assertion of CBC's on some programs, which ends the process.
+  model.setNumberStrong(0);
+  model.setNumberBeforeTrust(0);
   if (settings.wall_clock) model.setUseElapsedTime(true);
   if (settings.time_limit < 1e75) model.setMaximumSeconds(settings.time_limit);
   if (cutoff(settings) < kNoCutoff) model.setCutoff(cutoff(settings) / std::fabs(scale_));
