@@ -118,9 +118,13 @@ double cut_model::bound() const {
     rest.x += share * r.normal[0];
     rest.y += share * r.normal[1];
   }
-  const double reach_x = half_width_ + std::fabs(centre_.x - middle_.x);
-  const double reach_y = half_width_ + std::fabs(centre_.y - middle_.y);
-  return value - (std::fabs(rest.x) * reach_x + std::fabs(rest.y) * reach_y);
+  // What is left of the slopes falls towards one side in each coordinate.
+  const auto fall = [this](double left, double middle, double centre) {
+    const double to_side =
+        left > 0 ? middle + half_width_ - centre : centre - (middle - half_width_);
+    return std::fabs(left) * std::max(to_side, 0.0);
+  };
+  return value - (fall(rest.x, middle_.x, centre_.x) + fall(rest.y, middle_.y, centre_.y));
 }
 
 bool cut_model::pivot(std::size_t entering) {

@@ -84,15 +84,16 @@ xy mean_position(std::span<const site> sites) {
 distance_table::distance_table(const problem& p) : base(mean_position(p.sites())) {
   const std::span<const planloc::site> sites = p.sites();
   const std::size_t n = sites.size();
+  std::vector<std::uint32_t> next(p.gauges().size() + 1);
+  for (const planloc::site& s : sites) ++next[s.gauge + 1];
+  std::partial_sum(next.begin(), next.end(), next.begin());
   site.resize(n);
-  std::iota(site.begin(), site.end(), 0U);
-  std::stable_sort(site.begin(), site.end(), [&](std::uint32_t a, std::uint32_t b) {
-    return sites[a].gauge < sites[b].gauge;
-  });
+  for (std::uint32_t i = 0; i < n; ++i) site[next[sites[i].gauge]++] = i;
   x.resize(n);
   y.resize(n);
   weight.resize(n);
   block_of.resize(n);
+  double steep = 0;  // of the block's gauge
   for (std::uint32_t slot = 0; slot < n; ++slot) {
     const planloc::site& s = sites[site[slot]];
     x[slot] = s.x - base.x;
@@ -104,11 +105,14 @@ distance_table::distance_table(const problem& p) : base(mean_position(p.sites())
       if (!blocks.empty()) blocks.back().end = slot;
       blocks.push_back({g.kind(), g.p(), slot, slot, static_cast<std::uint32_t>(edges.size()),
                         static_cast<std::uint32_t>(v.size()), 0});
+      steep = 0;
       for (std::size_t j = 0; j < v.size(); ++j) {
         const xy& a = v[j];
         const xy& b = v[(j + 1) % v.size()];
         const double area = cross_product(a, b);
         edges.push_back({a, {(b.y - a.y) / area, (a.x - b.x) / area}});
+        steep =
+            std::max(steep, std::fabs(edges.back().normal.x) + std::fabs(edges.back().normal.y));
       }
       for (std::uint32_t j = 0; j < v.size(); ++j) {
         if (upper_half(v[(j + v.size() - 1) % v.size()]) && !upper_half(v[j])) {
@@ -117,6 +121,7 @@ distance_table::distance_table(const problem& p) : base(mean_position(p.sites())
       }
     }
     block_of[slot] = static_cast<std::uint32_t>(blocks.size() - 1);
+    steepest = std::max(steepest, s.weight * steep);
   }
   blocks.back().end = static_cast<std::uint32_t>(n);
 }
@@ -171,14 +176,37 @@ struct site_chunk {
   std::size_t begin, size;
 };
 
-// The largest of all edges' values for a chunk of sites.
-void scan_edges(const distance_table& t, const gauge_block& b, const xy& at, site_chunk c,
-                double* distance, std::uint32_t* edge) {
-  std::array<double, kChunk> ux, uy, most, which;
+void offsets(const distance_table& t, const xy& at, site_chunk c, double* ux, double* uy) {
   for (std::size_t k = 0; k < c.size; ++k) {
     ux[k] = at.x - t.x[c.begin + k];
     uy[k] = at.y - t.y[c.begin + k];
   }
+}
+
+// The largest of all edges' values for a chunk of sites.
+void scan_values(const distance_table& t, const gauge_block& b, const xy& at, site_chunk c,
+                 double* distance) {
+  std::array<double, kChunk> ux, uy, most;
+  offsets(t, at, c, ux.data(), uy.data());
+  const ball_edge* e = t.edges.data() + b.first_edge;
+  for (std::size_t k = 0; k < c.size; ++k) {
+    most[k] = e[0].normal.x * ux[k] + e[0].normal.y * uy[k];
+  }
+  for (std::uint32_t j = 1; j < b.edges; ++j) {
+    const xy n = e[j].normal;
+    for (std::size_t k = 0; k < c.size; ++k) {
+      const double value = n.x * ux[k] + n.y * uy[k];
+      most[k] = value > most[k] ? value : most[k];
+    }
+  }
+  for (std::size_t k = 0; k < c.size; ++k) distance[c.begin + k] = t.weight[c.begin + k] * most[k];
+}
+
+// The same, and which edge it was.
+void scan_edges(const distance_table& t, const gauge_block& b, const xy& at, site_chunk c,
+                double* distance, std::uint32_t* edge) {
+  std::array<double, kChunk> ux, uy, most, which;
+  offsets(t, at, c, ux.data(), uy.data());
   const ball_edge* e = t.edges.data() + b.first_edge;
   for (std::size_t k = 0; k < c.size; ++k) {
     most[k] = e[0].normal.x * ux[k] + e[0].normal.y * uy[k];
@@ -193,9 +221,10 @@ void scan_edges(const distance_table& t, const gauge_block& b, const xy& at, sit
       most[k] = value > most[k] ? value : most[k];
     }
   }
-  for (std::size_t k = 0; k < c.size; ++k) distance[c.begin + k] = t.weight[c.begin + k] * most[k];
-  if (edge == nullptr) return;
-  for (std::size_t k = 0; k < c.size; ++k) edge[c.begin + k] = static_cast<std::uint32_t>(which[k]);
+  for (std::size_t k = 0; k < c.size; ++k) {
+    distance[c.begin + k] = t.weight[c.begin + k] * most[k];
+    edge[c.begin + k] = static_cast<std::uint32_t>(which[k]);
+  }
 }
 
 }  // namespace
@@ -206,8 +235,12 @@ void distance_table::distances(const xy& at, std::span<double> distance,
     if (b.kind == gauge::shape::polyhedral && b.edges <= kEdgesToScan &&
         b.end - b.begin >= kSitesToScan) {
       for (std::size_t k = b.begin; k < b.end; k += kChunk) {
-        scan_edges(*this, b, at, {k, std::min<std::size_t>(kChunk, b.end - k)}, distance.data(),
-                   edge.empty() ? nullptr : edge.data());
+        const site_chunk chunk{k, std::min<std::size_t>(kChunk, b.end - k)};
+        if (edge.empty()) {
+          scan_values(*this, b, at, chunk, distance.data());
+        } else {
+          scan_edges(*this, b, at, chunk, distance.data(), edge.data());
+        }
       }
     } else if (b.kind == gauge::shape::polyhedral) {
       for (std::size_t k = b.begin; k < b.end; ++k) {
@@ -234,7 +267,10 @@ void distance_table::distances(const xy& at, std::span<double> distance,
 
 evaluator::evaluator(const problem& p, const distance_table& table)
     : problem_(p), table_(table), distance_(table.size()) {
-  edge_.resize(table.size());
+  // Where few sites count, their edges are found when they are asked for.
+  std::size_t counting = 0;
+  for (const order_run& r : p.runs()) counting += r.weight != 0 ? r.count : 0;
+  if (counting > table.size() / 8) edge_.resize(table.size());
   if (p.runs().size() == 1) return;
   order_.resize(table.size());
   for (std::uint32_t slot = 0; slot < order_.size(); ++slot) order_[slot].slot = slot;
@@ -243,7 +279,7 @@ evaluator::evaluator(const problem& p, const distance_table& table)
 // The slope of a slot's distance at the place that was evaluated last.
 inline xy evaluator::slope_of(std::size_t slot, const xy& at) const {
   const gauge_block& b = table_.blocks[table_.block_of[slot]];
-  if (b.kind != gauge::shape::polyhedral) return table_.piece(slot, at).slope;
+  if (b.kind != gauge::shape::polyhedral || edge_.empty()) return table_.piece(slot, at).slope;
   const xy& n = table_.edges[b.first_edge + edge_[slot]].normal;
   return {table_.weight[slot] * n.x, table_.weight[slot] * n.y};
 }
@@ -326,7 +362,7 @@ affine_piece evaluator::piece_at(const xy& at) {
   result.taken_at = at;
   result.edge.resize(table_.size());
   for (std::uint32_t slot = 0; slot < table_.size(); ++slot) {
-    result.edge[table_.site[slot]] = edge_[slot];
+    result.edge[table_.site[slot]] = edge_.empty() ? table_.piece(slot, at).edge : edge_[slot];
   }
   for (const kink& k : kinks_) result.kinks.push_back({table_.site[k.slot], k.slope});
   if (order_.empty()) return result;

@@ -56,6 +56,7 @@ class distance_table {
   void distances(const xy& at, std::span<double> distance, std::span<std::uint32_t> edge) const;
 
   xy base;
+  double steepest = 0;  // no polyhedral distance grows faster, per unit of x and y each
   std::vector<double> x, y, weight;
   std::vector<std::uint32_t> site;      // of each slot
   std::vector<std::uint32_t> block_of;  // of each slot

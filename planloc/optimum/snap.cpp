@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <optional>
+#include <utility>
 
 namespace planloc::detail {
 
@@ -11,6 +11,8 @@ namespace {
 // Two lines that meet under less than this sine count as one.
 constexpr double kLeastSine = 1e-7;
 constexpr std::size_t kMostTied = 32;
+// Above this many jumps of the order weights the distances are sorted.
+constexpr std::size_t kJumpsToSplit = 12;
 
 struct break_line {
   exact_xy normal;
@@ -86,36 +88,45 @@ class line_collector {
       lines_.push_back({normal, right, {rounded.x / size, rounded.y / size}, distance});
   }
 
+  using ranked = std::pair<double, std::uint32_t>;  // distance and slot
+
   void add_bisectors() {
     std::vector<double> d(table_.size());
     table_.distances(near_, d, {});
-    std::vector<std::uint32_t> order(d.size());
-    for (std::uint32_t slot = 0; slot < order.size(); ++slot) order[slot] = slot;
-    std::sort(order.begin(), order.end(),
-              [&](std::uint32_t a, std::uint32_t b) { return d[a] < d[b]; });
-    std::size_t jump = 0;
+    std::vector<ranked> order(d.size());
+    for (std::uint32_t slot = 0; slot < order.size(); ++slot) order[slot] = {d[slot], slot};
     const std::span<const order_run> runs = problem_.runs();
+    const bool sorted = runs.size() > kJumpsToSplit;
+    if (sorted) std::sort(order.begin(), order.end());
+    std::size_t jump = 0;
     for (std::size_t r = 0; r + 1 < runs.size(); ++r) {
+      const auto begin = order.begin() + static_cast<std::ptrdiff_t>(jump);
       jump += runs[r].count;
-      const std::uint32_t at_jump = order[jump];
-      const auto reachable = [&](std::uint32_t slot) {
-        return std::fabs(d[slot] - d[at_jump]) <=
-               reach_ * 2 * (steepness(slot) + steepness(at_jump));
-      };
-      for (std::size_t k = jump; k-- > 0 && jump - k < kMostTied && reachable(order[k]);) {
-        add_bisector(order[k], at_jump);
-      }
-      for (std::size_t k = jump + 1;
-           k < order.size() && k - jump < kMostTied && reachable(order[k]); ++k) {
-        add_bisector(order[k], at_jump);
-      }
+      const auto at_jump = order.begin() + static_cast<std::ptrdiff_t>(jump);
+      if (!sorted) std::nth_element(begin, at_jump, order.end());
+      add_bisectors_at(order, sorted, at_jump->first);
     }
   }
 
-  // How fast the distance of a slot can grow.
-  double steepness(std::uint32_t slot) const {
-    const xy s = table_.piece(slot, near_).slope;
-    return std::fabs(s.x) + std::fabs(s.y);
+  // Of the slots whose distances reach the one at a jump, all with the first of them, which stands
+  // there.
+  void add_bisectors_at(std::span<const ranked> order, bool sorted, double at_jump) {
+    const double most = 4 * reach_ * table_.steepest;
+    auto begin = order.begin();
+    auto end = order.end();
+    if (sorted) {
+      begin = std::lower_bound(begin, end, ranked{at_jump - most, 0});
+      end = std::upper_bound(begin, end, ranked{at_jump + most, ~0U});
+    }
+    std::vector<ranked> tied;  // by difference
+    for (auto it = begin; it != end; ++it) {
+      const double difference = std::fabs(it->first - at_jump);
+      if (difference <= most) tied.emplace_back(difference, it->second);
+    }
+    std::sort(tied.begin(), tied.end());
+    for (std::size_t k = 1; k < tied.size() && k < kMostTied; ++k) {
+      add_bisector(tied[k].second, tied[0].second);
+    }
   }
 
   const problem& problem_;
