@@ -38,8 +38,8 @@ void exchange(map_graph& map, graph_edge& a, graph_edge& b) {
   if (&a != &b) replace(map, b, target, s, towards);
 }
 
-detail::plane_xy xy_of(const point& p) { return {p.xcoord(), p.ycoord()}; }
-detail::plane_xy xy_of(const vector& v) { return {v[0], v[1]}; }
+using detail::to_xy;
+detail::plane_xy to_xy(const vector& v) { return {v[0], v[1]}; }
 
 // As the product of two vectors: from the last coordinate on.
 double dot(detail::plane_xy a, detail::plane_xy b) { return a.y * b.y + a.x * b.x; }
@@ -87,14 +87,7 @@ detail::heading detail::heading_of(const segment& s) {
 
 detail::flat_map detail::prepared_map(const flat_arrangement& pieces) {
   flat_map map{pieces.nodes, std::vector<std::size_t>(pieces.nodes.size() + 1, 0), {}};
-  const auto for_each_piece = [&](const auto& visit) {
-    for (std::size_t i = 0; i + 1 < pieces.start.size(); ++i) {
-      for (std::size_t n = pieces.start[i]; n + 1 < pieces.start[i + 1]; ++n) {
-        visit(pieces.path[n], pieces.path[n + 1]);
-      }
-    }
-  };
-  for_each_piece([&](std::uint32_t v, std::uint32_t w) {
+  for_each_piece(pieces, [&](std::uint32_t v, std::uint32_t w) {
     ++map.first[v + 1];
     ++map.first[w + 1];
   });
@@ -102,21 +95,20 @@ detail::flat_map detail::prepared_map(const flat_arrangement& pieces) {
   map.target.resize(map.first.back());
   std::vector<std::size_t> next(map.first.begin(), map.first.end() - 1);
   // As in a graph: a node's own pieces before the opposites of others.
-  for_each_piece([&](std::uint32_t v, std::uint32_t w) { map.target[next[v]++] = w; });
-  for_each_piece([&](std::uint32_t v, std::uint32_t w) { map.target[next[w]++] = v; });
+  for_each_piece(pieces, [&](std::uint32_t v, std::uint32_t w) { map.target[next[v]++] = w; });
+  for_each_piece(pieces, [&](std::uint32_t v, std::uint32_t w) { map.target[next[w]++] = v; });
 
   struct flat_edge {
     std::uint32_t target;
     heading towards;
   };
   std::vector<flat_edge> edges;
-  const auto point_of = [&](std::size_t v) { return point(map.nodes[v].x, map.nodes[v].y); };
   std::size_t kept = 0;
   for (std::size_t v = 0; v < map.nodes.size(); ++v) {
     edges.clear();
     for (std::size_t e = std::exchange(map.first[v], kept); e < map.first[v + 1]; ++e) {
       const std::uint32_t w = map.target[e];
-      edges.push_back({w, heading_of(segment(point_of(v), point_of(w)))});
+      edges.push_back({w, heading_of(segment(to_point(map.nodes[v]), to_point(map.nodes[w])))});
     }
     sort_by_angle(edges, [](flat_edge& a, flat_edge& b) { std::swap(a, b); });
     drop_overlaps(edges, [](const flat_edge&) {});
@@ -130,7 +122,7 @@ detail::flat_map detail::prepared_map(const flat_arrangement& pieces) {
 detail::flat_map detail::flat_map_of(const map_graph& map) {
   flat_map flat;
   for (node v = map.first_node(); v; v = map.succ_node(v)) {
-    flat.nodes.push_back({map[v].xcoord(), map[v].ycoord()});
+    flat.nodes.push_back(to_xy(map[v]));
     flat.first.push_back(flat.target.size());
     for (edge e = map.first_adj_edge(v); e; e = map.adj_succ(e)) {
       flat.target.push_back(static_cast<std::uint32_t>(map.index(map.target(e))));
@@ -149,7 +141,7 @@ int point_list_contains(const list<point>& L, const point& p) {
 vector rotate_vector(const vector& v) { return vector(-v[1], v[0]); }
 
 int normal_side(const point& p, const point& q, const vector& g) {
-  return side(xy_of(p), xy_of(q), xy_of(g));
+  return side(to_xy(p), to_xy(q), to_xy(g));
 }
 
 int detail::classify(valued_place B, valued_place C, valued_place A, plane_xy n0, plane_xy n1) {
@@ -181,8 +173,8 @@ int detail::classify(valued_place B, valued_place C, valued_place A, plane_xy n0
 
 int classify(const point& B, const point& C, const point& A, double fB0, double fC0, double fA0,
              double fB1, double fC1, double fA1, const vector& n0, const vector& n1) {
-  return detail::classify({xy_of(B), fB0, fB1}, {xy_of(C), fC0, fC1}, {xy_of(A), fA0, fA1},
-                          xy_of(n0), xy_of(n1));
+  return detail::classify({to_xy(B), fB0, fB1}, {to_xy(C), fC0, fC1}, {to_xy(A), fA0, fA1},
+                          to_xy(n0), to_xy(n1));
 }
 
 }  // namespace planloc

@@ -12,12 +12,7 @@
 namespace planloc::detail {
 namespace {
 
-// Cuts that leave so few segments are enough.
-constexpr std::size_t kFewSegments = 12;
-
 constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
-
-plane_xy xy_of(const point& p) { return {p.xcoord(), p.ycoord()}; }
 
 // Whether a walk over pairs of nodes, whose next pair follows from the last one alone, has come
 // back to one of them (R. P. Brent, 1980), in constant memory.
@@ -62,7 +57,7 @@ class walk {
     int type;
   };
 
-  point point_at(std::uint32_t v) const { return point(map_.nodes[v].x, map_.nodes[v].y); }
+  point point_at(std::uint32_t v) const { return to_point(map_.nodes[v]); }
   std::uint32_t target(const leaving& l) const { return map_.target[l.e]; }
   leaving next(const leaving& l) const {
     return {l.from, l.e + 1 == map_.first[l.from + 1] ? map_.first[l.from] : l.e + 1};
@@ -190,8 +185,7 @@ void walk::step() {
 }
 
 list<location> walk::from(const point& start, const list<point>& goal) {
-  const auto found =
-      std::find(map_.nodes.begin(), map_.nodes.end(), xy{start.xcoord(), start.ycoord()});
+  const auto found = std::find(map_.nodes.begin(), map_.nodes.end(), to_xy(start));
   if (found != map_.nodes.end()) here_ = static_cast<std::uint32_t>(found - map_.nodes.begin());
   before_ = target(first_edge(here_));
   recurrence is_back;
@@ -206,14 +200,10 @@ list<location> walk::from(const point& start, const list<point>& goal) {
 std::optional<level_cuts> cuts_of(const flat_gauged_sites& sites, std::size_t k,
                                   const flat_map& map, std::span<const xy_segment> segments) {
   if (segments.empty() || !std::isfinite(sites.relative_error())) return std::nullopt;
-  plane_xy low = map.nodes.front();
-  plane_xy high = low;
-  for (const xy& p : map.nodes) {
-    low = {std::min(low.x, p.x), std::min(low.y, p.y)};
-    high = {std::max(high.x, p.x), std::max(high.y, p.y)};
-  }
-  level_cuts cuts(sites, k, low, high);
-  cuts.narrow(segments, kFewSegments);
+  xy_box box(map.nodes.front());
+  for (const xy& p : map.nodes) box.extend(p);
+  level_cuts cuts(sites, k, box);
+  cuts.narrow(segments);
   return cuts;
 }
 
@@ -222,7 +212,7 @@ std::optional<level_cuts> cuts_of(const flat_gauged_sites& sites, std::size_t k,
 list<point> lexicographic_points(const flat_gauged_sites& sites, const point& x0, std::size_t k1,
                                  std::size_t k2, const flat_map& map,
                                  std::span<const xy_segment> segments) {
-  const plane_xy start = xy_of(x0);
+  const plane_xy start = to_xy(x0);
   double b1 = sites.value(start.x, start.y, k1);
   double b2 = sites.value(start.x, start.y, k2);
   const plane_xy g = sites.gradient(start.x, start.y, k1);
@@ -237,7 +227,7 @@ list<point> lexicographic_points(const flat_gauged_sites& sites, const point& x0
     const double h = sites.value(c.x, c.y, k2);
     if (f < b1 || h < b2) best.clear();
     if (f < b1 || h <= b2) {
-      best.append(point(c.x, c.y));
+      best.append(to_point(c));
       b1 = f;
       b2 = h;
     }

@@ -236,8 +236,9 @@ double flat_gauged_sites::relative_error() const {
 // Where the sine of an angle is at least s, its cosine's error of 7.3e-16 makes one of 7.3e-16 / s
 // in the angle. A place outside of the wedge about the line of the first direction can only be
 // taken for one on the wrong side of a direction that is outside of a wedge of half the sine.
-double flat_gauged_sites::relative_error_within(const plane_xy& low, const plane_xy& high,
-                                                double least, std::size_t k) const {
+double flat_gauged_sites::relative_error_within(const xy_box& box, double least,
+                                                std::size_t k) const {
+  const auto& [low, high] = box;
   const plane_xy middle{(low.x + high.x) / 2.0, (low.y + high.y) / 2.0};
   // Of the box from there, and a rounding of the middle.
   const double reach = 0.51 * ((high.x - low.x) + (high.y - low.y)) +

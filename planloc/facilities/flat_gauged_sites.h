@@ -71,8 +71,7 @@ class flat_gauged_sites {
   double relative_error() const;
   // The same at places of a box where the sum is at least `least`: an angle is far more exact away
   // from the line of a gauge's first direction, and only few of these lines meet a small box.
-  double relative_error_within(const plane_xy& low, const plane_xy& high, double least,
-                               std::size_t k = 0) const;
+  double relative_error_within(const xy_box& box, double least, std::size_t k = 0) const;
   // The exact sum is nowhere below support.value + support.slope * (z - support.at) by more than
   //   support.value * relative_error() + |z - support.at|_1 * slope_error().
   double slope_error(std::size_t k = 0) const;

@@ -59,7 +59,7 @@ list<segment> facilities::fundamental_segments(const list<polygauge>& gauges,
   if (mode == 0) {
     const detail::flat_gauged_sites sites(*this, gauges, gauge_of);
     for (const detail::xy_segment& s : sites.near_segments(bound)) {
-      segments.append(segment(point(s.a.x, s.a.y), point(s.b.x, s.b.y)));
+      segments.append(segment(detail::to_point(s.a), detail::to_point(s.b)));
     }
     return segments;
   }

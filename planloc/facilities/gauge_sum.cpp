@@ -19,27 +19,8 @@ using detail::flat_gauged_sites;
 using detail::plane_xy;
 using detail::xy_segment;
 
-// So few segments cost less to cross than another cut.
-constexpr std::size_t kFewSegments = 12;
 // By what a level grows at which there was nothing.
 constexpr double kLevelGrowth = 16.0;
-
-struct box {
-  plane_xy low, high;
-};
-
-box box_of(const std::vector<xy_segment>& segments) {
-  box b{segments.front().a, segments.front().a};
-  const auto extend = [&](const plane_xy& p) {
-    b.low = {std::min(b.low.x, p.x), std::min(b.low.y, p.y)};
-    b.high = {std::max(b.high.x, p.x), std::max(b.high.y, p.y)};
-  };
-  for (const xy_segment& s : segments) {
-    extend(s.a);
-    extend(s.b);
-  }
-  return b;
-}
 
 // Those with the least value, and that value.
 struct selection {
@@ -59,9 +40,13 @@ struct selection {
 std::vector<plane_xy> best_crossings(const flat_gauged_sites& sites,
                                      const std::vector<xy_segment>& segments,
                                      const best_candidates& start) {
-  const box b = box_of(segments);
-  detail::level_cuts cuts(sites, 0, b.low, b.high);
-  cuts.narrow(segments, kFewSegments);
+  detail::xy_box box(segments.front().a);
+  for (const xy_segment& s : segments) {
+    box.extend(s.a);
+    box.extend(s.b);
+  }
+  detail::level_cuts cuts(sites, 0, box);
+  cuts.narrow(segments);
   const double highest = cuts.safe_level(start.best());
   double level = std::min(highest, cuts.safe_level(std::min(cuts.best(), start.best())));
   double width = level - cuts.best();
@@ -115,7 +100,7 @@ double facilities::gauge_sum(const list<polygauge>& gauges, const list<int>& gau
   }
 
   list<point> R;
-  for (const plane_xy& c : best) R.append(point(c.x, c.y));
+  for (const plane_xy& c : best) R.append(detail::to_point(c));
   if (R.size() >= 2) R = CONVEX_HULL(R);
   const point first = R.head();
   opt.clear();

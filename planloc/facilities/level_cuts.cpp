@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <optional>
 #include <utility>
 
 namespace planloc::detail {
@@ -22,17 +23,20 @@ constexpr double kRounding = std::numeric_limits<double>::epsilon() / 2;
 
 double dot(const plane_xy& a, const plane_xy& b) { return a.x * b.x + a.y * b.y; }
 plane_xy difference(const plane_xy& a, const plane_xy& b) { return {a.x - b.x, a.y - b.y}; }
+std::vector<plane_xy> corners_of(const xy_box& b) {
+  return {b.low, {b.high.x, b.low.y}, b.high, {b.low.x, b.high.y}};
+}
 
 }  // namespace
 
-level_cuts::level_cuts(const flat_gauged_sites& sites, std::size_t k, const plane_xy& low,
-                       const plane_xy& high)
+level_cuts::level_cuts(const flat_gauged_sites& sites, std::size_t k, const xy_box& box)
     : sites_(sites),
       k_(k),
       error_(sites.relative_error()),
-      near_{-std::numeric_limits<double>::infinity(), error_, low, high},
+      near_{-std::numeric_limits<double>::infinity(), error_, box},
       best_(std::numeric_limits<double>::infinity()),
-      region_{low, {high.x, low.y}, high, {low.x, high.y}} {
+      region_(corners_of(box)) {
+  const auto& [low, high] = box;
   extent_ = (high.x - low.x) + (high.y - low.y);
   slope_slack_ = sites.slope_error(k) * extent_;
   coordinates_ = extent_ + std::max({std::fabs(low.x), std::fabs(low.y), std::fabs(high.x),
@@ -62,8 +66,7 @@ void level_cuts::add(const plane_xy& at) {
   const support_plane support = sites_.support(at.x, at.y, k_);
   best_ = std::min(best_, support.value);
   const double steepness = std::fabs(support.slope.x) + std::fabs(support.slope.y);
-  const bool is_near = at.x >= near_.low.x && at.x <= near_.high.x && at.y >= near_.low.y &&
-                       at.y <= near_.high.y && support.value >= kLeast * near_.level;
+  const bool is_near = near_.box.holds(at) && support.value >= kLeast * near_.level;
   cuts_.push_back({support, is_near ? near_.error : error_,
                    slope_slack_ + 64.0 * kRounding * steepness * coordinates_});
   clip_region(cuts_.back());
@@ -141,25 +144,22 @@ void level_cuts::narrow(std::span<const xy_segment> segments, std::size_t few) {
 bool level_cuts::sharpen(std::vector<clipped_segment>& left) {
   if (left.size() < kMany) return false;
   const double level = safe_level(best_);
-  lowland found{level, error_, left.front().whole.a, left.front().whole.a};
-  bool first = true;
+  std::optional<xy_box> box;
   for (const clipped_segment& s : left) {
     const plane_xy d = difference(s.whole.b, s.whole.a);
     for (const double t : {s.from, s.to}) {
       const plane_xy p{s.whole.a.x + t * d.x, s.whole.a.y + t * d.y};
-      found.low = first ? p : plane_xy{std::min(found.low.x, p.x), std::min(found.low.y, p.y)};
-      found.high = first ? p : plane_xy{std::max(found.high.x, p.x), std::max(found.high.y, p.y)};
-      first = false;
+      if (!box) box = xy_box(p);
+      box->extend(p);
     }
   }
   const double pad = 64.0 * kRounding * coordinates_;
-  found.low = {found.low.x - pad, found.low.y - pad};
-  found.high = {found.high.x + pad, found.high.y + pad};
-  found.error = sites_.relative_error_within(found.low, found.high, kLeast * level, k_);
-  if (!(found.error < kSharper * near_.error)) return false;
+  const xy_box padded({box->low.x - pad, box->low.y - pad}, {box->high.x + pad, box->high.y + pad});
+  const double error = sites_.relative_error_within(padded, kLeast * level, k_);
+  if (!(error < kSharper * near_.error)) return false;
 
-  near_ = found;
-  region_ = {found.low, {found.high.x, found.low.y}, found.high, {found.low.x, found.high.y}};
+  near_ = {level, error, padded};
+  region_ = corners_of(padded);
   const double lower = safe_level(best_);
   for (const cut& c : cuts_) {
     clip_region(c);

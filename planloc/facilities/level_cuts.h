@@ -13,6 +13,9 @@
 
 namespace planloc::detail {
 
+// So few segments cost less to cross than another cut.
+inline constexpr std::size_t kFewSegments = 12;
+
 // A segment and the part of it, in 0..1 from its source, that is left.
 struct clipped_segment {
   xy_segment whole;
@@ -24,14 +27,13 @@ struct clipped_segment {
 // REQUIRES: weights of at least 0.0 and a finite relative_error().
 class level_cuts {
  public:
-  level_cuts(const flat_gauged_sites& sites, std::size_t k, const plane_xy& low,
-             const plane_xy& high);
+  level_cuts(const flat_gauged_sites& sites, std::size_t k, const xy_box& box);
 
   // The least value seen so far.
   double best() const { return best_; }
 
   // Cuts until at most `few` of the segments are left at the level best(), or no cut helps.
-  void narrow(std::span<const xy_segment> segments, std::size_t few);
+  void narrow(std::span<const xy_segment> segments, std::size_t few = kFewSegments);
 
   // The segments that may have points with f <= level, in order.
   std::vector<xy_segment> reaching(std::span<const xy_segment> segments, double level) const;
@@ -53,7 +55,7 @@ class level_cuts {
   struct lowland {
     double level;
     double error;
-    plane_xy low, high;
+    xy_box box;
   };
 
   // A place with f <= level is not on the far side of the cut.

@@ -148,13 +148,9 @@ TEST(LevelCuts, LoseNothing) {
         const double f0 = sites.value(start.xcoord(), start.ycoord());
         const std::vector<detail::xy_segment> segments = sites.near_segments(f0);
         const std::vector<detail::xy> crossings = detail::find_crossings(segments);
-        detail::xy low = crossings.front();
-        detail::xy high = low;
-        for (const detail::xy& c : crossings) {
-          low = {std::min(low.x, c.x), std::min(low.y, c.y)};
-          high = {std::max(high.x, c.x), std::max(high.y, c.y)};
-        }
-        detail::level_cuts cuts(sites, 0, low, high);
+        detail::xy_box box(crossings.front());
+        for (const detail::xy& c : crossings) box.extend(c);
+        detail::level_cuts cuts(sites, 0, box);
         cuts.narrow(segments, 4);
         for (const double above : {1.0, 1.0 + 1e-9, 1.01, 1.3}) {
           const double level = cuts.best() * above;
@@ -209,7 +205,7 @@ TEST(FlatGaugedSites, ErrorIsBounded) {
         ASSERT_LE(std::fabs(sites.value(x, y) - f), error * f) << family;
         const double side = 1e-3 * a[0];
         const double within = sites.relative_error_within(
-            {x - std::fabs(side), y}, {x, y + std::fabs(side)}, 0.5 * static_cast<double>(f));
+            {{x - std::fabs(side), y}, {x, y + std::fabs(side)}}, 0.5 * static_cast<double>(f));
         ASSERT_LE(std::fabs(sites.value(x, y) - f), within * f) << family;
         const detail::support_plane plane = sites.support(x, y);
         const double far[2] = {30 * u(random), 30 * u(random)};

@@ -8,15 +8,12 @@
 #include <cstddef>
 #include <span>
 
-#include "planloc/foundation/geometry/point.h"
 #include "planloc/foundation/geometry/xy.h"
 
 namespace planloc::detail {
 
 using closed_chain = std::span<const xy>;
 
-inline xy to_xy(const point& p) { return {p.xcoord(), p.ycoord()}; }
-inline point to_point(const xy& p) { return point(p.x, p.y); }
 inline bool all_finite(closed_chain chain) {
   return std::all_of(chain.begin(), chain.end(),
                      [](const xy& p) { return std::isfinite(p.x) && std::isfinite(p.y); });

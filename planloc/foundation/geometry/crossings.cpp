@@ -18,7 +18,7 @@ std::vector<detail::xy_segment> detail::flat_segments(const list<segment>& S) {
 void SEGMENT_INTERSECTION(const list<segment>& S, list<point>& I) {
   I.clear();
   for (const detail::xy& p : detail::find_crossings(detail::flat_segments(S))) {
-    I.append(point(p.x, p.y));
+    I.append(detail::to_point(p));
   }
 }
 

@@ -29,6 +29,16 @@ struct flat_arrangement {
 
 flat_arrangement cut_segments(std::span<const xy_segment> segments);
 
+// Calls visit(v, w) for the two nodes of every piece, in the order of the segments.
+template <class Visit>
+void for_each_piece(const flat_arrangement& flat, Visit visit) {
+  for (std::size_t i = 0; i + 1 < flat.start.size(); ++i) {
+    for (std::size_t n = flat.start[i]; n + 1 < flat.start[i + 1]; ++n) {
+      visit(flat.path[n], flat.path[n + 1]);
+    }
+  }
+}
+
 }  // namespace planloc::detail
 
 #endif  // PLANLOC_FOUNDATION_GEOMETRY_FLAT_CROSSINGS_H_

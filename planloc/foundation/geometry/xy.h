@@ -2,6 +2,10 @@
 #ifndef PLANLOC_FOUNDATION_GEOMETRY_XY_H_
 #define PLANLOC_FOUNDATION_GEOMETRY_XY_H_
 
+#include <algorithm>
+
+#include "planloc/foundation/geometry/point.h"
+
 namespace planloc::detail {
 
 struct xy {
@@ -11,9 +15,29 @@ struct xy {
   friend bool operator==(const xy&, const xy&) = default;
 };
 
+inline xy to_xy(const point& p) { return {p.xcoord(), p.ycoord()}; }
+inline point to_point(const xy& p) { return point(p.x, p.y); }
+
 struct xy_segment {
   xy a;
   xy b;
+};
+
+struct xy_box {
+  explicit xy_box(const xy& p) : low(p), high(p) {}
+  xy_box(const xy& lowest, const xy& highest) : low(lowest), high(highest) {}
+
+  void extend(const xy& p) {
+    low = {std::min(low.x, p.x), std::min(low.y, p.y)};
+    high = {std::max(high.x, p.x), std::max(high.y, p.y)};
+  }
+
+  bool holds(const xy& p) const {
+    return p.x >= low.x && p.x <= high.x && p.y >= low.y && p.y <= high.y;
+  }
+
+  xy low;
+  xy high;
 };
 
 // x before y.

@@ -13,17 +13,8 @@
 namespace planloc {
 namespace {
 
+using detail::for_each_piece;
 using detail::xy;
-
-// Calls visit(v, w) for the two nodes of every piece, in the order of the segments.
-template <class Visit>
-void for_each_piece(const detail::flat_arrangement& flat, Visit visit) {
-  for (std::size_t i = 0; i + 1 < flat.start.size(); ++i) {
-    for (std::size_t n = flat.start[i]; n + 1 < flat.start[i + 1]; ++n) {
-      visit(flat.path[n], flat.path[n + 1]);
-    }
-  }
-}
 
 // Whether the direction from o to p comes before that from o to q, counted from the x axis.
 bool counterclockwise(const xy& o, const xy& p, const xy& q) {
@@ -70,7 +61,7 @@ void SWEEP_SEGMENTS(const list<segment>& S, GRAPH<point, segment>& G, bool embed
   G.clear();
   std::vector<node> nodes;
   nodes.reserve(flat.nodes.size());
-  for (const xy& p : flat.nodes) nodes.push_back(G.new_node(point(p.x, p.y)));
+  for (const xy& p : flat.nodes) nodes.push_back(G.new_node(detail::to_point(p)));
   const auto join = [&](std::uint32_t v, std::uint32_t w) {
     G.new_edge(nodes[v], nodes[w], segment(G[nodes[v]], G[nodes[w]]));
   };
