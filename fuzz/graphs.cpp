@@ -3,6 +3,7 @@
 
 #include "fuzz/endings.h"
 #include "planloc/facilities/facilities.h"
+#include "planloc/facilities/location_files.h"
 
 namespace planloc::fuzz {
 namespace {

@@ -1,8 +1,9 @@
 // All of planloc: location of new facilities in the plane under polyhedral gauges.
 //
 // Include this header, or only what you use:
-//   facilities/facilities.h   the existing facilities, their files and the solvers
-//   facilities/gauged_sites.h the same with polyhedral gauges; their largest distance: gauge_max.h
+//   facilities/facilities.h   the existing facilities and the solvers; files: location_files.h
+//   facilities/gauged_sites.h the same with polyhedral gauges; gauge_sum.h, gauge_max.h and
+//                             efficient_set.h say what their solvers do
 //   model/                    locations, gauges, their files, failures
 //   engine/engine.h           linear programs from expressions
 //   optimum/                  the best place with a proof: minimise, verify
@@ -16,7 +17,9 @@
 #include "planloc/facilities/efficient_set.h"
 #include "planloc/facilities/facilities.h"
 #include "planloc/facilities/gauge_max.h"
+#include "planloc/facilities/gauge_sum.h"
 #include "planloc/facilities/gauged_sites.h"
+#include "planloc/facilities/location_files.h"
 #include "planloc/facilities/lpsolver.h"
 #include "planloc/facilities/turned_frame.h"
 #include "planloc/facilities/weighted_circles.h"

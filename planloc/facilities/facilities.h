@@ -135,7 +135,8 @@ class facilities : public virtual list<planloc::location> {
 
   // ----- Files -----
 
-  // Both replace facilities and names by those of the file; `opt` stays. See below.
+  // Both replace facilities and names by those of the file; `opt` stays. location_files.h
+  // has the form of the files.
   // 1503 "Can't open file!" for a failed stream, 1504 with the text of a failure in the file.
   void read_locations(std::istream& in);
   // gauge_of: the gauge numbers in the order of the records. A record may have a name in place of a
@@ -303,22 +304,8 @@ class facilities : public virtual list<planloc::location> {
   list<point> best_points(const list<polygauge>& gauges, const list<int>& gauge_of,
                           const list<point>& candidates, const point& x0, double best, int q) const;
 
-  // The places with the least sum f, for weight 0: the best crossings of the fundamental segments
-  // (mode 0) with the centre of gravity as x0 and f(x0) as the bound, by `best_points`; some
-  // crossing is optimal (R. Durier and C. Michelot, 1985). Replaces `opt`, whatever `clear` is, by
-  // the corners of the convex hull of those that tie, labels 1.0, in the order of CONVEX_HULL, and
-  // returns their value. A single facility is the result itself, with 0.0. Crossings that cannot
-  // be best are not made, by cuts of n operations each (level_cuts.h); all of them are looked at
-  // for gauges without the origin inside, and if rounding can be a thousandth of a value.
-  // 1. Ties are exact, in doubles: where the values of two optimal corners differ by a rounding,
-  //    one is left out. Maximum norm, (0,0) and (0.1,0.2): three corners of four.
-  // 2. If the centre of gravity is a facility: 1706 "polygauge: Conenumber is not correct".
-  // 3. If no crossing comes out as low as f(x0): "dlist::head(): empty list". Then x0 is optimal,
-  //    or some gauge does not have the origin inside.
-  // 4. Without `clear` an older first result takes the part of the centre of gravity.
-  // In this order: 1339 "False weight-dimension." for more than one weight, 1340 "Different number
-  // of locations and gauges.", 1341 "False gauge-number.", 1338 "Negative entry or 0-row or
-  // 0-column in weight-matrix." for a weight that is not above 0.0.
+  // The places with the least sum f, for weight 0, and their value: gauge_sum.h has the contract.
+  // Replaces `opt`, whatever `clear` is, by the corners of the best set, labels 1.0.
   double gauge_sum(const list<polygauge>& gauges, const list<int>& gauge_of, bool clear);
 
   // ----- Efficient sets -----
@@ -326,33 +313,8 @@ class facilities : public virtual list<planloc::location> {
   // A place is efficient for several objectives if no other is at least as good in all of them and
   // better in one. `opt` is emptied whatever `clear` is.
 
-  // The efficient places of the sums f0 and f1 of gauge distances with weights 0 and 1: a chain of
-  // segments and cells of the map that the fundamental directions of all facilities form (Wendell,
-  // Hurter and Lowe, 1977; Durier and Michelot, 1985). `opt` gets the chain from the best place for
-  // f0 to the best one for f1, piece by piece with the labels 1, 2, ...: two results with one label
-  // are the ends of a segment, more of them the corners of a cell in counterclockwise order. If a
-  // place is best for both, `opt` gets the places that are best for f0, and of those for f1, with
-  // the label 1.0. Returns the label of the last result. s fundamental directions in all have up to
-  // s * s crossings, and each costs two values f.
-  // 1. Values are compared exactly. Where no value is rounded the chain is the efficient set, but
-  //    for 3 and 4. Where rounding splits a tie, it can run through places that another one
-  //    dominates: of (0,0.5) with the weights 3, 1 and (1,0.6) with 3, 3, l1, it holds (0,0.5).
-  // 2. The walk has no bound: with a split tie it can circle, and never return. So do (0.5,0.6)
-  //    with the weights 2, 2 and (0.5,0.4) with 1, 2, l1.
-  // 3. The best places are looked for among the crossings on the descending side of the centre of
-  //    gravity for weight 0. Where rounding makes the centre better than all of them, or puts them
-  //    on the other side, there is none: for f0 that is "dlist::head(): empty list" ((0.4,0.8) and
-  //    (0.1,0.2) with the weights 1, 3 each, l1), and for f1 a walk without end ((1,0) with the
-  //    weights 1, 1 and (2,1) with 2, 1, l-infinity). If only some of them go, it can circle, too.
-  // 4. If the centre of gravity is a facility, the call ends with 1706: (0,0) with the weights 1, 0
-  //    and (1,0) with 0, 1; or a single facility. So it does if the middle of three corners of a
-  //    cell that the walk looks at is a facility.
-  // 5. Without `clear` an older first result takes the part of the centre of gravity.
-  // docs/solvers.md says how often that happens.
-  // 1343 "False weight-dimension.": not two weights. 1344 "Different number of locations and
-  // gauges." 1345 "False gauge-number." 1346 "Negative entry or 0-row or 0-column in
-  // weight-matrix.": a negative weight, or a facility without weight. 1342, the same text: an
-  // objective without weight.
+  // The efficient places of the sums f0 and f1 of gauge distances with weights 0 and 1, as a chain
+  // of segments and cells: efficient_set.h has the contract. Returns the label of the last result.
   double gauge_bicriteria(const list<polygauge>& gauges, const list<int>& gauge_of, bool clear);
   // The same with rectilinear and with maximum-norm distances.
   double l1_bicriteria(bool clear);
@@ -525,48 +487,6 @@ class facilities : public virtual list<planloc::location> {
   static void write_mps(const vector& c, const matrix& A, const vector& b, const list<char>& types,
                         const char* file);
 };
-
-// Reads a graph whose nodes are facilities. A node's value is the list of its weights, and its
-// number, from 1, the position of its record. F is emptied and receives the facilities, F.names and
-// `node_names` the names.
-// 2111 "Can't open file!" for a failed stream, 2112 with the text of a failure in the file.
-//
-// ----- The form of the files of all three readers -----
-//
-//   begin {location}[2,1]     // dimension, number of weights; plain "begin {location}" means this
-//   0 0 1 {0} [A]             // coordinates, weights, {gauge number}, [name]
-//   4 0 l_inf {1} [B]
-//   end {location}
-//
-// 1. Keywords are matched in any case, with spaces but no tabs inside. `//` and `/* */` are
-//    comments; a block comment does not nest. There may be no empty line among the records, while
-//    one that holds a line comment is allowed. Text before the header is copied to standard output.
-// 2. A coordinate has a blank or a tab behind it. The weight `l_inf` is 1e+50. Names are optional.
-//    Gauge numbers belong to `read_gauge_locations`, where a record has one, or only a name.
-// 3. The end of the file ends the records wherever it comes; one without its line end is dropped.
-//
-// A graph has "begin {mavigraph}" above the header, and behind "end {location}"
-//
-//   begin {adjlist}           // or: begin {adjlist_byname}
-//   1 2 2.5                   // edge from node 1 to node 2 with weight 2.5; by name: A B 2.5
-//   end {adjlist}
-//
-// with one edge on a line and nothing behind its weight. A record may have `nc` in place of its
-// coordinates (dimension up to 1000); one such record drops all locations, and leaves the nodes. An
-// edge to a node that does not exist ends with the report of the graph.
-//
-// What a file leaves behind: its kind stays in force, so that `read_locations` behind
-// `read_gauge_locations` expects gauge numbers, and behind a graph expects a graph or not. Numbers
-// of a record in which a file ended count for the first record of the next one.
-//
-// A real beyond the range of a double is an infinity, an integer beyond the range of an int the
-// largest or smallest one; no memory is taken for a dimension before its numbers are read. A file
-// that cannot be read (a directory, a broken disk), or a token of 512 MB, ends the process with
-// status 2 and one line on the error stream ("input in flex scanner failed", ...).
-GRAPH<list<double>, double> read_graph(std::istream& in, facilities& F, list<string>& node_names);
-
-// 1, 0 or -1 as the dot product of g and c - x0 is above 0.0, 0.0, or neither.
-int descent_side(const vector& g, const point& c, const point& x0);
 
 // Turns one location from the turned frame. It becomes planar, and every weight of it becomes its
 // weight 0. Use `location::from_turned_frame` to keep the weights.

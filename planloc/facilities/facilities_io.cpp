@@ -1,6 +1,7 @@
 #include <utility>
 
 #include "planloc/facilities/facilities.h"
+#include "planloc/facilities/location_files.h"
 #include "planloc/model/location_reader.h"
 
 namespace planloc {

@@ -6,6 +6,7 @@
 #include "planloc/facilities/best_candidates.h"
 #include "planloc/facilities/facilities.h"
 #include "planloc/facilities/flat_gauged_sites.h"
+#include "planloc/facilities/gauge_sum.h"
 #include "planloc/model/gauge_distance.h"
 
 namespace planloc {

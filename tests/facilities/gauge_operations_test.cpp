@@ -4,6 +4,7 @@
 #include <random>
 
 #include "planloc/facilities/flat_gauged_sites.h"
+#include "planloc/facilities/gauge_sum.h"
 #include "planloc/facilities/gauged_sites.h"
 #include "tests/facilities/gauged_families.h"
 #include "tests/model/own_process.h"

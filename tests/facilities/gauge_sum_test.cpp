@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "planloc/facilities/flat_gauged_sites.h"
+#include "planloc/facilities/gauge_sum.h"
 #include "planloc/facilities/gauged_sites.h"
 #include "planloc/facilities/level_cuts.h"
 #include "planloc/foundation/geometry/crossings.h"

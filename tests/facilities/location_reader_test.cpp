@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "planloc/facilities/facilities.h"
+#include "planloc/facilities/location_files.h"
 #include "tests/model/mutations.h"
 #include "tests/model/own_process.h"
 

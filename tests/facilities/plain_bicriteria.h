@@ -9,6 +9,7 @@
 
 #include "planloc/facilities/efficient_set.h"
 #include "planloc/facilities/facilities.h"
+#include "planloc/facilities/gauge_sum.h"
 #include "planloc/model/polygauge.h"
 
 namespace planloc {

@@ -16,6 +16,7 @@
 
 #include "planloc/engine/engine.h"
 #include "planloc/facilities/facilities.h"
+#include "planloc/facilities/location_files.h"
 #include "planloc/foundation/containers/array.h"
 #include "planloc/foundation/geometry/hull.h"
 #include "planloc/foundation/geometry/polygon.h"
