@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <deque>
 #include <functional>
+#include <latch>
 #include <mutex>
 #include <random>
 #include <set>
@@ -31,8 +32,14 @@ constexpr int kThreads = 4;
 constexpr int kRounds = 12;
 
 void in_threads(const std::function<void(int thread)>& work) {
+  std::latch start(kThreads);
   std::vector<std::thread> threads;
-  for (int t = 0; t < kThreads; ++t) threads.emplace_back(work, t);
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&, t] {
+      start.arrive_and_wait();
+      work(t);
+    });
+  }
   for (std::thread& t : threads) t.join();
 }
 
@@ -41,7 +48,8 @@ using Work = std::function<void(std::ostream& out, int seed)>;
 std::string told(const Work& work, int seed) {
   std::ostringstream out;
   out.precision(17);
-  work(out, seed);
+  // Often enough that the threads meet.
+  for (int i = 0; i < 8; ++i) work(out, seed);
   return out.str();
 }
 
