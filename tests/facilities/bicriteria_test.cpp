@@ -2,7 +2,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <functional>
 #include <optional>
 #include <random>
 #include <sstream>
@@ -13,10 +12,8 @@
 #include "planloc/facilities/efficient_set.h"
 #include "planloc/facilities/facilities.h"
 #include "planloc/facilities/gauged_sites.h"
-#include "planloc/foundation/geometry/exact_orientation.h"
-#include "tests/facilities/bicriteria_program.h"
+#include "planloc/foundation/geometry/hull.h"
 #include "tests/facilities/gauge_problems.h"
-#include "tests/facilities/gauged_families.h"
 #include "tests/facilities/plain_bicriteria.h"
 #include "tests/model/own_process.h"
 
@@ -101,8 +98,7 @@ void expect_efficient(const gauged_sites& problem, const std::vector<location>& 
     return problem.sites.gauge_value(problem.gauges, problem.gauge_of, x, q);
   };
   const auto least = [&](double c0, double c1, double most0, double most1) {
-    return bicriteria_program(problem.sites, problem.gauges, problem.gauge_of, c0, c1, most0,
-                              most1);
+    return program_value(problem, {false, {c0, c1}, 0, 0, {most0, most1}});
   };
   const double slack = 1 + 1e-10;
   const double inf = IlcInfinity;
@@ -231,19 +227,17 @@ TEST(EfficientSet, MapOfOverlaps) {
 
 TEST(L2SquaredMulticriteria, IsTheHullOfTheCentres) {
   std::mt19937 random(4);
-  std::uniform_real_distribution<double> u(0.0, 10.0);
   for (int q = 1; q <= 6; ++q) {
     facilities F;
     for (int i = 0; i < 5; ++i) {
       location a(2, q);
-      a[0] = u(random);
-      a[1] = u(random);
-      for (int k = 0; k < q; ++k) a.weight(k) = u(random);
+      for (int c : {0, 1}) a[c] = static_cast<double>(random() % 100);
+      for (int k = 0; k < q; ++k) a.weight(k) = static_cast<double>(1 + random() % 9);
       F.append(a);
     }
     F.opt.append(site(7, 7, 7));
     EXPECT_EQ(F.l2squared_multicriteria(false), 0.0);
-    std::vector<point> centres;
+    list<point> centres;
     for (int k = 0; k < q; ++k) {
       double x = 0;
       double y = 0;
@@ -251,17 +245,17 @@ TEST(L2SquaredMulticriteria, IsTheHullOfTheCentres) {
         x += a.weight(k) * a[0];
         y += a.weight(k) * a[1];
       }
-      centres.emplace_back(x / F.total_weights()[k], y / F.total_weights()[k]);
+      centres.append(point(x / F.total_weights()[k], y / F.total_weights()[k]));
     }
-    const std::vector<location> corners = results_of(F);
+    list<point> corners;
+    for (const location& a : F.opt) {
+      corners.append(a.to_point());
+      EXPECT_EQ(a.weight(0), 1.0);
+    }
+    const list<point> hull = CONVEX_HULL(centres);
+    EXPECT_EQ(corners.size(), hull.size());
     EXPECT_EQ(corners.size() > 2, q > 2);
-    for (std::size_t i = 0; i < corners.size(); ++i) {
-      const point p = corners[i].to_point();
-      const point next = corners[(i + 1) % corners.size()].to_point();
-      EXPECT_EQ(corners[i].weight(0), 1.0);
-      EXPECT_EQ(std::count(centres.begin(), centres.end(), p), 1);
-      for (const point& c : centres) EXPECT_GE(detail::exact_orientation(p, next, c), 0);
-    }
+    EXPECT_TRUE(std::is_permutation(corners.begin(), corners.end(), hull.begin(), hull.end()));
   }
 }
 
@@ -271,91 +265,43 @@ TEST(GaugeBicriteria, Endings) {
   const std::string weights = "Negative entry or 0-row or 0-column in weight-matrix.";
   const Outcome on_facility = reported(1706, "polygauge: Conenumber is not correct");
   const Outcome no_end = {-SIGALRM, "", ""};
-  const auto solve = [](const std::vector<location>& sites, const list<int>& gauge_of,
-                        const location& older = location(0, 0)) {
-    facilities F = sites_of(sites);
-    const bool clear = older.dim() == 0;
-    if (!clear) F.opt.append(older);
-    list<polygauge> gauges;
-    gauges.append(polygauge({point(1, 0), point(0, 1), point(-1, 0), point(0, -1)}));
-    gauges.append(polygauge({point(1, 1), point(-1, 1), point(-1, -1), point(1, -1)}));
-    ualarm(200000, 0);
-    F.gauge_bicriteria(gauges, gauge_of, clear);
-  };
+  const Outcome no_best = aborted("dlist::head(): empty list");
   const location a = site(0, 0, 1, 2), b = site(4, 2, 2, 1);
   const struct {
     const char* name;
-    std::function<void()> call;
+    std::vector<location> sites;
+    list<int> gauge_of;
     Outcome expected;
+    std::vector<location> older = {};
   } cases[] = {
-      {"fine",
-       [&] {
-         solve({a, b}, {0, 1});
-       },
-       ended("")},
-      {"one weight",
-       [&] {
-         solve({site(0, 0, 1), b}, {0, 5, 5});
-       },
-       reported(1343, "False weight-dimension.")},
-      {"too few gauge numbers",
-       [&] {
-         solve({a, b}, {9});
-       },
-       reported(1344, "Different number of locations and gauges.")},
-      {"gauge -1",
-       [&] {
-         solve({a, site(4, 2, -1, 1)}, {0, -1});
-       },
-       reported(1345, "False gauge-number.")},
-      {"gauge 2",
-       [&] {
-         solve({a, b}, {2, 0});
-       },
-       reported(1345, "False gauge-number.")},
-      {"negative",
-       [&] {
-         solve({a, site(4, 2, 1, -1)}, {0, 0});
-       },
-       reported(1346, weights)},
-      {"no weight",
-       [&] {
-         solve({a, site(4, 2, 0, 0)}, {0, 0});
-       },
-       reported(1346, weights)},
-      {"no weight 1",
-       [&] {
-         solve({site(0, 0, 1, 0), site(4, 2, 2, 0)}, {0, 0});
-       },
-       reported(1342, weights)},
-      {"no facility", [&] { solve({}, {}); }, aborted("dlist::head(): empty list")},
-      {"centre on a facility",
-       [&] {
-         solve({site(0, 0, 1, 0), site(1, 0, 0, 1)}, {0, 0});
-       },
-       on_facility},
-      {"older result on a facility",
-       [&] {
-         solve({a, b}, {0, 1}, site(0, 0, 1));
-       },
-       on_facility},
-      {"no best place for f0",
-       [&] {
-         solve({site(.4, .8, 1, 3), site(.1, .2, 1, 3)}, {0, 0});
-       },
-       aborted("dlist::head(): empty list")},
-      {"no best place for f1",
-       [&] {
-         solve({site(1, 0, 1, 1), site(2, 1, 2, 1)}, {1, 1});
-       },
-       no_end},
-      {"in a circle",
-       [&] {
-         solve({site(.5, .6, 2, 2), site(.5, .4, 1, 2)}, {0, 0});
-       },
-       no_end},
+      {"fine", {a, b}, {0, 1}, ended("")},
+      {"one weight", {site(0, 0, 1), b}, {0, 5, 5}, reported(1343, "False weight-dimension.")},
+      {"few numbers", {a, b}, {9}, reported(1344, "Different number of locations and gauges.")},
+      {"gauge -1", {a, site(4, 2, -1, 1)}, {0, -1}, reported(1345, "False gauge-number.")},
+      {"gauge 2", {a, b}, {2, 0}, reported(1345, "False gauge-number.")},
+      {"negative", {a, site(4, 2, 1, -1)}, {0, 0}, reported(1346, weights)},
+      {"no weight", {a, site(4, 2, 0, 0)}, {0, 0}, reported(1346, weights)},
+      {"no weight 1", {site(0, 0, 1, 0), site(4, 2, 2, 0)}, {0, 0}, reported(1342, weights)},
+      {"no facility", {}, {}, no_best},
+      {"centre on a facility", {site(0, 0, 1, 0), site(1, 0, 0, 1)}, {0, 0}, on_facility},
+      {"older result on a facility", {a, b}, {0, 1}, on_facility, {site(0, 0, 1)}},
+      {"no best place for f0", {site(.4, .8, 1, 3), site(.1, .2, 1, 3)}, {0, 0}, no_best},
+      {"no best place for f1", {site(1, 0, 1, 1), site(2, 1, 2, 1)}, {1, 1}, no_end},
+      {"in a circle", {site(.5, .6, 2, 2), site(.5, .4, 1, 2)}, {0, 0}, no_end},
   };
-  for (const auto& c : cases) EXPECT_EQ(in_own_process(c.call), c.expected) << c.name;
+  const list<polygauge> both = {
+      polygauge({point(1, 0), point(0, 1), point(-1, 0), point(0, -1)}),
+      polygauge({point(1, 1), point(-1, 1), point(-1, -1), point(1, -1)})};
+  for (const auto& c : cases) {
+    EXPECT_EQ(in_own_process([&] {
+                facilities F = sites_of(c.sites);
+                F.opt = sites_of(c.older);
+                ualarm(200000, 0);
+                F.gauge_bicriteria(both, c.gauge_of, c.older.empty());
+              }),
+              c.expected)
+        << c.name;
+  }
 
   // A dead end: the outer end of a fundamental segment.
   const facilities F = sites_of({a, b});

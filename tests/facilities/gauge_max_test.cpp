@@ -70,12 +70,6 @@ outcome plainly_solved(const gauged_sites& P) {
   return result;
 }
 
-gauged_sites with_gauge(const std::vector<location>& sites, const polygauge& g) {
-  gauged_sites P{sites_of(sites), {g}, {}};
-  for (int i = 0; i < P.sites.size(); ++i) P.gauge_of.append(0);
-  return P;
-}
-
 // ----- The solver -----
 
 TEST(GaugeMax, SameAsThePlainSteps) {
@@ -96,12 +90,12 @@ TEST(GaugeMax, SameAsThePlainSteps) {
 // What the contract and docs/solvers.md say of the weak places.
 TEST(GaugeMax, SmallestWeakPlaces) {
   const polygauge l1 = polygauge::l1_gauge();
-  gauged_sites two = with_gauge({site(0, 0, 1), site(1, 0, 1)}, l1);
+  gauged_sites two = with_gauge(sites_of({site(0, 0, 1), site(1, 0, 1)}), l1);
   EXPECT_EQ(solved(two), (outcome{kEmptyList, -1.0, older_results()}));
   two.sites.tail().weight(0) = 2.0;
   EXPECT_NEAR(solved(two).value, 4.0 / 3.0, 1e-13);
-  EXPECT_NEAR(program_value(two), 2.0 / 3.0, 1e-9);
-  gauged_sites one = with_gauge({site(3, 4, 1)}, polygauge::linf_gauge());
+  EXPECT_NEAR(program_value(two, {.largest = true}), 2.0 / 3.0, 1e-9);
+  gauged_sites one = with_gauge(sites_of({site(3, 4, 1)}), polygauge::linf_gauge());
   EXPECT_EQ(solved(one).report, kEmptyList);
   EXPECT_EQ(in_own_process([&] { one.sites.gauge_max(one.gauges, one.gauge_of, false); }),
             aborted("dlist::head(): empty list"));
@@ -120,7 +114,7 @@ TEST(GaugeMax, AgainstLinearPrograms) {
   for (int i = 0; i < 400; ++i) {
     const int number = i % 199;
     gauged_sites P = random_problem(random, number);
-    const double optimum = program_value(P);
+    const double optimum = program_value(P, {.largest = true});
     if (P.sites.size() == 1) continue;
     for (const double margin : {-0.3, -1e-4, -1e-9, 1e-9, 1e-4, 0.3}) {
       int reached = -1;
@@ -161,7 +155,8 @@ TEST(GaugeMax, AgainstLinearPrograms) {
       for (const location& a : result.opt) {
         least = std::min(least, u * (a[0] - origin[0]) + v * (a[1] - origin[1]));
       }
-      ASSERT_NEAR(program_value(P, u, v, result.value + 1e-9), least, 1e-5) << shown(P);
+      const gauge_program towards{true, {0, 0}, u, v, {result.value + 1e-9}};
+      ASSERT_NEAR(program_value(P, towards), least, 1e-5) << shown(P);
       ++directions;
     }
   }
@@ -178,7 +173,7 @@ TEST(GaugeMax, TriplesInPasses) {
     if (P.sites.size() < 4) continue;
     const detail::ball_sites sites(P.sites, P.gauges, P.gauge_of);
     detail::level_sets levels(sites);
-    const double optimum = program_value(P);
+    const double optimum = program_value(P, {.largest = true});
     for (const double lower : {1e-3, optimum - 1e-2}) {
       ASSERT_EQ(detail::far_contacts(sites, lower, levels, 0),
                 detail::far_contacts(sites, lower, levels))
@@ -202,7 +197,7 @@ TEST(GaugeMax, TriplesInPasses) {
 // ----- The pieces -----
 
 TEST(GaugeMax, LevelSets) {
-  gauged_sites P = with_gauge({site(0, 0, 1), site(2, 0, 2)}, polygauge::linf_gauge());
+  gauged_sites P = with_gauge(sites_of({site(0, 0, 1), site(2, 0, 2)}), polygauge::linf_gauge());
   polygon level;
   EXPECT_EQ(text_of(P.sites.gauge_level_set(level, 1.5, P.gauge_of, P.gauges).vertices()),
             "(1.5,0.75) (1.25,0.75) (1.25,-0.75) (1.5,-0.75)");
@@ -247,7 +242,8 @@ TEST(GaugeMax, MediansAndBulkSteps) {
       EXPECT_EQ(median_of(C), plain_median(plain));
       EXPECT_EQ(C, plain) << size;
       // Levels on both sides of the optimum 500000.
-      gauged_sites P = with_gauge({site(0, 0, 1), site(1e6, 0, 1)}, polygauge::l1_gauge());
+      gauged_sites P =
+          with_gauge(sites_of({site(0, 0, 1), site(1e6, 0, 1)}), polygauge::l1_gauge());
       EXPECT_EQ(P.sites.bulk_step(C, P.gauge_of, P.gauges, 0.0, 1.0),
                 plain_gauge_max(P).bulk_step(plain));
       EXPECT_EQ(C, plain) << size;

@@ -6,7 +6,7 @@
 #include "planloc/facilities/flat_gauged_sites.h"
 #include "planloc/facilities/gauge_sum.h"
 #include "planloc/facilities/gauged_sites.h"
-#include "tests/facilities/gauged_families.h"
+#include "tests/facilities/gauge_problems.h"
 #include "tests/model/own_process.h"
 
 namespace planloc {

@@ -16,7 +16,6 @@
 #include "planloc/foundation/geometry/flat_crossings.h"
 #include "planloc/foundation/geometry/hull.h"
 #include "tests/facilities/gauge_problems.h"
-#include "tests/facilities/gauged_families.h"
 #include "tests/model/own_process.h"
 
 namespace planloc {
@@ -108,7 +107,7 @@ TEST(GaugeSum, IsTheLinearProgramsOptimum) {
     const plain_result plain = by_plain_steps(P);
     if (P.sites.size() > 1 && (plain.starts_on_site || plain.corners.empty())) return;
     const double value = P.sites.gauge_sum(P.gauges, P.gauge_of, true);
-    const double optimum = sum_program(P);
+    const double optimum = program_value(P);
     const location origin = P.sites.head();
     ASSERT_NEAR(value, optimum, 1e-9 * (1 + optimum)) << family << shown(P);
 
@@ -127,8 +126,8 @@ TEST(GaugeSum, IsTheLinearProgramsOptimum) {
       const double v = std::sin(M_PI * i / 8);
       double reached = -1e300;
       for (const auto& [x, y] : corners) reached = std::max(reached, u * x + v * y);
-      const double farthest =
-          u * origin[0] + v * origin[1] - sum_program(P, -u, -v, optimum * (1 + 1e-12));
+      const double farthest = u * origin[0] + v * origin[1] -
+                              program_value(P, {false, {0, 0}, -u, -v, {optimum * (1 + 1e-12)}});
       const double slack = 1e-6 * (1 + std::fabs(reached));
       ASSERT_GE(farthest, reached - slack) << family << shown(P) << i;
       ASSERT_LE(farthest, exact ? reached + slack : 1e300) << family << shown(P) << i;

@@ -147,19 +147,7 @@ class plain_gauge_max {
     const double m = n % 2 == 1
                          ? C[C.get_item((n - 1) / 2)]
                          : (C[C.get_item((n - 2) / 2)] + C[C.get_item((n - 2) / 2 + 1)]) / 2.0;
-    list<double> S;
-    if (level_reached(m)) {
-      for (double z : C) {
-        if (z < m) S.append(z);
-      }
-      S.append(m);
-    } else {
-      for (double z : C) {
-        if (z > m) S.append(z);
-      }
-      S.push(m);
-    }
-    C = S;
+    split(C, m, true);
     return m;
   }
 
@@ -207,28 +195,27 @@ class plain_gauge_max {
     return C;
   }
 
+  // A median that is not reached stays in front, or goes.
+  void split(list<double>& C, double m, bool stays) const {
+    const bool reached = level_reached(m);
+    list<double> S;
+    for (double z : C) {
+      if (reached ? z < m : z > m) S.append(z);
+    }
+    if (reached) S.append(m);
+    if (!reached && stays) S.push(m);
+    C = S;
+  }
+
   void reduce(list<double>& C, bool second_form) const {
     const double m = plain_median(C);
-    list<double> S;
-    if (level_reached(m)) {
-      for (double z : C) {
-        if (z < m) S.append(z);
-      }
-      S.append(m);
+    split(C, m, second_form);
+    if (C.size() != 2) return;
+    if (C.head() != m) {
+      level_reached(C.head()) ? C.pop() : C.Pop();
     } else {
-      for (double z : C) {
-        if (z > m) S.append(z);
-      }
-      if (second_form) S.push(m);
+      level_reached(C.tail()) ? C.Pop() : C.pop();
     }
-    if (S.size() == 2) {
-      if (S.head() != m) {
-        level_reached(S.head()) ? S.pop() : S.Pop();
-      } else {
-        level_reached(S.tail()) ? S.Pop() : S.pop();
-      }
-    }
-    C = S;
   }
 
   void triples(list<double>& C, double L) const {

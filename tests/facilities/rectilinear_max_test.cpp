@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "planloc/facilities/facilities.h"
-#include "tests/facilities/distance_program.h"
+#include "tests/facilities/gauge_problems.h"
 #include "tests/facilities/site_families.h"
 #include "tests/model/own_process.h"
 
@@ -18,7 +18,8 @@ using Points = std::vector<location>;
 // of them; beyond, it is worse.
 void check(const facilities& F, const site_family& family, int p, double value) {
   const double slack = 1e-8 * family.spread;
-  ASSERT_NEAR(value, program_value(F, p, 0, true), 2 * slack) << shown(F, family.name);
+  ASSERT_NEAR(value, program_value(with_norm(F, p), {.largest = true}), 2 * slack)
+      << shown(F, family.name);
   if (value == 0.0 || F.opt.empty()) return;
   ASSERT_LE(F.opt.size(), 2);
   const location& a = F.opt.head();

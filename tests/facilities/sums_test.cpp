@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "planloc/facilities/facilities.h"
-#include "tests/facilities/distance_program.h"
+#include "tests/facilities/gauge_problems.h"
 #include "tests/facilities/site_families.h"
 #include "tests/model/own_process.h"
 
@@ -124,7 +124,7 @@ TEST(MaximumNormSum, AgreesWithTheLinearProgram) {
   for_random_sites(40, true, [](facilities& F, const site_family& family) {
     const double value = F.linf_sum(0, true);
     const double slack = 1e-8 * (family.spread + value);
-    ASSERT_NEAR(value, program_value(F, -1, 0, false), slack) << shown(F, family.name);
+    ASSERT_NEAR(value, program_value(with_norm(F, -1)), slack) << shown(F, family.name);
     for (const location& x : F.opt) ASSERT_NEAR(F.objective(-1, x, 0), value, slack);
   });
 }
