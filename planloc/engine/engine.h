@@ -11,6 +11,7 @@
 #include "planloc/engine/heap.h"
 #include "planloc/engine/ilc_basis.h"
 #include "planloc/engine/ilc_callback.h"
+#include "planloc/engine/ilc_cplex.h"
 #include "planloc/engine/ilc_linopt.h"
 #include "planloc/engine/manager.h"
 

@@ -127,9 +127,7 @@ class IlcCplex {
   int mipOpt();
   int getSubStatus();
 
-  // The parameters of a first solve and of later ones.
   void setFirstSolveParams();
-  void setLaterSolveParams();
   // Solves the program as a linear one by the method; whether it is solved. In edit mode nothing is
   // reported; otherwise the manager fails for a program without a solution, and a library call that
   // failed is tried again without presolve and aggregator.

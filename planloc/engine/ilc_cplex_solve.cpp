@@ -80,15 +80,6 @@ void IlcCplex::setFirstSolveParams() {
   setIntParam(CPX_PARAM_ADVIND, 0);
 }
 
-void IlcCplex::setLaterSolveParams() {
-  setIntParam(CPX_PARAM_AGGIND, 0);
-  setIntParam(CPX_PARAM_PREIND, 0);
-  setIntParam(CPX_PARAM_PPRIIND, 4);
-  setIntParam(CPX_PARAM_DPRIIND, 5);
-  setIntParam(CPX_PARAM_FASTMIP, 1);
-  setIntParam(CPX_PARAM_ADVIND, 1);
-}
-
 bool IlcCplex::optimize(IlcMethod method, int extraction) {
   setToLP();
   const bool dual = method == kIlcDual || method == kIlcNetworkDual || method == kIlcBarrierDual;

@@ -241,6 +241,14 @@ void IlcLinOpt::setSearchMethod(int method) {
   run(kSetSearchMethod, &IlcLinOptI::setSearchMethod, method);
 }
 
+IlcGoal IlcLinOpt::getPiecewiseLinearGenerateGoal() {
+  return run(kGenerateGoal, &IlcLinOptI::getPiecewiseLinearGoal);
+}
+
+IlcGoal IlcLinOpt::getPiecewiseLinearGenerateGoalCut() {
+  return run(kGenerateGoalCut, &IlcLinOptI::getPiecewiseLinearGoal);
+}
+
 // ----- Solution -----
 
 double IlcLinOpt::getCurrentValue(IlcFloatVar var) {

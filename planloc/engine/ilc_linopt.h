@@ -29,7 +29,14 @@
 
 namespace planloc {
 
+class IlcGoalI;
 class IlcLinOptI;
+
+// Handle of a goal of a search. No search runs here, so every one is empty.
+class IlcGoal {
+ public:
+  IlcGoalI* getImpl() const { return nullptr; }
+};
 
 // A failure of use or of the library: its code and its text.
 class IlcLinOptException : public std::exception {
@@ -169,6 +176,9 @@ class IlcLinOpt {
   // For a search, which does not run here: no effect. Reports "IlcLinOpt::setSearchMethod: Bad
   // method".
   void setSearchMethod(int method);
+  // Goals that branch on the pieces of piecewise linear expressions, of which there are none.
+  IlcGoal getPiecewiseLinearGenerateGoal();
+  IlcGoal getPiecewiseLinearGenerateGoalCut();
 
   // ----- Solution -----
 

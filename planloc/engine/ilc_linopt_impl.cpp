@@ -193,9 +193,11 @@ void IlcLinOptI::addSOS(int type, const Vars& vars, const IlcFloatArray& weights
       isRefused(vars.getSize() != weights.getSize(), kSOSSizes)) {
     return;
   }
-  IlcSOS set{type, {}, {&weights[0], &weights[0] + weights.getSize()}};
-  columns_->mapToColumns(vars, *cplex_, set.columns);
-  cplex_->newSOS(set);
+  reportingNoMemory([&] {
+    IlcSOS set{type, {}, {&weights[0], &weights[0] + weights.getSize()}};
+    columns_->mapToColumns(vars, *cplex_, set.columns);
+    cplex_->newSOS(set);
+  });
 }
 
 // ----- Objective -----

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <vector>
 
 #include "planloc/engine/ilc_cplex.h"
@@ -11,6 +12,7 @@
 #include "planloc/engine/linear_solver.h"
 #include "planloc/engine/linopt_messages.h"
 #include "planloc/engine/linopt_tables.h"
+#include "planloc/engine/manager_impl.h"
 
 namespace planloc {
 
@@ -70,6 +72,7 @@ class IlcLinOptI final : public IlcLinearSolverI {
   int optimize() override;
   void setFirstMethod(int method);
   void setSearchMethod(int method);
+  IlcGoal getPiecewiseLinearGoal() const { return IlcGoal(); }
 
   // ----- Solution -----
 
@@ -133,6 +136,8 @@ class IlcLinOptI final : public IlcLinearSolverI {
 
   bool isRefused(bool condition, const char* text) const;
   bool isRefusedOutsideOfEditMode(const char* text) const;
+  template <typename Work>
+  void reportingNoMemory(Work work) const;
 
   void extract(IlcConstraintI* ct);
   void makeRow(IlcConstraintI* ct);
@@ -171,6 +176,16 @@ class IlcLinOptI final : public IlcLinearSolverI {
 
   std::unique_ptr<Scratch> scratch_;
 };
+
+// Runs the work of a member that reports missing memory.
+template <typename Work>
+void IlcLinOptI::reportingNoMemory(Work work) const {
+  try {
+    work();
+  } catch (const std::bad_alloc&) {
+    getManager()->getErrorReporter()->error(kIlcNoMemory, linopt_message::kNoMoreMemory);
+  }
+}
 
 }  // namespace planloc
 

@@ -251,9 +251,11 @@ void IlcLinOptI::setPriOrder(IlcIntVarArray vars, IlcIntArray priorities,
     return;
   }
   updateMatrix();
-  columns_->mapToColumns(vars, *cplex_, scratch_->row_columns);
-  cplex_->setPriOrder(vars.getSize(), scratch_->row_columns.data(), &priorities[0],
-                      directions ? &(*directions)[0] : nullptr);
+  reportingNoMemory([&] {
+    columns_->mapToColumns(vars, *cplex_, scratch_->row_columns);
+    cplex_->setPriOrder(vars.getSize(), scratch_->row_columns.data(), &priorities[0],
+                        directions ? &(*directions)[0] : nullptr);
+  });
 }
 
 // ----- Callbacks -----

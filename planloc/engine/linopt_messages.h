@@ -63,6 +63,9 @@ inline constexpr char kSetSearchMethod[] = "IlcLinOpt::setSearchMethod: empty ha
 inline constexpr char kSetFirstMethod[] = "IlcLinOpt::setFirstMethod: empty handle";
 inline constexpr char kGetDualValue[] = "IlcLinOpt::getDualValue: empty handle";
 inline constexpr char kGetSlackValue[] = "IlcLinOpt::getSlackValue: empty handle";
+inline constexpr char kGenerateGoal[] = "IlcLinOpt::getPiecewiseLinearGenerateGoal: empty handle";
+inline constexpr char kGenerateGoalCut[] =
+    "IlcLinOpt::getPiecewiseLinearGenerateGoalCut: empty handle";
 inline constexpr char kGetLPCallback[] = "IlcLinOpt:getLPCallback: empty handle";
 
 // ----- Other failures -----
@@ -99,6 +102,7 @@ inline constexpr char kPriOrderSizes[] = "IlcLinOptI::setPriOrder : sizes of arr
 inline constexpr char kSOSSizes[] = "IlcLinOptI::addSOS : different sizes for arrays";
 inline constexpr char kSOSNoArray[] = "IlcLinOptI::addSOS : empty array of variables";
 inline constexpr char kSOSNoReferenceRow[] = "IlcLinOptI::addSOS : empty reference row";
+inline constexpr char kNoMoreMemory[] = "No more memory";  // of both
 inline constexpr char kNoObjective[] = "optimize: no objective function was defined";
 
 inline constexpr char kSetBasisArgument[] = "IlcLinOpt::setBasis : empty handle for argument";

@@ -40,12 +40,13 @@ int IlcColumnTable::find(const IlcFloatVarI* var) const {
 
 void IlcColumnTable::growStaging(int needed, IlcCplex& cplex) {
   if (needed <= staging_capacity_) return;
-  staging_capacity_ =
+  const int capacity =
       std::max({needed, cplex.getIntParam(CPX_PARAM_COLGROWTH), 2 * staging_capacity_});
-  const auto n = static_cast<std::size_t>(staging_capacity_);
+  const auto n = static_cast<std::size_t>(capacity);
   bounds_.assign(2 * n, 0.0);
   types_.assign(n, 'C');
   names_.assign(n, nullptr);
+  staging_capacity_ = capacity;
 }
 
 void IlcColumnTable::stage(IlcFloatVarI* var, int place) {
@@ -65,7 +66,15 @@ void IlcColumnTable::mapToColumns(const IlcArray<Var>& vars, IlcCplex& cplex,
   const int n = vars.getSize();
   growStaging(n, cplex);
   columns.resize(static_cast<std::size_t>(n));
-  const int before = size();
+  const struct Settle {
+    ~Settle() {
+      if (table.size() == first) return;
+      if (table.size() > cplex.getNumCols()) table.forget(std::max(first, cplex.getNumCols()));
+    }
+    IlcColumnTable& table;
+    IlcCplex& cplex;
+    int first;
+  } settle{*this, cplex, size()};
   int added = 0;
   for (int k = 0; k < n; ++k) {
     IlcFloatVarI* const var = vars.getImpl()->values[k].getImpl();
@@ -81,14 +90,6 @@ void IlcColumnTable::mapToColumns(const IlcArray<Var>& vars, IlcCplex& cplex,
     stage(var, added++);
   }
   if (added == 0) return;
-  const struct Settle {
-    ~Settle() {
-      if (table.size() > cplex.getNumCols()) table.forget(std::max(first, cplex.getNumCols()));
-    }
-    IlcColumnTable& table;
-    IlcCplex& cplex;
-    int first;
-  } settle{*this, cplex, before};
   cplex.newCols(added, bounds_.data(), bounds_.data() + staging_capacity_, types_.data(),
                 names_.data());
 }
@@ -99,7 +100,7 @@ template void IlcColumnTable::mapToColumns(const IlcArray<IlcIntVar>&, IlcCplex&
                                            std::vector<int>&);
 
 void IlcColumnTable::forget(int first) {
-  for (int j = size() - 1; j >= first; --j) index_.erase(var(j));
+  std::erase_if(index_, [first](const auto& entry) { return entry.second >= first; });
 }
 
 // ----- IlcRowTable -----

@@ -186,12 +186,9 @@ TEST_F(IlcCplexSolveTest, SolvesOfASearch) {
   }
   const auto c = made();
   c->setFirstSolveParams();
-  c->setLaterSolveParams();
   EXPECT_EQ(library.take(),
             (Calls{"setintparam 1003 -1", "setintparam 1030 1", "setintparam 1029 0",
-                   "setintparam 1009 0", "setintparam 1001 0", "setintparam 1003 0",
-                   "setintparam 1030 0", "setintparam 1029 4", "setintparam 1009 5",
-                   "setintparam 1017 1", "setintparam 1001 1"}));
+                   "setintparam 1009 0", "setintparam 1001 0"}));
 }
 
 TEST_F(IlcCplexSolveTest, SearchesWithoutASolution) {

@@ -290,6 +290,20 @@ TEST_F(IlcCplexTest, MissingMemoryIsReportedAndTheAdaptorStaysUsable) {
     EXPECT_EQ(report_of([&, &call = call] { call(*cplex); }).text, text);
     EXPECT_EQ(report_of([&, &call = call] { call(*cplex); }).text, "no report");
   }
+  constexpr int n = 37;
+  IlcLinOpt lp(m, 0);
+  const IlcIntVarArray vars(m, n, 0, 1);
+  IlcFloatArray weights(m, n, 0.0);
+  for (int i = 0; i < n; ++i) weights[i] = i;
+  const std::pair<std::size_t, std::function<void()>> members[] = {
+      {sizeof(double), [&] { lp.addSOS(1, vars, weights); }},
+      {sizeof(int), [&] { lp.setPriOrder(vars, IlcIntArray(m, n, 1)); }}};
+  for (const auto& [size, call] : members) {
+    refused_size = n * size;
+    EXPECT_EQ(report_of(call).text, "No more memory");
+    EXPECT_EQ(report_of(call).text, "no report");
+  }
+  lp.end();
 }
 
 TEST_F(IlcCplexTest, ReadsWithoutASolutionSolveOnlyWhenSearching) {

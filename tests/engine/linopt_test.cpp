@@ -358,6 +358,10 @@ TEST_F(LinOptTest, EmptyHandlesReportByName) {
       {"IlcLinOpt::chgLowerBound: empty handle", [&](IlcLinOpt e) { e.chgLowerBound(x, 0); }},
       {"IlcLinOpt::chgUpperBound: empty handle", [&](IlcLinOpt e) { e.chgUpperBound(x, 0); }},
       {"IlcLinOpt::remove: empty handle", [&](IlcLinOpt e) { e.remove(ct); }},
+      {"IlcLinOpt::getPiecewiseLinearGenerateGoal: empty handle",
+       [](IlcLinOpt e) { e.getPiecewiseLinearGenerateGoal(); }},
+      {"IlcLinOpt::getPiecewiseLinearGenerateGoalCut: empty handle",
+       [](IlcLinOpt e) { e.getPiecewiseLinearGenerateGoalCut(); }},
       {"IlcLinOpt::getDualValue: empty handle", [&](IlcLinOpt e) { e.getDualValue(ct); }},
       {"IlcLinOpt::getSlackValue: empty handle", [&](IlcLinOpt e) { e.getSlackValue(ct); }},
   };
