@@ -15,11 +15,13 @@ fail() {
 # ----- Install -----
 
 if command -v dpkg-deb >/dev/null; then
-  (cd "$root" && "$(dirname "$cmake")/cpack" --config "$build/CPackConfig.cmake" -B "$root" >/dev/null)
+  (cd "$root" && "$(dirname "$cmake")/cpack" --config "$build/CPackConfig.cmake" -B "$root" >/dev/null 2>"$root/cpack.log") ||
+    fail "$(cat "$root/cpack.log")"
   mkdir -p "$root/clean/var/lib/dpkg/"{updates,info,triggers}
   touch "$root/clean/var/lib/dpkg/"{status,available}
+  # Not configured: the call of ldconfig, in the package of a shared build, takes a shell in the root.
   dpkg --root="$root/clean" --force-not-root --force-depends --log=/dev/null \
-    -i "$root"/planloc_*.deb >/dev/null 2>&1
+    --unpack "$root"/planloc_*.deb >"$root/dpkg.log" 2>&1 || fail "$(cat "$root/dpkg.log")"
   prefix=$root/clean/usr
 else
   echo "no dpkg: the package is not made, the build is installed without it"
