@@ -280,7 +280,7 @@ solution minimise_convex(const problem& p, const minimise_options& options) {
 }
 
 solution minimise(const problem& p, const minimise_options& options) {
-  return minimise_convex(p, options);
+  return p.convex() ? minimise_convex(p, options) : minimise_general(p, options);
 }
 
 }  // namespace planloc

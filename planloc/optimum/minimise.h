@@ -44,6 +44,16 @@ solution minimise(const problem& p, const minimise_options& options = {});
 // Cutting planes. Throws `bad_problem` if the problem is not convex.
 solution minimise_convex(const problem& p, const minimise_options& options = {});
 
+// Branch and bound over triangles (Drezner and Suzuki 2004) with bounds from differences of convex
+// functions (Tuy 1996), for any order weights. Polyhedral gauges: to a gap of 0. Others: to 1e-10
+// of the value, or as far as doubles can tell.
+//
+// Where f neither grows nor falls in some direction far from the sites, although the sites differ
+// in gauge or weight, there is no square known to hold an optimum: then the status is `stopped`,
+// with the best value near the sites, and the bound is 0 or minus infinity. All work is done on the
+// calling thread, whatever `threads` says.
+solution minimise_general(const problem& p, const minimise_options& options = {});
+
 }  // namespace planloc
 
 #endif  // PLANLOC_OPTIMUM_MINIMISE_H_

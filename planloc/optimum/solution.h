@@ -66,12 +66,39 @@ struct convex_certificate {
   xy base{0, 0};
 };
 
+// Problems that need not be convex: a square that holds an optimum, halved into triangles until
+// each of them holds nothing better. The two triangles are the halves along the diagonal of
+// direction
+// (-1, 1); a triangle is halved from the right angle to the middle of the longest side. So the
+// reasons alone, in the order of a walk that visits a triangle before its halves, stand for all
+// triangles, and they cover the square whatever the reasons are.
+//
+// Outside of the square f is greater than at `base`: f falls behind the recession function (the
+// same problem with all sites at one place) by no more than a constant, and `outside` proves in the
+// same way that this function is large enough on the sides of the square of half side 1. It is
+// empty where all sites have one gauge and one weight and the order weights add up to 0; then
+// everything outside repeats values of the square.
+//
+// No cells at all: the sums of the last k order weights are not negative, so neither is f.
+struct branch_certificate {
+  enum class reason : std::uint8_t {
+    halved,
+    bound,  // a convex function less a concave one, or sorted bounds of the distances
+    exact   // every crossing of lines on which f can break
+  };
+  xy base{0, 0};
+  double half = 0;              // of the side of the square around `base`
+  std::vector<reason> outside;  // the sides: right, top, left, bottom
+  std::vector<reason> cells;
+};
+
 // The value falls without end along this direction.
 struct direction_certificate {
   xy direction{0, 0};
 };
 
-using certificate = std::variant<std::monostate, convex_certificate, direction_certificate>;
+using certificate =
+    std::variant<std::monostate, convex_certificate, branch_certificate, direction_certificate>;
 
 struct search_counters {
   std::size_t evaluations = 0;  // of all sites

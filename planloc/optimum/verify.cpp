@@ -83,6 +83,13 @@ verification verify(const problem& p, const solution& s) {
                  ? detail::verify_fractions(p, s, *c)
                  : detail::verify_intervals(p, s, *c);
     }
+    if (const auto* c = std::get_if<branch_certificate>(&s.proof)) {
+      return detail::verify_leaves(p, s, *c);
+    }
+    if (const auto* c = std::get_if<direction_certificate>(&s.proof)) {
+      if (s.status != solution_status::unbounded) detail::refuse("a direction, but not unbounded");
+      return detail::verify_direction(p, *c);
+    }
     detail::refuse("no certificate");
   } catch (detail::refusal& r) {
     verification v;

@@ -35,6 +35,8 @@ void check_pieces(const problem& p, const convex_certificate& c);
 
 verification verify_fractions(const problem& p, const solution& s, const convex_certificate& c);
 verification verify_intervals(const problem& p, const solution& s, const convex_certificate& c);
+verification verify_leaves(const problem& p, const solution& s, const branch_certificate& c);
+verification verify_direction(const problem& p, const direction_certificate& c);
 
 }  // namespace planloc::detail
 

@@ -1,0 +1,229 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <numbers>
+#include <numeric>
+
+#include "arrangement.h"
+#include "instances.h"
+#include "planloc/optimum/minimise.h"
+#include "planloc/optimum/verify.h"
+
+namespace planloc {
+namespace {
+
+using reason = branch_certificate::reason;
+
+// Order weights of every kind, also ties and signs.
+order_weights any_order(instance_source& source, int n) {
+  switch (source.below(8)) {
+    case 0:
+      return order_weights::range();
+    case 1:
+      return order_weights::anti_centrum(static_cast<std::size_t>(1 + source.below(n)));
+    case 2:
+      return order_weights::order_statistic(static_cast<std::size_t>(1 + source.below(n)));
+    case 3:
+      if (n > 2) return order_weights::trimmed_mean(1, 1);
+      return order_weights::quantile(0.5);
+    default: {
+      std::vector<double> lambda;
+      const int kind = source.below(3);
+      for (int k = 0; k < n; ++k) {
+        lambda.push_back(kind == 0   ? source.below(3) - 1
+                         : kind == 1 ? source.below(2)
+                                     : source.uniform(-0.5, 1));
+      }
+      return order_weights(lambda);
+    }
+  }
+}
+
+problem any_problem(instance_source& source, layout l, int n) {
+  const auto gauges = source.gauges(l, 1 + source.below(2), 3 + source.below(3));
+  auto sites = source.sites(l, n, static_cast<int>(gauges.size()));
+  if (source.below(3) == 0) {
+    for (site& s : sites) s.weight = 1;
+  }
+  return problem(std::move(sites), gauges, any_order(source, n));
+}
+
+// The least value in many directions of the function that f grows by far from the sites.
+double sampled_recession(const problem& p) {
+  std::vector<site> sites(p.sites().begin(), p.sites().end());
+  for (site& s : sites) s.x = s.y = 0;
+  std::vector<double> lambda;
+  for (std::size_t k = 0; k < sites.size(); ++k) lambda.push_back(p.lambda(k));
+  const problem origin(sites, {p.gauges().begin(), p.gauges().end()}, order_weights(lambda));
+  double least = std::numeric_limits<double>::infinity();
+  for (int k = 0; k < 720; ++k) {
+    const double angle = std::numbers::pi * k / 360;
+    least = std::min(least, origin.value({std::cos(angle), std::sin(angle)}));
+  }
+  return least;
+}
+
+TEST(General, EnumerationFindsNothingBetter) {
+  instance_source source(11);
+  int solved = 0;
+  int unbounded = 0;
+  int undecided = 0;
+  for (const layout l :
+       {layout::scattered, layout::lattice, layout::line, layout::one_place, layout::far_away}) {
+    for (int trial = 0; trial < 60; ++trial) {
+      SCOPED_TRACE(testing::Message() << "layout " << static_cast<int>(l) << " trial " << trial);
+      const problem p = any_problem(source, l, 1 + source.below(4));
+      const solution s = minimise_general(p);
+      if (s.status == solution_status::unbounded) {
+        ++unbounded;
+        EXPECT_LT(sampled_recession(p), 0);
+        const verification v = verify(p, s);
+        EXPECT_TRUE(v.accepted) << v.reason;
+        continue;
+      }
+      EXPECT_GT(sampled_recession(p), -1e-9);
+      double size = 1;
+      for (const site& t : p.sites()) size += 2 * t.weight;  // no order weight is above 2
+      // The crossings are rounded to the spacing of doubles at the sites.
+      const double doubt = size * (l == layout::far_away ? 1e-7 : 1e-9);
+      const double least = least_value_of_arrangement(p);
+      EXPECT_LE(s.lower_bound, least + doubt);
+      if (s.status == solution_status::stopped) {
+        ++undecided;
+        EXPECT_LT(sampled_recession(p), 0.1 * size);
+        continue;
+      }
+      ++solved;
+      EXPECT_EQ(s.status, solution_status::optimal);
+      EXPECT_NEAR(s.value, least, doubt);
+      const verification v = verify(p, s);
+      EXPECT_TRUE(v.accepted) << v.reason;
+      EXPECT_EQ(v.gap, 0);
+    }
+  }
+  EXPECT_GT(solved, 200);
+  EXPECT_GT(unbounded, 10);
+  EXPECT_LT(undecided, 15);
+}
+
+// Convex problems solved by both methods.
+TEST(General, AgreesWithCuttingPlanes) {
+  instance_source source(12);
+  for (int trial = 0; trial < 20; ++trial) {
+    const int n = 3 + source.below(20);
+    const problem p(source.sites(layout::scattered, n, 2),
+                    {source.ball(5), trial % 2 == 0 ? gauge::euclidean() : gauge::l1()},
+                    order_weights::k_centrum(static_cast<std::size_t>(1 + source.below(n))));
+    const double value = minimise_convex(p).value;
+    EXPECT_NEAR(minimise_general(p).value, value, 1e-9 * value);
+  }
+}
+
+TEST(General, SmoothGaugesProvedByIntervals) {
+  instance_source source(13);
+  const std::vector<std::vector<gauge>> families = {
+      {gauge::euclidean()}, {gauge::lp(3)}, {gauge::euclidean(), gauge::lp(1.5), gauge::l1()}};
+  for (int trial = 0; trial < 12; ++trial) {
+    SCOPED_TRACE(trial);
+    const auto& gauges = families[static_cast<std::size_t>(trial) % families.size()];
+    const int n = 4 + source.below(5);
+    const problem p(source.sites(layout::scattered, n, static_cast<int>(gauges.size())), gauges,
+                    trial % 2 == 0 ? order_weights::trimmed_mean(1, 1)
+                                   : order_weights::anti_centrum(static_cast<std::size_t>(n - 1)));
+    const solution s = minimise(p);
+    EXPECT_EQ(s.status, solution_status::optimal);
+    const verification v = verify(p, s);
+    EXPECT_TRUE(v.accepted) << v.reason;
+    EXPECT_LE(v.gap, 1.01e-10 * v.value);
+    EXPECT_LE(s.value, p.value({s.point.x + 1e-3, s.point.y}));
+  }
+}
+
+TEST(General, LimitsAndNarrowCases) {
+  instance_source source(14);
+  const problem p(source.sites(layout::scattered, 60, 1), source.gauges(layout::scattered, 1, 8),
+                  order_weights::trimmed_mean(10, 10));
+  minimise_options few;
+  few.cells = 5;
+  const solution stopped = minimise(p, few);
+  EXPECT_EQ(stopped.status, solution_status::stopped);
+  minimise_options coarse;
+  coarse.relative_gap = 1e-2;
+  const solution near = minimise(p, coarse);
+  EXPECT_EQ(near.status, solution_status::within_gap);
+  EXPECT_LE(near.gap(), 1.001e-2 * near.value);
+  const verification v = verify(p, near);
+  EXPECT_TRUE(v.accepted) << v.reason;
+  EXPECT_GE(stopped.value, near.lower_bound);
+  EXPECT_LE(stopped.lower_bound, near.value);
+  // Half of all sites lie at one place: the median distance is 0 there.
+  const problem zero({{1, 1}, {1, 1}, {4, 2}, {0, 5}}, {gauge::l1()},
+                     order_weights::order_statistic(2));
+  EXPECT_EQ(minimise(zero).value, 0);
+  EXPECT_EQ(verify(zero, minimise(zero)).gap, 0);
+}
+
+TEST(General, VerifyRefusesWhatWasSpoiled) {
+  instance_source source(15);
+  const auto proof = [](solution& s) -> branch_certificate& {
+    return std::get<branch_certificate>(s.proof);
+  };
+  const struct {
+    const char* name;
+    std::function<void(solution&)> spoil;
+  } cases[] = {{"leaf left out", [&](solution& s) { proof(s).cells.pop_back(); }},
+               {"leaf too many", [&](solution& s) { proof(s).cells.push_back(reason::bound); }},
+               {"exact called bound",
+                [&](solution& s) {
+                  auto& cells = proof(s).cells;
+                  std::replace(cells.begin(), cells.end(), reason::exact, reason::bound);
+                }},
+               {"halves left out",
+                [&](solution& s) {
+                  auto& cells = proof(s).cells;
+                  cells.erase(cells.begin() + 1, cells.begin() + 3);
+                }},
+               {"root called bound",
+                [&](solution& s) {
+                  proof(s).cells = {reason::bound, reason::bound};
+                }},
+               {"square moved", [&](solution& s) { proof(s).base.x += 3 * proof(s).half; }},
+               {"square too small", [&](solution& s) { proof(s).half /= 64; }},
+               {"outside left out", [&](solution& s) { proof(s).outside.clear(); }},
+               {"outside cut short", [&](solution& s) { proof(s).outside.pop_back(); }},
+               {"no cells", [&](solution& s) { proof(s).cells.clear(); }},
+               {"value lowered", [&](solution& s) { s.value -= 1e-6 * std::fabs(s.value); }},
+               {"bound raised", [&](solution& s) { s.lower_bound += 1e-6 * std::fabs(s.value); }},
+               {"point moved", [&](solution& s) { s.point.x += 0.5; }},
+               {"another place",
+                [&](solution& s) {
+                  s.point.x += 0.5;
+                  s.exact = {};
+                }},
+               {"certificate", [&](solution& s) { s.proof = {}; }}};
+  for (int trial = 0; trial < 5; ++trial) {
+    const problem p(source.sites(layout::scattered, 9, 2), source.gauges(layout::scattered, 2, 6),
+                    order_weights::trimmed_mean(2, 3));
+    const solution good = minimise(p);
+    ASSERT_EQ(verify(p, good).gap, 0) << verify(p, good).reason;
+    for (const auto& c : cases) {
+      solution spoiled = good;
+      c.spoil(spoiled);
+      const verification v = verify(p, spoiled);
+      EXPECT_FALSE(v.accepted) << c.name;
+      EXPECT_FALSE(v.reason.empty()) << c.name;
+    }
+  }
+  const problem falls({{0, 0}, {1, 0, 2}}, {gauge::l1()}, order_weights({0.5, -1}));
+  solution s = minimise(falls);
+  EXPECT_EQ(s.status, solution_status::unbounded);
+  EXPECT_TRUE(verify(falls, s).accepted);
+  const problem rises({{0, 0}, {1, 0, 2}}, {gauge::l1()}, order_weights({1, -0.25}));
+  EXPECT_FALSE(verify(rises, s).accepted);
+}
+
+}  // namespace
+}  // namespace planloc
