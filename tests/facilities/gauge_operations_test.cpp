@@ -109,13 +109,14 @@ TEST(GaugeOperations, ByHand) {
 TEST(GaugeOperations, FundamentalSegments) {
   const facilities F = two_sites();
   const list<int> gauge_of = {0, 1};
-  const point x0(0, 0);
+  const point x0(-0.03, 0);
   const std::vector<point> near = {{0, 3},  {-3, 0}, {0, -3}, {3, 0},
                                    {16, 2}, {4, 8},  {-2, 2}, {4, -4}};
-  // Both criteria: the values at x0 are 0 + 6 and 0 + 18, over 3 and 4; the tour is 2 sqrt(20), and
-  // the largest radius 2: ceil(9 + 8.94) = 18, and half of it along the vertex of length 2.
-  const std::vector<point> far = {{0, 18}, {-18, 0}, {0, -18}, {18, 0},
-                                  {22, 2}, {4, 20},  {-14, 2}, {4, -16}};
+  // Both criteria: the values at x0 are 0.06 + 6.03 and 0.03 + 18.09, over 3 and 4; the tour is
+  // 2 sqrt(20), and the largest radius 2: ceil(9.06 + 8.944) = 19, and ceil(9.002) = 10 along the
+  // vertex of length 2.
+  const std::vector<point> far = {{0, 19}, {-19, 0}, {0, -19}, {19, 0},
+                                  {24, 2}, {4, 21},  {-15, 2}, {4, -17}};
   for (int mode : {0, 1}) {
     std::size_t i = 0;
     for (const segment& s : F.fundamental_segments(kGauges, gauge_of, x0, 6.0, mode)) {

@@ -153,71 +153,7 @@ class plain_gauge_max {
 
   list<location> opt;
 
- private:
-  struct ball {
-    double x, y, w;
-    std::vector<point> V;
-    const point& next(std::size_t i) const { return V[(i + 1) % V.size()]; }
-  };
-
-  list<double> pairs() const {
-    const std::size_t n = a_.size();
-    int cap = 500;
-    if (n < 6) cap = 5000;
-    if (n > 101) cap = 1000;
-    list<double> C;
-    ball loaded{0.0, 0.0, 0.0, {}};
-    for (std::size_t i = 0; i < n; ++i) {
-      for (const point& a : a_[i].V) {
-        for (std::size_t j = 0; j < n; ++j) {
-          if (j != i) loaded = a_[j];
-          for (std::size_t l = 0; l < a_[j].V.size(); ++l) {
-            const point& b = a_[j].V[l];
-            const point& c = a_[j].next(l);
-            const double wi = a_[i].w;
-            const double wj = loaded.w;
-            double z = 0.0;
-            if (b.xcoord() == c.xcoord()) {
-              const double d = a.xcoord() / wi - b.xcoord() / wj;
-              if (d != 0.0) z = (loaded.x - a_[i].x) / d;
-            } else {
-              const double m = (b.ycoord() - c.ycoord()) / (b.xcoord() - c.xcoord());
-              const double t = loaded.y - m * loaded.x;
-              const double u = (b.ycoord() - b.xcoord() * m) / wj;
-              const double d = a.ycoord() / wi - m * (a.xcoord() / wi) - u;
-              if (d != 0.0) z = (m * a_[i].x + t - a_[i].y) / d;
-            }
-            if (z > 0.0 && C.size() < cap) C.push(z);
-          }
-        }
-      }
-    }
-    return C;
-  }
-
-  // A median that is not reached stays in front, or goes.
-  void split(list<double>& C, double m, bool stays) const {
-    const bool reached = level_reached(m);
-    list<double> S;
-    for (double z : C) {
-      if (reached ? z < m : z > m) S.append(z);
-    }
-    if (reached) S.append(m);
-    if (!reached && stays) S.push(m);
-    C = S;
-  }
-
-  void reduce(list<double>& C, bool second_form) const {
-    const double m = plain_median(C);
-    split(C, m, second_form);
-    if (C.size() != 2) return;
-    if (C.head() != m) {
-      level_reached(C.head()) ? C.pop() : C.Pop();
-    } else {
-      level_reached(C.tail()) ? C.Pop() : C.pop();
-    }
-  }
-
+  // In front of what C has, each that is not below L.
   void triples(list<double>& C, double L) const {
     const std::size_t n = a_.size();
     const auto vertical = [](const point& p, const point& q) { return p.xcoord() == q.xcoord(); };
@@ -287,6 +223,71 @@ class plain_gauge_max {
           }
         }
       }
+    }
+  }
+
+ private:
+  struct ball {
+    double x, y, w;
+    std::vector<point> V;
+    const point& next(std::size_t i) const { return V[(i + 1) % V.size()]; }
+  };
+
+  list<double> pairs() const {
+    const std::size_t n = a_.size();
+    int cap = 500;
+    if (n < 6) cap = 5000;
+    if (n > 101) cap = 1000;
+    list<double> C;
+    ball loaded{0.0, 0.0, 0.0, {}};
+    for (std::size_t i = 0; i < n; ++i) {
+      for (const point& a : a_[i].V) {
+        for (std::size_t j = 0; j < n; ++j) {
+          if (j != i) loaded = a_[j];
+          for (std::size_t l = 0; l < a_[j].V.size(); ++l) {
+            const point& b = a_[j].V[l];
+            const point& c = a_[j].next(l);
+            const double wi = a_[i].w;
+            const double wj = loaded.w;
+            double z = 0.0;
+            if (b.xcoord() == c.xcoord()) {
+              const double d = a.xcoord() / wi - b.xcoord() / wj;
+              if (d != 0.0) z = (loaded.x - a_[i].x) / d;
+            } else {
+              const double m = (b.ycoord() - c.ycoord()) / (b.xcoord() - c.xcoord());
+              const double t = loaded.y - m * loaded.x;
+              const double u = (b.ycoord() - b.xcoord() * m) / wj;
+              const double d = a.ycoord() / wi - m * (a.xcoord() / wi) - u;
+              if (d != 0.0) z = (m * a_[i].x + t - a_[i].y) / d;
+            }
+            if (z > 0.0 && C.size() < cap) C.push(z);
+          }
+        }
+      }
+    }
+    return C;
+  }
+
+  // A median that is not reached stays in front, or goes.
+  void split(list<double>& C, double m, bool stays) const {
+    const bool reached = level_reached(m);
+    list<double> S;
+    for (double z : C) {
+      if (reached ? z < m : z > m) S.append(z);
+    }
+    if (reached) S.append(m);
+    if (!reached && stays) S.push(m);
+    C = S;
+  }
+
+  void reduce(list<double>& C, bool second_form) const {
+    const double m = plain_median(C);
+    split(C, m, second_form);
+    if (C.size() != 2) return;
+    if (C.head() != m) {
+      level_reached(C.head()) ? C.pop() : C.Pop();
+    } else {
+      level_reached(C.tail()) ? C.Pop() : C.pop();
     }
   }
 
