@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "planloc/optimum/cut_model.h"
+#include "planloc/optimum/exact_cuts.h"
 #include "planloc/optimum/exact_place.h"
 #include "planloc/optimum/minimise.h"
 #include "planloc/optimum/optimal_face.h"
@@ -30,10 +31,10 @@ constexpr double kRoundingGap = 4e-15;
 // to which a problem without exact optimum counts as solved.
 constexpr double kProofMargin = 1e-12;
 constexpr double kSmoothGap = 1e-11;
-// Of the sites' extent: how near to a site the site itself is tried.
-constexpr double kSiteReach = 1e-4;
-constexpr double kSiteGap = 1e-6;  // of the value: when that is done
+// Of the value: when places begin to be counted from the nearest site.
+constexpr double kSiteGap = 1e-6;
 constexpr int kMostRounds = 200;
+constexpr int kMostSnaps = 4;
 constexpr int kMostIdle = 3;
 
 double extent(std::span<const site> sites) {
@@ -59,7 +60,11 @@ class convex_search {
 
   solution run() {
     close_gap();
-    if (!ended_ && problem_.polyhedral()) prove();
+    if (problem_.polyhedral()) {
+      if (!ended_) prove();
+    } else {
+      while (!ended_ && count_from_nearest()) close_gap();
+    }
     if (result_.status != solution_status::optimal) close_in_doubles();
     result_.counters.evaluations = evaluate_.count();
     result_.counters.seconds = seconds();
@@ -77,14 +82,17 @@ class convex_search {
 
   // ----- Gauges that are not polyhedral -----
 
-  void try_site();
+  bool count_from_nearest();
   void polish(const std::vector<cut_model::support>& supports);
   void close_in_doubles();
 
   // ----- Exactly -----
 
   void prove();
-  bool prove_at(const exact_xy& at);
+  bool prove_snapped(const exact_xy& at);
+  void accept(const exact_place& place, optimality o);
+  void prove_by_exact_cuts();
+  exact_xy absolute(const xy& at) const;
   affine_piece to_piece(const optimality::supporting_piece& s) const;
 
   const problem& problem_;
@@ -93,7 +101,7 @@ class convex_search {
   detail::evaluator evaluate_;
   evaluation best_;
   double extent_;
-  bool site_tried_ = false;
+  std::optional<std::size_t> nearest_;  // the slot that places are counted from
   bool ended_ = false;  // by a limit, or where the gap is small enough for the caller
   cut_model model_;
   std::optional<detail::exact_edges> edges_;
@@ -120,7 +128,6 @@ bool convex_search::must_end(double gap) {
   if (options_.progress) options_.progress({best_.value, best_.value - gap, 0});
   // What intervals prove is a little less than the bound in doubles.
   const double asked = asked_gap();
-  // What intervals prove is a little less than the bound in doubles.
   const bool close_enough = asked > 0 && gap + 2 * kProofMargin * best_.value <= asked;
   ended_ = close_enough || options_.stop.stop_requested() || seconds() > options_.seconds;
   return ended_;
@@ -139,11 +146,8 @@ void convex_search::close_gap() {
       model_.widen(8);
       continue;
     }
-    if (!problem_.polyhedral() && !site_tried_ && gap <= kSiteGap * best_.value) {
-      site_tried_ = true;
-      try_site();
-      continue;
-    }
+    // What is left is told from next to the nearest site.
+    if (!problem_.polyhedral() && !nearest_ && gap <= kSiteGap * best_.value) return;
     xy at = model_.minimiser();
     idle = at == last && best_.value == last_value ? idle + 1 : 0;
     last = at;
@@ -155,18 +159,29 @@ void convex_search::close_gap() {
   }
 }
 
-// Sums of distances are often least at a site, where the tangents of no other place show it.
-void convex_search::try_site() {
-  std::optional<xy> nearest;
-  double least = kSiteReach * extent_;
-  for (std::size_t slot = 0; slot < table_.size(); ++slot) {
-    const xy u{table_.x[slot] - best_.at.x, table_.y[slot] - best_.at.y};
-    const double distance = std::max(std::fabs(u.x), std::fabs(u.y));
-    if (distance >= least) continue;
-    least = distance;
-    nearest = {table_.x[slot], table_.y[slot]};
-  }
-  if (nearest && *nearest != best_.at) take(evaluate_(*nearest));
+// Counts places from the nearest site: then every distance is known to its own last bits, even in
+// the last place of the coordinates. Sums of distances are often least at a site, where the
+// tangents of no other place show it, so the site itself is tried too. False if nothing is left to
+// gain.
+bool convex_search::count_from_nearest() {
+  const std::size_t slot = table_.nearest(best_.at);
+  if (nearest_ == slot) return false;
+  if (nearest_ && best_.value - model_.bound() <= kProofMargin * best_.value) return false;
+  nearest_ = slot;
+  const site& origin = problem_.sites()[table_.site[slot]];
+  const xy site_at{origin.x, origin.y};
+  const xy shift{table_.base.x - site_at.x, table_.base.y - site_at.y};
+  std::vector<xy> places{best_.at};
+  for (const cut_model::support& s : model_.supports()) places.push_back(s.place);
+  table_.count_from(problem_, site_at);
+  for (xy& at : places) at = {at.x + shift.x, at.y + shift.y};
+  best_ = evaluate_(places[0]);
+  const evaluation at_site = evaluate_({0, 0});
+  if (at_site.value <= best_.value) best_ = at_site;
+  model_ = cut_model(best_, best_.at, evaluate_.level_radius(best_));
+  if (best_.at != at_site.at) model_.add(at_site);
+  for (const xy& at : places) take(evaluate_(at));
+  return true;
 }
 
 // Where f is smooth, its slope is nearly linear around the optimum, so the mean of the supporting
@@ -201,39 +216,47 @@ void convex_search::close_in_doubles() {
   result_.proof = std::move(c);
   result_.value = best_.value;
   result_.lower_bound = std::clamp(model_.bound() - kProofMargin * best_.value, 0.0, best_.value);
-  const exact_xy at{mpq_class(table_.base.x) + best_.at.x, mpq_class(table_.base.y) + best_.at.y};
+  const exact_xy at = absolute(best_.at);
   result_.point = to_nearest(at);
   if (to_exact(result_.point) != at) result_.exact = to_text(at);
   const double gap = result_.gap();
   if (!problem_.polyhedral() && gap <= kSmoothGap * best_.value) {
     result_.status = solution_status::optimal;
-  } else if (gap <= asked_gap()) {
+  } else if (!ended_ || gap <= asked_gap()) {
     result_.status = solution_status::within_gap;
   }
 }
 
-bool convex_search::prove_at(const exact_xy& at) {
+exact_xy convex_search::absolute(const xy& at) const {
+  return {mpq_class(table_.base.x) + at.x, mpq_class(table_.base.y) + at.y};
+}
+
+bool convex_search::prove_snapped(const exact_xy& at) {
   const exact_place place(problem_, table_, *edges_, at);
-  const xy rounded = to_nearest(at);
   const xy here = to_nearest(exact_xy{at.x - table_.base.x, at.y - table_.base.y});
   std::vector<xy> hints;
   for (const cut_model::support& s : model_.supports()) {
     hints.push_back({s.place.x - here.x, s.place.y - here.y});
   }
-  const optimality o = test_optimality(place, hints);
-  if (o.support.empty()) {
-    take(evaluate_(here));
-    const xy u = to_nearest(o.descent);
-    const double step = extent_ * 1e-6 / (std::fabs(u.x) + std::fabs(u.y));
-    take(evaluate_({here.x + step * u.x, here.y + step * u.y}));
-    return false;
+  optimality o = test_optimality(place, hints);
+  if (!o.support.empty()) {
+    accept(place, std::move(o));
+    return true;
   }
+  take(evaluate_(here));
+  const xy u = to_nearest(o.descent);
+  const double step = extent_ * 1e-6 / (std::fabs(u.x) + std::fabs(u.y));
+  take(evaluate_({here.x + step * u.x, here.y + step * u.y}));
+  return false;
+}
+
+void convex_search::accept(const exact_place& place, optimality o) {
   convex_certificate c;
   for (const auto& s : o.support) c.pieces.push_back(to_piece(s));
   result_.proof = std::move(c);
   result_.status = solution_status::optimal;
-  result_.point = rounded;
-  if (to_exact(rounded) != at) result_.exact = to_text(at);
+  result_.point = to_nearest(place.at());
+  if (to_exact(result_.point) != place.at()) result_.exact = to_text(place.at());
   result_.value = result_.lower_bound = place.value();
   if (problem_.runs().front().weight == 0 && problem_.runs().size() == 1) {
     result_.optima.whole_plane = true;
@@ -243,18 +266,39 @@ bool convex_search::prove_at(const exact_xy& at) {
       result_.optima.corners.push_back(to_nearest(corner));
     }
   }
-  return true;
 }
 
 void convex_search::prove() {
   edges_.emplace(table_);
-  for (int round = 0; round < 20; ++round) {
+  for (int round = 0; round < kMostSnaps; ++round) {
     for (const double reach : {1e-13, 1e-10, 1e-7}) {
-      if (prove_at(detail::snap(problem_, table_, *edges_, model_.minimiser(), reach * extent_)))
-        return;
+      const xy near = model_.minimiser();
+      if (prove_snapped(detail::snap(problem_, table_, *edges_, near, reach * extent_))) return;
     }
     close_gap();
     if (ended_) return;
+  }
+  prove_by_exact_cuts();
+}
+
+// Weights over many orders of magnitude leave doubles too far from the vertex to be snapped.
+void convex_search::prove_by_exact_cuts() {
+  detail::exact_cuts cuts(absolute(best_.at), mpq_class(4 * extent_));
+  for (const cut_model::support& s : model_.supports()) {
+    cuts.add_pieces_at({problem_, table_, *edges_, absolute(s.place)}, {1, 0});
+  }
+  exact_xy at = absolute(best_.at);
+  for (;;) {
+    const exact_place place(problem_, table_, *edges_, at);
+    optimality o = test_optimality(place, {});
+    if (!o.support.empty()) return accept(place, std::move(o));
+    const xy here = to_nearest(exact_xy{at.x - table_.base.x, at.y - table_.base.y});
+    const evaluation e = evaluate_(here);
+    if (e.value < best_.value) best_ = e;
+    if (must_end(best_.value - model_.bound())) return;
+    cuts.add_pieces_at(place, o.descent);
+    at = cuts.minimiser();
+    for (; cuts.held_back(); at = cuts.minimiser()) cuts.widen();
   }
 }
 

@@ -14,6 +14,7 @@ constexpr std::size_t kSides = 4;
 constexpr int kMostPivots = 200;
 constexpr double kLeastShare = 1e-14;
 constexpr double kSlack = 1e-15;
+constexpr double kRounding = 0x1p-51;
 
 triple cross(const triple& a, const triple& b) {
   return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
@@ -24,7 +25,7 @@ double dot(const triple& a, const triple& b) { return a[0] * b[0] + a[1] * b[1] 
 }  // namespace
 
 cut_model::cut_model(const evaluation& first, const xy& centre, double half_width)
-    : middle_(centre), half_width_(half_width), centre_(centre), scale_(0) {
+    : middle_(centre), half_width_(half_width), centre_(centre), scale_(first.value) {
   rows_ = {{{1, 0, 0}, 0, {}}, {{-1, 0, 0}, 0, {}}, {{0, 1, 0}, 0, {}}, {{0, -1, 0}, 0, {}}};
   set_sides();
   add(first);
@@ -34,7 +35,12 @@ cut_model::cut_model(const evaluation& first, const xy& centre, double half_widt
 
 void cut_model::set_right(row& r) const {
   const xy offset{centre_.x - r.cut.at.x, centre_.y - r.cut.at.y};
-  r.right = r.cut.value + (r.cut.slope.x * offset.x + r.cut.slope.y * offset.y);
+  const double rise_x = r.cut.slope.x * offset.x;
+  const double rise_y = r.cut.slope.y * offset.y;
+  // Lowered by its roundings: a cut from far away, where f is huge, says little here, and nothing
+  // wrong.
+  const double size = std::fabs(r.cut.value) + std::fabs(rise_x) + std::fabs(rise_y);
+  r.right = r.cut.value + (rise_x + rise_y) - kRounding * size;
 }
 
 void cut_model::set_sides() {
@@ -47,7 +53,7 @@ void cut_model::set_sides() {
 void cut_model::add(const evaluation& e) {
   rows_.push_back({{-e.slope.x, -e.slope.y, 1}, 0, e});
   set_right(rows_.back());
-  scale_ = std::max(scale_, std::fabs(e.value));
+  scale_ = std::min(scale_, std::fabs(e.value));
 }
 
 void cut_model::widen(double factor) {
@@ -103,20 +109,16 @@ void cut_model::locate() {
 
 xy cut_model::minimiser() const { return {centre_.x + offset_.x, centre_.y + offset_.y}; }
 
-double cut_model::bound() const {
-  double total = 0;
-  for (std::size_t k = 0; k < 3; ++k) {
-    if (basis_[k] >= kSides) total += std::max(multiplier_[k], 0.0);
-  }
+// Whatever the shares, as long as none is negative and they add up to 1.
+double cut_model::bound_of(const triple& share) const {
   xy rest{0, 0};
   double value = 0;
   for (std::size_t k = 0; k < 3; ++k) {
+    if (share[k] == 0) continue;
     const row& r = rows_[basis_[k]];
-    if (basis_[k] < kSides) continue;
-    const double share = std::max(multiplier_[k], 0.0) / total;
-    value += share * r.right;
-    rest.x += share * r.normal[0];
-    rest.y += share * r.normal[1];
+    value += share[k] * r.right;
+    rest.x += share[k] * r.normal[0];
+    rest.y += share[k] * r.normal[1];
   }
   // What is left of the slopes falls towards one side in each coordinate.
   const auto fall = [this](double left, double middle, double centre) {
@@ -126,6 +128,38 @@ double cut_model::bound() const {
   };
   return value - (fall(rest.x, middle_.x, centre_.x) + fall(rest.y, middle_.y, centre_.y));
 }
+
+// The multipliers of the basis, or where roundings have made one of them useless those of two cuts
+// whose slopes cancel best.
+cut_model::triple cut_model::best_shares() const {
+  triple best{0, 0, 0};
+  double total = 0;
+  for (std::size_t k = 0; k < 3; ++k) {
+    if (basis_[k] >= kSides) total += best[k] = std::max(multiplier_[k], 0.0);
+  }
+  for (double& share : best) share /= total;
+  double most = bound_of(best);
+  for (std::size_t k = 0; k < 3; ++k) {
+    const std::size_t i = (k + 1) % 3;
+    const std::size_t j = (k + 2) % 3;
+    if (basis_[i] < kSides || basis_[j] < kSides) continue;
+    const triple& a = rows_[basis_[i]].normal;
+    const triple& b = rows_[basis_[j]].normal;
+    const xy step{a[0] - b[0], a[1] - b[1]};
+    const double of_a = -(b[0] * step.x + b[1] * step.y) / (step.x * step.x + step.y * step.y);
+    if (!(of_a >= 0 && of_a <= 1)) continue;
+    triple shares{0, 0, 0};
+    shares[i] = of_a;
+    shares[j] = 1 - of_a;
+    const double bound = bound_of(shares);
+    if (!(bound > most)) continue;
+    best = shares;
+    most = bound;
+  }
+  return best;
+}
+
+double cut_model::bound() const { return bound_of(best_shares()); }
 
 bool cut_model::pivot(std::size_t entering) {
   const triple& normal = rows_[entering].normal;
@@ -179,8 +213,9 @@ bool cut_model::near_border(const xy& at) const {
 
 std::vector<cut_model::support> cut_model::supports() const {
   std::vector<support> result;
+  const triple shares = best_shares();
   for (std::size_t k = 0; k < 3; ++k) {
-    if (basis_[k] >= kSides) result.push_back({rows_[basis_[k]].cut.at, multiplier_[k]});
+    if (basis_[k] >= kSides) result.push_back({rows_[basis_[k]].cut.at, shares[k]});
   }
   return result;
 }

@@ -46,6 +46,10 @@ class cut_model {
     evaluation cut;
   };
 
+  using triple = std::array<double, 3>;
+
+  double bound_of(const triple& share) const;
+  triple best_shares() const;
   void set_right(row& r) const;
   void set_sides();
   void locate();
@@ -55,7 +59,7 @@ class cut_model {
   xy middle_;  // of the square
   double half_width_;
   xy centre_;
-  double scale_;           // of the values
+  double scale_;           // the least value so far
   std::vector<row> rows_;  // the four sides first
   std::array<std::size_t, 3> basis_{};
   std::array<double, 3> multiplier_{};

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <numeric>
 
 namespace planloc::detail {
@@ -27,11 +28,17 @@ double norm_lp(const xy& u, double p) {
   return large * std::pow(1 + std::pow(std::min(std::fabs(u.x), std::fabs(u.y)) / large, p), 1 / p);
 }
 
-// The gradient of the lp norm; 0 at the origin.
-xy slope_lp(const xy& u, double p, double norm) {
-  if (norm == 0) return {0, 0};
-  return {std::copysign(std::pow(std::fabs(u.x) / norm, p - 1), u.x),
-          std::copysign(std::pow(std::fabs(u.y) / norm, p - 1), u.y)};
+// The gradient of the lp norm; 0 at the origin. From the ratio of the coordinates, since the norm's
+// rounding would count p times.
+xy slope_lp(const xy& u, double p) {
+  const double x = std::fabs(u.x);
+  const double y = std::fabs(u.y);
+  if (x == 0 && y == 0) return {0, 0};
+  const double ratio = std::min(x, y) / std::max(x, y);
+  const double of_larger = std::pow(1 + std::pow(ratio, p), (1 - p) / p);
+  const double of_smaller = of_larger * std::pow(ratio, p - 1);
+  return {std::copysign(x >= y ? of_larger : of_smaller, u.x),
+          std::copysign(x >= y ? of_smaller : of_larger, u.y)};
 }
 
 // Within 2 units in the last place, however thin the cone (Kahan).
@@ -96,8 +103,6 @@ distance_table::distance_table(const problem& p) : base(mean_position(p.sites())
   double steep = 0;  // of the block's gauge
   for (std::uint32_t slot = 0; slot < n; ++slot) {
     const planloc::site& s = sites[site[slot]];
-    x[slot] = s.x - base.x;
-    y[slot] = s.y - base.y;
     weight[slot] = s.weight;
     if (slot == 0 || s.gauge != sites[site[slot - 1]].gauge) {
       const gauge& g = p.gauges()[s.gauge];
@@ -124,6 +129,28 @@ distance_table::distance_table(const problem& p) : base(mean_position(p.sites())
     steepest = std::max(steepest, s.weight * steep);
   }
   blocks.back().end = static_cast<std::uint32_t>(n);
+  count_from(p, base);
+}
+
+void distance_table::count_from(const problem& p, const xy& new_base) {
+  base = new_base;
+  for (std::size_t slot = 0; slot < x.size(); ++slot) {
+    const planloc::site& s = p.sites()[site[slot]];
+    x[slot] = s.x - base.x;
+    y[slot] = s.y - base.y;
+  }
+}
+
+std::size_t distance_table::nearest(const xy& at) const {
+  std::size_t best = 0;
+  double least = std::numeric_limits<double>::infinity();
+  for (std::size_t slot = 0; slot < x.size(); ++slot) {
+    const double distance = std::max(std::fabs(x[slot] - at.x), std::fabs(y[slot] - at.y));
+    if (distance >= least) continue;
+    least = distance;
+    best = slot;
+  }
+  return best;
 }
 
 std::uint32_t distance_table::active_edge(const gauge_block& b, const xy& u) const {
@@ -166,7 +193,7 @@ distance_table::linear_piece distance_table::piece(std::size_t slot, const xy& a
   const bool euclidean = b.kind == gauge::shape::euclidean;
   const double norm = euclidean ? std::sqrt(dot(u, u)) : norm_lp(u, b.p);
   if (norm == 0) return {0, {0, 0}, 0};
-  const xy g = euclidean ? xy{u.x / norm, u.y / norm} : slope_lp(u, b.p, norm);
+  const xy g = euclidean ? xy{u.x / norm, u.y / norm} : slope_lp(u, b.p);
   return {w * norm, {w * g.x, w * g.y}, 0};
 }
 
@@ -369,6 +396,37 @@ affine_piece evaluator::piece_at(const xy& at) {
   result.rank.resize(order_.size());
   for (std::uint32_t k = 0; k < order_.size(); ++k) result.rank[table_.site[order_[k].slot]] = k;
   return result;
+}
+
+// With the ranks at the place as fixed order, f(x) >= sum of lambda d_i(x), and gauge(x - a) >=
+// gauge(x - place) - gauge(a - place), where gauge(u) >= |u| / the ball's half width.
+double evaluator::level_radius(const evaluation& e) {
+  (*this)(e.at);
+  double pull = 0;
+  double back = 0;
+  std::size_t k = 0;
+  for (const order_run& run : problem_.runs()) {
+    for (const std::size_t end = k + run.count; k < end; ++k) {
+      if (run.weight == 0) continue;
+      const std::size_t slot = order_.empty() ? k : order_[k].slot;
+      const gauge_block& b = table_.blocks[table_.block_of[slot]];
+      const double w = run.weight * table_.weight[slot];
+      if (b.kind != gauge::shape::polyhedral) {
+        pull += w;
+        back += run.weight * distance_[slot];
+        continue;
+      }
+      double half_width = 0;
+      for (std::uint32_t j = b.first_edge; j < b.first_edge + b.edges; ++j) {
+        const xy& v = table_.edges[j].from;
+        half_width = std::max({half_width, std::fabs(v.x), std::fabs(v.y)});
+      }
+      pull += w / half_width;
+      const xy u{table_.x[slot] - e.at.x, table_.y[slot] - e.at.y};
+      back += w * dot(table_.edges[b.first_edge + table_.active_edge(b, u)].normal, u);
+    }
+  }
+  return pull > 0 ? (e.value + back) / pull * (1 + 1e-9) : 1;
 }
 
 evaluation evaluator::sum_all(const xy& at, double lambda) const {

@@ -52,6 +52,11 @@ class distance_table {
   };
   linear_piece piece(std::size_t slot, const xy& at) const;
 
+  // Counts places from another base.
+  void count_from(const problem& p, const xy& new_base);
+  // The slot whose site is nearest to a place, in the maximum norm.
+  std::size_t nearest(const xy& at) const;
+
   // All distances at a place; `edge` may be empty if it is not wanted.
   void distances(const xy& at, std::span<double> distance, std::span<std::uint32_t> edge) const;
 
@@ -81,6 +86,9 @@ class evaluator {
 
   // The piece in force at `at`, by sites. The multiplier is left at 0.
   affine_piece piece_at(const xy& at);
+
+  // A distance from `at` within which, in either coordinate, all places lie that are no worse.
+  double level_radius(const evaluation& e);
 
  private:
   struct ranked {

@@ -204,6 +204,33 @@ double exact_place::value() const {
   return static_cast<double>(sum);
 }
 
+mpq_class exact_place::exact_value() const {
+  // By edges, whose denominators have nothing in common.
+  struct load {
+    mpq_class weight, x, y;
+  };
+  std::vector<load> loads(table_.edges.size());
+  std::size_t k = 0;
+  for (const order_run& r : problem_.runs()) {
+    for (const std::size_t end = k + r.count; k < end; ++k) {
+      const std::size_t slot = order_.empty() ? k : order_[k];
+      const site& s = problem_.sites()[table_.site[slot]];
+      const mpq_class w = mpq_class(r.weight) * s.weight;
+      load& l = loads[table_.blocks[table_.block_of[slot]].first_edge + edge_[slot]];
+      l.weight += w;
+      l.x += w * s.x;
+      l.y += w * s.y;
+    }
+  }
+  mpq_class value;
+  for (std::size_t e = 0; e < loads.size(); ++e) {
+    const load& l = loads[e];
+    if (sgn(l.weight) == 0) continue;
+    value += dot(edges_.normal(e), {l.weight * at_.x - l.x, l.weight * at_.y - l.y});
+  }
+  return value;
+}
+
 piece_choice exact_place::choose(const exact_xy& u) const {
   piece_choice c{edge_, {}};
   for (const tied_slot& t : tied_slots_) {

@@ -16,7 +16,8 @@ namespace planloc {
 
 enum class solution_status : std::uint8_t {
   optimal,     // the gap is 0 (polyhedral gauges) or at most 1e-11 of the value (others)
-  within_gap,  // the gap is at most the one that was asked for
+  within_gap,  // the gap is at most the one that was asked for, or, with gauges that are not
+               // polyhedral, doubles cannot narrow it further
   unbounded,   // the value falls without end along `direction_certificate::direction`
   infeasible,  // no place is allowed
   stopped      // a limit or the stop token ended the search: value and bound are what it had

@@ -31,8 +31,8 @@ void expect_proved(const problem& p, const solution& s) {
 
 TEST(Convex, EnumerationFindsNothingBetter) {
   instance_source source(1);
-  for (const layout l :
-       {layout::scattered, layout::lattice, layout::line, layout::one_place, layout::far_away}) {
+  for (const layout l : {layout::scattered, layout::lattice, layout::line, layout::one_place,
+                         layout::far_away, layout::uneven}) {
     for (int trial = 0; trial < 150; ++trial) {
       SCOPED_TRACE(testing::Message() << "layout " << static_cast<int>(l) << " trial " << trial);
       const int n = 1 + source.below(4);
@@ -152,7 +152,8 @@ TEST(Convex, SmoothGaugesProvedByIntervals) {
       {gauge::lp(1.5)},
       {gauge::lp(3.3)},
       {gauge::euclidean(), gauge::lp(1.2), gauge::lp(7), gauge::l1(), source.ball(7)}};
-  for (const layout l : {layout::scattered, layout::lattice, layout::line, layout::one_place}) {
+  for (const layout l : {layout::scattered, layout::lattice, layout::line, layout::one_place,
+                         layout::far_away, layout::uneven}) {
     for (int trial = 0; trial < 200; ++trial) {
       SCOPED_TRACE(testing::Message() << "layout " << static_cast<int>(l) << " trial " << trial);
       const auto& gauges = families[static_cast<std::size_t>(trial) % families.size()];
@@ -161,6 +162,7 @@ TEST(Convex, SmoothGaugesProvedByIntervals) {
                       source.convex_order(n));
       const solution s = minimise(p);
       const verification v = verify(p, s);
+      EXPECT_EQ(s.status, solution_status::optimal);
       EXPECT_TRUE(v.accepted) << v.reason;
       EXPECT_LE(v.gap, 1e-10 * v.value);
     }

@@ -12,7 +12,7 @@
 
 namespace planloc {
 
-enum class layout { scattered, lattice, line, one_place, far_away };
+enum class layout { scattered, lattice, line, one_place, far_away, uneven };
 
 class instance_source {
  public:
@@ -54,7 +54,8 @@ class instance_source {
     for (int i = 0; i < n; ++i) {
       site s;
       s.gauge = static_cast<std::uint32_t>(below(gauges));
-      s.weight = l == layout::far_away ? std::pow(10, uniform(-5, 5)) : 1 + below(3);
+      const bool wide = l == layout::far_away || (l == layout::uneven && below(3) == 0);
+      s.weight = wide ? std::pow(10, uniform(-5, 5)) : 1 + below(3);
       const double t = below(5);
       switch (l) {
         case layout::scattered:
@@ -62,6 +63,7 @@ class instance_source {
           s.y = uniform(0, 100);
           break;
         case layout::lattice:
+        case layout::uneven:
           s.x = below(4);
           s.y = below(4);
           break;

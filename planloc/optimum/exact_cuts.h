@@ -1,0 +1,54 @@
+// The cutting-plane model in fractions: finitely many pieces, so a search that adds the pieces at
+// each minimiser ends at an optimum. Where doubles end too early. Internal.
+#ifndef PLANLOC_OPTIMUM_EXACT_CUTS_H_
+#define PLANLOC_OPTIMUM_EXACT_CUTS_H_
+
+#include <gmpxx.h>
+
+#include <array>
+#include <cstddef>
+#include <vector>
+
+#include "planloc/optimum/exact_place.h"
+
+namespace planloc::detail {
+
+class exact_cuts {
+ public:
+  // Over the square |x - centre| <= half_width in both coordinates.
+  exact_cuts(exact_xy centre, const mpq_class& half_width);
+
+  // The pieces of f in force at a place beside it, in the direction of each axis and along `u`.
+  void add_pieces_at(const exact_place& place, const exact_xy& u);
+
+  // Where the largest of the pieces is least.
+  exact_xy minimiser();
+  // Whether a side of the square holds the minimiser back. Then it may be widened.
+  bool held_back() const;
+  void widen();
+
+ private:
+  using triple = std::array<mpq_class, 3>;
+  // normal . (x, y, t) >= right.
+  struct row {
+    triple normal;
+    mpq_class right;
+  };
+
+  void set_sides();
+  void add_piece(const exact_place& place, const mpq_class& value, const exact_xy& u);
+  void locate();
+  mpq_class slack(const row& r) const;
+  void pivot(std::size_t entering);
+
+  exact_xy centre_;
+  mpq_class half_width_;
+  std::vector<row> rows_;  // the four sides first
+  std::array<std::size_t, 3> basis_{};
+  std::array<triple, 3> inverse_;  // columns belong to the basis
+  triple vertex_;                  // x, y, t
+};
+
+}  // namespace planloc::detail
+
+#endif  // PLANLOC_OPTIMUM_EXACT_CUTS_H_
