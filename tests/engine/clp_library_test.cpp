@@ -1,4 +1,4 @@
-// ClpLibrary: statuses and solutions beside those of clp_random_test.cpp, parameters, return codes.
+// ClpLibrary: statuses and solutions beside those of clp_peer_test.cpp, parameters, return codes.
 #include "planloc/engine/clp_library.h"
 
 #include <gtest/gtest.h>
@@ -128,6 +128,7 @@ TEST(ClpParameterTest, RangesDefaultsAndUnknownNumbers) {
   EXPECT_EQ(library.CPXsetdblparam(env, 1016, 1e-9), 0);
   EXPECT_EQ(library.CPXsetdblparam(env, 1016, 1e-10), 1014);
   EXPECT_EQ(library.CPXsetdblparam(env, 1016, 1), 1015);
+  EXPECT_EQ(library.CPXsetdblparam(env, 1016, std::nan("")), CPXERR_BAD_NUMBER);
   EXPECT_EQ(library.CPXsetdblparam(env, 1030, 1), 1013);
   EXPECT_EQ(library.CPXsetstrparam(env, 1030, "a"), 1013);
   EXPECT_EQ(library.CPXinfointparam(env, 1046, &value, nullptr, nullptr), 0);

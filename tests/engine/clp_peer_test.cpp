@@ -54,8 +54,14 @@ class RandomPrograms {
 };
 
 struct ExpectSilence {
-  ExpectSilence() { testing::internal::CaptureStdout(); }
-  ~ExpectSilence() { EXPECT_EQ(testing::internal::GetCapturedStdout(), ""); }
+  ExpectSilence() {
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+  }
+  ~ExpectSilence() {
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  }
 };
 
 using Solve = std::function<int(Program&)>;
@@ -122,6 +128,7 @@ void expect_near(const std::vector<double>& a, const std::vector<double>& b) {
   for (std::size_t k = 0; k < a.size(); ++k) EXPECT_NEAR(a[k], b[k], 1e-7) << k;
 }
 
+// Also with costs that come close to 1e25, where CLP ends the process.
 TEST(ClpPeerTest, LinearProgramsInAllWays) {
   RandomPrograms random(31);
   int seen[4] = {}, unique = 0;
@@ -138,15 +145,17 @@ TEST(ClpPeerTest, LinearProgramsInAllWays) {
     unique += peer.status == 1 && peer.unique;
     for (std::size_t way = 0; way < std::size(kSolves); ++way) {
       SCOPED_TRACE(way);
+      const double scale = round % 5 ? 1 : 0x1p80;
       std::vector<Column> costs = columns;  // Program negates them
-      for (Column& column : costs) column.cost *= sense;
+      for (Column& column : costs) column.cost *= sense * scale;
       Program program(costs, rows, sense);
       program.set(CPX_PARAM_PREIND, round % 3 != 0);
       program.set(CPX_PARAM_NETFIND, 1 + round % 3);
       ASSERT_EQ(kSolves[way](program), 0);
       ASSERT_EQ(program.status(), peer.status);
       if (peer.status != CPX_STAT_OPTIMAL) continue;
-      EXPECT_NEAR(program.value(), peer.value, 1e-8);
+      EXPECT_NEAR(program.value() / scale, peer.value, 1e-8);
+      if (scale != 1) continue;
       expect_optimal(program, columns, rows, sense);
       if (!peer.unique) continue;
       expect_near(program.x(), peer.x);
@@ -157,6 +166,47 @@ TEST(ClpPeerTest, LinearProgramsInAllWays) {
   }
   for (int status = 1; status <= 3; ++status) EXPECT_GT(seen[status], 60) << status;
   EXPECT_GT(unique, 45);
+}
+
+// The rows that hold with equality at the answer determine it; their residuals tell whether it is
+// the vertex to double accuracy.
+TEST(ClpPeerTest, SolutionsAreVerticesToDoubleAccuracy) {
+  std::mt19937 random(4);
+  std::uniform_real_distribution<double> coefficient(-3, 3);
+  constexpr std::size_t n = 25;
+  for (int round = 0; round < 60; ++round) {
+    std::vector<Column> columns;
+    std::vector<Row> rows;
+    std::vector<double> inside;
+    for (std::size_t j = 0; j < n; ++j) {
+      columns.push_back({std::fabs(coefficient(random)), -CPX_INFBOUND, CPX_INFBOUND});
+      inside.push_back(10 * coefficient(random));
+      rows.push_back({std::vector<double>(n, 0.0), 'G', -100.0 / 3});
+      rows.back().coefficients[j] = 1;
+    }
+    for (std::size_t i = 0; i < 4 * n; ++i) {
+      Row row{{}, 'G', -std::fabs(coefficient(random))};
+      for (const double x : inside) {
+        row.coefficients.push_back(coefficient(random));
+        row.rhs += row.coefficients.back() * x;
+      }
+      rows.push_back(row);
+    }
+    Program program(columns, rows, 1);
+    ASSERT_EQ(program.solve(true), 1);
+    const std::vector<double> x = program.x();
+    std::size_t tight = 0;
+    for (const Row& row : rows) {
+      long double slack = -row.rhs, scale = std::fabs(row.rhs);
+      for (std::size_t j = 0; j < n; ++j) {
+        slack += static_cast<long double>(row.coefficients[j]) * x[j];
+        scale += std::fabs(row.coefficients[j] * x[j]);
+      }
+      EXPECT_GE(slack, -2e-16L * scale);
+      tight += slack <= 2e-16L * scale;
+    }
+    EXPECT_EQ(tight, n) << "round " << round;
+  }
 }
 
 // After changes the program is as if it had been made so, and starts from the basis at hand.

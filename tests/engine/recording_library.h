@@ -112,13 +112,6 @@ class RecordingLibrary : public ClpLibrary {
   int CPXgetub(CPXENVptr env, CPXLPptr lp, double* ub, int begin, int end) override {
     return pass("getub", &CplexLibrary::CPXgetub, env, lp, ub, begin, end);
   }
-  int CPXgetnumrows(CPXENVptr env, CPXLPptr lp) override { return clp_.CPXgetnumrows(env, lp); }
-  int CPXgetnumcols(CPXENVptr env, CPXLPptr lp) override { return clp_.CPXgetnumcols(env, lp); }
-  int CPXgetnumnz(CPXENVptr env, CPXLPptr lp) override { return clp_.CPXgetnumnz(env, lp); }
-  int CPXgetprobtype(CPXENVptr env, CPXLPptr lp) override { return clp_.CPXgetprobtype(env, lp); }
-  int CPXgetobjsen(CPXENVptr env, CPXLPptr lp) override { return clp_.CPXgetobjsen(env, lp); }
-  int CPXgetstat(CPXENVptr env, CPXLPptr lp) override { return clp_.CPXgetstat(env, lp); }
-  int CPXgetitcnt(CPXENVptr env, CPXLPptr lp) override { return clp_.CPXgetitcnt(env, lp); }
   int CPXchgprobtype(CPXENVptr env, CPXLPptr lp, int type) override {
     return pass("chgprobtype", &CplexLibrary::CPXchgprobtype, env, lp, type);
   }
@@ -144,38 +137,17 @@ class RecordingLibrary : public ClpLibrary {
     return pass("getslack", &CplexLibrary::CPXgetslack, env, lp, slack, begin, end);
   }
 
-  int CPXdelcols(CPXENVptr env, CPXLPptr lp, int begin, int end) override {
-    return pass("delcols", &CplexLibrary::CPXdelcols, env, lp, begin, end);
-  }
-  int CPXchgrhs(CPXENVptr env, CPXLPptr lp, int n, const int* rows, const double* values) override {
-    return pass("chgrhs", &CplexLibrary::CPXchgrhs, env, lp, n, rows, values);
-  }
-  int CPXbaropt(CPXENVptr env, CPXLPptr lp) override {
-    return pass("baropt", &CplexLibrary::CPXbaropt, env, lp);
-  }
   int CPXhybbaropt(CPXENVptr env, CPXLPptr lp, int method) override {
     return pass("hybbaropt", &CplexLibrary::CPXhybbaropt, env, lp, method);
   }
   int CPXhybnetopt(CPXENVptr env, CPXLPptr lp, int method) override {
     return pass("hybnetopt", &CplexLibrary::CPXhybnetopt, env, lp, method);
   }
-  int CPXmipopt(CPXENVptr env, CPXLPptr lp) override {
-    return pass("mipopt", &CplexLibrary::CPXmipopt, env, lp);
-  }
-  int CPXgetmipobjval(CPXENVptr env, CPXLPptr lp, double* value) override {
-    return pass("getmipobjval", &CplexLibrary::CPXgetmipobjval, env, lp, value);
-  }
-  int CPXgetbestobjval(CPXENVptr env, CPXLPptr lp, double* value) override {
-    return pass("getbestobjval", &CplexLibrary::CPXgetbestobjval, env, lp, value);
-  }
   int CPXgetmipx(CPXENVptr env, CPXLPptr lp, double* x, int begin, int end) override {
     return pass("getmipx", &CplexLibrary::CPXgetmipx, env, lp, x, begin, end);
   }
   int CPXgetmipslack(CPXENVptr env, CPXLPptr lp, double* slack, int begin, int end) override {
     return pass("getmipslack", &CplexLibrary::CPXgetmipslack, env, lp, slack, begin, end);
-  }
-  int CPXcopyctype(CPXENVptr env, CPXLPptr lp, const char* types) override {
-    return pass("copyctype", &CplexLibrary::CPXcopyctype, env, lp, types);
   }
   int CPXcopysos(CPXENVptr env, CPXLPptr lp, int sets, int n, const char* types,
                  const int* priorities, const int* starts, const int* columns,
@@ -189,52 +161,6 @@ class RecordingLibrary : public ClpLibrary {
     }
     return pass_noted(text, &CplexLibrary::CPXcopysos, env, lp, sets, n, types, priorities, starts,
                       columns, weights);
-  }
-  int CPXcopyorder(CPXENVptr env, CPXLPptr lp, int n, const int* columns, const int* priorities,
-                   const int* directions) override {
-    return pass("copyorder", &CplexLibrary::CPXcopyorder, env, lp, n, columns, priorities,
-                directions);
-  }
-  int CPXcopystart(CPXENVptr env, CPXLPptr lp, const int* cstat, const int* rstat, const double* x,
-                   const double* slack, const double* dj, const double* pi) override {
-    return pass("copystart", &CplexLibrary::CPXcopystart, env, lp, cstat, rstat, x, slack, dj, pi);
-  }
-  int CPXcopybase(CPXENVptr env, CPXLPptr lp, const int* columns, const int* rows) override {
-    return pass("copybase", &CplexLibrary::CPXcopybase, env, lp, columns, rows);
-  }
-  int CPXgetbase(CPXENVptr env, CPXLPptr lp, int* columns, int* rows) override {
-    return pass("getbase", &CplexLibrary::CPXgetbase, env, lp, columns, rows);
-  }
-  int CPXmbasewrite(CPXENVptr env, CPXLPptr lp, const char* file) override {
-    return pass("mbasewrite", &CplexLibrary::CPXmbasewrite, env, lp, file);
-  }
-  int CPXreadcopybase(CPXENVptr env, CPXLPptr lp, const char* file) override {
-    return pass("readcopybase", &CplexLibrary::CPXreadcopybase, env, lp, file);
-  }
-  int CPXwriteprob(CPXENVptr env, CPXLPptr lp, const char* file, const char* format) override {
-    return pass("writeprob", &CplexLibrary::CPXwriteprob, env, lp, file, format);
-  }
-  int CPXgetdblparam(CPXENVptr env, int number, double* value) override {
-    return pass("getdblparam", &CplexLibrary::CPXgetdblparam, env, number, value);
-  }
-  int CPXinfodblparam(CPXENVptr env, int number, double* normal, double* min,
-                      double* max) override {
-    return pass("infodblparam", &CplexLibrary::CPXinfodblparam, env, number, normal, min, max);
-  }
-  int CPXgetstrparam(CPXENVptr env, int number, char* value) override {
-    return pass("getstrparam", &CplexLibrary::CPXgetstrparam, env, number, value);
-  }
-  int CPXinfostrparam(CPXENVptr env, int number, char* value) override {
-    return pass("infostrparam", &CplexLibrary::CPXinfostrparam, env, number, value);
-  }
-  int CPXsetdefaults(CPXENVptr env) override {
-    return pass("setdefaults", &CplexLibrary::CPXsetdefaults, env);
-  }
-  int CPXsetlpcallbackfunc(CPXENVptr env, CPXcallbackfunc function, void* handle) override {
-    return pass("setlpcallbackfunc", &CplexLibrary::CPXsetlpcallbackfunc, env, function, handle);
-  }
-  int CPXsetmipcallbackfunc(CPXENVptr env, CPXcallbackfunc function, void* handle) override {
-    return pass("setmipcallbackfunc", &CplexLibrary::CPXsetmipcallbackfunc, env, function, handle);
   }
 
  private:
