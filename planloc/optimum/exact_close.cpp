@@ -30,6 +30,11 @@ bool surely_one_side(const std::array<double, 3>& side, double doubt) {
          std::max({side[0], side[1], side[2]}) < -doubt;
 }
 
+bool surely_both_sides(const std::array<double, 3>& side, double doubt) {
+  return std::min({side[0], side[1], side[2]}) < -doubt &&
+         std::max({side[0], side[1], side[2]}) > doubt;
+}
+
 bool crosses_inside(const triangle& t, const exact_line& l) {
   bool below = false;
   bool above = false;
@@ -108,7 +113,7 @@ void exact_closer::add_ray(const cell& c, std::uint32_t slot, const xy& directio
   const exact_xy normal{mpq_class(-direction.y), mpq_class(direction.x)};
   exact_line l = normalised(normal, dot(normal, position(slot)));
   crosses = true;
-  if (crosses_inside(c.corners, l)) lines.push_back(std::move(l));
+  if (surely_both_sides(side, doubt) || crosses_inside(c.corners, l)) lines.push_back(std::move(l));
 }
 
 exact_closer::pieces exact_closer::pieces_on(const cell& c, std::uint32_t slot,
@@ -168,7 +173,8 @@ void exact_closer::add_bisectors(const cell& c, const pieces& a, const pieces& b
       if (sgn(normal.x) == 0 && sgn(normal.y) == 0) continue;
       mpq_class right = dot(ne, position(a.slot)) * wa - dot(nf, position(b.slot)) * wb;
       exact_line l = normalised(std::move(normal), std::move(right));
-      if (crosses_inside(c.corners, l)) lines.push_back(std::move(l));
+      if (surely_both_sides(side, kSideDoubt * size) || crosses_inside(c.corners, l))
+        lines.push_back(std::move(l));
     }
   }
 }
@@ -211,8 +217,43 @@ std::optional<std::vector<exact_line>> exact_closer::lines(const cell& c, std::s
   return found;
 }
 
+namespace {
+
+struct rounded_line {
+  xy normal;
+  double right;
+};
+
+// Whether the crossing of two lines is surely outside of a triangle with these corners, or, inside,
+// not promising. Lines under a sine of less than kLeastSine are not judged; the crossing of others
+// is off by less than kCrossingDoubt of the places.
+bool surely_idle(const rounded_line& a, const rounded_line& b, const triangle& t,
+                 const std::function<bool(const xy&)>& promising) {
+  constexpr double kLeastSine = 1e-5;
+  constexpr double kCrossingDoubt = 1e-8;
+  const double area = a.normal.x * b.normal.y - a.normal.y * b.normal.x;
+  const double size = (std::fabs(a.normal.x) + std::fabs(a.normal.y)) *
+                      (std::fabs(b.normal.x) + std::fabs(b.normal.y));
+  if (!(std::fabs(area) > kLeastSine * size)) return false;
+  const xy at{(a.right * b.normal.y - b.right * a.normal.y) / area,
+              (a.normal.x * b.right - b.normal.x * a.right) / area};
+  const double turn = (t[1].x - t[0].x) * (t[2].y - t[0].y) - (t[1].y - t[0].y) * (t[2].x - t[0].x);
+  for (std::size_t m = 0; m < 3; ++m) {
+    const xy& p = t[m];
+    const xy edge{t[(m + 1) % 3].x - p.x, t[(m + 1) % 3].y - p.y};
+    const double side = edge.x * (at.y - p.y) - edge.y * (at.x - p.x);
+    const double doubt = kCrossingDoubt * (std::fabs(edge.x) + std::fabs(edge.y)) *
+                         (std::fabs(p.x) + std::fabs(p.y) + std::fabs(at.x) + std::fabs(at.y));
+    if ((turn > 0 ? side : -side) < -doubt) return true;
+  }
+  return !promising(at);
+}
+
+}  // namespace
+
 std::vector<exact_xy> exact_closer::vertices(const triangle& t,
-                                             const std::vector<exact_line>& lines) {
+                                             const std::vector<exact_line>& lines,
+                                             const std::function<bool(const xy&)>& promising) {
   const std::array<exact_xy, 3> corners{to_exact(t[0]), to_exact(t[1]), to_exact(t[2])};
   std::vector<exact_xy> found(corners.begin(), corners.end());
   const exact_xy u{corners[1].x - corners[0].x, corners[1].y - corners[0].y};
@@ -225,8 +266,11 @@ std::vector<exact_xy> exact_closer::vertices(const triangle& t,
     const exact_xy normal{a.y - b.y, b.x - a.x};
     all.push_back(normalised(normal, dot(normal, a)));
   }
+  std::vector<rounded_line> rounded;
+  for (const exact_line& l : all) rounded.push_back({to_nearest(l.normal), l.right.get_d()});
   for (std::size_t i = 0; i < lines.size(); ++i) {
     for (std::size_t k = i + 1; k < all.size(); ++k) {
+      if (surely_idle(rounded[i], rounded[k], t, promising)) continue;
       std::optional<exact_xy> at = crossing(all[i], all[k]);
       if (at && holds(corners, turn, *at)) found.push_back(std::move(*at));
     }

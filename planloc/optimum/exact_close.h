@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -32,8 +33,10 @@ class exact_closer {
   // The distinct break lines that cross the cell; nothing if there are more than `limit`.
   std::optional<std::vector<exact_line>> lines(const cell& c, std::size_t limit);
 
-  // All places of the cell, relative to the base, at which f can be least.
-  static std::vector<exact_xy> vertices(const triangle& t, const std::vector<exact_line>& lines);
+  // The places of the cell, relative to the base, at which f can be least, but for those whose
+  // roundings are not promising.
+  static std::vector<exact_xy> vertices(const triangle& t, const std::vector<exact_line>& lines,
+                                        const std::function<bool(const xy&)>& promising);
 
   // f at a place relative to the base.
   mpq_class value(const exact_xy& at);

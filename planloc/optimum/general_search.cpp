@@ -31,6 +31,8 @@ constexpr int kMostDepth = 90;
 // How many break lines are worth an exact close: the deeper the cell, the more of them are there to
 // stay, since they meet in one place.
 constexpr std::size_t line_limit(int depth) { return depth < 40 ? 20 : depth < 60 ? 64 : 400; }
+// Of a cell's size: more than what f can be off by at a crossing in doubles.
+constexpr double kPromising = 1e-7;
 // Sites that are tried as places before the search.
 constexpr std::size_t kSitesTried = 64;
 constexpr std::size_t kCellsBetweenChecks = 64;
@@ -165,7 +167,10 @@ bool general_search::solve_exactly(const cell& c) {
   if (!problem_.polyhedral()) return false;
   const auto lines = closer_.lines(c, line_limit(c.depth));
   if (!lines) return false;
-  for (const exact_xy& at : detail::exact_closer::vertices(c.corners, *lines)) {
+  const auto promising = [&](const detail::xy& at) {
+    return bounder_.value(c, at) <= best_.value + kPromising * c.size;
+  };
+  for (const exact_xy& at : detail::exact_closer::vertices(c.corners, *lines, promising)) {
     if (bounder_.value(c, to_nearest(at)) > best_.value + margin(c)) continue;
     make_exact();
     mpq_class value = closer_.value(at);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <numeric>
 
 namespace planloc::detail {
@@ -19,10 +20,18 @@ double largest_coordinate(const triangle& t) {
 
 double least(const std::array<double, 3>& a) { return std::min({a[0], a[1], a[2]}); }
 
-std::uint32_t run_of_rank(const std::vector<order_run>& runs, std::size_t rank) {
-  std::uint32_t r = 0;
-  while (rank >= runs[r].count) rank -= runs[r++].count;
-  return r;
+// Above this many runs a sort is faster than one selection a run.
+constexpr std::size_t kRunsToSelect = 6;
+
+// Sorts as far as the runs can tell: what lies in one run stays in any order.
+template <class Iterator, class Less>
+void sort_into_runs(Iterator begin, Iterator end, const std::vector<order_run>& runs, Less less) {
+  if (runs.size() > kRunsToSelect) return std::sort(begin, end, less);
+  for (std::size_t r = runs.size(); r-- > 1;) {
+    const Iterator jump = end - static_cast<std::ptrdiff_t>(runs[r].count);
+    std::nth_element(begin, jump, end, less);
+    end = jump;
+  }
 }
 
 // Runs of equal weight that have come to be neighbours, and runs that are given out, vanish.
@@ -74,8 +83,27 @@ cell_bounder::site_view cell_bounder::look(std::uint32_t slot) const {
   return v;
 }
 
-// With d_j <= U_j < L_i for `first` of the others, and U_i < L_j <= d_j for `after` of them, the
-// rank of d_i is decided up to what lies between.
+// The runs behind the first b ranks: as many sites are surely reached by the b-th smallest upper
+// bound, and all others are surely no nearer than the lower bound of rank b + 1.
+void cell_bounder::find_limits(const std::vector<order_run>& runs) {
+  sort_into_runs(lowers_.begin(), lowers_.end(), runs, std::less<>());
+  sort_into_runs(uppers_.begin(), uppers_.end(), runs, std::less<>());
+  reached_.clear();
+  left_behind_.clear();
+  auto lower = lowers_.begin();
+  auto upper = uppers_.begin();
+  for (std::size_t r = 0; r + 1 < runs.size(); ++r) {
+    const auto count = static_cast<std::ptrdiff_t>(runs[r].count);
+    const auto next = static_cast<std::ptrdiff_t>(runs[r + 1].count);
+    reached_.push_back(*std::max_element(upper, upper + count));
+    left_behind_.push_back(*std::min_element(lower + count, lower + count + next));
+    lower += count;
+    upper += count;
+  }
+}
+
+// A site is beyond a jump of the order weights if all sites that are surely reached there are
+// nearer, and before it if all that are left behind are farther.
 void cell_bounder::decide(cell& c) {
   lowers_.clear();
   uppers_.clear();
@@ -83,18 +111,15 @@ void cell_bounder::decide(cell& c) {
     lowers_.push_back(v.lower);
     uppers_.push_back(v.upper);
   }
-  std::sort(lowers_.begin(), lowers_.end());
-  std::sort(uppers_.begin(), uppers_.end());
+  find_limits(c.runs);
   std::vector<order_run> left = c.runs;
   c.undecided.clear();
   std::size_t kept = 0;
   for (site_view& v : undecided_) {
-    const auto first = static_cast<std::size_t>(
-        std::lower_bound(uppers_.begin(), uppers_.end(), v.lower) - uppers_.begin());
-    const auto after = static_cast<std::size_t>(
-        lowers_.end() - std::upper_bound(lowers_.begin(), lowers_.end(), v.upper));
-    v.first_run = run_of_rank(c.runs, first);
-    v.last_run = run_of_rank(c.runs, lowers_.size() - 1 - after);
+    v.first_run = static_cast<std::uint32_t>(
+        std::lower_bound(reached_.begin(), reached_.end(), v.lower) - reached_.begin());
+    v.last_run = static_cast<std::uint32_t>(
+        std::upper_bound(left_behind_.begin(), left_behind_.end(), v.upper) - left_behind_.begin());
     if (v.first_run == v.last_run) {
       --left[v.first_run].count;
       keep(c, v, c.runs[v.first_run].weight);
@@ -173,8 +198,8 @@ double cell_bounder::interval_sum(const cell& c) {
     lowers_.push_back(v.lower);
     uppers_.push_back(v.upper);
   }
-  std::sort(lowers_.begin(), lowers_.end());
-  std::sort(uppers_.begin(), uppers_.end());
+  sort_into_runs(lowers_.begin(), lowers_.end(), c.runs, std::less<>());
+  sort_into_runs(uppers_.begin(), uppers_.end(), c.runs, std::less<>());
   double sum = 0;
   std::size_t k = 0;
   for (const order_run& r : c.runs) {
@@ -200,7 +225,7 @@ void cell_bounder::add_undecided(const cell& c) {
   order_.resize(undecided_.size());
   std::iota(order_.begin(), order_.end(), 0U);
   for (std::size_t j = 0; j < kPoints; ++j) {
-    std::sort(order_.begin(), order_.end(), [&](std::uint32_t a, std::uint32_t b) {
+    sort_into_runs(order_.begin(), order_.end(), c.runs, [&](std::uint32_t a, std::uint32_t b) {
       return undecided_[a].value[j] < undecided_[b].value[j];
     });
     for (std::size_t k = 0; k < order_.size(); ++k) {
@@ -244,7 +269,7 @@ double cell_bounder::value(const cell& c, const xy& at) {
   for (const decided_site& d : c.decided) sum += d.lambda * table_.piece(d.slot, at).distance;
   lowers_.clear();
   for (const std::uint32_t slot : c.undecided) lowers_.push_back(table_.piece(slot, at).distance);
-  std::sort(lowers_.begin(), lowers_.end());
+  sort_into_runs(lowers_.begin(), lowers_.end(), c.runs, std::less<>());
   std::size_t k = 0;
   for (const order_run& r : c.runs) {
     for (const std::size_t end = k + r.count; k < end; ++k) sum += r.weight * lowers_[k];

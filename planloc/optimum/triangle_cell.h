@@ -80,6 +80,7 @@ class cell_bounder {
   };
 
   site_view look(std::uint32_t slot) const;
+  void find_limits(const std::vector<order_run>& runs);
   void decide(cell& c);
   void keep(cell& c, const site_view& v, double lambda);
   void add_rest(const cell& c);
@@ -92,7 +93,8 @@ class cell_bounder {
   std::vector<site_view> undecided_;
   std::vector<site_view> decided_;  // beside cell::decided
   std::vector<double> lowers_, uppers_;
-  std::vector<double> rising_, falling_;  // order weights of the convex and the concave part
+  std::vector<double> reached_, left_behind_;  // by jump of the order weights
+  std::vector<double> rising_, falling_;       // order weights of the convex and the concave part
   std::vector<std::uint32_t> order_;
   planes rows_{};
   evaluation centroid_{};
