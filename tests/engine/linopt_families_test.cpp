@@ -181,6 +181,7 @@ TEST_F(FamiliesTest, CallbacksStopASolve) {
   EXPECT_TRUE(status == CPX_STAT_ABORT_FEAS || status == CPX_STAT_ABORT_INFEAS) << status;
   lp.unsetLPCallback();
   lp.unsetMIPCallback();
+  EXPECT_EQ(lp.getMIPCallback().getImpl(), nullptr);
   EXPECT_EQ(lp.primalOpt(), 1);
 }
 

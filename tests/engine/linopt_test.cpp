@@ -84,6 +84,12 @@ TEST_F(EngineTest, ConstraintsThatTheManagerKnowsRestrictTheProgram) {
          lp.add(x + y <= 7);
        },
        5},
+      {"the same, written from the other side",
+       [&](auto& lp, auto x, auto y) {
+         m.add(x + y <= 5);
+         lp.add(7 >= x + y);
+       },
+       5},
       {"one that leaves a single value, of many solutions",
        [&](auto& lp, auto x, auto y) {
          m.add(x + y >= 5);
