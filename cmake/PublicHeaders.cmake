@@ -1,8 +1,8 @@
-# planloc_public_headers(<result>): planloc.h and all that it reaches by includes, from the root. What
+# planloc_public_headers(<result>): planloc.h, certified.h and all that they reach by includes, from the root. What
 # nothing public includes is internal and is not installed.
 function(planloc_public_headers result)
   set(reached)
-  set(open planloc/planloc.h)
+  set(open planloc/planloc.h planloc/certified.h)
   while(open)
     list(POP_FRONT open header)
     list(APPEND reached ${header})

@@ -3,7 +3,7 @@
 //   $ certified
 //   2.77216 0.742615  value 2.8699  at least 2.8699
 //   ...
-#include <planloc/planloc.h>
+#include <planloc/certified.h>
 
 #include <iomanip>
 #include <iostream>

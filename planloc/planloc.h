@@ -1,4 +1,4 @@
-// All of planloc: location of new facilities in the plane under polyhedral gauges.
+// planloc: location of new facilities in the plane under polyhedral gauges.
 //
 // Include this header, or only what you use:
 //   facilities/facilities.h   the existing facilities and the solvers; files: location_files.h
@@ -6,13 +6,12 @@
 //                             efficient_set.h say what their solvers do
 //   model/                    locations, gauges, their files, failures
 //   engine/engine.h           linear programs from expressions
-//   optimum/                  the best place with a proof: minimise, verify
 //   foundation/               containers, numbers, geometry, the drawing window
+// The best place with a proof has a header of its own: certified.h.
 #ifndef PLANLOC_PLANLOC_H_
 #define PLANLOC_PLANLOC_H_
 
 #include "planloc/engine/engine.h"
-#include "planloc/facilities/certified_problem.h"
 #include "planloc/facilities/convex_intersection.h"
 #include "planloc/facilities/efficient_set.h"
 #include "planloc/facilities/facilities.h"
@@ -50,9 +49,5 @@
 #include "planloc/model/mixgauge.h"
 #include "planloc/model/polygauge.h"
 #include "planloc/model/reporter.h"
-#include "planloc/optimum/minimise.h"
-#include "planloc/optimum/problem.h"
-#include "planloc/optimum/solution.h"
-#include "planloc/optimum/verify.h"
 
 #endif  // PLANLOC_PLANLOC_H_

@@ -11,9 +11,9 @@ namespace planloc {
 
 extern window W;              // 650 by 500 pixels
 extern std::ofstream ps_out;  // the PostScript page
-extern gauged_sites problem;
+extern gauged_sites run_problem;
 
-// The parts of `problem`.
+// The parts of `run_problem`.
 extern facilities& fac;
 extern list<polygauge>& gauges;
 extern list<int>& gauge_of;
@@ -21,7 +21,7 @@ extern list<int>& gauge_of;
 // Calls visit(facility, gauge) for each facility in file order; see `gauged_sites::for_each`.
 template <class Visitor>
 void for_each_facility(Visitor&& visit) {
-  problem.for_each(visit);
+  run_problem.for_each(visit);
 }
 
 }  // namespace planloc

@@ -57,7 +57,7 @@ void read_problem(const string& l_name, const string& g_name) {
   std::atexit(name_files_under_way);
   std::ifstream locations(l_name.cstring());
   std::ifstream gauge_file(g_name.cstring());
-  problem.read(locations, gauge_file);
+  run_problem.read(locations, gauge_file);
   files_under_way = nullptr;
   refuse_vast_problem(l_name);
 }

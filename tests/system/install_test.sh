@@ -44,6 +44,7 @@ mkdir "$root/consumer"
 cat >"$root/consumer/main.cpp" <<'CPP'
 #include <bits/stdc++.h>
 using namespace std;
+#include <planloc/certified.h>
 #include <planloc/planloc.h>
 int main() {
   planloc::polygauge g({{2, 0}, {0, 1}, {-1, 0}, {0, -1}});

@@ -1,0 +1,19 @@
+// All of certified optima: the best place of a location problem, with a proof.
+//
+// Include this header, or only what you use:
+//   optimum/minimise.h, problem.h, solution.h   the problem, the searches, the answer
+//   optimum/verify.h                            the check of an answer
+//   facilities/certified_problem.h              problems from `facilities`, and answers back
+//
+// Not among planloc.h: names such as `problem`, `solution`, `site` and `gauge` are likely to stand
+// in a user's program as well.
+#ifndef PLANLOC_CERTIFIED_H_
+#define PLANLOC_CERTIFIED_H_
+
+#include "planloc/facilities/certified_problem.h"
+#include "planloc/optimum/minimise.h"
+#include "planloc/optimum/problem.h"
+#include "planloc/optimum/solution.h"
+#include "planloc/optimum/verify.h"
+
+#endif  // PLANLOC_CERTIFIED_H_
