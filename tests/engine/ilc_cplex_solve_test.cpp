@@ -129,20 +129,6 @@ TEST_F(IlcCplexSolveTest, SetsPrioritiesAndStarts) {
             CPXERR_COL_INDEX_RANGE);
 }
 
-TEST_F(IlcCplexSolveTest, SetsOfAProgramWithoutBound) {
-  // maximise x0 + x1, x0 - x1 >= 0: no bound, but none of the two alone is without one if x0 = 0.
-  const auto c = std::make_unique<IlcCplex>(m, 1, 0);
-  for (int j = 0; j < 2; ++j) c->newCol(0, CPX_INFBOUND, 'C', nullptr);
-  const double cost[] = {-1, 1}, ones[] = {1, -1};
-  c->chgObj(2, kThree, cost, -1);
-  c->newRow(2, kThree, ones, 'L', 3);
-  c->newSOS({1, {0, 1}, {1, 2}});
-  EXPECT_EQ(c->mipOpt(), CPXMIP_UNBOUNDED);
-  c->newRow(2, kThree, cost, 'L', 2);  // x1 - x0 <= 2
-  EXPECT_EQ(c->mipOpt(), CPXMIP_OPTIMAL);
-  EXPECT_EQ(c->getMIPObjValue(), 2);
-}
-
 TEST_F(IlcCplexSolveTest, BarrierAndNetworkSolves) {
   const auto c = made();
   ASSERT_EQ(c->barrierPrimalOpt(), CPX_STAT_OPTIMAL);
