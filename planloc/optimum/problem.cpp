@@ -23,7 +23,21 @@ std::string number(double d) {
   return {text.data(), std::to_chars(text.data(), text.data() + text.size(), d).ptr};
 }
 
+// Products of any few numbers within this range, and their squares, are doubles.
+constexpr double kLeast = 1e-36;
+constexpr double kMost = 1e36;
+constexpr const char* kAtMost = "at most 1e36 in magnitude";
+
+bool too_large(const xy& v) { return !(std::fabs(v.x) <= kMost && std::fabs(v.y) <= kMost); }
+
 bool upper_half(const xy& v) { return v.y > 0 || (v.y == 0 && v.x > 0); }
+
+// Of the line through a and b, in doubles.
+double distance_from_origin(const xy& a, const xy& b) {
+  const double q = a.y * b.x;
+  const double area = std::fma(a.x, b.y, -q) + std::fma(-a.y, b.x, q);
+  return area / std::hypot(b.x - a.x, b.y - a.y);
+}
 
 // REQUIRES: consecutive vertices turn left around the origin.
 std::size_t turns_around_origin(const std::vector<xy>& v) {
@@ -55,21 +69,25 @@ gauge gauge::polyhedral(std::span<const xy> vertices) {
     fail("gauge: " + std::to_string(vertices.size()) + " vertices: at least 3 are needed");
   }
   for (std::size_t j = 0; j < vertices.size(); ++j) {
-    if (!std::isfinite(vertices[j].x) || !std::isfinite(vertices[j].y)) {
-      fail("gauge: vertex " + std::to_string(j) + " is (" + number(vertices[j].x) + ", " +
-           number(vertices[j].y) + "): must be finite");
-    }
+    if (!too_large(vertices[j])) continue;
+    const bool finite = std::isfinite(vertices[j].x) && std::isfinite(vertices[j].y);
+    fail("gauge: vertex " + std::to_string(j) + " is (" + number(vertices[j].x) + ", " +
+         number(vertices[j].y) + "): must be " + (finite ? kAtMost : "finite"));
   }
   std::vector<xy> v(vertices.begin(), vertices.end());
   const bool clockwise = cross_sign(v[0], v[1]) < 0;
   if (clockwise) std::reverse(v.begin(), v.end());
   for (std::size_t j = 0; j < v.size(); ++j) {
-    if (cross_sign(v[j], v[(j + 1) % v.size()]) > 0) continue;
+    const xy& next = v[(j + 1) % v.size()];
+    const bool inside = cross_sign(v[j], next) > 0;
+    if (inside && distance_from_origin(v[j], next) >= kLeast) continue;
     const std::size_t first = clockwise ? v.size() - 1 - j : j;
     const std::size_t second =
         clockwise ? (v.size() + first - 1) % v.size() : (first + 1) % v.size();
-    fail("gauge: the origin is not strictly inside at the edge of the vertices " +
-         std::to_string(first) + " and " + std::to_string(second));
+    const std::string edge =
+        " the edge of the vertices " + std::to_string(first) + " and " + std::to_string(second);
+    if (inside) fail("gauge: the origin is within 1e-36 of" + edge);
+    fail("gauge: the origin is not strictly inside at" + edge);
   }
   if (turns_around_origin(v) != 1) fail("gauge: the vertices go around the origin more than once");
   gauge g(shape::polyhedral, 0);
@@ -144,8 +162,10 @@ void check_place(const char* name, std::size_t k, std::size_t n) {
 
 order_weights::order_weights(std::vector<double> lambda) {
   for (std::size_t k = 0; k < lambda.size(); ++k) {
-    if (std::isfinite(lambda[k])) continue;
-    fail("order weight " + std::to_string(k) + " is " + number(lambda[k]) + ": must be finite");
+    const double size = std::fabs(lambda[k]);
+    if (size == 0 || (size >= kLeast && size <= kMost)) continue;
+    fail("order weight " + std::to_string(k) + " is " + number(lambda[k]) + ": must be " +
+         (std::isfinite(size) ? "0 or from 1e-36 to 1e36 in magnitude" : "finite"));
   }
   runs_ = [all = std::move(lambda)](std::size_t n) {
     if (all.size() != n) {
@@ -233,9 +253,23 @@ void check_site(std::size_t i, const site& s, std::size_t gauges) {
   if (!std::isfinite(s.y)) bad("y", number(s.y), "finite");
   if (!std::isfinite(s.weight)) bad("weight", number(s.weight), "finite");
   if (!(s.weight > 0)) bad("weight", number(s.weight), "positive");
+  if (!(std::fabs(s.x) <= kMost)) bad("x", number(s.x), kAtMost);
+  if (!(std::fabs(s.y) <= kMost)) bad("y", number(s.y), kAtMost);
+  if (s.weight < kLeast || s.weight > kMost) bad("weight", number(s.weight), "from 1e-36 to 1e36");
   if (s.gauge < gauges) return;
   bad("gauge", std::to_string(s.gauge),
       ("less than the number of gauges, " + std::to_string(gauges)).c_str());
+}
+
+void check_extent(std::span<const site> sites) {
+  const auto [left, right] = std::minmax_element(
+      sites.begin(), sites.end(), [](const site& a, const site& b) { return a.x < b.x; });
+  const auto [low, high] = std::minmax_element(
+      sites.begin(), sites.end(), [](const site& a, const site& b) { return a.y < b.y; });
+  const double extent = std::max(right->x - left->x, high->y - low->y);
+  if (extent == 0 || extent >= kLeast) return;
+  fail("the sites lie within " + number(extent) +
+       " of each other: must be at one place or 1e-36 apart");
 }
 
 }  // namespace
@@ -244,6 +278,7 @@ problem::problem(std::vector<site> sites, std::vector<gauge> gauges, const order
     : sites_(std::move(sites)), gauges_(std::move(gauges)) {
   if (sites_.empty()) fail("no site");
   for (std::size_t i = 0; i < sites_.size(); ++i) check_site(i, sites_[i], gauges_.size());
+  check_extent(sites_);
   runs_ = lambda.runs(sites_.size());
   convex_ = runs_.front().weight >= 0 &&
             std::is_sorted(runs_.begin(), runs_.end(), [](const order_run& a, const order_run& b) {

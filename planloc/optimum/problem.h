@@ -46,8 +46,8 @@ class gauge {
 
   // The unit ball is the convex polygon with these vertices, in either sense of rotation. The
   // origin lies strictly inside; symmetry is not needed. Vertices inside an edge are left out.
-  // Decided exactly. Throws if the polygon is not convex, the origin not inside, a coordinate not
-  // finite.
+  // Decided exactly. Throws if the polygon is not convex, the origin not inside or within 1e-36 of
+  // an edge, a coordinate above 1e36 in magnitude.
   static gauge polyhedral(std::span<const xy> vertices);
   static gauge polyhedral(std::initializer_list<xy> vertices);
   static gauge l1();    // polyhedral, with the vertices (1,0) (0,1) (-1,0) (0,-1)
@@ -91,6 +91,7 @@ struct order_run {
 // lambda_1 ... lambda_n, the first for the smallest distance. The named ones adapt to any n.
 class order_weights {
  public:
+  // Each 0 or from 1e-36 to 1e36 in magnitude.
   explicit order_weights(std::vector<double> lambda);
 
   static order_weights median();                  // 1 ... 1
@@ -118,8 +119,9 @@ class order_weights {
 
 class problem {
  public:
-  // Throws if there is no site, a number is not finite, a weight is not positive, a site's gauge is
-  // not among `gauges`, or the order weights do not fit the number of sites.
+  // Throws if there is no site, a coordinate is above 1e36 in magnitude, a weight is not from 1e-36
+  // to 1e36, the sites are neither at one place nor 1e-36 apart, a site's gauge is not among
+  // `gauges`, or the order weights do not fit the number of sites.
   problem(std::vector<site> sites, std::vector<gauge> gauges, const order_weights& lambda);
 
   std::span<const site> sites() const { return sites_; }

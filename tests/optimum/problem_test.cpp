@@ -34,6 +34,16 @@ TEST(Problem, BadInputIsNamed) {
       {with({.weight = -2}), "weight of site 1 is -2: must be positive"},
       {with({.weight = INFINITY}), "weight of site 1 is inf: must be finite"},
       {with({.y = kNan}), "y of site 1 is nan: must be finite"},
+      {with({.weight = 1e150}), "weight of site 1 is 1e+150: must be from 1e-36 to 1e36"},
+      {with({.x = -1e150}), "x of site 1 is -1e+150: must be at most 1e36 in magnitude"},
+      {with({.x = 5e-324}),
+       "the sites lie within 5e-324 of each other: must be at one place or 1e-36 apart"},
+      {ball({{1e-200, 0}, {0, 1e-200}, {-1e-200, -1e-200}}),
+       "gauge: the origin is within 1e-36 of the edge of the vertices 0 and 1"},
+      {[] {
+         order_weights({0, 1e-310});
+       },
+       "order weight 1 is 1e-310: must be 0 or from 1e-36 to 1e36 in magnitude"},
       {with({.gauge = 1}), "gauge of site 1 is 1: must be less than the number of gauges, 1"},
       {ball({{1, 0}, {0, 1}}), "gauge: 2 vertices: at least 3 are needed"},
       {ball({{1, 0}, {0, 1}, {kNan, 0}}), "gauge: vertex 2 is (nan, 0): must be finite"},
