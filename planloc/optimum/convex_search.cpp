@@ -29,10 +29,14 @@ constexpr double kHalfWayGap = 1e-3;
 constexpr double kRoundingGap = 4e-15;
 // Of the value: how far what intervals prove may stay behind the bound in doubles, and the gap up
 // to which a problem without exact optimum counts as solved.
-constexpr double kProofMargin = 1e-12;
+constexpr double kProofMargin = 3e-12;
 constexpr double kSmoothGap = 1e-11;
 // Of the value: when places begin to be counted from the nearest site.
 constexpr double kSiteGap = 1e-6;
+// Not if the site is further away than this share of the sites' extent, and the extent within this
+// multiple of the places that are no worse.
+constexpr double kSiteReach = 1e-4;
+constexpr double kLevelReach = 32;
 constexpr int kMostRounds = 200;
 constexpr int kMostSnaps = 4;
 constexpr int kMostIdle = 3;
@@ -56,7 +60,8 @@ class convex_search {
         evaluate_(p, table_),
         best_(evaluate_({0, 0})),
         extent_(extent(p.sites())),
-        model_(best_, best_.at, extent_) {}
+        model_(best_, best_.at, extent_),
+        reduced_(p, table_, evaluate_) {}
 
   solution run() {
     close_gap();
@@ -104,6 +109,7 @@ class convex_search {
   std::optional<std::size_t> nearest_;  // the slot that places are counted from
   bool ended_ = false;  // by a limit, or where the gap is small enough for the caller
   cut_model model_;
+  detail::reduced_sum reduced_;
   std::optional<detail::exact_edges> edges_;
   std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
   solution result_;
@@ -155,7 +161,8 @@ void convex_search::close_gap() {
     if (gap > kHalfWayGap * best_.value) {
       at = {at.x + (best_.at.x - at.x) / 2, at.y + (best_.at.y - at.y) / 2};
     }
-    take(evaluate_(at));
+    take(reduced_(at));
+    if (reduced_.useful()) reduced_.narrow(model_.level_box(best_.value * (1 + kProofMargin)));
   }
 }
 
@@ -166,7 +173,15 @@ void convex_search::close_gap() {
 bool convex_search::count_from_nearest() {
   const std::size_t slot = table_.nearest(best_.at);
   if (nearest_ == slot) return false;
-  if (nearest_ && best_.value - model_.bound() <= kProofMargin * best_.value) return false;
+  const double gap = best_.value - model_.bound();
+  if (nearest_ && gap <= kProofMargin * best_.value) return false;
+  const xy offset{table_.x[slot] - best_.at.x, table_.y[slot] - best_.at.y};
+  if (!nearest_ && gap <= kSiteGap * best_.value &&
+      std::max(std::fabs(offset.x), std::fabs(offset.y)) > kSiteReach * extent_ &&
+      evaluate_.level_radius(best_) * kLevelReach > extent_) {
+    nearest_ = table_.size();  // the positions' roundings do not count
+    return true;
+  }
   nearest_ = slot;
   const site& origin = problem_.sites()[table_.site[slot]];
   const xy site_at{origin.x, origin.y};
@@ -283,7 +298,7 @@ void convex_search::prove() {
 
 // Weights over many orders of magnitude leave doubles too far from the vertex to be snapped.
 void convex_search::prove_by_exact_cuts() {
-  detail::exact_cuts cuts(absolute(best_.at), mpq_class(4 * extent_));
+  detail::exact_cuts cuts(absolute(best_.at), mpq_class(2 * evaluate_.level_radius(best_)));
   for (const cut_model::support& s : model_.supports()) {
     cuts.add_pieces_at({problem_, table_, *edges_, absolute(s.place)}, {1, 0});
   }
@@ -298,7 +313,6 @@ void convex_search::prove_by_exact_cuts() {
     if (must_end(best_.value - model_.bound())) return;
     cuts.add_pieces_at(place, o.descent);
     at = cuts.minimiser();
-    for (; cuts.held_back(); at = cuts.minimiser()) cuts.widen();
   }
 }
 

@@ -207,6 +207,41 @@ void cut_model::solve() {
   }
 }
 
+// The square, cut off by one line after the other (Sutherland and Hodgman 1974).
+box cut_model::level_box(double value) const {
+  const double left = middle_.x - half_width_ - centre_.x;
+  const double right = middle_.x + half_width_ - centre_.x;
+  const double low = middle_.y - half_width_ - centre_.y;
+  const double high = middle_.y + half_width_ - centre_.y;
+  std::vector<xy> corners{{left, low}, {right, low}, {right, high}, {left, high}};
+  std::vector<xy> kept;
+  for (std::size_t r = kSides; r < rows_.size(); ++r) {
+    // By how much the cut is above the value.
+    const auto excess = [&](const xy& p) {
+      return rows_[r].right - rows_[r].normal[0] * p.x - rows_[r].normal[1] * p.y - value;
+    };
+    kept.clear();
+    for (std::size_t k = 0; k < corners.size(); ++k) {
+      const xy& a = corners[k];
+      const xy& b = corners[k + 1 == corners.size() ? 0 : k + 1];
+      const double at_a = excess(a);
+      const double at_b = excess(b);
+      if (at_a <= 0) kept.push_back(a);
+      if ((at_a <= 0) == (at_b <= 0)) continue;
+      const double share = at_a / (at_a - at_b);
+      kept.push_back({a.x + share * (b.x - a.x), a.y + share * (b.y - a.y)});
+    }
+    if (kept.empty()) continue;  // all roundings
+    std::swap(corners, kept);
+  }
+  box b{corners[0], corners[0]};
+  for (const xy& c : corners) {
+    b.low = {std::min(b.low.x, c.x), std::min(b.low.y, c.y)};
+    b.high = {std::max(b.high.x, c.x), std::max(b.high.y, c.y)};
+  }
+  return {{centre_.x + b.low.x, centre_.y + b.low.y}, {centre_.x + b.high.x, centre_.y + b.high.y}};
+}
+
 bool cut_model::near_border(const xy& at) const {
   return std::max(std::fabs(at.x - middle_.x), std::fabs(at.y - middle_.y)) > 0.9 * half_width_;
 }

@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <vector>
 
-#include "planloc/optimum/evaluate.h"
+#include "planloc/optimum/reduced_sum.h"
 
 namespace planloc::detail {
 
@@ -27,6 +27,9 @@ class cut_model {
   xy minimiser() const;
   // A bound of the model over the square that holds whatever the roundings of the basis.
   double bound() const;
+
+  // Holds all places where no cut is above `value`.
+  box level_box(double value) const;
 
   // Whether a place is so near to a side of the square that the side may hold back the search.
   bool near_border(const xy& at) const;

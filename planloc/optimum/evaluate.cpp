@@ -132,6 +132,32 @@ distance_table::distance_table(const problem& p) : base(mean_position(p.sites())
   count_from(p, base);
 }
 
+distance_table distance_table::only(std::span<const std::uint32_t> slots) const {
+  distance_table t;
+  t.base = base;
+  t.steepest = steepest;
+  t.blocks = blocks;
+  t.edges = edges;
+  const auto take = [&](const auto& from, auto& to) {
+    to.reserve(slots.size());
+    for (const std::uint32_t slot : slots) to.push_back(from[slot]);
+  };
+  take(x, t.x);
+  take(y, t.y);
+  take(weight, t.weight);
+  take(site, t.site);
+  take(block_of, t.block_of);
+  for (gauge_block& b : t.blocks) {
+    const auto place = [&](std::uint32_t slot) {
+      return static_cast<std::uint32_t>(std::lower_bound(slots.begin(), slots.end(), slot) -
+                                        slots.begin());
+    };
+    b.begin = place(b.begin);
+    b.end = place(b.end);
+  }
+  return t;
+}
+
 void distance_table::count_from(const problem& p, const xy& new_base) {
   base = new_base;
   for (std::size_t slot = 0; slot < x.size(); ++slot) {

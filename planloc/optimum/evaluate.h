@@ -37,6 +37,8 @@ struct gauge_block {
 class distance_table {
  public:
   explicit distance_table(const problem& p);
+  // The same with some of the slots, given in their order. Blocks may be empty.
+  distance_table only(std::span<const std::uint32_t> slots) const;
 
   std::size_t size() const { return weight.size(); }
 
@@ -67,6 +69,9 @@ class distance_table {
   std::vector<std::uint32_t> block_of;  // of each slot
   std::vector<gauge_block> blocks;
   std::vector<ball_edge> edges;
+
+ private:
+  distance_table() = default;
 };
 
 // f and a subgradient at `at`.

@@ -22,20 +22,18 @@ mpq_class quotient(const mpz_class& numerator, const mpz_class& denominator) {
   return q;
 }
 
+constexpr unsigned kBits = 256;
+
+mpq_class rounded(const mpq_class& q) { return mpq_class(mpf_class(q, kBits)); }
+
 }  // namespace
 
-exact_cuts::exact_cuts(exact_xy centre, const mpq_class& half_width)
-    : centre_(std::move(centre)), half_width_(half_width) {
-  rows_ = {{{1, 0, 0}, 0}, {{-1, 0, 0}, 0}, {{0, 1, 0}, 0}, {{0, -1, 0}, 0}};
-  set_sides();
-}
-
-void exact_cuts::set_sides() {
-  rows_[0].right = centre_.x - half_width_;
-  rows_[1].right = -centre_.x - half_width_;
-  rows_[2].right = centre_.y - half_width_;
-  rows_[3].right = -centre_.y - half_width_;
-}
+exact_cuts::exact_cuts(const exact_xy& centre, const mpq_class& half_width)
+    : rows_{{{1, 0, 0}, centre.x - half_width},
+            {{-1, 0, 0}, -centre.x - half_width},
+            {{0, 1, 0}, centre.y - half_width},
+            {{0, -1, 0}, -centre.y - half_width}},
+      exact_(rows_) {}
 
 void exact_cuts::add_pieces_at(const exact_place& place, const exact_xy& u) {
   const mpq_class value = place.exact_value();
@@ -51,7 +49,9 @@ void exact_cuts::add_piece(const exact_place& place, const mpq_class& value, con
   const auto same = [&](const row& other) {
     return other.right == r.right && other.normal == r.normal;
   };
-  if (std::none_of(rows_.begin() + kSides, rows_.end(), same)) rows_.push_back(std::move(r));
+  if (std::any_of(exact_.begin() + kSides, exact_.end(), same)) return;
+  rows_.push_back({{rounded(r.normal[0]), rounded(r.normal[1]), 1}, rounded(r.right)});
+  exact_.push_back(std::move(r));
   if (rows_.size() > kSides + 1) return;
   // Slope + multiplier of the sides == 0.
   basis_ = {kSides, sgn(s.x) >= 0 ? 0U : 1U, sgn(s.y) >= 0 ? 2U : 3U};
@@ -97,22 +97,24 @@ exact_xy exact_cuts::minimiser() {
   for (;;) {
     std::size_t violated = 0;
     while (violated < rows_.size() && sgn(slack(rows_[violated])) >= 0) ++violated;
-    if (violated == rows_.size()) return {vertex_[0], vertex_[1]};
+    if (violated == rows_.size()) return exact_vertex();
     pivot(violated);
   }
 }
 
-bool exact_cuts::held_back() const {
+exact_xy exact_cuts::exact_vertex() const {
+  std::array<triple, 3> inverse;
   for (std::size_t k = 0; k < 3; ++k) {
-    if (basis_[k] < kSides && sgn(inverse_[k][2]) != 0) return true;
+    inverse[k] = cross(exact_[basis_[(k + 1) % 3]].normal, exact_[basis_[(k + 2) % 3]].normal);
   }
-  return false;
-}
-
-void exact_cuts::widen() {
-  half_width_ *= 8;
-  set_sides();
-  locate();
+  const mpq_class determinant = dot(exact_[basis_[0]].normal, inverse[0]);
+  if (sgn(determinant) == 0) return {vertex_[0], vertex_[1]};
+  exact_xy at{0, 0};
+  for (std::size_t k = 0; k < 3; ++k) {
+    at.x += inverse[k][0] * exact_[basis_[k]].right;
+    at.y += inverse[k][1] * exact_[basis_[k]].right;
+  }
+  return {at.x / determinant, at.y / determinant};
 }
 
 }  // namespace planloc::detail

@@ -15,17 +15,14 @@ namespace planloc::detail {
 
 class exact_cuts {
  public:
-  // Over the square |x - centre| <= half_width in both coordinates.
-  exact_cuts(exact_xy centre, const mpq_class& half_width);
+  // Over the square |x - centre| <= half_width in both coordinates, which holds an optimum.
+  exact_cuts(const exact_xy& centre, const mpq_class& half_width);
 
   // The pieces of f in force at a place beside it, in the direction of each axis and along `u`.
   void add_pieces_at(const exact_place& place, const exact_xy& u);
 
   // Where the largest of the pieces is least.
   exact_xy minimiser();
-  // Whether a side of the square holds the minimiser back. Then it may be widened.
-  bool held_back() const;
-  void widen();
 
  private:
   using triple = std::array<mpq_class, 3>;
@@ -35,15 +32,16 @@ class exact_cuts {
     mpq_class right;
   };
 
-  void set_sides();
+  exact_xy exact_vertex() const;
   void add_piece(const exact_place& place, const mpq_class& value, const exact_xy& u);
   void locate();
   mpq_class slack(const row& r) const;
   void pivot(std::size_t entering);
 
-  exact_xy centre_;
-  mpq_class half_width_;
-  std::vector<row> rows_;  // the four sides first
+  // The four sides first. Pivots work on rows rounded to some hundred bits, which choose the basis;
+  // the vertex is that of the basis without roundings.
+  std::vector<row> rows_;
+  std::vector<row> exact_;
   std::array<std::size_t, 3> basis_{};
   std::array<triple, 3> inverse_;  // columns belong to the basis
   triple vertex_;                  // x, y, t
