@@ -27,7 +27,7 @@ constexpr double kSmoothAim = 5e-11;
 // Of a gap that is asked for: what the search aims at, so that roundings do not spoil it.
 constexpr double kAimed = 1 - 0x1p-30;
 // Halving is exact as long as coordinates have bits left; half of them go to each coordinate.
-constexpr int kMostDepth = 90;
+constexpr int kMostDepth = 100;
 // How many break lines are worth an exact close: the deeper the cell, the more of them are there to
 // stay, since they meet in one place.
 constexpr std::size_t line_limit(int depth) { return depth < 40 ? 20 : depth < 60 ? 64 : 400; }
@@ -211,7 +211,7 @@ solution general_search::finish(const detail::recession& far) {
   s.value = best_.value;
   s.counters.cells = cells_;
   s.counters.seconds = seconds();
-  const bool square_known = far.kind == growth::grows || far.kind == growth::repeats;
+  const bool square_known = far.kind != growth::undecided;
   const bool zero = least_possible();
   s.lower_bound = zero              ? 0
                   : square_known    ? bound()

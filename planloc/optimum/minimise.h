@@ -49,9 +49,10 @@ solution minimise_convex(const problem& p, const minimise_options& options = {})
 // of the value, or as far as doubles can tell.
 //
 // Where f neither grows nor falls in some direction far from the sites, although the sites differ
-// in gauge or weight, there is no square known to hold an optimum: then the status is `stopped`,
-// with the best value near the sites, and the bound is 0 or minus infinity. All work is done on the
-// calling thread, whatever `threads` says.
+// in gauge or weight, a square that is known to hold an optimum is found only for polyhedral gauges
+// and few sites (about thirty). Else the status is `stopped`, with the best value near the sites,
+// and the bound is 0 or minus infinity. All work is done on the calling thread, whatever `threads`
+// says.
 solution minimise_general(const problem& p, const minimise_options& options = {});
 
 }  // namespace planloc

@@ -21,8 +21,6 @@ constexpr std::size_t kMostCells = 20000;
 constexpr double kCaution = 1 + 0x1p-20;
 constexpr double kRounding = 0x1p-30;
 
-double power_of_two_above(double d) { return std::ldexp(1, std::ilogb(d) + 1); }
-
 bool one_kind(const problem& p) {
   const site& first = p.sites()[0];
   return std::all_of(p.sites().begin(), p.sites().end(), [&](const site& s) {
@@ -79,6 +77,10 @@ double needed_growth(const problem& p, const distance_table& table) {
   return std::max(evaluate({0, 0}).value, 0.0) + sum;
 }
 
+}  // namespace
+
+double power_of_two_above(double d) { return std::ldexp(1, std::ilogb(d) + 1); }
+
 bool surely_falls(const problem& origin, const distance_table& table, const xy& u) {
   if (!origin.polyhedral()) {
     double size = 0;
@@ -89,8 +91,6 @@ bool surely_falls(const problem& origin, const distance_table& table, const xy& 
   }
   return sgn(exact_closer(origin, table).value(to_exact(u))) < 0;
 }
-
-}  // namespace
 
 bool never_negative(const problem& p) {
   mpq_class tail;
@@ -153,7 +153,7 @@ recession test_recession(const problem& p, const distance_table& table) {
   for (const triangle& side : unit_sides()) take(tree.root(origin, side));
   for (std::size_t cells = 0; !falls && tree.least_bound() < kBoundShare * value; cells += 2) {
     std::unique_ptr<cell> c = tree.pop();
-    if (c->depth >= kMostDepth || cells > kMostCells) return result;
+    if (c->depth >= kMostDepth || cells > kMostCells) return test_all_lines(p, table);
     auto [one, other] = tree.split(std::move(c));
     take(std::move(one));
     take(std::move(other));
@@ -162,7 +162,7 @@ recession test_recession(const problem& p, const distance_table& table) {
     result.kind = growth::falls;
     return result;
   }
-  if (!(tree.least_bound() > kRounding * size)) return result;
+  if (!(tree.least_bound() > kRounding * size)) return test_all_lines(p, table);
   result.kind = growth::grows;
   const double half = kCaution * needed_growth(p, table) / tree.least_bound();
   result.half = half > 0 ? power_of_two_above(half) : 1;

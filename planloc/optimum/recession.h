@@ -17,7 +17,8 @@ enum class growth {
   falls,      // without end along `direction`
   grows,      // so that nothing outside of the square is better than the base
   repeats,    // outside of the square no value is new
-  undecided,  // it is 0, or nearly so, in some direction
+  levels,     // nowhere falling; all crossings of break lines are in the square
+  undecided,  // none of these is known: too many lines, or gauges that are not polyhedral
 };
 
 struct recession {
@@ -31,6 +32,17 @@ recession test_recession(const problem& p, const distance_table& table);
 
 // Whether no sum of the last k order weights is negative, decided exactly: then f >= 0.
 bool never_negative(const problem& p);
+
+// By all lines on which f can break, for problems with few of them. Polyhedral f that falls nowhere
+// far from the sites is linear on the cells between these lines, each of which has a corner, so
+// that its least value is at a crossing. The recession function in turn is linear between the
+// directions of the lines.
+recession test_all_lines(const problem& p, const distance_table& table);
+
+// Whether the recession function, `origin` with its table, is surely negative in a direction.
+bool surely_falls(const problem& origin, const distance_table& table, const xy& u);
+
+double power_of_two_above(double d);
 
 // All sites at the origin.
 problem recession_problem(const problem& p);

@@ -77,8 +77,9 @@ struct convex_certificate {
 // Outside of the square f is greater than at `base`: f falls behind the recession function (the
 // same problem with all sites at one place) by no more than a constant, and `outside` proves in the
 // same way that this function is large enough on the sides of the square of half side 1. It is
-// empty where all sites have one gauge and one weight and the order weights add up to 0; then
-// everything outside repeats values of the square.
+// empty where that function is 0 in some direction: then the square holds all crossings of lines on
+// which f can break; or, if all sites have one gauge and one weight, everything outside repeats
+// values of the square.
 //
 // No cells at all: the sums of the last k order weights are not negative, so neither is f.
 struct branch_certificate {

@@ -58,7 +58,8 @@ class leaf_walk {
 
  private:
   static constexpr std::size_t kPoints = 4;
-  static constexpr int kMostHalvings = 5;
+  static constexpr int kMostHalvings = 8;
+  static constexpr double kInwards = 0x1p-7;
 
   struct site_on_triangle {
     std::uint32_t site;
@@ -77,7 +78,7 @@ class leaf_walk {
 
   void visit(triangle_state t);
   void prove_by_bound(triangle_state t, int halvings);
-  void look(triangle_state& t);
+  void look(triangle_state& t, double inwards = 0);
   site_on_triangle view(const triangle_state& t, std::uint32_t site) const;
   void decide(triangle_state& t);
   void keep(triangle_state& t, const site_on_triangle& v, double lambda);
@@ -160,11 +161,18 @@ void leaf_walk::visit(triangle_state t) {
 }
 
 // Where several sites tie at a corner, planes may be chosen otherwise than the search did, and be
-// worse: its halves may then still prove what the triangle does not.
+// worse: others, taken off the corners, or its halves may then still prove what the triangle does
+// not.
 void leaf_walk::prove_by_bound(triangle_state t, int halvings) {
   const std::size_t linear_above = linear_.size();
+  const auto proved = [&] { return mpq_class(bound(t)) >= least_; };
   look(t);
-  if (mpq_class(bound(t)) < least_) {
+  bool done = proved();
+  if (!done) {
+    look(t, kInwards);
+    done = proved();
+  }
+  if (!done) {
     if (halvings == kMostHalvings)
       refuse("triangle " + std::to_string(name_) + ": its bound is too low");
     auto [one, other] = halves_of(std::move(t));
@@ -198,9 +206,17 @@ leaf_walk::site_on_triangle leaf_walk::view(const triangle_state& t, std::uint32
   return v;
 }
 
-void leaf_walk::look(triangle_state& t) {
+// Tangents are taken at the centroid and the corners, or, where sites may tie there, somewhat off.
+void leaf_walk::look(triangle_state& t, double inwards) {
   points_ = {xy{(t.at[0].x + t.at[1].x + t.at[2].x) / 3, (t.at[0].y + t.at[1].y + t.at[2].y) / 3},
              t.at[0], t.at[1], t.at[2]};
+  const xy middle = points_[0];
+  for (std::size_t m = 1; m < kPoints; ++m) {
+    points_[m].x += inwards * (middle.x - points_[m].x);
+    points_[m].y += inwards * (middle.y - points_[m].y);
+  }
+  points_[0].x += inwards * (t.at[0].x - middle.x);
+  points_[0].y += inwards * (t.at[0].y - middle.y);
   undecided_.clear();
   decided_.clear();
   for (const std::uint32_t i : t.undecided) undecided_.push_back(view(t, i));
@@ -595,24 +611,17 @@ bool tail_sums_not_negative(const problem& p) {
   return true;
 }
 
-problem at_one_place(const problem& p) {
-  std::vector<site> sites(p.sites().begin(), p.sites().end());
-  for (site& s : sites) s.x = s.y = 0;
-  return {
-      std::move(sites), {p.gauges().begin(), p.gauges().end()}, order_weights(listed_weights(p))};
+bool same_distances(const problem& p) {
+  const site& first = p.sites()[0];
+  return std::all_of(p.sites().begin(), p.sites().end(), [&](const site& s) {
+    return s.gauge == first.gauge && s.weight == first.weight;
+  });
 }
 
 // In polar coordinates of the rays, the square must hold all places up to D / s^2 along each of two
 // neighbouring rays, D being the largest distance of a site from the base and s the least sine
 // between neighbouring rays: farther out a step back along a ray changes all gauges alike.
 void check_repetition(const problem& p, const branch_certificate& c) {
-  const site& first = p.sites()[0];
-  for (const site& s : p.sites()) {
-    if (s.gauge != first.gauge || s.weight != first.weight)
-      refuse("nothing is said of places outside of the square");
-  }
-  if (!p.polyhedral() || sgn(sum_of_weights(p)) != 0)
-    refuse("nothing is said of places outside of the square");
   mpq_class far;
   for (const site& s : p.sites()) {
     const mpq_class d =
@@ -670,7 +679,12 @@ void check_square(const problem& p, const branch_certificate& c, const mpq_class
     refuse("no square");
   }
   if (c.outside.empty()) {
-    check_repetition(p, c);
+    if (!p.polyhedral()) refuse("nothing is said of places outside of the square");
+    if (same_distances(p) && sgn(sum_of_weights(p)) == 0) {
+      check_repetition(p, c);
+    } else {
+      check_lines(p, c);
+    }
   } else {
     check_growth(p, c);
   }

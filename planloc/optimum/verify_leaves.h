@@ -68,6 +68,12 @@ class verified_sites {
   std::vector<std::vector<interval_pair>> normals_;
 };
 
+// The same problem with all sites at the origin: how f grows far from the sites.
+problem at_one_place(const problem& p);
+
+// Refuses a square that might not hold an optimum, judged by all lines on which f can break.
+void check_lines(const problem& p, const branch_certificate& c);
+
 // The sum of order weights times sorted distances.
 interval ordered_sum(const problem& p, std::vector<interval> distances);
 mpq_class ordered_sum(const problem& p, std::vector<mpq_class> distances);

@@ -125,6 +125,13 @@ bool verified_sites::in_cone(std::size_t i, std::size_t edge, const xy& at) cons
   return left_of(v[edge], 1) && left_of(v[(edge + 1) % v.size()], -1);
 }
 
+problem at_one_place(const problem& p) {
+  std::vector<site> sites(p.sites().begin(), p.sites().end());
+  for (site& s : sites) s.x = s.y = 0;
+  return {
+      std::move(sites), {p.gauges().begin(), p.gauges().end()}, order_weights(listed_weights(p))};
+}
+
 interval ordered_sum(const problem& p, std::vector<interval> distances) {
   std::vector<double> low, high;
   for (const interval& d : distances) {

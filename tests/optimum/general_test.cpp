@@ -70,7 +70,6 @@ TEST(General, EnumerationFindsNothingBetter) {
   instance_source source(11);
   int solved = 0;
   int unbounded = 0;
-  int undecided = 0;
   for (const layout l :
        {layout::scattered, layout::lattice, layout::line, layout::one_place, layout::far_away}) {
     for (int trial = 0; trial < 60; ++trial) {
@@ -91,11 +90,6 @@ TEST(General, EnumerationFindsNothingBetter) {
       const double doubt = size * (l == layout::far_away ? 1e-7 : 1e-9);
       const double least = least_value_of_arrangement(p);
       EXPECT_LE(s.lower_bound, least + doubt);
-      if (s.status == solution_status::stopped) {
-        ++undecided;
-        EXPECT_LT(sampled_recession(p), 0.1 * size);
-        continue;
-      }
       ++solved;
       EXPECT_EQ(s.status, solution_status::optimal);
       EXPECT_NEAR(s.value, least, doubt);
@@ -106,7 +100,6 @@ TEST(General, EnumerationFindsNothingBetter) {
   }
   EXPECT_GT(solved, 200);
   EXPECT_GT(unbounded, 10);
-  EXPECT_LT(undecided, 15);
 }
 
 // Convex problems solved by both methods.
