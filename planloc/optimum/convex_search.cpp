@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 #include <optional>
+#include <utility>
 
 #include "planloc/optimum/cut_model.h"
 #include "planloc/optimum/exact_cuts.h"
@@ -11,6 +12,7 @@
 #include "planloc/optimum/minimise.h"
 #include "planloc/optimum/optimal_face.h"
 #include "planloc/optimum/snap.h"
+#include "planloc/optimum/verify.h"
 
 namespace planloc {
 
@@ -90,6 +92,7 @@ class convex_search {
   bool count_from_nearest();
   void polish(const std::vector<cut_model::support>& supports);
   void close_in_doubles();
+  void claim_what_is_proved();
 
   // ----- Exactly -----
 
@@ -218,6 +221,17 @@ void convex_search::polish(const std::vector<cut_model::support>& supports) {
   if (e.value <= best_.value * (1 + kRoundingGap) && steepness(e) < steepness(best_)) best_ = e;
 }
 
+// Intervals lose more than the margin where powers are taken, and where doubles end early.
+void convex_search::claim_what_is_proved() {
+  const bool powers =
+      std::any_of(table_.blocks.begin(), table_.blocks.end(),
+                  [](const detail::gauge_block& b) { return b.kind == gauge::shape::lp; });
+  if (ended_ || (!powers && result_.gap() <= kSmoothGap * best_.value)) return;
+  const double in_doubles = std::exchange(result_.lower_bound, 0);
+  const verification v = verify(problem_, result_);
+  result_.lower_bound = v.accepted ? std::min(in_doubles, v.lower_bound) : in_doubles;
+}
+
 void convex_search::close_in_doubles() {
   const auto supports = model_.supports();
   polish(supports);
@@ -234,6 +248,7 @@ void convex_search::close_in_doubles() {
   const exact_xy at = absolute(best_.at);
   result_.point = to_nearest(at);
   if (to_exact(result_.point) != at) result_.exact = to_text(at);
+  claim_what_is_proved();
   const double gap = result_.gap();
   if (!problem_.polyhedral() && gap <= kSmoothGap * best_.value) {
     result_.status = solution_status::optimal;

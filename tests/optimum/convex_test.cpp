@@ -160,6 +160,7 @@ TEST(Convex, SmoothGaugesProvedByIntervals) {
       {gauge::euclidean()},
       {gauge::lp(1.5)},
       {gauge::lp(3.3)},
+      {gauge::lp(1.0001), gauge::lp(300)},
       {gauge::euclidean(), gauge::lp(1.2), gauge::lp(7), gauge::l1(), source.ball(7)}};
   for (const layout l : {layout::scattered, layout::lattice, layout::line, layout::one_place,
                          layout::far_away, layout::uneven}) {
