@@ -12,19 +12,19 @@
 
 namespace planloc::detail {
 
-namespace {
-
-struct affine_function {
-  fraction_pair slope;
-  mpq_class at_origin;
-};
-
 double rounded_up(const mpq_class& q) {
   const double d = q.get_d();  // towards 0
   return mpq_class(d) < q ? std::nextafter(d, std::numeric_limits<double>::infinity()) : d;
 }
 
 double rounded_down(const mpq_class& q) { return -rounded_up(mpq_class(-q)); }
+
+namespace {
+
+struct affine_function {
+  fraction_pair slope;
+  mpq_class at_origin;
+};
 
 // Adjacent terms first: the denominators of different gauges have nothing in common.
 mpq_class sum_of(std::span<const mpq_class> terms) {

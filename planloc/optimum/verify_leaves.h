@@ -12,8 +12,6 @@
 
 namespace planloc::detail {
 
-double rounded_up(const mpq_class& q);
-double rounded_down(const mpq_class& q);
 inline interval around(const mpq_class& q) { return {rounded_down(q), rounded_up(q)}; }
 
 struct interval_pair {

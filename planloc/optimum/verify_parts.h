@@ -20,6 +20,10 @@ struct refusal {
 
 inline std::string piece_name(std::size_t k) { return "piece " + std::to_string(k); }
 
+// The next double that is not below, not above q.
+double rounded_up(const mpq_class& q);
+double rounded_down(const mpq_class& q);
+
 struct fraction_pair {
   mpq_class x, y;
 };

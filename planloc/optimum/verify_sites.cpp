@@ -6,13 +6,6 @@
 
 namespace planloc::detail {
 
-double rounded_up(const mpq_class& q) {
-  const double d = q.get_d();  // towards 0
-  return mpq_class(d) < q ? std::nextafter(d, std::numeric_limits<double>::infinity()) : d;
-}
-
-double rounded_down(const mpq_class& q) { return -rounded_up(mpq_class(-q)); }
-
 verified_sites::verified_sites(const problem& p, const xy& base) : problem_(p), base_(base) {
   for (const site& s : p.sites()) {
     position_.push_back(
