@@ -48,6 +48,7 @@ class general_search {
         bounder_(table_),
         closer_(p, table_),
         rounding_(0x1p-53 * (256 + 16 * static_cast<double>(p.sites().size()))),
+        doubt_(p.polyhedral() ? 0 : rounding_ * size_of_terms()),
         never_negative_(detail::never_negative(p)) {}
 
   solution run();
@@ -77,6 +78,7 @@ class general_search {
   bool must_stop();
   double seconds() const;
   double extent() const;
+  double size_of_terms() const;
   solution finish(const detail::recession& far);
 
   const problem& problem_;
@@ -85,6 +87,7 @@ class general_search {
   detail::cell_bounder bounder_;
   detail::exact_closer closer_;
   double rounding_;  // of sums, in units of a cell's size
+  double doubt_;     // in a value near the sites that has no exact one
   bool never_negative_;
   search_tree tree_;
   incumbent best_;
@@ -101,7 +104,7 @@ double general_search::seconds() const {
 double general_search::tolerance() const {
   const double size = std::fabs(best_.value);
   const double asked = std::max(options_.absolute_gap, options_.relative_gap * size);
-  return std::max(kAimed * asked, problem_.polyhedral() ? 0 : kSmoothAim * size);
+  return std::max(kAimed * asked, problem_.polyhedral() ? 0 : std::max(kSmoothAim * size, doubt_));
 }
 
 double general_search::bound() const {
@@ -134,9 +137,9 @@ void general_search::try_sites() {
   }
 }
 
-// Whether the best value is 0 and no other can be less.
+// Whether the best value is 0, as far as can be told, and no other can be less.
 bool general_search::least_possible() {
-  if (!never_negative_ || !problem_.polyhedral()) return never_negative_ && best_.value == 0;
+  if (!never_negative_ || !problem_.polyhedral()) return never_negative_ && best_.value <= doubt_;
   if (best_.value > rounding_ * extent()) return false;
   make_exact();
   return sgn(*best_.exact) == 0;
@@ -147,6 +150,16 @@ double general_search::extent() const {
   for (std::size_t k = 0; k < table_.size(); ++k)
     most = std::max({most, std::fabs(table_.x[k]), std::fabs(table_.y[k])});
   return most > 0 ? most : 1;
+}
+
+// The sum of all terms' magnitudes amid the sites.
+double general_search::size_of_terms() const {
+  double steepest = 0;
+  for (const order_run& r : problem_.runs()) steepest = std::max(steepest, std::fabs(r.weight));
+  double sum = 0;
+  for (std::size_t i = 0; i < problem_.sites().size(); ++i)
+    sum += steepest * problem_.distance(i, table_.base);
+  return sum;
 }
 
 void general_search::start(double half) {
@@ -226,9 +239,11 @@ solution general_search::finish(const detail::recession& far) {
     s.proof = std::move(proof);
   }
   const double size = std::fabs(s.value);
-  if (zero ||
-      (!stopped_ && square_known && s.gap() <= (problem_.polyhedral() ? 0 : kSmoothGap * size))) {
+  if (zero || (!stopped_ && square_known &&
+               s.gap() <= (problem_.polyhedral() ? 0 : std::max(kSmoothGap * size, 2 * doubt_)))) {
     s.status = solution_status::optimal;
+  } else if (square_known && !stopped_ && !problem_.polyhedral()) {
+    s.status = solution_status::within_gap;  // doubles cannot narrow it further
   } else if (square_known &&
              s.gap() <= std::max(options_.absolute_gap, options_.relative_gap * size)) {
     s.status = solution_status::within_gap;

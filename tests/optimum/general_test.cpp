@@ -135,6 +135,20 @@ TEST(General, SmoothGaugesProvedByIntervals) {
   }
 }
 
+// A place as far from all sites as from any other: no relative gap can be reached at 0.
+TEST(General, SmoothOptimumOfZero) {
+  const problem p({{.x = 1, .y = 5}, {.x = 4, .y = 2}, {.x = 0, .y = 1}}, {gauge::euclidean()},
+                  order_weights::range());
+  minimise_options options;
+  options.cells = 100000;
+  const solution s = minimise(p, options);
+  EXPECT_EQ(s.status, solution_status::optimal);
+  const verification v = verify(p, s);
+  EXPECT_TRUE(v.accepted) << v.reason;
+  EXPECT_EQ(v.lower_bound, 0);
+  EXPECT_LT(v.gap, 1e-11);
+}
+
 TEST(General, LimitsAndNarrowCases) {
   instance_source source(14);
   const problem p(source.sites(layout::scattered, 60, 1), source.gauges(layout::scattered, 1, 8),
