@@ -58,3 +58,13 @@ void check(bool holds, const char* what) {
 
 }  // namespace fuzz
 }  // namespace planloc
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  using namespace planloc;
+  fuzz::start();
+  try {
+    for (const std::string& file : fuzz::files_of(data, size)) fuzz::read(file);
+  } catch (const fuzz::ending&) {
+  }
+  return 0;
+}

@@ -21,6 +21,9 @@ std::vector<std::string> files_of(const std::uint8_t* data, std::size_t size);
 // Before each input: forgets what the readers remember, throws away what goes to standard output.
 void start();
 
+// What a target does with one file of its input. An ending leaves it, and the input.
+void read(const std::string& file);
+
 // Ends the run of the fuzzer with a report.
 void check(bool holds, const char* what);
 

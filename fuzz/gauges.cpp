@@ -25,6 +25,8 @@ void check_gauge(const Gauge& g) {
   }
 }
 
+}  // namespace
+
 void read(const std::string& file) {
   const bool mixed = file.starts_with('m');
   std::istringstream in(mixed ? file.substr(1) : file);
@@ -35,15 +37,4 @@ void read(const std::string& file) {
   }
 }
 
-}  // namespace
 }  // namespace planloc::fuzz
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  using namespace planloc;
-  fuzz::start();
-  try {
-    for (const std::string& file : fuzz::files_of(data, size)) fuzz::read(file);
-  } catch (const fuzz::ending&) {
-  }
-  return 0;
-}

@@ -6,7 +6,6 @@
 #include "planloc/facilities/location_files.h"
 
 namespace planloc::fuzz {
-namespace {
 
 void read(const std::string& file) {
   std::istringstream in(file);
@@ -27,15 +26,4 @@ void read(const std::string& file) {
   check(edges == G.number_of_edges(), "as many edges as told");
 }
 
-}  // namespace
 }  // namespace planloc::fuzz
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  using namespace planloc;
-  fuzz::start();
-  try {
-    for (const std::string& file : fuzz::files_of(data, size)) fuzz::read(file);
-  } catch (const fuzz::ending&) {
-  }
-  return 0;
-}

@@ -5,7 +5,6 @@
 #include "planloc/facilities/facilities.h"
 
 namespace planloc::fuzz {
-namespace {
 
 void read(const std::string& file) {
   const bool gauged = file.starts_with('g');
@@ -27,15 +26,4 @@ void read(const std::string& file) {
   F.print(out);
 }
 
-}  // namespace
 }  // namespace planloc::fuzz
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  using namespace planloc;
-  fuzz::start();
-  try {
-    for (const std::string& file : fuzz::files_of(data, size)) fuzz::read(file);
-  } catch (const fuzz::ending&) {
-  }
-  return 0;
-}

@@ -34,25 +34,23 @@ void read_parameters(std::istream& in) {
   }
 }
 
-}  // namespace
-}  // namespace planloc::fuzz
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  using namespace planloc;
-  fuzz::start();
-  fuzz::set_problem();
-  for (const std::string& file : fuzz::files_of(data, size)) {
-    try {
-      std::istringstream in(file);
-      const frame f = read_frame(in, "frame");
-      fuzz::check(!std::isnan(f.xmin + 0 * f.xmax) || std::isinf(f.xmax), "a frame of numbers");
-    } catch (const fuzz::ending&) {
-    }
-    try {
-      std::istringstream in(file);
-      fuzz::read_parameters(in);
-    } catch (const fuzz::ending&) {
-    }
-  }
-  return 0;
+void read_frame_of(std::istream& in) {
+  const frame f = read_frame(in, "frame");
+  check(!std::isnan(f.xmin + 0 * f.xmax) || std::isinf(f.xmax), "a frame of numbers");
 }
+
+}  // namespace
+
+// A file that is no frame may be parameters.
+void read(const std::string& file) {
+  set_problem();
+  std::istringstream frame_file(file);
+  try {
+    read_frame_of(frame_file);
+  } catch (const ending&) {
+  }
+  std::istringstream parameter_file(file);
+  read_parameters(parameter_file);
+}
+
+}  // namespace planloc::fuzz
