@@ -252,7 +252,8 @@ void IlcCplex::setMax(int column, double value) {
 }
 
 void IlcCplex::tighten(int n, const int* columns, const char* sides, const double* values) {
-  // The name in the report is that of a single upper bound, which is intended.
+  // The name in the report is that of a single upper bound: intended, it is the one that users
+  // know.
   test("IlcCplex::setMax", library_.CPXtightenbds(env_, lp_, n, columns, sides, values));
 }
 

@@ -57,7 +57,8 @@ int IlcCplex::solveByNetwork(int extraction, int method) {
   if (before != extraction) setIntParam(CPX_PARAM_NETFIND, extraction);
   const int code = library_.CPXhybnetopt(env_, lp_, method);
   if (before != extraction) setIntParam(CPX_PARAM_NETFIND, before);
-  return finishSolve("IlcCplex::netPrimalOpt", code, false);  // the name of both, as intended
+  // The name of both: intended, it is the one that users know.
+  return finishSolve("IlcCplex::netPrimalOpt", code, false);
 }
 
 int IlcCplex::netPrimalOpt(int extraction) { return solveByNetwork(extraction, 'p'); }

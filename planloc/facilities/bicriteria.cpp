@@ -52,7 +52,8 @@ double facilities::gauge_bicriteria(const list<polygauge>& gauges, const list<in
                                     bool clear) {
   if (clear) opt.clear();
   check_bicriteria(*this, gauges, gauge_of);
-  // An older result stands in front of the centre of gravity, and is then the start: intended.
+  // An older result stands in front of the centre of gravity, and is then the start: intended, so
+  // that a caller can choose it.
   l2squared_sum(0, false);
   const point x0 = opt.head().to_point();
   const std::vector<detail::xy_segment> segments =

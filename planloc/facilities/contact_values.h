@@ -23,7 +23,8 @@ std::vector<double> pair_contacts(const ball_sites& sites);
 
 // The values from `lower` to kLargestContact for each edge of each three sites, in the order of the
 // sites and vertices. Two parallel edges of the three give 0, except two vertical ones of the first
-// two sites, which repeat the value found before (intended).
+// two sites, which repeat the value found before: intended, a candidate too many is only tried in
+// vain.
 std::vector<double> triple_contacts(const ball_sites& sites, double lower);
 // The same in batches: calls visit(values) for one after the other.
 using contact_visitor = std::function<void(std::span<const double>)>;

@@ -33,7 +33,7 @@ polygon convex_intersection(const polygon& A, const polygon& B);
 // goes in front of the first one that the angle from it to, at the mean, is above a half-turn, or
 // to the end. For the corners of a convex polygon that is a walk around it. Points in general do
 // not come out by their angles: of those on both sides of the first one's line, some can stand
-// between others (intended).
+// between others: intended, since all callers hand over corners.
 // "point::angle:  zero vector input.", code 1, if a point is the mean, and there are two or more.
 void sort_around_centre(list<point>& L);
 

@@ -60,8 +60,8 @@ GRAPH<point, segment> segment_map(const list<segment>& S);
 
 // The same nodes with the edges of each in counterclockwise order from the positive x axis, and of
 // those in exactly the same direction the shortest only.
-// 1. A node with a single edge loses that, too: intended. So the outer end of a fundamental segment
-//    is a dead end, which edges lead to but none leave.
+// 1. A node with a single edge loses that, too: intended, so that the outer end of a fundamental
+//    segment is a dead end, which edges lead to but none leave.
 // 2. Angles are those of `segment::angle`, with 6.2831853072 added to negative ones.
 // 3. An edge is replaced by a new one whenever it changes its place: handles become invalid.
 GRAPH<point, segment> prepare_map(GRAPH<point, segment> map);

@@ -58,7 +58,7 @@ void sort_by_angle(std::vector<Edge>& edges, Exchange exchange) {
 }
 
 // Of neighbours in one direction the shorter stays, of equal ones the later. A single edge is its
-// own neighbour, and goes: intended.
+// own neighbour, and goes: intended, so that no walk comes back from an outer end.
 template <class Edge, class Drop>
 void drop_overlaps(std::vector<Edge>& edges, Drop drop) {
   for (std::size_t i = 0; i < edges.size();) {

@@ -67,7 +67,7 @@ inline constexpr double kResultTolerance = 1e-12;
 // The median: of an even number of entries the mean of the one at (size - 1) / 2, from 0, and the
 // one behind it. Reorders C: below 120 entries it is sorted. From 120 entries on the lower one of
 // these is selected (partitions with the last entry as pivot), and of an even number the one behind
-// it need not be the next larger value (intended).
+// it need not be the next larger value: intended, any value between two candidates parts them.
 // REQUIRES: C is not empty.
 double median_of(list<double>& C);
 

@@ -80,7 +80,7 @@ double facilities::gauge_sum(const list<polygauge>& gauges, const list<int>& gau
   }
 
   l2squared_sum(0, false);
-  // An older first result, if there is one: intended.
+  // An older first result, if there is one: intended, so that a caller can choose the start.
   const plane_xy x0{opt.head()[0], opt.head()[1]};
   const flat_gauged_sites sites(*this, gauges, gauge_of);
   std::vector<plane_xy> best;
