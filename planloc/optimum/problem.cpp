@@ -6,7 +6,7 @@
 #include <cmath>
 #include <string>
 
-#include "planloc/optimum/exact_sign.h"
+#include "planloc/optimum/exact/exact_sign.h"
 
 namespace planloc {
 

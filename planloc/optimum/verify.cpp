@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "planloc/optimum/verify_parts.h"
+#include "planloc/optimum/proof/verify_parts.h"
 
 namespace planloc {
 

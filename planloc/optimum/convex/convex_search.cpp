@@ -1,0 +1,359 @@
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cmath>
+#include <limits>
+#include <optional>
+#include <utility>
+
+#include "planloc/optimum/convex/cut_model.h"
+#include "planloc/optimum/convex/exact_cuts.h"
+#include "planloc/optimum/convex/optimal_face.h"
+#include "planloc/optimum/convex/snap.h"
+#include "planloc/optimum/exact/exact_place.h"
+#include "planloc/optimum/minimise.h"
+#include "planloc/optimum/verify.h"
+
+namespace planloc {
+
+namespace {
+
+using detail::cut_model;
+using detail::evaluation;
+using detail::exact_place;
+using detail::exact_xy;
+using detail::optimality;
+
+// Above this relative gap the next place is half way between the model's minimiser and the best
+// one.
+constexpr double kHalfWayGap = 1e-3;
+// Where doubles cannot narrow the gap further.
+constexpr double kRoundingGap = 4e-15;
+// Of the value: how far what intervals prove may stay behind the bound in doubles, and the gap up
+// to which a problem without exact optimum counts as solved.
+constexpr double kProofMargin = 3e-12;
+constexpr double kSmoothGap = 1e-11;
+// Of the value: when places begin to be counted from the nearest site.
+constexpr double kSiteGap = 1e-6;
+// Not if the site is further away than this share of the sites' extent, and the extent within this
+// multiple of the places that are no worse.
+constexpr double kSiteReach = 1e-4;
+constexpr double kLevelReach = 32;
+constexpr int kMostRounds = 200;
+constexpr int kMostSnaps = 4;
+constexpr int kMostIdle = 3;
+
+double extent(std::span<const site> sites) {
+  const auto [left, right] = std::minmax_element(
+      sites.begin(), sites.end(), [](const site& a, const site& b) { return a.x < b.x; });
+  const auto [low, high] = std::minmax_element(
+      sites.begin(), sites.end(), [](const site& a, const site& b) { return a.y < b.y; });
+  const double size = std::max(right->x - left->x, high->y - low->y);
+  if (size > 0) return size;
+  return std::max({std::fabs(left->x), std::fabs(left->y), 1.0});
+}
+
+class convex_search {
+ public:
+  convex_search(const problem& p, const minimise_options& options)
+      : problem_(p),
+        options_(options),
+        table_(p),
+        evaluate_(p, table_),
+        best_(evaluate_({0, 0})),
+        extent_(extent(p.sites())),
+        model_(best_, best_.at, extent_),
+        reduced_(p, table_, evaluate_) {}
+
+  solution run() {
+    close_gap();
+    if (problem_.polyhedral()) {
+      if (!ended_) prove();
+    } else {
+      while (!ended_ && count_from_nearest()) close_gap();
+    }
+    if (result_.status != solution_status::optimal) close_in_doubles();
+    result_.counters.evaluations = evaluate_.count();
+    result_.counters.seconds = seconds();
+    return std::move(result_);
+  }
+
+ private:
+  // ----- In doubles -----
+
+  void close_gap();
+  double seconds() const;
+  double asked_gap() const;
+  bool must_end(double gap);
+  void take(const evaluation& e);
+
+  // ----- Gauges that are not polyhedral -----
+
+  bool count_from_nearest();
+  void polish(const std::vector<cut_model::support>& supports);
+  void close_in_doubles();
+  void claim_what_is_proved();
+
+  // ----- Exactly -----
+
+  void prove();
+  bool prove_snapped(const exact_xy& at);
+  void accept(const exact_place& place, optimality o);
+  void prove_by_exact_cuts();
+  exact_xy absolute(const xy& at) const;
+  affine_piece to_piece(const optimality::supporting_piece& s) const;
+
+  const problem& problem_;
+  const minimise_options& options_;
+  detail::distance_table table_;
+  detail::evaluator evaluate_;
+  evaluation best_;
+  double extent_;
+  std::optional<std::size_t> nearest_;  // the slot that places are counted from
+  bool ended_ = false;  // by a limit, or where the gap is small enough for the caller
+  cut_model model_;
+  detail::reduced_sum reduced_;
+  std::optional<detail::exact_edges> edges_;
+  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+  solution result_;
+};
+
+void convex_search::take(const evaluation& e) {
+  model_.add(e);
+  if (e.value >= best_.value) return;
+  best_ = e;
+  model_.recentre(e.at);
+}
+
+double convex_search::seconds() const {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+}
+
+double convex_search::asked_gap() const {
+  return std::max(options_.absolute_gap, options_.relative_gap * best_.value);
+}
+
+bool convex_search::must_end(double gap) {
+  if (options_.progress) options_.progress({best_.value, best_.value - gap, 0});
+  // What intervals prove is a little less than the bound in doubles.
+  const double asked = asked_gap();
+  const bool close_enough = asked > 0 && gap + 2 * kProofMargin * best_.value <= asked;
+  ended_ = close_enough || options_.stop.stop_requested() || seconds() > options_.seconds;
+  return ended_;
+}
+
+void convex_search::close_gap() {
+  xy last{NAN, NAN};
+  double last_value = best_.value;
+  int idle = 0;
+  for (int round = 0; round < kMostRounds && idle < kMostIdle; ++round) {
+    model_.solve();
+    const double gap = best_.value - model_.bound();
+    if (must_end(gap)) return;
+    if (gap <= kRoundingGap * best_.value) {
+      if (!model_.near_border(best_.at)) return;
+      model_.widen(8);
+      continue;
+    }
+    // What is left is told from next to the nearest site.
+    if (!problem_.polyhedral() && !nearest_ && gap <= kSiteGap * best_.value) return;
+    xy at = model_.minimiser();
+    idle = at == last && best_.value == last_value ? idle + 1 : 0;
+    last = at;
+    last_value = best_.value;
+    if (gap > kHalfWayGap * best_.value) {
+      at = {at.x + (best_.at.x - at.x) / 2, at.y + (best_.at.y - at.y) / 2};
+    }
+    take(reduced_(at));
+    if (reduced_.useful()) reduced_.narrow(model_.level_box(best_.value * (1 + kProofMargin)));
+  }
+}
+
+// Counts places from the nearest site: then every distance is known to its own last bits, even in
+// the last place of the coordinates. Sums of distances are often least at a site, where the
+// tangents of no other place show it, so the site itself is tried too. False if nothing is left to
+// gain.
+bool convex_search::count_from_nearest() {
+  const std::size_t slot = table_.nearest(best_.at);
+  if (nearest_ == slot) return false;
+  const double gap = best_.value - model_.bound();
+  if (nearest_ && gap <= kProofMargin * best_.value) return false;
+  const xy offset{table_.x[slot] - best_.at.x, table_.y[slot] - best_.at.y};
+  if (!nearest_ && gap <= kSiteGap * best_.value &&
+      std::max(std::fabs(offset.x), std::fabs(offset.y)) > kSiteReach * extent_ &&
+      evaluate_.level_radius(best_) * kLevelReach > extent_) {
+    nearest_ = table_.size();  // the positions' roundings do not count
+    return true;
+  }
+  nearest_ = slot;
+  const site& origin = problem_.sites()[table_.site[slot]];
+  const xy site_at{origin.x, origin.y};
+  const xy shift{table_.base.x - site_at.x, table_.base.y - site_at.y};
+  std::vector<xy> places{best_.at};
+  for (const cut_model::support& s : model_.supports()) places.push_back(s.place);
+  table_.count_from(problem_, site_at);
+  for (xy& at : places) at = {at.x + shift.x, at.y + shift.y};
+  best_ = evaluate_(places[0]);
+  const evaluation at_site = evaluate_({0, 0});
+  if (at_site.value <= best_.value) best_ = at_site;
+  model_ = cut_model(best_, best_.at, evaluate_.level_radius(best_));
+  if (best_.at != at_site.at) model_.add(at_site);
+  for (const xy& at : places) take(evaluate_(at));
+  return true;
+}
+
+// Where f is smooth, its slope is nearly linear around the optimum, so the mean of the supporting
+// places that takes their slopes to 0 is far nearer to the optimum than what the values can tell.
+void convex_search::polish(const std::vector<cut_model::support>& supports) {
+  double total = 0;
+  xy offset{0, 0};
+  for (const cut_model::support& s : supports) {
+    const double share = std::max(s.multiplier, 0.0);
+    total += share;
+    offset.x += share * (s.place.x - best_.at.x);
+    offset.y += share * (s.place.y - best_.at.y);
+  }
+  if (!(total > 0)) return;
+  const evaluation e = evaluate_({best_.at.x + offset.x / total, best_.at.y + offset.y / total});
+  const auto steepness = [](const evaluation& f) {
+    return std::fabs(f.slope.x) + std::fabs(f.slope.y);
+  };
+  if (e.value <= best_.value * (1 + kRoundingGap) && steepness(e) < steepness(best_)) best_ = e;
+}
+
+// Intervals lose more than the margin where powers are taken, and where doubles end early.
+void convex_search::claim_what_is_proved() {
+  const bool powers =
+      std::any_of(table_.blocks.begin(), table_.blocks.end(),
+                  [](const detail::gauge_block& b) { return b.kind == gauge::shape::lp; });
+  if (ended_ || (!powers && result_.gap() <= kSmoothGap * best_.value)) return;
+  const double in_doubles = std::exchange(result_.lower_bound, 0);
+  const verification v = verify(problem_, result_);
+  result_.lower_bound = v.accepted ? std::min(in_doubles, v.lower_bound) : in_doubles;
+}
+
+void convex_search::close_in_doubles() {
+  const auto supports = model_.supports();
+  polish(supports);
+  convex_certificate c;
+  c.base = table_.base;
+  for (const cut_model::support& s : supports) {
+    if (!(s.multiplier > 0)) continue;
+    c.pieces.push_back(evaluate_.piece_at(s.place));
+    c.pieces.back().multiplier = s.multiplier;
+  }
+  result_.proof = std::move(c);
+  result_.value = best_.value;
+  result_.lower_bound = std::clamp(model_.bound() - kProofMargin * best_.value, 0.0, best_.value);
+  const exact_xy at = absolute(best_.at);
+  result_.point = to_nearest(at);
+  if (to_exact(result_.point) != at) result_.exact = to_text(at);
+  claim_what_is_proved();
+  const double gap = result_.gap();
+  if (!problem_.polyhedral() && gap <= kSmoothGap * best_.value) {
+    result_.status = solution_status::optimal;
+  } else if (!ended_ || gap <= asked_gap()) {
+    result_.status = solution_status::within_gap;
+  }
+}
+
+exact_xy convex_search::absolute(const xy& at) const {
+  return {mpq_class(table_.base.x) + at.x, mpq_class(table_.base.y) + at.y};
+}
+
+bool convex_search::prove_snapped(const exact_xy& at) {
+  const exact_place place(problem_, table_, *edges_, at);
+  const xy here = to_nearest(exact_xy{at.x - table_.base.x, at.y - table_.base.y});
+  std::vector<xy> hints;
+  for (const cut_model::support& s : model_.supports()) {
+    hints.push_back({s.place.x - here.x, s.place.y - here.y});
+  }
+  optimality o = test_optimality(place, hints);
+  if (!o.support.empty()) {
+    accept(place, std::move(o));
+    return true;
+  }
+  take(evaluate_(here));
+  const xy u = to_nearest(o.descent);
+  const double step = extent_ * 1e-6 / (std::fabs(u.x) + std::fabs(u.y));
+  take(evaluate_({here.x + step * u.x, here.y + step * u.y}));
+  return false;
+}
+
+void convex_search::accept(const exact_place& place, optimality o) {
+  convex_certificate c;
+  for (const auto& s : o.support) c.pieces.push_back(to_piece(s));
+  result_.proof = std::move(c);
+  result_.status = solution_status::optimal;
+  result_.point = to_nearest(place.at());
+  if (to_exact(result_.point) != place.at()) result_.exact = to_text(place.at());
+  result_.value = result_.lower_bound = place.value();
+  if (problem_.runs().front().weight == 0 && problem_.runs().size() == 1) {
+    result_.optima.whole_plane = true;
+  } else if (options_.whole_set) {
+    for (const exact_xy& corner :
+         optimal_corners(problem_, table_, evaluate_, *edges_, place, o, extent_)) {
+      result_.optima.corners.push_back(to_nearest(corner));
+    }
+  }
+}
+
+void convex_search::prove() {
+  edges_.emplace(table_);
+  for (int round = 0; round < kMostSnaps; ++round) {
+    for (const double reach : {1e-13, 1e-10, 1e-7}) {
+      const xy near = model_.minimiser();
+      if (prove_snapped(detail::snap(problem_, table_, *edges_, near, reach * extent_))) return;
+    }
+    close_gap();
+    if (ended_) return;
+  }
+  prove_by_exact_cuts();
+}
+
+// Weights over many orders of magnitude leave doubles too far from the vertex to be snapped.
+void convex_search::prove_by_exact_cuts() {
+  detail::exact_cuts cuts(absolute(best_.at), mpq_class(2 * evaluate_.level_radius(best_)));
+  for (const cut_model::support& s : model_.supports()) {
+    cuts.add_pieces_at({problem_, table_, *edges_, absolute(s.place)}, {1, 0});
+  }
+  exact_xy at = absolute(best_.at);
+  for (;;) {
+    const exact_place place(problem_, table_, *edges_, at);
+    optimality o = test_optimality(place, {});
+    if (!o.support.empty()) return accept(place, std::move(o));
+    const xy here = to_nearest(exact_xy{at.x - table_.base.x, at.y - table_.base.y});
+    const evaluation e = evaluate_(here);
+    if (e.value < best_.value) best_ = e;
+    if (must_end(best_.value - model_.bound())) return;
+    cuts.add_pieces_at(place, o.descent);
+    at = cuts.minimiser();
+  }
+}
+
+affine_piece convex_search::to_piece(const optimality::supporting_piece& s) const {
+  affine_piece piece;
+  piece.multiplier = s.multiplier;
+  piece.edge.resize(table_.size());
+  for (std::size_t slot = 0; slot < table_.size(); ++slot)
+    piece.edge[table_.site[slot]] = s.choice.edge[slot];
+  if (s.choice.rank.empty()) return piece;
+  piece.rank.resize(table_.size());
+  for (std::size_t slot = 0; slot < table_.size(); ++slot)
+    piece.rank[table_.site[slot]] = s.choice.rank[slot];
+  return piece;
+}
+
+}  // namespace
+
+solution minimise_convex(const problem& p, const minimise_options& options) {
+  if (!p.convex())
+    throw bad_problem("the order weights do not rise from 0 or more: f is not convex");
+  return convex_search(p, options).run();
+}
+
+solution minimise(const problem& p, const minimise_options& options) {
+  return p.convex() ? minimise_convex(p, options) : minimise_general(p, options);
+}
+
+}  // namespace planloc

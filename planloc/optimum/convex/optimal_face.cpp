@@ -1,0 +1,140 @@
+#include "planloc/optimum/convex/optimal_face.h"
+
+#include <cmath>
+#include <optional>
+
+#include "planloc/optimum/convex/snap.h"
+
+namespace planloc::detail {
+
+namespace {
+
+constexpr int kMostSteps = 100;
+constexpr std::size_t kMostCorners = 10000;
+
+exact_xy opposite(const exact_xy& v) { return {-v.x, -v.y}; }
+
+bool same_direction(const exact_xy& a, const exact_xy& b) {
+  return sgn(cross(a, b)) == 0 && sgn(dot(a, b)) > 0;
+}
+
+class face_walk {
+ public:
+  face_walk(const problem& p, const distance_table& table, evaluator& evaluate, exact_edges& edges,
+            double value, double extent)
+      : problem_(p),
+        table_(table),
+        evaluate_(evaluate),
+        edges_(edges),
+        value_(value),
+        extent_(extent) {}
+
+  std::vector<exact_xy> corners(const exact_place& start, const exact_xy& along) {
+    const std::optional<exact_xy> border = end_of(start, along);
+    if (!border) return {};
+    const exact_place there = place(*border);
+    const exact_xy back = opposite(along);
+    const exact_xy right = outermost(there, back, -1);
+    if (same_direction(right, back) && same_direction(outermost(there, back, 1), back)) {
+      const std::optional<exact_xy> other = end_of(there, back);
+      if (!other) return {};
+      if (*other == *border) return {*border};
+      return {*other, *border};
+    }
+    return walk_around(there, right);
+  }
+
+ private:
+  exact_place place(const exact_xy& at) { return {problem_, table_, edges_, at}; }
+
+  // The set lies to the left of `direction`.
+  std::vector<exact_xy> walk_around(const exact_place& start, exact_xy direction) {
+    std::vector<exact_xy> result;
+    std::optional<exact_place> at = start;
+    while (result.size() < kMostCorners) {
+      const std::optional<exact_xy> next = end_of(*at, direction);
+      if (!next) return {};
+      if (!result.empty() && *next == result.front()) return result;
+      result.push_back(*next);
+      at.emplace(place(*next));
+      direction = outermost(*at, opposite(direction), -1);
+    }
+    return {};
+  }
+
+  // Of the directions in which f does not rise, the last one from `inside` on, to the left or the
+  // right; half a turn away at most. Each step cuts off the directions in which one piece rises.
+  static exact_xy outermost(const exact_place& at, const exact_xy& inside, int side) {
+    exact_xy v = opposite(inside);
+    for (;;) {
+      const exact_slope s = at.slope(at.choose(v));
+      if (dot_sign(s, v) <= 0) return v;
+      if (dot_sign(s, inside) == 0) return inside;
+      v = s.turned_left();
+      if (sgn(cross(inside, v)) != side) v = opposite(v);
+    }
+  }
+
+  // The last place from `from` on in the direction v with the value of `from`.
+  std::optional<exact_xy> end_of(const exact_place& from, const exact_xy& v) {
+    if (from.rise_sign(v) > 0) return from.at();
+    const xy rounded = to_nearest(v);
+    const double length = std::hypot(rounded.x, rounded.y);
+    const xy unit{rounded.x / length, rounded.y / length};
+    const xy start = to_nearest(exact_xy{from.at().x - table_.base.x, from.at().y - table_.base.y});
+    const double step = last_step(start, unit);
+    const xy near{start.x + step * unit.x, start.y + step * unit.y};
+    for (const double reach : {1e-13, 1e-11, 1e-9, 1e-7}) {
+      for (const exact_xy& at :
+           snap_along(problem_, table_, edges_, from.at(), v, near, reach * extent_)) {
+        const exact_place there = place(at);
+        if (there.rise_sign(v) > 0 && there.rise_sign(opposite(v)) == 0) return at;
+      }
+    }
+    return std::nullopt;
+  }
+
+  // The same in doubles: Newton's method on the convex function f along v, from far beyond.
+  double last_step(const xy& start, const xy& unit) {
+    const auto at = [&](double step) {
+      return evaluate_({start.x + step * unit.x, start.y + step * unit.y});
+    };
+    const double rounding = 1e-14 * std::fabs(value_);
+    double step = 4 * extent_;
+    while (at(step).value <= value_ + rounding && std::isfinite(step)) step *= 4;
+    for (int k = 0; k < kMostSteps; ++k) {
+      const evaluation e = at(step);
+      const double slope = e.slope.x * unit.x + e.slope.y * unit.y;
+      if (!(e.value > value_ + rounding) || !(slope > 0)) break;
+      const double next = step - (e.value - value_) / slope;
+      if (!(next < step)) break;
+      step = next;
+    }
+    return step;
+  }
+
+  const problem& problem_;
+  const distance_table& table_;
+  evaluator& evaluate_;
+  exact_edges& edges_;
+  double value_;
+  double extent_;
+};
+
+}  // namespace
+
+std::vector<exact_xy> optimal_corners(const problem& p, const distance_table& table,
+                                      evaluator& evaluate, exact_edges& edges,
+                                      const exact_place& optimum, const optimality& o,
+                                      double extent) {
+  if (o.support.size() == 3) return {optimum.at()};
+  exact_xy along = o.support[0].direction;
+  if (o.support.size() == 2) {
+    along = optimum.slope(o.support[0].choice).turned_left();
+    if (optimum.rise_sign(along) > 0) along = opposite(along);
+  }
+  if (optimum.rise_sign(along) > 0) return {optimum.at()};
+  return face_walk(p, table, evaluate, edges, optimum.value(), extent).corners(optimum, along);
+}
+
+}  // namespace planloc::detail

@@ -1,0 +1,21 @@
+// All optima of a convex polyhedral problem, from one of them. Internal.
+#ifndef PLANLOC_OPTIMUM_CONVEX_OPTIMAL_FACE_H_
+#define PLANLOC_OPTIMUM_CONVEX_OPTIMAL_FACE_H_
+
+#include <vector>
+
+#include "planloc/optimum/exact/exact_place.h"
+
+namespace planloc::detail {
+
+// The corners of the set on which f has the value of `optimum`: one, two, or a polygon
+// counterclockwise. Empty if a corner could not be made out. `extent` is the size of the sites'
+// frame. REQUIRES: an order weight is positive; `o` is the test of `optimum` and has a support.
+std::vector<exact_xy> optimal_corners(const problem& p, const distance_table& table,
+                                      evaluator& evaluate, exact_edges& edges,
+                                      const exact_place& optimum, const optimality& o,
+                                      double extent);
+
+}  // namespace planloc::detail
+
+#endif  // PLANLOC_OPTIMUM_CONVEX_OPTIMAL_FACE_H_

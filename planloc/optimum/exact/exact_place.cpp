@@ -1,0 +1,483 @@
+#include "planloc/optimum/exact/exact_place.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "planloc/foundation/numeric/round_quotient.h"
+#include "planloc/optimum/exact/exact_sum.h"
+
+namespace planloc::detail {
+
+namespace {
+
+constexpr std::size_t kChunk = 64;
+constexpr std::size_t kJumpsToSplit = 12;
+
+double to_nearest(const mpq_class& q) { return round_quotient(q.get_num(), q.get_den()); }
+
+double largest(const xy& v) { return std::max(std::fabs(v.x), std::fabs(v.y)); }
+
+// a - b + rest, for |rest| far below |a|: the rounding of the difference is kept (Knuth 1969).
+double difference(double a, double b, double rest) {
+  const double d = a - b;
+  const double a_part = d + b;
+  const double lost = (a - a_part) - (b - (a_part - d));
+  return d + (lost + rest);
+}
+
+}  // namespace
+
+xy to_nearest(const exact_xy& p) { return {to_nearest(p.x), to_nearest(p.y)}; }
+
+exact_point to_text(const exact_xy& p) { return {p.x.get_str(), p.y.get_str()}; }
+
+exact_xy exact_slope::turned_left() const {
+  const mpz_class factor = gcd(x, y);
+  exact_xy v{mpq_class(-y / factor), mpq_class(x / factor)};
+  const std::size_t bits =
+      std::max(mpz_sizeinbase(v.x.get_num_mpz_t(), 2), mpz_sizeinbase(v.y.get_num_mpz_t(), 2));
+  mpq_div_2exp(v.x.get_mpq_t(), v.x.get_mpq_t(), bits);
+  mpq_div_2exp(v.y.get_mpq_t(), v.y.get_mpq_t(), bits);
+  return v;
+}
+
+int dot_sign(const exact_slope& s, const exact_xy& v) {
+  return sgn(mpz_class(s.x * v.x.get_num() * v.y.get_den() + s.y * v.y.get_num() * v.x.get_den()));
+}
+
+exact_edges::exact_edges(const distance_table& table)
+    : table_(table), normals_(table.edges.size()), made_(table.edges.size()) {}
+
+const exact_xy& exact_edges::normal(std::size_t edge) {
+  if (!made_[edge]) {
+    const auto block =
+        std::upper_bound(table_.blocks.begin(), table_.blocks.end(), edge,
+                         [](std::size_t e, const gauge_block& b) { return e < b.first_edge; }) -
+        1;
+    const std::size_t next =
+        edge + 1 == block->first_edge + block->edges ? block->first_edge : edge + 1;
+    const exact_xy a = to_exact(table_.edges[edge].from);
+    const exact_xy b = to_exact(table_.edges[next].from);
+    const mpq_class area = cross(a, b);
+    normals_[edge] = {(b.y - a.y) / area, (a.x - b.x) / area};
+    made_[edge] = true;
+  }
+  return normals_[edge];
+}
+
+// ----- What meets at the place -----
+
+exact_place::exact_place(const problem& p, const distance_table& table, exact_edges& edges,
+                         exact_xy at)
+    : problem_(p),
+      table_(table),
+      edges_(edges),
+      at_(std::move(at)),
+      rounded_(to_nearest(at_)),
+      edge_(table.size()),
+      distance_(table.size()),
+      error_(table.size()) {
+  find_edges();
+  if (p.runs().size() > 1) find_ranks();
+}
+
+const exact_xy& exact_place::normal(std::uint32_t slot, std::uint32_t edge) const {
+  return edges_.normal(table_.blocks[table_.block_of[slot]].first_edge + edge);
+}
+
+// Certain although u is rounded: each coordinate of u is off by at most 2^-52 |u| + 2^-104 |at|,
+// the cross product of a vertex v with it by 2 |v| times this and its own roundings, in maximum
+// norms.
+bool exact_place::surely_inside(const gauge_block& b, std::uint32_t edge, const xy& u) const {
+  const xy& v = table_.edges[b.first_edge + edge].from;
+  const xy& w = table_.edges[b.first_edge + (edge + 1 == b.edges ? 0 : edge + 1)].from;
+  const double bound = 0x1p-49 * largest(u) + 0x1p-100 * largest(rounded_);
+  return v.x * u.y - v.y * u.x > bound * largest(v) && u.x * w.y - u.y * w.x > bound * largest(w);
+}
+
+void exact_place::find_edges() {
+  const xy rest{to_nearest(mpq_class(at_.x - rounded_.x)),
+                to_nearest(mpq_class(at_.y - rounded_.y))};
+  for (std::uint32_t slot = 0; slot < table_.size(); ++slot) {
+    const gauge_block& b = table_.blocks[table_.block_of[slot]];
+    const site& s = site_of(slot);
+    const xy u{difference(rounded_.x, s.x, rest.x), difference(rounded_.y, s.y, rest.y)};
+    edge_[slot] = table_.active_edge(b, u);
+    if (!surely_inside(b, edge_[slot], u)) {
+      const tied_slot tie = exact_edges_of(slot);
+      edge_[slot] = tie.first_edge;
+      if (tie.edges > 1) tied_slots_.push_back(tie);
+    }
+    const xy& n = table_.edges[b.first_edge + edge_[slot]].normal;
+    const double w = table_.weight[slot];
+    distance_[slot] = w * (n.x * u.x + n.y * u.y);
+    error_[slot] = w * (std::fabs(n.x) + std::fabs(n.y)) *
+                   (0x1p-49 * largest(u) + 0x1p-100 * largest(rounded_));
+  }
+}
+
+exact_place::tied_slot exact_place::exact_edges_of(std::uint32_t slot) const {
+  const gauge_block& b = table_.blocks[table_.block_of[slot]];
+  const exact_xy u{at_.x - site_of(slot).x, at_.y - site_of(slot).y};
+  if (sgn(u.x) == 0 && sgn(u.y) == 0) return {slot, 0, b.edges};
+  std::vector<bool> holds(b.edges);
+  std::vector<int> side(b.edges);  // of u at each ray
+  for (std::uint32_t j = 0; j < b.edges; ++j) {
+    side[j] = sgn(cross(to_exact(table_.edges[b.first_edge + j].from), u));
+  }
+  for (std::uint32_t j = 0; j < b.edges; ++j)
+    holds[j] = side[j] >= 0 && side[(j + 1) % b.edges] <= 0;
+  std::uint32_t first = 0;
+  while (!(holds[first] && !holds[(first + b.edges - 1) % b.edges])) ++first;
+  return {slot, first, holds[(first + 1) % b.edges] ? 2U : 1U};
+}
+
+mpq_class exact_place::distance(std::size_t slot) const {
+  const auto s = static_cast<std::uint32_t>(slot);
+  const exact_xy u{at_.x - site_of(slot).x, at_.y - site_of(slot).y};
+  return dot(normal(s, edge_[slot]), u) * table_.weight[slot];
+}
+
+int exact_place::compare(std::uint32_t a, std::uint32_t b) const {
+  const double difference = distance_[a] - distance_[b];
+  const double doubt = 2 * (error_[a] + error_[b]);
+  if (difference > doubt) return 1;
+  if (difference < -doubt) return -1;
+  if (a == b) return 0;
+  return sgn(mpq_class(distance(a) - distance(b)));
+}
+
+void exact_place::find_ranks() {
+  order_.resize(table_.size());
+  for (std::uint32_t slot = 0; slot < order_.size(); ++slot) order_[slot] = slot;
+  const auto nearer = [this](std::uint32_t a, std::uint32_t b) { return compare(a, b) < 0; };
+  const std::span<const order_run> runs = problem_.runs();
+  std::vector<std::uint32_t> jumps{0};
+  for (const order_run& r : runs)
+    jumps.push_back(jumps.back() + static_cast<std::uint32_t>(r.count));
+  if (runs.size() > kJumpsToSplit) {
+    std::sort(order_.begin(), order_.end(), nearer);
+  } else {
+    for (std::size_t r = runs.size() - 1; r > 0; --r) {
+      std::nth_element(order_.begin(), order_.begin() + jumps[r], order_.begin() + jumps[r + 1],
+                       nearer);
+    }
+  }
+  // The slots at the distance of a jump come to stand next to it.
+  for (std::size_t r = 1; r + 1 < jumps.size(); ++r) {
+    const std::uint32_t boundary = order_[jumps[r]];
+    const auto tied = [&](std::uint32_t slot) { return compare(slot, boundary) == 0; };
+    const auto begin = std::partition(order_.begin() + jumps[r - 1], order_.begin() + jumps[r],
+                                      [&](std::uint32_t slot) { return !tied(slot); });
+    const auto end = std::partition(order_.begin() + jumps[r], order_.begin() + jumps[r + 1], tied);
+    const tied_ranks t{static_cast<std::uint32_t>(begin - order_.begin()),
+                       static_cast<std::uint32_t>(end - order_.begin())};
+    if (t.begin == jumps[r]) continue;
+    if (!tied_ranks_.empty() && tied_ranks_.back().end > t.begin) {
+      tied_ranks_.back().end = std::max(t.end, tied_ranks_.back().end);
+    } else {
+      tied_ranks_.push_back(t);
+    }
+  }
+}
+
+// ----- Values and slopes -----
+
+double exact_place::value() const {
+  if (order_.empty()) {
+    long double sum = 0;
+    for (const double d : distance_) sum += d;
+    return static_cast<double>(problem_.runs()[0].weight * sum);
+  }
+  long double sum = 0;
+  std::size_t k = 0;
+  for (const order_run& r : problem_.runs()) {
+    if (r.weight == 0) {
+      k += r.count;
+      continue;
+    }
+    for (const std::size_t end = k + r.count; k < end; ++k) {
+      sum += static_cast<long double>(r.weight) * distance_[order_[k]];
+    }
+  }
+  return static_cast<double>(sum);
+}
+
+mpq_class exact_place::exact_value() const {
+  // By edges, whose denominators have nothing in common.
+  struct load {
+    mpq_class weight, x, y;
+  };
+  std::vector<load> loads(table_.edges.size());
+  std::size_t k = 0;
+  for (const order_run& r : problem_.runs()) {
+    for (const std::size_t end = k + r.count; k < end; ++k) {
+      const std::size_t slot = order_.empty() ? k : order_[k];
+      const site& s = problem_.sites()[table_.site[slot]];
+      const mpq_class w = mpq_class(r.weight) * s.weight;
+      load& l = loads[table_.blocks[table_.block_of[slot]].first_edge + edge_[slot]];
+      l.weight += w;
+      l.x += w * s.x;
+      l.y += w * s.y;
+    }
+  }
+  mpq_class value;
+  for (std::size_t e = 0; e < loads.size(); ++e) {
+    const load& l = loads[e];
+    if (sgn(l.weight) == 0) continue;
+    value += dot(edges_.normal(e), {l.weight * at_.x - l.x, l.weight * at_.y - l.y});
+  }
+  return value;
+}
+
+piece_choice exact_place::choose(const exact_xy& u) const {
+  piece_choice c{edge_, {}};
+  for (const tied_slot& t : tied_slots_) {
+    const std::uint32_t edges = table_.blocks[table_.block_of[t.slot]].edges;
+    mpq_class most = dot(normal(t.slot, t.first_edge), u);
+    for (std::uint32_t k = 1; k < t.edges; ++k) {
+      const std::uint32_t e = (t.first_edge + k) % edges;
+      const mpq_class rise = dot(normal(t.slot, e), u);
+      if (rise <= most) continue;
+      most = rise;
+      c.edge[t.slot] = e;
+    }
+  }
+  if (order_.empty()) return c;
+  c.rank.resize(order_.size());
+  for (std::uint32_t k = 0; k < order_.size(); ++k) c.rank[order_[k]] = k;
+  for (const tied_ranks& t : tied_ranks_) {
+    std::vector<std::pair<mpq_class, std::uint32_t>> rises;
+    for (std::uint32_t k = t.begin; k < t.end; ++k) {
+      const std::uint32_t slot = order_[k];
+      rises.emplace_back(dot(normal(slot, c.edge[slot]), u) * table_.weight[slot], slot);
+    }
+    std::sort(rises.begin(), rises.end());
+    for (std::uint32_t k = t.begin; k < t.end; ++k) c.rank[rises[k - t.begin].second] = k;
+  }
+  return c;
+}
+
+namespace {
+
+// The order weight of each slot under a choice of ranks.
+class slot_weights {
+ public:
+  slot_weights(const problem& p, const piece_choice& c) : choice_(c), only_(p.runs()[0].weight) {
+    if (c.rank.empty()) return;
+    for (const order_run& r : p.runs()) by_rank_.insert(by_rank_.end(), r.count, r.weight);
+  }
+  double operator()(std::size_t slot) const {
+    return choice_.rank.empty() ? only_ : by_rank_[choice_.rank[slot]];
+  }
+
+ private:
+  const piece_choice& choice_;
+  double only_;
+  std::vector<double> by_rank_;
+};
+
+}  // namespace
+
+exact_slope exact_place::slope(const piece_choice& c) const {
+  std::vector<dyadic_sum> load(table_.edges.size());
+  const slot_weights lambda(problem_, c);
+  for (std::size_t slot = 0; slot < table_.size(); ++slot) {
+    load[table_.blocks[table_.block_of[slot]].first_edge + c.edge[slot]].add(lambda(slot),
+                                                                             table_.weight[slot]);
+  }
+  fraction_sum x;
+  fraction_sum y;
+  for (std::size_t e = 0; e < load.size(); ++e) {
+    const mpq_class l = load[e].value();
+    if (sgn(l) == 0) continue;
+    x.add(l, edges_.normal(e).x);
+    y.add(l, edges_.normal(e).y);
+  }
+  const fraction_sum::quotient fx = x.value();
+  const fraction_sum::quotient fy = y.value();
+  return {fx.numerator * fy.denominator, fy.numerator * fx.denominator,
+          fx.denominator * fy.denominator};
+}
+
+// A normal is off by 2^-50 of itself; a product adds two roundings, a sum of k terms k - 1, in
+// units of 2^-53 of the sum of the magnitudes: with chunks of 64 terms less than 2^-46 of it in
+// all.
+exact_place::rounded_slope exact_place::slope_in_doubles(const piece_choice& c) const {
+  const slot_weights lambda(problem_, c);
+  long double x = 0;
+  long double y = 0;
+  double size = 0;
+  for (std::size_t begin = 0; begin < table_.size(); begin += kChunk) {
+    double part_x = 0;
+    double part_y = 0;
+    double part_size = 0;
+    for (std::size_t slot = begin; slot < std::min(begin + kChunk, table_.size()); ++slot) {
+      const double l = lambda(slot) * table_.weight[slot];
+      const xy& n =
+          table_.edges[table_.blocks[table_.block_of[slot]].first_edge + c.edge[slot]].normal;
+      part_x += l * n.x;
+      part_y += l * n.y;
+      part_size += l * (std::fabs(n.x) + std::fabs(n.y));
+    }
+    x += part_x;
+    y += part_y;
+    size += part_size;
+  }
+  return {{static_cast<double>(x), static_cast<double>(y)}, 0x1p-45 * size};
+}
+
+// ----- Optimality -----
+
+namespace {
+
+using rounded_slope = exact_place::rounded_slope;
+
+// Whether the origin is surely inside the triangle, and then its barycentric coordinates.
+bool surely_around_origin(const std::array<rounded_slope, 3>& s, std::array<double, 3>& share) {
+  int sign = 0;
+  double total = 0;
+  for (std::size_t k = 0; k < 3; ++k) {
+    const rounded_slope& a = s[(k + 1) % 3];
+    const rounded_slope& b = s[(k + 2) % 3];
+    const double cross = a.slope.x * b.slope.y - a.slope.y * b.slope.x;
+    const double doubt =
+        2 * (a.error * (std::fabs(b.slope.x) + std::fabs(b.slope.y) + 2 * b.error) +
+             b.error * (std::fabs(a.slope.x) + std::fabs(a.slope.y))) +
+        0x1p-50 * (std::fabs(a.slope.x * b.slope.y) + std::fabs(a.slope.y * b.slope.x));
+    if (!(std::fabs(cross) > doubt)) return false;
+    const int this_sign = cross > 0 ? 1 : -1;
+    if (sign == 0) sign = this_sign;
+    if (this_sign != sign) return false;
+    share[k] = cross;
+    total += cross;
+  }
+  for (double& v : share) v /= total;
+  return true;
+}
+
+struct origin_test {
+  std::vector<std::pair<std::size_t, double>> support;  // slope and multiplier
+  exact_xy separating;                                  // slope . separating < 0 for all
+};
+
+// The cross and dot product but for the positive denominators.
+mpz_class cross(const exact_slope& a, const exact_slope& b) { return a.x * b.y - a.y * b.x; }
+mpz_class dot(const exact_slope& a, const exact_slope& b) { return a.x * b.x + a.y * b.y; }
+
+bool is_zero(const exact_slope& s) { return sgn(s.x) == 0 && sgn(s.y) == 0; }
+
+double share_of(const mpz_class& part, const mpz_class& total) {
+  return round_quotient(part, total);
+}
+
+// The multipliers that make two opposite slopes cancel.
+origin_test balanced(const std::vector<exact_slope>& s, std::size_t a, std::size_t b) {
+  const mpz_class of_a = (abs(s[b].x) + abs(s[b].y)) * s[a].denominator;
+  const mpz_class of_b = (abs(s[a].x) + abs(s[a].y)) * s[b].denominator;
+  const mpz_class total = of_a + of_b;
+  return {{{a, share_of(of_a, total)}, {b, share_of(of_b, total)}}, {}};
+}
+
+// A direction in which all slopes fall; they lie within less than half a turn, a the rightmost and
+// b the leftmost.
+exact_xy falling_direction(const std::vector<exact_slope>& s, std::size_t a, std::size_t b) {
+  const auto unit = [](const exact_slope& v) {
+    const mpz_class size = abs(v.x) + abs(v.y);
+    return xy{round_quotient(v.x, size), round_quotient(v.y, size)};
+  };
+  // Rounded where that will do, since every later number grows with it.
+  const xy ua = unit(s[a]);
+  const xy ub = unit(s[b]);
+  const exact_xy rounded = to_exact({-(ua.x + ub.x), -(ua.y + ub.y)});
+  if (dot_sign(s[a], rounded) < 0 && dot_sign(s[b], rounded) < 0) return rounded;
+  if (sgn(cross(s[a], s[b])) == 0) {
+    const exact_xy ta = s[a].turned_left();
+    return {-ta.y, ta.x};  // turned on, to the opposite
+  }
+  const exact_xy ta = s[a].turned_left();  // rises with b, level with a
+  const exact_xy tb = s[b].turned_left();  // falls with a, level with b
+  return {tb.x - ta.x, tb.y - ta.y};
+}
+
+origin_test locate_origin(const std::vector<exact_slope>& s) {
+  const std::size_t n = s.size();
+  for (std::size_t a = 0; a < n; ++a) {
+    if (is_zero(s[a])) return {{{a, 1}}, {}};
+  }
+  for (std::size_t a = 0; a < n; ++a) {
+    for (std::size_t b = a + 1; b < n; ++b) {
+      if (sgn(cross(s[a], s[b])) == 0 && sgn(dot(s[a], s[b])) < 0) return balanced(s, a, b);
+    }
+  }
+  for (std::size_t a = 0; a < n; ++a) {
+    for (std::size_t b = a + 1; b < n; ++b) {
+      const mpz_class ab = cross(s[a], s[b]);
+      for (std::size_t c = b + 1; c < n && sgn(ab) != 0; ++c) {
+        const mpz_class bc = cross(s[b], s[c]);
+        const mpz_class ca = cross(s[c], s[a]);
+        if (sgn(bc) != sgn(ab) || sgn(ca) != sgn(ab)) continue;
+        const mpz_class of_a = bc * s[a].denominator;
+        const mpz_class of_b = ca * s[b].denominator;
+        const mpz_class of_c = ab * s[c].denominator;
+        const mpz_class total = of_a + of_b + of_c;
+        return {
+            {{a, share_of(of_a, total)}, {b, share_of(of_b, total)}, {c, share_of(of_c, total)}},
+            {}};
+      }
+    }
+  }
+  std::size_t right = 0;
+  std::size_t left = 0;
+  for (std::size_t k = 1; k < n; ++k) {
+    if (sgn(cross(s[right], s[k])) < 0) right = k;
+    if (sgn(cross(s[left], s[k])) > 0) left = k;
+  }
+  return {{}, falling_direction(s, right, left)};
+}
+
+}  // namespace
+
+optimality test_optimality(const exact_place& place, const std::vector<xy>& first) {
+  std::vector<exact_xy> directions;
+  for (const xy& u : first) {
+    if (u.x != 0 || u.y != 0) directions.push_back(to_exact(u));
+  }
+  if (directions.empty()) directions.push_back({1, 0});
+  std::vector<piece_choice> choices;
+  for (const exact_xy& u : directions) choices.push_back(place.choose(u));
+  optimality result;
+  if (choices.size() == 3) {
+    std::array<double, 3> share{};
+    if (surely_around_origin(
+            {place.slope_in_doubles(choices[0]), place.slope_in_doubles(choices[1]),
+             place.slope_in_doubles(choices[2])},
+            share)) {
+      for (std::size_t k = 0; k < 3; ++k) {
+        result.support.push_back({share[k], std::move(choices[k]), directions[k]});
+      }
+      return result;
+    }
+  }
+  std::vector<exact_slope> slopes;
+  for (const piece_choice& c : choices) slopes.push_back(place.slope(c));
+  for (;;) {
+    const origin_test t = locate_origin(slopes);
+    for (const auto& [k, share] : t.support) {
+      result.support.push_back({share, std::move(choices[k]), directions[k]});
+    }
+    if (!result.support.empty()) return result;
+    piece_choice next = place.choose(t.separating);
+    exact_slope slope = place.slope(next);
+    if (dot_sign(slope, t.separating) < 0) {
+      result.descent = t.separating;
+      return result;
+    }
+    choices.push_back(std::move(next));
+    slopes.push_back(std::move(slope));
+    directions.push_back(t.separating);
+  }
+}
+
+}  // namespace planloc::detail

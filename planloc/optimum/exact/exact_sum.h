@@ -1,0 +1,82 @@
+// Sums without loss. Internal.
+#ifndef PLANLOC_OPTIMUM_EXACT_EXACT_SUM_H_
+#define PLANLOC_OPTIMUM_EXACT_EXACT_SUM_H_
+
+#include <gmpxx.h>
+
+#include <cmath>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+namespace planloc::detail {
+
+// A sum of products of doubles: an integer times a power of 2.
+class dyadic_sum {
+ public:
+  void add(double a, double b) {
+    if (a == 0 || b == 0) return;
+    int ea = 0;
+    int eb = 0;
+    const auto ma = static_cast<long>(std::ldexp(std::frexp(a, &ea), 53));
+    const auto mb = static_cast<long>(std::ldexp(std::frexp(b, &eb), 53));
+    term_ = ma;
+    term_ *= mb;
+    const int exponent = ea + eb - 106;
+    if (exponent < exponent_) {
+      if (sgn(total_) != 0) total_ <<= static_cast<unsigned>(exponent_ - exponent);
+      exponent_ = exponent;
+    }
+    term_ <<= static_cast<unsigned>(exponent - exponent_);
+    total_ += term_;
+  }
+
+  mpq_class value() const {
+    mpq_class v(total_);
+    if (exponent_ < 0) {
+      mpq_div_2exp(v.get_mpq_t(), v.get_mpq_t(), static_cast<mp_bitcnt_t>(-exponent_));
+    } else {
+      mpq_mul_2exp(v.get_mpq_t(), v.get_mpq_t(), static_cast<mp_bitcnt_t>(exponent_));
+    }
+    return v;
+  }
+
+ private:
+  int exponent_ = 0;
+  mpz_class total_;
+  mpz_class term_;
+};
+
+// The sum of factor[k] * fraction[k]. By halves, and put in lowest terms once at the end: the
+// denominators of many different gauges have nothing in common, so a running total would drag the
+// product of all so far through every step, and look for common factors in vain.
+class fraction_sum {
+ public:
+  void add(const mpq_class& factor, const mpq_class& fraction) {
+    numerators_.emplace_back(factor.get_num() * fraction.get_num());
+    denominators_.emplace_back(factor.get_den() * fraction.get_den());
+  }
+
+  struct quotient {
+    mpz_class numerator, denominator;  // not in lowest terms; the denominator is positive
+  };
+  quotient value() {
+    if (numerators_.empty()) return {0, 1};
+    for (std::size_t width = 1; width < numerators_.size(); width *= 2) {
+      for (std::size_t k = 0; k + width < numerators_.size(); k += 2 * width) {
+        numerators_[k] *= denominators_[k + width];
+        numerators_[k] += numerators_[k + width] * denominators_[k];
+        denominators_[k] *= denominators_[k + width];
+      }
+    }
+    return {std::move(numerators_[0]), std::move(denominators_[0])};
+  }
+
+ private:
+  std::vector<mpz_class> numerators_;
+  std::vector<mpz_class> denominators_;
+};
+
+}  // namespace planloc::detail
+
+#endif  // PLANLOC_OPTIMUM_EXACT_EXACT_SUM_H_

@@ -1,0 +1,66 @@
+// A cell of a polyhedral problem solved without loss: f is linear between the lines on which the
+// piece of a site or the order of two sites changes, so its least value on the cell is at a
+// crossing of two of them, of one with the border, or at a corner. Internal.
+#ifndef PLANLOC_OPTIMUM_GENERAL_EXACT_CLOSE_H_
+#define PLANLOC_OPTIMUM_GENERAL_EXACT_CLOSE_H_
+
+#include <gmpxx.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include "planloc/optimum/exact/exact_place.h"
+#include "planloc/optimum/general/triangle_cell.h"
+
+namespace planloc::detail {
+
+// a . x == right, with the first coefficient of a that is not 0 being 1, so that equal lines have
+// equal numbers.
+struct exact_line {
+  exact_xy normal;
+  mpq_class right;
+
+  friend bool operator==(const exact_line&, const exact_line&) = default;
+};
+
+class exact_closer {
+ public:
+  exact_closer(const problem& p, const distance_table& table);
+
+  // The distinct break lines that cross the cell; nothing if there are more than `limit`.
+  std::optional<std::vector<exact_line>> lines(const cell& c, std::size_t limit);
+
+  // The places of the cell, relative to the base, at which f can be least, but for those whose
+  // roundings are not promising.
+  static std::vector<exact_xy> vertices(const triangle& t, const std::vector<exact_line>& lines,
+                                        const std::function<bool(const xy&)>& promising);
+
+  // f at a place relative to the base.
+  mpq_class value(const exact_xy& at);
+
+ private:
+  struct pieces {
+    std::uint32_t slot;
+    std::vector<std::uint32_t> edges;  // in force somewhere on the cell; a few more do no harm
+  };
+
+  pieces pieces_on(const cell& c, std::uint32_t slot, std::vector<exact_line>& lines);
+  void add_ray(const cell& c, std::uint32_t slot, const xy& direction,
+               std::vector<exact_line>& lines, bool& crosses);
+  void add_bisectors(const cell& c, const pieces& a, const pieces& b,
+                     std::vector<exact_line>& lines);
+  exact_xy position(std::uint32_t slot) const;
+  exact_xy absolute(const exact_xy& at) const;
+
+  const problem& problem_;
+  const distance_table& table_;
+  exact_edges edges_;
+  std::vector<std::uint32_t> same_as_;  // the first slot with equal place, weight and gauge
+};
+
+}  // namespace planloc::detail
+
+#endif  // PLANLOC_OPTIMUM_GENERAL_EXACT_CLOSE_H_

@@ -1,0 +1,70 @@
+#include "planloc/optimum/general/search_tree.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace planloc::detail {
+
+namespace {
+
+bool later(const std::unique_ptr<cell>& a, const std::unique_ptr<cell>& b) {
+  return a->bound > b->bound || (a->bound == b->bound && a->node > b->node);
+}
+
+}  // namespace
+
+std::unique_ptr<cell> search_tree::root(const problem& p, const triangle& t) {
+  auto c = std::make_unique<cell>();
+  c->corners = t;
+  c->node = static_cast<std::uint32_t>(nodes_.size());
+  c->undecided.resize(p.sites().size());
+  std::iota(c->undecided.begin(), c->undecided.end(), 0U);
+  c->runs.assign(p.runs().begin(), p.runs().end());
+  roots_.push_back(c->node);
+  nodes_.push_back({reason::bound, 0});
+  return c;
+}
+
+std::pair<std::unique_ptr<cell>, std::unique_ptr<cell>> search_tree::split(
+    std::unique_ptr<cell> c) {
+  const auto first = static_cast<std::uint32_t>(nodes_.size());
+  nodes_[c->node] = {reason::halved, first};
+  nodes_.push_back({reason::bound, 0});
+  nodes_.push_back({reason::bound, 0});
+  const auto [one, other] = halves(c->corners);
+  ++c->depth;
+  auto copy = std::make_unique<cell>(*c);
+  c->corners = one;
+  c->node = first;
+  copy->corners = other;
+  copy->node = first + 1;
+  return {std::move(c), std::move(copy)};
+}
+
+void search_tree::push(std::unique_ptr<cell> c) {
+  open_.push_back(std::move(c));
+  std::push_heap(open_.begin(), open_.end(), later);
+}
+
+std::unique_ptr<cell> search_tree::pop() {
+  std::pop_heap(open_.begin(), open_.end(), later);
+  std::unique_ptr<cell> c = std::move(open_.back());
+  open_.pop_back();
+  return c;
+}
+
+std::vector<search_tree::reason> search_tree::reasons() const {
+  std::vector<reason> result;
+  std::vector<std::uint32_t> left(roots_.rbegin(), roots_.rend());
+  while (!left.empty()) {
+    const node& n = nodes_[left.back()];
+    left.pop_back();
+    result.push_back(n.why);
+    if (n.first_child == 0) continue;
+    left.push_back(n.first_child + 1);
+    left.push_back(n.first_child);
+  }
+  return result;
+}
+
+}  // namespace planloc::detail

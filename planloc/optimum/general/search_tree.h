@@ -1,0 +1,47 @@
+// The tree of a branch and bound over triangles, and its open cells by their bounds. Internal.
+#ifndef PLANLOC_OPTIMUM_GENERAL_SEARCH_TREE_H_
+#define PLANLOC_OPTIMUM_GENERAL_SEARCH_TREE_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "planloc/optimum/general/triangle_cell.h"
+#include "planloc/optimum/solution.h"
+
+namespace planloc::detail {
+
+class search_tree {
+ public:
+  using reason = branch_certificate::reason;
+
+  // The whole problem on a triangle.
+  std::unique_ptr<cell> root(const problem& p, const triangle& t);
+  // Two nodes below that of the cell; the cells inherit what is decided.
+  std::pair<std::unique_ptr<cell>, std::unique_ptr<cell>> split(std::unique_ptr<cell> c);
+  void close(const cell& c, reason r) { nodes_[c.node].why = r; }
+
+  void push(std::unique_ptr<cell> c);
+  // The open cell with the least bound; of equal ones the one that is older in the tree.
+  std::unique_ptr<cell> pop();
+  bool empty() const { return open_.empty(); }
+  std::size_t open() const { return open_.size(); }
+  double least_bound() const { return open_.front()->bound; }
+
+  std::vector<reason> reasons() const;
+
+ private:
+  struct node {
+    reason why;
+    std::uint32_t first_child;  // of two; 0 for a leaf
+  };
+
+  std::vector<node> nodes_;
+  std::vector<std::uint32_t> roots_;
+  std::vector<std::unique_ptr<cell>> open_;  // a heap
+};
+
+}  // namespace planloc::detail
+
+#endif  // PLANLOC_OPTIMUM_GENERAL_SEARCH_TREE_H_

@@ -1,0 +1,108 @@
+// Cells of the branch and bound over triangles: what is decided of the sites on a cell, and a lower
+// bound of f on it. Internal.
+//
+// Places are relative to the base of the distance table. A segment is a triangle whose last two
+// corners are equal.
+#ifndef PLANLOC_OPTIMUM_GENERAL_TRIANGLE_CELL_H_
+#define PLANLOC_OPTIMUM_GENERAL_TRIANGLE_CELL_H_
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <utility>
+#include <vector>
+
+#include "planloc/optimum/evaluate.h"
+
+namespace planloc::detail {
+
+using triangle = std::array<xy, 3>;
+
+// The two halves of a right isosceles triangle (corner 0 at the right angle), or of a segment.
+// Exact while the coordinates have bits left.
+std::pair<triangle, triangle> halves(const triangle& t);
+
+struct decided_site {
+  std::uint32_t slot;
+  double lambda;
+};
+
+// The sum of the sites that are linear on a cell and whose order weight is decided.
+struct affine_sum {
+  double at_base = 0;
+  xy slope{0, 0};
+  double size_at_base = 0;  // the same of the terms' magnitudes
+  double steepness = 0;
+};
+
+struct cell {
+  triangle corners;
+  std::uint32_t node = 0;  // of the search tree
+  int depth = 0;
+  double bound = -std::numeric_limits<double>::infinity();
+  double size = 0;  // of the terms: what roundings are measured by
+  affine_sum folded;
+  std::vector<decided_site> decided;     // but not linear on the cell
+  std::vector<std::uint32_t> undecided;  // slots
+  std::vector<order_run> runs;           // for the undecided ones
+};
+
+// Scratch for bounds; one a thread.
+class cell_bounder {
+ public:
+  explicit cell_bounder(const distance_table& table) : table_(table) {}
+
+  // Decides what can be decided on the cell, then sets its bound to the larger of
+  //   - the least value on it of planes below the convex part of f less what interpolates the
+  //     concave part at the corners (d.c. programming, Tuy), and
+  //   - the sum of order weights times sorted bounds of the distances.
+  void process(cell& c);
+
+  // f at the centroid of the cell that was processed last.
+  const evaluation& at_centroid() const { return centroid_; }
+
+  // f at a place of the cell, from what is decided on it.
+  double value(const cell& c, const xy& at);
+
+ private:
+  static constexpr std::size_t kPoints = 4;                   // the centroid and the corners
+  using planes = std::array<std::array<double, 3>, kPoints>;  // by point and corner
+
+  struct site_view {
+    std::uint32_t slot;
+    std::array<double, kPoints> value;  // at the points
+    planes tangent;                     // taken at the points, at the corners
+    xy slope;                           // at the centroid
+    double lower, upper;                // on the cell
+    std::uint32_t first_run, last_run;
+    bool linear;
+  };
+
+  site_view look(std::uint32_t slot) const;
+  void find_limits(const std::vector<order_run>& runs);
+  void decide(cell& c);
+  void keep(cell& c, const site_view& v, double lambda);
+  void add_rest(const cell& c);
+  void add_undecided(const cell& c);
+  double interval_sum(const cell& c);
+  void substitute(const cell& c);
+
+  const distance_table& table_;
+  std::array<xy, kPoints> points_{};
+  std::vector<site_view> undecided_;
+  std::vector<site_view> decided_;  // beside cell::decided
+  std::vector<double> lowers_, uppers_;
+  std::vector<double> reached_, left_behind_;  // by jump of the order weights
+  std::vector<double> rising_, falling_;       // order weights of the convex and the concave part
+  std::vector<std::uint32_t> order_;
+  planes rows_{};
+  evaluation centroid_{};
+};
+
+// The largest of the least values over the columns of all convex combinations of rows.
+double best_mixture(const std::array<std::array<double, 3>, 4>& rows);
+
+}  // namespace planloc::detail
+
+#endif  // PLANLOC_OPTIMUM_GENERAL_TRIANGLE_CELL_H_

@@ -1,0 +1,91 @@
+// Intervals of doubles that hold the exact result: every operation rounds outwards. Internal to
+// `verify`.
+#ifndef PLANLOC_OPTIMUM_PROOF_INTERVAL_H_
+#define PLANLOC_OPTIMUM_PROOF_INTERVAL_H_
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace planloc::detail {
+
+struct interval {
+  double low = 0;
+  double high = 0;
+
+  interval() = default;
+  interval(double exact) : low(exact), high(exact) {}
+  interval(double l, double h) : low(l), high(h) {}
+};
+
+inline double below(double d) {
+  return std::nextafter(d, -std::numeric_limits<double>::infinity());
+}
+inline double above(double d) { return std::nextafter(d, std::numeric_limits<double>::infinity()); }
+
+// Ends that are already rounded, moved outwards. Undefined operations, such as infinity - infinity,
+// give the whole line.
+inline interval widened(double low, double high) {
+  if (std::isnan(low) || std::isnan(high)) {
+    return {-std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity()};
+  }
+  return {below(low), above(high)};
+}
+
+inline bool is_zero(const interval& a) { return a.low == 0 && a.high == 0; }
+
+inline interval operator-(const interval& a) { return {-a.high, -a.low}; }
+inline interval operator+(const interval& a, const interval& b) {
+  if (is_zero(a)) return b;
+  if (is_zero(b)) return a;
+  return widened(a.low + b.low, a.high + b.high);
+}
+inline interval operator-(const interval& a, const interval& b) {
+  return widened(a.low - b.high, a.high - b.low);
+}
+inline interval operator*(const interval& a, const interval& b) {
+  if (is_zero(a) || is_zero(b)) return 0;
+  const double p = a.low * b.low;
+  const double q = a.low * b.high;
+  const double r = a.high * b.low;
+  const double s = a.high * b.high;
+  if (std::isnan(p) || std::isnan(q) || std::isnan(r) || std::isnan(s)) return widened(NAN, NAN);
+  return widened(std::min({p, q, r, s}), std::max({p, q, r, s}));
+}
+// REQUIRES: b.low > 0.
+inline interval operator/(const interval& a, const interval& b) {
+  if (is_zero(a)) return 0;
+  const auto [low, high] =
+      std::minmax({a.low / b.low, a.low / b.high, a.high / b.low, a.high / b.high});
+  return widened(low, high);
+}
+
+// Of the part that is not negative.
+inline interval sqrt(const interval& a) {
+  if (is_zero(a)) return 0;
+  return {std::max(0.0, below(std::sqrt(std::max(0.0, a.low)))),
+          above(std::sqrt(std::max(0.0, a.high)))};
+}
+
+inline interval magnitude(const interval& a) {
+  if (a.low >= 0) return a;
+  if (a.high <= 0) return -a;
+  return {0, std::max(-a.low, a.high)};
+}
+
+inline interval square(const interval& a) {
+  if (is_zero(a)) return 0;
+  const interval m = magnitude(a);
+  return {std::max(0.0, below(m.low * m.low)), above(m.high * m.high)};
+}
+
+inline interval larger(const interval& a, const interval& b) {
+  return {std::max(a.low, b.low), std::max(a.high, b.high)};
+}
+
+// a^e for 0 <= a and e > 0, from series of its own: no library promises its `pow` to the last bit.
+interval power(const interval& a, const interval& e);
+
+}  // namespace planloc::detail
+
+#endif  // PLANLOC_OPTIMUM_PROOF_INTERVAL_H_

@@ -1,0 +1,346 @@
+#include "planloc/optimum/proof/leaf_walk.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <numeric>
+#include <string>
+
+namespace planloc::detail {
+
+// ----- Walk -----
+
+void leaf_walk::walk(const corners& root) {
+  triangle_state t;
+  t.at = root;
+  const problem& p = sites_.owner();
+  t.undecided.resize(p.sites().size());
+  std::iota(t.undecided.begin(), t.undecided.end(), 0U);
+  t.runs.assign(p.runs().begin(), p.runs().end());
+  visit(std::move(t));
+}
+
+namespace {
+
+xy middle_of(const xy& a, const xy& b) {
+  const xy m{a.x + (b.x - a.x) / 2, a.y + (b.y - a.y) / 2};
+  if (mpq_class(a.x) + mpq_class(b.x) != 2 * mpq_class(m.x) ||
+      mpq_class(a.y) + mpq_class(b.y) != 2 * mpq_class(m.y)) {
+    refuse("triangles too small to be halved exactly");
+  }
+  return m;
+}
+
+std::pair<triangle_state, triangle_state> halves_of(triangle_state t) {
+  triangle_state other = t;
+  if (t.at[1] == t.at[2]) {
+    const xy m = middle_of(t.at[0], t.at[1]);
+    other.at = {t.at[1], m, m};
+    t.at = {t.at[0], m, m};
+  } else {
+    const xy m = middle_of(t.at[1], t.at[2]);
+    other.at = {m, t.at[2], t.at[0]};
+    t.at = {m, t.at[0], t.at[1]};
+  }
+  return {std::move(t), std::move(other)};
+}
+
+}  // namespace
+
+void leaf_walk::visit(triangle_state t) {
+  if (next_ == reasons_.size()) refuse("triangles without a reason");
+  name_ = next_;
+  const reason why = reasons_[next_++];
+  if (why == reason::bound) return prove_by_bound(std::move(t), 0);
+  const std::size_t linear_above = linear_.size();
+  look(t);
+  if (why == reason::exact) {
+    check_exactly(t);
+  } else if (why == reason::halved) {
+    auto [one, other] = halves_of(std::move(t));
+    visit(std::move(one));
+    visit(std::move(other));
+  } else {
+    refuse("triangle " + std::to_string(name_) + ": no such reason");
+  }
+  linear_.resize(linear_above);
+}
+
+// Where several sites tie at a corner, planes may be chosen otherwise than the search did, and be
+// worse: others, taken off the corners, or its halves may then still prove what the triangle does
+// not.
+void leaf_walk::prove_by_bound(triangle_state t, int halvings) {
+  const std::size_t linear_above = linear_.size();
+  const auto proved = [&] { return mpq_class(bound(t)) >= least_; };
+  look(t);
+  bool done = proved();
+  if (!done) {
+    look(t, kInwards);
+    done = proved();
+  }
+  if (!done) {
+    if (halvings == kMostHalvings)
+      refuse("triangle " + std::to_string(name_) + ": its bound is too low");
+    auto [one, other] = halves_of(std::move(t));
+    prove_by_bound(std::move(one), halvings + 1);
+    prove_by_bound(std::move(other), halvings + 1);
+  }
+  linear_.resize(linear_above);
+}
+
+// ----- Sites on a triangle -----
+
+leaf_walk::site_on_triangle leaf_walk::view(const triangle_state& t, std::uint32_t site) const {
+  site_on_triangle v{};
+  v.site = site;
+  v.upper = 0;
+  v.lower = 0;
+  for (std::size_t m = 0; m < 3; ++m) {
+    v.value[m] = sites_.distance(site, exactly(t.at[m]));
+    v.upper = std::max(v.upper, v.value[m].high);
+  }
+  for (std::size_t j = 0; j < kPoints; ++j) {
+    const interval_pair slope = sites_.slope(site, points_[j]);
+    double least = std::numeric_limits<double>::infinity();
+    for (std::size_t m = 0; m < 3; ++m) {
+      v.tangent[j][m] = dot(slope, sites_.offset(site, exactly(t.at[m])));
+      least = std::min(least, v.tangent[j][m].low);
+    }
+    v.lower = std::max(v.lower, least);
+    v.height[j] = dot(slope, sites_.offset(site, exactly(points_[j]))).low;
+  }
+  return v;
+}
+
+// Tangents are taken at the centroid and the corners, or, where sites may tie there, somewhat off.
+void leaf_walk::look(triangle_state& t, double inwards) {
+  points_ = {xy{(t.at[0].x + t.at[1].x + t.at[2].x) / 3, (t.at[0].y + t.at[1].y + t.at[2].y) / 3},
+             t.at[0], t.at[1], t.at[2]};
+  const xy middle = points_[0];
+  for (std::size_t m = 1; m < kPoints; ++m) {
+    points_[m].x += inwards * (middle.x - points_[m].x);
+    points_[m].y += inwards * (middle.y - points_[m].y);
+  }
+  points_[0].x += inwards * (t.at[0].x - middle.x);
+  points_[0].y += inwards * (t.at[0].y - middle.y);
+  undecided_.clear();
+  decided_.clear();
+  for (const std::uint32_t i : t.undecided) undecided_.push_back(view(t, i));
+  const auto before = std::move(t.decided);
+  t.decided.clear();
+  for (const auto& d : before) keep(t, view(t, d.site), d.lambda);
+  decide(t);
+}
+
+// A site has at least as many others below it as have their largest value below its least one, and
+// correspondingly above.
+void leaf_walk::decide(triangle_state& t) {
+  if (undecided_.empty()) return;
+  std::vector<double> lower, upper;
+  for (const site_on_triangle& v : undecided_) {
+    lower.push_back(v.lower);
+    upper.push_back(v.upper);
+  }
+  std::sort(lower.begin(), lower.end());
+  std::sort(upper.begin(), upper.end());
+  const auto run_at = [&](std::size_t rank) {
+    std::uint32_t r = 0;
+    while (rank >= t.runs[r].count) rank -= t.runs[r++].count;
+    return r;
+  };
+  std::vector<order_run> left = t.runs;
+  std::vector<site_on_triangle> open;
+  t.undecided.clear();
+  for (site_on_triangle& v : undecided_) {
+    const auto below_it = std::lower_bound(upper.begin(), upper.end(), v.lower) - upper.begin();
+    const auto above_it = lower.end() - std::upper_bound(lower.begin(), lower.end(), v.upper);
+    v.first_run = run_at(static_cast<std::size_t>(below_it));
+    v.last_run = run_at(lower.size() - 1 - static_cast<std::size_t>(above_it));
+    if (v.first_run == v.last_run) {
+      --left[v.first_run].count;
+      keep(t, v, t.runs[v.first_run].weight);
+      continue;
+    }
+    t.undecided.push_back(v.site);
+    open.push_back(v);
+    // f rises with a distance whose order weights are not negative: the tangent stands for it.
+    bool rises = true;
+    bool falls = true;
+    for (std::uint32_t r = v.first_run; r <= v.last_run; ++r) {
+      rises = rises && t.runs[r].weight >= 0;
+      falls = falls && t.runs[r].weight <= 0;
+    }
+    if (!rises && !falls) continue;
+    site_on_triangle& w = open.back();
+    if (rises) w.value = w.tangent[0];
+    w.tangent.fill(w.value);
+    w.height = {(w.value[0].low + w.value[1].low + w.value[2].low) / 3, w.value[0].low,
+                w.value[1].low, w.value[2].low};
+  }
+  undecided_ = std::move(open);
+  t.runs.clear();
+  for (const order_run& r : left) {
+    if (r.count == 0) continue;
+    if (!t.runs.empty() && t.runs.back().weight == r.weight) {
+      t.runs.back().count += r.count;
+    } else {
+      t.runs.push_back(r);
+    }
+  }
+}
+
+void leaf_walk::keep(triangle_state& t, const site_on_triangle& v, double lambda) {
+  if (lambda == 0) return;
+  if (sites_.polyhedral(v.site)) {
+    const std::size_t edge = sites_.likely_edge(v.site, points_[0]);
+    if (std::all_of(t.at.begin(), t.at.end(),
+                    [&](const xy& c) { return sites_.in_cone(v.site, edge, c); })) {
+      const interval_pair n = sites_.weighted_normal(v.site, edge);
+      const interval l(lambda);
+      t.sum_at_base = t.sum_at_base + l * dot(n, sites_.offset(v.site, exactly({0, 0})));
+      t.slope = {t.slope.x + l * n.x, t.slope.y + l * n.y};
+      linear_.push_back({v.site, lambda, edge});
+      return;
+    }
+  }
+  t.decided.push_back({v.site, lambda});
+  decided_.push_back(v);
+}
+
+// ----- Bound in intervals -----
+
+leaf_walk::rows leaf_walk::rest(const triangle_state& t) const {
+  rows r;
+  for (std::size_t m = 0; m < 3; ++m) {
+    const interval linear = t.sum_at_base + dot(t.slope, exactly(t.at[m]));
+    for (auto& row : r) row[m] = linear;
+  }
+  for (std::size_t k = 0; k < decided_.size(); ++k) {
+    const interval l(t.decided[k].lambda);
+    for (std::size_t j = 0; j < kPoints; ++j) {
+      for (std::size_t m = 0; m < 3; ++m)
+        r[j][m] = r[j][m] + l * (l.low > 0 ? decided_[k].tangent[j][m] : decided_[k].value[m]);
+    }
+  }
+  return r;
+}
+
+interval leaf_walk::sorted_bounds(const triangle_state& t) const {
+  std::vector<double> lower, upper;
+  for (const site_on_triangle& v : undecided_) {
+    lower.push_back(v.lower);
+    upper.push_back(v.upper);
+  }
+  std::sort(lower.begin(), lower.end());
+  std::sort(upper.begin(), upper.end());
+  interval sum;
+  std::size_t k = 0;
+  for (const order_run& r : t.runs) {
+    for (const std::size_t end = k + r.count; k < end; ++k)
+      sum = sum + interval(r.weight) * interval(r.weight >= 0 ? lower[k] : upper[k]);
+  }
+  return sum;
+}
+
+// f is a sum of order weights that rise, times sorted distances, less another such sum. Any order
+// of the sites gives a minorant of the first; the second is convex, so that its values at the
+// corners, where sorted bounds hold, bound it from above.
+void leaf_walk::add_steps(const triangle_state& t, rows& r) const {
+  std::vector<interval> rising, falling;
+  interval up;
+  double last = 0;
+  for (const order_run& run : t.runs) {
+    if (run.weight > last) up = up + (interval(run.weight) - interval(last));
+    last = run.weight;
+    // Exact steps keep exact sums of equal ends; otherwise the larger end is a valid step for both.
+    const interval step(up.high);
+    rising.insert(rising.end(), run.count, step);
+    falling.insert(falling.end(), run.count, step - interval(run.weight));
+    up = step;
+  }
+  std::vector<std::size_t> order(undecided_.size());
+  std::iota(order.begin(), order.end(), 0U);
+  for (std::size_t j = 0; j < kPoints; ++j) {
+    std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+      return undecided_[a].height[j] < undecided_[b].height[j];
+    });
+    for (std::size_t k = 0; k < order.size(); ++k) {
+      for (std::size_t m = 0; m < 3; ++m)
+        r[j][m] = r[j][m] + rising[k] * undecided_[order[k]].tangent[j][m];
+    }
+  }
+  for (std::size_t m = 0; m < 3; ++m) {
+    std::vector<double> high;
+    for (const site_on_triangle& v : undecided_) high.push_back(v.value[m].high);
+    std::sort(high.begin(), high.end());
+    interval concave;
+    for (std::size_t k = 0; k < high.size(); ++k)
+      concave = concave + falling[k] * interval(high[k]);
+    for (auto& row : r) row[m] = row[m] - interval(concave.high);
+  }
+}
+
+namespace {
+
+double least_of(const std::array<interval, 3>& a) {
+  return std::min({a[0].low, a[1].low, a[2].low});
+}
+
+// A lower bound of the least value of the largest of four planes: that of one of their mixtures.
+// The shares come from doubles; their sum is made up for in intervals.
+double least_of_planes(const std::array<std::array<interval, 3>, 4>& r) {
+  double best = -std::numeric_limits<double>::infinity();
+  const auto mix = [&](const std::array<double, 4>& share) {
+    interval total;
+    std::array<interval, 3> sum{};
+    for (std::size_t j = 0; j < 4; ++j) {
+      if (!(share[j] >= 0)) return;
+      if (share[j] == 0) continue;
+      total = total + interval(share[j]);
+      for (std::size_t m = 0; m < 3; ++m) sum[m] = sum[m] + interval(share[j]) * r[j][m];
+    }
+    if (!(total.low > 0) || !(total.high < 2)) return;
+    for (interval& s : sum) s = s / total;
+    best = std::max(best, least_of(sum));
+  };
+  const auto d = [&](std::size_t j, std::size_t m, std::size_t n) {
+    return r[j][m].low - r[j][n].low;
+  };
+  for (std::size_t i = 0; i < 4; ++i) {
+    best = std::max(best, least_of(r[i]));
+    for (std::size_t k = i + 1; k < 4; ++k) {
+      for (std::size_t m = 0; m < 3; ++m) {
+        std::array<double, 4> share{};
+        const std::size_t n = (m + 1) % 3;
+        share[i] = d(k, m, n) / (d(k, m, n) - d(i, m, n));
+        share[k] = 1 - share[i];
+        mix(share);
+      }
+    }
+    // The three other planes than i: shares by Cramer's rule make all corners equal.
+    std::array<std::size_t, 3> o{(i + 1) % 4, (i + 2) % 4, (i + 3) % 4};
+    std::array<double, 4> share{};
+    double total = 0;
+    for (std::size_t k = 0; k < 3; ++k) {
+      const std::size_t a = o[(k + 1) % 3];
+      const std::size_t b = o[(k + 2) % 3];
+      share[o[k]] = d(a, 0, 1) * d(b, 0, 2) - d(a, 0, 2) * d(b, 0, 1);
+      total += share[o[k]];
+    }
+    for (double& s : share) s /= total;
+    mix(share);
+  }
+  return best;
+}
+
+}  // namespace
+
+double leaf_walk::bound(const triangle_state& t) {
+  rows r = rest(t);
+  if (undecided_.empty()) return least_of_planes(r);
+  const double by_sorting = (interval(least_of_planes(r)) + sorted_bounds(t)).low;
+  add_steps(t, r);
+  return std::max(by_sorting, least_of_planes(r));
+}
+
+}  // namespace planloc::detail

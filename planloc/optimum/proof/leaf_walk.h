@@ -1,0 +1,107 @@
+// The check of a certificate's triangles: of each its reason is made good again, in intervals or in
+// fractions, by nothing but the problem. Internal to verify_leaves.cpp.
+#ifndef PLANLOC_OPTIMUM_PROOF_LEAF_WALK_H_
+#define PLANLOC_OPTIMUM_PROOF_LEAF_WALK_H_
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <set>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include "planloc/optimum/proof/verify_leaves.h"
+
+namespace planloc::detail {
+
+using reason = branch_certificate::reason;
+using corners = std::array<xy, 3>;
+
+struct straight_line {
+  mpq_class a, b, c;  // a x + b y == c, the first coefficient that is not 0 is 1
+
+  friend bool operator<(const straight_line& l, const straight_line& m) {
+    return std::tie(l.a, l.b, l.c) < std::tie(m.a, m.b, m.c);
+  }
+};
+
+// What holds on a triangle, inherited by its halves.
+struct triangle_state {
+  struct weighted_site {
+    std::uint32_t site;
+    double lambda;
+  };
+
+  corners at;
+  std::vector<weighted_site> decided;
+  std::vector<std::uint32_t> undecided;
+  std::vector<order_run> runs;
+  interval sum_at_base;  // of the sites that are linear here and decided
+  interval_pair slope;
+};
+
+// Walks the triangles of a certificate and sees to it that f is nowhere less than `least`.
+class leaf_walk {
+ public:
+  leaf_walk(const verified_sites& sites, const std::vector<reason>& reasons, mpq_class least)
+      : sites_(sites), reasons_(reasons), least_(std::move(least)) {}
+
+  void walk(const corners& root);
+  void end() const {
+    if (next_ != reasons_.size()) refuse("there are more reasons than triangles");
+  }
+
+ private:
+  static constexpr std::size_t kPoints = 4;
+  static constexpr int kMostHalvings = 8;
+  static constexpr double kInwards = 0x1p-7;
+
+  struct site_on_triangle {
+    std::uint32_t site;
+    std::array<interval, 3> value;                         // at the corners
+    std::array<std::array<interval, 3>, kPoints> tangent;  // by place where it is taken
+    std::array<double, kPoints> height;                    // at those places
+    double lower, upper;
+    std::uint32_t first_run = 0, last_run = 0;
+  };
+  struct linear_site {
+    std::uint32_t site;
+    double lambda;
+    std::size_t edge;
+  };
+  using rows = std::array<std::array<interval, 3>, kPoints>;
+
+  void visit(triangle_state t);
+  void prove_by_bound(triangle_state t, int halvings);
+  void look(triangle_state& t, double inwards = 0);
+  site_on_triangle view(const triangle_state& t, std::uint32_t site) const;
+  void decide(triangle_state& t);
+  void keep(triangle_state& t, const site_on_triangle& v, double lambda);
+  double bound(const triangle_state& t);
+  rows rest(const triangle_state& t) const;
+  interval sorted_bounds(const triangle_state& t) const;
+  void add_steps(const triangle_state& t, rows& r) const;
+
+  void check_exactly(const triangle_state& t) const;
+  std::vector<std::size_t> edges_on(const triangle_state& t, std::uint32_t site) const;
+  std::set<straight_line> lines_on(const triangle_state& t) const;
+  std::vector<fraction_pair> places_on(const corners& t,
+                                       const std::set<straight_line>& lines) const;
+
+  const verified_sites& sites_;
+  const std::vector<reason>& reasons_;
+  mpq_class least_;
+  std::size_t next_ = 0;
+  std::size_t name_ = 0;             // of the triangle at hand
+  std::vector<linear_site> linear_;  // along the walk from the root
+  // Of the triangle at hand.
+  std::array<xy, kPoints> points_{};
+  std::vector<site_on_triangle> undecided_, decided_;
+};
+
+inline interval_pair exactly(const xy& at) { return {interval(at.x), interval(at.y)}; }
+
+}  // namespace planloc::detail
+
+#endif  // PLANLOC_OPTIMUM_PROOF_LEAF_WALK_H_

@@ -1,0 +1,172 @@
+#include "planloc/optimum/proof/verify_parts.h"
+
+#include <gmpxx.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <map>
+#include <optional>
+#include <utility>
+
+namespace planloc::detail {
+
+double rounded_up(const mpq_class& q) {
+  const double d = q.get_d();  // towards 0
+  return mpq_class(d) < q ? std::nextafter(d, std::numeric_limits<double>::infinity()) : d;
+}
+
+double rounded_down(const mpq_class& q) { return -rounded_up(mpq_class(-q)); }
+
+namespace {
+
+struct affine_function {
+  fraction_pair slope;
+  mpq_class at_origin;
+};
+
+// Adjacent terms first: the denominators of different gauges have nothing in common.
+mpq_class sum_of(std::span<const mpq_class> terms) {
+  if (terms.empty()) return 0;
+  if (terms.size() == 1) return terms[0];
+  return sum_of(terms.first(terms.size() / 2)) + sum_of(terms.subspan(terms.size() / 2));
+}
+
+std::vector<std::vector<fraction_pair>> edge_normals(const problem& p) {
+  std::vector<std::vector<fraction_pair>> all;
+  for (const gauge& g : p.gauges()) {
+    const std::span<const xy> v = g.vertices();
+    std::vector<fraction_pair>& normals = all.emplace_back();
+    for (std::size_t j = 0; j < v.size(); ++j) {
+      const mpq_class ax(v[j].x), ay(v[j].y);
+      const mpq_class bx(v[(j + 1) % v.size()].x), by(v[(j + 1) % v.size()].y);
+      const mpq_class area = ax * by - ay * bx;
+      normals.push_back({(by - ay) / area, (ax - bx) / area});
+    }
+  }
+  return all;
+}
+
+// f without loss.
+mpq_class exact_value(const problem& p, const std::vector<std::vector<fraction_pair>>& normals,
+                      const fraction_pair& at) {
+  std::vector<mpq_class> d(p.sites().size());
+  for (std::size_t i = 0; i < d.size(); ++i) {
+    const site& s = p.sites()[i];
+    const mpq_class ux = at.x - s.x;
+    const mpq_class uy = at.y - s.y;
+    for (const fraction_pair& n : normals[s.gauge])
+      d[i] = std::max(d[i], mpq_class(n.x * ux + n.y * uy));
+    d[i] *= s.weight;
+  }
+  if (p.runs().size() > 1) std::sort(d.begin(), d.end());
+  std::size_t k = 0;
+  for (const order_run& r : p.runs()) {
+    for (const std::size_t end = k + r.count; k < end; ++k) d[k] *= r.weight;
+  }
+  return sum_of(d);
+}
+
+affine_function exact_function(const problem& p,
+                               const std::vector<std::vector<fraction_pair>>& normals,
+                               const std::vector<double>& lambda, const affine_piece& piece) {
+  // Sites with the same edge of the same gauge share its denominator.
+  struct load {
+    mpq_class weight, x, y;
+  };
+  std::map<std::pair<std::uint32_t, std::uint32_t>, load> loads;
+  for (std::size_t i = 0; i < p.sites().size(); ++i) {
+    const site& s = p.sites()[i];
+    const double l = lambda[piece.rank.empty() ? 0 : piece.rank[i]];
+    if (l == 0) continue;
+    const mpq_class w = mpq_class(l) * s.weight;
+    load& total = loads[{s.gauge, piece.edge[i]}];
+    total.weight += w;
+    total.x += w * s.x;
+    total.y += w * s.y;
+  }
+  std::vector<mpq_class> x, y, at_origin;
+  for (const auto& [key, total] : loads) {
+    const fraction_pair& n = normals[key.first][key.second];
+    x.emplace_back(total.weight * n.x);
+    y.emplace_back(total.weight * n.y);
+    at_origin.emplace_back(-(total.x * n.x + total.y * n.y));
+  }
+  return {{sum_of(x), sum_of(y)}, sum_of(at_origin)};
+}
+
+mpq_class cross(const fraction_pair& a, const fraction_pair& b) { return a.x * b.y - a.y * b.x; }
+
+// The multipliers that the slopes determine.
+std::vector<mpq_class> exact_multipliers(const std::vector<affine_function>& f) {
+  const auto zero = [](const fraction_pair& s) { return sgn(s.x) == 0 && sgn(s.y) == 0; };
+  if (f.size() == 1) {
+    if (!zero(f[0].slope)) refuse("the slope of the only piece is not 0");
+    return {1};
+  }
+  const fraction_pair& a = f[0].slope;
+  const fraction_pair& b = f[1].slope;
+  if (f.size() == 2) {
+    if (zero(a) || zero(b) || sgn(cross(a, b)) != 0 || sgn(mpq_class(a.x * b.x + a.y * b.y)) > 0) {
+      refuse("the slopes of the two pieces are not opposite");
+    }
+    const mpq_class size_a = abs(a.x) + abs(a.y);
+    const mpq_class size_b = abs(b.x) + abs(b.y);
+    return {size_b / (size_a + size_b), size_a / (size_a + size_b)};
+  }
+  const fraction_pair& c = f[2].slope;
+  const std::array<mpq_class, 3> share{cross(b, c), cross(c, a), cross(a, b)};
+  const mpq_class total = share[0] + share[1] + share[2];
+  for (const mpq_class& s : share) {
+    if (sgn(s) == 0 || sgn(s) != sgn(total))
+      refuse("the slopes of the three pieces do not surround 0");
+  }
+  return {share[0] / total, share[1] / total, share[2] / total};
+}
+
+mpq_class exact_bound(const problem& p, const std::vector<std::vector<fraction_pair>>& normals,
+                      const convex_certificate& c) {
+  const std::vector<double> lambda = listed_weights(p);
+  std::vector<affine_function> f;
+  for (std::size_t k = 0; k < c.pieces.size(); ++k) {
+    f.push_back(exact_function(p, normals, lambda, c.pieces[k]));
+  }
+  const std::vector<mpq_class> mu = exact_multipliers(f);
+  mpq_class bound;
+  for (std::size_t k = 0; k < f.size(); ++k) {
+    if (!(std::fabs(c.pieces[k].multiplier - mu[k].get_d()) <= 1e-6)) {
+      refuse(piece_name(k) + ": its multiplier is not the one that the slopes determine");
+    }
+    bound += mu[k] * f[k].at_origin;
+  }
+  return bound;
+}
+
+// A double that stands for the exact number up to roundings.
+bool stands_for(double d, const mpq_class& q) {
+  return std::isfinite(d) && abs(mpq_class(q - d)) <= abs(q) * mpq_class(0x1p-44);
+}
+
+}  // namespace
+
+verification verify_fractions(const problem& p, const solution& s, const convex_certificate& c) {
+  const auto normals = edge_normals(p);
+  const mpq_class bound = exact_bound(p, normals, c);
+  const mpq_class value = exact_value(p, normals, exact_place_of(s));
+  verification v;
+  v.value = rounded_up(value);
+  v.lower_bound = rounded_down(bound);
+  v.gap = rounded_up(mpq_class(value - bound));
+  if (value < bound) refuse("the value is below the bound");
+  if (!stands_for(s.value, value)) refuse("the value is not that of the point");
+  if (s.lower_bound > bound && !stands_for(s.lower_bound, bound)) {
+    refuse("the lower bound is above the one that the certificate proves");
+  }
+  if (s.status == solution_status::optimal && value != bound)
+    refuse("called optimal, but the gap is not 0");
+  v.accepted = true;
+  return v;
+}
+
+}  // namespace planloc::detail

@@ -1,0 +1,182 @@
+#include "planloc/optimum/proof/verify_leaves.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <optional>
+
+#include "planloc/optimum/proof/leaf_walk.h"
+
+namespace planloc::detail {
+
+namespace {
+
+// ----- Outside of the square -----
+
+mpq_class sum_of_weights(const problem& p) {
+  mpq_class sum;
+  for (const double l : listed_weights(p)) sum += mpq_class(l);
+  return sum;
+}
+
+bool tail_sums_not_negative(const problem& p) {
+  const std::vector<double> lambda = listed_weights(p);
+  mpq_class tail;
+  for (std::size_t k = lambda.size(); k-- > 0;) {
+    tail += mpq_class(lambda[k]);
+    if (sgn(tail) < 0) return false;
+  }
+  return true;
+}
+
+bool same_distances(const problem& p) {
+  const site& first = p.sites()[0];
+  return std::all_of(p.sites().begin(), p.sites().end(), [&](const site& s) {
+    return s.gauge == first.gauge && s.weight == first.weight;
+  });
+}
+
+// In polar coordinates of the rays, the square must hold all places up to D / s^2 along each of two
+// neighbouring rays, D being the largest distance of a site from the base and s the least sine
+// between neighbouring rays: farther out a step back along a ray changes all gauges alike.
+void check_repetition(const problem& p, const branch_certificate& c) {
+  mpq_class far;
+  for (const site& s : p.sites()) {
+    const mpq_class d =
+        abs(mpq_class(mpq_class(s.x) - c.base.x)) + abs(mpq_class(mpq_class(s.y) - c.base.y));
+    far = std::max(far, d);
+  }
+  const std::span<const xy> v = p.gauge_of(0).vertices();
+  for (std::size_t j = 0; j < v.size(); ++j) {
+    const fraction_pair a{mpq_class(v[j].x), mpq_class(v[j].y)};
+    const fraction_pair b{mpq_class(v[(j + 1) % v.size()].x), mpq_class(v[(j + 1) % v.size()].y)};
+    const mpq_class cross = a.x * b.y - a.y * b.x;
+    if (cross * cross * c.half < 2 * far * dot(a, a) * dot(b, b)) refuse("the square is too small");
+  }
+}
+
+// f(x) is at least the recession function at x - base less the sum of |lambda| times the most by
+// which a distance differs from its gauge at x - base, both sorted.
+void check_growth(const problem& p, const branch_certificate& c) {
+  const verified_sites sites(p, c.base);
+  const interval_pair origin = exactly({0, 0});
+  std::vector<interval> at_base;
+  std::vector<double> apart;
+  const problem centred = at_one_place(p);
+  const verified_sites gauges(centred, {0, 0});
+  for (std::size_t i = 0; i < p.sites().size(); ++i) {
+    const interval_pair u = sites.offset(i, origin);
+    at_base.push_back(sites.distance(i, origin));
+    apart.push_back(larger(gauges.distance(i, u), gauges.distance(i, {-u.x, -u.y})).high);
+  }
+  interval needed = larger(ordered_sum(p, at_base), interval(0));
+  std::vector<double> size = listed_weights(p);
+  for (double& l : size) l = std::fabs(l);
+  std::sort(size.begin(), size.end());
+  std::sort(apart.begin(), apart.end());
+  for (std::size_t k = 0; k < size.size(); ++k)
+    needed = needed + interval(size[k]) * interval(apart[k]);
+  if (!std::isfinite(needed.high)) refuse("the distances are too large");
+  if (std::count(c.outside.begin(), c.outside.end(), reason::exact) > 0)
+    refuse("a side of the square is no triangle");
+  leaf_walk sides(gauges, c.outside, mpq_class(needed.high) / c.half);
+  const std::array<xy, 4> square{xy{1, -1}, xy{1, 1}, xy{-1, 1}, xy{-1, -1}};
+  for (std::size_t k = 0; k < 4; ++k)
+    sides.walk({square[k], square[(k + 1) % 4], square[(k + 1) % 4]});
+  sides.end();
+}
+
+void check_square(const problem& p, const branch_certificate& c, const mpq_class& least) {
+  if (c.cells.empty()) {
+    if (!tail_sums_not_negative(p)) refuse("triangles without a reason");
+    if (sgn(least) > 0) refuse("f is not negative, but the bound is more");
+    return;
+  }
+  if (!std::isfinite(c.base.x) || !std::isfinite(c.base.y) || !std::isfinite(c.half) ||
+      !(c.half > 0)) {
+    refuse("no square");
+  }
+  if (c.outside.empty()) {
+    if (!p.polyhedral()) refuse("nothing is said of places outside of the square");
+    if (same_distances(p) && sgn(sum_of_weights(p)) == 0) {
+      check_repetition(p, c);
+    } else {
+      check_lines(p, c);
+    }
+  } else {
+    check_growth(p, c);
+  }
+  const verified_sites sites(p, c.base);
+  leaf_walk cells(sites, c.cells, least);
+  const double h = c.half;
+  cells.walk({xy{-h, -h}, xy{h, -h}, xy{-h, h}});
+  cells.walk({xy{h, h}, xy{-h, h}, xy{h, -h}});
+  cells.end();
+}
+
+// ----- The value -----
+
+// f of the place; `size` is the sum of the terms' magnitudes.
+struct proved_value {
+  interval value;
+  std::optional<mpq_class> exact;
+  double size = 0;
+};
+
+proved_value value_of(const problem& p, const fraction_pair& at) {
+  const verified_sites sites(p, {0, 0});
+  const interval_pair near{around(at.x), around(at.y)};
+  proved_value v;
+  double steepest = 0;
+  for (const order_run& r : p.runs()) steepest = std::max(steepest, std::fabs(r.weight));
+  std::vector<interval> rounded;
+  std::vector<mpq_class> exact;
+  for (std::size_t i = 0; i < p.sites().size(); ++i) {
+    rounded.push_back(sites.distance(i, near));
+    v.size += steepest * rounded.back().high;
+    if (p.polyhedral()) exact.push_back(sites.distance(i, at));
+  }
+  v.value = ordered_sum(p, std::move(rounded));
+  if (!p.polyhedral()) return v;
+  v.exact = ordered_sum(p, std::move(exact));
+  v.value = around(*v.exact);
+  return v;
+}
+
+}  // namespace
+
+verification verify_leaves(const problem& p, const solution& s, const branch_certificate& c) {
+  const proved_value v = value_of(p, exact_place_of(s));
+  const double doubt = 0x1p-44 * v.size;
+  if (!(s.value >= v.value.low - doubt && s.value <= v.value.high + doubt))
+    refuse("the value is not that of the point");
+  if (!std::isfinite(s.lower_bound)) refuse("the bound is not finite");
+  const bool to_the_end = s.status == solution_status::optimal && v.exact;
+  if (to_the_end && !(std::fabs(s.lower_bound - s.value) <= doubt))
+    refuse("called optimal, but the gap is not 0");
+  const mpq_class least = to_the_end ? *v.exact : mpq_class(s.lower_bound);
+  check_square(p, c, least);
+  verification result;
+  result.accepted = true;
+  result.value = v.value.high;
+  result.lower_bound = rounded_down(least);
+  result.gap = v.exact ? rounded_up(mpq_class(*v.exact - least))
+                       : (interval(v.value.high) - interval(s.lower_bound)).high;
+  return result;
+}
+
+verification verify_direction(const problem& p, const direction_certificate& c) {
+  if (!std::isfinite(c.direction.x) || !std::isfinite(c.direction.y))
+    refuse("the direction is not finite");
+  const problem centred = at_one_place(p);
+  const proved_value v = value_of(centred, {mpq_class(c.direction.x), mpq_class(c.direction.y)});
+  if (v.exact ? sgn(*v.exact) >= 0 : v.value.high >= 0)
+    refuse("f does not fall along the direction");
+  verification result;
+  result.accepted = true;
+  result.value = result.lower_bound = -std::numeric_limits<double>::infinity();
+  return result;
+}
+
+}  // namespace planloc::detail

@@ -1,0 +1,81 @@
+// What the check of a branch and bound knows of the sites of a problem, in intervals and in
+// fractions. Internal to `verify`.
+#ifndef PLANLOC_OPTIMUM_PROOF_VERIFY_LEAVES_H_
+#define PLANLOC_OPTIMUM_PROOF_VERIFY_LEAVES_H_
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "planloc/optimum/proof/interval.h"
+#include "planloc/optimum/proof/verify_parts.h"
+
+namespace planloc::detail {
+
+inline interval around(const mpq_class& q) { return {rounded_down(q), rounded_up(q)}; }
+
+struct interval_pair {
+  interval x, y;
+};
+
+inline interval dot(const interval_pair& a, const interval_pair& b) {
+  return a.x * b.x + a.y * b.y;
+}
+inline mpq_class dot(const fraction_pair& a, const fraction_pair& b) {
+  return a.x * b.x + a.y * b.y;
+}
+
+// Places are relative to `base`.
+class verified_sites {
+ public:
+  verified_sites(const problem& p, const xy& base);
+
+  const problem& owner() const { return problem_; }
+  bool polyhedral(std::size_t i) const {
+    return problem_.gauge_of(i).kind() == gauge::shape::polyhedral;
+  }
+  std::size_t edges(std::size_t i) const { return exact_normals_[gauge_of(i)].size(); }
+
+  interval distance(std::size_t i, const interval_pair& at) const;
+  // The slope of a linear function of x - position that is nowhere above the distance, and nearly
+  // touches it at a place. Holds a slope that is surely one.
+  interval_pair slope(std::size_t i, const xy& at) const;
+  interval_pair offset(std::size_t i, const interval_pair& at) const {
+    return {at.x - position_[i].x, at.y - position_[i].y};
+  }
+  interval_pair weighted_normal(std::size_t i, std::size_t edge) const;
+
+  // Polyhedral gauges, without loss.
+  mpq_class distance(std::size_t i, const fraction_pair& at) const;
+  fraction_pair exact_offset(std::size_t i, const fraction_pair& at) const;
+  const fraction_pair& exact_normal(std::size_t i, std::size_t edge) const {
+    return exact_normals_[gauge_of(i)][edge];
+  }
+  // Whether the place is in the cone of the edge.
+  bool in_cone(std::size_t i, std::size_t edge, const xy& at) const;
+  std::size_t likely_edge(std::size_t i, const xy& at) const;
+
+ private:
+  std::uint32_t gauge_of(std::size_t i) const { return problem_.sites()[i].gauge; }
+  interval gauge_value(std::size_t i, const interval_pair& u) const;
+
+  const problem& problem_;
+  xy base_;
+  std::vector<interval_pair> position_;
+  std::vector<std::vector<fraction_pair>> exact_normals_;  // by gauge
+  std::vector<std::vector<interval_pair>> normals_;
+};
+
+// The same problem with all sites at the origin: how f grows far from the sites.
+problem at_one_place(const problem& p);
+
+// Refuses a square that might not hold an optimum, judged by all lines on which f can break.
+void check_lines(const problem& p, const branch_certificate& c);
+
+// The sum of order weights times sorted distances.
+interval ordered_sum(const problem& p, std::vector<interval> distances);
+mpq_class ordered_sum(const problem& p, std::vector<mpq_class> distances);
+
+}  // namespace planloc::detail
+
+#endif  // PLANLOC_OPTIMUM_PROOF_VERIFY_LEAVES_H_

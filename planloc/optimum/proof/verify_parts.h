@@ -1,0 +1,47 @@
+// What the two ways of checking a convex certificate share. Internal to `verify`.
+#ifndef PLANLOC_OPTIMUM_PROOF_VERIFY_PARTS_H_
+#define PLANLOC_OPTIMUM_PROOF_VERIFY_PARTS_H_
+
+#include <gmpxx.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "planloc/optimum/verify.h"
+
+namespace planloc::detail {
+
+struct refusal {
+  std::string reason;
+};
+
+[[noreturn]] inline void refuse(std::string reason) { throw refusal{std::move(reason)}; }
+
+inline std::string piece_name(std::size_t k) { return "piece " + std::to_string(k); }
+
+// The next double that is not below, not above q.
+double rounded_up(const mpq_class& q);
+double rounded_down(const mpq_class& q);
+
+struct fraction_pair {
+  mpq_class x, y;
+};
+
+// The place of a solution, which `point` must be a rounding of.
+fraction_pair exact_place_of(const solution& s);
+
+// lambda_1 ... lambda_n.
+std::vector<double> listed_weights(const problem& p);
+
+// Refuses pieces of another problem: edges and ranks that are missing or do not exist.
+void check_pieces(const problem& p, const convex_certificate& c);
+
+verification verify_fractions(const problem& p, const solution& s, const convex_certificate& c);
+verification verify_intervals(const problem& p, const solution& s, const convex_certificate& c);
+verification verify_leaves(const problem& p, const solution& s, const branch_certificate& c);
+verification verify_direction(const problem& p, const direction_certificate& c);
+
+}  // namespace planloc::detail
+
+#endif  // PLANLOC_OPTIMUM_PROOF_VERIFY_PARTS_H_

@@ -1,0 +1,155 @@
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "planloc/optimum/proof/verify_leaves.h"
+
+namespace planloc::detail {
+
+verified_sites::verified_sites(const problem& p, const xy& base) : problem_(p), base_(base) {
+  for (const site& s : p.sites()) {
+    position_.push_back(
+        {around(mpq_class(s.x) - mpq_class(base.x)), around(mpq_class(s.y) - mpq_class(base.y))});
+  }
+  for (const gauge& g : p.gauges()) {
+    const std::span<const xy> v = g.vertices();
+    std::vector<fraction_pair>& exact = exact_normals_.emplace_back();
+    std::vector<interval_pair>& rounded = normals_.emplace_back();
+    for (std::size_t j = 0; j < v.size(); ++j) {
+      const mpq_class ax(v[j].x), ay(v[j].y);
+      const mpq_class bx(v[(j + 1) % v.size()].x), by(v[(j + 1) % v.size()].y);
+      const mpq_class area = ax * by - ay * bx;
+      exact.push_back({(by - ay) / area, (ax - bx) / area});
+      rounded.push_back({around(exact.back().x), around(exact.back().y)});
+    }
+  }
+}
+
+namespace {
+
+// (|x|^p + |y|^p)^(1/p)
+interval norm(const interval& x, const interval& y, const interval& p) {
+  const interval a = magnitude(x);
+  const interval b = magnitude(y);
+  const double scale = std::max(a.high, b.high);
+  if (scale == 0) return 0;
+  const interval sum = power(a / interval(scale), p) + power(b / interval(scale), p);
+  return interval(scale) * power(sum, interval(1) / p);
+}
+
+}  // namespace
+
+interval verified_sites::gauge_value(std::size_t i, const interval_pair& u) const {
+  const gauge& g = problem_.gauge_of(i);
+  if (g.kind() == gauge::shape::euclidean) return sqrt(square(u.x) + square(u.y));
+  if (g.kind() == gauge::shape::lp) return norm(u.x, u.y, interval(g.p()));
+  interval most(0);
+  for (const interval_pair& n : normals_[gauge_of(i)]) most = larger(most, dot(n, u));
+  return most;
+}
+
+interval verified_sites::distance(std::size_t i, const interval_pair& at) const {
+  return interval(problem_.sites()[i].weight) * gauge_value(i, offset(i, at));
+}
+
+interval_pair verified_sites::weighted_normal(std::size_t i, std::size_t edge) const {
+  const interval w(problem_.sites()[i].weight);
+  const interval_pair& n = normals_[gauge_of(i)][edge];
+  return {w * n.x, w * n.y};
+}
+
+std::size_t verified_sites::likely_edge(std::size_t i, const xy& at) const {
+  const xy u{at.x - position_[i].x.low, at.y - position_[i].y.low};
+  std::size_t best = 0;
+  double most = -1;
+  const std::vector<interval_pair>& normals = normals_[gauge_of(i)];
+  for (std::size_t e = 0; e < normals.size(); ++e) {
+    const double value = normals[e].x.low * u.x + normals[e].y.low * u.y;
+    if (value <= most) continue;
+    most = value;
+    best = e;
+  }
+  return best;
+}
+
+// A slope of dual norm at most 1 touches the norm from below: one that is nearly the gradient is
+// shortened until its dual norm is surely at most 1.
+interval_pair verified_sites::slope(std::size_t i, const xy& at) const {
+  const gauge& g = problem_.gauge_of(i);
+  if (g.kind() == gauge::shape::polyhedral) return weighted_normal(i, likely_edge(i, at));
+  const double p = g.kind() == gauge::shape::euclidean ? 2 : g.p();
+  const xy u{at.x - position_[i].x.low, at.y - position_[i].y.low};
+  const double size = g(u);
+  if (!(size > 0)) return {interval(0), interval(0)};
+  const auto part = [&](double c) {
+    return std::copysign(std::pow(std::fabs(c) / size, p - 1), c);
+  };
+  const xy raw{part(u.x), part(u.y)};
+  const interval dual = p == 2 ? sqrt(square(interval(raw.x)) + square(interval(raw.y)))
+                               : norm(raw.x, raw.y, interval(p) / (interval(p) - interval(1)));
+  const interval factor = interval(problem_.sites()[i].weight) / larger(dual, interval(1e-300));
+  // One slope of the interval is as good as any of shorter ones: take the low factor.
+  return {interval(factor.low) * interval(raw.x), interval(factor.low) * interval(raw.y)};
+}
+
+fraction_pair verified_sites::exact_offset(std::size_t i, const fraction_pair& at) const {
+  const site& s = problem_.sites()[i];
+  return {at.x + base_.x - s.x, at.y + base_.y - s.y};
+}
+
+mpq_class verified_sites::distance(std::size_t i, const fraction_pair& at) const {
+  const fraction_pair u = exact_offset(i, at);
+  mpq_class most;
+  for (const fraction_pair& n : exact_normals_[gauge_of(i)])
+    most = std::max(most, mpq_class(n.x * u.x + n.y * u.y));
+  return most * problem_.sites()[i].weight;
+}
+
+bool verified_sites::in_cone(std::size_t i, std::size_t edge, const xy& at) const {
+  const std::span<const xy> v = problem_.gauge_of(i).vertices();
+  const interval_pair near = offset(i, {at.x, at.y});
+  const auto left_of = [&](const xy& ray, int sign) {
+    const interval side = interval(sign * ray.x) * near.y - interval(sign * ray.y) * near.x;
+    if (side.low >= 0) return true;
+    if (side.high < 0) return false;
+    const fraction_pair u = exact_offset(i, {mpq_class(at.x), mpq_class(at.y)});
+    return sgn(mpq_class(ray.x * u.y - ray.y * u.x)) * sign >= 0;
+  };
+  return left_of(v[edge], 1) && left_of(v[(edge + 1) % v.size()], -1);
+}
+
+problem at_one_place(const problem& p) {
+  std::vector<site> sites(p.sites().begin(), p.sites().end());
+  for (site& s : sites) s.x = s.y = 0;
+  return {
+      std::move(sites), {p.gauges().begin(), p.gauges().end()}, order_weights(listed_weights(p))};
+}
+
+interval ordered_sum(const problem& p, std::vector<interval> distances) {
+  std::vector<double> low, high;
+  for (const interval& d : distances) {
+    low.push_back(d.low);
+    high.push_back(d.high);
+  }
+  std::sort(low.begin(), low.end());
+  std::sort(high.begin(), high.end());
+  interval sum;
+  std::size_t k = 0;
+  for (const order_run& r : p.runs()) {
+    for (const std::size_t end = k + r.count; k < end; ++k)
+      sum = sum + interval(r.weight) * interval(low[k], high[k]);
+  }
+  return sum;
+}
+
+mpq_class ordered_sum(const problem& p, std::vector<mpq_class> distances) {
+  std::sort(distances.begin(), distances.end());
+  mpq_class sum;
+  std::size_t k = 0;
+  for (const order_run& r : p.runs()) {
+    for (const std::size_t end = k + r.count; k < end; ++k) sum += distances[k] * r.weight;
+  }
+  return sum;
+}
+
+}  // namespace planloc::detail
