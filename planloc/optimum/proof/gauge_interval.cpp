@@ -1,0 +1,117 @@
+#include "planloc/optimum/proof/gauge_interval.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace planloc::detail {
+
+interval sum_of(std::span<const interval> terms) {
+  if (terms.empty()) return 0;
+  if (terms.size() == 1) return terms[0];
+  return sum_of(terms.first(terms.size() / 2)) + sum_of(terms.subspan(terms.size() / 2));
+}
+
+interval enclosed(const mpq_class& q) {
+  const double d = q.get_d();
+  return q == d ? interval(d) : widened(d, d);
+}
+
+interval_pair edge_normal(const gauge& g, std::size_t j) {
+  const std::span<const xy> v = g.vertices();
+  const interval_pair a{v[j].x, v[j].y};
+  const interval_pair b{v[(j + 1) % v.size()].x, v[(j + 1) % v.size()].y};
+  interval area = cross(a, b);
+  // Positive, since the origin is strictly inside; too thin a cone leaves no more than that.
+  area.low = std::max(area.low, std::numeric_limits<double>::denorm_min());
+  return {(b.y - a.y) / area, (a.x - b.x) / area};
+}
+
+namespace {
+
+// (1 + t^p)^(1/p) times the larger coordinate, t the ratio of the smaller one to it.
+struct lp_parts {
+  interval ratio, larger, total;  // total = 1 + t^p
+};
+
+lp_parts split_lp(const interval_pair& u, double p) {
+  const interval x = magnitude(u.x);
+  const interval y = magnitude(u.y);
+  interval most = larger(x, y);
+  interval least{std::min(x.low, y.low), std::min(x.high, y.high)};
+  if (!(most.low > 0)) return {{0, 1}, most, {1, 2}};
+  interval ratio = least / most;
+  ratio = {std::max(0.0, ratio.low), std::min(1.0, ratio.high)};
+  const interval total = interval(1) + power(ratio, p);
+  return {ratio, most, {std::max(1.0, total.low), std::min(2.0, total.high)}};
+}
+
+interval with_sign(const interval& size, const interval& sign) {
+  if (sign.low >= 0) return size;
+  if (sign.high <= 0) return -size;
+  return {-size.high, size.high};
+}
+
+}  // namespace
+
+interval gauge_value(const gauge& g, const interval_pair& u) {
+  if (g.kind() == gauge::shape::euclidean) return sqrt(square(u.x) + square(u.y));
+  if (g.kind() == gauge::shape::lp) {
+    const lp_parts parts = split_lp(u, g.p());
+    return parts.larger * power(parts.total, interval(1) / interval(g.p()));
+  }
+  interval most = dot(edge_normal(g, 0), u);
+  for (std::size_t j = 1; j < g.vertices().size(); ++j)
+    most = larger(most, dot(edge_normal(g, j), u));
+  return {std::max(0.0, most.low), std::max(0.0, most.high)};
+}
+
+interval_pair tangent(const gauge& g, const interval_pair& u) {
+  if (g.kind() == gauge::shape::euclidean) {
+    const interval norm = sqrt(square(u.x) + square(u.y));
+    if (!(norm.low > 0)) return {{-1, 1}, {-1, 1}};
+    return {u.x / norm, u.y / norm};
+  }
+  const lp_parts parts = split_lp(u, g.p());
+  if (!(parts.larger.low > 0)) return {{-1, 1}, {-1, 1}};
+  const interval of_larger =
+      interval(1) / power(parts.total, (interval(g.p()) - 1) / interval(g.p()));
+  const interval of_smaller = of_larger * power(parts.ratio, interval(g.p()) - 1);
+  const interval x = magnitude(u.x);
+  const interval y = magnitude(u.y);
+  const interval either{std::min(of_larger.low, of_smaller.low),
+                        std::max(of_larger.high, of_smaller.high)};
+  const interval size_x = x.low > y.high ? of_larger : x.high < y.low ? of_smaller : either;
+  const interval size_y = y.low > x.high ? of_larger : y.high < x.low ? of_smaller : either;
+  return {with_sign(size_x, u.x), with_sign(size_y, u.y)};
+}
+
+interval_pair in_polar(const gauge& g, const xy& slope) {
+  const interval x = magnitude(slope.x);
+  const interval y = magnitude(slope.y);
+  double norm = 0;
+  if (g.kind() == gauge::shape::euclidean) {
+    norm = sqrt(square(x) + square(y)).high;
+  } else {
+    const interval most = larger(x, y);
+    if (is_zero(most)) return {0, 0};
+    const interval least{std::min(x.low, y.low), std::min(x.high, y.high)};
+    const interval dual = interval(g.p()) / (interval(g.p()) - 1);
+    interval ratio = least / most;
+    ratio.high = std::min(1.0, ratio.high);
+    norm = (most * power(interval(1) + power(ratio, dual), interval(1) / dual)).high;
+  }
+  if (norm <= 1) return {slope.x, slope.y};
+  return {interval(slope.x) / norm, interval(slope.y) / norm};
+}
+
+double ball_radius(const gauge& g) {
+  if (g.kind() == gauge::shape::polyhedral) {
+    double most = 0;
+    for (const xy& v : g.vertices()) most = std::max(most, sqrt(square(v.x) + square(v.y)).high);
+    return most;
+  }
+  return g.kind() == gauge::shape::euclidean || g.p() <= 2 ? 1 : 1.5;
+}
+
+}  // namespace planloc::detail

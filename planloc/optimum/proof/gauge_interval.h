@@ -1,0 +1,48 @@
+// The gauges and their slopes in intervals. Internal to `verify`.
+#ifndef PLANLOC_OPTIMUM_PROOF_GAUGE_INTERVAL_H_
+#define PLANLOC_OPTIMUM_PROOF_GAUGE_INTERVAL_H_
+
+#include <gmpxx.h>
+
+#include <cstddef>
+#include <span>
+
+#include "planloc/optimum/problem.h"
+#include "planloc/optimum/proof/interval.h"
+
+namespace planloc::detail {
+
+struct interval_pair {
+  interval x, y;
+};
+
+inline interval dot(const interval_pair& a, const interval_pair& b) {
+  return a.x * b.x + a.y * b.y;
+}
+inline interval cross(const interval_pair& a, const interval_pair& b) {
+  return a.x * b.y - a.y * b.x;
+}
+
+// Adjacent terms first: n terms lose as much as log n in a row.
+interval sum_of(std::span<const interval> terms);
+
+// Holds a fraction.
+interval enclosed(const mpq_class& q);
+
+// Of edge j of a polyhedral gauge: normal . u is the gauge of u on the edge's cone.
+interval_pair edge_normal(const gauge& g, std::size_t j);
+
+interval gauge_value(const gauge& g, const interval_pair& u);
+
+// Holds the gradient of a gauge that is not polyhedral at u; any slope where u may be 0.
+interval_pair tangent(const gauge& g, const interval_pair& u);
+
+// The slope, shortened if its dual norm may be above 1. REQUIRES: a gauge that is not polyhedral.
+interval_pair in_polar(const gauge& g, const xy& slope);
+
+// A radius of a disc that holds the unit ball.
+double ball_radius(const gauge& g);
+
+}  // namespace planloc::detail
+
+#endif  // PLANLOC_OPTIMUM_PROOF_GAUGE_INTERVAL_H_
