@@ -1,0 +1,146 @@
+"""Gauges: distances by their unit balls.
+
+>>> from planloc import gauge
+>>> gauge.octagon()(3, 4)
+5.242640687119284
+>>> gauge.parse("lp:1.5") == gauge.lp(1.5)
+True
+"""
+
+from __future__ import annotations
+
+import math
+from collections.abc import Callable
+from dataclasses import dataclass
+from functools import cached_property
+
+import numpy as np
+import numpy.typing as npt
+
+from planloc import _core
+
+__all__ = ["Gauge", "euclid", "l1", "linf", "lp", "octagon", "parse", "polygon", "regular"]
+
+
+@dataclass(frozen=True)
+class Gauge:
+    """A distance from the origin: the least r for which a place lies in r times the unit ball.
+
+    Attributes
+    ----------
+    name : str
+        `polyhedral`, `euclidean` or `lp`.
+    p : float
+        The exponent of `lp`.
+    vertices : tuple of (x, y)
+        Those of a polyhedral unit ball, counterclockwise.
+    """
+
+    name: str
+    p: float = 0.0
+    vertices: tuple[tuple[float, float], ...] = ()
+
+    @cached_property
+    def core(self) -> _core.Gauge:
+        """What the compiled half takes."""
+        if self.name == "euclidean":
+            return _core.Gauge.euclidean()
+        if self.name == "lp":
+            return _core.Gauge.lp(self.p)
+        return _core.Gauge.polyhedral(np.array(self.vertices, float).reshape(-1, 2))
+
+    def __call__(self, x: float, y: float) -> float:
+        return self.core(x, y)
+
+    def __getstate__(self) -> tuple[str, float, tuple[tuple[float, float], ...]]:
+        return self.name, self.p, self.vertices
+
+    def __setstate__(self, state: tuple[str, float, tuple[tuple[float, float], ...]]) -> None:
+        self.__dict__.update(zip(("name", "p", "vertices"), state, strict=True))
+
+    def boundary(self, corners: int = 128) -> npt.NDArray[np.float64]:
+        """The unit ball as a polygon: its vertices, or `corners` places around a smooth one."""
+        if self.vertices:
+            return np.array(self.vertices)
+        angle = np.linspace(0.0, 2.0 * math.pi, corners, endpoint=False)
+        places = np.column_stack([np.cos(angle), np.sin(angle)])
+        lengths = np.array([self(x, y) for x, y in places])
+        return np.divide(places, lengths[:, np.newaxis])
+
+
+def _of(core: _core.Gauge) -> Gauge:
+    vertices = tuple((float(x), float(y)) for x, y in core.vertices)
+    return Gauge(core.kind, core.p if core.kind == "lp" else 0.0, vertices)
+
+
+def polygon(vertices: npt.ArrayLike) -> Gauge:
+    """The gauge whose unit ball is this convex polygon around the origin, in either sense.
+
+    Raises
+    ------
+    ValueError
+        If the polygon is not convex or does not hold the origin in its interior.
+    """
+    return _of(_core.Gauge.polyhedral(np.asarray(vertices, float)))
+
+
+def regular(n: int) -> Gauge:
+    """The regular polygon with n vertices at distance 1, the first at (1, 0)."""
+    angle = 2.0 * math.pi * np.arange(n) / n
+    return polygon(np.column_stack([np.cos(angle), np.sin(angle)]))
+
+
+def octagon() -> Gauge:
+    """The regular octagon with its vertices at distance 1 on axes and diagonals."""
+    d = math.sqrt(0.5)
+    return polygon([(1, 0), (d, d), (0, 1), (-d, d), (-1, 0), (-d, -d), (0, -1), (d, -d)])
+
+
+def l1() -> Gauge:
+    """|x| + |y|: a grid of streets."""
+    return _of(_core.Gauge.l1())
+
+
+def linf() -> Gauge:
+    """The larger of |x| and |y|: a crane with a motor for each direction."""
+    return _of(_core.Gauge.linf())
+
+
+def euclid() -> Gauge:
+    """The straight-line distance."""
+    return _of(_core.Gauge.euclidean())
+
+
+def lp(p: float) -> Gauge:
+    """(|x|^p + |y|^p)^(1/p), p from 1 on, infinity included."""
+    return _of(_core.Gauge.lp(p))
+
+
+_NAMED: dict[str, Callable[[], Gauge]] = {
+    "l1": l1,
+    "linf": linf,
+    "euclid": euclid,
+    "octagon": octagon,
+}
+
+
+def parse(text: str) -> Gauge:
+    """What the tool's option `--gauge` takes: `l1`, `linf`, `euclid`, `octagon`, `lp:1.5`,
+    `regular:12`.
+
+    Raises
+    ------
+    ValueError
+        If there is no such gauge.
+    """
+    if text in _NAMED:
+        return _NAMED[text]()
+    name, _, argument = text.partition(":")
+    makers: dict[str, Callable[[], Gauge]] = {
+        "lp": lambda: lp(float(argument)),
+        "regular": lambda: regular(int(argument)),
+    }
+    if name not in makers:
+        known = ", ".join([*_NAMED, "lp:P", "regular:N"])
+        raise ValueError(f"unknown gauge {text!r}: one of {known}")
+    return makers[name]()

@@ -1,0 +1,144 @@
+"""The best place for one new facility."""
+
+from __future__ import annotations
+
+import math
+from collections.abc import Callable
+from dataclasses import dataclass
+from typing import Any
+
+import numpy as np
+import numpy.typing as npt
+
+from planloc import _core
+from planloc.problem import GaugeLike, OrderLike, Problem
+
+__all__ = ["Answer", "solve", "verify"]
+
+Progress = Callable[[float, float, int], None]
+
+
+@dataclass(frozen=True)
+class Answer:
+    """What a search found, and the proof of it.
+
+    Attributes
+    ----------
+    problem : Problem
+    solution : planloc._core.Solution
+        The answer with its certificate, for `planloc.verify`.
+    """
+
+    problem: Problem
+    solution: _core.Solution
+
+    @property
+    def status(self) -> str:
+        """`optimal`, `within_gap`, `unbounded`, `infeasible` or `stopped`."""
+        return self.solution.status
+
+    @property
+    def point(self) -> tuple[float, float]:
+        """The best place found."""
+        return self.solution.point
+
+    @property
+    def value(self) -> float:
+        """The objective there."""
+        return self.solution.value
+
+    @property
+    def lower_bound(self) -> float:
+        """No place has a smaller value."""
+        return self.solution.lower_bound
+
+    @property
+    def gap(self) -> float:
+        """(value - lower_bound) relative to the value; 0 where the optimum is proved exactly."""
+        difference = self.value - self.lower_bound
+        return difference / abs(self.value) if difference and self.value else difference
+
+    @property
+    def optima(self) -> npt.NDArray[np.float64]:
+        """The corners of the set of all optima, counterclockwise, where it is known."""
+        return self.solution.optima
+
+    @property
+    def direction(self) -> tuple[float, float] | None:
+        """Along which the value falls without end, if it does."""
+        return self.solution.direction
+
+    @property
+    def distances(self) -> npt.NDArray[np.float64]:
+        """The weighted distance of every site."""
+        return self.problem.distances(*self.point)
+
+    def __repr__(self) -> str:
+        x, y = self.point
+        return (
+            f"Answer(status={self.status!r}, point=({x:.6g}, {y:.6g}), "
+            f"value={self.value:.9g}, lower_bound={self.lower_bound:.9g})"
+        )
+
+
+def solve(
+    sites: npt.ArrayLike | Problem,
+    *,
+    weight: npt.ArrayLike | None = None,
+    gauge: GaugeLike = "euclid",
+    gauge_of: npt.ArrayLike | None = None,
+    objective: OrderLike = "median",
+    gap: float = 0.0,
+    time_limit: float = math.inf,
+    threads: int = 1,
+    whole_set: bool = True,
+    progress: Progress | None = None,
+) -> Answer:
+    """Find the best place for one new facility, with a proof.
+
+    Parameters
+    ----------
+    sites : array of shape (n, 2), or Problem
+        With a Problem, `weight`, `gauge`, `gauge_of` and `objective` are those of the problem.
+    weight, gauge, gauge_of, objective
+        As of `planloc.Problem`.
+    gap : float
+        The search ends when value and lower bound differ by no more than this share of the value.
+    time_limit : float
+        Seconds. The answer so far has the status `stopped`.
+    threads : int
+        Of a search that is not convex. The answer does not depend on it.
+    whole_set : bool
+        Whether to find all optima of a convex polyhedral problem.
+    progress : callable, optional
+        progress(value, lower_bound, cells), some ten times a second.
+
+    Raises
+    ------
+    ValueError
+        If the problem is bad.
+    KeyboardInterrupt
+        On Ctrl-C, which stops the search.
+
+    Examples
+    --------
+    >>> import planloc
+    >>> planloc.solve([(0, 0), (2, 0), (1, 5)], gauge="l1", objective="centre").value
+    3.0
+    """
+    p = sites if isinstance(sites, Problem) else Problem(sites, weight, gauge, gauge_of, objective)
+    return Answer(p, _core.minimise(p.core, gap, time_limit, threads, whole_set, progress))
+
+
+def verify(answer: Answer, problem: Problem | None = None) -> _core.Verification:
+    """Prove the lower bound of an answer anew, from its certificate and the problem alone.
+
+    Examples
+    --------
+    >>> import planloc
+    >>> answer = planloc.solve([(0, 0), (2, 0), (1, 5)], gauge="linf")
+    >>> bool(planloc.verify(answer))
+    True
+    """
+    checked: Any = problem or answer.problem
+    return _core.verify(checked.core, answer.solution)

@@ -1,0 +1,95 @@
+#include <pybind11/stl.h>
+
+#include <string>
+#include <variant>
+
+#include "python/src/bindings.h"
+
+namespace planloc::python {
+namespace {
+
+using reason = branch_certificate::reason;
+
+py::array_t<std::uint32_t> array_of(const std::vector<std::uint32_t>& values) {
+  return py::array_t<std::uint32_t>(static_cast<py::ssize_t>(values.size()), values.data());
+}
+
+std::vector<std::uint32_t> numbers_from(const py::handle& state) {
+  const auto values = state.cast<index_array>();
+  return {values.data(), values.data() + values.size()};
+}
+
+py::tuple state_of(xy at) { return py::make_tuple(at.x, at.y); }
+
+xy place_from(const py::handle& state) {
+  const auto [x, y] = state.cast<std::pair<double, double>>();
+  return {x, y};
+}
+
+py::bytes bytes_of(const std::vector<reason>& reasons) {
+  return py::bytes(reinterpret_cast<const char*>(reasons.data()), reasons.size());
+}
+
+std::vector<reason> reasons_from(const py::handle& state) {
+  std::vector<reason> reasons;
+  for (const char c : state.cast<std::string>()) reasons.push_back(static_cast<reason>(c));
+  return reasons;
+}
+
+py::tuple state_of(const affine_piece& piece) {
+  py::list kinks;
+  for (const auto& k : piece.kinks) kinks.append(py::make_tuple(k.site, state_of(k.slope)));
+  return py::make_tuple(piece.multiplier, state_of(piece.taken_at), array_of(piece.edge),
+                        array_of(piece.rank), kinks);
+}
+
+affine_piece piece_from(const py::tuple& state) {
+  affine_piece piece{.multiplier = state[0].cast<double>(),
+                     .taken_at = place_from(state[1]),
+                     .edge = numbers_from(state[2]),
+                     .rank = numbers_from(state[3]),
+                     .kinks = {}};
+  for (const py::handle k : state[4]) {
+    const auto kink = k.cast<py::tuple>();
+    piece.kinks.push_back({kink[0].cast<std::uint32_t>(), place_from(kink[1])});
+  }
+  return piece;
+}
+
+struct to_state {
+  py::object operator()(std::monostate) const { return py::none(); }
+  py::object operator()(const convex_certificate& c) const {
+    py::list pieces;
+    for (const affine_piece& piece : c.pieces) pieces.append(state_of(piece));
+    return py::make_tuple("convex", state_of(c.base), pieces);
+  }
+  py::object operator()(const branch_certificate& c) const {
+    return py::make_tuple("branch", state_of(c.base), c.half, bytes_of(c.outside),
+                          bytes_of(c.cells));
+  }
+  py::object operator()(const direction_certificate& c) const {
+    return py::make_tuple("direction", state_of(c.direction));
+  }
+};
+
+}  // namespace
+
+py::object certificate_state(const certificate& proof) { return std::visit(to_state(), proof); }
+
+certificate certificate_from(const py::object& state) {
+  if (state.is_none()) return {};
+  const auto fields = state.cast<py::tuple>();
+  const auto kind = fields[0].cast<std::string>();
+  if (kind == "direction") return direction_certificate{place_from(fields[1])};
+  if (kind == "branch") {
+    return branch_certificate{.base = place_from(fields[1]),
+                              .half = fields[2].cast<double>(),
+                              .outside = reasons_from(fields[3]),
+                              .cells = reasons_from(fields[4])};
+  }
+  convex_certificate c{.pieces = {}, .base = place_from(fields[1])};
+  for (const py::handle piece : fields[2]) c.pieces.push_back(piece_from(piece.cast<py::tuple>()));
+  return c;
+}
+
+}  // namespace planloc::python

@@ -1,0 +1,122 @@
+"""Answers against brute force, and what happens to bad input, signals and pickles."""
+
+import pickle
+import signal
+import threading
+
+import numpy as np
+import planloc
+import pytest
+from planloc import gauge, order
+
+
+def brute_force(problem, rounds=60):
+    """The least value on grids that close in on the best place so far."""
+    centre, half = problem.sites.mean(axis=0), np.ptp(problem.sites, axis=0).max() + 1
+    best = np.inf
+    for _ in range(rounds):
+        steps = half * np.linspace(-1, 1, 21)
+        values = [(problem.value(centre[0] + x, centre[1] + y), x, y) for x in steps for y in steps]
+        value, x, y = min(values)
+        best, centre, half = min(best, value), centre + (x, y), half * 0.6
+    return best
+
+
+@pytest.mark.parametrize("distance", ["l1", "linf", "euclid", "octagon", "lp:1.5", "regular:5"])
+@pytest.mark.parametrize("objective", ["median", "centre", "k-centrum:3", "cent-dian:0.3"])
+def test_convex_answers_are_the_best_on_a_grid(distance, objective):
+    random = np.random.default_rng(7)
+    problem = planloc.Problem(random.random((9, 2)), random.uniform(1, 3, 9), distance,
+                              objective=objective)
+    answer = planloc.solve(problem)
+    assert answer.status == "optimal"
+    assert answer.value == pytest.approx(problem.value(*answer.point), rel=1e-12)
+    assert answer.value == pytest.approx(brute_force(problem), rel=1e-6)
+    assert planloc.verify(answer).gap <= 1e-9 * answer.value
+
+
+def test_sites_with_gauges_of_their_own():
+    own = [gauge.l1(), gauge.polygon([(3, 0), (-1, 2), (-1, -2)])]
+    problem = planloc.Problem([(0, 0), (5, 1), (2, 4)], gauge=own, gauge_of=[0, 1, 1])
+    place = (1.0, 2.0)
+    expected = [own[k](place[0] - x, place[1] - y)
+                for k, (x, y) in zip(problem.gauge_of, problem.sites)]
+    assert problem.distances(*place) == pytest.approx(expected)
+    assert planloc.solve(problem).value == pytest.approx(brute_force(problem), rel=1e-6)
+
+
+def test_pickles_are_the_same_and_still_proved():
+    for objective in ("median", "range", [-1.0, 0.0, 0.0]):
+        sites = [(0, 0), (4, 1), (2, 5)]
+        answer = planloc.solve(sites, gauge="octagon", objective=objective)
+        again = pickle.loads(pickle.dumps(answer))
+        assert (again.status, again.point, again.value) == (answer.status, answer.point, answer.value)
+        assert again.direction == answer.direction
+        assert planloc.verify(again).accepted == planloc.verify(answer).accepted
+    assert not planloc.verify(again, planloc.Problem([(0, 0), (9, 9), (1, 3)])).accepted
+
+
+@pytest.mark.parametrize("call, text", [
+    (lambda: planloc.solve([(0, 0), (1, 1)], weight=[1, -2]), "weight of site 1 is -2"),
+    (lambda: planloc.solve([]), "site"),
+    (lambda: planloc.solve([(0, 0)], weight=[1, 2]), "one entry a site"),
+    (lambda: planloc.solve([(0, 0)], gauge="l3"), "unknown gauge 'l3'"),
+    (lambda: planloc.solve([(0, 0)], gauge="lp:0.5"), "0.5"),
+    (lambda: planloc.solve([(0, 0)], objective="k-centrum"), "must be k-centrum:N"),
+    (lambda: planloc.solve([(0, 0)], objective="k-centrum:3"), "3"),
+    (lambda: planloc.solve([(0, 0)], objective="best"), "unknown objective 'best'"),
+    (lambda: planloc.solve([(0, 0)], gauge_of=[-1]), "gauge_of"),
+    (lambda: gauge.polygon([(1, 0), (2, 0), (3, 1)]), "origin"),
+])  # fmt: skip
+def test_bad_input_is_a_value_error(call, text):
+    with pytest.raises(ValueError, match=text):
+        call()
+
+
+def hard_problem():
+    random = np.random.default_rng(1)
+    weights = np.where(np.arange(150) % 2, 1.0, -0.5)
+    return planloc.Problem(random.random((150, 2)), gauge="octagon", objective=weights)
+
+
+def test_ctrl_c_stops_a_search():
+    threading.Timer(0.3, signal.raise_signal, [signal.SIGINT]).start()
+    with pytest.raises(KeyboardInterrupt):
+        planloc.solve(hard_problem(), time_limit=60)
+
+
+def test_limits_and_progress():
+    seen = []
+    answer = planloc.solve(hard_problem(), time_limit=0.5, progress=lambda *r: seen.append(r))
+    assert answer.status == "stopped"
+    assert answer.lower_bound < answer.value
+    assert seen and all(value >= bound for value, bound, _ in seen)
+
+    def refuse(*_):
+        raise RuntimeError("enough")
+
+    with pytest.raises(RuntimeError, match="enough"):
+        planloc.solve(hard_problem(), time_limit=60, progress=refuse)
+
+
+def test_searches_run_side_by_side():
+    problems = [planloc.Problem(np.random.default_rng(k).random((50, 2))) for k in range(8)]
+    alone = [planloc.solve(p).value for p in problems]
+    together = [None] * len(problems)
+
+    def work(k):
+        together[k] = planloc.solve(problems[k]).value
+
+    threads = [threading.Thread(target=work, args=(k,)) for k in range(len(problems))]
+    for t in threads:
+        t.start()
+    for t in threads:
+        t.join()
+    assert together == alone
+
+
+def test_order_weights_by_name():
+    for text, expected in [("median", [1, 1, 1, 1]), ("range", [-1, 0, 0, 1]),
+                           ("anti-centrum:2", [1, 1, 0, 0]), ("trimmed:1,1", [0, 1, 1, 0]),
+                           ("cent-dian:0.5", [0.125, 0.125, 0.125, 0.625])]:
+        assert order.parse(text).weights(4) == pytest.approx(expected)
