@@ -1,5 +1,6 @@
 #include "planloc/optimum/verify.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "planloc/optimum/proof/verify_parts.h"
@@ -50,12 +51,15 @@ void check_ranks(const problem& p, const affine_piece& piece, const std::string&
 }  // namespace
 
 void check_pieces(const problem& p, const convex_certificate& c) {
+  const bool edges = std::any_of(p.gauges().begin(), p.gauges().end(), [](const gauge& g) {
+    return g.kind() == gauge::shape::polyhedral;
+  });
   if (!p.convex()) refuse("a certificate of convex problems, but f is not convex");
   if (c.pieces.empty() || c.pieces.size() > 3) refuse("one to three pieces are needed");
   for (std::size_t k = 0; k < c.pieces.size(); ++k) {
     const affine_piece& piece = c.pieces[k];
     check_ranks(p, piece, piece_name(k));
-    if (piece.edge.size() != p.sites().size()) {
+    if (piece.edge.size() != p.sites().size() && (edges || !piece.edge.empty())) {
       refuse(piece_name(k) + ": one edge a site is needed");
     }
     for (const affine_piece::kink& q : piece.kinks) {

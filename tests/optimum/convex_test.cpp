@@ -232,6 +232,25 @@ TEST(Convex, SmallestCircleByBruteForce) {
     }
     EXPECT_NEAR(minimise(p).value, least, 1e-11 * (1 + least));
   }
+  // So many that most of them are passed once: on a circle and in a square, equal weights and not.
+  for (int trial = 0; trial < 8; ++trial) {
+    auto sites = source.sites(trial % 2 == 0 ? layout::scattered : layout::far_away, 5000, 1);
+    for (std::size_t i = 0; i < sites.size(); ++i) {
+      site& s = sites[i];
+      s.weight = trial < 4 ? 3 : 1 + static_cast<double>(i % 7);
+      if (trial % 4 < 2) continue;
+      const double angle = 0.1 * static_cast<double>(i);
+      s.x = 2 * std::cos(angle);
+      s.y = 2 * std::sin(angle);
+    }
+    const problem p(sites, {gauge::euclidean()}, order_weights::centre());
+    const solution s = minimise(p);
+    EXPECT_EQ(s.status, solution_status::optimal);
+    EXPECT_LT(s.counters.evaluations, 10);
+    const verification v = verify(p, s);
+    EXPECT_TRUE(v.accepted) << v.reason;
+    EXPECT_LE(v.gap, 1e-11 * v.value);
+  }
 }
 
 TEST(Verify, RefusesWhatWasSpoiled) {

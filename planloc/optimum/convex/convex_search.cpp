@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "planloc/optimum/convex/cut_model.h"
+#include "planloc/optimum/convex/euclidean_centre.h"
 #include "planloc/optimum/convex/exact_cuts.h"
 #include "planloc/optimum/convex/optimal_face.h"
 #include "planloc/optimum/convex/snap.h"
@@ -349,6 +350,7 @@ affine_piece convex_search::to_piece(const optimality::supporting_piece& s) cons
 solution minimise_convex(const problem& p, const minimise_options& options) {
   if (!p.convex())
     throw bad_problem("the order weights do not rise from 0 or more: f is not convex");
+  if (std::optional<solution> s = detail::euclidean_centre(p, options)) return std::move(*s);
   return convex_search(p, options).run();
 }
 
