@@ -207,26 +207,31 @@ double exact_place::value() const {
 mpq_class exact_place::exact_value() const {
   // By edges, whose denominators have nothing in common.
   struct load {
-    mpq_class weight, x, y;
+    dyadic_sum weight, x, y;
   };
   std::vector<load> loads(table_.edges.size());
   std::size_t k = 0;
   for (const order_run& r : problem_.runs()) {
+    if (r.weight == 0) {
+      k += r.count;
+      continue;
+    }
     for (const std::size_t end = k + r.count; k < end; ++k) {
       const std::size_t slot = order_.empty() ? k : order_[k];
       const site& s = problem_.sites()[table_.site[slot]];
-      const mpq_class w = mpq_class(r.weight) * s.weight;
       load& l = loads[table_.blocks[table_.block_of[slot]].first_edge + edge_[slot]];
-      l.weight += w;
-      l.x += w * s.x;
-      l.y += w * s.y;
+      l.weight.add(r.weight, s.weight);
+      l.x.add(r.weight, s.weight, s.x);
+      l.y.add(r.weight, s.weight, s.y);
     }
   }
   mpq_class value;
   for (std::size_t e = 0; e < loads.size(); ++e) {
-    const load& l = loads[e];
-    if (sgn(l.weight) == 0) continue;
-    value += dot(edges_.normal(e), {l.weight * at_.x - l.x, l.weight * at_.y - l.y});
+    const mpq_class weight = loads[e].weight.value();
+    const mpq_class x = loads[e].x.value();
+    const mpq_class y = loads[e].y.value();
+    if (sgn(weight) == 0 && sgn(x) == 0 && sgn(y) == 0) continue;
+    value += dot(edges_.normal(e), {weight * at_.x - x, weight * at_.y - y});
   }
   return value;
 }

@@ -16,19 +16,18 @@ class dyadic_sum {
  public:
   void add(double a, double b) {
     if (a == 0 || b == 0) return;
-    int ea = 0;
-    int eb = 0;
-    const auto ma = static_cast<long>(std::ldexp(std::frexp(a, &ea), 53));
-    const auto mb = static_cast<long>(std::ldexp(std::frexp(b, &eb), 53));
-    term_ = ma;
-    term_ *= mb;
-    const int exponent = ea + eb - 106;
-    if (exponent < exponent_) {
-      if (sgn(total_) != 0) total_ <<= static_cast<unsigned>(exponent_ - exponent);
-      exponent_ = exponent;
-    }
-    term_ <<= static_cast<unsigned>(exponent - exponent_);
-    total_ += term_;
+    int exponent = 0;
+    term_ = mantissa(a, exponent);
+    term_ *= mantissa(b, exponent);
+    add_term(exponent);
+  }
+  void add(double a, double b, double c) {
+    if (a == 0 || b == 0 || c == 0) return;
+    int exponent = 0;
+    term_ = mantissa(a, exponent);
+    term_ *= mantissa(b, exponent);
+    term_ *= mantissa(c, exponent);
+    add_term(exponent);
   }
 
   mpq_class value() const {
@@ -42,6 +41,23 @@ class dyadic_sum {
   }
 
  private:
+  // d is the result times a power of 2, whose exponent is added.
+  static long mantissa(double d, int& exponent) {
+    int e = 0;
+    const auto m = static_cast<long>(std::ldexp(std::frexp(d, &e), 53));
+    exponent += e - 53;
+    return m;
+  }
+
+  void add_term(int exponent) {
+    if (exponent < exponent_) {
+      if (sgn(total_) != 0) total_ <<= static_cast<unsigned>(exponent_ - exponent);
+      exponent_ = exponent;
+    }
+    term_ <<= static_cast<unsigned>(exponent - exponent_);
+    total_ += term_;
+  }
+
   int exponent_ = 0;
   mpz_class total_;
   mpz_class term_;

@@ -14,6 +14,11 @@ namespace {
 constexpr double kSideDoubt = 1e-13;
 // Candidates for one line that is wanted: many lines of a lattice are the same.
 constexpr std::size_t kCandidatesPerLine = 64;
+// Of lines that are told apart by where they cross the border: what that is off by at most, the
+// weight of the second crossing, and by what two lines of one place differ at most.
+constexpr double kKeyDoubt = 1e-8;
+constexpr double kKeyFactor = 0.6180339887;
+constexpr double kKeySpread = 1e-7;
 
 exact_line normalised(exact_xy normal, mpq_class right) {
   const mpq_class lead = sgn(normal.x) != 0 ? normal.x : normal.y;
@@ -25,12 +30,12 @@ bool before(const exact_line& a, const exact_line& b) {
 }
 
 // Whether the corners are surely on one side, given what a side is off by at most.
-bool surely_one_side(const std::array<double, 3>& side, double doubt) {
+bool surely_one_side(const exact_closer::sides& side, double doubt) {
   return std::min({side[0], side[1], side[2]}) > doubt ||
          std::max({side[0], side[1], side[2]}) < -doubt;
 }
 
-bool surely_both_sides(const std::array<double, 3>& side, double doubt) {
+bool surely_both_sides(const exact_closer::sides& side, double doubt) {
   return std::min({side[0], side[1], side[2]}) < -doubt &&
          std::max({side[0], side[1], side[2]}) > doubt;
 }
@@ -84,21 +89,47 @@ exact_xy exact_closer::absolute(const exact_xy& at) const {
 }
 
 mpq_class exact_closer::value(const exact_xy& at) {
-  const exact_place place(problem_, table_, edges_, absolute(at));
-  const piece_choice c = place.choose({1, 0});
-  std::vector<double> lambda;
-  for (const order_run& r : problem_.runs()) lambda.insert(lambda.end(), r.count, r.weight);
-  mpq_class sum;
-  for (std::size_t slot = 0; slot < table_.size(); ++slot) {
-    const double l = lambda[c.rank.empty() ? 0 : c.rank[slot]];
-    if (l != 0) sum += place.distance(slot) * l;
-  }
-  return sum;
+  return exact_place(problem_, table_, edges_, absolute(at)).exact_value();
 }
 
-void exact_closer::add_ray(const cell& c, std::uint32_t slot, const xy& direction,
-                           std::vector<exact_line>& lines, bool& crosses) {
-  std::array<double, 3> side{};
+// A line through the cell that f may break on, as the corners' sides of it: values of an affine
+// function that is 0 on the line.
+void exact_closer::add(const sides& side, double doubt, const exact_closer::source& from) {
+  const bool sure = surely_both_sides(side, doubt);
+  candidates_.push_back({from, sure});
+  if (!sure) return;
+  for (const double s : side) {
+    if (!(std::fabs(s) > doubt)) return;
+  }
+  // Where it crosses the border: of one line the same but for roundings.
+  double key = 0;
+  double factor = 1;
+  for (std::size_t m = 0; m < 3; ++m) {
+    const double a = side[m];
+    const double b = side[(m + 1) % 3];
+    if ((a < 0) == (b < 0)) continue;
+    if (doubt > kKeyDoubt * std::fabs(a - b)) return;
+    key += factor * (static_cast<double>(m) + a / (a - b));
+    factor = kKeyFactor;
+  }
+  keys_.push_back(key);
+}
+
+// Whether there surely are more distinct lines than that.
+bool exact_closer::surely_more(std::size_t limit) {
+  if (keys_.size() <= limit) return false;
+  std::sort(keys_.begin(), keys_.end());
+  std::size_t kept = 1;
+  for (std::size_t k = 1; k < keys_.size(); ++k) {
+    if (keys_[k] - keys_[k - 1] > kKeySpread) keys_[kept++] = keys_[k];
+  }
+  keys_.resize(kept);
+  return kept > limit;
+}
+
+bool exact_closer::add_ray(const cell& c, std::uint32_t slot, std::uint32_t edge) {
+  const xy& direction = table_.edges[edge].from;
+  sides side{};
   std::array<double, 3> ahead{};
   double size = 0;
   for (std::size_t m = 0; m < 3; ++m) {
@@ -109,82 +140,94 @@ void exact_closer::add_ray(const cell& c, std::uint32_t slot, const xy& directio
   }
   size += std::max(std::fabs(table_.x[slot]), std::fabs(table_.y[slot]));
   const double doubt = kSideDoubt * size * (std::fabs(direction.x) + std::fabs(direction.y));
-  if (surely_one_side(side, doubt) || std::max({ahead[0], ahead[1], ahead[2]}) < -doubt) return;
-  const exact_xy normal{mpq_class(-direction.y), mpq_class(direction.x)};
-  exact_line l = normalised(normal, dot(normal, position(slot)));
-  crosses = true;
-  if (surely_both_sides(side, doubt) || crosses_inside(c.corners, l)) lines.push_back(std::move(l));
+  if (surely_one_side(side, doubt) || std::max({ahead[0], ahead[1], ahead[2]}) < -doubt)
+    return false;
+  add(side, doubt, {slot, edge, slot, edge});
+  return true;
 }
 
-exact_closer::pieces exact_closer::pieces_on(const cell& c, std::uint32_t slot,
-                                             std::vector<exact_line>& lines) {
+// The pieces of a site in force somewhere on the cell, and maybe a few more.
+void exact_closer::add_pieces(const cell& c, std::uint32_t slot) {
   const gauge_block& b = table_.blocks[table_.block_of[slot]];
-  pieces result{slot, {}};
+  edge_numbers_.clear();
   for (const xy& corner : c.corners) {
     const xy u{corner.x - table_.x[slot], corner.y - table_.y[slot]};
-    result.edges.push_back(table_.active_edge(b, u));
+    edge_numbers_.push_back(table_.active_edge(b, u));
   }
   for (std::uint32_t j = 0; j < b.edges; ++j) {
-    bool crosses = false;
-    add_ray(c, slot, table_.edges[b.first_edge + j].from, lines, crosses);
-    if (!crosses) continue;
-    result.edges.push_back(j);
-    result.edges.push_back(j == 0 ? b.edges - 1 : j - 1);
+    if (!add_ray(c, slot, b.first_edge + j)) continue;
+    edge_numbers_.push_back(j);
+    edge_numbers_.push_back(j == 0 ? b.edges - 1 : j - 1);
   }
-  std::sort(result.edges.begin(), result.edges.end());
-  result.edges.erase(std::unique(result.edges.begin(), result.edges.end()), result.edges.end());
-  return result;
+  std::sort(edge_numbers_.begin(), edge_numbers_.end());
+  edge_numbers_.erase(std::unique(edge_numbers_.begin(), edge_numbers_.end()), edge_numbers_.end());
+  for (const std::uint32_t j : edge_numbers_) {
+    piece p{slot, b.first_edge + j, {}, 0};
+    const xy& n = table_.edges[p.edge].normal;
+    const double w = table_.weight[slot];
+    for (std::size_t m = 0; m < 3; ++m) {
+      const xy u{c.corners[m].x - table_.x[slot], c.corners[m].y - table_.y[slot]};
+      p.value[m] = w * (n.x * u.x + n.y * u.y);
+      p.size = std::max(p.size, std::fabs(p.value[m]));
+    }
+    // Values can be near 0 by cancellation: the slope counts as well.
+    p.size += w * (std::fabs(n.x) + std::fabs(n.y)) *
+              (std::fabs(table_.x[slot]) + std::fabs(table_.y[slot]) + std::fabs(c.corners[0].x) +
+               std::fabs(c.corners[0].y));
+    pieces_.push_back(p);
+  }
 }
 
-void exact_closer::add_bisectors(const cell& c, const pieces& a, const pieces& b,
-                                 std::vector<exact_line>& lines) {
-  const auto normal_of = [&](const pieces& s, std::uint32_t e) {
-    return table_.blocks[table_.block_of[s.slot]].first_edge + e;
-  };
-  const auto plane = [&](const pieces& s, std::uint32_t e, const xy& at) {
-    const xy& n = table_.edges[normal_of(s, e)].normal;
-    return table_.weight[s.slot] *
-           (n.x * (at.x - table_.x[s.slot]) + n.y * (at.y - table_.y[s.slot]));
-  };
-  for (const std::uint32_t e : a.edges) {
-    for (const std::uint32_t f : b.edges) {
-      std::array<double, 3> side{};
-      double size = 0;
-      for (std::size_t m = 0; m < 3; ++m) {
-        const double da = plane(a, e, c.corners[m]);
-        const double db = plane(b, f, c.corners[m]);
-        side[m] = da - db;
-        size = std::max({size, std::fabs(da), std::fabs(db)});
+exact_line exact_closer::line_of(const source& from) {
+  const exact_xy a = position(from.slot);
+  if (from.slot == from.other) {
+    const xy& direction = table_.edges[from.edge].from;
+    const exact_xy normal{mpq_class(-direction.y), mpq_class(direction.x)};
+    return {normal, dot(normal, a)};
+  }
+  const exact_xy& ne = edges_.normal(from.edge);
+  const exact_xy& nf = edges_.normal(from.other_edge);
+  const double wa = table_.weight[from.slot];
+  const double wb = table_.weight[from.other];
+  return {{ne.x * wa - nf.x * wb, ne.y * wa - nf.y * wb},
+          dot(ne, a) * wa - dot(nf, position(from.other)) * wb};
+}
+
+// Collects the sources of the lines; false if there surely are more than `limit` of them.
+bool exact_closer::collect(const cell& c, std::size_t limit) {
+  candidates_.clear();
+  keys_.clear();
+  pieces_.clear();
+  const std::size_t at_once = 2 * limit;
+  for (const decided_site& d : c.decided) {
+    add_pieces(c, d.slot);
+    pieces_.clear();
+    if (keys_.size() > at_once && surely_more(limit)) return false;
+  }
+  for (const std::uint32_t slot : undecided_) {
+    const std::size_t before = pieces_.size();
+    add_pieces(c, slot);
+    for (std::size_t i = before; i < pieces_.size(); ++i) {
+      for (std::size_t k = 0; k < before; ++k) {
+        const piece& p = pieces_[i];
+        const piece& q = pieces_[k];
+        const sides side{p.value[0] - q.value[0], p.value[1] - q.value[1], p.value[2] - q.value[2]};
+        const double doubt = kSideDoubt * (std::max(p.size, q.size) + p.size + q.size);
+        if (!surely_one_side(side, doubt)) add(side, doubt, {p.slot, p.edge, q.slot, q.edge});
       }
-      // Planes can be near 0 by cancellation: their slopes count as well.
-      const auto reach = [&](const pieces& s, std::uint32_t edge) {
-        const xy& n = table_.edges[normal_of(s, edge)].normal;
-        return table_.weight[s.slot] * (std::fabs(n.x) + std::fabs(n.y)) *
-               (std::fabs(table_.x[s.slot]) + std::fabs(table_.y[s.slot]) +
-                std::fabs(c.corners[0].x) + std::fabs(c.corners[0].y));
-      };
-      size += reach(a, e) + reach(b, f);
-      if (surely_one_side(side, kSideDoubt * size)) continue;
-      const exact_xy& ne = edges_.normal(normal_of(a, e));
-      const exact_xy& nf = edges_.normal(normal_of(b, f));
-      const double wa = table_.weight[a.slot];
-      const double wb = table_.weight[b.slot];
-      exact_xy normal{ne.x * wa - nf.x * wb, ne.y * wa - nf.y * wb};
-      if (sgn(normal.x) == 0 && sgn(normal.y) == 0) continue;
-      mpq_class right = dot(ne, position(a.slot)) * wa - dot(nf, position(b.slot)) * wb;
-      exact_line l = normalised(std::move(normal), std::move(right));
-      if (surely_both_sides(side, kSideDoubt * size) || crosses_inside(c.corners, l))
-        lines.push_back(std::move(l));
+      if (keys_.size() > at_once && surely_more(limit)) return false;
     }
   }
+  return !surely_more(limit);
 }
 
 std::optional<std::vector<exact_line>> exact_closer::lines(const cell& c, std::size_t limit) {
-  std::vector<std::uint32_t> undecided;
-  for (const std::uint32_t slot : c.undecided) undecided.push_back(same_as_[slot]);
-  std::sort(undecided.begin(), undecided.end());
-  undecided.erase(std::unique(undecided.begin(), undecided.end()), undecided.end());
-  if (undecided.size() > limit || c.decided.size() > kCandidatesPerLine * limit) return {};
+  undecided_.clear();
+  for (const std::uint32_t slot : c.undecided) undecided_.push_back(same_as_[slot]);
+  std::sort(undecided_.begin(), undecided_.end());
+  undecided_.erase(std::unique(undecided_.begin(), undecided_.end()), undecided_.end());
+  if (undecided_.size() > limit || c.decided.size() > kCandidatesPerLine * limit) return {};
+  if (!collect(c, limit)) return {};
   std::vector<exact_line> found;
   const auto shorten = [&] {
     std::sort(found.begin(), found.end(), before);
@@ -192,26 +235,15 @@ std::optional<std::vector<exact_line>> exact_closer::lines(const cell& c, std::s
     return found.size() <= limit;
   };
   std::size_t checked = 0;
-  const auto too_many = [&] {
-    if (found.size() - checked <= 2 * limit) return false;
-    if (!shorten()) return true;
+  for (const candidate& k : candidates_) {
+    exact_line l = line_of(k.from);
+    if (sgn(l.normal.x) == 0 && sgn(l.normal.y) == 0) continue;
+    l = normalised(std::move(l.normal), std::move(l.right));
+    if (!k.sure && !crosses_inside(c.corners, l)) continue;
+    found.push_back(std::move(l));
+    if (found.size() - checked <= 2 * limit) continue;
+    if (!shorten()) return {};
     checked = found.size();
-    return false;
-  };
-  for (const decided_site& d : c.decided) {
-    pieces_on(c, d.slot, found);
-    if (too_many()) return {};
-  }
-  std::vector<pieces> all;
-  for (const std::uint32_t slot : undecided) {
-    all.push_back(pieces_on(c, slot, found));
-    if (too_many()) return {};
-  }
-  for (std::size_t i = 0; i < all.size(); ++i) {
-    for (std::size_t k = 0; k < i; ++k) {
-      add_bisectors(c, all[i], all[k], found);
-      if (too_many()) return {};
-    }
   }
   if (!shorten()) return {};
   return found;

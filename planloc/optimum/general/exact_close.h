@@ -6,6 +6,7 @@
 
 #include <gmpxx.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -41,17 +42,31 @@ class exact_closer {
   // f at a place relative to the base.
   mpq_class value(const exact_xy& at);
 
+  // Of the corners of a cell: on which side of a line they are.
+  using sides = std::array<double, 3>;
+
  private:
-  struct pieces {
-    std::uint32_t slot;
-    std::vector<std::uint32_t> edges;  // in force somewhere on the cell; a few more do no harm
+  // A ray (twice the same slot), or the pieces of two sites that are equal on the line.
+  struct source {
+    std::uint32_t slot, edge;
+    std::uint32_t other, other_edge;
+  };
+  struct candidate {
+    source from;
+    bool sure;  // that it crosses the cell
+  };
+  struct piece {
+    std::uint32_t slot, edge;
+    std::array<double, 3> value;  // at the corners
+    double size;                  // that its roundings are measured by
   };
 
-  pieces pieces_on(const cell& c, std::uint32_t slot, std::vector<exact_line>& lines);
-  void add_ray(const cell& c, std::uint32_t slot, const xy& direction,
-               std::vector<exact_line>& lines, bool& crosses);
-  void add_bisectors(const cell& c, const pieces& a, const pieces& b,
-                     std::vector<exact_line>& lines);
+  bool collect(const cell& c, std::size_t limit);
+  void add_pieces(const cell& c, std::uint32_t slot);
+  bool add_ray(const cell& c, std::uint32_t slot, std::uint32_t edge);
+  void add(const sides& side, double doubt, const source& from);
+  bool surely_more(std::size_t limit);
+  exact_line line_of(const source& from);
   exact_xy position(std::uint32_t slot) const;
   exact_xy absolute(const exact_xy& at) const;
 
@@ -59,6 +74,11 @@ class exact_closer {
   const distance_table& table_;
   exact_edges edges_;
   std::vector<std::uint32_t> same_as_;  // the first slot with equal place, weight and gauge
+  // Of the cell at hand.
+  std::vector<std::uint32_t> undecided_, edge_numbers_;
+  std::vector<piece> pieces_;
+  std::vector<candidate> candidates_;
+  std::vector<double> keys_;  // of candidates that surely cross, equal if the lines are
 };
 
 }  // namespace planloc::detail

@@ -129,11 +129,12 @@ void general_search::make_exact() {
 }
 
 void general_search::try_sites() {
+  detail::evaluator evaluate(problem_, table_);
   const std::size_t step = (table_.size() + kSitesTried - 1) / kSitesTried;
   for (std::size_t slot = 0; slot < table_.size(); slot += step) {
     const site& s = problem_.sites()[table_.site[slot]];
     const exact_xy at{mpq_class(s.x) - table_.base.x, mpq_class(s.y) - table_.base.y};
-    offer(at, problem_.value({s.x, s.y}));
+    offer(at, evaluate({table_.x[slot], table_.y[slot]}).value);
   }
 }
 
