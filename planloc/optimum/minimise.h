@@ -32,7 +32,9 @@ struct minimise_options {
   double absolute_gap = 0;
   double seconds = std::numeric_limits<double>::infinity();
   std::size_t cells = std::numeric_limits<std::size_t>::max();
-  int threads = 1;                                       // of the branch and bound
+  // That work on the branch and bound, the caller's among them; 0: as many as the machine runs at
+  // once. Searches that are done in milliseconds start none. What is found does not depend on it.
+  int threads = 1;
   bool whole_set = true;                                 // fill in solution::optima
   std::function<void(const search_progress&)> progress;  // called from the thread of the caller
   std::stop_token stop;
@@ -51,8 +53,7 @@ solution minimise_convex(const problem& p, const minimise_options& options = {})
 // Where f neither grows nor falls in some direction far from the sites, although the sites differ
 // in gauge or weight, a square that is known to hold an optimum is found only for polyhedral gauges
 // and few sites (about thirty). Else the status is `stopped`, with the best value near the sites,
-// and the bound is 0 or minus infinity. All work is done on the calling thread, whatever `threads`
-// says.
+// and the bound is 0 or minus infinity.
 solution minimise_general(const problem& p, const minimise_options& options = {});
 
 }  // namespace planloc

@@ -24,6 +24,8 @@
 #include "planloc/foundation/geometry/rat_ray.h"
 #include "planloc/model/gauge_reader.h"
 #include "planloc/model/reporter.h"
+#include "planloc/optimum/minimise.h"
+#include "tests/optimum/instances.h"
 
 namespace planloc {
 namespace {
@@ -233,6 +235,58 @@ TEST(Threads, IdsOfPointsDiffer) {
   std::set<long> all;
   for (const auto& of_thread : ids) all.insert(of_thread.begin(), of_thread.end());
   EXPECT_EQ(all.size(), 1000u * kThreads);
+}
+
+std::string shown(const solution& s) {
+  const auto& proof = std::get<branch_certificate>(s.proof);
+  std::ostringstream out;
+  out << std::hexfloat << static_cast<int>(s.status) << ' ' << s.value << ' ' << s.lower_bound
+      << ' ' << s.point.x << ' ' << s.exact.x << ' ' << s.exact.y << ' ' << s.counters.cells << ' ';
+  for (const auto why : proof.cells) out << static_cast<int>(why);
+  return out.str();
+}
+
+// Several threads on one search: with as many as there may be, the same answer to the last bit.
+TEST(Threads, BranchAndBoundIsTheSameOnAnyNumber) {
+  instance_source source(31);
+  const std::vector<gauge> smooth{gauge::euclidean(), gauge::lp(1.5)};
+  for (int k = 0; k < 4; ++k) {
+    const int n = k == 0 ? 12 : 70;
+    std::vector<double> lambda;
+    for (int i = 0; i < n; ++i) lambda.push_back(source.uniform(k == 1 ? -0.1 : 0, 1));
+    const problem p(source.sites(k == 3 ? layout::lattice : layout::scattered, n, 2),
+                    k == 0 ? smooth : source.gauges(layout::scattered, 2, 6),
+                    k == 2 ? order_weights::order_statistic(35) : order_weights(lambda));
+    minimise_options options;
+    if (k < 2) options.relative_gap = 1e-3;
+    const std::string alone = shown(minimise_general(p, options));
+    for (const int threads : {0, 2, 3, 7}) {
+      options.threads = threads;
+      EXPECT_EQ(shown(minimise_general(p, options)), alone) << "problem " << k << ' ' << threads;
+    }
+  }
+}
+
+TEST(Threads, BranchAndBoundReportsToTheCallerAndStops) {
+  instance_source source(32);
+  std::vector<double> lambda;
+  for (int i = 0; i < 150; ++i) lambda.push_back(i % 2 == 0 ? -0.5 : 1);  // far from done in time
+  const problem p(source.sites(layout::scattered, 150, 1), source.gauges(layout::scattered, 1, 8),
+                  order_weights(lambda));
+  std::stop_source stop;
+  int reports = 0;
+  minimise_options options;
+  options.threads = 3;
+  options.stop = stop.get_token();
+  options.progress = [&, caller = std::this_thread::get_id()](const search_progress& now) {
+    EXPECT_EQ(std::this_thread::get_id(), caller);
+    EXPECT_LE(now.lower_bound, now.value);
+    if (++reports == 5) std::thread([&] { stop.request_stop(); }).join();
+  };
+  const solution s = minimise(p, options);
+  EXPECT_EQ(s.status, solution_status::stopped);
+  EXPECT_EQ(reports, 5);
+  EXPECT_LE(s.lower_bound, s.value);
 }
 
 #ifndef __SANITIZE_THREAD__

@@ -8,6 +8,7 @@
 #include "planloc/optimum/general/exact_close.h"
 #include "planloc/optimum/general/recession.h"
 #include "planloc/optimum/general/search_tree.h"
+#include "planloc/optimum/general/task_pool.h"
 #include "planloc/optimum/minimise.h"
 
 namespace planloc {
@@ -35,7 +36,15 @@ constexpr std::size_t line_limit(int depth) { return depth < 40 ? 20 : depth < 6
 constexpr double kPromising = 1e-7;
 // Sites that are tried as places before the search.
 constexpr std::size_t kSitesTried = 64;
-constexpr std::size_t kCellsBetweenChecks = 64;
+constexpr std::size_t kCellsBetweenReports = 64;
+// Cells that are worked on side by side, of how many open ones each, and how many sites they may
+// have together. None may depend on the number of threads, since the course of the search depends
+// on them.
+constexpr std::size_t kBatch = 16;
+constexpr std::size_t kOpenPerTask = 8;
+constexpr std::size_t kBatchSites = 1 << 18;
+// Of the sites of a batch: less is done before other threads wake up.
+constexpr std::size_t kSitesForThreads = 500;
 // Half of the square that is searched when no square is known to hold an optimum, in extents.
 constexpr double kNearExtents = 16;
 
@@ -45,11 +54,14 @@ class general_search {
       : problem_(p),
         options_(options),
         table_(p),
-        bounder_(table_),
-        closer_(p, table_),
+        extent_(extent()),
+        pool_(options.threads),
         rounding_(0x1p-53 * (256 + 16 * static_cast<double>(p.sites().size()))),
         doubt_(p.polyhedral() ? 0 : rounding_ * size_of_terms()),
-        never_negative_(detail::never_negative(p)) {}
+        never_negative_(detail::never_negative(p)) {
+    workers_.reserve(pool_.threads());
+    add_worker();
+  }
 
   solution run();
 
@@ -60,10 +72,37 @@ class general_search {
     std::optional<mpq_class> exact;
   };
 
+  // What a thread works with.
+  struct worker {
+    worker(const problem& p, const detail::distance_table& table)
+        : bounder(table), closer(p, table) {}
+
+    detail::cell_bounder bounder;
+    detail::exact_closer closer;
+  };
+  // What becomes of a cell, found without regard to the other cells of the batch.
+  struct task {
+    enum class end : std::uint8_t { halved, solved, too_deep };
+    struct half {
+      std::unique_ptr<cell> c;
+      detail::evaluation at_centroid;
+    };
+
+    std::unique_ptr<cell> c;
+    end outcome = end::halved;
+    std::optional<std::pair<exact_xy, mpq_class>> best;  // of a cell that is solved
+    std::array<half, 2> halves;
+  };
+
+  void add_worker() { workers_.push_back(std::make_unique<worker>(problem_, table_)); }
   void start(double half);
   void search();
-  void take(std::unique_ptr<cell> c);
-  bool solve_exactly(const cell& c);
+  bool next_batch();
+  void work_on_batch();
+  void work_on(task& t, worker& w) const;
+  bool solve_exactly(task& t, worker& w) const;
+  void settle(task& t);
+  void take(std::unique_ptr<cell> c, const detail::evaluation& at_centroid);
   void offer(const exact_xy& at, double value);
   void try_sites();
   bool least_possible();
@@ -84,15 +123,18 @@ class general_search {
   const problem& problem_;
   const minimise_options& options_;
   detail::distance_table table_;
-  detail::cell_bounder bounder_;
-  detail::exact_closer closer_;
-  double rounding_;  // of sums, in units of a cell's size
-  double doubt_;     // in a value near the sites that has no exact one
+  double extent_;  // of the sites
+  detail::task_pool pool_;
+  std::vector<std::unique_ptr<worker>> workers_;  // by thread; made when they are needed
+  double rounding_;                               // of sums, in units of a cell's size
+  double doubt_;                                  // in a value near the sites that has no exact one
   bool never_negative_;
   search_tree tree_;
   incumbent best_;
   double floor_ = std::numeric_limits<double>::infinity();  // bounds of cells that were given up
+  std::vector<task> batch_;
   std::size_t cells_ = 0;
+  std::size_t cells_to_report_ = 0;  // at which the next report is due
   bool stopped_ = false;
   std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
@@ -114,7 +156,10 @@ double general_search::bound() const {
 }
 
 bool general_search::must_stop() {
-  if (options_.progress) options_.progress({best_.value, bound(), tree_.open()});
+  if (options_.progress && cells_ >= cells_to_report_) {
+    options_.progress({best_.value, bound(), tree_.open()});
+    cells_to_report_ = cells_ + kCellsBetweenReports;
+  }
   return options_.stop.stop_requested() || seconds() > options_.seconds || cells_ >= options_.cells;
 }
 
@@ -124,7 +169,7 @@ void general_search::offer(const exact_xy& at, double value) {
 
 void general_search::make_exact() {
   if (best_.exact) return;
-  best_.exact = closer_.value(best_.at);
+  best_.exact = workers_[0]->closer.value(best_.at);
   best_.value = best_.exact->get_d();
 }
 
@@ -141,7 +186,7 @@ void general_search::try_sites() {
 // Whether the best value is 0, as far as can be told, and no other can be less.
 bool general_search::least_possible() {
   if (!never_negative_ || !problem_.polyhedral()) return never_negative_ && best_.value <= doubt_;
-  if (best_.value > rounding_ * extent()) return false;
+  if (best_.value > rounding_ * extent_) return false;
   make_exact();
   return sgn(*best_.exact) == 0;
 }
@@ -165,54 +210,111 @@ double general_search::size_of_terms() const {
 
 void general_search::start(double half) {
   const detail::xy a{-half, -half}, b{half, -half}, c{half, half}, d{-half, half};
-  take(tree_.root(problem_, {a, b, d}));
-  take(tree_.root(problem_, {c, d, b}));
+  for (const detail::triangle& t : {detail::triangle{a, b, d}, detail::triangle{c, d, b}}) {
+    std::unique_ptr<cell> root = tree_.root(problem_, t);
+    workers_[0]->bounder.process(*root);
+    take(std::move(root), workers_[0]->bounder.at_centroid());
+  }
 }
 
-void general_search::take(std::unique_ptr<cell> c) {
+void general_search::take(std::unique_ptr<cell> c, const detail::evaluation& at_centroid) {
   ++cells_;
-  bounder_.process(*c);
-  const detail::evaluation& e = bounder_.at_centroid();
-  if (e.value < best_.value) offer(detail::to_exact(e.at), e.value);
+  if (at_centroid.value < best_.value) offer(detail::to_exact(at_centroid.at), at_centroid.value);
   tree_.push(std::move(c));
 }
 
-bool general_search::solve_exactly(const cell& c) {
+// Moves the most promising cells to the batch; false if none is left.
+bool general_search::next_batch() {
+  batch_.clear();
+  std::size_t sites = 0;
+  const std::size_t most = std::min(kBatch, 1 + tree_.open() / kOpenPerTask);
+  while (!tree_.empty() && batch_.size() < most && sites <= kBatchSites) {
+    std::unique_ptr<cell> c = tree_.pop();
+    if (holds_nothing_better(*c)) continue;
+    sites += c->decided.size() + c->undecided.size();
+    batch_.emplace_back().c = std::move(c);
+  }
+  return !batch_.empty();
+}
+
+void general_search::work_on_batch() {
+  std::size_t sites = 0;
+  for (const task& t : batch_) sites += t.c->decided.size() + t.c->undecided.size();
+  if (pool_.threads() == 1 || batch_.size() == 1 || sites < kSitesForThreads) {
+    for (task& t : batch_) work_on(t, *workers_[0]);
+    return;
+  }
+  while (workers_.size() < pool_.threads()) add_worker();
+  pool_.run(batch_.size(),
+            [this](std::size_t k, std::size_t thread) { work_on(batch_[k], *workers_[thread]); });
+}
+
+void general_search::work_on(task& t, worker& w) const {
+  if (solve_exactly(t, w)) {
+    t.outcome = task::end::solved;
+    return;
+  }
+  if (t.c->depth >= kMostDepth) {
+    t.outcome = task::end::too_deep;
+    return;
+  }
+  auto [one, other] = search_tree::split(*t.c);
+  t.halves[0].c = std::move(one);
+  t.halves[1].c = std::move(other);
+  for (task::half& h : t.halves) {
+    w.bounder.process(*h.c);
+    h.at_centroid = w.bounder.at_centroid();
+  }
+}
+
+bool general_search::solve_exactly(task& t, worker& w) const {
   if (!problem_.polyhedral()) return false;
-  const auto lines = closer_.lines(c, line_limit(c.depth));
+  const cell& c = *t.c;
+  const auto lines = w.closer.lines(c, line_limit(c.depth));
   if (!lines) return false;
+  double least = best_.value;
   const auto promising = [&](const detail::xy& at) {
-    return bounder_.value(c, at) <= best_.value + kPromising * c.size;
+    return w.bounder.value(c, at) <= least + kPromising * c.size;
   };
   for (const exact_xy& at : detail::exact_closer::vertices(c.corners, *lines, promising)) {
-    if (bounder_.value(c, to_nearest(at)) > best_.value + margin(c)) continue;
-    make_exact();
-    mpq_class value = closer_.value(at);
-    if (value < *best_.exact) best_ = {at, value.get_d(), std::move(value)};
+    if (w.bounder.value(c, to_nearest(at)) > least + margin(c)) continue;
+    mpq_class value = w.closer.value(at);
+    if (t.best && t.best->second <= value) continue;
+    least = std::min(least, value.get_d());
+    t.best = {at, std::move(value)};
   }
   return true;
 }
 
+// In the order of the batch, so that the threads' timing does not show.
+void general_search::settle(task& t) {
+  switch (t.outcome) {
+    case task::end::solved:
+      tree_.close(*t.c, reason::exact);
+      if (!t.best) return;
+      make_exact();
+      if (t.best->second < *best_.exact)
+        best_ = {t.best->first, t.best->second.get_d(), t.best->second};
+      return;
+    case task::end::too_deep:
+      floor_ = std::min(floor_, t.c->bound - margin(*t.c));
+      return;
+    case task::end::halved:
+      tree_.add_halves(*t.c, *t.halves[0].c, *t.halves[1].c);
+      for (task::half& h : t.halves) take(std::move(h.c), h.at_centroid);
+  }
+}
+
 void general_search::search() {
-  for (std::size_t round = 0; !tree_.empty(); ++round) {
-    if (round % kCellsBetweenChecks == 0 && must_stop()) {
+  while (!tree_.empty()) {
+    if (must_stop()) {
       stopped_ = true;
       return;
     }
     if (least_possible()) return;
-    std::unique_ptr<cell> c = tree_.pop();
-    if (holds_nothing_better(*c)) continue;
-    if (solve_exactly(*c)) {
-      tree_.close(*c, reason::exact);
-      continue;
-    }
-    if (c->depth >= kMostDepth) {
-      floor_ = std::min(floor_, c->bound - margin(*c));
-      continue;
-    }
-    auto [one, other] = tree_.split(std::move(c));
-    take(std::move(one));
-    take(std::move(other));
+    if (!next_batch()) return;
+    work_on_batch();
+    for (task& t : batch_) settle(t);
   }
 }
 
@@ -266,7 +368,7 @@ solution general_search::run() {
   offer({0, 0}, problem_.value(table_.base));
   try_sites();
   if (!least_possible()) {
-    start(far.half > 0 ? far.half : kNearExtents * extent());
+    start(far.half > 0 ? far.half : kNearExtents * extent_);
     search();
   }
   return finish(far);

@@ -154,7 +154,8 @@ recession test_recession(const problem& p, const distance_table& table) {
   for (std::size_t cells = 0; !falls && tree.least_bound() < kBoundShare * value; cells += 2) {
     std::unique_ptr<cell> c = tree.pop();
     if (c->depth >= kMostDepth || cells > kMostCells) return test_all_lines(p, table);
-    auto [one, other] = tree.split(std::move(c));
+    auto [one, other] = search_tree::split(*c);
+    tree.add_halves(*c, *one, *other);
     take(std::move(one));
     take(std::move(other));
   }

@@ -25,20 +25,23 @@ std::unique_ptr<cell> search_tree::root(const problem& p, const triangle& t) {
   return c;
 }
 
-std::pair<std::unique_ptr<cell>, std::unique_ptr<cell>> search_tree::split(
-    std::unique_ptr<cell> c) {
+std::pair<std::unique_ptr<cell>, std::unique_ptr<cell>> search_tree::split(cell& c) {
+  const auto [one, other] = halves(c.corners);
+  auto first = std::make_unique<cell>(c);
+  auto second = std::make_unique<cell>(std::move(c));
+  for (cell* half : {first.get(), second.get()}) ++half->depth;
+  first->corners = one;
+  second->corners = other;
+  return {std::move(first), std::move(second)};
+}
+
+void search_tree::add_halves(const cell& parent, cell& one, cell& other) {
   const auto first = static_cast<std::uint32_t>(nodes_.size());
-  nodes_[c->node] = {reason::halved, first};
+  nodes_[parent.node] = {reason::halved, first};
   nodes_.push_back({reason::bound, 0});
   nodes_.push_back({reason::bound, 0});
-  const auto [one, other] = halves(c->corners);
-  ++c->depth;
-  auto copy = std::make_unique<cell>(*c);
-  c->corners = one;
-  c->node = first;
-  copy->corners = other;
-  copy->node = first + 1;
-  return {std::move(c), std::move(copy)};
+  one.node = first;
+  other.node = first + 1;
 }
 
 void search_tree::push(std::unique_ptr<cell> c) {
