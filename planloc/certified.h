@@ -3,6 +3,7 @@
 // Include this header, or only what you use:
 //   optimum/minimise.h, problem.h, solution.h   the problem, the searches, the answer
 //   optimum/verify.h                            the check of an answer
+//   optimum/location_allocation.h               several facilities, each site served by its nearest
 //   facilities/certified_problem.h              problems from `facilities`, and answers back
 //
 // Not among planloc.h: names such as `problem`, `solution`, `site` and `gauge` are likely to stand
@@ -11,6 +12,7 @@
 #define PLANLOC_CERTIFIED_H_
 
 #include "planloc/facilities/certified_problem.h"
+#include "planloc/optimum/location_allocation.h"
 #include "planloc/optimum/minimise.h"
 #include "planloc/optimum/problem.h"
 #include "planloc/optimum/solution.h"

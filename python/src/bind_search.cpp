@@ -99,7 +99,8 @@ void bind_search(py::module_& m) {
       .def_readonly("lower_bound", &verification::lower_bound)
       .def_readonly("gap", &verification::gap)
       .def("__bool__", [](const verification& v) { return v.accepted; });
-  m.def("verify", &verify, py::call_guard<py::gil_scoped_release>());
+  m.def("verify", py::overload_cast<const problem&, const solution&>(&verify),
+        py::call_guard<py::gil_scoped_release>());
 }
 
 }  // namespace planloc::python

@@ -1,0 +1,218 @@
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include "planloc/optimum/allocation/assignment.h"
+#include "planloc/optimum/allocation/local_search.h"
+#include "planloc/optimum/location_allocation.h"
+#include "planloc/optimum/minimise.h"
+
+namespace planloc {
+
+namespace {
+
+constexpr double kFarthest = 1e36;
+
+// Another stream for every start of every seed (Steele, Lea and Flood 2014).
+std::uint64_t seed_of(std::uint64_t seed, std::uint64_t start) {
+  std::uint64_t z = seed + (start + 1) * 0x9e3779b97f4a7c15;
+  z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9;
+  z = (z ^ (z >> 27)) * 0x94d049bb133111eb;
+  return z ^ (z >> 31);
+}
+
+// Starts on all threads. The best of all is the same whichever thread makes which start.
+class all_starts {
+ public:
+  all_starts(const detail::allocation_ground& ground, const allocate_options& options,
+             std::function<bool()> expired)
+      : ground_(ground), options_(options), expired_(std::move(expired)) {}
+
+  void run() {
+    const std::size_t wanted = options_.threads > 0
+                                   ? static_cast<std::size_t>(options_.threads)
+                                   : std::max(1U, std::thread::hardware_concurrency());
+    {
+      std::vector<std::jthread> others;
+      for (std::size_t k = 1; k < std::min(wanted, options_.starts); ++k) {
+        others.emplace_back([this] { work(false); });
+      }
+      work(true);
+    }
+    if (failure_) std::rethrow_exception(failure_);
+  }
+
+  const std::vector<xy>& places() const { return places_; }
+  const allocation_counters& counters() const { return counters_; }
+
+ private:
+  void work(bool caller) {
+    try {
+      for (std::size_t k = next_++; k < std::max<std::size_t>(options_.starts, 1); k = next_++) {
+        if (k > 0 && expired_()) return;
+        make(k, caller);
+      }
+    } catch (...) {
+      const std::scoped_lock lock(mutex_);
+      failure_ = std::current_exception();
+      next_ = options_.starts;
+    }
+  }
+
+  void make(std::size_t start, bool caller) {
+    detail::local_search search(ground_, seed_of(options_.seed, start), expired_);
+    search.start();
+    offer(start, search);
+    for (std::size_t k = 0; k < options_.shakes && !expired_(); ++k) {
+      search.shake();
+      if (caller && options_.progress) {
+        offer(start, search);
+        tell();
+      }
+    }
+    offer(start, search);
+    const std::scoped_lock lock(mutex_);
+    const allocation_counters& c = search.counters();
+    counters_.starts += expired_() ? 0 : 1;
+    counters_.shakes += c.shakes;
+    counters_.interchanges += c.interchanges;
+    counters_.solves += c.solves;
+  }
+
+  void offer(std::size_t start, const detail::local_search& search) {
+    const std::scoped_lock lock(mutex_);
+    const double value = search.best_value();
+    if (!places_.empty() && (value > value_ || (value == value_ && start >= best_start_))) return;
+    value_ = value;
+    best_start_ = start;
+    places_ = search.best_places();
+  }
+
+  void tell() {
+    const auto [value, starts] = [this] {
+      const std::scoped_lock lock(mutex_);
+      return std::pair(value_, counters_.starts);
+    }();
+    options_.progress({value, starts});
+  }
+
+  const detail::allocation_ground& ground_;
+  const allocate_options& options_;
+  std::function<bool()> expired_;
+  std::atomic<std::size_t> next_ = 0;
+  std::mutex mutex_;  // of what follows
+  std::exception_ptr failure_;
+  std::vector<xy> places_;
+  double value_ = 0;
+  std::size_t best_start_ = 0;
+  allocation_counters counters_;
+};
+
+class allocator {
+ public:
+  allocator(const allocation_problem& p, const allocate_options& options)
+      : problem_(p), options_(options) {}
+
+  allocation run() {
+    if (!all_served() && !place_one()) search();
+    result_.counters.seconds = seconds();
+    return std::move(result_);
+  }
+
+ private:
+  double seconds() const {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+  }
+  bool expired() const { return options_.stop.stop_requested() || seconds() > options_.seconds; }
+  void accept(std::vector<xy> points, allocation_status status) {
+    result_.points = std::move(points);
+    result_.status = status;
+    detail::assign(problem_, result_);
+  }
+  bool all_served();
+  bool place_one();
+  void search();
+
+  const allocation_problem& problem_;
+  const allocate_options& options_;
+  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+  allocation result_;
+};
+
+// A facility for each place that has none, if there are enough; the others join the first site.
+bool allocator::all_served() {
+  std::vector<xy> places;
+  for (const site& s : problem_.sites()) places.push_back({s.x, s.y});
+  std::sort(places.begin(), places.end(), detail::lexicographic);
+  places.erase(std::unique(places.begin(), places.end()), places.end());
+  std::erase_if(places, [this](const xy& at) {
+    return std::find(problem_.existing().begin(), problem_.existing().end(), at) !=
+           problem_.existing().end();
+  });
+  if (places.size() > problem_.count() && problem_.count() > 0) return false;
+  if (problem_.count() > 0) {
+    const site& first = problem_.sites()[0];
+    places.resize(problem_.count(), {first.x, first.y});
+    std::sort(places.begin(), places.end(), detail::lexicographic);
+  } else {
+    places.clear();
+  }
+  accept(std::move(places), allocation_status::optimal);
+  result_.lower_bound = result_.value;
+  return true;
+}
+
+bool allocator::place_one() {
+  if (problem_.count() != 1 || !problem_.existing().empty()) return false;
+  minimise_options options;
+  options.seconds = options_.seconds;
+  options.stop = options_.stop;
+  options.whole_set = false;
+  solution s = minimise(problem_.single(), options);
+  const solution_status ended = s.status;
+  accept({s.point}, ended == solution_status::optimal   ? allocation_status::optimal
+                    : ended == solution_status::stopped ? allocation_status::stopped
+                                                        : allocation_status::within_gap);
+  result_.lower_bound = s.lower_bound;
+  result_.one_facility = std::move(s);
+  return true;
+}
+
+void allocator::search() {
+  const detail::allocation_ground ground(problem_);
+  all_starts starts(ground, options_, [this] { return expired(); });
+  starts.run();
+  result_.counters = starts.counters();
+  for (std::size_t k = 0; k < problem_.count(); ++k) {
+    result_.points.push_back(ground.absolute(starts.places()[k]));
+  }
+  detail::alternate_to_optima(problem_, result_, [this] { return expired(); });
+  result_.status = expired() ? allocation_status::stopped : allocation_status::searched;
+}
+
+}  // namespace
+
+allocation_problem::allocation_problem(std::vector<site> sites, std::vector<gauge> gauges,
+                                       std::size_t count, std::vector<xy> existing)
+    : single_(std::move(sites), std::move(gauges), order_weights::median()),
+      count_(count),
+      existing_(std::move(existing)) {
+  if (count_ == 0 && existing_.empty()) throw bad_problem("no facility, new or existing");
+  for (std::size_t k = 0; k < existing_.size(); ++k) {
+    const xy& e = existing_[k];
+    if (std::fabs(e.x) <= kFarthest && std::fabs(e.y) <= kFarthest) continue;
+    throw bad_problem("a coordinate of existing facility " + std::to_string(k) +
+                      " is not finite or above 1e36 in magnitude");
+  }
+}
+
+allocation allocate(const allocation_problem& p, const allocate_options& options) {
+  return allocator(p, options).run();
+}
+
+}  // namespace planloc

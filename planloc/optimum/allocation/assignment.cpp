@@ -1,0 +1,79 @@
+#include "planloc/optimum/allocation/assignment.h"
+
+#include <algorithm>
+
+#include "planloc/optimum/minimise.h"
+
+namespace planloc::detail {
+
+void assign(const allocation_problem& p, allocation& a) {
+  const problem& single = p.single();
+  a.assignment.assign(p.sites().size(), 0);
+  long double sum = 0;
+  for (std::size_t i = 0; i < a.assignment.size(); ++i) {
+    double least = std::numeric_limits<double>::infinity();
+    std::uint32_t number = 0;
+    const auto serve = [&](const xy& at) {
+      const double d = single.distance(i, at);
+      if (d < least) {
+        least = d;
+        a.assignment[i] = number;
+      }
+      ++number;
+    };
+    for (const xy& at : a.points) serve(at);
+    for (const xy& at : p.existing()) serve(at);
+    sum += least;
+  }
+  a.value = static_cast<double>(sum);
+}
+
+namespace {
+
+// The optimum of what a facility serves; its own place if it serves nothing or is no worse.
+xy best_place(const allocation_problem& p, const allocation& a, std::uint32_t facility) {
+  std::vector<site> served;
+  for (std::size_t i = 0; i < a.assignment.size(); ++i) {
+    if (a.assignment[i] == facility) served.push_back(p.sites()[i]);
+  }
+  if (served.empty()) return a.points[facility];
+  const std::span<const gauge> gauges = p.single().gauges();
+  const problem own(std::move(served), {gauges.begin(), gauges.end()}, order_weights::median());
+  minimise_options options;
+  options.whole_set = false;
+  const solution s = minimise(own, options);
+  return own.value(s.point) < own.value(a.points[facility]) ? s.point : a.points[facility];
+}
+
+}  // namespace
+
+void alternate_to_optima(const allocation_problem& p, allocation& a,
+                         const std::function<bool()>& expired) {
+  assign(p, a);
+  // The facilities whose sites changed.
+  std::vector<char> open(a.points.size(), 1);
+  while (std::find(open.begin(), open.end(), 1) != open.end() && !expired()) {
+    allocation next = a;
+    for (std::uint32_t k = 0; k < a.points.size(); ++k) {
+      if (open[k] == 0) continue;
+      next.points[k] = best_place(p, a, k);
+      ++a.counters.solves;
+    }
+    assign(p, next);
+    if (!(next.value < a.value)) break;
+    std::fill(open.begin(), open.end(), 0);
+    for (std::size_t i = 0; i < a.assignment.size(); ++i) {
+      if (a.assignment[i] == next.assignment[i]) continue;
+      for (const std::uint32_t k : {a.assignment[i], next.assignment[i]}) {
+        if (k < open.size()) open[k] = 1;
+      }
+    }
+    a.points = std::move(next.points);
+    a.assignment = std::move(next.assignment);
+    a.value = next.value;
+  }
+  std::sort(a.points.begin(), a.points.end(), lexicographic);
+  assign(p, a);
+}
+
+}  // namespace planloc::detail

@@ -1,0 +1,79 @@
+// One start of the search for several facilities: drawn sites, then descents from shaken places.
+// Internal.
+#ifndef PLANLOC_OPTIMUM_ALLOCATION_LOCAL_SEARCH_H_
+#define PLANLOC_OPTIMUM_ALLOCATION_LOCAL_SEARCH_H_
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <random>
+#include <span>
+#include <vector>
+
+#include "planloc/optimum/allocation/place_finder.h"
+#include "planloc/optimum/allocation/service.h"
+#include "planloc/optimum/evaluate.h"
+#include "planloc/optimum/location_allocation.h"
+
+namespace planloc::detail {
+
+// What all starts share, and only read.
+class allocation_ground {
+ public:
+  explicit allocation_ground(const allocation_problem& p);
+
+  const allocation_problem& problem;
+  distance_table table;
+  std::vector<xy> existing;  // counted from the table's base
+
+  // The distances of all slots from the place of a slot: kept where there are few sites, else put
+  // into `scratch`.
+  std::span<const double> from_site(std::size_t slot, std::vector<double>& scratch) const;
+  xy place_of(std::size_t slot) const { return {table.x[slot], table.y[slot]}; }
+  // In the problem's coordinates; at a site its very own.
+  xy absolute(const xy& place) const;
+
+ private:
+  std::vector<double> kept_;
+};
+
+class local_search {
+ public:
+  // Asks `expired` now and then, and ends when it says so.
+  local_search(const allocation_ground& ground, std::uint64_t seed, std::function<bool()> expired);
+
+  // Places of all facilities, the new ones first.
+  std::vector<xy> best_places() const { return {best_->places().begin(), best_->places().end()}; }
+  double best_value() const { return best_->value(); }
+  const allocation_counters& counters() const { return counters_; }
+
+  // From drawn sites down to where neither alternation nor an interchange helps.
+  void start();
+  // Throws `reach` facilities elsewhere, the next time more of them unless that helped.
+  void shake();
+
+ private:
+  std::uint64_t below(std::uint64_t n) { return random_() % n; }
+  double uniform() { return static_cast<double>(random_() >> 11) * 0x1p-53; }
+  std::vector<xy> draw_places();
+  std::vector<std::uint32_t> facilities_to_throw(std::size_t reach);
+  void descend();
+  bool alternate();
+  bool interchange();
+  bool try_site(std::size_t slot, double least_gain);
+
+  const allocation_ground& ground_;
+  std::size_t count_;  // of the new facilities
+  std::mt19937_64 random_;
+  std::function<bool()> expired_;
+  place_finder find_place_;
+  std::optional<service> now_, best_;
+  std::size_t reach_ = 1;
+  std::vector<double> loss_, scratch_, column_;
+  allocation_counters counters_;
+};
+
+}  // namespace planloc::detail
+
+#endif  // PLANLOC_OPTIMUM_ALLOCATION_LOCAL_SEARCH_H_

@@ -1,0 +1,122 @@
+// Several new facilities at once, each site served by its nearest one: which places make the sum of
+// the weighted distances least (the multisource Weber problem, Cooper 1963).
+//
+//   using namespace planloc;
+//   const allocation_problem p(sites, {gauge::euclidean()}, 8);
+//   const allocation a = allocate(p);
+//   const allocation_check c = verify(p, a);
+//
+// The distance of site i from a facility at x is weight_i * gauge_i(x - position_i), as in
+// problem.h. Facilities that exist already serve too and stay where they are.
+//
+// The sum is not convex in the places. The answer comes from a search that is repeatable but proves
+// nothing of several facilities.
+#ifndef PLANLOC_OPTIMUM_LOCATION_ALLOCATION_H_
+#define PLANLOC_OPTIMUM_LOCATION_ALLOCATION_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <optional>
+#include <span>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+#include "planloc/optimum/problem.h"
+#include "planloc/optimum/solution.h"
+
+namespace planloc {
+
+class allocation_problem {
+ public:
+  // `count` new facilities. Throws `bad_problem` as `problem` does, and if there is neither a new
+  // facility nor an existing one, or an existing one's coordinate is above 1e36 in magnitude.
+  allocation_problem(std::vector<site> sites, std::vector<gauge> gauges, std::size_t count,
+                     std::vector<xy> existing = {});
+
+  // The sites and gauges, as the problem of one new facility.
+  const problem& single() const { return single_; }
+  std::span<const site> sites() const { return single_.sites(); }
+  std::size_t count() const { return count_; }
+  std::span<const xy> existing() const { return existing_; }
+
+ private:
+  problem single_;
+  std::size_t count_;
+  std::vector<xy> existing_;
+};
+
+enum class allocation_status : std::uint8_t {
+  optimal,     // proved: the value is 0, or the one new facility is at the optimum (solution.h)
+  within_gap,  // proved: the one new facility is within the gap of solution.h
+  searched,    // all starts were made
+  stopped      // the time or the stop token ended the search: this is the best until then
+};
+
+struct allocation_counters {
+  std::size_t starts = 0;        // that were made to their end
+  std::size_t shakes = 0;        // some facilities thrown elsewhere, and a descent from there
+  std::size_t interchanges = 0;  // a facility dropped for one at a site
+  std::size_t solves = 0;        // of a facility and the sites that it serves
+  double seconds = 0;
+};
+
+struct allocation {
+  allocation_status status = allocation_status::stopped;
+  std::vector<xy> points;  // of the new facilities, ordered by x, then y
+  // The facility of each site: the new ones are 0 to count - 1, the existing ones follow. At a tie
+  // the lowest number. A new facility may serve no site.
+  std::vector<std::uint32_t> assignment;
+  double value = 0;
+  // No places have a value below this. There is one where it costs nothing: with one new facility
+  // and no existing one, with no new facility, and where the value is 0.
+  std::optional<double> lower_bound;
+  std::optional<solution> one_facility;  // proves the bound if that is the problem
+  allocation_counters counters;
+
+  double gap() const {
+    return lower_bound ? value - *lower_bound : std::numeric_limits<double>::infinity();
+  }
+};
+
+struct allocation_progress {
+  double value;        // the best so far
+  std::size_t starts;  // that were made to their end
+};
+
+struct allocate_options {
+  std::uint64_t seed = 1;
+  std::size_t starts = 8;
+  std::size_t shakes = 100;  // of each start
+  double seconds = std::numeric_limits<double>::infinity();
+  int threads = 0;  // 0: one for each core
+  bool lower_bound = false;
+  double relative_gap = 1e-4;  // of the bound
+  std::function<void(const allocation_progress&)> progress =
+      {};  // called from the thread of the caller
+  std::stop_token stop = {};
+};
+
+// Starts by drawn sites (Arthur and Vassilvitskii 2007), alternation of places and assignment
+// (Cooper 1964), interchange of a facility with a site (Resende and Werneck 2007), shakes in a
+// variable neighbourhood (Brimberg, Hansen, Mladenovic and Taillard 2000). The same seed gives the
+// same answer whatever the number of threads, unless the time or the stop token ends the search.
+allocation allocate(const allocation_problem& p, const allocate_options& options = {});
+
+struct allocation_check {
+  bool accepted = false;
+  std::string reason;                 // why it was refused
+  double value = 0;                   // proved: no less than the exact value of the points
+  std::optional<double> lower_bound;  // proved: no more than the least value there is
+};
+
+// Checks points, assignment, value and bound against the problem alone, in intervals that are
+// rounded outwards, by code that the search does not use. An assignment may deviate from the
+// nearest facility only where the distances differ by their roundings.
+allocation_check verify(const allocation_problem& p, const allocation& a);
+
+}  // namespace planloc
+
+#endif  // PLANLOC_OPTIMUM_LOCATION_ALLOCATION_H_

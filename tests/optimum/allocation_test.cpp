@@ -1,0 +1,192 @@
+// Several facilities against published optima and against all partitions of the sites.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "instances.h"
+#include "planloc/optimum/location_allocation.h"
+#include "planloc/optimum/minimise.h"
+
+namespace planloc {
+namespace {
+
+// Eilon, Watson-Gandy and Christofides, "Distribution Management" (1971): 50 sites of weight 1.
+const std::vector<site> kFifty = {
+    {1.33, 8.89}, {1.89, 0.77}, {9.27, 1.49}, {9.46, 9.36}, {9.20, 8.69}, {7.43, 1.61},
+    {6.08, 1.34}, {5.57, 4.60}, {6.70, 2.77}, {8.99, 2.45}, {8.93, 7.00}, {8.60, 0.53},
+    {4.01, 0.31}, {3.34, 4.01}, {6.75, 5.57}, {7.36, 4.03}, {1.24, 6.69}, {3.13, 1.92},
+    {8.86, 8.74}, {4.18, 3.74}, {2.22, 4.35}, {0.88, 7.02}, {8.53, 7.04}, {6.49, 6.22},
+    {4.53, 7.87}, {4.46, 7.91}, {2.83, 9.88}, {3.39, 5.65}, {0.75, 4.98}, {7.55, 5.79},
+    {8.45, 0.69}, {3.33, 5.78}, {6.27, 3.66}, {7.31, 1.61}, {6.37, 7.02}, {7.23, 7.05},
+    {1.68, 6.45}, {3.54, 7.06}, {7.67, 4.17}, {2.20, 1.12}, {3.57, 1.99}, {7.34, 1.38},
+    {6.58, 4.49}, {5.00, 9.00}, {6.63, 5.23}, {5.89, 8.06}, {1.13, 5.25}, {1.90, 8.35},
+    {1.74, 1.37}, {9.39, 6.44}};
+
+allocation_problem fifty(std::size_t count) { return {kFifty, {gauge::euclidean()}, count}; }
+
+void expect_proved(const allocation_problem& p, const allocation& a) {
+  const allocation_check c = verify(p, a);
+  EXPECT_TRUE(c.accepted) << c.reason;
+  EXPECT_EQ(c.lower_bound.has_value(), a.lower_bound.has_value());
+}
+
+TEST(LocationAllocation, PublishedOptima) {
+  const struct {
+    std::size_t count;
+    double value;
+  } cases[] = {{2, 135.5222}, {3, 105.2139}, {4, 84.1536},  {5, 72.2369},
+               {6, 60.9713},  {7, 54.5020},  {8, 49.9393},  {9, 45.6884},
+               {10, 41.6851}, {15, 27.6282}, {20, 19.3560}, {25, 13.3016}};
+  for (const auto& c : cases) {
+    const allocation_problem p = fifty(c.count);
+    const allocation a = allocate(p, {.shakes = 20});
+    EXPECT_NEAR(a.value, c.value, 1e-4) << c.count;
+    EXPECT_EQ(a.status, allocation_status::searched);
+    expect_proved(p, a);
+  }
+}
+
+// The least value over all ways to give each site to one of `count` new facilities or to its
+// nearest existing one.
+double least_over_partitions(const allocation_problem& p) {
+  const std::size_t n = p.sites().size();
+  std::vector<double> own(std::size_t{1} << n, 0);
+  std::vector<double> best(own.size(), 0);
+  for (std::size_t set = 1; set < own.size(); ++set) {
+    std::vector<site> sites;
+    for (std::size_t i = 0; i < n; ++i) {
+      if ((set >> i & 1) == 0) continue;
+      sites.push_back(p.sites()[i]);
+      double nearest = std::numeric_limits<double>::infinity();
+      for (const xy& e : p.existing()) nearest = std::min(nearest, p.single().distance(i, e));
+      best[set] += nearest;
+    }
+    const std::span<const gauge> gauges = p.single().gauges();
+    own[set] = minimise({sites, {gauges.begin(), gauges.end()}, order_weights::median()}).value;
+  }
+  for (std::size_t k = 0; k < p.count(); ++k) {
+    std::vector<double> next = best;
+    for (std::size_t set = 1; set < own.size(); ++set) {
+      for (std::size_t part = set; part != 0; part = (part - 1) & set) {
+        next[set] = std::min(next[set], own[part] + best[set & ~part]);
+      }
+    }
+    best = next;
+  }
+  return best.back();
+}
+
+TEST(LocationAllocation, AllPartitions) {
+  instance_source source(5);
+  const layout layouts[] = {layout::scattered, layout::lattice, layout::line, layout::one_place,
+                            layout::far_away};
+  for (int k = 0; k < 40; ++k) {
+    const layout l = layouts[k % 5];
+    std::vector<gauge> gauges = source.gauges(l, 2, 5);
+    gauges.push_back(k % 2 == 0 ? gauge::euclidean() : gauge::lp(1.5));
+    const std::vector<site> sites = source.sites(l, 3 + source.below(5), 3);
+    std::vector<xy> existing;
+    for (int e = source.below(3); e > 0; --e) {
+      existing.push_back({sites[0].x + source.below(3), sites[1].y - source.below(2)});
+    }
+    const auto count = static_cast<std::size_t>(existing.empty() ? 1 : 0) + source.below(4);
+    const allocation_problem p(sites, gauges, count, existing);
+    const allocation a = allocate(p, {.shakes = 20});
+    const double least = least_over_partitions(p);
+    EXPECT_NEAR(a.value, least, 1e-9 * least + 1e-12) << "instance " << k;
+    expect_proved(p, a);
+  }
+}
+
+TEST(LocationAllocation, TheSameWhateverTheThreads) {
+  const allocation_problem p = fifty(7);
+  const allocation one = allocate(p, {.seed = 9, .starts = 3, .shakes = 2, .threads = 1});
+  const allocation many = allocate(p, {.seed = 9, .starts = 3, .shakes = 2, .threads = 4});
+  EXPECT_EQ(one.points, many.points);
+  EXPECT_EQ(one.assignment, many.assignment);
+  EXPECT_EQ(one.value, many.value);
+}
+
+TEST(LocationAllocation, OneFacilityIsTheMedian) {
+  const allocation a = allocate(fifty(1));
+  EXPECT_EQ(a.status, allocation_status::optimal);
+  EXPECT_EQ(a.points[0], minimise(fifty(1).single()).point);
+  expect_proved(fifty(1), a);
+}
+
+TEST(LocationAllocation, EnoughForAllSites) {
+  const std::vector<site> sites = {{0, 0}, {3, 1}, {0, 0, 2}, {5, 5}};
+  for (const std::size_t count : {2, 3, 5}) {
+    const allocation_problem p(sites, {gauge::linf()}, count, {{5, 5}});
+    const allocation a = allocate(p);
+    EXPECT_EQ(a.status, allocation_status::optimal);
+    EXPECT_EQ(a.value, 0);
+    EXPECT_EQ(a.points.size(), count);
+    EXPECT_EQ(a.assignment, (std::vector<std::uint32_t>{0, static_cast<std::uint32_t>(count - 1), 0,
+                                                        static_cast<std::uint32_t>(count)}));
+    expect_proved(p, a);
+  }
+}
+
+TEST(LocationAllocation, StopsWithTheBestSoFar) {
+  std::stop_source source;
+  allocate_options options;
+  options.starts = options.shakes = 1000000;
+  options.stop = source.get_token();
+  options.progress = [&](const allocation_progress& now) {
+    if (now.value < 60) source.request_stop();
+  };
+  const allocation a = allocate(fifty(7), options);
+  EXPECT_EQ(a.status, allocation_status::stopped);
+  EXPECT_LT(a.value, 60);
+  expect_proved(fifty(7), a);
+}
+
+TEST(LocationAllocation, SpoiledAnswersAreRefused) {
+  const allocation_problem p = fifty(3);
+  const allocation good = allocate(p);
+  const struct {
+    void (*spoil)(allocation&);
+    const char* reason;
+  } cases[] = {
+      {[](allocation& a) { a.value *= 1 - 1e-9; }, "the value is not that of the points"},
+      {[](allocation& a) { a.assignment[4] = (a.assignment[4] + 1) % 3; },
+       "site 4 has a nearer facility than its own"},
+      {[](allocation& a) { a.assignment[7] = 3; },
+       "site 7 is assigned to facility 3, which does not exist"},
+      {[](allocation& a) { a.points.pop_back(); }, "3 points are needed"},
+      {[](allocation& a) { a.points[1].x = NAN; }, "a point is not finite"},
+      {[](allocation& a) { a.lower_bound = 100; },
+       "the lower bound is above the one that is proved"},
+      {[](allocation& a) { a.one_facility = minimise(fifty(1).single()), a.lower_bound = 1; },
+       "the solution of one new facility proves nothing of several"},
+      {[](allocation& a) { a.status = allocation_status::optimal; },
+       "an optimum is claimed without a bound"},
+  };
+  for (const auto& c : cases) {
+    allocation bad = good;
+    c.spoil(bad);
+    EXPECT_EQ(verify(p, bad).reason, c.reason);
+  }
+}
+
+TEST(LocationAllocation, BadInputIsNamed) {
+  const auto message_of = [](std::size_t count, std::vector<xy> existing) -> std::string {
+    try {
+      allocation_problem({{}}, {gauge::l1()}, count, std::move(existing));
+    } catch (const bad_problem& e) {
+      return e.what();
+    }
+    return "";
+  };
+  EXPECT_EQ(message_of(0, {}), "no facility, new or existing");
+  EXPECT_EQ(message_of(0, {{0, 0}, {0, INFINITY}}),
+            "a coordinate of existing facility 1 is not finite or above 1e36 in magnitude");
+}
+
+}  // namespace
+}  // namespace planloc
