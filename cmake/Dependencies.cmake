@@ -1,8 +1,9 @@
 # The libraries that planloc rests on, each as an imported target. The installed package includes this
 # file too, so that a user of the static library links the same ones.
 #
-# planloc_find_dependencies(<missing> COMPONENTS <core|shared|window>...) sets <missing> to the names of
-# what is not there: core is all that the library links, shared what users of a shared one need.
+# planloc_find_dependencies(<missing> COMPONENTS <core|shared|window|tool>...) sets <missing> to the names of
+# what is not there: core is all that the library links, shared what users of a shared one need, tool
+# what the program `planloc` adds.
 
 macro(planloc_find_by_pkg_config missing prefix module)
   pkg_check_modules(${prefix} QUIET IMPORTED_TARGET ${module})
@@ -40,6 +41,18 @@ macro(planloc_find_fltk missing)
   endif()
 endmacro()
 
+macro(planloc_find_tool missing)
+  planloc_find_by_pkg_config(${missing} GDAL gdal)
+  find_package(CLI11 QUIET)
+  find_package(nlohmann_json QUIET)
+  if(NOT CLI11_FOUND)
+    list(APPEND ${missing} CLI11)
+  endif()
+  if(NOT nlohmann_json_FOUND)
+    list(APPEND ${missing} nlohmann-json)
+  endif()
+endmacro()
+
 macro(planloc_find_dependencies missing)
   set(${missing})
   find_package(PkgConfig QUIET)
@@ -57,6 +70,8 @@ macro(planloc_find_dependencies missing)
       elseif(component STREQUAL window)
         planloc_find_by_pkg_config(${missing} XLIB x11)
         planloc_find_fltk(${missing})
+      elseif(component STREQUAL tool)
+        planloc_find_tool(${missing})
       endif()
     endforeach()
   endif()

@@ -6,10 +6,18 @@ include(cmake/PublicHeaders.cmake)
 install(TARGETS planloc EXPORT planloc-targets
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(TARGETS cellwalk make_parameters RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+set(programs cellwalk make_parameters)
+set(pages cellwalk make_parameters)
+if(PLANLOC_TOOL)
+  list(APPEND programs planloc_tool)
+  list(APPEND pages planloc)
+  install(FILES tools/planloc/planloc.bash RENAME planloc
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+endif()
+install(TARGETS ${programs} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 if(BUILD_SHARED_LIBS)
   file(RELATIVE_PATH libraries_from_bin /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
-  set_target_properties(cellwalk make_parameters PROPERTIES
+  set_target_properties(${programs} PROPERTIES
                         INSTALL_RPATH "$ORIGIN/${libraries_from_bin}")
 endif()
 
@@ -61,7 +69,7 @@ foreach(file ${pc_files})
   install(FILES ${PROJECT_BINARY_DIR}/${file} DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endforeach()
 
-foreach(page cellwalk make_parameters)
+foreach(page ${pages})
   configure_file(man/${page}.1 man/${page}.1 @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/man/${page}.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 endforeach()

@@ -29,7 +29,13 @@ else
   prefix=$root/prefix
 fi
 
-for program in cellwalk make_parameters; do
+programs="cellwalk make_parameters"
+# The tool is left out of a build without GDAL.
+if [ -x "$build/tools/planloc/planloc" ]; then
+  programs="$programs planloc"
+  test -s "$prefix/share/bash-completion/completions/planloc" || fail "no completion of planloc"
+fi
+for program in $programs; do
   test "$("$prefix/bin/$program" --version)" = "$program $version" || fail "$program --version"
   test -s "$prefix/share/man/man1/$program.1"* || fail "no man page of $program"
 done

@@ -1,0 +1,98 @@
+#include "tools/planloc/options.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <thread>
+
+#include "tools/planloc/errors.h"
+
+namespace planloc::tool {
+
+void add_site_options(CLI::App& command, site_source& source) {
+  command
+      .add_option("SITES", source.path,
+                  "The sites: CSV, GeoJSON, GeoPackage, Shapefile, PG:..., or - for standard input")
+      ->required();
+  command.add_option("--layer", source.layer, "The layer of a source with several");
+  CLI::Option* x = command.add_option("--x", source.x, "Column of x or longitude (x or lon)");
+  CLI::Option* y = command.add_option("--y", source.y, "Column of y or latitude (y or lat)");
+  x->needs(y);
+  y->needs(x);
+  command.add_option("--name", source.name, "Column of names (name)");
+  CLI::Option* lonlat = command.add_flag("--lonlat", source.lonlat, "Coordinates are degrees");
+  command.add_flag("--planar", source.planar, "Coordinates are planar, whatever they seem to be")
+      ->excludes(lonlat);
+  command.add_flag("--drop-zero", source.drop_zero, "Leave rows of weight 0 out");
+}
+
+void add_weight_option(CLI::App& command, site_source& source) {
+  command.add_option("--weight", source.weights, "Column of weights (weight; 1 without it)")
+      ->expected(1);
+}
+
+void add_gauge_options(CLI::App& command, gauge_options& options, site_source& source) {
+  command.add_option("--gauge", options.gauge,
+                     std::string("Distance: ") + kGaugeNames + " (euclid)");
+  command.add_option("--gauge-column", source.gauge,
+                     "Column of each site's gauge in the gauge file, counted from 0 (gauge)");
+}
+
+gauge_choice gauge_options::choice(site_source& source) const {
+  gauge_choice chosen = parse_gauges(gauge);
+  if (!chosen.from_file && !source.gauge.empty()) {
+    fail_usage("--gauge-column needs a gauge file: " + gauge + " is one gauge for all sites");
+  }
+  source.gauge_numbers = chosen.from_file;
+  source.gauges = chosen.gauges.size();
+  return chosen;
+}
+
+void add_objective_options(CLI::App& command, objective_options& options) {
+  CLI::Option* name =
+      command.add_option("--objective", options.name, std::string(kObjectiveNames) + " (median)");
+  command
+      .add_option(
+          "--order-weights", options.order_weights,
+          "In its place, the order weights, smallest distance first: --order-weights=-1,0,1")
+      ->excludes(name);
+}
+
+objective objective_options::choice() const {
+  return order_weights.empty() ? parse_objective(name) : parse_order_weights(order_weights);
+}
+
+void add_search_options(CLI::App& command, search_options& options) {
+  command.add_option("--time-limit", options.seconds, "Seconds for the search")
+      ->check(CLI::NonNegativeNumber);
+  command.add_option("--gap", options.gap, "End when the gap is below this part of the value")
+      ->check(CLI::Range(0.0, 1e9));
+  command.add_option("--threads", options.threads, "Threads of the search (all processors)")
+      ->check(CLI::Range(1, 4096));
+  command.add_option("--seed", options.seed,
+                     "Seed of searches that draw numbers; the certified one draws none");
+}
+
+minimise_options search_options::choice() const {
+  minimise_options chosen;
+  chosen.relative_gap = gap;
+  chosen.seconds = seconds;
+  chosen.threads =
+      threads > 0 ? threads : static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
+  return chosen;
+}
+
+void add_format_option(CLI::App& command, report_format& format) {
+  const std::map<std::string, report_format> names = {
+      {"text", report_format::text}, {"json", report_format::json}, {"csv", report_format::csv}};
+  command.add_option("--format", format, "text, json or csv (text)")
+      ->transform(CLI::CheckedTransformer(names).description(""))
+      ->type_name("FORMAT");
+}
+
+void add_example(CLI::App& command, const std::string& example) {
+  command.footer("\nExample:\n  " + example + "\n");
+}
+
+}  // namespace planloc::tool

@@ -1,0 +1,88 @@
+#include <cmath>
+
+#include "tools/planloc/numbers.h"
+#include "tools/planloc/report.h"
+#include "tools/planloc/text_table.h"
+
+namespace planloc::tool {
+
+namespace {
+
+constexpr int kPlaceDigits = 8;
+constexpr int kValueDigits = 10;
+
+std::string place_text(const xy& p) {
+  return "(" + rounded(p.x, kPlaceDigits) + ", " + rounded(p.y, kPlaceDigits) + ")";
+}
+
+std::string line(const char* head, const std::string& text) {
+  std::string start = head;
+  start.resize(12, ' ');
+  return start + text + "\n";
+}
+
+std::string proof_text(const solve_report& r) {
+  if (!r.lower_bound) return "no lower bound is known";
+  const std::string bound = "at least " + rounded(*r.lower_bound, kValueDigits);
+  if (r.status == "optimal") {
+    return bound + ", proved optimal" + (r.exact ? "" : " to 1e-9 of the value");
+  }
+  return bound + (r.gap ? ": a gap of " + rounded(100 * *r.gap, 3) + " %" : "");
+}
+
+std::string optima_text(const solve_report& r) {
+  if (r.whole_plane) return line("Optima", "every place is as good");
+  std::string text;
+  for (const optimum_piece& piece : r.optima) {
+    if (piece.corners.size() < 2) continue;
+    std::string corners = piece.corners.size() == 2 ? "a segment:" : "a polygon:";
+    for (const xy& c : r.sites.to_input(piece.corners)) corners += " " + place_text(c);
+    text += line("Optima", corners);
+  }
+  return text;
+}
+
+std::string answer_text(const solve_report& r) {
+  if (r.status == "infeasible") return line("Answer", "infeasible: no place is allowed");
+  if (r.status == "unbounded") {
+    std::string text = "unbounded: the value falls without end";
+    if (r.direction) text += " towards the direction " + place_text(*r.direction);
+    return line("Answer", text);
+  }
+  if (!r.point) return line("Answer", "none was found before the search was stopped");
+  return line(r.status == "stopped" ? "So far" : "Best place",
+              place_text(r.sites.to_input(*r.point)) + ", " + r.sites.describe(*r.point)) +
+         line("Value", rounded(*r.value, kValueDigits) + ", " + proof_text(r)) + optima_text(r);
+}
+
+std::string site_rows(const solve_report& r) {
+  const std::string unit = r.sites.unit().empty() ? "" : " (" + r.sites.unit() + ")";
+  const bool lengths = !r.gauge.starts_with("speed:");
+  text_table table(
+      {"site", "weight", lengths ? "distance" + unit : "time", "weighted", "rank", "share"}, 1);
+  for (std::size_t i = 0; i < r.sites.size(); ++i) {
+    const site_figures& f = r.figures[i];
+    table.add({r.sites.label(i), rounded(r.sites.table().weights[0][i]), rounded(f.distance),
+               rounded(f.weighted_distance), std::to_string(f.rank),
+               *r.value != 0 ? rounded(std::round(1000 * f.share) / 10, 4) + " %" : ""});
+  }
+  return table.text();
+}
+
+}  // namespace
+
+std::string report_text(const solve_report& r) {
+  const std::size_t n = r.sites.size();
+  std::string text =
+      line("Question", r.objective + " of the weighted distances from " + std::to_string(n) +
+                           (n == 1 ? " site" : " sites") + ", gauge " + r.gauge);
+  text += answer_text(r);
+  if (const local_projection* p = r.sites.projection()) {
+    text += line("Projection", p->description() + "; lengths in km, wrong by at most " +
+                                   rounded(100 * p->distortion(), 2) + " %");
+  }
+  if (!r.figures.empty()) text += "\n" + site_rows(r);
+  return text;
+}
+
+}  // namespace planloc::tool

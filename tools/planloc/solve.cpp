@@ -1,0 +1,63 @@
+// planloc solve: the best place for one new facility, with a proof.
+#include <CLI/CLI.hpp>
+#include <memory>
+
+#include "tools/planloc/command.h"
+#include "tools/planloc/options.h"
+#include "tools/planloc/output_file.h"
+#include "tools/planloc/progress.h"
+#include "tools/planloc/report.h"
+
+namespace planloc::tool {
+
+namespace {
+
+struct solve_options {
+  site_source source;
+  gauge_options gauge;
+  objective_options objective;
+  search_options search;
+  report_format format = report_format::text;
+};
+
+std::string formatted(const solve_report& report, report_format format) {
+  if (format == report_format::json) return report_json(report);
+  if (format == report_format::csv) return report_csv(report);
+  return report_text(report);
+}
+
+exit_status run_solve(solve_options& options) {
+  const objective goal = options.objective.choice();
+  const gauge_choice gauges = options.gauge.choice(options.source);
+  const site_plane sites(read_sites(options.source));
+  check_fits(goal, sites.size());
+  const problem question(sites.problem_sites(), gauges.gauges, goal.lambda);
+
+  minimise_options search = options.search.choice();
+  solution answer;
+  {
+    progress_line line;
+    if (line.wanted()) search.progress = [&](const search_progress& now) { line.show(now); };
+    answer = minimise(question, search);
+  }
+  const solve_report report = make_report(sites, question, answer, goal.name, gauges.name);
+  write_standard_output(formatted(report, options.format));
+  return report.status == "stopped" ? exit_status::stopped : exit_status::answered;
+}
+
+}  // namespace
+
+void add_solve(CLI::App& app, command& run) {
+  CLI::App& c = *app.add_subcommand("solve", "The best place for one new facility, with a proof");
+  const auto options = std::make_shared<solve_options>();
+  add_site_options(c, options->source);
+  add_weight_option(c, options->source);
+  add_gauge_options(c, options->gauge, options->source);
+  add_objective_options(c, options->objective);
+  add_search_options(c, options->search);
+  add_format_option(c, options->format);
+  add_example(c, "planloc solve towns.csv --weight population --gauge octagon --objective centre");
+  c.callback([options, &run] { run = [options] { return run_solve(*options); }; });
+}
+
+}  // namespace planloc::tool

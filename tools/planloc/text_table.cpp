@@ -1,0 +1,43 @@
+#include "tools/planloc/text_table.h"
+
+#include <algorithm>
+
+namespace planloc::tool {
+
+namespace {
+
+// In characters, as far as UTF-8 tells.
+std::size_t width_of(const std::string& text) {
+  return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) {
+    return (static_cast<unsigned char>(c) & 0xc0) != 0x80;
+  }));
+}
+
+}  // namespace
+
+text_table::text_table(std::vector<std::string> header, std::size_t to_left) : to_left_(to_left) {
+  rows_.push_back(std::move(header));
+}
+
+void text_table::add(std::vector<std::string> row) { rows_.push_back(std::move(row)); }
+
+std::string text_table::text() const {
+  std::vector<std::size_t> widths(rows_.front().size());
+  for (const auto& row : rows_) {
+    for (std::size_t c = 0; c < widths.size(); ++c)
+      widths[c] = std::max(widths[c], width_of(row[c]));
+  }
+  std::string text;
+  for (const auto& row : rows_) {
+    for (std::size_t c = 0; c < widths.size(); ++c) {
+      const std::string padding(widths[c] - width_of(row[c]), ' ');
+      if (c > 0) text += "  ";
+      text += c < to_left_ ? row[c] + padding : padding + row[c];
+    }
+    text.erase(text.find_last_not_of(' ') + 1);
+    text += '\n';
+  }
+  return text;
+}
+
+}  // namespace planloc::tool
