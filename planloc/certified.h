@@ -3,6 +3,7 @@
 // Include this header, or only what you use:
 //   optimum/minimise.h, problem.h, solution.h   the problem, the searches, the answer
 //   optimum/verify.h                            the check of an answer
+//   optimum/efficient_set.h                     the places that none beats in two criteria
 //   optimum/location_allocation.h               several facilities, each site served by its nearest
 //   facilities/certified_problem.h              problems from `facilities`, and answers back
 //
@@ -12,6 +13,7 @@
 #define PLANLOC_CERTIFIED_H_
 
 #include "planloc/facilities/certified_problem.h"
+#include "planloc/optimum/efficient_set.h"
 #include "planloc/optimum/location_allocation.h"
 #include "planloc/optimum/minimise.h"
 #include "planloc/optimum/problem.h"

@@ -51,22 +51,6 @@ TEST(Convex, EnumerationFindsNothingBetter) {
   }
 }
 
-// How far a place lies outside a convex set given by its corners counterclockwise.
-double outside(const std::vector<xy>& corners, const xy& at) {
-  double most = 0;
-  for (std::size_t k = 0; k < corners.size(); ++k) {
-    const xy& a = corners[k];
-    const xy& b = corners[(k + 1) % corners.size()];
-    const xy edge{b.x - a.x, b.y - a.y};
-    const double length = std::hypot(edge.x, edge.y);
-    const xy u{at.x - a.x, at.y - a.y};
-    most =
-        std::max(most, length == 0 ? std::hypot(u.x, u.y) : (u.x * edge.y - u.y * edge.x) / length);
-    if (corners.size() == 2) most = std::max(most, -(u.x * edge.x + u.y * edge.y) / length);
-  }
-  return most;
-}
-
 TEST(Convex, TheWholeSetOfOptima) {
   instance_source source(6);
   std::array<int, 3> seen{};

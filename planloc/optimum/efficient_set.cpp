@@ -1,0 +1,174 @@
+#include "planloc/optimum/efficient_set.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <chrono>
+#include <string>
+#include <utility>
+
+#include "planloc/optimum/efficient/chain_walk.h"
+#include "planloc/optimum/minimise.h"
+
+namespace planloc {
+
+// ----- Problems -----
+
+namespace {
+
+using detail::chain_face;
+using detail::chain_walk;
+using detail::exact_xy;
+
+constexpr double kLeast = 1e-36;
+constexpr double kMost = 1e36;
+
+void check_weight(std::size_t i, int which, double w) {
+  if (w == 0 || (w >= kLeast && w <= kMost)) return;
+  std::array<char, 32> text;
+  const std::string value(text.data(),
+                          std::to_chars(text.data(), text.data() + text.size(), w).ptr);
+  throw bad_problem("weight " + std::to_string(which) + " of site " + std::to_string(i) + " is " +
+                    value + ": must be 0 or from 1e-36 to 1e36");
+}
+
+// The same sites, each with its greater weight.
+std::vector<site> plain_sites(std::span<const bicriteria_site> sites) {
+  std::vector<site> result;
+  for (const bicriteria_site& s : sites)
+    result.push_back({s.x, s.y, std::max(s.weight1, s.weight2), s.gauge});
+  return result;
+}
+
+}  // namespace
+
+bicriteria_problem::bicriteria_problem(std::vector<bicriteria_site> sites,
+                                       std::vector<gauge> gauges)
+    : sites_(std::move(sites)), gauges_(std::move(gauges)) {
+  for (std::size_t i = 0; i < sites_.size(); ++i) {
+    check_weight(i, 1, sites_[i].weight1);
+    check_weight(i, 2, sites_[i].weight2);
+    if (sites_[i].weight1 == 0 && sites_[i].weight2 == 0)
+      throw bad_problem("both weights of site " + std::to_string(i) + " are 0");
+  }
+  polyhedral_ = problem(plain_sites(sites_), gauges_, order_weights::median()).polyhedral();
+}
+
+std::array<double, 2> bicriteria_problem::values(xy at) const {
+  std::array<long double, 2> sum{};
+  for (const bicriteria_site& s : sites_) {
+    const long double d = gauges_[s.gauge]({at.x - s.x, at.y - s.y});
+    sum[0] += s.weight1 * d;
+    sum[1] += s.weight2 * d;
+  }
+  return {static_cast<double>(sum[0]), static_cast<double>(sum[1])};
+}
+
+// ----- The chain -----
+
+namespace {
+
+class chain_search {
+ public:
+  chain_search(const bicriteria_problem& p, const efficient_options& options)
+      : problem_(p), options_(options) {}
+
+  efficient_chain run();
+
+ private:
+  using pieces = std::vector<efficient_piece>;
+
+  exact_xy optimum_of_sum();
+  // Faces and levels in turns from the walk's corner on; false if it was stopped.
+  bool walk(chain_walk& w, std::size_t criterion, pieces& found);
+  bool must_stop(std::size_t found) const;
+  void join(pieces down, efficient_piece start, pieces up);
+
+  const bicriteria_problem& problem_;
+  const efficient_options& options_;
+  efficient_chain chain_;
+  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+};
+
+// Both weights of a site as sites of their own: their sum may not be a double.
+exact_xy chain_search::optimum_of_sum() {
+  std::vector<site> sites;
+  for (const bicriteria_site& s : problem_.sites()) {
+    for (const double w : {s.weight1, s.weight2}) {
+      if (w > 0) sites.push_back({s.x, s.y, w, s.gauge});
+    }
+  }
+  minimise_options options;
+  options.whole_set = false;
+  options.seconds = options_.seconds;
+  options.stop = options_.stop;
+  const problem p(std::move(sites), {problem_.gauges().begin(), problem_.gauges().end()},
+                  order_weights::median());
+  const solution s = minimise(p, options);
+  chain_.counters.evaluations = s.counters.evaluations;
+  chain_.status =
+      s.status == solution_status::optimal ? efficient_status::complete : efficient_status::stopped;
+  if (s.exact.empty()) return detail::to_exact(s.point);
+  return {mpq_class(s.exact.x), mpq_class(s.exact.y)};
+}
+
+bool chain_search::must_stop(std::size_t found) const {
+  return found >= options_.pieces || options_.stop.stop_requested() ||
+         std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count() >
+             options_.seconds;
+}
+
+bool chain_search::walk(chain_walk& w, std::size_t criterion, pieces& found) {
+  while (std::optional<chain_face> face = w.advance(criterion)) {
+    found.push_back({std::move(face->corners), face->t, face->t});
+    found.push_back({w.level_corners(), 0, 1});
+    if (must_stop(found.size() + chain_.pieces.size())) return false;
+  }
+  return true;
+}
+
+void chain_search::join(pieces down, efficient_piece start, pieces up) {
+  for (efficient_piece& p : down) {
+    if (p.t_low == p.t_high && p.corners.size() == 2) std::swap(p.corners[0], p.corners[1]);
+  }
+  chain_.pieces.assign(std::make_move_iterator(down.rbegin()),
+                       std::make_move_iterator(down.rend()));
+  chain_.pieces.push_back(std::move(start));
+  chain_.pieces.insert(chain_.pieces.end(), std::make_move_iterator(up.begin()),
+                       std::make_move_iterator(up.end()));
+  pieces& all = chain_.pieces;
+  for (std::size_t k = 0; k < all.size(); k += 2) {
+    if (k > 0) all[k].t_low = all[k - 1].t_high;
+    if (k + 1 < all.size()) all[k].t_high = all[k + 1].t_low;
+    const efficient_corner& c = all[k].corners[0];
+    chain_.curve.push_back({c.value1, c.value2, all[k].t_low, all[k].t_high});
+  }
+}
+
+efficient_chain chain_search::run() {
+  const exact_xy start = optimum_of_sum();
+  if (chain_.status == efficient_status::complete) {
+    detail::ray_arrangement arrangement(problem_);
+    chain_walk up(arrangement, start);
+    // Of a polygon of optima any corner may have been found.
+    if (up.between_two_faces()) up.advance(0);
+    chain_walk down = up;
+    efficient_piece middle{up.level_corners(), 0, 1};
+    pieces above;
+    pieces below;
+    if (!walk(up, 1, above) || !walk(down, 0, below)) chain_.status = efficient_status::stopped;
+    join(std::move(below), std::move(middle), std::move(above));
+  }
+  chain_.counters.seconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+  return std::move(chain_);
+}
+
+}  // namespace
+
+efficient_chain efficient_set(const bicriteria_problem& p, const efficient_options& options) {
+  if (!p.polyhedral()) throw bad_problem("efficient set: a gauge is not polyhedral");
+  return chain_search(p, options).run();
+}
+
+}  // namespace planloc
