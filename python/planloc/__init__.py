@@ -14,7 +14,11 @@ its weight. What is minimised are the sorted distances, each times its order wei
 
 from planloc import gauge, order
 from planloc._core import Verification
+from planloc.batches import Drawn, Scenarios, drawn, scenarios
 from planloc.problem import Problem
 from planloc.single import Answer, solve, verify
 
-__all__ = ["Answer", "Problem", "Verification", "gauge", "order", "solve", "verify"]
+__all__ = [
+    "Answer", "Drawn", "Problem", "Scenarios", "Verification", "drawn", "gauge", "order",
+    "scenarios", "solve", "verify",
+]  # fmt: skip

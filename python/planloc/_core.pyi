@@ -119,3 +119,16 @@ def minimise(
     progress: Callable[[float, float, int], None] | None,
 ) -> Solution: ...
 def verify(problem: Problem, solution: Solution) -> Verification: ...
+def solve_many(
+    problem: Problem,
+    first: int,
+    count: int,
+    weights: _Doubles | None,
+    orders: Sequence[OrderWeights],
+    order_of: _Numbers | None,
+    gauges: Sequence[Sequence[Gauge]],
+    gauges_of: _Numbers | None,
+    gap: float,
+    seconds: float,
+    threads: int,
+) -> tuple[_Doubles, _Doubles, _Doubles, npt.NDArray[np.uint8]]: ...

@@ -20,12 +20,14 @@ GaugeLike: TypeAlias = Union[str, Gauge, Sequence[Union[str, Gauge]]]
 OrderLike: TypeAlias = Union[str, Order, npt.ArrayLike]
 
 
-def _gauge_list(gauge: GaugeLike) -> list[Gauge]:
+def as_gauges(gauge: GaugeLike) -> list[Gauge]:
+    """The gauges that are meant, by name or as they are."""
     given = [gauge] if isinstance(gauge, (str, Gauge)) else list(gauge)
     return [gauges_of_plane.parse(g) if isinstance(g, str) else g for g in given]
 
 
-def _order(objective: OrderLike) -> Order:
+def as_order(objective: OrderLike) -> Order:
+    """The order weights that are meant, by name, as they are or as numbers."""
     if isinstance(objective, str):
         return orders.parse(objective)
     return objective if isinstance(objective, Order) else orders.given(objective)
@@ -78,9 +80,9 @@ class Problem:
         for name, value in (
             ("sites", sites),
             ("weight", weight),
-            ("gauge", tuple(_gauge_list(self.gauge))),
+            ("gauge", tuple(as_gauges(self.gauge))),
             ("gauge_of", chosen),
-            ("objective", _order(self.objective)),
+            ("objective", as_order(self.objective)),
         ):
             object.__setattr__(self, name, value)
         self.core  # refuses what is wrong

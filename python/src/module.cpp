@@ -12,4 +12,5 @@ PYBIND11_MODULE(_core, m) {
   });
   planloc::python::bind_problem(m);
   planloc::python::bind_search(m);
+  planloc::python::bind_scenarios(m);
 }

@@ -10,15 +10,15 @@ import pytest
 from planloc import gauge, order
 
 
-def brute_force(problem, rounds=60):
+def brute_force(problem, rounds=40):
     """The least value on grids that close in on the best place so far."""
     centre, half = problem.sites.mean(axis=0), np.ptp(problem.sites, axis=0).max() + 1
     best = np.inf
     for _ in range(rounds):
-        steps = half * np.linspace(-1, 1, 21)
+        steps = half * np.linspace(-1, 1, 11)
         values = [(problem.value(centre[0] + x, centre[1] + y), x, y) for x in steps for y in steps]
         value, x, y = min(values)
-        best, centre, half = min(best, value), centre + (x, y), half * 0.6
+        best, centre, half = min(best, value), centre + (x, y), half * 0.65
     return best
 
 
@@ -31,7 +31,9 @@ def test_convex_answers_are_the_best_on_a_grid(distance, objective):
     answer = planloc.solve(problem)
     assert answer.status == "optimal"
     assert answer.value == pytest.approx(problem.value(*answer.point), rel=1e-12)
-    assert answer.value == pytest.approx(brute_force(problem), rel=1e-6)
+    found = brute_force(problem)
+    assert answer.value <= found * (1 + 1e-12)
+    assert answer.value == pytest.approx(found, rel=1e-4)
     assert planloc.verify(answer).gap <= 1e-9 * answer.value
 
 
@@ -42,7 +44,7 @@ def test_sites_with_gauges_of_their_own():
     expected = [own[k](place[0] - x, place[1] - y)
                 for k, (x, y) in zip(problem.gauge_of, problem.sites)]
     assert problem.distances(*place) == pytest.approx(expected)
-    assert planloc.solve(problem).value == pytest.approx(brute_force(problem), rel=1e-6)
+    assert planloc.solve(problem).value == pytest.approx(brute_force(problem), rel=1e-4)
 
 
 def test_pickles_are_the_same_and_still_proved():
