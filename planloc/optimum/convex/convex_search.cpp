@@ -11,7 +11,7 @@
 #include "planloc/optimum/convex/exact_cuts.h"
 #include "planloc/optimum/convex/optimal_face.h"
 #include "planloc/optimum/convex/snap.h"
-#include "planloc/optimum/exact/exact_place.h"
+#include "planloc/optimum/exact/optimality.h"
 #include "planloc/optimum/minimise.h"
 #include "planloc/optimum/verify.h"
 
@@ -40,6 +40,8 @@ constexpr double kSiteGap = 1e-6;
 // multiple of the places that are no worse.
 constexpr double kSiteReach = 1e-4;
 constexpr double kLevelReach = 32;
+// Of the extent: how far from the model's minimiser break lines are looked for.
+constexpr std::array kSnapReaches{1e-13, 1e-10, 1e-7};
 constexpr int kMostRounds = 200;
 constexpr int kMostSnaps = 4;
 constexpr int kMostIdle = 3;
@@ -302,9 +304,13 @@ void convex_search::accept(const exact_place& place, optimality o) {
 void convex_search::prove() {
   edges_.emplace(table_);
   for (int round = 0; round < kMostSnaps; ++round) {
-    for (const double reach : {1e-13, 1e-10, 1e-7}) {
-      const xy near = model_.minimiser();
-      if (prove_snapped(detail::snap(problem_, table_, *edges_, near, reach * extent_))) return;
+    const detail::break_lines lines(problem_, table_, *edges_, model_.minimiser(),
+                                    kSnapReaches.back() * extent_);
+    for (const double reach : kSnapReaches) {
+      const auto snapped = lines.snap(reach * extent_);
+      // A vertex, unless the minimiser lies on an edge or a polygon of optima.
+      if (snapped.lines < 2 && reach != kSnapReaches.back()) continue;
+      if (prove_snapped(snapped.at)) return;
     }
     close_gap();
     if (ended_) return;

@@ -1,5 +1,6 @@
 #include "planloc/optimum/convex/optimal_face.h"
 
+#include <array>
 #include <cmath>
 #include <optional>
 
@@ -9,6 +10,8 @@ namespace planloc::detail {
 
 namespace {
 
+// Of the extent: how far from the end in doubles break lines are looked for.
+constexpr std::array kReaches{1e-13, 1e-11, 1e-9, 1e-7};
 constexpr int kMostSteps = 100;
 constexpr std::size_t kMostCorners = 10000;
 
@@ -84,9 +87,9 @@ class face_walk {
     const xy start = to_nearest(exact_xy{from.at().x - table_.base.x, from.at().y - table_.base.y});
     const double step = last_step(start, unit);
     const xy near{start.x + step * unit.x, start.y + step * unit.y};
-    for (const double reach : {1e-13, 1e-11, 1e-9, 1e-7}) {
-      for (const exact_xy& at :
-           snap_along(problem_, table_, edges_, from.at(), v, near, reach * extent_)) {
+    const break_lines lines(problem_, table_, edges_, near, kReaches.back() * extent_);
+    for (const double reach : kReaches) {
+      for (const exact_xy& at : lines.crossings(from.at(), v, reach * extent_)) {
         const exact_place there = place(at);
         if (there.rise_sign(v) > 0 && there.rise_sign(opposite(v)) == 0) return at;
       }

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "planloc/optimum/exact/exact_place.h"
+#include "planloc/optimum/exact/optimality.h"
 
 namespace planloc::detail {
 

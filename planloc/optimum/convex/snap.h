@@ -9,18 +9,38 @@
 
 namespace planloc::detail {
 
-// `near` is relative to the table's base, the result is not. The crossing of two break lines that
-// pass within `reach` of `near`: rays of gauges, and lines on which two distances at a jump of the
-// order weights are equal. With fewer such lines the point of the one line that is nearest, or
-// `near` itself. REQUIRES: polyhedral gauges.
-exact_xy snap(const problem& p, const distance_table& table, exact_edges& edges, const xy& near,
+// A line on which f can break.
+struct break_line {
+  exact_xy normal;
+  mpq_class right;  // normal . x == right
+  xy unit;          // the normal, rounded, of length 1
+  double distance;  // of the place, rounded
+};
+
+// The break lines around a place: rays of gauges, and lines on which two distances at a jump of the
+// order weights are equal. Places that are passed are relative to the table's base, what is found
+// is not. REQUIRES: polyhedral gauges.
+class break_lines {
+ public:
+  // Those that pass within `reach` of `near`.
+  break_lines(const problem& p, const distance_table& table, exact_edges& edges, const xy& near,
               double reach);
 
-// The crossings of break lines within `reach` of `near` with the line through `from`, the nearest
-// first.
-std::vector<exact_xy> snap_along(const problem& p, const distance_table& table, exact_edges& edges,
-                                 const exact_xy& from, const exact_xy& direction, const xy& near,
-                                 double reach);
+  struct snapped {
+    exact_xy at;
+    int lines;  // that it lies on: 2, 1 or 0
+  };
+  // Of the lines within `reach`: a crossing with the nearest one; with fewer than two the point of
+  // the one line that is nearest, or the place itself.
+  snapped snap(double reach) const;
+  // Their crossings with the line through `from`, the nearest first.
+  std::vector<exact_xy> crossings(const exact_xy& from, const exact_xy& direction,
+                                  double reach) const;
+
+ private:
+  exact_xy near_;
+  std::vector<break_line> lines_;  // the nearest first
+};
 
 }  // namespace planloc::detail
 

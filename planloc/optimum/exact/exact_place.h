@@ -1,5 +1,5 @@
-// f around one place, without loss: which linear pieces meet there, the slopes of f in every
-// direction, and whether the place is an optimum of a convex polyhedral problem. Internal.
+// f around one place, without loss: which linear pieces meet there, and the slopes of f in every
+// direction. Internal.
 #ifndef PLANLOC_OPTIMUM_EXACT_EXACT_PLACE_H_
 #define PLANLOC_OPTIMUM_EXACT_EXACT_PLACE_H_
 
@@ -115,21 +115,6 @@ class exact_place {
   std::vector<std::uint32_t> order_;  // slots by rank class; empty if all weights are equal
   std::vector<tied_ranks> tied_ranks_;
 };
-
-// Whether a place is an optimum: then pieces whose slopes have the origin in their convex hull,
-// else a direction along which f falls.
-struct optimality {
-  struct supporting_piece {
-    double multiplier;
-    piece_choice choice;
-    exact_xy direction;  // that it was chosen for
-  };
-  std::vector<supporting_piece> support;  // 1 to 3 with positive multipliers, affinely independent
-  exact_xy descent;                       // if `support` is empty
-};
-
-// `first` are directions to look into first, a hint.
-optimality test_optimality(const exact_place& place, const std::vector<xy>& first);
 
 }  // namespace planloc::detail
 
