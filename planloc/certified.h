@@ -2,6 +2,7 @@
 //
 // Include this header, or only what you use:
 //   optimum/minimise.h, problem.h, solution.h   the problem, the searches, the answer
+//   optimum/tied_facilities.h                   several facilities that exchange goods
 //   optimum/verify.h                            the check of an answer
 //   optimum/efficient_set.h                     the places that none beats in two criteria
 //   optimum/location_allocation.h               several facilities, each site served by its nearest
@@ -18,6 +19,7 @@
 #include "planloc/optimum/minimise.h"
 #include "planloc/optimum/problem.h"
 #include "planloc/optimum/solution.h"
+#include "planloc/optimum/tied_facilities.h"
 #include "planloc/optimum/verify.h"
 
 #endif  // PLANLOC_CERTIFIED_H_

@@ -15,11 +15,11 @@ std::vector<double> listed_weights(const problem& p) {
   return lambda;
 }
 
-fraction_pair exact_place_of(const solution& s) {
-  if (!std::isfinite(s.point.x) || !std::isfinite(s.point.y)) refuse("the point is not finite");
-  if (s.exact.empty()) return {mpq_class(s.point.x), mpq_class(s.point.y)};
+fraction_pair exact_place_of(const xy& point, const exact_point& exact) {
+  if (!std::isfinite(point.x) || !std::isfinite(point.y)) refuse("the point is not finite");
+  if (exact.empty()) return {mpq_class(point.x), mpq_class(point.y)};
   fraction_pair at;
-  if (at.x.set_str(s.exact.x, 10) != 0 || at.y.set_str(s.exact.y, 10) != 0 ||
+  if (at.x.set_str(exact.x, 10) != 0 || at.y.set_str(exact.y, 10) != 0 ||
       sgn(at.x.get_den()) == 0 || sgn(at.y.get_den()) == 0) {
     refuse("the exact point is not a pair of fractions");
   }
@@ -29,7 +29,7 @@ fraction_pair exact_place_of(const solution& s) {
     return mpq_class(std::nextafter(d, -INFINITY)) <= q &&
            q <= mpq_class(std::nextafter(d, INFINITY));
   };
-  if (!near(s.point.x, at.x) || !near(s.point.y, at.y))
+  if (!near(point.x, at.x) || !near(point.y, at.y))
     refuse("the point is no rounding of the exact one");
   return at;
 }

@@ -19,23 +19,15 @@ double rounded_up(const mpq_class& q) {
 
 double rounded_down(const mpq_class& q) { return -rounded_up(mpq_class(-q)); }
 
-namespace {
-
-struct affine_function {
-  fraction_pair slope;
-  mpq_class at_origin;
-};
-
-// Adjacent terms first: the denominators of different gauges have nothing in common.
 mpq_class sum_of(std::span<const mpq_class> terms) {
   if (terms.empty()) return 0;
   if (terms.size() == 1) return terms[0];
   return sum_of(terms.first(terms.size() / 2)) + sum_of(terms.subspan(terms.size() / 2));
 }
 
-std::vector<std::vector<fraction_pair>> edge_normals(const problem& p) {
+std::vector<std::vector<fraction_pair>> edge_normals(std::span<const gauge> gauges) {
   std::vector<std::vector<fraction_pair>> all;
-  for (const gauge& g : p.gauges()) {
+  for (const gauge& g : gauges) {
     const std::span<const xy> v = g.vertices();
     std::vector<fraction_pair>& normals = all.emplace_back();
     for (std::size_t j = 0; j < v.size(); ++j) {
@@ -47,6 +39,17 @@ std::vector<std::vector<fraction_pair>> edge_normals(const problem& p) {
   }
   return all;
 }
+
+bool stands_for(double d, const mpq_class& q) {
+  return std::isfinite(d) && abs(mpq_class(q - d)) <= abs(q) * mpq_class(0x1p-44);
+}
+
+namespace {
+
+struct affine_function {
+  fraction_pair slope;
+  mpq_class at_origin;
+};
 
 // f without loss.
 mpq_class exact_value(const problem& p, const std::vector<std::vector<fraction_pair>>& normals,
@@ -143,17 +146,12 @@ mpq_class exact_bound(const problem& p, const std::vector<std::vector<fraction_p
   return bound;
 }
 
-// A double that stands for the exact number up to roundings.
-bool stands_for(double d, const mpq_class& q) {
-  return std::isfinite(d) && abs(mpq_class(q - d)) <= abs(q) * mpq_class(0x1p-44);
-}
-
 }  // namespace
 
 verification verify_fractions(const problem& p, const solution& s, const convex_certificate& c) {
-  const auto normals = edge_normals(p);
+  const auto normals = edge_normals(p.gauges());
   const mpq_class bound = exact_bound(p, normals, c);
-  const mpq_class value = exact_value(p, normals, exact_place_of(s));
+  const mpq_class value = exact_value(p, normals, exact_place_of(s.point, s.exact));
   verification v;
   v.value = rounded_up(value);
   v.lower_bound = rounded_down(bound);

@@ -12,7 +12,7 @@ class interval_check {
  public:
   interval_check(const problem& p, const solution& s, const convex_certificate& c)
       : problem_(p), certificate_(c), lambda_(listed_weights(p)) {
-    const fraction_pair at = exact_place_of(s);
+    const fraction_pair at = exact_place_of(s.point, s.exact);
     for (const site& t : p.sites()) {
       offset_.push_back({enclosed(at.x - t.x), enclosed(at.y - t.y)});
     }

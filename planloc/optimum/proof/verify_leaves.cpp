@@ -147,7 +147,7 @@ proved_value value_of(const problem& p, const fraction_pair& at) {
 }  // namespace
 
 verification verify_leaves(const problem& p, const solution& s, const branch_certificate& c) {
-  const proved_value v = value_of(p, exact_place_of(s));
+  const proved_value v = value_of(p, exact_place_of(s.point, s.exact));
   const double doubt = 0x1p-44 * v.size;
   if (!(s.value >= v.value.low - doubt && s.value <= v.value.high + doubt))
     refuse("the value is not that of the point");

@@ -4,6 +4,7 @@
 
 #include <gmpxx.h>
 
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -28,8 +29,18 @@ struct fraction_pair {
   mpq_class x, y;
 };
 
-// The place of a solution, which `point` must be a rounding of.
-fraction_pair exact_place_of(const solution& s);
+// The place that an answer speaks of, which `point` must be a rounding of.
+fraction_pair exact_place_of(const xy& point, const exact_point& exact);
+
+// Whether a double stands for an exact number up to roundings.
+bool stands_for(double d, const mpq_class& q);
+
+// Adjacent terms first: the denominators of different gauges have nothing in common.
+mpq_class sum_of(std::span<const mpq_class> terms);
+
+// For u in the cone of edge j of gauge k, the gauge is normal [k][j] . u. None of a gauge that is
+// not polyhedral.
+std::vector<std::vector<fraction_pair>> edge_normals(std::span<const gauge> gauges);
 
 // lambda_1 ... lambda_n.
 std::vector<double> listed_weights(const problem& p);

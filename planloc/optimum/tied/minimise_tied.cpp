@@ -1,0 +1,50 @@
+#include <algorithm>
+
+#include "planloc/optimum/tied/part_answer.h"
+#include "planloc/optimum/tied/polyhedral.h"
+#include "planloc/optimum/tied/separable.h"
+
+namespace planloc {
+
+namespace {
+
+using namespace detail;
+
+part_answer solve_part(const tied_problem& p, const std::optional<frame>& f, const tied_part& part,
+                       const tied_limits& limits, tied_solution& s) {
+  if (f) {
+    const double value = solve_separable(p, *f, part, s);
+    return {value, value, solution_status::optimal};
+  }
+  return solve_polyhedral(p, part, limits, s);
+}
+
+// Of a whole whose parts ended so.
+solution_status worse(solution_status a, solution_status b) {
+  for (const solution_status s : {solution_status::stopped, solution_status::within_gap})
+    if (a == s || b == s) return s;
+  return solution_status::optimal;
+}
+
+}  // namespace
+
+tied_solution minimise(const tied_problem& p, const tied_options& options) {
+  if (!p.polyhedral()) throw bad_problem("tied facilities: polyhedral gauges only");
+  const tied_limits limits(options);
+  tied_solution s;
+  s.points.assign(p.facilities(), {p.sites()[0].x, p.sites()[0].y});
+  s.proof.edge.assign(p.weights().size(), 0);
+  s.proof.ties.resize(p.ties().size());
+  s.status = solution_status::optimal;
+  const std::optional<frame> f = separable_frame(p);
+  for (const tied_part& part : held_parts(p)) {
+    const part_answer a = solve_part(p, f, part, limits, s);
+    s.value += a.value;
+    s.lower_bound += a.lower_bound;
+    s.status = worse(s.status, a.status);
+  }
+  s.counters.seconds = limits.seconds();
+  return s;
+}
+
+}  // namespace planloc

@@ -1,0 +1,55 @@
+// The terms of a part in doubles, as the searches use them. Internal.
+#ifndef PLANLOC_OPTIMUM_TIED_PART_TERMS_H_
+#define PLANLOC_OPTIMUM_TIED_PART_TERMS_H_
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "planloc/optimum/tied/tied_part.h"
+
+namespace planloc::detail {
+
+// weight * gauge(x_first - x_second - at), without x_second where it is kNoFacility. Facilities
+// are counted within the part.
+struct part_term {
+  std::uint32_t first;
+  std::uint32_t second;
+  std::uint32_t gauge;
+  std::uint32_t source;  // the site or the tie that it stands for
+  double weight;
+  xy at;
+};
+
+constexpr std::uint32_t kNoFacility = static_cast<std::uint32_t>(-1);
+
+// Positions count from `base` in units of `scale`, weights in units of `weight_scale`: both are of
+// the size of 1 at most. Units are powers of 2.
+struct part_terms {
+  part_terms(const tied_problem& p, const tied_part& part);
+
+  std::span<const xy> normals_of(std::uint32_t gauge) const {
+    return {normals.data() + first_edge[gauge], first_edge[gauge + 1] - first_edge[gauge]};
+  }
+  xy offset(const part_term& t, std::span<const xy> places) const {
+    const xy& to = places[t.first];
+    if (t.second == kNoFacility) return {to.x - t.at.x, to.y - t.at.y};
+    return {to.x - places[t.second].x, to.y - places[t.second].y};
+  }
+  // The sum of all terms, in their units.
+  double value(const tied_problem& p, std::span<const xy> places) const;
+  // The weighted mean of each facility's sites, and that of all for those without.
+  std::vector<xy> means() const;
+
+  std::size_t facilities;
+  xy base;
+  double scale = 1;
+  double weight_scale = 1;
+  std::vector<part_term> terms;  // the sites' by facilities, then the ties'
+  std::vector<xy> normals;       // of the edges of polyhedral gauges, gauge after gauge
+  std::vector<std::uint32_t> first_edge;
+};
+
+}  // namespace planloc::detail
+
+#endif  // PLANLOC_OPTIMUM_TIED_PART_TERMS_H_

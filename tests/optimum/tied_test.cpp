@@ -1,0 +1,199 @@
+#include <gtest/gtest.h>
+
+#include <ClpSimplex.hpp>
+#include <CoinPackedMatrix.hpp>
+#include <CoinPackedVector.hpp>
+#include <algorithm>
+#include <cmath>
+
+#include "instances.h"
+#include "planloc/optimum/minimise.h"
+#include "planloc/optimum/tied_facilities.h"
+
+namespace planloc {
+namespace {
+
+// A linear program in CLP, column after column: two for the place of each facility, one for each
+// term of f.
+class tied_program {
+ public:
+  explicit tied_program(const tied_problem& p) : matrix_(false, 0, 0), facilities_(p.facilities()) {
+    lp_.setLogLevel(0);
+    int column = 2 * static_cast<int>(p.facilities());
+    for (std::size_t j = 0; j < p.facilities(); ++j) {
+      for (std::size_t i = 0; i < p.sites().size(); ++i) {
+        const tied_site& s = p.sites()[i];
+        add_term(p.gauges()[s.gauge], p.weight(j, i), column++, j, p.facilities(), {s.x, s.y});
+      }
+    }
+    for (const tie& b : p.ties())
+      add_term(p.gauges()[b.gauge], b.weight, column++, b.first, b.second, {0, 0});
+    cost_.insert(cost_.begin(), 2 * p.facilities(), 0);
+    const std::vector<double> low(cost_.size(), -COIN_DBL_MAX);
+    matrix_.setDimensions(-1, column);
+    lp_.loadProblem(matrix_, low.data(), nullptr, cost_.data(), right_.data(), nullptr);
+  }
+
+  double least() {
+    lp_.dual();
+    EXPECT_EQ(lp_.status(), 0);
+    return lp_.objectiveValue();
+  }
+
+ private:
+  // column >= normal . (x_first - x_second - origin) for each edge.
+  void add_term(const gauge& g, double weight, int column, std::size_t first, std::size_t second,
+                const xy& origin) {
+    cost_.push_back(weight);
+    const auto v = g.vertices();
+    for (std::size_t e = 0; e < v.size(); ++e) {
+      const xy a = v[e];
+      const xy b = v[(e + 1) % v.size()];
+      const double area = a.x * b.y - a.y * b.x;
+      const xy n{(b.y - a.y) / area, (a.x - b.x) / area};
+      CoinPackedVector row;
+      row.insert(column, 1);
+      row.insert(2 * static_cast<int>(first), -n.x);
+      row.insert(2 * static_cast<int>(first) + 1, -n.y);
+      if (second < facilities_) {
+        row.insert(2 * static_cast<int>(second), n.x);
+        row.insert(2 * static_cast<int>(second) + 1, n.y);
+      }
+      matrix_.appendRow(row);
+      right_.push_back(-(n.x * origin.x + n.y * origin.y));
+    }
+  }
+
+  ClpSimplex lp_;
+  CoinPackedMatrix matrix_;
+  std::size_t facilities_ = 0;
+  std::vector<double> cost_, right_;
+};
+
+tied_problem random_problem(instance_source& source, layout l, int facilities, int n,
+                            const std::vector<gauge>& gauges) {
+  std::vector<tied_site> sites;
+  for (const site& s : source.sites(l, n, static_cast<int>(gauges.size())))
+    sites.push_back({s.x, s.y, s.gauge});
+  std::vector<double> weights;
+  for (int k = 0; k < facilities * n; ++k)
+    weights.push_back(source.below(3) == 0     ? 0
+                      : l == layout::scattered ? source.uniform(0.1, 4)
+                                               : 1 + source.below(3));
+  std::vector<tie> ties;
+  for (std::uint32_t j = 0; j < static_cast<std::uint32_t>(facilities); ++j) {
+    for (std::uint32_t k = 0; k < j; ++k) {
+      if (source.below(4) == 0) continue;
+      ties.push_back({k, j, l == layout::scattered ? source.uniform(0, 3) : source.below(4),
+                      static_cast<std::uint32_t>(source.below(static_cast<int>(gauges.size())))});
+    }
+  }
+  return {static_cast<std::size_t>(facilities), sites, gauges, weights, ties};
+}
+
+void expect_proved(const tied_problem& p, const tied_solution& s) {
+  EXPECT_EQ(s.status, solution_status::optimal);
+  const verification v = verify(p, s);
+  EXPECT_TRUE(v.accepted) << v.reason;
+  EXPECT_EQ(v.gap, 0);
+}
+
+TEST(Tied, SeparableAgainstLinearPrograms) {
+  instance_source source(1);
+  const std::vector<std::vector<gauge>> kinds = {
+      {gauge::l1()},
+      {gauge::linf()},
+      {gauge::l1(), gauge::polyhedral({{2, 0}, {0, 0.5}, {-1, 0}, {0, -4}})},
+      {gauge::linf(), gauge::polyhedral({{2, 2}, {-1, 1}, {-4, -4}, {0.5, -0.5}})}};
+  for (const layout l : {layout::scattered, layout::lattice, layout::line, layout::one_place}) {
+    for (int trial = 0; trial < 100; ++trial) {
+      SCOPED_TRACE(testing::Message() << "layout " << static_cast<int>(l) << " trial " << trial);
+      const tied_problem p =
+          random_problem(source, l, 1 + source.below(6), 1 + source.below(8), kinds[trial % 4]);
+      const tied_solution s = minimise(p);
+      expect_proved(p, s);
+      EXPECT_NEAR(s.value, tied_program(p).least(), 1e-6 * (1 + s.value));
+    }
+  }
+}
+
+TEST(Tied, PolyhedralAgainstLinearPrograms) {
+  instance_source source(2);
+  for (const layout l : {layout::scattered, layout::lattice, layout::line, layout::one_place}) {
+    for (int trial = 0; trial < 100; ++trial) {
+      SCOPED_TRACE(testing::Message() << "layout " << static_cast<int>(l) << " trial " << trial);
+      auto gauges = source.gauges(l, 2, 3 + source.below(6));
+      gauges.push_back(source.below(2) == 0 ? source.ball(5) : gauge::l1());
+      const tied_problem p =
+          random_problem(source, l, 1 + source.below(6), 1 + source.below(8), gauges);
+      const tied_solution s = minimise(p);
+      expect_proved(p, s);
+      EXPECT_NEAR(s.value, tied_program(p).least(), 1e-6 * (1 + s.value));
+    }
+  }
+}
+
+TEST(Tied, BadInputIsRefused) {
+  const auto refusal = [](std::size_t facilities, const std::vector<tied_site>& sites,
+                          const std::vector<double>& weights, const std::vector<tie>& ties) {
+    try {
+      const tied_problem p(facilities, sites, {gauge::l1()}, weights, ties);
+    } catch (const bad_problem& b) {
+      return std::string(b.what());
+    }
+    return std::string("accepted");
+  };
+  const std::vector<tied_site> two = {{.x = 0, .y = 0}, {.x = 1, .y = 2}};
+  EXPECT_EQ(refusal(2, two, {1, 0, 0, 0}, {{.weight = 0}}), "accepted");
+  EXPECT_EQ(refusal(0, two, {}, {}), "no facility");
+  EXPECT_EQ(refusal(1, {}, {}, {}), "no site");
+  EXPECT_EQ(refusal(2, two, {1, 2, 3}, {}),
+            "3 weights for 2 facilities and 2 sites: must be one a facility and site");
+  EXPECT_EQ(refusal(2, two, {1, 2, 3, -4}, {}),
+            "weight of facility 1 and site 1 is -4: must be 0 or positive");
+  EXPECT_EQ(refusal(1, two, {1, NAN}, {}),
+            "weight of facility 0 and site 1 is nan: must be finite");
+  EXPECT_EQ(refusal(1, {{.x = 0, .y = 0, .gauge = 1}}, {1}, {}),
+            "gauge of site 0 is 1: must be less than the number of gauges, 1");
+  EXPECT_EQ(refusal(1, {{.x = 1e40, .y = 0}}, {1}, {}),
+            "x of site 0 is 1e+40: must be at most 1e36 in magnitude");
+  EXPECT_EQ(refusal(2, two, {1, 1, 1, 1}, {{.first = 0, .second = 2}}),
+            "second facility of tie 0 is 2: must be less than the number of facilities, 2");
+  EXPECT_EQ(refusal(2, two, {1, 1, 1, 1}, {{.first = 1, .second = 1}}),
+            "tie 0 joins facility 1 with itself");
+  EXPECT_EQ(refusal(2, two, {1, 1, 1, 1}, {{.weight = 1e-40}}),
+            "weight of tie 0 is 1e-40: must be 0 or from 1e-36 to 1e36");
+}
+
+TEST(Tied, SpoiledAnswersAreRefused) {
+  instance_source source(3);
+  const tied_problem p =
+      random_problem(source, layout::lattice, 3, 6, {gauge::l1(), source.integral_ball()});
+  const tied_solution s = minimise(p);
+  expect_proved(p, s);
+  const auto refused = [&](const auto& spoil) {
+    tied_solution t = s;
+    spoil(t);
+    const verification v = verify(p, t);
+    EXPECT_FALSE(v.accepted);
+    return v.reason;
+  };
+  ASSERT_FALSE(s.proof.bends.empty());
+  refused([](tied_solution& t) { t.points[1].x += 1e-3; });
+  refused([](tied_solution& t) { t.value *= 1 - 1e-9; });
+  refused([](tied_solution& t) { t.lower_bound *= 1 + 1e-9; });
+  refused([](tied_solution& t) { t.points.pop_back(); });
+  refused([](tied_solution& t) { t.proof.edge.pop_back(); });
+  refused([](tied_solution& t) { t.proof.ties.pop_back(); });
+  refused([](tied_solution& t) { t.proof.bends.pop_back(); });
+  refused([](tied_solution& t) { t.proof.bends.push_back(t.proof.bends[0]); });
+  refused([](tied_solution& t) { t.proof.bends[0].at = {{1e-9, 0}, {}}; });
+  EXPECT_EQ(refused([](tied_solution& t) {
+              t.proof.bends[0].at = {{3, 3}, {}};
+            }).substr(0, 8),
+            "facility");
+  refused([](tied_solution& t) { t.proof.edge[0] ^= 1; });
+}
+
+}  // namespace
+}  // namespace planloc
