@@ -3,14 +3,15 @@
 //
 //   using namespace planloc;
 //   const allocation_problem p(sites, {gauge::euclidean()}, 8);
-//   const allocation a = allocate(p);
+//   const allocation a = allocate(p, {.lower_bound = true});
 //   const allocation_check c = verify(p, a);
 //
 // The distance of site i from a facility at x is weight_i * gauge_i(x - position_i), as in
 // problem.h. Facilities that exist already serve too and stay where they are.
 //
 // The sum is not convex in the places. The answer comes from a search that is repeatable but proves
-// nothing of several facilities.
+// nothing; how far it can be from the best one is said by a lower bound, where one is asked for and
+// can be had.
 #ifndef PLANLOC_OPTIMUM_LOCATION_ALLOCATION_H_
 #define PLANLOC_OPTIMUM_LOCATION_ALLOCATION_H_
 
@@ -50,8 +51,8 @@ class allocation_problem {
 
 enum class allocation_status : std::uint8_t {
   optimal,     // proved: the value is 0, or the one new facility is at the optimum (solution.h)
-  within_gap,  // proved: the one new facility is within the gap of solution.h
-  searched,    // all starts were made
+  within_gap,  // proved: value - lower_bound <= relative_gap * value
+  searched,    // all starts were made; the bound was not asked for or is further away
   stopped      // the time or the stop token ended the search: this is the best until then
 };
 
@@ -60,6 +61,8 @@ struct allocation_counters {
   std::size_t shakes = 0;        // some facilities thrown elsewhere, and a descent from there
   std::size_t interchanges = 0;  // a facility dropped for one at a site
   std::size_t solves = 0;        // of a facility and the sites that it serves
+  std::size_t prices = 0;        // places of the lower bound: minima of the priced problem
+  std::size_t cells = 0;         // of the branch and bound that finds them
   double seconds = 0;
 };
 
@@ -70,10 +73,15 @@ struct allocation {
   // the lowest number. A new facility may serve no site.
   std::vector<std::uint32_t> assignment;
   double value = 0;
-  // No places have a value below this. There is one where it costs nothing: with one new facility
-  // and no existing one, with no new facility, and where the value is 0.
+  // No places have a value below this. Empty if it was not asked for (it is there anyway where it
+  // costs nothing: with one new facility and no existing one, and where the value is 0).
   std::optional<double> lower_bound;
-  std::optional<solution> one_facility;  // proves the bound if that is the problem
+  // What proves the bound. With one new facility and no existing one: the solution of that problem.
+  // Else a price for each site, with which
+  //   sum of prices + count * min over x of (sum over i of min(0, d_i(x) - price_i))
+  // is a lower bound, whatever the prices are.
+  std::optional<solution> one_facility;
+  std::vector<double> prices;
   allocation_counters counters;
 
   double gap() const {
@@ -82,7 +90,8 @@ struct allocation {
 };
 
 struct allocation_progress {
-  double value;        // the best so far
+  double value;  // the best so far
+  std::optional<double> lower_bound;
   std::size_t starts;  // that were made to their end
 };
 
@@ -103,6 +112,10 @@ struct allocate_options {
 // (Cooper 1964), interchange of a facility with a site (Resende and Werneck 2007), shakes in a
 // variable neighbourhood (Brimberg, Hansen, Mladenovic and Taillard 2000). The same seed gives the
 // same answer whatever the number of threads, unless the time or the stop token ends the search.
+//
+// The lower bound comes from column generation (Krau 1997; du Merle, Villeneuve, Desrosiers and
+// Hansen 1999). It takes time that grows quickly with the number of sites a facility: up to some
+// twenty it closes to 1e-4 or better; beyond, what there is at the end of the time is given.
 allocation allocate(const allocation_problem& p, const allocate_options& options = {});
 
 struct allocation_check {

@@ -50,6 +50,16 @@ TEST(LocationAllocation, PublishedOptima) {
   }
 }
 
+TEST(LocationAllocation, CertifiedOptima) {
+  for (const std::size_t count : {3, 5, 10, 25}) {
+    const allocation_problem p = fifty(count);
+    const allocation a = allocate(p, {.shakes = 20, .lower_bound = true, .relative_gap = 2e-5});
+    EXPECT_EQ(a.status, allocation_status::within_gap) << count;
+    EXPECT_LE(a.gap(), 2e-5 * a.value);
+    expect_proved(p, a);
+  }
+}
+
 // The least value over all ways to give each site to one of `count` new facilities or to its
 // nearest existing one.
 double least_over_partitions(const allocation_problem& p) {
@@ -95,20 +105,24 @@ TEST(LocationAllocation, AllPartitions) {
     }
     const auto count = static_cast<std::size_t>(existing.empty() ? 1 : 0) + source.below(4);
     const allocation_problem p(sites, gauges, count, existing);
-    const allocation a = allocate(p, {.shakes = 20});
+    const allocation a = allocate(p, {.shakes = 20, .lower_bound = true});
     const double least = least_over_partitions(p);
     EXPECT_NEAR(a.value, least, 1e-9 * least + 1e-12) << "instance " << k;
+    EXPECT_LE(*a.lower_bound, least * (1 + 1e-14)) << "instance " << k;
     expect_proved(p, a);
   }
 }
 
 TEST(LocationAllocation, TheSameWhateverTheThreads) {
   const allocation_problem p = fifty(7);
-  const allocation one = allocate(p, {.seed = 9, .starts = 3, .shakes = 2, .threads = 1});
-  const allocation many = allocate(p, {.seed = 9, .starts = 3, .shakes = 2, .threads = 4});
+  const allocation one =
+      allocate(p, {.seed = 9, .starts = 3, .shakes = 2, .threads = 1, .lower_bound = true});
+  const allocation many =
+      allocate(p, {.seed = 9, .starts = 3, .shakes = 2, .threads = 4, .lower_bound = true});
   EXPECT_EQ(one.points, many.points);
   EXPECT_EQ(one.assignment, many.assignment);
   EXPECT_EQ(one.value, many.value);
+  EXPECT_EQ(one.prices, many.prices);
 }
 
 TEST(LocationAllocation, OneFacilityIsTheMedian) {
@@ -148,7 +162,7 @@ TEST(LocationAllocation, StopsWithTheBestSoFar) {
 
 TEST(LocationAllocation, SpoiledAnswersAreRefused) {
   const allocation_problem p = fifty(3);
-  const allocation good = allocate(p);
+  const allocation good = allocate(p, {.lower_bound = true});
   const struct {
     void (*spoil)(allocation&);
     const char* reason;
@@ -160,12 +174,18 @@ TEST(LocationAllocation, SpoiledAnswersAreRefused) {
        "site 7 is assigned to facility 3, which does not exist"},
       {[](allocation& a) { a.points.pop_back(); }, "3 points are needed"},
       {[](allocation& a) { a.points[1].x = NAN; }, "a point is not finite"},
-      {[](allocation& a) { a.lower_bound = 100; },
-       "the lower bound is above the one that is proved"},
+      {[](allocation& a) { a.lower_bound = a.value * (1 + 1e-7); },
+       "the prices do not prove the lower bound"},
+      {[](allocation& a) { a.prices[11] *= 1.5; }, "the prices do not prove the lower bound"},
+      {[](allocation& a) { a.prices[11] *= 0.5; }, "the prices do not prove the lower bound"},
+      {[](allocation& a) { a.prices[5] = NAN; }, "the price of site 5 is not finite"},
+      {[](allocation& a) { a.prices.pop_back(); }, "one price a site is needed"},
+      {[](allocation& a) { a.prices.clear(); }, "the lower bound is above the one that is proved"},
       {[](allocation& a) { a.one_facility = minimise(fifty(1).single()), a.lower_bound = 1; },
        "the solution of one new facility proves nothing of several"},
+      {[](allocation& a) { a.lower_bound.reset(); }, "an optimum is claimed without a bound"},
       {[](allocation& a) { a.status = allocation_status::optimal; },
-       "an optimum is claimed without a bound"},
+       "the optimum that is claimed is not proved"},
   };
   for (const auto& c : cases) {
     allocation bad = good;

@@ -9,6 +9,7 @@
 
 #include "planloc/optimum/allocation/assignment.h"
 #include "planloc/optimum/allocation/local_search.h"
+#include "planloc/optimum/allocation/lower_bound.h"
 #include "planloc/optimum/location_allocation.h"
 #include "planloc/optimum/minimise.h"
 
@@ -98,7 +99,7 @@ class all_starts {
       const std::scoped_lock lock(mutex_);
       return std::pair(value_, counters_.starts);
     }();
-    options_.progress({value, starts});
+    options_.progress({value, std::nullopt, starts});
   }
 
   const detail::allocation_ground& ground_;
@@ -137,6 +138,7 @@ class allocator {
   bool all_served();
   bool place_one();
   void search();
+  void bound(const detail::allocation_ground& ground);
 
   const allocation_problem& problem_;
   const allocate_options& options_;
@@ -192,7 +194,21 @@ void allocator::search() {
     result_.points.push_back(ground.absolute(starts.places()[k]));
   }
   detail::alternate_to_optima(problem_, result_, [this] { return expired(); });
-  result_.status = expired() ? allocation_status::stopped : allocation_status::searched;
+  if (options_.lower_bound) bound(ground);
+  if (result_.lower_bound && result_.gap() <= options_.relative_gap * result_.value) {
+    result_.status = allocation_status::within_gap;
+  } else {
+    result_.status = expired() ? allocation_status::stopped : allocation_status::searched;
+  }
+}
+
+void allocator::bound(const detail::allocation_ground& ground) {
+  detail::bound_below(
+      ground, result_, options_.relative_gap * result_.value, [this] { return expired(); },
+      [this](double bound) {
+        if (!options_.progress) return;
+        options_.progress({result_.value, bound, result_.counters.starts});
+      });
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include "planloc/optimum/location_allocation.h"
 #include "planloc/optimum/proof/verify_leaves.h"
+#include "planloc/optimum/proof/verify_prices.h"
 
 namespace planloc {
 
@@ -86,6 +87,9 @@ class allocation_checker {
       proved = value.low;
     } else if (answer_.one_facility) {
       proved = bound_of_one();
+    } else if (!answer_.prices.empty()) {
+      detail::prove_prices(problem_, answer_.prices, *answer_.lower_bound);
+      proved = *answer_.lower_bound;
     }
     if (!(*answer_.lower_bound <= proved * (1 + kRounding))) {
       refuse("the lower bound is above the one that is proved");

@@ -1,0 +1,221 @@
+#include "planloc/optimum/allocation/dual_master.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+namespace planloc::detail {
+
+namespace {
+
+constexpr double kTolerance = 1e-10;
+constexpr double kLeastPivot = 1e-7;
+// The right sides are moved apart by this much, since nearly all steps would be of length 0.
+constexpr double kPerturbation = 1e-6;
+constexpr double kNoise = 1e-14;
+constexpr std::size_t kPivotsToAsk = 32;
+constexpr std::size_t kClustersPerRow = 16;
+
+}  // namespace
+
+dual_master::dual_master(std::size_t count, std::vector<double> most)
+    : sites_(most.size()), most_(std::move(most)), fixed_(2 * sites_ + 1) {
+  const std::size_t rows = sites_ + 1;
+  for (const double entry : {1.0, -1.0}) {
+    for (std::uint32_t i = 0; i < sites_; ++i) columns_.push_back({{i}, entry, 0});
+  }
+  columns_.push_back({{static_cast<std::uint32_t>(sites_)}, 1, 0});
+  basic_.assign(columns_.size(), 0);
+  for (std::size_t i = 0; i < rows; ++i) {
+    basis_.push_back(i < sites_ ? i : fixed_ - 1);
+    basic_[basis_[i]] = 1;
+    const double spread = std::fmod(static_cast<double>(i) * 0.6180339887498949, 1.0);
+    right_.push_back(i < sites_ ? 1 + kPerturbation * spread : static_cast<double>(count));
+  }
+  level_ = right_;
+  dual_.assign(rows, 0);
+  alpha_.assign(rows, 0);
+  inverse_.assign(rows * rows, 0);
+  for (std::size_t i = 0; i < rows; ++i) inverse_[i * rows + i] = 1;
+}
+
+void dual_master::add_cluster(std::vector<std::uint32_t> sites, double cost) {
+  known_.insert(sites);
+  sites.push_back(static_cast<std::uint32_t>(sites_));
+  columns_.push_back({std::move(sites), 1, cost});
+  basic_.push_back(0);
+}
+
+void dual_master::set_box(std::span<const double> middle, double half_width) {
+  for (std::size_t i = 0; i < sites_; ++i) {
+    columns_[i].cost = std::min(most_[i], middle[i] + half_width);
+    columns_[sites_ + i].cost = -std::clamp(middle[i] - half_width, 0.0, most_[i]);
+  }
+}
+
+bool dual_master::at_box() const {
+  for (std::size_t row = 0; row < basis_.size(); ++row) {
+    const std::size_t k = basis_[row];
+    if (k + 1 >= fixed_ || level_[row] <= 2 * kPerturbation) continue;
+    if (k < sites_ ? columns_[k].cost < most_[k] : columns_[k].cost < 0) return true;
+  }
+  return false;
+}
+
+double dual_master::reduced_cost(const column& c) const {
+  double sum = 0;
+  for (const std::uint32_t row : c.rows) sum += dual_[row];
+  return c.cost - c.entry * sum;
+}
+
+std::size_t dual_master::entering() const {
+  std::size_t best = columns_.size();
+  double least = 0;
+  for (std::size_t k = 0; k < columns_.size(); ++k) {
+    if (basic_[k] != 0) continue;
+    const double d = reduced_cost(columns_[k]);
+    if (d >= least) continue;
+    least = d;
+    best = k;
+  }
+  double scale = 0;
+  for (const double y : dual_) scale = std::max(scale, std::fabs(y));
+  return least < -kTolerance * scale ? best : columns_.size();
+}
+
+// inverse times a column.
+void dual_master::transform(const column& c) {
+  const std::size_t rows = basis_.size();
+  std::fill(alpha_.begin(), alpha_.end(), 0);
+  for (const std::uint32_t row : c.rows) {
+    const double* from = inverse_.data() + row * rows;
+    for (std::size_t i = 0; i < rows; ++i) alpha_[i] += c.entry * from[i];
+  }
+}
+
+// The inverse after the column of `alpha_` has come into a row.
+void dual_master::exchange(std::size_t row) {
+  const std::size_t rows = basis_.size();
+  for (std::size_t j = 0; j < rows; ++j) {
+    double* entry = inverse_.data() + j * rows;
+    const double share = entry[row] / alpha_[row];
+    if (share == 0) continue;
+    for (std::size_t i = 0; i < rows; ++i) {
+      const double next = entry[i] - share * alpha_[i];
+      entry[i] = std::fabs(next) > kNoise ? next : 0;
+    }
+    entry[row] = share;
+  }
+}
+
+// The row with the largest pivot among those that leave the levels at 0 or more (Harris 1973).
+std::size_t dual_master::leaving() const {
+  double most = std::numeric_limits<double>::infinity();
+  for (std::size_t i = 0; i < level_.size(); ++i) {
+    if (alpha_[i] > kLeastPivot) most = std::min(most, (level_[i] + kTolerance) / alpha_[i]);
+  }
+  std::size_t best = level_.size();
+  for (std::size_t i = 0; i < level_.size(); ++i) {
+    if (!(alpha_[i] > kLeastPivot) || level_[i] > most * alpha_[i]) continue;
+    if (best == level_.size() || alpha_[i] > alpha_[best]) best = i;
+  }
+  return best;
+}
+
+bool dual_master::pivot(std::size_t in) {
+  transform(columns_[in]);
+  const std::size_t row = leaving();
+  if (row == level_.size()) return false;
+  const double cost = reduced_cost(columns_[in]);
+  const double step = std::max(0.0, level_[row] / alpha_[row]);
+  for (std::size_t i = 0; i < level_.size(); ++i) level_[i] -= step * alpha_[i];
+  level_[row] = step;
+  exchange(row);
+  for (std::size_t j = 0; j < dual_.size(); ++j) {
+    dual_[j] += cost * inverse_[j * dual_.size() + row];
+  }
+  basic_[basis_[row]] = 0;
+  basic_[in] = 1;
+  basis_[row] = in;
+  ++pivots_;
+  return true;
+}
+
+// The inverse anew, from the basic columns one by one.
+void dual_master::factorise() {
+  const std::size_t rows = basis_.size();
+  std::vector<std::size_t> columns = basis_;
+  std::sort(columns.begin(), columns.end());
+  std::fill(inverse_.begin(), inverse_.end(), 0);
+  for (std::size_t i = 0; i < rows; ++i) inverse_[i * rows + i] = 1;
+  std::vector<char> taken(rows, 0);
+  for (const std::size_t k : columns) {
+    transform(columns_[k]);
+    std::size_t row = rows;
+    for (std::size_t i = 0; i < rows; ++i) {
+      if (taken[i] != 0) continue;
+      if (row == rows || std::fabs(alpha_[i]) > std::fabs(alpha_[row])) row = i;
+    }
+    exchange(row);
+    taken[row] = 1;
+    basis_[row] = k;
+  }
+  pivots_ = 0;
+}
+
+void dual_master::compute() {
+  const std::size_t rows = basis_.size();
+  std::fill(level_.begin(), level_.end(), 0);
+  for (std::size_t j = 0; j < rows; ++j) {
+    const double* entry = inverse_.data() + j * rows;
+    double sum = 0;
+    for (std::size_t i = 0; i < rows; ++i) {
+      sum += columns_[basis_[i]].cost * entry[i];
+      level_[i] += right_[j] * entry[i];
+    }
+    dual_[j] = sum;
+  }
+}
+
+// Leaves out the clusters that are furthest from coming in, if there are very many.
+void dual_master::drop_idle() {
+  if (clusters() <= kClustersPerRow * basis_.size()) return;
+  std::vector<std::pair<double, std::size_t>> idle;
+  for (std::size_t k = fixed_; k < columns_.size(); ++k) {
+    if (basic_[k] == 0) idle.emplace_back(reduced_cost(columns_[k]), k);
+  }
+  std::sort(idle.begin(), idle.end());
+  std::vector<char> drop(columns_.size(), 0);
+  for (std::size_t k = idle.size() / 2; k < idle.size(); ++k) drop[idle[k].second] = 1;
+  std::vector<std::size_t> number(columns_.size());
+  std::size_t kept = 0;
+  for (std::size_t k = 0; k < columns_.size(); ++k) {
+    if (drop[k] != 0) {
+      columns_[k].rows.pop_back();
+      known_.erase(columns_[k].rows);
+      continue;
+    }
+    number[k] = kept;
+    if (k != kept) columns_[kept] = std::move(columns_[k]);
+    basic_[kept++] = basic_[k];
+  }
+  columns_.resize(kept);
+  basic_.resize(kept);
+  for (std::size_t& k : basis_) k = number[k];
+}
+
+bool dual_master::solve(const std::function<bool()>& expired) {
+  compute();
+  drop_idle();
+  for (std::size_t k = entering(); k < columns_.size(); k = entering()) {
+    if (pivots_ % kPivotsToAsk == 0 && expired()) return false;
+    if (!pivot(k)) return false;
+    if (pivots_ < 2 * basis_.size() + 100) continue;
+    factorise();
+    compute();
+  }
+  return true;
+}
+
+}  // namespace planloc::detail

@@ -1,0 +1,73 @@
+// The linear program over the clusters known so far: cover every site, with at most `count`
+// clusters, at least cost. Its dual values are the prices of the sites. Internal.
+//
+// Prices are kept in a box around those that gave the best bound (Marsten, Hogan and Blankenship
+// 1975): else they swing wildly while few clusters are known. Revised simplex method with a dense
+// inverse, one row a site and one for the count.
+#ifndef PLANLOC_OPTIMUM_ALLOCATION_DUAL_MASTER_H_
+#define PLANLOC_OPTIMUM_ALLOCATION_DUAL_MASTER_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <set>
+#include <span>
+#include <vector>
+
+namespace planloc::detail {
+
+class dual_master {
+ public:
+  // `most[i]`, the distance from the nearest existing facility or infinity, is never exceeded by
+  // the price of i.
+  dual_master(std::size_t count, std::vector<double> most);
+
+  // REQUIRES: sites in order, no cluster that is known.
+  void add_cluster(std::vector<std::uint32_t> sites, double cost);
+  bool knows(const std::vector<std::uint32_t>& sites) const { return known_.contains(sites); }
+  void set_box(std::span<const double> middle, double half_width);
+  // Solves from the basis at hand. False if `expired` ended it.
+  bool solve(const std::function<bool()>& expired);
+
+  std::span<const double> prices() const { return std::span(dual_).first(sites_); }
+  // The price of a facility: no known cluster gains more than this.
+  double facility_price() const { return -dual_[sites_]; }
+  // Whether the box holds back some price.
+  bool at_box() const;
+  std::size_t clusters() const { return columns_.size() - fixed_; }
+
+ private:
+  struct column {
+    std::vector<std::uint32_t> rows;  // with entry `entry`
+    double entry;
+    double cost;
+  };
+
+  double reduced_cost(const column& c) const;
+  std::size_t entering() const;
+  void transform(const column& c);
+  std::size_t leaving() const;
+  bool pivot(std::size_t in);
+  void exchange(std::size_t row);
+  void factorise();
+  void compute();
+  void drop_idle();
+
+  std::size_t sites_;
+  std::vector<double> most_;
+  std::size_t fixed_;  // first: a site too few, a site too many, a facility unused
+  std::vector<column> columns_;
+  std::set<std::vector<std::uint32_t>> known_;
+  std::vector<std::size_t> basis_;  // of each row
+  std::vector<char> basic_;         // of each column
+  std::vector<double> inverse_;     // by columns
+  std::vector<double> right_;
+  std::vector<double> level_;  // of each basic column
+  std::vector<double> dual_;
+  std::vector<double> alpha_;
+  std::size_t pivots_ = 0;
+};
+
+}  // namespace planloc::detail
+
+#endif  // PLANLOC_OPTIMUM_ALLOCATION_DUAL_MASTER_H_

@@ -1,0 +1,74 @@
+// The least of the priced problem of one facility, sum over i of min(0, d_i(x) - price_i): which
+// sites would gain the most together if a facility came. Branch and bound over rectangles.
+// Internal.
+#ifndef PLANLOC_OPTIMUM_ALLOCATION_PRICE_SEARCH_H_
+#define PLANLOC_OPTIMUM_ALLOCATION_PRICE_SEARCH_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "planloc/foundation/geometry/xy.h"
+#include "planloc/optimum/evaluate.h"
+
+namespace planloc::detail {
+
+class price_search {
+ public:
+  // Distances and prices are by slot.
+  explicit price_search(const distance_table& table);
+
+  // The priced sum at a place.
+  double value(std::span<const double> prices, const xy& at) const;
+
+  // A bound below the least value, within `tolerance` of it; none if `expired` ended the search.
+  // `known` is a value that is taken somewhere.
+  std::optional<double> run(std::span<const double> prices, double known, double tolerance,
+                            const std::function<bool()>& expired);
+
+  // The best place that the last search met in each part of the plane, with its value.
+  struct met {
+    xy at;
+    double value;
+  };
+  std::span<const met> places() const { return places_; }
+  std::size_t cells() const { return cells_; }
+
+ private:
+  struct priced_site {
+    std::uint32_t slot;
+    double price;
+  };
+  struct rectangle {
+    xy centre;
+    double half_x, half_y;
+  };
+  struct view {
+    double bound;
+    double at_centre;
+  };
+
+  std::optional<xy_box> region(std::span<const double> prices);
+  void divide(const rectangle& cell, std::size_t begin, int depth);
+  void visit(const rectangle& cell, std::size_t begin, std::size_t end, int depth);
+  view look(const rectangle& cell, std::size_t begin, std::size_t end);
+
+  const distance_table& table_;
+  std::vector<double> reach_;       // of each block: |u| <= reach * gauge(u), in x and y
+  std::vector<priced_site> stack_;  // along the walk: the sites that can gain in a cell
+  std::vector<met> places_;
+  met* here_ = nullptr;
+  double least_ = 0;
+  double bound_ = 0;
+  double tolerance_ = 0;
+  bool ended_ = false;
+  const std::function<bool()>* expired_ = nullptr;
+  std::size_t cells_ = 0;
+};
+
+}  // namespace planloc::detail
+
+#endif  // PLANLOC_OPTIMUM_ALLOCATION_PRICE_SEARCH_H_
