@@ -135,18 +135,26 @@ TEST(General, SmoothGaugesProvedByIntervals) {
   }
 }
 
-// A place as far from all sites as from any other: no relative gap can be reached at 0.
+// Places as far from all sites as from any other, one or a whole curve of them: no relative gap can
+// be reached at 0.
 TEST(General, SmoothOptimumOfZero) {
-  const problem p({{.x = 1, .y = 5}, {.x = 4, .y = 2}, {.x = 0, .y = 1}}, {gauge::euclidean()},
-                  order_weights::range());
-  minimise_options options;
-  options.cells = 100000;
-  const solution s = minimise(p, options);
-  EXPECT_EQ(s.status, solution_status::optimal);
-  const verification v = verify(p, s);
-  EXPECT_TRUE(v.accepted) << v.reason;
-  EXPECT_EQ(v.lower_bound, 0);
-  EXPECT_LT(v.gap, 1e-11);
+  const std::vector<site> curve = {{.x = 4.898063027663567, .y = 9.796126055327134, .weight = 3.5},
+                                   {.x = 3.3295964989327134, .y = 6.659192997865427, .weight = 2}};
+  const problem problems[] = {{{{.x = 1, .y = 5}, {.x = 4, .y = 2}, {.x = 0, .y = 1}},
+                               {gauge::euclidean()},
+                               order_weights::range()},
+                              {curve, {gauge::euclidean()}, order_weights::range()},
+                              {curve, {gauge::lp(1.5)}, order_weights::range()}};
+  for (const problem& p : problems) {
+    minimise_options options;
+    options.cells = 10000;
+    const solution s = minimise(p, options);
+    EXPECT_EQ(s.status, solution_status::optimal);
+    const verification v = verify(p, s);
+    EXPECT_TRUE(v.accepted) << v.reason;
+    EXPECT_EQ(v.lower_bound, 0);
+    EXPECT_LT(v.gap, 1e-11);
+  }
 }
 
 TEST(General, LimitsAndNarrowCases) {

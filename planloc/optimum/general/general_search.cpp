@@ -34,6 +34,8 @@ constexpr int kMostDepth = 100;
 constexpr std::size_t line_limit(int depth) { return depth < 40 ? 20 : depth < 60 ? 64 : 400; }
 // Of a cell's size: more than what f can be off by at a crossing in doubles.
 constexpr double kPromising = 1e-7;
+// Steps towards a value of 0 from a better place.
+constexpr int kStepsToZero = 40;
 // Sites that are tried as places before the search.
 constexpr std::size_t kSitesTried = 64;
 constexpr std::size_t kCellsBetweenReports = 64;
@@ -106,6 +108,7 @@ class general_search {
   void offer(const exact_xy& at, double value);
   void try_sites();
   bool least_possible();
+  void step_to_zero();
   void make_exact();
 
   double margin(const cell& c) const { return rounding_ * c.size; }
@@ -135,6 +138,7 @@ class general_search {
   std::vector<task> batch_;
   std::size_t cells_ = 0;
   std::size_t cells_to_report_ = 0;  // at which the next report is due
+  double stepped_from_ = std::numeric_limits<double>::infinity();  // a value, to zero
   bool stopped_ = false;
   std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
@@ -189,6 +193,22 @@ bool general_search::least_possible() {
   if (best_.value > rounding_ * extent_) return false;
   make_exact();
   return sgn(*best_.exact) == 0;
+}
+
+// Where a value of 0 is possible and taken on along a curve, halving triangles would follow all of
+// the curve. The step length is Polyak's (1969) for this least value.
+void general_search::step_to_zero() {
+  if (!never_negative_ || problem_.polyhedral() || best_.value > stepped_from_ / 2) return;
+  stepped_from_ = best_.value;
+  detail::evaluator evaluate(problem_, table_);
+  xy at{best_.at.x.get_d(), best_.at.y.get_d()};
+  for (int i = 0; i < kStepsToZero && !least_possible(); ++i) {
+    const detail::evaluation e = evaluate(at);
+    offer({at.x, at.y}, e.value);
+    const double steep = e.slope.x * e.slope.x + e.slope.y * e.slope.y;
+    if (steep == 0) return;
+    at = {at.x - e.value / steep * e.slope.x, at.y - e.value / steep * e.slope.y};
+  }
 }
 
 double general_search::extent() const {
@@ -315,6 +335,7 @@ void general_search::search() {
     if (!next_batch()) return;
     work_on_batch();
     for (task& t : batch_) settle(t);
+    step_to_zero();
   }
 }
 
