@@ -109,7 +109,7 @@ distance_table::distance_table(const problem& p) : base(mean_position(p.sites())
       const std::span<const xy> v = g.vertices();
       if (!blocks.empty()) blocks.back().end = slot;
       blocks.push_back({g.kind(), g.p(), slot, slot, static_cast<std::uint32_t>(edges.size()),
-                        static_cast<std::uint32_t>(v.size()), 0});
+                        static_cast<std::uint32_t>(v.size()), 0, 0});
       steep = 0;
       for (std::size_t j = 0; j < v.size(); ++j) {
         const xy& a = v[j];
@@ -120,9 +120,10 @@ distance_table::distance_table(const problem& p) : base(mean_position(p.sites())
             std::max(steep, std::fabs(edges.back().normal.x) + std::fabs(edges.back().normal.y));
       }
       for (std::uint32_t j = 0; j < v.size(); ++j) {
-        if (upper_half(v[(j + v.size() - 1) % v.size()]) && !upper_half(v[j])) {
-          blocks.back().first_lower = j;
-        }
+        const bool upper_before = upper_half(v[(j + v.size() - 1) % v.size()]);
+        const bool upper = upper_half(v[j]);
+        if (upper_before && !upper) blocks.back().first_lower = j;
+        if (!upper_before && upper) blocks.back().first_upper = j;
       }
     }
     block_of[slot] = static_cast<std::uint32_t>(blocks.size() - 1);
@@ -183,12 +184,9 @@ std::uint32_t distance_table::active_edge(const gauge_block& b, const xy& u) con
   // The rays of one half-plane are within half a turn of each other, where the sign of a cross
   // product orders directions. Both half-planes hold rays, since the origin is strictly inside.
   const bool upper = upper_half(u);
-  std::uint32_t first_upper = b.first_lower;
   const ball_edge* e = edges.data() + b.first_edge;
-  while (!upper_half(e[first_upper].from))
-    first_upper = first_upper + 1 == b.edges ? 0 : first_upper + 1;
-  const std::uint32_t start = upper ? first_upper : b.first_lower;
-  const std::uint32_t stop = upper ? b.first_lower : first_upper;
+  const std::uint32_t start = upper ? b.first_upper : b.first_lower;
+  const std::uint32_t stop = upper ? b.first_lower : b.first_upper;
   std::uint32_t count = stop > start ? stop - start : stop + b.edges - start;
   const auto at = [&](std::uint32_t k) {
     return start + k < b.edges ? start + k : start + k - b.edges;
@@ -211,11 +209,7 @@ distance_table::linear_piece distance_table::piece(std::size_t slot, const xy& a
   const gauge_block& b = blocks[block_of[slot]];
   const double w = weight[slot];
   const xy u{at.x - x[slot], at.y - y[slot]};
-  if (b.kind == gauge::shape::polyhedral) {
-    const std::uint32_t j = active_edge(b, u);
-    const xy& n = edges[b.first_edge + j].normal;
-    return {w * dot(n, u), {w * n.x, w * n.y}, j};
-  }
+  if (b.kind == gauge::shape::polyhedral) return piece_of_edge(slot, at, active_edge(b, u));
   const bool euclidean = b.kind == gauge::shape::euclidean;
   const double norm = euclidean ? std::sqrt(dot(u, u)) : norm_lp(u, b.p);
   if (norm == 0) return {0, {0, 0}, 0};

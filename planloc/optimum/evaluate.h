@@ -26,7 +26,8 @@ struct gauge_block {
   double p;
   std::uint32_t begin, end;
   std::uint32_t first_edge, edges;  // in distance_table::edges
-  std::uint32_t first_lower;  // the first edge, from 0, whose `from` is in the lower half-plane
+  // The first edge, from 0, whose `from` is in the lower half-plane, and the one in the upper.
+  std::uint32_t first_lower, first_upper;
 };
 
 // The sites in slots, by gauge. Constant; any number of threads may read it.
@@ -45,6 +46,12 @@ class distance_table {
   // The edge whose cone holds u; one of the two where u lies on a ray. Edges are counted as the
   // gauge's vertices are, from the block's `first_edge`.
   std::uint32_t active_edge(const gauge_block& b, const xy& u) const;
+  // Whether the cone of the edge holds u, as far as doubles can tell.
+  bool in_cone(const gauge_block& b, std::uint32_t edge, const xy& u) const {
+    const xy& v = edges[b.first_edge + edge].from;
+    const xy& w = edges[b.first_edge + (edge + 1 == b.edges ? 0 : edge + 1)].from;
+    return v.x * u.y - v.y * u.x >= 0 && u.x * w.y - u.y * w.x > 0;
+  }
 
   // The distance of one slot, and its slope: a subgradient of the weighted distance.
   struct linear_piece {
@@ -53,6 +60,12 @@ class distance_table {
     std::uint32_t edge;  // 0 unless polyhedral
   };
   linear_piece piece(std::size_t slot, const xy& at) const;
+  // The piece of one edge of a polyhedral gauge, in force or not.
+  linear_piece piece_of_edge(std::size_t slot, const xy& at, std::uint32_t edge) const {
+    const xy& n = edges[blocks[block_of[slot]].first_edge + edge].normal;
+    const double w = weight[slot];
+    return {w * (n.x * (at.x - x[slot]) + n.y * (at.y - y[slot])), {w * n.x, w * n.y}, edge};
+  }
 
   // Counts places from another base.
   void count_from(const problem& p, const xy& new_base);

@@ -83,13 +83,20 @@ struct convex_certificate {
 //
 // No cells at all: the sums of the last k order weights are not negative, so neither is f.
 struct branch_certificate {
+  // The square stands off the base, by these parts of its half side in x and y, lest many halvings
+  // meet in the base, near which the optimum often is. So all places up to `kInside` * half from
+  // the base, in either coordinate, lie in the square.
+  static constexpr double kShiftX = 21.0 / 64;
+  static constexpr double kShiftY = 13.0 / 64;
+  static constexpr double kInside = 1 - kShiftX;
+
   enum class reason : std::uint8_t {
     halved,
     bound,  // a convex function less a concave one, or sorted bounds of the distances
     exact   // every crossing of lines on which f can break
   };
   xy base{0, 0};
-  double half = 0;              // of the side of the square around `base`
+  double half = 0;              // of the side of the square
   std::vector<reason> outside;  // the sides: right, top, left, bottom
   std::vector<reason> cells;
 };

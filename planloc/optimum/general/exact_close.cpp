@@ -71,7 +71,7 @@ bool holds(const std::array<exact_xy, 3>& t, int turn, const exact_xy& at) {
 }  // namespace
 
 exact_closer::exact_closer(const problem& p, const distance_table& table)
-    : problem_(p), table_(table), edges_(table), same_as_(table.size()) {
+    : problem_(p), table_(table), edges_(table), same_as_(table.size()), marked_(table.size()) {
   std::map<std::tuple<double, double, double, std::uint32_t>, std::uint32_t> first;
   for (std::uint32_t slot = 0; slot < table.size(); ++slot) {
     const site& s = p.sites()[table.site[slot]];
@@ -147,13 +147,10 @@ bool exact_closer::add_ray(const cell& c, std::uint32_t slot, std::uint32_t edge
 }
 
 // The pieces of a site in force somewhere on the cell, and maybe a few more.
-void exact_closer::add_pieces(const cell& c, std::uint32_t slot) {
+void exact_closer::add_pieces(const cell& c, const placed_site& s) {
+  const std::uint32_t slot = s.slot;
   const gauge_block& b = table_.blocks[table_.block_of[slot]];
-  edge_numbers_.clear();
-  for (const xy& corner : c.corners) {
-    const xy u{corner.x - table_.x[slot], corner.y - table_.y[slot]};
-    edge_numbers_.push_back(table_.active_edge(b, u));
-  }
+  edge_numbers_.assign(s.edge.begin(), s.edge.end());
   for (std::uint32_t j = 0; j < b.edges; ++j) {
     if (!add_ray(c, slot, b.first_edge + j)) continue;
     edge_numbers_.push_back(j);
@@ -200,13 +197,13 @@ bool exact_closer::collect(const cell& c, std::size_t limit) {
   pieces_.clear();
   const std::size_t at_once = 2 * limit;
   for (const decided_site& d : c.decided) {
-    add_pieces(c, d.slot);
+    add_pieces(c, d.site);
     pieces_.clear();
     if (keys_.size() > at_once && surely_more(limit)) return false;
   }
-  for (const std::uint32_t slot : undecided_) {
+  for (const placed_site& s : undecided_) {
     const std::size_t before = pieces_.size();
-    add_pieces(c, slot);
+    add_pieces(c, s);
     for (std::size_t i = before; i < pieces_.size(); ++i) {
       for (std::size_t k = 0; k < before; ++k) {
         const piece& p = pieces_[i];
@@ -221,12 +218,22 @@ bool exact_closer::collect(const cell& c, std::size_t limit) {
   return !surely_more(limit);
 }
 
-std::optional<std::vector<exact_line>> exact_closer::lines(const cell& c, std::size_t limit) {
+// The undecided sites, of equal ones the first; false if there are more than `limit`.
+bool exact_closer::find_undecided(const cell& c, std::size_t limit) {
+  ++mark_;
   undecided_.clear();
-  for (const std::uint32_t slot : c.undecided) undecided_.push_back(same_as_[slot]);
-  std::sort(undecided_.begin(), undecided_.end());
-  undecided_.erase(std::unique(undecided_.begin(), undecided_.end()), undecided_.end());
-  if (undecided_.size() > limit || c.decided.size() > kCandidatesPerLine * limit) return {};
+  for (const placed_site& s : c.undecided) {
+    const std::uint32_t first = same_as_[s.slot];
+    if (marked_[first] == mark_) continue;
+    marked_[first] = mark_;
+    if (undecided_.size() == limit) return false;
+    undecided_.push_back({first, s.edge});
+  }
+  return true;
+}
+
+std::optional<std::vector<exact_line>> exact_closer::lines(const cell& c, std::size_t limit) {
+  if (!find_undecided(c, limit) || c.decided.size() > kCandidatesPerLine * limit) return {};
   if (!collect(c, limit)) return {};
   std::vector<exact_line> found;
   const auto shorten = [&] {

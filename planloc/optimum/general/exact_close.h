@@ -61,8 +61,9 @@ class exact_closer {
     double size;                  // that its roundings are measured by
   };
 
+  bool find_undecided(const cell& c, std::size_t limit);
   bool collect(const cell& c, std::size_t limit);
-  void add_pieces(const cell& c, std::uint32_t slot);
+  void add_pieces(const cell& c, const placed_site& s);
   bool add_ray(const cell& c, std::uint32_t slot, std::uint32_t edge);
   void add(const sides& side, double doubt, const source& from);
   bool surely_more(std::size_t limit);
@@ -74,8 +75,11 @@ class exact_closer {
   const distance_table& table_;
   exact_edges edges_;
   std::vector<std::uint32_t> same_as_;  // the first slot with equal place, weight and gauge
+  std::vector<std::uint32_t> marked_;   // by slot: with the number of the last cell that had it
+  std::uint32_t mark_ = 0;
   // Of the cell at hand.
-  std::vector<std::uint32_t> undecided_, edge_numbers_;
+  std::vector<placed_site> undecided_;
+  std::vector<std::uint32_t> edge_numbers_;
   std::vector<piece> pieces_;
   std::vector<candidate> candidates_;
   std::vector<double> keys_;  // of candidates that surely cross, equal if the lines are

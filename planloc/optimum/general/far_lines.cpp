@@ -104,7 +104,7 @@ recession test_all_lines(const problem& p, const distance_table& table) {
     }
   }
   result.kind = growth::levels;
-  result.half = far > 0 ? power_of_two_above(2 * kCaution * far / least_sine) : 1;
+  result.half = far > 0 ? 2 * kCaution * far / least_sine : 1;
   return result;
 }
 

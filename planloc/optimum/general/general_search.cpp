@@ -27,7 +27,7 @@ constexpr double kSmoothGap = 1e-10;
 constexpr double kSmoothAim = 5e-11;
 // Of a gap that is asked for: what the search aims at, so that roundings do not spoil it.
 constexpr double kAimed = 1 - 0x1p-30;
-// Halving is exact as long as coordinates have bits left; half of them go to each coordinate.
+// Smaller cells are beyond what doubles can tell.
 constexpr int kMostDepth = 100;
 // How many break lines are worth an exact close: the deeper the cell, the more of them are there to
 // stay, since they meet in one place.
@@ -37,7 +37,7 @@ constexpr double kPromising = 1e-7;
 // Steps towards a value of 0 from a better place.
 constexpr int kStepsToZero = 40;
 // Sites that are tried as places before the search.
-constexpr std::size_t kSitesTried = 64;
+constexpr std::size_t kSitesTried = 16;
 constexpr std::size_t kCellsBetweenReports = 64;
 // Cells that are worked on side by side, of how many open ones each, and how many sites they may
 // have together. None may depend on the number of threads, since the course of the search depends
@@ -87,7 +87,7 @@ class general_search {
     enum class end : std::uint8_t { halved, solved, too_deep };
     struct half {
       std::unique_ptr<cell> c;
-      detail::evaluation at_centroid;
+      detail::evaluation at_centroid{{}, std::numeric_limits<double>::infinity(), {}};
     };
 
     std::unique_ptr<cell> c;
@@ -104,6 +104,7 @@ class general_search {
   void work_on(task& t, worker& w) const;
   bool solve_exactly(task& t, worker& w) const;
   void settle(task& t);
+  void settle_best(task& t);
   void take(std::unique_ptr<cell> c, const detail::evaluation& at_centroid);
   void offer(const exact_xy& at, double value);
   void try_sites();
@@ -116,10 +117,12 @@ class general_search {
   bool holds_nothing_better(const cell& c) const {
     return c.bound >= best_.value - tolerance() + margin(c);
   }
+  double half_of_square(const detail::recession& far) const;
   double bound() const;
   bool must_stop();
   double seconds() const;
   double extent() const;
+  bool holds_all_sites(const detail::triangle& t) const;
   double size_of_terms() const;
   solution finish(const detail::recession& far);
 
@@ -189,7 +192,8 @@ void general_search::try_sites() {
 
 // Whether the best value is 0, as far as can be told, and no other can be less.
 bool general_search::least_possible() {
-  if (!never_negative_ || !problem_.polyhedral()) return never_negative_ && best_.value <= doubt_;
+  if (!never_negative_ || !problem_.polyhedral())
+    return never_negative_ && best_.value <= 2 * doubt_;
   if (best_.value > rounding_ * extent_) return false;
   make_exact();
   return sgn(*best_.exact) == 0;
@@ -218,6 +222,18 @@ double general_search::extent() const {
   return most > 0 ? most : 1;
 }
 
+// Whether the square of the extent lies in the triangle.
+bool general_search::holds_all_sites(const detail::triangle& t) const {
+  const double turn = (t[1].x - t[0].x) * (t[2].y - t[0].y) - (t[1].y - t[0].y) * (t[2].x - t[0].x);
+  for (std::size_t m = 0; m < 3; ++m) {
+    const detail::xy& a = t[m];
+    const double x = std::copysign(1, turn) * (t[(m + 1) % 3].x - a.x);
+    const double y = std::copysign(1, turn) * (t[(m + 1) % 3].y - a.y);
+    if (x * -a.y - y * -a.x < extent_ * (std::fabs(x) + std::fabs(y))) return false;
+  }
+  return true;
+}
+
 // The sum of all terms' magnitudes amid the sites.
 double general_search::size_of_terms() const {
   double steepest = 0;
@@ -228,10 +244,19 @@ double general_search::size_of_terms() const {
   return sum;
 }
 
+// A power of two, so that many halvings are exact.
+double general_search::half_of_square(const detail::recession& far) const {
+  const double least = far.half > 0 ? far.half : kNearExtents * extent_;
+  return std::ldexp(1, std::ilogb(least / branch_certificate::kInside) + 1);
+}
+
 void general_search::start(double half) {
-  const detail::xy a{-half, -half}, b{half, -half}, c{half, half}, d{-half, half};
+  const auto x = [half](double shift) { return half * (branch_certificate::kShiftX + shift); };
+  const auto y = [half](double shift) { return half * (branch_certificate::kShiftY + shift); };
+  const detail::xy a{x(-1), y(-1)}, b{x(1), y(-1)}, c{x(1), y(1)}, d{x(-1), y(1)};
   for (const detail::triangle& t : {detail::triangle{a, b, d}, detail::triangle{c, d, b}}) {
-    std::unique_ptr<cell> root = tree_.root(problem_, t);
+    std::unique_ptr<cell> root = workers_[0]->bounder.whole(problem_, t);
+    tree_.add_root(*root);
     workers_[0]->bounder.process(*root);
     take(std::move(root), workers_[0]->bounder.at_centroid());
   }
@@ -274,14 +299,15 @@ void general_search::work_on(task& t, worker& w) const {
     t.outcome = task::end::solved;
     return;
   }
-  if (t.c->depth >= kMostDepth) {
+  if (t.c->depth >= kMostDepth || !detail::halves_exactly(t.c->corners)) {
     t.outcome = task::end::too_deep;
     return;
   }
-  auto [one, other] = search_tree::split(*t.c);
+  auto [one, other] = w.bounder.split(*t.c);
   t.halves[0].c = std::move(one);
   t.halves[1].c = std::move(other);
   for (task::half& h : t.halves) {
+    if (holds_all_sites(h.c->corners)) continue;  // nothing is decided there
     w.bounder.process(*h.c);
     h.at_centroid = w.bounder.at_centroid();
   }
@@ -292,16 +318,20 @@ bool general_search::solve_exactly(task& t, worker& w) const {
   const cell& c = *t.c;
   const auto lines = w.closer.lines(c, line_limit(c.depth));
   if (!lines) return false;
-  double least = best_.value;
   const auto promising = [&](const detail::xy& at) {
-    return w.bounder.value(c, at) <= least + kPromising * c.size;
+    return w.bounder.value(c, at) <= best_.value + kPromising * c.size;
   };
-  for (const exact_xy& at : detail::exact_closer::vertices(c.corners, *lines, promising)) {
-    if (w.bounder.value(c, to_nearest(at)) > least + margin(c)) continue;
+  std::vector<std::pair<double, exact_xy>> places;
+  double least = best_.value;
+  for (exact_xy& at : detail::exact_closer::vertices(c.corners, *lines, promising)) {
+    const double value = w.bounder.value(c, to_nearest(at));
+    least = std::min(least, value);
+    if (value <= least + margin(c)) places.emplace_back(value, std::move(at));
+  }
+  for (auto& [rounded, at] : places) {
+    if (rounded > least + margin(c) || (best_.exact && at == best_.at)) continue;
     mpq_class value = w.closer.value(at);
-    if (t.best && t.best->second <= value) continue;
-    least = std::min(least, value.get_d());
-    t.best = {at, std::move(value)};
+    if (!t.best || value < t.best->second) t.best = {std::move(at), std::move(value)};
   }
   return true;
 }
@@ -311,10 +341,7 @@ void general_search::settle(task& t) {
   switch (t.outcome) {
     case task::end::solved:
       tree_.close(*t.c, reason::exact);
-      if (!t.best) return;
-      make_exact();
-      if (t.best->second < *best_.exact)
-        best_ = {t.best->first, t.best->second.get_d(), t.best->second};
+      if (t.best) settle_best(t);
       return;
     case task::end::too_deep:
       floor_ = std::min(floor_, t.c->bound - margin(*t.c));
@@ -323,6 +350,14 @@ void general_search::settle(task& t) {
       tree_.add_halves(*t.c, *t.halves[0].c, *t.halves[1].c);
       for (task::half& h : t.halves) take(std::move(h.c), h.at_centroid);
   }
+}
+
+void general_search::settle_best(task& t) {
+  auto& [at, value] = *t.best;
+  const double rounded = value.get_d();
+  const bool surely = !best_.exact && rounded < best_.value - margin(*t.c);
+  if (!surely) make_exact();
+  if (surely || value < *best_.exact) best_ = {std::move(at), rounded, std::move(value)};
 }
 
 void general_search::search() {
@@ -356,7 +391,7 @@ solution general_search::finish(const detail::recession& far) {
                                     : -std::numeric_limits<double>::infinity();
   branch_certificate proof;
   if (square_known && !zero && !stopped_) {
-    proof = {table_.base, far.half, far.outside, tree_.reasons()};
+    proof = {table_.base, half_of_square(far), far.outside, tree_.reasons()};
     s.proof = std::move(proof);
   } else if (zero || never_negative_) {
     s.lower_bound = 0;
@@ -389,7 +424,7 @@ solution general_search::run() {
   offer({0, 0}, problem_.value(table_.base));
   try_sites();
   if (!least_possible()) {
-    start(far.half > 0 ? far.half : kNearExtents * extent_);
+    start(half_of_square(far));
     search();
   }
   return finish(far);

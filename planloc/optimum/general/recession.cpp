@@ -54,7 +54,7 @@ double half_of_repetition(const problem& p, const distance_table& table) {
   for (std::size_t k = 0; k < table.size(); ++k)
     far = std::max(far, std::fabs(table.x[k]) + std::fabs(table.y[k]));
   if (far == 0) return 1;
-  return power_of_two_above(4 * kCaution * far / (sine * sine));
+  return 4 * kCaution * far / (sine * sine);
 }
 
 // The sum of |lambda| times the most by which d_i(x) and its gauge at x - base can differ, and f at
@@ -78,8 +78,6 @@ double needed_growth(const problem& p, const distance_table& table) {
 }
 
 }  // namespace
-
-double power_of_two_above(double d) { return std::ldexp(1, std::ilogb(d) + 1); }
 
 bool surely_falls(const problem& origin, const distance_table& table, const xy& u) {
   if (!origin.polyhedral()) {
@@ -150,11 +148,15 @@ recession test_recession(const problem& p, const distance_table& table) {
     }
     tree.push(std::move(c));
   };
-  for (const triangle& side : unit_sides()) take(tree.root(origin, side));
+  for (const triangle& side : unit_sides()) {
+    std::unique_ptr<cell> root = bounder.whole(origin, side);
+    tree.add_root(*root);
+    take(std::move(root));
+  }
   for (std::size_t cells = 0; !falls && tree.least_bound() < kBoundShare * value; cells += 2) {
     std::unique_ptr<cell> c = tree.pop();
     if (c->depth >= kMostDepth || cells > kMostCells) return test_all_lines(p, table);
-    auto [one, other] = search_tree::split(*c);
+    auto [one, other] = bounder.split(*c);
     tree.add_halves(*c, *one, *other);
     take(std::move(one));
     take(std::move(other));
@@ -166,7 +168,7 @@ recession test_recession(const problem& p, const distance_table& table) {
   if (!(tree.least_bound() > kRounding * size)) return test_all_lines(p, table);
   result.kind = growth::grows;
   const double half = kCaution * needed_growth(p, table) / tree.least_bound();
-  result.half = half > 0 ? power_of_two_above(half) : 1;
+  result.half = half > 0 ? half : 1;
   result.outside = tree.reasons();
   return result;
 }

@@ -24,7 +24,7 @@ enum class growth {
 struct recession {
   growth kind = growth::undecided;
   xy direction{0, 0};
-  double half = 0;  // of the side of the square around the table's base
+  double half = 0;  // of the side of the least square around the table's base
   std::vector<branch_certificate::reason> outside;
 };
 
@@ -41,8 +41,6 @@ recession test_all_lines(const problem& p, const distance_table& table);
 
 // Whether the recession function, `origin` with its table, is surely negative in a direction.
 bool surely_falls(const problem& origin, const distance_table& table, const xy& u);
-
-double power_of_two_above(double d);
 
 // All sites at the origin.
 problem recession_problem(const problem& p);

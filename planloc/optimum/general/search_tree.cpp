@@ -1,7 +1,6 @@
 #include "planloc/optimum/general/search_tree.h"
 
 #include <algorithm>
-#include <numeric>
 
 namespace planloc::detail {
 
@@ -13,26 +12,10 @@ bool later(const std::unique_ptr<cell>& a, const std::unique_ptr<cell>& b) {
 
 }  // namespace
 
-std::unique_ptr<cell> search_tree::root(const problem& p, const triangle& t) {
-  auto c = std::make_unique<cell>();
-  c->corners = t;
-  c->node = static_cast<std::uint32_t>(nodes_.size());
-  c->undecided.resize(p.sites().size());
-  std::iota(c->undecided.begin(), c->undecided.end(), 0U);
-  c->runs.assign(p.runs().begin(), p.runs().end());
-  roots_.push_back(c->node);
+void search_tree::add_root(cell& c) {
+  c.node = static_cast<std::uint32_t>(nodes_.size());
+  roots_.push_back(c.node);
   nodes_.push_back({reason::bound, 0});
-  return c;
-}
-
-std::pair<std::unique_ptr<cell>, std::unique_ptr<cell>> search_tree::split(cell& c) {
-  const auto [one, other] = halves(c.corners);
-  auto first = std::make_unique<cell>(c);
-  auto second = std::make_unique<cell>(std::move(c));
-  for (cell* half : {first.get(), second.get()}) ++half->depth;
-  first->corners = one;
-  second->corners = other;
-  return {std::move(first), std::move(second)};
 }
 
 void search_tree::add_halves(const cell& parent, cell& one, cell& other) {

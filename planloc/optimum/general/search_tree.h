@@ -16,11 +16,7 @@ class search_tree {
  public:
   using reason = branch_certificate::reason;
 
-  // The whole problem on a triangle.
-  std::unique_ptr<cell> root(const problem& p, const triangle& t);
-  // The halves of a cell, which inherit what is decided there. Of the cell nothing but its place
-  // in the tree is left.
-  static std::pair<std::unique_ptr<cell>, std::unique_ptr<cell>> split(cell& c);
+  void add_root(cell& c);
   // Puts two halves below their cell.
   void add_halves(const cell& parent, cell& one, cell& other);
   void close(const cell& c, reason r) { nodes_[c.node].why = r; }

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
-#include <numeric>
 
 namespace planloc::detail {
 
@@ -22,14 +20,34 @@ double least(const std::array<double, 3>& a) { return std::min({a[0], a[1], a[2]
 
 // Above this many runs a sort is faster than one selection a run.
 constexpr std::size_t kRunsToSelect = 6;
+// Steps a site of an insertion sort before it is given up.
+constexpr std::size_t kStepsToSort = 8;
 
-// Sorts as far as the runs can tell: what lies in one run stays in any order.
-template <class Iterator, class Less>
-void sort_into_runs(Iterator begin, Iterator end, const std::vector<order_run>& runs, Less less) {
-  if (runs.size() > kRunsToSelect) return std::sort(begin, end, less);
+// Fast where little is out of order, as from a cell to its halves.
+template <class Ranked>
+void sort_nearly_sorted(std::vector<Ranked>& v) {
+  std::size_t left = kStepsToSort * v.size();
+  for (std::size_t k = 1; k < v.size(); ++k) {
+    const Ranked moved = v[k];
+    std::size_t to = k;
+    for (; to > 0 && moved.key < v[to - 1].key; --to) v[to] = v[to - 1];
+    v[to] = moved;
+    if (k - to > left)
+      return std::sort(v.begin(), v.end(),
+                       [](const Ranked& a, const Ranked& b) { return a.key < b.key; });
+    left -= k - to;
+  }
+}
+
+// Sorts by keys as far as the runs can tell: what lies in one run stays in any order.
+template <class Ranked>
+void sort_into_runs(std::vector<Ranked>& v, const std::vector<order_run>& runs) {
+  if (runs.size() > kRunsToSelect) return sort_nearly_sorted(v);
+  auto end = v.end();
   for (std::size_t r = runs.size(); r-- > 1;) {
-    const Iterator jump = end - static_cast<std::ptrdiff_t>(runs[r].count);
-    std::nth_element(begin, jump, end, less);
+    const auto jump = end - static_cast<std::ptrdiff_t>(runs[r].count);
+    std::nth_element(v.begin(), jump, end,
+                     [](const Ranked& a, const Ranked& b) { return a.key < b.key; });
     end = jump;
   }
 }
@@ -59,44 +77,128 @@ std::pair<triangle, triangle> halves(const triangle& t) {
   return {{middle, t[0], t[1]}, {middle, t[2], t[0]}};
 }
 
+bool halves_exactly(const triangle& t) {
+  const xy& a = t[1];
+  const xy& b = t[1] == t[2] ? t[0] : t[2];
+  // The rounding error of a sum (Knuth 1969).
+  const auto exact = [](double c, double d) {
+    const double sum = c + d;
+    const double part = sum - c;
+    return (c - (sum - part)) + (d - part) == 0;
+  };
+  return exact(a.x, b.x) && exact(a.y, b.y);
+}
+
+std::unique_ptr<cell> cell_bounder::whole(const problem& p, const triangle& t) const {
+  auto c = std::make_unique<cell>();
+  c->corners = t;
+  c->runs.assign(p.runs().begin(), p.runs().end());
+  for (std::uint32_t slot = 0; slot < table_.size(); ++slot) {
+    placed_site s{slot, {}};
+    const gauge_block& b = table_.blocks[table_.block_of[slot]];
+    if (b.kind == gauge::shape::polyhedral) {
+      for (std::size_t m = 0; m < 3; ++m)
+        s.edge[m] = table_.active_edge(b, minus(t[m], {table_.x[slot], table_.y[slot]}));
+    }
+    c->undecided.push_back(s);
+  }
+  return c;
+}
+
+// A cone that holds two corners holds the place between them.
+std::pair<std::unique_ptr<cell>, std::unique_ptr<cell>> cell_bounder::split(cell& c) const {
+  const bool segment = c.corners[1] == c.corners[2];
+  const std::size_t one_end = segment ? 0 : 1;
+  const auto [one, other] = halves(c.corners);
+  const xy middle = segment ? one[1] : one[0];
+  auto first = std::make_unique<cell>(c);
+  auto second = std::make_unique<cell>(std::move(c));
+  const auto share_out = [&](placed_site& to_first, placed_site& to_second) {
+    const std::array<std::uint32_t, 3> e = to_second.edge;
+    std::uint32_t between = e[one_end];
+    const gauge_block& b = table_.blocks[table_.block_of[to_first.slot]];
+    if (e[one_end] != e[2] && b.kind == gauge::shape::polyhedral) {
+      between =
+          table_.active_edge(b, minus(middle, {table_.x[to_first.slot], table_.y[to_first.slot]}));
+    }
+    to_first.edge = segment ? std::array{e[0], between, between} : std::array{between, e[0], e[1]};
+    to_second.edge = segment ? std::array{e[1], between, between} : std::array{between, e[2], e[0]};
+  };
+  for (std::size_t k = 0; k < first->undecided.size(); ++k)
+    share_out(first->undecided[k], second->undecided[k]);
+  for (std::size_t k = 0; k < first->decided.size(); ++k)
+    share_out(first->decided[k].site, second->decided[k].site);
+  first->corners = one;
+  second->corners = other;
+  for (cell* half : {first.get(), second.get()}) {
+    ++half->depth;
+    // Not that of the parent: a certificate names no other bound than the cell's own.
+    half->bound = -std::numeric_limits<double>::infinity();
+  }
+  return {std::move(first), std::move(second)};
+}
+
 // ----- Sites on a cell -----
 
-cell_bounder::site_view cell_bounder::look(std::uint32_t slot) const {
-  site_view v{};
-  v.slot = slot;
-  std::array<std::uint32_t, kPoints> edge{};
-  for (std::size_t j = 0; j < kPoints; ++j) {
-    const distance_table::linear_piece piece = table_.piece(slot, points_[j]);
-    v.value[j] = piece.distance;
-    edge[j] = piece.edge;
-    if (j == 0) v.slope = piece.slope;
-    for (std::size_t m = 0; m < 3; ++m) {
-      v.tangent[j][m] = piece.distance + dot(piece.slope, minus(points_[m + 1], points_[j]));
-    }
+std::uint32_t cell_bounder::edge_at_centroid(const placed_site& s, const gauge_block& b) const {
+  const xy u = minus(points_[3], {table_.x[s.slot], table_.y[s.slot]});
+  for (const std::uint32_t e : s.edge) {
+    if (table_.in_cone(b, e, u)) return e;
   }
-  v.upper = std::max({v.value[1], v.value[2], v.value[3]});
-  v.lower = 0;
-  for (const auto& row : v.tangent) v.lower = std::max(v.lower, least(row));
+  return table_.active_edge(b, u);
+}
+
+cell_bounder::bend cell_bounder::bend_of(const placed_site& s, const gauge_block& b) const {
+  bend result{};
+  for (std::size_t j = 0; j < kPoints; ++j) {
+    const distance_table::linear_piece piece =
+        b.kind != gauge::shape::polyhedral
+            ? table_.piece(s.slot, points_[j])
+            : table_.piece_of_edge(s.slot, points_[j], j < 3 ? s.edge[j] : edge_at_centroid(s, b));
+    if (j == 3) result.centre = piece.distance;
+    for (std::size_t m = 0; m < 3; ++m)
+      result.tangent[j][m] = piece.distance + dot(piece.slope, minus(points_[m], points_[j]));
+  }
+  return result;
+}
+
+cell_bounder::site_view cell_bounder::look(const placed_site& s) {
+  site_view v{};
+  v.site = s;
+  const gauge_block& b = table_.blocks[table_.block_of[s.slot]];
+  if (b.kind == gauge::shape::polyhedral && s.edge[0] == s.edge[1] && s.edge[1] == s.edge[2]) {
+    v.bent = kFlat;
+    for (std::size_t m = 0; m < 3; ++m)
+      v.value[m] = table_.piece_of_edge(s.slot, points_[m], s.edge[m]).distance;
+    v.centre = (v.value[0] + v.value[1] + v.value[2]) / 3;
+    v.lower = std::max(least(v.value), 0.0);
+  } else {
+    v.bent = static_cast<std::uint32_t>(bends_.size());
+    const bend& of_site = bends_.emplace_back(bend_of(s, b));
+    for (std::size_t m = 0; m < 3; ++m) v.value[m] = of_site.tangent[m][m];
+    v.centre = of_site.centre;
+    for (const auto& row : of_site.tangent) v.lower = std::max(v.lower, least(row));
+  }
+  v.upper = std::max({v.value[0], v.value[1], v.value[2]});
   v.lower = std::min(v.lower, v.upper);
-  const bool polyhedral = table_.blocks[table_.block_of[slot]].kind == gauge::shape::polyhedral;
-  v.linear = polyhedral && edge[1] == edge[2] && edge[2] == edge[3];
   return v;
 }
 
 // The runs behind the first b ranks: as many sites are surely reached by the b-th smallest upper
 // bound, and all others are surely no nearer than the lower bound of rank b + 1.
 void cell_bounder::find_limits(const std::vector<order_run>& runs) {
-  sort_into_runs(lowers_.begin(), lowers_.end(), runs, std::less<>());
-  sort_into_runs(uppers_.begin(), uppers_.end(), runs, std::less<>());
+  sort_into_runs(lowers_, runs);
+  sort_into_runs(uppers_, runs);
   reached_.clear();
   left_behind_.clear();
+  const auto nearer = [](const ranked& a, const ranked& b) { return a.key < b.key; };
   auto lower = lowers_.begin();
   auto upper = uppers_.begin();
   for (std::size_t r = 0; r + 1 < runs.size(); ++r) {
     const auto count = static_cast<std::ptrdiff_t>(runs[r].count);
     const auto next = static_cast<std::ptrdiff_t>(runs[r + 1].count);
-    reached_.push_back(*std::max_element(upper, upper + count));
-    left_behind_.push_back(*std::min_element(lower + count, lower + count + next));
+    reached_.push_back(std::max_element(upper, upper + count, nearer)->key);
+    left_behind_.push_back(std::min_element(lower + count, lower + count + next, nearer)->key);
     lower += count;
     upper += count;
   }
@@ -104,47 +206,82 @@ void cell_bounder::find_limits(const std::vector<order_run>& runs) {
 
 // A site is beyond a jump of the order weights if all sites that are surely reached there are
 // nearer, and before it if all that are left behind are farther.
+void cell_bounder::find_runs(std::size_t runs) {
+  if (runs > kRunsToSelect) {  // all is sorted
+    std::uint32_t run = 0;
+    for (const ranked& l : lowers_) {
+      while (run + 1 < runs && reached_[run] < l.key) ++run;
+      undecided_[l.view].first_run = run;
+    }
+    run = 0;
+    for (const ranked& u : uppers_) {
+      while (run + 1 < runs && left_behind_[run] <= u.key) ++run;
+      undecided_[u.view].last_run = run;
+    }
+    return;
+  }
+  for (site_view& v : undecided_) {
+    for (std::size_t r = 0; r + 1 < runs; ++r) {
+      v.first_run += reached_[r] < v.lower ? 1 : 0;
+      v.last_run += left_behind_[r] <= v.upper ? 1 : 0;
+    }
+  }
+}
+
+// Of the undecided sites. A site that is decided has its rank in its run among the lower bounds and
+// among the upper bounds too, so that the others are sorted into the rest of the runs.
+double cell_bounder::interval_sum(const std::vector<order_run>& runs) const {
+  double sum = 0;
+  std::size_t k = 0;
+  for (const order_run& r : runs) {
+    const std::vector<ranked>& bounds = r.weight >= 0 ? lowers_ : uppers_;
+    for (const std::size_t end = k + r.count; k < end; ++k) {
+      const site_view& v = undecided_[bounds[k].view];
+      if (v.first_run != v.last_run) sum += r.weight * bounds[k].key;
+    }
+  }
+  return sum;
+}
+
 void cell_bounder::decide(cell& c) {
   lowers_.clear();
   uppers_.clear();
-  for (const site_view& v : undecided_) {
-    lowers_.push_back(v.lower);
-    uppers_.push_back(v.upper);
+  for (std::uint32_t k = 0; k < undecided_.size(); ++k) {
+    lowers_.push_back({undecided_[k].lower, k});
+    uppers_.push_back({undecided_[k].upper, k});
   }
   find_limits(c.runs);
+  find_runs(c.runs.size());
+  c.bound = interval_sum(c.runs);
   std::vector<order_run> left = c.runs;
   c.undecided.clear();
   std::size_t kept = 0;
-  for (site_view& v : undecided_) {
-    v.first_run = static_cast<std::uint32_t>(
-        std::lower_bound(reached_.begin(), reached_.end(), v.lower) - reached_.begin());
-    v.last_run = static_cast<std::uint32_t>(
-        std::upper_bound(left_behind_.begin(), left_behind_.end(), v.upper) - left_behind_.begin());
+  for (const site_view& v : undecided_) {
     if (v.first_run == v.last_run) {
       --left[v.first_run].count;
       keep(c, v, c.runs[v.first_run].weight);
     } else {
-      c.undecided.push_back(v.slot);
+      c.undecided.push_back(v.site);
       undecided_[kept++] = v;
     }
   }
   undecided_.resize(kept);
   // `first_run` and `last_run` keep counting in the old runs, whose weights they stand for.
-  substitute(c);
+  substitute(c.runs);
   c.runs = std::move(left);
   join(c.runs);
 }
 
 void cell_bounder::keep(cell& c, const site_view& v, double lambda) {
   if (lambda == 0) return;
-  if (!v.linear) {
-    c.decided.push_back({v.slot, lambda});
+  if (v.bent != kFlat) {
+    c.decided.push_back({v.site, lambda});
     decided_.push_back(v);
     return;
   }
-  const xy at{table_.x[v.slot], table_.y[v.slot]};
-  // The slope at the corners: the centroid may be on another edge by a rounding.
-  const xy slope = table_.piece(v.slot, points_[1]).slope;
+  const std::uint32_t slot = v.site.slot;
+  const xy at{table_.x[slot], table_.y[slot]};
+  const xy slope = table_.piece_of_edge(slot, at, v.site.edge[0]).slope;
   c.folded.at_base -= lambda * dot(slope, at);
   c.folded.slope.x += lambda * slope.x;
   c.folded.slope.y += lambda * slope.y;
@@ -155,63 +292,54 @@ void cell_bounder::keep(cell& c, const site_view& v, double lambda) {
 
 // f rises with a distance whose possible order weights are not negative, so that the tangent may
 // stand for it; falls with one whose order weights are not positive, and the interpolation may.
-void cell_bounder::substitute(const cell& c) {
+void cell_bounder::substitute(const std::vector<order_run>& runs) {
   for (site_view& v : undecided_) {
+    if (v.bent == kFlat) continue;
     bool rises = true;
     bool falls = true;
     for (std::uint32_t r = v.first_run; r <= v.last_run; ++r) {
-      rises = rises && c.runs[r].weight >= 0;
-      falls = falls && c.runs[r].weight <= 0;
+      rises = rises && runs[r].weight >= 0;
+      falls = falls && runs[r].weight <= 0;
     }
-    if (!rises && !falls) continue;
-    const std::array<double, 3> at_corner =
-        rises ? v.tangent[0] : std::array<double, 3>{v.value[1], v.value[2], v.value[3]};
-    for (std::size_t m = 0; m < 3; ++m) v.value[m + 1] = at_corner[m];
-    v.value[0] = (at_corner[0] + at_corner[1] + at_corner[2]) / 3;
-    v.tangent.fill(at_corner);
+    if (rises) v.value = bends_[v.bent].tangent[3];
+    if (rises || falls) v.bent = kFlat;
   }
 }
 
 // ----- Bounds -----
 
-// What the decided sites add to each plane: tangents where the order weight is positive, the
-// interpolation of the corners where it is negative.
+// What the decided sites add to the value at the centroid and to each plane: tangents where the
+// order weight is positive, the interpolation of the corners where it is negative.
 void cell_bounder::add_rest(const cell& c) {
   for (std::size_t m = 0; m < 3; ++m) {
     const double folded = c.folded.at_base + dot(c.folded.slope, c.corners[m]);
     for (auto& row : rows_) row[m] = folded;
   }
+  centroid_ = {points_[3], c.folded.at_base + dot(c.folded.slope, points_[3]), {0, 0}};
   for (std::size_t k = 0; k < decided_.size(); ++k) {
     const double lambda = c.decided[k].lambda;
     const site_view& v = decided_[k];
+    centroid_.value += lambda * v.centre;
+    const planes& tangent = bends_[v.bent].tangent;
     for (std::size_t j = 0; j < kPoints; ++j) {
       for (std::size_t m = 0; m < 3; ++m)
-        rows_[j][m] += lambda * (lambda > 0 ? v.tangent[j][m] : v.value[m + 1]);
+        rows_[j][m] += lambda * (lambda > 0 ? tangent[j][m] : v.value[m]);
     }
   }
 }
 
-double cell_bounder::interval_sum(const cell& c) {
-  lowers_.clear();
-  uppers_.clear();
-  for (const site_view& v : undecided_) {
-    lowers_.push_back(v.lower);
-    uppers_.push_back(v.upper);
+// Brings the order, that of the point before as a rule, up to date.
+void cell_bounder::rank_at(std::size_t point, const std::vector<order_run>& runs) {
+  for (ranked& o : order_) {
+    const site_view& v = undecided_[o.view];
+    o.key = point < 3 ? v.value[point] : v.centre;
   }
-  sort_into_runs(lowers_.begin(), lowers_.end(), c.runs, std::less<>());
-  sort_into_runs(uppers_.begin(), uppers_.end(), c.runs, std::less<>());
-  double sum = 0;
-  std::size_t k = 0;
-  for (const order_run& r : c.runs) {
-    for (const std::size_t end = k + r.count; k < end; ++k)
-      sum += r.weight * (r.weight >= 0 ? lowers_[k] : uppers_[k]);
-  }
-  return sum;
+  sort_into_runs(order_, runs);
 }
 
 // The rising steps of the order weights make a convex function, of which each plane takes the piece
 // in force at its point; the falling steps make a concave one.
-void cell_bounder::add_undecided(const cell& c) {
+void cell_bounder::add_undecided(cell& c) {
   rising_.clear();
   falling_.clear();
   double last = 0;
@@ -219,60 +347,80 @@ void cell_bounder::add_undecided(const cell& c) {
   for (const order_run& r : c.runs) {
     up += std::max(r.weight - last, 0.0);
     last = r.weight;
-    rising_.insert(rising_.end(), r.count, up);
-    falling_.insert(falling_.end(), r.count, up - r.weight);
+    rising_.push_back(up);
+    falling_.push_back(up - r.weight);
   }
-  order_.resize(undecided_.size());
-  std::iota(order_.begin(), order_.end(), 0U);
+  order_.clear();
+  for (std::uint32_t k = 0; k < undecided_.size(); ++k) order_.push_back({0, k});
+  std::array<double, 3> concave{};
   for (std::size_t j = 0; j < kPoints; ++j) {
-    sort_into_runs(order_.begin(), order_.end(), c.runs, [&](std::uint32_t a, std::uint32_t b) {
-      return undecided_[a].value[j] < undecided_[b].value[j];
-    });
-    for (std::size_t k = 0; k < order_.size(); ++k) {
-      const site_view& v = undecided_[order_[k]];
-      for (std::size_t m = 0; m < 3; ++m) rows_[j][m] += rising_[k] * v.tangent[j][m];
-      if (j == 0) continue;
-      for (auto& row : rows_) row[j - 1] -= falling_[k] * v.value[j];
+    rank_at(j, c.runs);
+    std::size_t k = 0;
+    for (std::size_t r = 0; r < c.runs.size(); ++r) {
+      const std::size_t end = k + c.runs[r].count;
+      if (rising_[r] == 0 && falling_[r] == 0) k = end;
+      for (; k < end; ++k) {
+        const site_view& v = undecided_[order_[k].view];
+        const auto& plane = v.bent == kFlat ? v.value : bends_[v.bent].tangent[j];
+        for (std::size_t m = 0; m < 3; ++m) rows_[j][m] += rising_[r] * plane[m];
+        if (j < 3) {
+          concave[j] += falling_[r] * v.value[j];
+        } else {
+          centroid_.value += c.runs[r].weight * v.centre;
+        }
+      }
     }
   }
+  // The halves start from the order at the centroid.
+  reordered_.clear();
+  for (const ranked& o : order_) reordered_.push_back(undecided_[o.view].site);
+  std::swap(c.undecided, reordered_);
+  for (auto& row : rows_) {
+    for (std::size_t m = 0; m < 3; ++m) row[m] -= concave[m];
+  }
+}
+
+double cell_bounder::size_of_terms(const cell& c) const {
+  double size = c.folded.size_at_base + c.folded.steepness * largest_coordinate(c.corners);
+  for (std::size_t k = 0; k < decided_.size(); ++k)
+    size += std::fabs(c.decided[k].lambda) * decided_[k].upper;
+  double steepest = 0;
+  for (const order_run& r : c.runs) steepest = std::max(steepest, std::fabs(r.weight));
+  for (const site_view& v : undecided_) size += 3 * steepest * v.upper;
+  return size;
 }
 
 void cell_bounder::process(cell& c) {
   const triangle& t = c.corners;
-  points_ = {xy{(t[0].x + t[1].x + t[2].x) / 3, (t[0].y + t[1].y + t[2].y) / 3}, t[0], t[1], t[2]};
+  points_ = {t[0], t[1], t[2], {(t[0].x + t[1].x + t[2].x) / 3, (t[0].y + t[1].y + t[2].y) / 3}};
+  bends_.clear();
   undecided_.clear();
   decided_.clear();
-  for (const std::uint32_t slot : c.undecided) undecided_.push_back(look(slot));
+  for (const placed_site& s : c.undecided) undecided_.push_back(look(s));
   const std::vector<decided_site> before = std::move(c.decided);
   c.decided.clear();
-  for (const decided_site& d : before) keep(c, look(d.slot), d.lambda);
-  if (!undecided_.empty()) decide(c);
-  c.size = c.folded.size_at_base + c.folded.steepness * largest_coordinate(t);
-  for (std::size_t k = 0; k < decided_.size(); ++k)
-    c.size += std::fabs(c.decided[k].lambda) * decided_[k].upper;
-  double steepest = 0;
-  for (const order_run& r : c.runs) steepest = std::max(steepest, std::fabs(r.weight));
-  for (const site_view& v : undecided_) c.size += 3 * steepest * v.upper;
-  add_rest(c);
-  // Not that of the parent: a certificate names no other bound than the cell's own.
+  for (const decided_site& d : before) keep(c, look(d.site), d.lambda);
   c.bound = -std::numeric_limits<double>::infinity();
+  if (!undecided_.empty()) decide(c);
+  c.size = size_of_terms(c);
+  add_rest(c);
   if (!undecided_.empty()) {
-    c.bound = best_mixture(rows_) + interval_sum(c);
+    c.bound += best_mixture(rows_);
     add_undecided(c);
   }
   c.bound = std::max(c.bound, best_mixture(rows_));
-  centroid_ = {points_[0], value(c, points_[0]), {0, 0}};
 }
 
 double cell_bounder::value(const cell& c, const xy& at) {
   double sum = c.folded.at_base + dot(c.folded.slope, at);
-  for (const decided_site& d : c.decided) sum += d.lambda * table_.piece(d.slot, at).distance;
+  for (const decided_site& d : c.decided) sum += d.lambda * table_.piece(d.site.slot, at).distance;
   lowers_.clear();
-  for (const std::uint32_t slot : c.undecided) lowers_.push_back(table_.piece(slot, at).distance);
-  sort_into_runs(lowers_.begin(), lowers_.end(), c.runs, std::less<>());
+  for (const placed_site& s : c.undecided)
+    lowers_.push_back({table_.piece(s.slot, at).distance, 0});
+  sort_into_runs(lowers_, c.runs);
   std::size_t k = 0;
   for (const order_run& r : c.runs) {
-    for (const std::size_t end = k + r.count; k < end; ++k) sum += r.weight * lowers_[k];
+    for (const std::size_t end = k + r.count; k < end; ++k) sum += r.weight * lowers_[k].key;
   }
   return sum;
 }

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -22,9 +23,17 @@ using triangle = std::array<xy, 3>;
 // The two halves of a right isosceles triangle (corner 0 at the right angle), or of a segment.
 // Exact while the coordinates have bits left.
 std::pair<triangle, triangle> halves(const triangle& t);
+bool halves_exactly(const triangle& t);
+
+// A site, and the edges of its gauge that are in force at the corners of a cell. Without meaning
+// under a gauge that is not polyhedral.
+struct placed_site {
+  std::uint32_t slot;
+  std::array<std::uint32_t, 3> edge;
+};
 
 struct decided_site {
-  std::uint32_t slot;
+  placed_site site;
   double lambda;
 };
 
@@ -43,15 +52,21 @@ struct cell {
   double bound = -std::numeric_limits<double>::infinity();
   double size = 0;  // of the terms: what roundings are measured by
   affine_sum folded;
-  std::vector<decided_site> decided;     // but not linear on the cell
-  std::vector<std::uint32_t> undecided;  // slots
-  std::vector<order_run> runs;           // for the undecided ones
+  std::vector<decided_site> decided;  // but not linear on the cell
+  std::vector<placed_site> undecided;
+  std::vector<order_run> runs;  // for the undecided ones
 };
 
 // Scratch for bounds; one a thread.
 class cell_bounder {
  public:
   explicit cell_bounder(const distance_table& table) : table_(table) {}
+
+  // The whole problem on a triangle.
+  std::unique_ptr<cell> whole(const problem& p, const triangle& t) const;
+  // The halves of a cell, which inherit what is decided there. Of the cell nothing but its place
+  // in the search tree is left.
+  std::pair<std::unique_ptr<cell>, std::unique_ptr<cell>> split(cell& c) const;
 
   // Decides what can be decided on the cell, then sets its bound to the larger of
   //   - the least value on it of planes below the convex part of f less what interpolates the
@@ -66,36 +81,52 @@ class cell_bounder {
   double value(const cell& c, const xy& at);
 
  private:
-  static constexpr std::size_t kPoints = 4;                   // the centroid and the corners
+  static constexpr std::size_t kPoints = 4;                   // the corners and the centroid
   using planes = std::array<std::array<double, 3>, kPoints>;  // by point and corner
 
+  // A distance that is not linear on the cell.
+  struct bend {
+    planes tangent;  // taken at the points, at the corners
+    double centre;
+  };
+  static constexpr std::uint32_t kFlat = std::numeric_limits<std::uint32_t>::max();
+
   struct site_view {
-    std::uint32_t slot;
-    std::array<double, kPoints> value;  // at the points
-    planes tangent;                     // taken at the points, at the corners
-    xy slope;                           // at the centroid
-    double lower, upper;                // on the cell
+    placed_site site;
+    std::uint32_t bent;           // in bends_, or kFlat
+    std::array<double, 3> value;  // at the corners
+    double centre;                // the value at the centroid
+    double lower, upper;          // on the cell
     std::uint32_t first_run, last_run;
-    bool linear;
+  };
+  struct ranked {
+    double key;
+    std::uint32_t view;
   };
 
-  site_view look(std::uint32_t slot) const;
+  site_view look(const placed_site& s);
+  std::uint32_t edge_at_centroid(const placed_site& s, const gauge_block& b) const;
+  bend bend_of(const placed_site& s, const gauge_block& b) const;
   void find_limits(const std::vector<order_run>& runs);
+  void find_runs(std::size_t runs);
   void decide(cell& c);
+  double interval_sum(const std::vector<order_run>& runs) const;
   void keep(cell& c, const site_view& v, double lambda);
+  void substitute(const std::vector<order_run>& runs);
+  double size_of_terms(const cell& c) const;
   void add_rest(const cell& c);
-  void add_undecided(const cell& c);
-  double interval_sum(const cell& c);
-  void substitute(const cell& c);
+  void add_undecided(cell& c);
+  void rank_at(std::size_t point, const std::vector<order_run>& runs);
 
   const distance_table& table_;
   std::array<xy, kPoints> points_{};
+  std::vector<bend> bends_;
   std::vector<site_view> undecided_;
   std::vector<site_view> decided_;  // beside cell::decided
-  std::vector<double> lowers_, uppers_;
+  std::vector<ranked> lowers_, uppers_, order_;
   std::vector<double> reached_, left_behind_;  // by jump of the order weights
-  std::vector<double> rising_, falling_;       // order weights of the convex and the concave part
-  std::vector<std::uint32_t> order_;
+  std::vector<double> rising_, falling_;       // by run: of the convex and the concave part
+  std::vector<placed_site> reordered_;
   planes rows_{};
   evaluation centroid_{};
 };

@@ -52,7 +52,8 @@ void check_repetition(const problem& p, const branch_certificate& c) {
     const fraction_pair a{mpq_class(v[j].x), mpq_class(v[j].y)};
     const fraction_pair b{mpq_class(v[(j + 1) % v.size()].x), mpq_class(v[(j + 1) % v.size()].y)};
     const mpq_class cross = a.x * b.y - a.y * b.x;
-    if (cross * cross * c.half < 2 * far * dot(a, a) * dot(b, b)) refuse("the square is too small");
+    if (cross * cross * reach(c) < 2 * far * dot(a, a) * dot(b, b))
+      refuse("the square is too small");
   }
 }
 
@@ -80,7 +81,7 @@ void check_growth(const problem& p, const branch_certificate& c) {
   if (!std::isfinite(needed.high)) refuse("the distances are too large");
   if (std::count(c.outside.begin(), c.outside.end(), reason::exact) > 0)
     refuse("a side of the square is no triangle");
-  leaf_walk sides(gauges, c.outside, mpq_class(needed.high) / c.half);
+  leaf_walk sides(gauges, c.outside, mpq_class(needed.high) / reach(c));
   const std::array<xy, 4> square{xy{1, -1}, xy{1, 1}, xy{-1, 1}, xy{-1, -1}};
   for (std::size_t k = 0; k < 4; ++k)
     sides.walk({square[k], square[(k + 1) % 4], square[(k + 1) % 4]});
@@ -109,9 +110,15 @@ void check_square(const problem& p, const branch_certificate& c, const mpq_class
   }
   const verified_sites sites(p, c.base);
   leaf_walk cells(sites, c.cells, least);
-  const double h = c.half;
-  cells.walk({xy{-h, -h}, xy{h, -h}, xy{-h, h}});
-  cells.walk({xy{h, h}, xy{-h, h}, xy{h, -h}});
+  const auto side = [&c](double shift) {
+    const double at = c.half * shift;
+    if (mpq_class(at) != mpq_class(c.half) * shift) refuse("the square has too many digits");
+    return at;
+  };
+  const xy low{side(branch_certificate::kShiftX - 1), side(branch_certificate::kShiftY - 1)};
+  const xy high{side(branch_certificate::kShiftX + 1), side(branch_certificate::kShiftY + 1)};
+  cells.walk({low, xy{high.x, low.y}, xy{low.x, high.y}});
+  cells.walk({high, xy{low.x, high.y}, xy{high.x, low.y}});
   cells.end();
 }
 

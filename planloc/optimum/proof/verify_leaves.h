@@ -69,6 +69,11 @@ class verified_sites {
 // The same problem with all sites at the origin: how f grows far from the sites.
 problem at_one_place(const problem& p);
 
+// All places no farther from the base than this, in either coordinate, lie in the square.
+inline mpq_class reach(const branch_certificate& c) {
+  return mpq_class(c.half) * branch_certificate::kInside;
+}
+
 // Refuses a square that might not hold an optimum, judged by all lines on which f can break.
 void check_lines(const problem& p, const branch_certificate& c);
 

@@ -83,7 +83,7 @@ void check_lines(const problem& p, const branch_certificate& c) {
       }
     }
   }
-  lines.check(mpq_class(c.half));
+  lines.check(reach(c));
 }
 
 }  // namespace planloc::detail
