@@ -77,8 +77,8 @@ def test_bad_input_is_a_value_error(call, text):
 
 def hard_problem():
     random = np.random.default_rng(1)
-    weights = np.where(np.arange(150) % 2, 1.0, -0.5)
-    return planloc.Problem(random.random((150, 2)), gauge="octagon", objective=weights)
+    weights = np.where(np.arange(1500) % 2, 1.0, -0.5)
+    return planloc.Problem(random.random((1500, 2)), gauge="octagon", objective=weights)
 
 
 def test_ctrl_c_stops_a_search():
