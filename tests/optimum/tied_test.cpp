@@ -133,6 +133,26 @@ TEST(Tied, PolyhedralAgainstLinearPrograms) {
   }
 }
 
+TEST(Tied, SmoothAndMixedDistances) {
+  instance_source source(5);
+  const std::vector<std::vector<gauge>> kinds = {{gauge::euclidean()},
+                                                 {gauge::lp(1.5), gauge::lp(3)},
+                                                 {gauge::euclidean(), gauge::lp(2.5), gauge::l1(),
+                                                  gauge::polyhedral({{2, 0}, {0, 1}, {-1, -1}})}};
+  for (const layout l : {layout::scattered, layout::lattice, layout::line, layout::one_place}) {
+    for (int trial = 0; trial < 60; ++trial) {
+      SCOPED_TRACE(testing::Message() << "layout " << static_cast<int>(l) << " trial " << trial);
+      const tied_problem p =
+          random_problem(source, l, 1 + source.below(6), 1 + source.below(8), kinds[trial % 3]);
+      const tied_solution s = minimise(p);
+      const verification v = verify(p, s);
+      EXPECT_TRUE(v.accepted) << v.reason;
+      EXPECT_LE(v.gap, 1e-9 * v.value);
+      EXPECT_EQ(s.status, solution_status::optimal);
+    }
+  }
+}
+
 TEST(Tied, BadInputIsRefused) {
   const auto refusal = [](std::size_t facilities, const std::vector<tied_site>& sites,
                           const std::vector<double>& weights, const std::vector<tie>& ties) {

@@ -9,24 +9,6 @@ namespace {
 
 double dot(const xy& a, const xy& b) { return a.x * b.x + a.y * b.y; }
 
-// Adds to the first facility's numbers what is taken from the second's.
-void add_slope(const part_term& t, const xy& slope, std::vector<double>& to) {
-  to[2 * t.first] += slope.x;
-  to[2 * t.first + 1] += slope.y;
-  if (t.second == kNoFacility) return;
-  to[2 * t.second] -= slope.x;
-  to[2 * t.second + 1] -= slope.y;
-}
-
-xy move_of(const part_term& t, std::span<const double> move) {
-  xy u{move[2 * t.first], move[2 * t.first + 1]};
-  if (t.second != kNoFacility) {
-    u.x -= move[2 * t.second];
-    u.y -= move[2 * t.second + 1];
-  }
-  return u;
-}
-
 }  // namespace
 
 interior_point::interior_point(const part_terms& terms)

@@ -3,6 +3,7 @@
 #include "planloc/optimum/tied/part_answer.h"
 #include "planloc/optimum/tied/polyhedral.h"
 #include "planloc/optimum/tied/separable.h"
+#include "planloc/optimum/tied/smooth.h"
 
 namespace planloc {
 
@@ -16,7 +17,7 @@ part_answer solve_part(const tied_problem& p, const std::optional<frame>& f, con
     const double value = solve_separable(p, *f, part, s);
     return {value, value, solution_status::optimal};
   }
-  return solve_polyhedral(p, part, limits, s);
+  return p.polyhedral() ? solve_polyhedral(p, part, limits, s) : solve_smooth(p, part, limits, s);
 }
 
 // Of a whole whose parts ended so.
@@ -29,7 +30,6 @@ solution_status worse(solution_status a, solution_status b) {
 }  // namespace
 
 tied_solution minimise(const tied_problem& p, const tied_options& options) {
-  if (!p.polyhedral()) throw bad_problem("tied facilities: polyhedral gauges only");
   const tied_limits limits(options);
   tied_solution s;
   s.points.assign(p.facilities(), {p.sites()[0].x, p.sites()[0].y});

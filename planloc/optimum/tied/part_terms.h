@@ -50,6 +50,25 @@ struct part_terms {
   std::vector<std::uint32_t> first_edge;
 };
 
+// Adds to the first facility's numbers what is taken from the second's.
+inline void add_slope(const part_term& t, const xy& slope, std::vector<double>& to) {
+  to[2 * t.first] += slope.x;
+  to[2 * t.first + 1] += slope.y;
+  if (t.second == kNoFacility) return;
+  to[2 * t.second] -= slope.x;
+  to[2 * t.second + 1] -= slope.y;
+}
+
+// How far the offset of a term moves.
+inline xy move_of(const part_term& t, std::span<const double> move) {
+  xy u{move[2 * t.first], move[2 * t.first + 1]};
+  if (t.second != kNoFacility) {
+    u.x -= move[2 * t.second];
+    u.y -= move[2 * t.second + 1];
+  }
+  return u;
+}
+
 }  // namespace planloc::detail
 
 #endif  // PLANLOC_OPTIMUM_TIED_PART_TERMS_H_

@@ -1,0 +1,268 @@
+#include "planloc/optimum/tied/smooth.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numeric>
+
+#include "planloc/optimum/tied/smoothed_gauge.h"
+
+namespace planloc::detail {
+
+namespace {
+
+constexpr double kFirstWidth = 0.1;
+constexpr double kLastWidth = 1e-14;
+constexpr double kWidthOfFirstAnswer = 1e-4;
+// An offset of so many widths is taken for 0: a slope there of more than 1 - 5e-4.
+constexpr double kWidthsToSnap = 30;
+// Slopes nearer to each other than this: the place's own one is taken. Where a coordinate of an
+// offset is about 0, slopes of lp norms magnify its roundings.
+constexpr double kSameSlope = 1e-7;
+constexpr double kSameSlopeNearAxes = 1e-13;
+// A fall of the sum by a smaller share is lost in its roundings.
+constexpr double kSumCanTell = 1e-13;
+constexpr std::size_t kStepsPerWidth = 25;
+constexpr double kProvedOptimal = 1e-9;
+constexpr double kCloseEnough = 1e-12;
+
+double length(const xy& u) { return std::hypot(u.x, u.y); }
+
+class smooth_search {
+ public:
+  smooth_search(const tied_problem& p, const tied_part& part)
+      : problem_(p),
+        part_(part),
+        terms_(p, part),
+        radius_(ball_radii(p)),
+        equations_(terms_.facilities),
+        places_(terms_.means()) {}
+
+  part_answer solve(const tied_limits& limits, tied_solution& s) {
+    bool stopped = false;
+    for (double width = kFirstWidth; width >= kLastWidth && !stopped;) {
+      const std::size_t steps = descend(width, limits);
+      s.counters.rounds += steps;
+      stopped = limits.stopped();
+      if (width <= kWidthOfFirstAnswer || stopped) consider(width);
+      if (found_ && (gap_ <= kCloseEnough * value_ || limits.enough(gap_, value_))) break;
+      width *= steps <= 3 ? 0.01 : 0.1;
+    }
+    write_rounded(problem_, part_, terms_, best_, s);
+    const double unit = terms_.scale * terms_.weight_scale;
+    const solution_status status = gap_ <= kProvedOptimal * value_ ? solution_status::optimal
+                                   : stopped                       ? solution_status::stopped
+                                                                   : solution_status::within_gap;
+    return {value_ * unit, (value_ - gap_) * unit, status};
+  }
+
+ private:
+  smoothed_value smoothed(const part_term& t, const xy& u, double width) const {
+    const gauge& g = problem_.gauges()[t.gauge];
+    if (g.kind() == gauge::shape::euclidean) return smoothed_euclidean(u, width);
+    if (g.kind() == gauge::shape::lp) return smoothed_lp(u, g.p(), width);
+    return smoothed_polyhedral(u, terms_.normals_of(t.gauge), width);
+  }
+
+  // The smoothed sum; its slopes go to `slopes_`, its curvature to the equations.
+  double evaluate(std::span<const xy> places, double width) {
+    equations_.clear();
+    slopes_.assign(2 * terms_.facilities, 0);
+    double sum = 0;
+    for (const part_term& t : terms_.terms) {
+      const smoothed_value v = smoothed(t, terms_.offset(t, places), width);
+      sum += t.weight * v.value;
+      add_slope(t, {t.weight * v.slope.x, t.weight * v.slope.y}, slopes_);
+      const symmetric_2x2& h = v.curvature;
+      equations_.add(t, {t.weight * h.xx, t.weight * h.xy, t.weight * h.yy});
+    }
+    return sum;
+  }
+
+  // Newton's method. Returns the steps.
+  std::size_t descend(double width, const tied_limits& limits) {
+    double sum = evaluate(places_, width);
+    for (std::size_t step = 0; step < kStepsPerWidth && !limits.stopped(); ++step) {
+      equations_.factor();
+      std::vector<double> move = equations_.solve(slopes_);
+      for (double& m : move) m = -m;
+      const double fall = -std::inner_product(move.begin(), move.end(), slopes_.begin(), 0.0);
+      const bool moved =
+          fall > kSumCanTell * sum ? step_down(move, fall, width, sum) : step_even(move, width);
+      if (!moved) return step;
+      if (fall < 1e-2 * width * sum && width > kWidthOfFirstAnswer) return step + 1;
+    }
+    return kStepsPerWidth;
+  }
+
+  std::vector<xy> moved(std::span<const double> move, double share) const {
+    std::vector<xy> next(places_);
+    for (std::size_t j = 0; j < next.size(); ++j) {
+      next[j].x += share * move[2 * j];
+      next[j].y += share * move[2 * j + 1];
+    }
+    return next;
+  }
+
+  // A step that lowers the sum, shorter than Newton's where need be.
+  bool step_down(std::span<const double> move, double fall, double width, double& sum) {
+    for (double share = 1; share > 1e-6; share /= 2) {
+      std::vector<xy> next = moved(move, share);
+      const double next_sum = evaluate(next, width);
+      if (!(next_sum <= sum - 0.1 * share * fall)) continue;
+      places_ = std::move(next);
+      sum = next_sum;
+      return true;
+    }
+    return false;
+  }
+
+  // Near the end, where the sum's roundings hide its fall: a step that halves the slopes.
+  bool step_even(std::span<const double> move, double width) {
+    const auto largest = [this] {
+      double most = 0;
+      for (const double s : slopes_) most = std::max(most, std::fabs(s));
+      return most;
+    };
+    const double before = largest();
+    std::vector<xy> next = moved(move, 1);
+    evaluate(next, width);
+    if (!(largest() < 0.5 * before)) return false;
+    places_ = std::move(next);
+    return true;
+  }
+
+  // ----- Answers -----
+
+  // Keeps the answer at the present places, and the one with facilities put together, if its gap is
+  // the least so far.
+  void consider(double width) {
+    rounded_answer plain;
+    plain.places = places_;
+    plain.at_site.assign(terms_.facilities, kNoFacility);
+    set_slopes(plain, width);
+    mend(plain, width);
+    keep(std::move(plain));
+    rounded_answer together = put_together(width);
+    if (together.places == places_) return;
+    set_slopes(together, width);
+    mend(together, width);
+    keep(std::move(together));
+  }
+
+  void keep(rounded_answer a) {
+    const double value = terms_.value(problem_, a.places);
+    const double gap = value - proved_bound(terms_, radius_, a, value);
+    if (found_ && !(gap < gap_)) return;
+    found_ = true;
+    gap_ = gap;
+    value_ = value;
+    best_ = std::move(a);
+  }
+
+  // Slopes of the gauges themselves where the smoothed ones are those, else the smoothed ones of
+  // the search's places.
+  void set_slopes(rounded_answer& a, double width) const {
+    for (const part_term& t : terms_.terms) {
+      const xy here = terms_.offset(t, places_);
+      const xy there = terms_.offset(t, a.places);
+      const gauge& g = problem_.gauges()[t.gauge];
+      const xy smooth = smoothed(t, here, width).slope;
+      std::uint32_t edge = 0;
+      xy exact{0, 0};
+      if (g.kind() == gauge::shape::polyhedral) {
+        edge = edge_in_force(t, there);
+        exact = terms_.normals_of(t.gauge)[edge];
+      } else {
+        exact = slope_of_gauge(g, there);
+      }
+      const bool given =
+          length(there) <= kWidthsToSnap * width ||
+          length({exact.x - smooth.x, exact.y - smooth.y}) >
+              (g.kind() == gauge::shape::euclidean ? kSameSlope : kSameSlopeNearAxes);
+      a.given.push_back(given);
+      a.slopes.push_back(given ? smooth : exact);
+      a.edge.push_back(edge);
+    }
+  }
+
+  std::uint32_t edge_in_force(const part_term& t, const xy& u) const {
+    const auto normals = terms_.normals_of(t.gauge);
+    const auto most = std::max_element(
+        normals.begin(), normals.end(),
+        [&](const xy& a, const xy& b) { return a.x * u.x + a.y * u.y < b.x * u.x + b.y * u.y; });
+    return static_cast<std::uint32_t>(most - normals.begin());
+  }
+
+  // Facilities within a few widths of each other at one place, of a site at that site.
+  rounded_answer put_together(double width) const {
+    std::vector<std::uint32_t> root(terms_.facilities);
+    std::iota(root.begin(), root.end(), 0U);
+    const auto find = [&](std::uint32_t j) {
+      while (root[j] != j) j = root[j];
+      return j;
+    };
+    std::vector<const part_term*> site(terms_.facilities, nullptr);
+    for (const part_term& t : terms_.terms) {
+      if (!(length(terms_.offset(t, places_)) <= kWidthsToSnap * width)) continue;
+      if (t.second == kNoFacility) {
+        site[t.first] = &t;
+      } else {
+        root[find(t.first)] = find(t.second);
+      }
+    }
+    for (std::uint32_t j = 0; j < terms_.facilities; ++j)
+      if (site[j] != nullptr) site[find(j)] = site[j];
+    rounded_answer a;
+    for (std::uint32_t j = 0; j < terms_.facilities; ++j) {
+      const part_term* at = site[find(j)];
+      a.places.push_back(at == nullptr ? places_[find(j)] : at->at);
+      a.at_site.push_back(at == nullptr ? kNoFacility : at->source);
+    }
+    return a;
+  }
+
+  // One step of Newton's method for the slopes alone: the curvature is greatest where facilities
+  // were put together, so those slopes take what the others leave over.
+  void mend(rounded_answer& a, double width) {
+    evaluate(places_, width);
+    equations_.factor();
+    std::vector<double> rest(2 * terms_.facilities, 0);
+    for (std::size_t k = 0; k < terms_.terms.size(); ++k) {
+      const part_term& t = terms_.terms[k];
+      add_slope(t, {-t.weight * a.slopes[k].x, -t.weight * a.slopes[k].y}, rest);
+    }
+    const std::vector<double> move = equations_.solve(rest);
+    for (std::size_t k = 0; k < terms_.terms.size(); ++k) {
+      if (!a.given[k]) continue;
+      const part_term& t = terms_.terms[k];
+      const symmetric_2x2 h = smoothed(t, terms_.offset(t, places_), width).curvature;
+      const xy u = move_of(t, move);
+      a.slopes[k].x += h.xx * u.x + h.xy * u.y;
+      a.slopes[k].y += h.xy * u.x + h.yy * u.y;
+      const double norm = dual_norm(problem_.gauges()[t.gauge], a.slopes[k]);
+      if (norm > 1) a.slopes[k] = {a.slopes[k].x / norm, a.slopes[k].y / norm};
+    }
+  }
+
+  const tied_problem& problem_;
+  const tied_part& part_;
+  part_terms terms_;
+  std::vector<double> radius_;
+  normal_equations equations_;
+  std::vector<xy> places_;
+  std::vector<double> slopes_;
+  bool found_ = false;
+  rounded_answer best_;
+  double gap_ = std::numeric_limits<double>::infinity();
+  double value_ = 0;
+};
+
+}  // namespace
+
+part_answer solve_smooth(const tied_problem& p, const tied_part& part, const tied_limits& limits,
+                         tied_solution& s) {
+  return smooth_search(p, part).solve(limits, s);
+}
+
+}  // namespace planloc::detail
