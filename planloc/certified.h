@@ -4,7 +4,9 @@
 //   optimum/minimise.h, problem.h, solution.h   the problem, the searches, the answer
 //   optimum/tied_facilities.h                   several facilities that exchange goods
 //   optimum/verify.h                            the check of an answer
-//   optimum/efficient_set.h                     the places that none beats in two criteria
+//   optimum/efficient_set.h                     the places that none beats in two criteria: all of
+//                                               them, of sums under polyhedral gauges
+//   optimum/efficient_polyline.h                the same to a tolerance, of any convex criteria
 //   optimum/location_allocation.h               several facilities, each site served by its nearest
 //   facilities/certified_problem.h              problems from `facilities`, and answers back
 //
@@ -14,6 +16,7 @@
 #define PLANLOC_CERTIFIED_H_
 
 #include "planloc/facilities/certified_problem.h"
+#include "planloc/optimum/efficient_polyline.h"
 #include "planloc/optimum/efficient_set.h"
 #include "planloc/optimum/location_allocation.h"
 #include "planloc/optimum/minimise.h"

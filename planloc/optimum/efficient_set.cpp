@@ -1,10 +1,6 @@
 #include "planloc/optimum/efficient_set.h"
 
-#include <algorithm>
-#include <array>
-#include <charconv>
 #include <chrono>
-#include <string>
 #include <utility>
 
 #include "planloc/optimum/efficient/chain_walk.h"
@@ -12,61 +8,11 @@
 
 namespace planloc {
 
-// ----- Problems -----
-
 namespace {
 
 using detail::chain_face;
 using detail::chain_walk;
 using detail::exact_xy;
-
-constexpr double kLeast = 1e-36;
-constexpr double kMost = 1e36;
-
-void check_weight(std::size_t i, int which, double w) {
-  if (w == 0 || (w >= kLeast && w <= kMost)) return;
-  std::array<char, 32> text;
-  const std::string value(text.data(),
-                          std::to_chars(text.data(), text.data() + text.size(), w).ptr);
-  throw bad_problem("weight " + std::to_string(which) + " of site " + std::to_string(i) + " is " +
-                    value + ": must be 0 or from 1e-36 to 1e36");
-}
-
-// The same sites, each with its greater weight.
-std::vector<site> plain_sites(std::span<const bicriteria_site> sites) {
-  std::vector<site> result;
-  for (const bicriteria_site& s : sites)
-    result.push_back({s.x, s.y, std::max(s.weight1, s.weight2), s.gauge});
-  return result;
-}
-
-}  // namespace
-
-bicriteria_problem::bicriteria_problem(std::vector<bicriteria_site> sites,
-                                       std::vector<gauge> gauges)
-    : sites_(std::move(sites)), gauges_(std::move(gauges)) {
-  for (std::size_t i = 0; i < sites_.size(); ++i) {
-    check_weight(i, 1, sites_[i].weight1);
-    check_weight(i, 2, sites_[i].weight2);
-    if (sites_[i].weight1 == 0 && sites_[i].weight2 == 0)
-      throw bad_problem("both weights of site " + std::to_string(i) + " are 0");
-  }
-  polyhedral_ = problem(plain_sites(sites_), gauges_, order_weights::median()).polyhedral();
-}
-
-std::array<double, 2> bicriteria_problem::values(xy at) const {
-  std::array<long double, 2> sum{};
-  for (const bicriteria_site& s : sites_) {
-    const long double d = gauges_[s.gauge]({at.x - s.x, at.y - s.y});
-    sum[0] += s.weight1 * d;
-    sum[1] += s.weight2 * d;
-  }
-  return {static_cast<double>(sum[0]), static_cast<double>(sum[1])};
-}
-
-// ----- The chain -----
-
-namespace {
 
 class chain_search {
  public:
@@ -168,6 +114,8 @@ efficient_chain chain_search::run() {
 
 efficient_chain efficient_set(const bicriteria_problem& p, const efficient_options& options) {
   if (!p.polyhedral()) throw bad_problem("efficient set: a gauge is not polyhedral");
+  if (!p.plain_sums())
+    throw bad_problem("efficient set: an order weight is not 1: the criteria are no plain sums");
   return chain_search(p, options).run();
 }
 

@@ -6,12 +6,10 @@
 //   const efficient_chain c = efficient_set(p);
 //   const efficient_verification v = verify(p, c);
 //
-// Criterion k is f_k(x) = the ordered median of the distances weight_k * gauge(x - site), the plain
-// sum unless order weights are given. For t in (0, 1) let f_t = (1 - t) f_1 + t f_2.
-//
-// Plain sums under polyhedral gauges: the efficient places are all optima of all f_t, a chain of
-// vertices, edges and polygons of the arrangement of the gauges' rays. The chain is found whole,
-// exactly, by a walk along it.
+// For t in (0, 1) let f_t = (1 - t) f_1 + t f_2. For plain sums under polyhedral gauges the
+// efficient places are all optima of all f_t, a chain of vertices, edges and polygons of the
+// arrangement of the gauges' rays (Wendell, Hurter and Lowe 1977). The chain is found whole,
+// exactly, by a walk along it. For other gauges and order weights: efficient_polyline.h.
 #ifndef PLANLOC_OPTIMUM_EFFICIENT_SET_H_
 #define PLANLOC_OPTIMUM_EFFICIENT_SET_H_
 
@@ -19,47 +17,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
-#include <span>
 #include <stop_token>
 #include <string>
 #include <vector>
 
-#include "planloc/optimum/problem.h"
+#include "planloc/optimum/bicriteria_problem.h"
 #include "planloc/optimum/solution.h"
 
 namespace planloc {
-
-struct bicriteria_site {
-  double x = 0;
-  double y = 0;
-  double weight1 = 1;  // not negative; at most one of the two is 0
-  double weight2 = 1;
-  std::uint32_t gauge = 0;  // which of the problem's gauges
-};
-
-class bicriteria_problem {
- public:
-  // Throws `bad_problem` as `problem` does, and if a weight is neither 0 nor from 1e-36 to 1e36 or
-  // both weights of a site are 0.
-  bicriteria_problem(std::vector<bicriteria_site> sites, std::vector<gauge> gauges);
-
-  std::span<const bicriteria_site> sites() const { return sites_; }
-  std::span<const gauge> gauges() const { return gauges_; }
-  const gauge& gauge_of(std::size_t i) const { return gauges_[sites_[i].gauge]; }
-  // The weight of site i in criterion 0 or 1.
-  double weight(std::size_t criterion, std::size_t i) const {
-    return criterion == 0 ? sites_[i].weight1 : sites_[i].weight2;
-  }
-  bool polyhedral() const { return polyhedral_; }
-
-  // f_1 and f_2 in doubles, to a few units in the last place.
-  std::array<double, 2> values(xy at) const;
-
- private:
-  std::vector<bicriteria_site> sites_;
-  std::vector<gauge> gauges_;
-  bool polyhedral_ = false;
-};
 
 // The line through a site along a vertex of its gauge's ball.
 struct ray_line {
@@ -117,7 +82,7 @@ struct efficient_options {
   std::stop_token stop;
 };
 
-// Throws `bad_problem` if a gauge that a site uses is not polyhedral.
+// Throws `bad_problem` if a gauge that a site uses is not polyhedral or an order weight is not 1.
 efficient_chain efficient_set(const bicriteria_problem& p, const efficient_options& options = {});
 
 struct efficient_verification {

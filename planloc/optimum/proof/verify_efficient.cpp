@@ -241,7 +241,8 @@ void chain_check::run() {
 efficient_verification verify(const bicriteria_problem& p, const efficient_chain& c) {
   efficient_verification v;
   try {
-    if (!p.polyhedral()) detail::refuse("a gauge is not polyhedral");
+    if (!p.polyhedral() || !p.plain_sums())
+      detail::refuse("a chain of plain sums under polyhedral gauges, but the problem is another");
     detail::chain_check(p, c).run();
     v.accepted = true;
   } catch (detail::refusal& r) {
