@@ -126,6 +126,25 @@ TEST(Convex, ManySites) {
       expect_proved(p, minimise(p));
     }
   }
+  // The centre, of which only the far sites are solved; under smooth gauges they may be polyhedral.
+  for (const layout l :
+       {layout::scattered, layout::lattice, layout::line, layout::far_away, layout::uneven}) {
+    const auto gauges = source.gauges(l, 2, 6);
+    for (const std::vector<gauge>& used :
+         {gauges, {gauge::euclidean(), gauges[0], gauges[1]}, {gauge::lp(1.5)}}) {
+      const problem p(source.sites(l, 600, static_cast<int>(used.size())), used,
+                      order_weights::centre());
+      const solution s = minimise(p);
+      if (p.polyhedral()) {
+        expect_proved(p, s);
+        EXPECT_FALSE(s.optima.corners.empty());
+      }
+      EXPECT_EQ(s.status, solution_status::optimal);
+      const verification v = verify(p, s);
+      EXPECT_TRUE(v.accepted) << v.reason;
+      EXPECT_LE(v.gap, 1e-10 * v.value);
+    }
+  }
   // Enough for those that are linear near the optimum to be summed up.
   for (const layout l : {layout::scattered, layout::lattice}) {
     const problem p(source.sites(l, 5000, 2), source.gauges(l, 2, 8), order_weights::median());

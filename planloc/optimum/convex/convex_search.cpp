@@ -9,6 +9,7 @@
 #include "planloc/optimum/convex/cut_model.h"
 #include "planloc/optimum/convex/euclidean_centre.h"
 #include "planloc/optimum/convex/exact_cuts.h"
+#include "planloc/optimum/convex/far_sites.h"
 #include "planloc/optimum/convex/optimal_face.h"
 #include "planloc/optimum/convex/snap.h"
 #include "planloc/optimum/exact/optimality.h"
@@ -357,6 +358,10 @@ solution minimise_convex(const problem& p, const minimise_options& options) {
   if (!p.convex())
     throw bad_problem("the order weights do not rise from 0 or more: f is not convex");
   if (std::optional<solution> s = detail::euclidean_centre(p, options)) return std::move(*s);
+  if (const std::optional<detail::far_sites> far = detail::find_far_sites(p)) {
+    solution s = convex_search(far->centre, options).run();
+    if (far->hold(s)) return far->expand(p, std::move(s));
+  }
   return convex_search(p, options).run();
 }
 
