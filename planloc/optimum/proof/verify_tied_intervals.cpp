@@ -30,12 +30,13 @@ interval_pair slope_in_polar(const gauge& g, const xy& slope) {
 // The bound is that of other slopes, which cancel exactly: what the given ones leave over at a
 // facility is handed along ties to one with sites, and there spread over the terms of all its sites
 // in proportion to their weights. That may lead out of the polars, by no more than a share `excess`
-// of them; all slopes divided by 1 + excess are inside and still cancel.
+// of them; all slopes of the part divided by 1 + excess are inside and still cancel.
 class tied_intervals {
  public:
   tied_intervals(const tied_problem& p, const tied_solution& s)
       : problem_(p), certificate_(s.proof), places_(exact_places_of(p, s)) {
     for (const gauge& g : p.gauges()) radius_.push_back(ball_radius(g));
+    find_parts();
     hang_on_sites();
   }
 
@@ -55,28 +56,36 @@ class tied_intervals {
   }
 
   double bound() {
+    along_.resize(problem_.facilities());
     std::vector<interval_pair> rest = sum_sites();
     add_ties(rest);
-    double excess = 0;
+    std::vector<double> excess(problem_.facilities(), 0);
+    const auto exceed = [&](std::size_t j, const interval& share, double radius) {
+      double& most = excess[part_[j]];
+      most = std::max(most, above((share * interval(length(rest[j])) * interval(radius)).high));
+    };
     for (auto j = order_.rbegin(); j != order_.rend(); ++j) {
       const std::size_t up = up_[*j];
       if (up == kNone) {
         const interval share = interval(1) / pull_[*j];
-        excess = std::max(excess, above((share * interval(length(rest[*j])) * steepest_[*j]).high));
-        along_.push_back(-dot(rest[*j], share * pull_along_[*j]));
+        exceed(*j, share, steepest_[*j]);
+        add_along(*j, -dot(rest[*j], share * pull_along_[*j]));
         continue;
       }
       // A tie's slope counts forwards for its first facility, backwards for its second one.
       const tie& b = problem_.ties()[up];
       const bool first = b.first == *j;
       const std::size_t other = first ? b.second : b.first;
-      const interval share = interval(1) / interval(b.weight);
-      excess = std::max(
-          excess, above((share * interval(length(rest[*j])) * interval(radius_[b.gauge])).high));
-      along_.push_back(first ? -dot(rest[*j], offset(b)) : dot(rest[*j], offset(b)));
+      exceed(*j, interval(1) / interval(b.weight), radius_[b.gauge]);
+      add_along(*j, first ? -dot(rest[*j], offset(b)) : dot(rest[*j], offset(b)));
       rest[other] = rest[other] + rest[*j];
     }
-    return std::max(0.0, (sum_of(along_) / (interval(1) + interval(excess))).low);
+    interval bound = 0;
+    for (std::size_t j = 0; j < along_.size(); ++j) {
+      const interval part = sum_of(along_[j]) / (interval(1) + interval(excess[j]));
+      bound = bound + interval(std::max(0.0, part.low));
+    }
+    return bound.low;
   }
 
  private:
@@ -92,6 +101,22 @@ class tied_intervals {
   interval_pair offset(const tie& b) const {
     return {enclosed(places_[b.first].x - places_[b.second].x),
             enclosed(places_[b.first].y - places_[b.second].y)};
+  }
+
+  void add_along(std::size_t j, const interval& term) { along_[part_[j]].push_back(term); }
+
+  // Which facilities ties hold together: each has the least number of its part.
+  void find_parts() {
+    part_.resize(problem_.facilities());
+    for (std::size_t j = 0; j < part_.size(); ++j) part_[j] = j;
+    for (bool changed = true; changed;) {
+      changed = false;
+      for (const tie& b : problem_.ties()) {
+        if (b.weight == 0 || part_[b.first] == part_[b.second]) continue;
+        part_[b.first] = part_[b.second] = std::min(part_[b.first], part_[b.second]);
+        changed = true;
+      }
+    }
   }
 
   // Facilities with sites first, then those that a tie joins to earlier ones.
@@ -133,7 +158,7 @@ class tied_intervals {
         const interval_pair slope = slope_of(j, i, u, bends[j * n + i]);
         x.push_back(w * slope.x);
         y.push_back(w * slope.y);
-        along_.push_back(w * dot(slope, u));
+        add_along(j, w * dot(slope, u));
         weight.push_back(w);
         ux.push_back(w * u.x);
         uy.push_back(w * u.y);
@@ -165,7 +190,7 @@ class tied_intervals {
                                                                   certificate_.ties[t].rounded);
       rest[b.first] = rest[b.first] + h;
       rest[b.second] = rest[b.second] - h;
-      along_.push_back(dot(h, offset(b)));
+      add_along(b.first, dot(h, offset(b)));
     }
   }
 
@@ -176,8 +201,9 @@ class tied_intervals {
   std::vector<std::size_t> order_;  // facilities, each after the one that it hangs on
   std::vector<std::size_t> up_;     // the tie that a facility hangs on
   std::vector<bool> reached_;
-  std::vector<interval> along_;  // the terms of the bound
-  std::vector<interval> pull_;   // of each facility: the sum of its weights
+  std::vector<std::size_t> part_;
+  std::vector<std::vector<interval>> along_;  // of each part: the terms of the bound
+  std::vector<interval> pull_;                // of each facility: the sum of its weights
   std::vector<interval_pair> pull_along_;
   std::vector<double> steepest_;
 };

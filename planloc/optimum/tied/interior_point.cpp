@@ -7,6 +7,10 @@ namespace planloc::detail {
 
 namespace {
 
+constexpr double kShareOfStep = 0.9995;
+constexpr double kShortStep = 0.1;
+constexpr double kNoStep = 1e-4;
+
 double dot(const xy& a, const xy& b) { return a.x * b.x + a.y * b.y; }
 
 }  // namespace
@@ -15,7 +19,9 @@ interior_point::interior_point(const part_terms& terms)
     : terms_(terms), equations_(terms.facilities), places_(terms.means()) {
   std::uint32_t edges = 0;
   double sum = 0;
+  double weights = 0;
   for (const part_term& t : terms.terms) {
+    weights += t.weight;
     first_.push_back(edges);
     const auto normals = terms.normals_of(t.gauge);
     edges += static_cast<std::uint32_t>(normals.size());
@@ -27,7 +33,8 @@ interior_point::interior_point(const part_terms& terms)
   first_.push_back(edges);
   for (auto* v : {&slack_, &multiplier_, &slack_step_, &multiplier_step_}) v->resize(edges);
   pivots_.resize(terms.terms.size());
-  start(std::max(sum, 1e-3) / edges);
+  // Positions differ by up to 1: from less, heavy ties would bind light sites too early.
+  start(std::max(sum, weights) / edges);
 }
 
 // Slacks and multipliers whose products are all the same: each term solves an equation for its
@@ -195,12 +202,19 @@ bool interior_point::step() {
   assemble();
   spread(equations_.solve(right_side(0, false)), 0, false);
   const double ratio = gap_after(longest_step()) / gap_;
-  const double target = mean * ratio * ratio * ratio;
-  const std::vector<double> move = equations_.solve(right_side(target, true));
+  double target = mean * ratio * ratio * ratio;
+  std::vector<double> move = equations_.solve(right_side(target, true));
   spread(move, target, true);
   step_lengths a = longest_step();
-  a.slack = std::min(1.0, 0.9995 * a.slack);
-  a.multiplier = std::min(1.0, 0.9995 * a.multiplier);
+  if (std::max(a.slack, a.multiplier) < kShortStep) {
+    // The products have grown uneven: a step that evens them first.
+    target = mean;
+    move = equations_.solve(right_side(target, false));
+    spread(move, target, false);
+    a = longest_step();
+  }
+  a.slack = std::min(1.0, kShareOfStep * a.slack);
+  a.multiplier = std::min(1.0, kShareOfStep * a.multiplier);
   for (std::size_t e = 0; e < slack_.size(); ++e) {
     slack_[e] += a.slack * slack_step_[e];
     multiplier_[e] += a.multiplier * multiplier_step_[e];
@@ -210,7 +224,7 @@ bool interior_point::step() {
     places_[j].y += a.slack * move[2 * j + 1];
   }
   measure();
-  return a.slack > 1e-4 || a.multiplier > 1e-4;
+  return std::max(a.slack, a.multiplier) > kNoStep;
 }
 
 }  // namespace planloc::detail

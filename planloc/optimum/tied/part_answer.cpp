@@ -7,16 +7,18 @@ namespace planloc::detail {
 
 namespace {
 
-// For the roundings of `judge` and of `verify`.
+// For the roundings here and of `verify`: of the value, and of a slope.
 constexpr double kRoundings = 0x1p-42;
+constexpr double kSlopeRoundings = 0x1p-46;
 
 double dot(const xy& a, const xy& b) { return a.x * b.x + a.y * b.y; }
 
 // The sites' share in the bound of a facility.
 struct load {
   double weight = 0;
-  xy along{0, 0};  // the sum of weight times offset
-  xy rest{0, 0};   // of all slopes
+  xy along{0, 0};    // the sum of weight times offset
+  xy rest{0, 0};     // of all slopes
+  double doubt = 0;  // of the rest: its roundings
   double steepest = 0;
 };
 
@@ -70,7 +72,9 @@ double proved_bound(const part_terms& terms, const std::vector<double>& radius,
     const xy u = terms.offset(t, a.places);
     const xy pull{t.weight * a.slopes[k].x, t.weight * a.slopes[k].y};
     bound += dot(pull, u);
+    const double doubt = kSlopeRoundings * (std::fabs(pull.x) + std::fabs(pull.y));
     load& first = loads[t.first];
+    first.doubt += doubt;
     first.rest = {first.rest.x + pull.x, first.rest.y + pull.y};
     if (t.second == kNoFacility) {
       first.weight += t.weight;
@@ -78,6 +82,7 @@ double proved_bound(const part_terms& terms, const std::vector<double>& radius,
       first.steepest = std::max(first.steepest, radius[t.gauge]);
     } else {
       load& second = loads[t.second];
+      second.doubt += doubt;
       second.rest = {second.rest.x - pull.x, second.rest.y - pull.y};
     }
   }
@@ -85,18 +90,20 @@ double proved_bound(const part_terms& terms, const std::vector<double>& radius,
   double excess = 0;
   for (auto j = h.order.rbegin(); j != h.order.rend(); ++j) {
     const load& l = loads[*j];
-    const double size = std::hypot(l.rest.x, l.rest.y);
+    const double size = std::hypot(l.rest.x, l.rest.y) + l.doubt;
     if (h.up[*j] == nullptr) {
       excess = std::max(excess, size / l.weight * l.steepest);
-      bound -= dot(l.rest, l.along) / l.weight;
+      bound -= (dot(l.rest, l.along) + l.doubt * std::hypot(l.along.x, l.along.y)) / l.weight;
       continue;
     }
     const part_term& t = *h.up[*j];
     excess = std::max(excess, size / t.weight * radius[t.gauge]);
-    const double along = dot(l.rest, terms.offset(t, a.places));
-    bound += t.first == *j ? -along : along;
-    xy& rest = loads[t.first == *j ? t.second : t.first].rest;
-    rest = {rest.x + l.rest.x, rest.y + l.rest.y};
+    const xy u = terms.offset(t, a.places);
+    const double along = dot(l.rest, u);
+    bound += (t.first == *j ? -along : along) - l.doubt * std::hypot(u.x, u.y);
+    load& other = loads[t.first == *j ? t.second : t.first];
+    other.rest = {other.rest.x + l.rest.x, other.rest.y + l.rest.y};
+    other.doubt += l.doubt;
   }
   return std::max(0.0, bound / (1 + excess) - kRoundings * value);
 }

@@ -20,8 +20,11 @@ constexpr double kWidthsToSnap = 30;
 // offset is about 0, slopes of lp norms magnify its roundings.
 constexpr double kSameSlope = 1e-7;
 constexpr double kSameSlopeNearAxes = 1e-13;
+// Offsets from here on tell the slope to some units in the last place.
+constexpr double kNear = 0.1;
 // A fall of the sum by a smaller share is lost in its roundings.
 constexpr double kSumCanTell = 1e-13;
+constexpr int kMendings = 3;
 constexpr std::size_t kStepsPerWidth = 25;
 constexpr double kProvedOptimal = 1e-9;
 constexpr double kCloseEnough = 1e-12;
@@ -46,7 +49,9 @@ class smooth_search {
       stopped = limits.stopped();
       if (width <= kWidthOfFirstAnswer || stopped) consider(width);
       if (found_ && (gap_ <= kCloseEnough * value_ || limits.enough(gap_, value_))) break;
-      width *= steps <= 3 ? 0.01 : 0.1;
+      const double next = width * (steps <= 3 ? 0.01 : 0.1);
+      follow(width, next);
+      width = next;
     }
     write_rounded(problem_, part_, terms_, best_, s);
     const double unit = terms_.scale * terms_.weight_scale;
@@ -95,6 +100,20 @@ class smooth_search {
     return kStepsPerWidth;
   }
 
+  // Goes along the curve of the places that belong to the widths: offsets that vanish do so in
+  // proportion to the width, which Newton's method would find hard to guess.
+  void follow(double width, double next) {
+    constexpr double kDifference = 1e-4;
+    evaluate(places_, width);
+    equations_.factor();
+    std::vector<double> change = slopes_;
+    evaluate(places_, width * (1 - kDifference));
+    for (std::size_t r = 0; r < change.size(); ++r)
+      change[r] = (change[r] - slopes_[r]) / (kDifference * width) * (width - next);
+    std::vector<xy> ahead = moved(equations_.solve(change), 1);
+    if (evaluate(ahead, next) < evaluate(places_, next)) places_ = std::move(ahead);
+  }
+
   std::vector<xy> moved(std::span<const double> move, double share) const {
     std::vector<xy> next(places_);
     for (std::size_t j = 0; j < next.size(); ++j) {
@@ -106,7 +125,7 @@ class smooth_search {
 
   // A step that lowers the sum, shorter than Newton's where need be.
   bool step_down(std::span<const double> move, double fall, double width, double& sum) {
-    for (double share = 1; share > 1e-6; share /= 2) {
+    for (double share = 1; share > 1e-9; share /= 2) {
       std::vector<xy> next = moved(move, share);
       const double next_sum = evaluate(next, width);
       if (!(next_sum <= sum - 0.1 * share * fall)) continue;
@@ -176,14 +195,20 @@ class smooth_search {
       } else {
         exact = slope_of_gauge(g, there);
       }
-      const bool given =
-          length(there) <= kWidthsToSnap * width ||
-          length({exact.x - smooth.x, exact.y - smooth.y}) >
-              (g.kind() == gauge::shape::euclidean ? kSameSlope : kSameSlopeNearAxes);
-      a.given.push_back(given);
-      a.slopes.push_back(given ? smooth : exact);
+      const double same = g.kind() == gauge::shape::euclidean ? kSameSlope : kSameSlopeNearAxes;
+      const bool bent = length(there) <= kWidthsToSnap * width ||
+                        length({exact.x - smooth.x, exact.y - smooth.y}) > same;
+      a.slopes.push_back(bent ? smooth : exact);
+      a.given.push_back(bent || roundings_tell(g, there));
       a.edge.push_back(edge);
     }
+  }
+
+  // Whether the roundings of an offset show in the slope.
+  static bool roundings_tell(const gauge& g, const xy& u) {
+    if (g.kind() == gauge::shape::polyhedral) return false;
+    return length(u) < kNear ||
+           (g.kind() == gauge::shape::lp && std::min(std::fabs(u.x), std::fabs(u.y)) < kNear);
   }
 
   std::uint32_t edge_in_force(const part_term& t, const xy& u) const {
@@ -222,27 +247,32 @@ class smooth_search {
     return a;
   }
 
-  // One step of Newton's method for the slopes alone: the curvature is greatest where facilities
-  // were put together, so those slopes take what the others leave over.
+  // Newton's method for the slopes alone: the curvature is greatest where facilities were put
+  // together or lie on rays, so those slopes take what the others leave over.
   void mend(rounded_answer& a, double width) {
     evaluate(places_, width);
     equations_.factor();
-    std::vector<double> rest(2 * terms_.facilities, 0);
-    for (std::size_t k = 0; k < terms_.terms.size(); ++k) {
-      const part_term& t = terms_.terms[k];
-      add_slope(t, {-t.weight * a.slopes[k].x, -t.weight * a.slopes[k].y}, rest);
+    for (int round = 0; round < kMendings; ++round) {
+      std::vector<double> rest(2 * terms_.facilities, 0);
+      for (std::size_t k = 0; k < terms_.terms.size(); ++k) {
+        const part_term& t = terms_.terms[k];
+        add_slope(t, {-t.weight * a.slopes[k].x, -t.weight * a.slopes[k].y}, rest);
+      }
+      const std::vector<double> move = equations_.solve(rest);
+      for (std::size_t k = 0; k < terms_.terms.size(); ++k) {
+        if (a.given[k]) bend(a.slopes[k], terms_.terms[k], move, width);
+      }
     }
-    const std::vector<double> move = equations_.solve(rest);
-    for (std::size_t k = 0; k < terms_.terms.size(); ++k) {
-      if (!a.given[k]) continue;
-      const part_term& t = terms_.terms[k];
-      const symmetric_2x2 h = smoothed(t, terms_.offset(t, places_), width).curvature;
-      const xy u = move_of(t, move);
-      a.slopes[k].x += h.xx * u.x + h.xy * u.y;
-      a.slopes[k].y += h.xy * u.x + h.yy * u.y;
-      const double norm = dual_norm(problem_.gauges()[t.gauge], a.slopes[k]);
-      if (norm > 1) a.slopes[k] = {a.slopes[k].x / norm, a.slopes[k].y / norm};
-    }
+  }
+
+  // Changes a slope by what its curvature makes of a move, within the polar.
+  void bend(xy& slope, const part_term& t, std::span<const double> move, double width) const {
+    const symmetric_2x2 h = smoothed(t, terms_.offset(t, places_), width).curvature;
+    const xy u = move_of(t, move);
+    slope.x += h.xx * u.x + h.xy * u.y;
+    slope.y += h.xy * u.x + h.yy * u.y;
+    const double norm = dual_norm(problem_.gauges()[t.gauge], slope);
+    if (norm > 1) slope = {slope.x / norm, slope.y / norm};
   }
 
   const tied_problem& problem_;
