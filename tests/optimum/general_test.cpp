@@ -165,6 +165,14 @@ TEST(General, LimitsAndNarrowCases) {
   few.cells = 5;
   const solution stopped = minimise(p, few);
   EXPECT_EQ(stopped.status, solution_status::stopped);
+  few.cells = 60;
+  const solution later = minimise(p, few);
+  EXPECT_EQ(later.status, solution_status::stopped);
+  EXPECT_GT(later.lower_bound, 0);
+  EXPECT_GT(later.gap(), 0);
+  const verification of_later = verify(p, later);
+  EXPECT_TRUE(of_later.accepted) << of_later.reason;
+  EXPECT_EQ(of_later.lower_bound, later.lower_bound);
   minimise_options coarse;
   coarse.relative_gap = 1e-2;
   const solution near = minimise(p, coarse);

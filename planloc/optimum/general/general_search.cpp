@@ -119,6 +119,7 @@ class general_search {
   }
   double half_of_square(const detail::recession& far) const;
   double bound() const;
+  double proved_bound() const;
   bool must_stop();
   double seconds() const;
   double extent() const;
@@ -162,9 +163,16 @@ double general_search::bound() const {
   return never_negative_ ? std::max(least, 0.0) : least;
 }
 
+// Less than the bound by what the roundings in the open cells can do.
+double general_search::proved_bound() const {
+  double least = bound();
+  for (const auto& c : tree_.open_cells()) least = std::min(least, c->bound - margin(*c));
+  return least;
+}
+
 bool general_search::must_stop() {
   if (options_.progress && cells_ >= cells_to_report_) {
-    options_.progress({best_.value, bound(), tree_.open()});
+    options_.progress({best_.value, bound(), tree_.open_cells().size()});
     cells_to_report_ = cells_ + kCellsBetweenReports;
   }
   return options_.stop.stop_requested() || seconds() > options_.seconds || cells_ >= options_.cells;
@@ -272,7 +280,7 @@ void general_search::take(std::unique_ptr<cell> c, const detail::evaluation& at_
 bool general_search::next_batch() {
   batch_.clear();
   std::size_t sites = 0;
-  const std::size_t most = std::min(kBatch, 1 + tree_.open() / kOpenPerTask);
+  const std::size_t most = std::min(kBatch, 1 + tree_.open_cells().size() / kOpenPerTask);
   while (!tree_.empty() && batch_.size() < most && sites <= kBatchSites) {
     std::unique_ptr<cell> c = tree_.pop();
     if (holds_nothing_better(*c)) continue;
@@ -385,17 +393,12 @@ solution general_search::finish(const detail::recession& far) {
   s.counters.seconds = seconds();
   const bool square_known = far.kind != growth::undecided;
   const bool zero = least_possible();
-  s.lower_bound = zero              ? 0
-                  : square_known    ? bound()
-                  : never_negative_ ? 0
-                                    : -std::numeric_limits<double>::infinity();
-  branch_certificate proof;
-  if (square_known && !zero && !stopped_) {
-    proof = {table_.base, half_of_square(far), far.outside, tree_.reasons()};
-    s.proof = std::move(proof);
-  } else if (zero || never_negative_) {
+  s.lower_bound = square_known && !zero ? proved_bound() : -std::numeric_limits<double>::infinity();
+  if (zero || (never_negative_ && s.lower_bound <= 0)) {
     s.lower_bound = 0;
-    s.proof = std::move(proof);
+    s.proof = branch_certificate{};
+  } else if (std::isfinite(s.lower_bound)) {
+    s.proof = branch_certificate{table_.base, half_of_square(far), far.outside, tree_.reasons()};
   }
   const double size = std::fabs(s.value);
   if (zero || (!stopped_ && square_known &&

@@ -25,7 +25,7 @@ class search_tree {
   // The open cell with the least bound; of equal ones the one that is older in the tree.
   std::unique_ptr<cell> pop();
   bool empty() const { return open_.empty(); }
-  std::size_t open() const { return open_.size(); }
+  const std::vector<std::unique_ptr<cell>>& open_cells() const { return open_; }
   double least_bound() const { return open_.front()->bound; }
 
   std::vector<reason> reasons() const;
