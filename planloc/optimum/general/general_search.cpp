@@ -29,9 +29,14 @@ constexpr double kSmoothAim = 5e-11;
 constexpr double kAimed = 1 - 0x1p-30;
 // Smaller cells are beyond what doubles can tell.
 constexpr int kMostDepth = 100;
-// How many break lines are worth an exact close: the deeper the cell, the more of them are there to
-// stay, since they meet in one place.
-constexpr std::size_t line_limit(int depth) { return depth < 40 ? 20 : depth < 60 ? 64 : 400; }
+// How many break lines are worth an exact close: the smaller the cell beside the extent, the more
+// of them are there to stay, since they meet in one place.
+std::size_t line_limit(const cell& c, double extent) {
+  double side = 0;
+  for (const detail::xy& at : c.corners)
+    side = std::max({side, std::fabs(at.x - c.corners[0].x), std::fabs(at.y - c.corners[0].y)});
+  return side > extent * 0x1p-16 ? 20 : side > extent * 0x1p-26 ? 64 : 400;
+}
 // Of a cell's size: more than what f can be off by at a crossing in doubles.
 constexpr double kPromising = 1e-7;
 // Steps towards a value of 0 from a better place.
@@ -324,7 +329,7 @@ void general_search::work_on(task& t, worker& w) const {
 bool general_search::solve_exactly(task& t, worker& w) const {
   if (!problem_.polyhedral()) return false;
   const cell& c = *t.c;
-  const auto lines = w.closer.lines(c, line_limit(c.depth));
+  const auto lines = w.closer.lines(c, line_limit(c, extent_));
   if (!lines) return false;
   const auto promising = [&](const detail::xy& at) {
     return w.bounder.value(c, at) <= best_.value + kPromising * c.size;
