@@ -57,6 +57,15 @@ void with_limits() {
   tell("cent-dian", p, minimise(p, options));
 }
 
+void within_a_county() {
+  regions where;
+  where.allowed = region{{{{-7, 36}, {-2, 36}, {-2, 38.5}, {-7, 38.5}}}};  // a county
+  where.forbidden = {{{{-5.5, 37}, {-4.2, 36.8}, {-4, 37.6}, {-5, 37.8}},
+                      {{-5, 37.3}, {-4.8, 37.3}, {-4.8, 37.4}}}};  // a lake and its island
+  const problem p(kCapitals, {gauge::euclidean()}, order_weights::median(), where);
+  tell("median on the shore", p, minimise(p));
+}
+
 }  // namespace
 
 int main() {
@@ -65,6 +74,7 @@ int main() {
   tell("median", p, minimise(p));
   two_gauges();
   with_limits();
+  within_a_county();
   try {
     problem({{.weight = -2}}, {gauge::l1()}, order_weights::median());
   } catch (const bad_problem& e) {

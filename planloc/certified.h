@@ -8,6 +8,7 @@
 //                                               them, of sums under polyhedral gauges
 //   optimum/efficient_polyline.h                the same to a tolerance, of any convex criteria
 //   optimum/location_allocation.h               several facilities, each site served by its nearest
+//   optimum/region.h                            allowed and forbidden places
 //   facilities/certified_problem.h              problems from `facilities`, and answers back
 //
 // Not among planloc.h: names such as `problem`, `solution`, `site` and `gauge` are likely to stand
@@ -21,6 +22,7 @@
 #include "planloc/optimum/location_allocation.h"
 #include "planloc/optimum/minimise.h"
 #include "planloc/optimum/problem.h"
+#include "planloc/optimum/region.h"
 #include "planloc/optimum/solution.h"
 #include "planloc/optimum/tied_facilities.h"
 #include "planloc/optimum/verify.h"

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "planloc/optimum/exact/exact_sign.h"
+#include "planloc/optimum/regions/ring_check.h"
 
 namespace planloc {
 
@@ -272,13 +273,33 @@ void check_extent(std::span<const site> sites) {
        " of each other: must be at one place or 1e-36 apart");
 }
 
+void check_region(const region& polygons, const char* role) {
+  for (std::size_t k = 0; k < polygons.size(); ++k) {
+    for (std::size_t r = 0; r < polygons[k].size(); ++r) {
+      const std::string name =
+          "ring " + std::to_string(r) + " of " + role + " polygon " + std::to_string(k);
+      for (const xy& c : polygons[k][r]) {
+        if (!too_large(c)) continue;
+        const bool finite = std::isfinite(c.x) && std::isfinite(c.y);
+        fail(name + " has a corner at (" + number(c.x) + ", " + number(c.y) + "): must be " +
+             (finite ? kAtMost : "finite"));
+      }
+      const std::string fault = detail::ring_fault(polygons[k][r]);
+      if (!fault.empty()) fail(name + " " + fault);
+    }
+  }
+}
+
 }  // namespace
 
-problem::problem(std::vector<site> sites, std::vector<gauge> gauges, const order_weights& lambda)
-    : sites_(std::move(sites)), gauges_(std::move(gauges)) {
+problem::problem(std::vector<site> sites, std::vector<gauge> gauges, const order_weights& lambda,
+                 regions where)
+    : sites_(std::move(sites)), gauges_(std::move(gauges)), where_(std::move(where)) {
   if (sites_.empty()) fail("no site");
   for (std::size_t i = 0; i < sites_.size(); ++i) check_site(i, sites_[i], gauges_.size());
   check_extent(sites_);
+  if (where_.allowed) check_region(*where_.allowed, "allowed");
+  check_region(where_.forbidden, "forbidden");
   runs_ = lambda.runs(sites_.size());
   convex_ = runs_.front().weight >= 0 &&
             std::is_sorted(runs_.begin(), runs_.end(), [](const order_run& a, const order_run& b) {

@@ -28,6 +28,7 @@
 #include <vector>
 
 #include "planloc/foundation/geometry/xy.h"
+#include "planloc/optimum/region.h"
 
 namespace planloc {
 
@@ -121,14 +122,19 @@ class problem {
  public:
   // Throws if there is no site, a coordinate is above 1e36 in magnitude, a weight is not from 1e-36
   // to 1e36, the sites are neither at one place nor 1e-36 apart, a site's gauge is not among
-  // `gauges`, or the order weights do not fit the number of sites.
-  problem(std::vector<site> sites, std::vector<gauge> gauges, const order_weights& lambda);
+  // `gauges`, or the order weights do not fit the number of sites. Throws if a ring of the regions
+  // crosses itself, or runs along itself, or has fewer than three corners, or a corner above 1e36
+  // in magnitude: "ring 2 of forbidden polygon 3 crosses itself at (4, 1)".
+  problem(std::vector<site> sites, std::vector<gauge> gauges, const order_weights& lambda,
+          regions where = {});
 
   std::span<const site> sites() const { return sites_; }
   std::span<const gauge> gauges() const { return gauges_; }
   const gauge& gauge_of(std::size_t i) const { return gauges_[sites_[i].gauge]; }
   std::span<const order_run> runs() const { return runs_; }
   double lambda(std::size_t k) const;  // k from 0
+  // The places to choose from; the searches honour them, `value` is that of any place.
+  const regions& where() const { return where_; }
 
   // Whether f is convex: the order weights rise and none is negative.
   bool convex() const { return convex_; }
@@ -143,6 +149,7 @@ class problem {
   std::vector<site> sites_;
   std::vector<gauge> gauges_;
   std::vector<order_run> runs_;
+  regions where_;
   bool convex_ = false;
   bool polyhedral_ = false;
 };

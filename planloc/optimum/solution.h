@@ -19,7 +19,7 @@ enum class solution_status : std::uint8_t {
   within_gap,  // the gap is at most the one that was asked for, or, with gauges that are not
                // polyhedral, doubles cannot narrow it further
   unbounded,   // the value falls without end along `direction_certificate::direction`
-  infeasible,  // no place is allowed
+  infeasible,  // no place is permitted; the regions alone are the proof
   stopped      // a limit or the stop token ended the search: value and bound are what it had
 };
 
@@ -101,13 +101,24 @@ struct branch_certificate {
   std::vector<reason> cells;
 };
 
+// Convex problems with regions, where the places with the least values are not permitted.
+// `outside` is not permitted either, and f is at most the bound there. So a permitted place with a
+// value below the bound is not alone: f is below the bound on all of the way there from `outside`,
+// which enters the permitted places through a side of a polygon. But on the permitted parts of all
+// sides the largest of `pieces`, affine functions nowhere above f, is nowhere below the bound.
+struct boundary_certificate {
+  exact_point outside;
+  std::vector<affine_piece> pieces;  // multipliers do not count
+  xy base{0, 0};                     // as convex_certificate::base
+};
+
 // The value falls without end along this direction.
 struct direction_certificate {
   xy direction{0, 0};
 };
 
-using certificate =
-    std::variant<std::monostate, convex_certificate, branch_certificate, direction_certificate>;
+using certificate = std::variant<std::monostate, convex_certificate, branch_certificate,
+                                 direction_certificate, boundary_certificate>;
 
 struct search_counters {
   std::size_t evaluations = 0;  // of all sites

@@ -50,14 +50,13 @@ void check_ranks(const problem& p, const affine_piece& piece, const std::string&
 
 }  // namespace
 
-void check_pieces(const problem& p, const convex_certificate& c) {
+void check_pieces(const problem& p, std::span<const affine_piece> pieces) {
   const bool edges = std::any_of(p.gauges().begin(), p.gauges().end(), [](const gauge& g) {
     return g.kind() == gauge::shape::polyhedral;
   });
   if (!p.convex()) refuse("a certificate of convex problems, but f is not convex");
-  if (c.pieces.empty() || c.pieces.size() > 3) refuse("one to three pieces are needed");
-  for (std::size_t k = 0; k < c.pieces.size(); ++k) {
-    const affine_piece& piece = c.pieces[k];
+  for (std::size_t k = 0; k < pieces.size(); ++k) {
+    const affine_piece& piece = pieces[k];
     check_ranks(p, piece, piece_name(k));
     if (piece.edge.size() != p.sites().size() && (edges || !piece.edge.empty())) {
       refuse(piece_name(k) + ": one edge a site is needed");
@@ -81,8 +80,15 @@ void check_pieces(const problem& p, const convex_certificate& c) {
 
 verification verify(const problem& p, const solution& s) {
   try {
+    if (s.status == solution_status::infeasible) return detail::verify_infeasible(p);
+    if (s.status != solution_status::unbounded)
+      detail::check_permitted(p, detail::exact_place_of(s.point, s.exact));
+    if (const auto* c = std::get_if<boundary_certificate>(&s.proof))
+      return detail::verify_boundary(p, s, *c);
     if (const auto* c = std::get_if<convex_certificate>(&s.proof)) {
-      detail::check_pieces(p, *c);
+      if (c->pieces.empty() || c->pieces.size() > 3)
+        detail::refuse("one to three pieces are needed");
+      detail::check_pieces(p, c->pieces);
       return p.polyhedral() && s.status == solution_status::optimal
                  ? detail::verify_fractions(p, s, *c)
                  : detail::verify_intervals(p, s, *c);

@@ -70,6 +70,11 @@ struct to_state {
   py::object operator()(const direction_certificate& c) const {
     return py::make_tuple("direction", state_of(c.direction));
   }
+  py::object operator()(const boundary_certificate& c) const {
+    py::list pieces;
+    for (const affine_piece& piece : c.pieces) pieces.append(state_of(piece));
+    return py::make_tuple("boundary", state_of(c.base), pieces, c.outside.x, c.outside.y);
+  }
 };
 
 }  // namespace
@@ -89,6 +94,12 @@ certificate certificate_from(const py::object& state) {
   }
   convex_certificate c{.pieces = {}, .base = place_from(fields[1])};
   for (const py::handle piece : fields[2]) c.pieces.push_back(piece_from(piece.cast<py::tuple>()));
+  if (kind == "boundary") {
+    return boundary_certificate{
+        .outside = {fields[3].cast<std::string>(), fields[4].cast<std::string>()},
+        .pieces = std::move(c.pieces),
+        .base = c.base};
+  }
   return c;
 }
 

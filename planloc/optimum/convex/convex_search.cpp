@@ -14,6 +14,7 @@
 #include "planloc/optimum/convex/snap.h"
 #include "planloc/optimum/exact/optimality.h"
 #include "planloc/optimum/minimise.h"
+#include "planloc/optimum/regions/boundary_search.h"
 #include "planloc/optimum/verify.h"
 
 namespace planloc {
@@ -352,17 +353,25 @@ affine_piece convex_search::to_piece(const optimality::supporting_piece& s) cons
   return piece;
 }
 
-}  // namespace
-
-solution minimise_convex(const problem& p, const minimise_options& options) {
-  if (!p.convex())
-    throw bad_problem("the order weights do not rise from 0 or more: f is not convex");
+solution over_the_plane(const problem& p, const minimise_options& options) {
   if (std::optional<solution> s = detail::euclidean_centre(p, options)) return std::move(*s);
   if (const std::optional<detail::far_sites> far = detail::find_far_sites(p)) {
     solution s = convex_search(far->centre, options).run();
     if (far->hold(s)) return far->expand(p, std::move(s));
   }
   return convex_search(p, options).run();
+}
+
+}  // namespace
+
+solution minimise_convex(const problem& p, const minimise_options& options) {
+  if (!p.convex())
+    throw bad_problem("the order weights do not rise from 0 or more: f is not convex");
+  if (p.where().whole_plane()) return over_the_plane(p, options);
+  // A place is at its best in the whole plane only if the search ends there.
+  minimise_options to_the_end = options;
+  to_the_end.absolute_gap = to_the_end.relative_gap = 0;
+  return detail::minimise_within(p, options, over_the_plane(p, to_the_end));
 }
 
 solution minimise(const problem& p, const minimise_options& options) {

@@ -441,6 +441,8 @@ solution general_search::run() {
 }  // namespace
 
 solution minimise_general(const problem& p, const minimise_options& options) {
+  if (!p.where().whole_plane())
+    throw bad_problem("regions: only with order weights that rise from 0 or more");
   return general_search(p, options).run();
 }
 

@@ -44,16 +44,8 @@ bool stands_for(double d, const mpq_class& q) {
   return std::isfinite(d) && abs(mpq_class(q - d)) <= abs(q) * mpq_class(0x1p-44);
 }
 
-namespace {
-
-struct affine_function {
-  fraction_pair slope;
-  mpq_class at_origin;
-};
-
 // f without loss.
-mpq_class exact_value(const problem& p, const std::vector<std::vector<fraction_pair>>& normals,
-                      const fraction_pair& at) {
+mpq_class exact_value(const problem& p, const normal_table& normals, const fraction_pair& at) {
   std::vector<mpq_class> d(p.sites().size());
   for (std::size_t i = 0; i < d.size(); ++i) {
     const site& s = p.sites()[i];
@@ -71,8 +63,7 @@ mpq_class exact_value(const problem& p, const std::vector<std::vector<fraction_p
   return sum_of(d);
 }
 
-affine_function exact_function(const problem& p,
-                               const std::vector<std::vector<fraction_pair>>& normals,
+affine_function exact_function(const problem& p, const normal_table& normals,
                                const std::vector<double>& lambda, const affine_piece& piece) {
   // Sites with the same edge of the same gauge share its denominator.
   struct load {
@@ -98,6 +89,8 @@ affine_function exact_function(const problem& p,
   }
   return {{sum_of(x), sum_of(y)}, sum_of(at_origin)};
 }
+
+namespace {
 
 mpq_class cross(const fraction_pair& a, const fraction_pair& b) { return a.x * b.y - a.y * b.x; }
 
@@ -128,8 +121,7 @@ std::vector<mpq_class> exact_multipliers(const std::vector<affine_function>& f) 
   return {share[0] / total, share[1] / total, share[2] / total};
 }
 
-mpq_class exact_bound(const problem& p, const std::vector<std::vector<fraction_pair>>& normals,
-                      const convex_certificate& c) {
+mpq_class exact_bound(const problem& p, const normal_table& normals, const convex_certificate& c) {
   const std::vector<double> lambda = listed_weights(p);
   std::vector<affine_function> f;
   for (std::size_t k = 0; k < c.pieces.size(); ++k) {

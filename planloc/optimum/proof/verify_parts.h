@@ -46,10 +46,28 @@ std::vector<std::vector<fraction_pair>> edge_normals(std::span<const gauge> gaug
 std::vector<double> listed_weights(const problem& p);
 
 // Refuses pieces of another problem: edges and ranks that are missing or do not exist.
-void check_pieces(const problem& p, const convex_certificate& c);
+void check_pieces(const problem& p, std::span<const affine_piece> pieces);
+
+// Refuses a place where nothing may be built.
+void check_permitted(const problem& p, const fraction_pair& at);
+
+// ----- f and functions below it, without loss: polyhedral gauges -----
+
+struct affine_function {
+  fraction_pair slope;
+  mpq_class at_origin;
+};
+
+// By gauge and edge.
+using normal_table = std::vector<std::vector<fraction_pair>>;
+mpq_class exact_value(const problem& p, const normal_table& normals, const fraction_pair& at);
+affine_function exact_function(const problem& p, const normal_table& normals,
+                               const std::vector<double>& lambda, const affine_piece& piece);
 
 verification verify_fractions(const problem& p, const solution& s, const convex_certificate& c);
 verification verify_intervals(const problem& p, const solution& s, const convex_certificate& c);
+verification verify_boundary(const problem& p, const solution& s, const boundary_certificate& c);
+verification verify_infeasible(const problem& p);
 verification verify_leaves(const problem& p, const solution& s, const branch_certificate& c);
 verification verify_direction(const problem& p, const direction_certificate& c);
 

@@ -70,8 +70,8 @@ void polyline_check::check_points() {
 
 void polyline_check::check_cuts() const {
   for (const polyline_cut& c : line_.cuts) {
-    check_pieces(criterion_[0], {{c.first}, line_.base});
-    check_pieces(criterion_[1], {{c.second}, line_.base});
+    check_pieces(criterion_[0], {&c.first, 1});
+    check_pieces(criterion_[1], {&c.second, 1});
     for (const affine_piece* piece : {&c.first, &c.second}) {
       if (!std::isfinite(piece->taken_at.x) || !std::isfinite(piece->taken_at.y))
         refuse("a cut is not finite");

@@ -1,0 +1,162 @@
+#include <algorithm>
+#include <cmath>
+#include <optional>
+
+#include "planloc/optimum/proof/interval_place.h"
+#include "planloc/optimum/proof/verify_regions.h"
+
+namespace planloc::detail {
+
+namespace {
+
+// A function on a segment.
+struct line {
+  mpq_class begin, end;
+
+  mpq_class at(const mpq_class& share) const { return begin + share * (end - begin); }
+};
+
+// The least value of the largest of the lines: from both ends to where the lines in force meet,
+// until no other one is above.
+mpq_class least_of_largest(const std::vector<line>& lines) {
+  const auto in_force = [&](const mpq_class& share) {
+    const line* best = &lines[0];
+    mpq_class most = best->at(share);
+    for (const line& l : lines) {
+      mpq_class v = l.at(share);
+      if (v <= most) continue;
+      most = std::move(v);
+      best = &l;
+    }
+    return best;
+  };
+  const line* falling = in_force(0);
+  if (falling->end >= falling->begin) return falling->begin;
+  const line* rising = in_force(1);
+  if (rising->begin >= rising->end) return rising->end;
+  for (;;) {
+    const mpq_class apart = falling->begin - rising->begin;
+    const mpq_class share = apart / (apart + rising->end - falling->end);
+    const line* other = in_force(share);
+    const mpq_class value = falling->at(share);
+    if (other->at(share) <= value) return value;
+    (other->end < other->begin ? falling : rising) = other;
+  }
+}
+
+class boundary_check {
+ public:
+  boundary_check(const problem& p, const boundary_certificate& c, const fraction_pair& place)
+      : problem_(p), where_(p.where()), place_(place) {
+    const interval_place here(p, place);
+    for (const affine_piece& piece : c.pieces) rounded_.push_back(here.seen(piece, c.base));
+    if (!p.polyhedral()) return;
+    const normal_table normals = edge_normals(p.gauges());
+    const std::vector<double> lambda = listed_weights(p);
+    for (const affine_piece& piece : c.pieces)
+      exact_.push_back(exact_function(p, normals, lambda, piece));
+  }
+
+  const verified_regions& where() const { return where_; }
+
+  // What is proved of all sides where building is permitted, as far as it is below `most`.
+  mpq_class bound(const mpq_class& most) const {
+    mpq_class least = most;
+    for (std::size_t k = 0; k < where_.sides().size(); ++k) {
+      const auto [a, b] = where_.sides()[k];
+      const fraction_pair from{mpq_class(a.x), mpq_class(a.y)};
+      const fraction_pair to{mpq_class(b.x), mpq_class(b.y)};
+      if (bound_between(from, to, least) >= least) continue;
+      const fraction_pair u{to.x - from.x, to.y - from.y};
+      for (const verified_regions::part& p : where_.permitted_parts(k)) {
+        const fraction_pair begin{from.x + p.from * u.x, from.y + p.from * u.y};
+        const fraction_pair end{from.x + p.to * u.x, from.y + p.to * u.y};
+        least = std::min(least, bound_between(begin, end, least));
+      }
+    }
+    return least;
+  }
+
+ private:
+  // In intervals, and where they do not reach `enough` in fractions.
+  mpq_class bound_between(const fraction_pair& a, const fraction_pair& b,
+                          const mpq_class& enough) const {
+    std::vector<line> lines;
+    for (const interval_place::affine& f : rounded_) lines.push_back({lowest(f, a), lowest(f, b)});
+    mpq_class bound = least_of_largest(lines);
+    if (bound >= enough || exact_.empty()) return bound;
+    lines.clear();
+    for (const affine_function& f : exact_) lines.push_back({value(f, a), value(f, b)});
+    return least_of_largest(lines);
+  }
+
+  mpq_class lowest(const interval_place::affine& f, const fraction_pair& at) const {
+    const interval_pair u{enclosed(at.x - place_.x), enclosed(at.y - place_.y)};
+    const double low = (f.value + dot(f.slope, u)).low;
+    if (!std::isfinite(low)) refuse("the pieces are too steep");
+    return low;
+  }
+  static mpq_class value(const affine_function& f, const fraction_pair& at) {
+    return f.at_origin + f.slope.x * at.x + f.slope.y * at.y;
+  }
+
+  const problem& problem_;
+  verified_regions where_;
+  fraction_pair place_;
+  std::vector<interval_place::affine> rounded_;
+  std::vector<affine_function> exact_;
+};
+
+fraction_pair outside_of(const boundary_certificate& c) {
+  fraction_pair at;
+  if (at.x.set_str(c.outside.x, 10) != 0 || at.y.set_str(c.outside.y, 10) != 0 ||
+      sgn(at.x.get_den()) == 0 || sgn(at.y.get_den()) == 0) {
+    refuse("the place outside is not a pair of fractions");
+  }
+  at.x.canonicalize();
+  at.y.canonicalize();
+  return at;
+}
+
+}  // namespace
+
+verification verify_boundary(const problem& p, const solution& s, const boundary_certificate& c) {
+  if (c.pieces.empty()) refuse("no pieces");
+  check_pieces(p, c.pieces);
+  const fraction_pair at = exact_place_of(s.point, s.exact);
+  const fraction_pair outside = outside_of(c);
+  const boundary_check check(p, c, at);
+  if (check.where().permits(outside)) refuse("the place outside is permitted");
+  interval value;
+  std::optional<mpq_class> exact;
+  mpq_class at_outside;
+  if (p.polyhedral()) {
+    const normal_table normals = edge_normals(p.gauges());
+    exact = exact_value(p, normals, at);
+    value = {rounded_down(*exact), rounded_up(*exact)};
+    at_outside = exact_value(p, normals, outside);
+    if (!stands_for(s.value, *exact)) refuse("the value is not that of the point");
+  } else {
+    value = interval_place(p, at).value();
+    at_outside = interval_place(p, outside).value().high;
+    const double rounding = 0x1p-44 * value.high;
+    if (!(s.value >= value.low - rounding && s.value <= value.high + rounding))
+      refuse("the value is not that of the point");
+  }
+  const mpq_class most = exact ? *exact : mpq_class(value.low);
+  const mpq_class bound = check.bound(most);
+  if (at_outside > bound) refuse("f is above the bound at the place outside");
+  const bool optimal = exact && s.status == solution_status::optimal;
+  if (optimal && bound != *exact) refuse("called optimal, but the gap is not 0");
+  if (!(s.lower_bound <= bound) && !(optimal && stands_for(s.lower_bound, bound)))
+    refuse("the lower bound is above the one that the certificate proves");
+  verification v;
+  v.accepted = true;
+  v.value = value.high;
+  v.lower_bound = rounded_down(bound);
+  v.gap = exact ? rounded_up(mpq_class(*exact - bound))
+                : (interval(v.value) - interval(v.lower_bound)).high;
+  return v;
+}
+
+}  // namespace planloc::detail

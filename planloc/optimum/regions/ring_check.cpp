@@ -1,0 +1,140 @@
+#include "planloc/optimum/regions/ring_check.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <numeric>
+#include <optional>
+
+#include "planloc/optimum/exact/exact_sign.h"
+
+namespace planloc::detail {
+
+namespace {
+
+std::string number(double d) {
+  std::array<char, 32> text;
+  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), d).ptr};
+}
+
+std::string at(const xy& p) { return " at (" + number(p.x) + ", " + number(p.y) + ")"; }
+
+bool in_box(const xy& p, const xy& a, const xy& b) {
+  return std::min(a.x, b.x) <= p.x && p.x <= std::max(a.x, b.x) && std::min(a.y, b.y) <= p.y &&
+         p.y <= std::max(a.y, b.y);
+}
+
+// REQUIRES: the lines cross.
+xy crossing(const xy& a, const xy& b, const xy& c, const xy& d) {
+  const mpq_class ux = mpq_class(b.x) - a.x;
+  const mpq_class uy = mpq_class(b.y) - a.y;
+  const mpq_class vx = mpq_class(d.x) - c.x;
+  const mpq_class vy = mpq_class(d.y) - c.y;
+  const mpq_class t =
+      ((mpq_class(c.x) - a.x) * vy - (mpq_class(c.y) - a.y) * vx) / mpq_class(ux * vy - uy * vx);
+  return {mpq_class(a.x + t * ux).get_d(), mpq_class(a.y + t * uy).get_d()};
+}
+
+class simple_check {
+ public:
+  explicit simple_check(ring corners) : corner_(std::move(corners)) {}
+
+  std::string fault() {
+    std::vector<std::size_t> order(corner_.size());
+    std::iota(order.begin(), order.end(), 0U);
+    std::sort(order.begin(), order.end(), [this](std::size_t i, std::size_t k) {
+      return std::min(corner_[i].x, next(i).x) < std::min(corner_[k].x, next(k).x);
+    });
+    // Sides that overlap in x are few in a sweep along x, but for rings that are made to be slow.
+    for (std::size_t m = 0; m < order.size(); ++m) {
+      const std::size_t i = order[m];
+      const double right = std::max(corner_[i].x, next(i).x);
+      for (std::size_t n = m + 1; n < order.size(); ++n) {
+        const std::size_t k = order[n];
+        if (std::min(corner_[k].x, next(k).x) > right) break;
+        if (std::string f = fault_of(i, k); !f.empty()) return f;
+      }
+    }
+    return {};
+  }
+
+ private:
+  const xy& next(std::size_t i) const { return corner_[i + 1 == corner_.size() ? 0 : i + 1]; }
+  const xy& last(std::size_t i) const { return corner_[i == 0 ? corner_.size() - 1 : i - 1]; }
+
+  // Of the sides that begin at two corners.
+  std::string fault_of(std::size_t i, std::size_t k) const {
+    const xy& a = corner_[i];
+    const xy& b = next(i);
+    const xy& c = corner_[k];
+    const xy& d = next(k);
+    if (std::max(a.y, b.y) < std::min(c.y, d.y) || std::max(c.y, d.y) < std::min(a.y, b.y))
+      return {};
+    const int sc = turn_sign(a, b, c);
+    const int sd = turn_sign(a, b, d);
+    if (sc * sd > 0) return {};
+    if (sc == 0 && sd == 0) return overlap(a, b, c, d);
+    if (a == c) return passes_cross(i, k) ? "crosses itself" + at(a) : std::string();
+    if (sc == 0 && c != b && in_box(c, a, b) && enters(k, a, b)) return "crosses itself" + at(c);
+    const int sa = turn_sign(c, d, a);
+    if (sa == 0 && a != d && in_box(a, c, d) && enters(i, c, d)) return "crosses itself" + at(a);
+    if (sc * sd == 0 || sa * turn_sign(c, d, b) >= 0) return {};
+    return "crosses itself" + at(crossing(a, b, c, d));
+  }
+
+  // Whether two sides on one line share more than a place.
+  static std::string overlap(const xy& a, const xy& b, const xy& c, const xy& d) {
+    const auto ends = [](const xy& p, const xy& q) {
+      return lexicographic(p, q) ? std::pair(p, q) : std::pair(q, p);
+    };
+    const auto [low, high] = ends(a, b);
+    const auto [from, to] = ends(c, d);
+    const xy& begin = lexicographic(low, from) ? from : low;
+    const xy& end = lexicographic(high, to) ? high : to;
+    return lexicographic(begin, end) ? "runs along itself" + at(begin) : std::string();
+  }
+
+  // Whether the ring passes from one side of a side through corner k, inside it, to the other.
+  bool enters(std::size_t k, const xy& a, const xy& b) const {
+    return turn_sign(a, b, last(k)) * turn_sign(a, b, next(k)) < 0;
+  }
+
+  // Whether the direction of p lies in the sector that opens left of that of a and ends at that of
+  // b, seen from a corner. REQUIRES: three different directions.
+  static bool in_sector(const xy& from, const xy& a, const xy& b, const xy& p) {
+    const bool left_of_a = turn_sign(from, a, p) > 0;
+    const bool right_of_b = turn_sign(from, b, p) < 0;
+    const int turn = turn_sign(from, a, b);
+    const bool narrow = turn > 0;
+    if (turn == 0) return left_of_a;
+    return narrow ? left_of_a && right_of_b : left_of_a || right_of_b;
+  }
+
+  bool passes_cross(std::size_t i, std::size_t k) const {
+    const xy& v = corner_[i];
+    return in_sector(v, last(i), next(i), last(k)) != in_sector(v, last(i), next(i), next(k));
+  }
+
+  ring corner_;
+};
+
+}  // namespace
+
+ring distinct_corners(const ring& r) {
+  ring corners;
+  for (const xy& c : r) {
+    if (corners.empty() || corners.back() != c) corners.push_back(c);
+  }
+  while (corners.size() > 1 && corners.back() == corners.front()) corners.pop_back();
+  return corners;
+}
+
+std::string ring_fault(const ring& r) {
+  ring corners = distinct_corners(r);
+  if (corners.size() < 3) {
+    return "has " + std::to_string(corners.size()) + " different corners: at least 3 are needed";
+  }
+  return simple_check(std::move(corners)).fault();
+}
+
+}  // namespace planloc::detail

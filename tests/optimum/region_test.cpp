@@ -1,0 +1,343 @@
+#include "planloc/optimum/region.h"
+
+#include <gmpxx.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "planloc/optimum/minimise.h"
+#include "planloc/optimum/verify.h"
+#include "tests/optimum/arrangement.h"
+#include "tests/optimum/instances.h"
+
+namespace planloc {
+namespace {
+
+struct fractions {
+  mpq_class x, y;
+};
+
+fractions exactly(const xy& p) { return {mpq_class(p.x), mpq_class(p.y)}; }
+
+fractions place_of(const solution& s) {
+  if (s.exact.empty()) return exactly(s.point);
+  return {mpq_class(s.exact.x), mpq_class(s.exact.y)};
+}
+
+// By winding through the quadrants around the place: -1 outside, 0 on a ring, 1 inside.
+int place_in(const region_polygon& polygon, const fractions& at) {
+  int crossed = 0;
+  for (const ring& r : polygon) {
+    for (std::size_t k = 0; k < r.size(); ++k) {
+      const fractions a = exactly(r[k]);
+      const fractions b = exactly(r[(k + 1) % r.size()]);
+      const mpq_class turn = (b.x - a.x) * (at.y - a.y) - (b.y - a.y) * (at.x - a.x);
+      const mpq_class dot = (a.x - at.x) * (b.x - at.x) + (a.y - at.y) * (b.y - at.y);
+      if (sgn(turn) == 0 && sgn(dot) <= 0) return 0;
+      if (a.y <= at.y && b.y > at.y && sgn(turn) > 0) ++crossed;
+      if (b.y <= at.y && a.y > at.y && sgn(turn) < 0) ++crossed;
+    }
+  }
+  return crossed % 2 == 0 ? -1 : 1;
+}
+
+bool permitted(const regions& w, const fractions& at) {
+  const auto holds = [&](int least) {
+    return [&, least](const region_polygon& p) { return place_in(p, at) >= least; };
+  };
+  return (!w.allowed || std::any_of(w.allowed->begin(), w.allowed->end(), holds(0))) &&
+         std::none_of(w.forbidden.begin(), w.forbidden.end(), holds(1));
+}
+
+ring rectangle(double left, double low, double right, double high) {
+  return {{left, low}, {right, low}, {right, high}, {left, high}};
+}
+
+// Polygons of whole numbers where `whole`, so that they touch and share sides.
+region_polygon random_polygon(instance_source& source, bool whole, double extent) {
+  region_polygon p;
+  const xy middle = whole ? xy{1.0 * source.below(6), 1.0 * source.below(6)}
+                          : xy{source.uniform(0, extent), source.uniform(0, extent)};
+  ring r;
+  if (whole) {
+    const double a = 2 * (1 + source.below(2));
+    const double b = 2 * (1 + source.below(2));
+    r = source.below(2) == 0 ? rectangle(middle.x - a, middle.y - b, middle.x + a, middle.y + b)
+                             : ring{{middle.x - a, middle.y},
+                                    {middle.x, middle.y - b},
+                                    {middle.x + a, middle.y},
+                                    {middle.x, middle.y + b}};
+  } else {
+    const int corners = 3 + source.below(6);
+    for (int k = 0; k < corners; ++k) {
+      const double angle = 2 * std::numbers::pi * k / corners;
+      const double radius = extent * source.uniform(0.05, 0.5);
+      r.push_back({middle.x + radius * std::cos(angle), middle.y + radius * std::sin(angle)});
+    }
+  }
+  if (source.below(2) == 0) std::reverse(r.begin(), r.end());
+  if (source.below(2) == 0) r.push_back(r.front());
+  if (source.below(3) == 0) {
+    ring hole;
+    for (const xy& c : r)
+      hole.push_back({middle.x + (c.x - middle.x) / 2, middle.y + (c.y - middle.y) / 2});
+    p.push_back(std::move(hole));
+  }
+  p.push_back(std::move(r));
+  return p;
+}
+
+regions random_regions(instance_source& source, bool whole, double extent) {
+  regions w;
+  for (int k = source.below(5); k > 0; --k)
+    w.forbidden.push_back(random_polygon(source, whole, extent));
+  if (source.below(2) == 0) return w;
+  w.allowed.emplace();
+  for (int k = source.below(4); k > 0; --k)
+    w.allowed->push_back(random_polygon(source, whole, extent));
+  return w;
+}
+
+template <class Visit>
+void for_each_side(const regions& w, Visit visit) {
+  region all = w.forbidden;
+  if (w.allowed) all.insert(all.end(), w.allowed->begin(), w.allowed->end());
+  for (const region_polygon& p : all) {
+    for (const ring& r : p) {
+      for (std::size_t k = 0; k < r.size(); ++k) visit(r[k], r[(k + 1) % r.size()]);
+    }
+  }
+}
+
+// Whether some permitted place has less than `most`: dense samples of sides and of the plane, and,
+// for polyhedral gauges, all crossings of the sides' lines with each other and with the lines on
+// which f can break, in fractions.
+bool some_place_below(const problem& p, double most, double extent) {
+  bool found = false;
+  const auto look = [&](const fractions& at) {
+    if (found || p.value({at.x.get_d(), at.y.get_d()}) >= most) return;
+    found = permitted(p.where(), at);
+  };
+  std::vector<test_line> lines = p.polyhedral() ? break_lines(p) : std::vector<test_line>();
+  const std::size_t breaks = lines.size();
+  for_each_side(p.where(), [&](const xy& a, const xy& b) {
+    const fractions from = exactly(a);
+    const fractions u{mpq_class(b.x) - a.x, mpq_class(b.y) - a.y};
+    for (int k = 0; k <= 32; ++k) look({from.x + u.x * k / 32, from.y + u.y * k / 32});
+    if (a != b) lines.push_back({a.y - b.y, b.x - a.x, (a.y - b.y) * a.x + (b.x - a.x) * a.y});
+  });
+  for (int x = -8; x <= 24; ++x) {
+    for (int y = -8; y <= 24; ++y) look(exactly({extent * x / 16, extent * y / 16}));
+  }
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    for (std::size_t k = std::max(breaks, i + 1); k < lines.size(); ++k) {
+      const test_line& f = lines[i];
+      const test_line& g = lines[k];
+      const double area = f.a * g.b - f.b * g.a;
+      if (area == 0) continue;
+      look(exactly({(f.c * g.b - f.b * g.c) / area, (f.a * g.c - f.c * g.a) / area}));
+    }
+  }
+  return found;
+}
+
+void check(const problem& p, double extent, const std::string& name) {
+  const solution s = minimise(p);
+  const verification v = verify(p, s);
+  EXPECT_TRUE(v.accepted) << name << ": " << v.reason;
+  if (s.status == solution_status::infeasible) {
+    EXPECT_FALSE(some_place_below(p, std::numeric_limits<double>::infinity(), extent)) << name;
+    return;
+  }
+  EXPECT_EQ(s.status, solution_status::optimal) << name;
+  EXPECT_TRUE(v.gap == 0 || !p.polyhedral()) << name << " " << v.gap;
+  EXPECT_TRUE(permitted(p.where(), place_of(s))) << name;
+  EXPECT_FALSE(some_place_below(p, s.value - 1e-9 * (1 + s.value), extent)) << name;
+}
+
+TEST(Regions, ConvexProblemsByBruteForce) {
+  for (unsigned trial = 0; trial < 120; ++trial) {
+    instance_source source(trial);
+    const bool smooth = trial % 3 == 0;
+    const bool whole = trial % 2 == 0;
+    const layout l = whole ? layout::lattice : layout::scattered;
+    const int n = 1 + source.below(6);
+    const std::vector<gauge> gauges =
+        smooth ? std::vector<gauge>{gauge::euclidean(), gauge::lp(3)} : source.gauges(l, 2, 5);
+    const double extent = whole ? 5 : 100;
+    const problem p(source.sites(l, n, 2), gauges, source.convex_order(n),
+                    random_regions(source, whole, extent));
+    check(p, extent, "trial " + std::to_string(trial));
+  }
+}
+
+// The median of the corners of a square of side 8 is any place in it under l1.
+TEST(Regions, WhatIsLeftMayBeASegmentOrAPoint) {
+  const std::vector<site> sites{{0, 0}, {8, 0}, {0, 8}, {8, 8}};
+  const ring all = rectangle(-9, -9, 20, 20);
+  const struct {
+    const char* name;
+    regions where;
+    double value;
+    xy point;
+  } cases[] = {
+      {"seam of two lakes",
+       {{}, {{rectangle(-50, -50, 4, 50)}, {rectangle(4, -50, 50, 50)}}},
+       4,
+       {4, 4}},
+      {"seam within one lake",
+       {{}, {{rectangle(-50, -50, 4, 50), rectangle(4, -50, 50, 50)}}},
+       4,
+       {4, 4}},
+      {"rim of an island covered by a lake",
+       {region{{rectangle(3, 3, 5, 5)}}, {{rectangle(3, 3, 5, 5)}}},
+       5,
+       {3, 4}},
+      {"where three lakes meet",
+       {{}, {{rectangle(-90, -90, 90, 1)}, {rectangle(-90, 1, 4, 90)}, {rectangle(4, 1, 90, 90)}}},
+       4,
+       {4, 4}},
+      {"one place",
+       {region{{rectangle(2, 4, 4, 9)}},
+        {{rectangle(1, 0, 3, 9)},
+         {rectangle(3, 0, 5, 9)},
+         {rectangle(1, 5, 5, 10)},
+         {rectangle(1, 3, 5, 5)}}},
+       5,
+       {3, 5}},
+      {"an island in a lake",
+       {{}, {{rectangle(-9, -9, 20, 20), rectangle(6, 3, 7, 5)}}},
+       6,
+       {6, 4}},
+      {"repeated corners",
+       {{}, {{{{2, 2}, {2, 2}, {6, 2}, {6, 6}, {6, 6}, {2, 6}, {2, 2}}}}},
+       6,
+       {4, 2}}};
+  for (const auto& c : cases) {
+    const problem p(sites, {gauge::linf()}, order_weights::centre(), c.where);
+    const solution s = minimise(p);
+    EXPECT_TRUE(verify(p, s).accepted) << c.name << ": " << verify(p, s).reason;
+    EXPECT_EQ(s.status, solution_status::optimal) << c.name;
+    EXPECT_EQ(s.value, c.value) << c.name;
+    EXPECT_TRUE(c.where.permit(s.point)) << c.name;
+    EXPECT_EQ(p.value(s.point), p.value(c.point)) << c.name;
+  }
+  for (const regions& nowhere :
+       {regions{region{}, {}}, regions{region{{all}}, {{rectangle(-99, -99, 99, 99)}}}}) {
+    const problem p(sites, {gauge::l1()}, order_weights::median(), nowhere);
+    solution s = minimise(p);
+    EXPECT_EQ(s.status, solution_status::infeasible);
+    EXPECT_TRUE(verify(p, s).accepted);
+    const problem free(sites, {gauge::l1()}, order_weights::median(), {region{{all}}, {}});
+    EXPECT_FALSE(verify(free, s).accepted);
+  }
+}
+
+// A town on the shore: the optimum is the town, where every gauge has a kink.
+TEST(Regions, SitesOnSidesUnderSmoothGauges) {
+  for (const gauge& g : {gauge::euclidean(), gauge::lp(1.5)}) {
+    for (const xy& town : {xy{4, 1}, xy{2, 1}}) {
+      const problem p({{town.x, town.y, 3}, {0, 9}, {9, 8, 2}}, {g}, order_weights::median(),
+                      {{}, {{rectangle(2, 1, 8, 30)}, {rectangle(-9, 2, 3, 30)}}});
+      const solution s = minimise(p);
+      EXPECT_EQ(s.status, solution_status::optimal);
+      EXPECT_TRUE(verify(p, s).accepted) << verify(p, s).reason;
+      check(p, 10, "town");
+    }
+  }
+}
+
+TEST(Regions, BadRingsAreRefusedByName) {
+  const ring square = rectangle(0, 0, 4, 4);
+  const struct {
+    ring r;
+    const char* fault;
+  } cases[] = {{{{0, 0}, {4, 4}, {4, 0}, {0, 4}}, "crosses itself at (2, 2)"},
+               {{{0, 0}, {4, 0}, {4, 4}, {2, -1}, {0, 4}}, "crosses itself at"},
+               {{{0, 0}, {4, 0}, {2, 2}, {4, 4}, {0, 4}, {2, 2}, {2, 2}}, ""},  // touches itself
+               {{{0, 0}, {2, 2}, {4, 0}, {4, 4}, {2, 2}, {0, 4}}, ""},
+               {{{0, 0}, {2, 2}, {4, 4}, {4, 0}, {2, 2}, {0, 4}}, "crosses itself at (2, 2)"},
+               {{{0, 0}, {8, 0}, {8, 8}, {4, 0}, {0, 8}}, ""},  // a corner on a side
+               {{{0, 0}, {8, 0}, {8, 8}, {4, 0}, {4, -2}, {0, 8}}, "crosses itself at"},
+               {{{0, 0}, {4, 0}, {4, 4}, {4, 0}}, "runs along itself at (0, 0)"},
+               {{{0, 0}, {4, 0}, {6, 0}, {3, 0}, {3, 5}}, "runs along itself at (3, 0)"},
+               {{{1, 1}, {2, 2}, {1, 1}}, "has 2 different corners: at least 3 are needed"},
+               {{}, "has 0 different corners: at least 3 are needed"},
+               {{{0, 0}, {NAN, 0}, {1, 1}}, "has a corner at (nan, 0): must be finite"},
+               {{{0, 0}, {1e40, 0}, {1, 1}},
+                "has a corner at (1e+40, 0): must be at most 1e36 in magnitude"}};
+  for (const auto& c : cases) {
+    for (const bool turned : {false, true}) {
+      ring r = c.r;
+      if (turned && std::string(c.fault).find("corner") == std::string::npos)
+        std::reverse(r.begin(), r.end());
+      std::string said;
+      try {
+        const problem p({{0, 0}}, {gauge::l1()}, order_weights::median(),
+                        {region{{square}}, {{square}, {square, rectangle(1, 1, 2, 2), r}}});
+      } catch (const bad_problem& e) {
+        said = e.what();
+      }
+      if (std::string(c.fault).empty()) {
+        EXPECT_EQ(said, "");
+      } else {
+        EXPECT_EQ(said.find("ring 2 of forbidden polygon 1 " + std::string(c.fault)), 0U) << said;
+      }
+    }
+  }
+}
+
+TEST(Regions, SpoiledProofsAreRefused) {
+  const auto proof = [](solution& s) -> boundary_certificate& {
+    return std::get<boundary_certificate>(s.proof);
+  };
+  const struct {
+    const char* name;
+    std::function<void(solution&)> spoil;
+  } cases[] = {{"place", [](solution& s) { s.point.x += 0.5, s.exact = {}; }},
+               {"forbidden place",
+                [](solution& s) {
+                  s.point = {4, 4}, s.exact = {};
+                }},
+               {"value", [](solution& s) { s.value *= 1 - 1e-9; }},
+               {"bound", [](solution& s) { s.lower_bound *= 1 + 1e-9; }},
+               {"outside is permitted",
+                [&](solution& s) {
+                  proof(s).outside = {"100", "100"};
+                }},
+               {"outside is worse",
+                [&](solution& s) {
+                  proof(s).outside = {"11/2", "5"};
+                }},
+               {"outside is nothing",
+                [&](solution& s) {
+                  proof(s).outside = {"x", "0"};
+                }},
+               {"piece left out", [&](solution& s) { proof(s).pieces.resize(1); }},
+               {"no pieces", [&](solution& s) { proof(s).pieces.clear(); }},
+               {"called infeasible", [](solution& s) { s.status = solution_status::infeasible; }}};
+  for (const gauge& g : {gauge::euclidean(), gauge::l1()}) {
+    const problem p({{0, 3}, {3, 0}, {4, 7}, {8, 4}, {4.5, 4.25, 2}}, {g}, order_weights::median(),
+                    {{}, {{rectangle(2, 2, 6, 5.5)}, {rectangle(3, 1, 5, 3)}}});
+    const solution good = minimise(p);
+    ASSERT_TRUE(verify(p, good).accepted) << verify(p, good).reason;
+    ASSERT_TRUE(std::holds_alternative<boundary_certificate>(good.proof));
+    for (const auto& c : cases) {
+      solution spoiled = good;
+      c.spoil(spoiled);
+      EXPECT_FALSE(verify(p, spoiled).accepted) << c.name;
+    }
+    // With one more gap in the lakes the place is no optimum any more.
+    const problem other({{0, 3}, {3, 0}, {4, 7}, {8, 4}, {4.5, 4.25, 2}}, {g},
+                        order_weights::median(),
+                        {{}, {{rectangle(2, 2, 6, 5.5), rectangle(4, 4, 5, 5)}}});
+    EXPECT_FALSE(verify(other, good).accepted);
+  }
+}
+
+}  // namespace
+}  // namespace planloc
