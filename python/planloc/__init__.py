@@ -4,7 +4,7 @@
 >>> answer = planloc.solve([(0, 0), (4, 0), (1, 3)], weight=[1, 1, 2], gauge="l1")
 >>> answer.status, answer.value
 ('optimal', 10.0)
->>> planloc.verify(answer).gap
+>>> answer.verify().gap
 0.0
 
 Distances are gauges (`planloc.gauge`): the distance of a site is the gauge of (place - site), times
@@ -12,13 +12,36 @@ its weight. What is minimised are the sorted distances, each times its order wei
 (`planloc.order`).
 """
 
+from __future__ import annotations
+
 from planloc import gauge, order
-from planloc._core import Verification
+from planloc._core import AllocationCheck, EfficientVerification, Verification
 from planloc.batches import Drawn, Scenarios, drawn, scenarios
 from planloc.problem import Problem
-from planloc.single import Answer, solve, verify
+from planloc.several import Comparison, Depots, Piece, Tied, compare, depots, tied
+from planloc.single import Answer, solve
 
 __all__ = [
-    "Answer", "Drawn", "Problem", "Scenarios", "Verification", "drawn", "gauge", "order",
-    "scenarios", "solve", "verify",
+    "AllocationCheck", "Answer", "Comparison", "Depots", "Drawn", "EfficientVerification", "Piece",
+    "Problem", "Scenarios", "Tied", "Verification", "compare", "depots", "drawn", "gauge", "order",
+    "scenarios", "solve", "tied", "verify",
 ]  # fmt: skip
+
+
+def verify(
+    answer: Answer | Comparison | Depots | Tied,
+) -> Verification | EfficientVerification | AllocationCheck:
+    """Prove an answer anew, from its certificate and the problem alone.
+
+    Returns
+    -------
+    An object that is true where the proof holds, and has the `reason` where it does not.
+
+    Examples
+    --------
+    >>> import planloc
+    >>> answer = planloc.solve([(0, 0), (2, 0), (1, 5)], gauge="linf")
+    >>> bool(planloc.verify(answer))
+    True
+    """
+    return answer.verify()

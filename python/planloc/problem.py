@@ -33,7 +33,8 @@ def as_order(objective: OrderLike) -> Order:
     return objective if isinstance(objective, Order) else orders.given(objective)
 
 
-def _numbers(values: npt.ArrayLike, n: int) -> npt.NDArray[np.uint32]:
+def as_numbers(values: npt.ArrayLike, n: int) -> npt.NDArray[np.uint32]:
+    """The gauge numbers of n sites."""
     numbers = np.asarray(values)
     if numbers.shape != (n,) or numbers.dtype.kind not in "iu" or (numbers < 0).any():
         raise ValueError(f"gauge_of has to hold a number from 0 on for each of {n} sites")
@@ -76,7 +77,7 @@ class Problem:
         sites = np.ascontiguousarray(self.sites, float).reshape(-1, 2)
         n = len(sites)
         weight = np.ones(n) if self.weight is None else np.ascontiguousarray(self.weight, float)
-        chosen = np.zeros(n, np.uint32) if self.gauge_of is None else _numbers(self.gauge_of, n)
+        chosen = np.zeros(n, np.uint32) if self.gauge_of is None else as_numbers(self.gauge_of, n)
         for name, value in (
             ("sites", sites),
             ("weight", weight),

@@ -5,7 +5,6 @@ from __future__ import annotations
 import math
 from collections.abc import Callable
 from dataclasses import dataclass
-from typing import Any
 
 import numpy as np
 import numpy.typing as npt
@@ -13,7 +12,7 @@ import numpy.typing as npt
 from planloc import _core
 from planloc.problem import GaugeLike, OrderLike, Problem
 
-__all__ = ["Answer", "solve", "verify"]
+__all__ = ["Answer", "solve"]
 
 Progress = Callable[[float, float, int], None]
 
@@ -73,6 +72,10 @@ class Answer:
         """The weighted distance of every site."""
         return self.problem.distances(*self.point)
 
+    def verify(self, problem: Problem | None = None) -> _core.Verification:
+        """Prove the lower bound anew, from the certificate and the problem alone."""
+        return _core.verify((problem or self.problem).core, self.solution)
+
     def __repr__(self) -> str:
         x, y = self.point
         return (
@@ -128,17 +131,3 @@ def solve(
     """
     p = sites if isinstance(sites, Problem) else Problem(sites, weight, gauge, gauge_of, objective)
     return Answer(p, _core.minimise(p.core, gap, time_limit, threads, whole_set, progress))
-
-
-def verify(answer: Answer, problem: Problem | None = None) -> _core.Verification:
-    """Prove the lower bound of an answer anew, from its certificate and the problem alone.
-
-    Examples
-    --------
-    >>> import planloc
-    >>> answer = planloc.solve([(0, 0), (2, 0), (1, 5)], gauge="linf")
-    >>> bool(planloc.verify(answer))
-    True
-    """
-    checked: Any = problem or answer.problem
-    return _core.verify(checked.core, answer.solution)

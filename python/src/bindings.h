@@ -21,6 +21,9 @@ using index_array = py::array_t<std::uint32_t, py::array::c_style | py::array::f
 void bind_problem(py::module_& m);
 void bind_search(py::module_& m);
 void bind_scenarios(py::module_& m);
+void bind_efficient(py::module_& m);
+void bind_allocation(py::module_& m);
+void bind_tied(py::module_& m);
 
 // Everything that a certificate holds, as plain tuples, bytes and arrays: what is pickled.
 py::object certificate_state(const certificate& proof);

@@ -13,4 +13,7 @@ PYBIND11_MODULE(_core, m) {
   planloc::python::bind_problem(m);
   planloc::python::bind_search(m);
   planloc::python::bind_scenarios(m);
+  planloc::python::bind_efficient(m);
+  planloc::python::bind_allocation(m);
+  planloc::python::bind_tied(m);
 }

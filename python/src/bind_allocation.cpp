@@ -1,0 +1,99 @@
+// Several facilities, each site served by its nearest.
+#include <pybind11/stl.h>
+
+#include <optional>
+#include <utility>
+
+#include "python/src/bindings.h"
+#include "python/src/interruptible.h"
+
+namespace planloc::python {
+namespace {
+
+constexpr const char* kStatus[] = {"optimal", "within_gap", "searched", "stopped"};
+
+allocation_problem make_problem(const problem& single, std::size_t count,
+                                const double_array& existing) {
+  return {{single.sites().begin(), single.sites().end()},
+          {single.gauges().begin(), single.gauges().end()},
+          count,
+          places_from(existing)};
+}
+
+allocation search(const allocation_problem& p, std::uint64_t seed, std::size_t starts,
+                  double seconds, int threads, bool lower_bound, double gap,
+                  const py::object& progress) {
+  latest<allocation_progress> reports;
+  allocate_options options;
+  options.seed = seed;
+  options.starts = starts;
+  options.seconds = seconds;
+  options.threads = threads;
+  options.lower_bound = lower_bound;
+  options.relative_gap = gap;
+  if (!progress.is_none()) options.progress = [&](const allocation_progress& r) { reports.set(r); };
+  return interruptible(
+      [&](std::stop_token stop) {
+        options.stop = std::move(stop);
+        return allocate(p, options);
+      },
+      [&] {
+        if (const auto r = reports.take()) progress(r->value, r->lower_bound, r->starts);
+      });
+}
+
+py::array_t<std::uint32_t> assignment_of(const allocation& a) {
+  return py::array_t<std::uint32_t>(static_cast<py::ssize_t>(a.assignment.size()),
+                                    a.assignment.data());
+}
+
+py::tuple state_of(const allocation& a) {
+  return py::make_tuple(static_cast<int>(a.status), rows_from(a.points), a.assignment, a.value,
+                        a.lower_bound, a.one_facility ? py::cast(*a.one_facility) : py::none(),
+                        a.prices);
+}
+
+allocation allocation_from(const py::tuple& t) {
+  allocation a;
+  a.status = static_cast<allocation_status>(t[0].cast<int>());
+  a.points = places_from(t[1].cast<double_array>());
+  a.assignment = t[2].cast<std::vector<std::uint32_t>>();
+  a.value = t[3].cast<double>();
+  a.lower_bound = t[4].cast<std::optional<double>>();
+  if (!t[5].is_none()) a.one_facility = t[5].cast<solution>();
+  a.prices = t[6].cast<std::vector<double>>();
+  return a;
+}
+
+}  // namespace
+
+void bind_allocation(py::module_& m) {
+  py::class_<allocation>(m, "Allocation")
+      .def_property_readonly(
+          "status", [](const allocation& a) { return kStatus[static_cast<int>(a.status)]; })
+      .def_property_readonly("points", [](const allocation& a) { return rows_from(a.points); })
+      .def_property_readonly("assignment", &assignment_of)
+      .def_readonly("value", &allocation::value)
+      .def_readonly("lower_bound", &allocation::lower_bound)
+      .def(py::pickle(&state_of, &allocation_from));
+  m.def("allocate", [](const problem& single, std::size_t count, const double_array& existing,
+                       std::uint64_t seed, std::size_t starts, double seconds, int threads,
+                       bool lower_bound, double gap, const py::object& progress) {
+    return search(make_problem(single, count, existing), seed, starts, seconds, threads,
+                  lower_bound, gap, progress);
+  });
+  py::class_<allocation_check>(m, "AllocationCheck")
+      .def_readonly("accepted", &allocation_check::accepted)
+      .def_readonly("reason", &allocation_check::reason)
+      .def_readonly("value", &allocation_check::value)
+      .def_readonly("lower_bound", &allocation_check::lower_bound)
+      .def("__bool__", [](const allocation_check& c) { return c.accepted; });
+  m.def("verify_allocation", [](const problem& single, std::size_t count,
+                                const double_array& existing, const allocation& a) {
+    const allocation_problem p = make_problem(single, count, existing);
+    const py::gil_scoped_release unlocked;
+    return verify(p, a);
+  });
+}
+
+}  // namespace planloc::python

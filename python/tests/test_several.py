@@ -1,0 +1,72 @@
+"""Trade-offs and several facilities against brute force."""
+
+import itertools
+import pickle
+
+import numpy as np
+import planloc
+import pytest
+
+SITES = np.random.default_rng(11).random((7, 2))
+
+
+def test_the_efficient_set_is_undominated_and_ends_at_the_optima():
+    weights = np.random.default_rng(12).uniform(0.5, 3, (2, 7))
+    chain = pickle.loads(pickle.dumps(planloc.compare(SITES, weights=weights, gauge="octagon")))
+    assert chain.status == "complete" and chain.verify()
+    criteria = [planloc.Problem(SITES, w, "octagon") for w in weights]
+    for end, problem in ((0, criteria[0]), (-1, criteria[1])):
+        best = planloc.solve(problem).value
+        assert chain.pieces[end].values[:, end].min() == pytest.approx(best, rel=1e-12)
+    grid = [(p.value(x, y), q.value(x, y)) for p, q in [criteria]
+            for x, y in itertools.product(np.linspace(0, 1, 40), repeat=2)]
+    for f1, f2 in np.vstack([piece.values for piece in chain.pieces]):
+        assert not any(a < f1 - 1e-12 and b < f2 - 1e-12 for a, b in grid)
+    assert (np.diff(chain.curve[:, 0]) > 0).all() and (np.diff(chain.curve[:, 1]) < 0).all()
+
+
+@pytest.mark.parametrize("distance", ["euclid", "l1"])
+def test_two_depots_are_the_best_of_all_partitions(distance):
+    found = planloc.depots(SITES, new=2, gauge=distance, lower_bound=True, gap=1e-3)
+    parts = (np.array(part, bool) for part in itertools.product([0, 1], repeat=7))
+    best = min(sum(planloc.solve(SITES[side], gauge=distance).value for side in (p, ~p) if side.any())
+               for p in parts)
+    assert found.value == pytest.approx(best, rel=1e-9)
+    assert found.lower_bound <= best * (1 + 1e-12) and found.gap <= 1e-3
+    again = pickle.loads(pickle.dumps(found))
+    assert again.verify() and again.assignment.tolist() == found.assignment.tolist()
+
+
+def test_existing_depots_serve_too():
+    found = planloc.depots([(0, 0), (1, 0), (9, 9), (9, 8)], new=1, existing=[(0.0, 0.0)])
+    assert found.value == pytest.approx(2) and found.assignment.tolist() == [1, 1, 0, 0]
+
+
+@pytest.mark.parametrize("distance", ["l1", "octagon", "euclid"])
+def test_tied_facilities(distance):
+    share = np.random.default_rng(13).uniform(0, 1, (2, 7))
+    answer = planloc.tied(SITES, share=share, flow=[[0, 0.7], [0, 0]], gauge=distance)
+    assert answer.status == "optimal" and pickle.loads(pickle.dumps(answer)).verify()
+    ball = planloc.gauge.parse(distance)
+
+    def value(at):
+        own = sum(planloc.Problem(SITES, share[j], distance).value(*at[j]) for j in range(2))
+        return own + 0.7 * ball(*(at[0] - at[1]))
+
+    assert answer.value == pytest.approx(value(answer.points), rel=1e-12)
+    random = np.random.default_rng(14)
+    for size in np.geomspace(1e-6, 0.3, 60):
+        assert value(answer.points + size * random.normal(size=(2, 2))) >= answer.value * (1 - 1e-12)
+
+
+@pytest.mark.parametrize("call, text", [
+    (lambda: planloc.compare(SITES, weights=[np.ones(7)]), "two rows"),
+    (lambda: planloc.compare(SITES, weights=np.ones((2, 7)), gauge="euclid"), "polyhedral"),
+    (lambda: planloc.depots(SITES, new=-1), "negative"),
+    (lambda: planloc.depots(SITES, new=0), "facility"),
+    (lambda: planloc.tied(SITES, share=np.ones((2, 3)), flow=np.zeros((2, 2))), "7 entries"),
+    (lambda: planloc.tied(SITES, share=np.ones((2, 7)), flow=np.zeros((3, 3))), "2 in all"),
+])  # fmt: skip
+def test_bad_input_is_a_value_error(call, text):
+    with pytest.raises(ValueError, match=text):
+        call()
