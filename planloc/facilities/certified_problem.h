@@ -14,6 +14,7 @@
 #include "planloc/facilities/gauged_sites.h"
 #include "planloc/optimum/problem.h"
 #include "planloc/optimum/solution.h"
+#include "planloc/optimum/tied_facilities.h"
 
 namespace planloc {
 
@@ -52,6 +53,23 @@ inline problem certified_problem(const gauged_sites& data, int k, const order_we
     ++number;
   });
   return {std::move(sites), std::move(gauges), lambda};
+}
+
+// The problem of `N_l1_sum` with any distance and number of new facilities: facility j has weight j
+// of each location, and facilities j < k are tied with V(j, k). Throws `bad_problem` as
+// `tied_problem` does.
+inline tied_problem certified_tied_problem(const facilities& F, std::size_t new_facilities,
+                                           const matrix& V, const gauge& distance) {
+  std::vector<tied_site> sites;
+  for (const location& l : F) sites.push_back({.x = l[0], .y = l[1]});
+  std::vector<double> weights;
+  std::vector<tie> ties;
+  for (std::uint32_t j = 0; j < new_facilities; ++j) {
+    for (const location& l : F) weights.push_back(l.weight(static_cast<int>(j)));
+    for (std::uint32_t k = j + 1; k < new_facilities; ++k)
+      ties.push_back({j, k, V(static_cast<int>(j), static_cast<int>(k))});
+  }
+  return {new_facilities, std::move(sites), {distance}, std::move(weights), std::move(ties)};
 }
 
 // The corners of the set of optima if it is known, else the point; each with one weight, the value.

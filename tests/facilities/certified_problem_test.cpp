@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include "planloc/optimum/minimise.h"
 #include "planloc/optimum/verify.h"
 
@@ -27,6 +29,39 @@ TEST(CertifiedProblem, AgreesWithTheSolversOfFacilities) {
     EXPECT_NEAR(s.value, c.value, 1e-9);
     EXPECT_TRUE(verify(p, s).accepted);
   }
+}
+
+// Up to three new facilities `N_l1_sum` is right; four are another problem for it.
+TEST(CertifiedProblem, TiedFacilitiesAgreeWithLinearPrograms) {
+  std::mt19937 random(1);
+  const auto number = [&] { return 1 + static_cast<double>(random() % 900) / 100; };
+  for (int trial = 0; trial < 30; ++trial) {
+    const int N = 1 + trial % 3;
+    facilities F;
+    for (int i = 0; i < 6; ++i) {
+      location a(2, N);
+      a[0] = number();
+      a[1] = number();
+      for (int j = 0; j < N; ++j) a.weight(j) = number();
+      F.append(a);
+    }
+    matrix V(N, N);
+    for (int j = 0; j < N; ++j)
+      for (int k = j + 1; k < N; ++k) V(j, k) = 3 * number();
+    const tied_problem p = certified_tied_problem(F, static_cast<std::size_t>(N), V, gauge::l1());
+    const tied_solution s = minimise(p);
+    EXPECT_EQ(verify(p, s).gap, 0);
+    EXPECT_NEAR(F.N_l1_sum(N, V, true), s.value, 1e-8 * s.value);
+  }
+  facilities F;
+  F.append(location(2.0, 4.0, 0.0, 0.0, 1.0, 0.0, 0.0, 0.0));
+  F.append(location(2.0, 4.0, 1.0, 0.0, 0.0, 0.0, 0.0, 1.0));
+  matrix V(4, 4);
+  V(0, 3) = 100;
+  const tied_problem p = certified_tied_problem(F, 4, V, gauge::l1());
+  EXPECT_EQ(F.N_l1_sum(4, V, true), 0);
+  EXPECT_EQ(minimise(p).value, 1);
+  EXPECT_TRUE(verify(p, minimise(p)).accepted);
 }
 
 TEST(CertifiedProblem, GaugesByNumber) {
