@@ -1,5 +1,6 @@
 #include "tools/planloc/gauges.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <numbers>
@@ -93,6 +94,17 @@ std::vector<xy> hull_of(const std::vector<xy>& points) {
   return corners;
 }
 
+std::vector<xy> polar_of(const std::vector<xy>& ball) {
+  std::vector<xy> polar;
+  for (std::size_t j = 0; j < ball.size(); ++j) {
+    const xy& u = ball[j];
+    const xy& v = ball[(j + 1) % ball.size()];
+    const double area = u.x * v.y - u.y * v.x;
+    polar.push_back({(v.y - u.y) / area + 0.0, (u.x - v.x) / area + 0.0});
+  }
+  return polar;
+}
+
 std::vector<xy> speed_ball(std::string_view text) {
   constexpr const char* kExpected =
       "speed:DIRECTION=SPEED,... with directions E, NE, N, NW, W, SW, S, SE (or ENE, NNE, ...) and "
@@ -137,6 +149,11 @@ std::vector<std::vector<xy>> read_gauge_file(const std::string& file) {
     balls.push_back(b.vertices);
   }
   return balls;
+}
+
+bool all_polyhedral(const gauge_choice& choice) {
+  return std::all_of(choice.gauges.begin(), choice.gauges.end(),
+                     [](const gauge& g) { return g.kind() == gauge::shape::polyhedral; });
 }
 
 gauge_choice parse_gauges(std::string_view text) {

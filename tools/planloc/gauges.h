@@ -25,6 +25,8 @@ inline constexpr const char* kGaugeNames =
 // does not hold gauges, one of data.
 gauge_choice parse_gauges(std::string_view text);
 
+bool all_polyhedral(const gauge_choice& choice);
+
 // The balls of a gauge file; the first thing that is wrong ends the tool.
 std::vector<std::vector<xy>> read_gauge_file(const std::string& file);
 
@@ -39,6 +41,9 @@ std::vector<xy> speed_ball(std::string_view text);
 
 // The corners of the convex hull, counterclockwise.
 std::vector<xy> hull_of(const std::vector<xy>& points);
+
+// The vertices of the polar ball: for the edge from vertex j to the next one, number j.
+std::vector<xy> polar_of(const std::vector<xy>& ball);
 
 // The polygon for drawing: the ball itself, or one of many corners inside a round one.
 std::vector<xy> ball_outline(const gauge& g);

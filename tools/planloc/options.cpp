@@ -91,6 +91,14 @@ void add_format_option(CLI::App& command, report_format& format) {
       ->type_name("FORMAT");
 }
 
+void add_output_options(CLI::App& command, output_options& options) {
+  command.add_option(
+      "--output", options.output,
+      "Write the sites with their figures, places and areas: .geojson, .gpkg or .csv; - "
+      "is GeoJSON on standard output, in place of the report");
+  command.add_option("--picture", options.picture, "Draw a map: .svg, .pdf or .png");
+}
+
 void add_example(CLI::App& command, const std::string& example) {
   command.footer("\nExample:\n  " + example + "\n");
 }

@@ -50,6 +50,12 @@ void add_search_options(CLI::App& command, search_options& options);
 enum class report_format { text, json, csv };
 void add_format_option(CLI::App& command, report_format& format);
 
+struct output_options {
+  std::string output;   // geographic file or CSV; empty: none
+  std::string picture;  // empty: none
+};
+void add_output_options(CLI::App& command, output_options& options);
+
 // Behind the options of the command's help.
 void add_example(CLI::App& command, const std::string& example);
 

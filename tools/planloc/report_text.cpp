@@ -2,24 +2,13 @@
 
 #include "tools/planloc/numbers.h"
 #include "tools/planloc/report.h"
-#include "tools/planloc/text_table.h"
+#include "tools/planloc/text_page.h"
 
 namespace planloc::tool {
 
 namespace {
 
-constexpr int kPlaceDigits = 8;
 constexpr int kValueDigits = 10;
-
-std::string place_text(const xy& p) {
-  return "(" + rounded(p.x, kPlaceDigits) + ", " + rounded(p.y, kPlaceDigits) + ")";
-}
-
-std::string line(const char* head, const std::string& text) {
-  std::string start = head;
-  start.resize(12, ' ');
-  return start + text + "\n";
-}
 
 std::string proof_text(const solve_report& r) {
   if (!r.lower_bound) return "no lower bound is known";
@@ -31,28 +20,29 @@ std::string proof_text(const solve_report& r) {
 }
 
 std::string optima_text(const solve_report& r) {
-  if (r.whole_plane) return line("Optima", "every place is as good");
+  if (r.whole_plane) return headed_line("Optima", "every place is as good");
   std::string text;
   for (const optimum_piece& piece : r.optima) {
     if (piece.corners.size() < 2) continue;
     std::string corners = piece.corners.size() == 2 ? "a segment:" : "a polygon:";
     for (const xy& c : r.sites.to_input(piece.corners)) corners += " " + place_text(c);
-    text += line("Optima", corners);
+    text += headed_line("Optima", corners);
   }
   return text;
 }
 
 std::string answer_text(const solve_report& r) {
-  if (r.status == "infeasible") return line("Answer", "infeasible: no place is allowed");
+  if (r.status == "infeasible") return headed_line("Answer", "infeasible: no place is allowed");
   if (r.status == "unbounded") {
     std::string text = "unbounded: the value falls without end";
     if (r.direction) text += " towards the direction " + place_text(*r.direction);
-    return line("Answer", text);
+    return headed_line("Answer", text);
   }
-  if (!r.point) return line("Answer", "none was found before the search was stopped");
-  return line(r.status == "stopped" ? "So far" : "Best place",
-              place_text(r.sites.to_input(*r.point)) + ", " + r.sites.describe(*r.point)) +
-         line("Value", rounded(*r.value, kValueDigits) + ", " + proof_text(r)) + optima_text(r);
+  if (!r.point) return headed_line("Answer", "none was found before the search was stopped");
+  return headed_line(r.status == "stopped" ? "So far" : "Best place",
+                     place_text(r.sites.to_input(*r.point)) + ", " + r.sites.describe(*r.point)) +
+         headed_line("Value", rounded(*r.value, kValueDigits) + ", " + proof_text(r)) +
+         optima_text(r);
 }
 
 std::string site_rows(const solve_report& r) {
@@ -74,13 +64,10 @@ std::string site_rows(const solve_report& r) {
 std::string report_text(const solve_report& r) {
   const std::size_t n = r.sites.size();
   std::string text =
-      line("Question", r.objective + " of the weighted distances from " + std::to_string(n) +
-                           (n == 1 ? " site" : " sites") + ", gauge " + r.gauge);
+      headed_line("Question", r.objective + " of the weighted distances from " + std::to_string(n) +
+                                  (n == 1 ? " site" : " sites") + ", gauge " + r.gauge);
   text += answer_text(r);
-  if (const local_projection* p = r.sites.projection()) {
-    text += line("Projection", p->description() + "; lengths in km, wrong by at most " +
-                                   rounded(100 * p->distortion(), 2) + " %");
-  }
+  text += projection_line(r.sites);
   if (!r.figures.empty()) text += "\n" + site_rows(r);
   return text;
 }

@@ -24,6 +24,7 @@ struct site_source {
   bool planar = false;
   bool drop_zero = false;
   bool zero_weights = false;   // 0 is allowed, if another weight of the site is positive
+  bool unweighted = false;     // whatever columns there are
   bool gauge_numbers = false;  // whether the gauges come from a file, so that sites name theirs
   std::size_t gauges = 1;
 };

@@ -118,7 +118,7 @@ site_columns find_columns(const std::string& where, const std::vector<std::strin
   site_columns found;
   if (!geometry || !source.x.empty()) find_coordinates(where, columns, source, finder, found);
   for (const std::string& w : source.weights) found.weights.push_back(finder.need(w, "--weight"));
-  if (source.weights.empty()) {
+  if (source.weights.empty() && !source.unweighted) {
     if (const auto weight = finder.find("weight")) found.weights.push_back(*weight);
   }
   found.name = source.name.empty() ? finder.find("name") : finder.need(source.name, "--name");

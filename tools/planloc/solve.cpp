@@ -3,8 +3,8 @@
 #include <memory>
 
 #include "tools/planloc/command.h"
+#include "tools/planloc/deliver.h"
 #include "tools/planloc/options.h"
-#include "tools/planloc/output_file.h"
 #include "tools/planloc/progress.h"
 #include "tools/planloc/report.h"
 
@@ -18,6 +18,8 @@ struct solve_options {
   objective_options objective;
   search_options search;
   report_format format = report_format::text;
+  output_options output;
+  bool rays = false;
 };
 
 std::string formatted(const solve_report& report, report_format format) {
@@ -27,6 +29,7 @@ std::string formatted(const solve_report& report, report_format format) {
 }
 
 exit_status run_solve(solve_options& options) {
+  check_outputs(options.output);
   const objective goal = options.objective.choice();
   const gauge_choice gauges = options.gauge.choice(options.source);
   const site_plane sites(read_sites(options.source));
@@ -41,7 +44,13 @@ exit_status run_solve(solve_options& options) {
     answer = minimise(question, search);
   }
   const solve_report report = make_report(sites, question, answer, goal.name, gauges.name);
-  write_standard_output(formatted(report, options.format));
+  const auto scene = [&] {
+    map_scene made = scene_of(report);
+    if (options.rays) add_rays(made, report);
+    return made;
+  };
+  deliver(options.output, formatted(report, options.format), sites, scene,
+          [&] { return report_csv(report); });
   return report.status == "stopped" ? exit_status::stopped : exit_status::answered;
 }
 
@@ -56,6 +65,8 @@ void add_solve(CLI::App& app, command& run) {
   add_objective_options(c, options->objective);
   add_search_options(c, options->search);
   add_format_option(c, options->format);
+  add_output_options(c, options->output);
+  c.add_flag("--rays", options->rays, "Draw the directions of the gauges as well");
   add_example(c, "planloc solve towns.csv --weight population --gauge octagon --objective centre");
   c.callback([options, &run] { run = [options] { return run_solve(*options); }; });
 }

@@ -1,6 +1,8 @@
-#include "tools/planloc/text_table.h"
+#include "tools/planloc/text_page.h"
 
 #include <algorithm>
+
+#include "tools/planloc/numbers.h"
 
 namespace planloc::tool {
 
@@ -14,6 +16,25 @@ std::size_t width_of(const std::string& text) {
 }
 
 }  // namespace
+
+std::string headed_line(const char* head, const std::string& text) {
+  constexpr std::size_t kHeadWidth = 12;
+  std::string start = head;
+  start.resize(kHeadWidth, ' ');
+  return start + text + "\n";
+}
+
+std::string place_text(const xy& p) {
+  constexpr int kPlaceDigits = 8;
+  return "(" + rounded(p.x, kPlaceDigits) + ", " + rounded(p.y, kPlaceDigits) + ")";
+}
+
+std::string projection_line(const site_plane& sites) {
+  const local_projection* p = sites.projection();
+  if (p == nullptr) return "";
+  return headed_line("Projection", p->description() + "; lengths in km, wrong by at most " +
+                                       rounded(100 * p->distortion(), 2) + " %");
+}
 
 text_table::text_table(std::vector<std::string> header, std::size_t to_left) : to_left_(to_left) {
   rows_.push_back(std::move(header));
