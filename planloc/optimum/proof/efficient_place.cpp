@@ -1,6 +1,7 @@
 #include "planloc/optimum/proof/efficient_place.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <limits>
 #include <utility>
@@ -18,21 +19,13 @@ mpq_class cross(const fraction_pair& a, const fraction_pair& b) { return a.x * b
 
 double size_of(const xy& v) { return std::fabs(v.x) + std::fabs(v.y); }
 
-// Adjacent terms first, and never in lowest terms: the denominators of different edges have nothing
-// in common.
 template <std::size_t N>
-fractions<N> sum_of(std::vector<fractions<N>> terms) {
-  if (terms.empty()) return {};
-  for (std::size_t width = 1; width < terms.size(); width *= 2) {
-    for (std::size_t k = 0; k + width < terms.size(); k += 2 * width) {
-      fractions<N>& a = terms[k];
-      const fractions<N>& b = terms[k + width];
-      for (std::size_t j = 0; j < N; ++j)
-        a.numerator[j] = a.numerator[j] * b.denominator + b.numerator[j] * a.denominator;
-      a.denominator *= b.denominator;
-    }
-  }
-  return std::move(terms[0]);
+fractions<N> sum_of(const fractions<N>& a, const fractions<N>& b) {
+  fractions<N> sum;
+  for (std::size_t j = 0; j < N; ++j)
+    sum.numerator[j] = a.numerator[j] * b.denominator + b.numerator[j] * a.denominator;
+  sum.denominator = a.denominator * b.denominator;
+  return sum;
 }
 
 template <std::size_t N>
@@ -48,6 +41,7 @@ fractions<N> over_one_denominator(const std::array<mpq_class, N>& q) {
 
 efficient_places::efficient_places(const bicriteria_problem& p)
     : problem_(p), edge_(p.sites().size(), kTied) {
+  std::size_t edges = 0;
   for (const gauge& g : p.gauges()) {
     const std::span<const xy> v = g.vertices();
     std::vector<fraction_pair>& normals = normals_.emplace_back();
@@ -58,7 +52,9 @@ efficient_places::efficient_places(const bicriteria_problem& p)
       normals.push_back({(b.y - a.y) / area, (a.x - b.x) / area});
     }
     sums_.emplace_back(v.size());
+    edges += v.size();
   }
+  tree_.resize(2 * std::bit_ceil(edges));
 }
 
 fraction_pair efficient_places::crossing(const std::array<ray_line, 2>& lines) const {
@@ -144,73 +140,110 @@ void efficient_places::add(std::size_t i, std::uint32_t edge, int sign) {
     sum.x[k] += w * s.x;
     sum.y[k] += w * s.y;
   }
-  if (sign > 0) {
-    ++sum.sites;
-  } else {
-    --sum.sites;
+  sum.changed = true;
+}
+
+// Not in lowest terms, since the denominators of different edges have nothing in common; and by
+// halves, so that most of the sums are of few edges, and few change from place to place.
+void efficient_places::update_sums() {
+  std::size_t node = tree_.size() / 2;
+  std::vector<std::size_t> changed;
+  for (std::size_t g = 0; g < sums_.size(); ++g) {
+    for (std::size_t e = 0; e < sums_[g].size(); ++e, ++node) {
+      edge_sum& s = sums_[g][e];
+      if (!s.changed) continue;
+      s.changed = false;
+      const fraction_pair& n = normals_[g][e];
+      std::array<mpq_class, 6> term;
+      for (std::size_t k = 0; k < 2; ++k) {
+        term[k] = n.x * s.weight[k];
+        term[2 + k] = n.y * s.weight[k];
+        term[4 + k] = -(n.x * s.x[k] + n.y * s.y[k]);
+      }
+      tree_[node] = over_one_denominator(term);
+      changed.push_back(node);
+    }
+  }
+  while (!changed.empty() && changed.front() > 1) {
+    std::vector<std::size_t> above;
+    for (const std::size_t k : changed) {
+      if (above.empty() || above.back() != k / 2) above.push_back(k / 2);
+    }
+    for (const std::size_t k : above) tree_[k] = sum_of(tree_[2 * k], tree_[2 * k + 1]);
+    changed = std::move(above);
   }
 }
 
-efficient_place efficient_places::look(const fraction_pair& at) {
-  efficient_place place{at, {}, {}};
+std::vector<efficient_places::tied_site> efficient_places::move_to(const fraction_pair& at) {
   const xy high{at.x.get_d(), at.y.get_d()};
   const xy low{mpq_class(at.x - high.x).get_d(), mpq_class(at.y - high.y).get_d()};
-  std::vector<std::pair<std::size_t, active_edges>> tied;
+  std::vector<tied_site> tied;
   for (std::size_t i = 0; i < edge_.size(); ++i) {
     const active_edges now = edges_at(i, at, high, low);
     const std::uint32_t edge = now.count == 1 ? now.first : kTied;
-    if (edge == kTied) tied.emplace_back(i, now);
+    if (edge == kTied) tied.push_back({i, now});
     if (edge == edge_[i]) continue;
     if (edge_[i] != kTied) add(i, edge_[i], -1);
     if (edge != kTied) add(i, edge, 1);
     edge_[i] = edge;
   }
-  // Of the sites that are not tied: two slopes and two values.
-  std::vector<fractions<6>> terms;
-  const auto add_term = [&](const fraction_pair& n, const edge_sum& s) {
-    std::array<mpq_class, 6> t;
-    for (std::size_t k = 0; k < 2; ++k) {
-      t[k] = n.x * s.weight[k];
-      t[2 + k] = n.y * s.weight[k];
-      t[4 + k] = n.x * (s.weight[k] * at.x - s.x[k]) + n.y * (s.weight[k] * at.y - s.y[k]);
-    }
-    terms.push_back(over_one_denominator(t));
-  };
-  for (std::size_t g = 0; g < sums_.size(); ++g) {
-    for (std::size_t e = 0; e < sums_[g].size(); ++e) {
-      if (sums_[g][e].sites > 0) add_term(normals_[g][e], sums_[g][e]);
-    }
+  update_sums();
+  return tied;
+}
+
+fractions<2> efficient_places::values_at(const fraction_pair& at,
+                                         const std::vector<tied_site>& tied) const {
+  const affine_sums& rest = tree_[1];
+  const fractions<2> step = over_one_denominator<2>({at.x, at.y});
+  fractions<2> values;
+  for (std::size_t k = 0; k < 2; ++k) {
+    values.numerator[k] = rest.numerator[k] * step.numerator[0] +
+                          rest.numerator[2 + k] * step.numerator[1] +
+                          rest.numerator[4 + k] * step.denominator;
   }
-  const fractions<6> rest = sum_of(std::move(terms));
-  std::vector<fractions<2>> values{{{rest.numerator[4], rest.numerator[5]}, rest.denominator}};
-  for (const auto& [i, tie] : tied) {
+  values.denominator = rest.denominator * step.denominator;
+  for (const auto& [i, edges] : tied) {
     const bicriteria_site& s = problem_.sites()[i];
-    const mpq_class d = dot(normal(i, tie.first), {at.x - s.x, at.y - s.y});
-    values.push_back(over_one_denominator<2>({d * s.weight1, d * s.weight2}));
-    const std::span<const xy> v = problem_.gauge_of(i).vertices();
-    if (tie.count == v.size()) {
-      for (const xy& ray : v) place.bends.push_back({ray, {}});
-    } else {
-      const xy& ray = v[(tie.first + 1) % v.size()];
-      place.bends.push_back({ray, {}});
-      place.bends.push_back({{-ray.x, -ray.y}, {}});
-    }
+    const mpq_class d = dot(normal(i, edges.first), {at.x - s.x, at.y - s.y});
+    values = sum_of(values, over_one_denominator<2>({d * s.weight1, d * s.weight2}));
   }
-  place.values = sum_of(std::move(values));
-  for (bend& b : place.bends) {
-    const fraction_pair d = to_fractions(b.direction);
-    std::vector<fractions<2>> rises;
-    const fractions<2> step = over_one_denominator<2>({d.x, d.y});
-    rises.push_back(
-        {{rest.numerator[0] * step.numerator[0] + rest.numerator[2] * step.numerator[1],
-          rest.numerator[1] * step.numerator[0] + rest.numerator[3] * step.numerator[1]},
-         rest.denominator * step.denominator});
-    for (const auto& [i, tie] : tied) {
-      const mpq_class r = dot(normal(i, edge_towards(i, tie, b.direction)), d);
-      rises.push_back(
-          over_one_denominator<2>({r * problem_.weight(0, i), r * problem_.weight(1, i)}));
+  return values;
+}
+
+std::array<mpz_class, 2> efficient_places::rise_along(const xy& direction,
+                                                      const std::vector<tied_site>& tied) const {
+  const affine_sums& rest = tree_[1];
+  const fraction_pair d = to_fractions(direction);
+  const fractions<2> step = over_one_denominator<2>({d.x, d.y});
+  fractions<2> rise;
+  for (std::size_t k = 0; k < 2; ++k) {
+    rise.numerator[k] =
+        rest.numerator[k] * step.numerator[0] + rest.numerator[2 + k] * step.numerator[1];
+  }
+  rise.denominator = rest.denominator * step.denominator;
+  for (const auto& [i, edges] : tied) {
+    const mpq_class r = dot(normal(i, edge_towards(i, edges, direction)), d);
+    rise = sum_of(rise,
+                  over_one_denominator<2>({r * problem_.weight(0, i), r * problem_.weight(1, i)}));
+  }
+  return rise.numerator;
+}
+
+efficient_place efficient_places::look(const fraction_pair& at) {
+  const std::vector<tied_site> tied = move_to(at);
+  efficient_place place{at, values_at(at, tied), {}};
+  const auto add_bend = [&](const xy& direction) {
+    place.bends.push_back({direction, rise_along(direction, tied)});
+  };
+  for (const auto& [i, edges] : tied) {
+    const std::span<const xy> v = problem_.gauge_of(i).vertices();
+    if (edges.count == v.size()) {
+      for (const xy& ray : v) add_bend(ray);
+    } else {
+      const xy& ray = v[(edges.first + 1) % v.size()];
+      add_bend(ray);
+      add_bend({-ray.x, -ray.y});
     }
-    b.rise = sum_of(std::move(rises)).numerator;
   }
   return place;
 }

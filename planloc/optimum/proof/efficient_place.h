@@ -45,18 +45,31 @@ class efficient_places {
  private:
   struct edge_sum {                         // over the sites that have the edge in force
     std::array<mpq_class, 2> weight, x, y;  // by criterion: of w, w x and w y
-    std::size_t sites = 0;
+    bool changed = false;
   };
+  // Of both criteria, as affine functions: slopes in x, slopes in y, values at the origin.
+  using affine_sums = fractions<6>;
   struct active_edges {  // neighbours, cyclic
     std::uint32_t first, count;
   };
 
+  struct tied_site {
+    std::size_t site;
+    active_edges edges;
+  };
+
+  // The sites that have no single edge in force.
+  std::vector<tied_site> move_to(const fraction_pair& at);
+  fractions<2> values_at(const fraction_pair& at, const std::vector<tied_site>& tied) const;
+  std::array<mpz_class, 2> rise_along(const xy& direction,
+                                      const std::vector<tied_site>& tied) const;
   active_edges edges_at(std::size_t i, const fraction_pair& at, const xy& high,
                         const xy& low) const;
   active_edges exact_edges_at(std::size_t i, const fraction_pair& at) const;
   // Of a tied site, for a step in the direction.
   std::uint32_t edge_towards(std::size_t i, const active_edges& tie, const xy& direction) const;
   void add(std::size_t i, std::uint32_t edge, int sign);
+  void update_sums();
   const fraction_pair& normal(std::size_t i, std::uint32_t edge) const {
     return normals_[problem_.sites()[i].gauge][edge];
   }
@@ -64,6 +77,7 @@ class efficient_places {
   const bicriteria_problem& problem_;
   std::vector<std::vector<fraction_pair>> normals_;  // by gauge and edge
   std::vector<std::vector<edge_sum>> sums_;          // beside it
+  std::vector<affine_sums> tree_;                    // node k is the sum of nodes 2 k and 2 k + 1
   std::vector<std::uint32_t> edge_;                  // by site, as summed; kTied if not
 };
 
