@@ -194,7 +194,11 @@ void allocator::search() {
     result_.points.push_back(ground.absolute(starts.places()[k]));
   }
   detail::alternate_to_optima(problem_, result_, [this] { return expired(); });
-  if (options_.lower_bound) bound(ground);
+  if (result_.value == 0) {
+    result_.lower_bound = 0;
+  } else if (options_.lower_bound) {
+    bound(ground);
+  }
   if (result_.lower_bound && result_.gap() <= options_.relative_gap * result_.value) {
     result_.status = allocation_status::within_gap;
   } else {

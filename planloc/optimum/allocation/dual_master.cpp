@@ -15,6 +15,8 @@ constexpr double kLeastPivot = 1e-7;
 constexpr double kPerturbation = 1e-6;
 constexpr double kNoise = 1e-14;
 constexpr std::size_t kPivotsToAsk = 32;
+constexpr double kLeastShare = 1e-3;  // of a cluster in a solution
+constexpr std::size_t kPromising = 64;
 constexpr std::size_t kClustersPerRow = 16;
 
 }  // namespace
@@ -63,25 +65,66 @@ bool dual_master::at_box() const {
   return false;
 }
 
+// Of the direction in which a column moves the others, roughly.
+double dual_master::steepness(const column& c) {
+  return std::sqrt(static_cast<double>(c.rows.size()) + 1);
+}
+
+std::vector<std::vector<std::uint32_t>> dual_master::foremost(std::size_t count) const {
+  std::vector<std::size_t> rows;
+  for (std::size_t row = 0; row < basis_.size(); ++row) {
+    if (basis_[row] >= fixed_ && level_[row] > kLeastShare) rows.push_back(row);
+  }
+  std::sort(rows.begin(), rows.end(), [this](std::size_t a, std::size_t b) {
+    return level_[a] != level_[b] ? level_[a] > level_[b] : basis_[a] < basis_[b];
+  });
+  if (rows.size() > count) rows.resize(count);
+  std::vector<std::vector<std::uint32_t>> result;
+  for (const std::size_t row : rows) {
+    const std::vector<std::uint32_t>& r = columns_[basis_[row]].rows;
+    result.emplace_back(r.begin(), r.end() - 1);
+  }
+  return result;
+}
+
 double dual_master::reduced_cost(const column& c) const {
   double sum = 0;
   for (const std::uint32_t row : c.rows) sum += dual_[row];
   return c.cost - c.entry * sum;
 }
 
-std::size_t dual_master::entering() const {
-  std::size_t best = columns_.size();
-  double least = 0;
+// Judges all columns and keeps the most promising ones, by the gain for a site covered.
+void dual_master::gather() {
+  promising_.clear();
+  double scale = 0;
+  for (const double y : dual_) scale = std::max(scale, std::fabs(y));
+  least_gain_ = -kTolerance * scale;
+  std::vector<std::pair<double, std::size_t>> found;
   for (std::size_t k = 0; k < columns_.size(); ++k) {
     if (basic_[k] != 0) continue;
     const double d = reduced_cost(columns_[k]);
-    if (d >= least) continue;
-    least = d;
-    best = k;
+    if (d < least_gain_) found.emplace_back(d / steepness(columns_[k]), k);
   }
-  double scale = 0;
-  for (const double y : dual_) scale = std::max(scale, std::fabs(y));
-  return least < -kTolerance * scale ? best : columns_.size();
+  std::sort(found.begin(), found.end());
+  if (found.size() > kPromising) found.resize(kPromising);
+  for (const auto& f : found) promising_.push_back(f.second);
+}
+
+std::size_t dual_master::entering() {
+  for (int round = 0; round < 2; ++round) {
+    std::size_t best = columns_.size();
+    double least = 0;
+    for (const std::size_t k : promising_) {
+      if (basic_[k] != 0) continue;
+      const double d = reduced_cost(columns_[k]);
+      if (d >= least_gain_ || d / steepness(columns_[k]) >= least) continue;
+      least = d / steepness(columns_[k]);
+      best = k;
+    }
+    if (best < columns_.size()) return best;
+    gather();
+  }
+  return columns_.size();
 }
 
 // inverse times a column.
@@ -208,6 +251,7 @@ void dual_master::drop_idle() {
 bool dual_master::solve(const std::function<bool()>& expired) {
   compute();
   drop_idle();
+  gather();
   for (std::size_t k = entering(); k < columns_.size(); k = entering()) {
     if (pivots_ % kPivotsToAsk == 0 && expired()) return false;
     if (!pivot(k)) return false;

@@ -34,6 +34,8 @@ class dual_master {
   double facility_price() const { return -dual_[sites_]; }
   // Whether the box holds back some price.
   bool at_box() const;
+  // The sites of the clusters with the largest shares in the solution, at most `count`.
+  std::vector<std::vector<std::uint32_t>> foremost(std::size_t count) const;
   std::size_t clusters() const { return columns_.size() - fixed_; }
 
  private:
@@ -44,7 +46,9 @@ class dual_master {
   };
 
   double reduced_cost(const column& c) const;
-  std::size_t entering() const;
+  static double steepness(const column& c);
+  void gather();
+  std::size_t entering();
   void transform(const column& c);
   std::size_t leaving() const;
   bool pivot(std::size_t in);
@@ -58,9 +62,11 @@ class dual_master {
   std::size_t fixed_;  // first: a site too few, a site too many, a facility unused
   std::vector<column> columns_;
   std::set<std::vector<std::uint32_t>> known_;
-  std::vector<std::size_t> basis_;  // of each row
-  std::vector<char> basic_;         // of each column
-  std::vector<double> inverse_;     // by columns
+  std::vector<std::size_t> basis_;      // of each row
+  std::vector<std::size_t> promising_;  // columns that could come in
+  double least_gain_ = 0;
+  std::vector<char> basic_;      // of each column
+  std::vector<double> inverse_;  // by columns
   std::vector<double> right_;
   std::vector<double> level_;  // of each basic column
   std::vector<double> dual_;

@@ -87,12 +87,14 @@ std::vector<xy> local_search::draw_places() {
     places.push_back(ground_.place_of(slot));
     serve(ground_.from_site(slot, scratch_));
   }
-  places.insert(places.end(), ground_.existing.begin(), ground_.existing.end());
   return places;
 }
 
-void local_search::start() {
-  now_.emplace(ground_.table, draw_places());
+void local_search::start() { start_from(draw_places()); }
+
+void local_search::start_from(std::vector<xy> places) {
+  places.insert(places.end(), ground_.existing.begin(), ground_.existing.end());
+  now_.emplace(ground_.table, std::move(places));
   descend();
   best_ = now_;
 }

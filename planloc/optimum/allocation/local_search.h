@@ -50,6 +50,8 @@ class local_search {
 
   // From drawn sites down to where neither alternation nor an interchange helps.
   void start();
+  // The same from given places of the new facilities.
+  void start_from(std::vector<xy> places);
   // Throws `reach` facilities elsewhere, the next time more of them unless that helped.
   void shake();
 

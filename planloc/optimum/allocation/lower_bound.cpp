@@ -7,6 +7,7 @@
 #include <optional>
 #include <utility>
 
+#include "planloc/optimum/allocation/assignment.h"
 #include "planloc/optimum/allocation/dual_master.h"
 #include "planloc/optimum/allocation/place_finder.h"
 #include "planloc/optimum/allocation/price_search.h"
@@ -16,13 +17,18 @@ namespace planloc::detail {
 
 namespace {
 
-// Of the value: what roundings in the bound may come to, and more.
+// Of the sum of prices: what roundings in the bound may come to, and more.
 constexpr double kMargin = 1e-10;
 constexpr double kShareOfGap = 0.1;  // that the search for the least price may leave
 constexpr double kNarrower = 0.7;
+constexpr double kSomewhatWider = 1.3;
 constexpr double kWider = 8;
 // Of the price of a facility: places that gain this much are improved into clusters.
 constexpr double kGoodShare = 0.9;
+constexpr double kLeastShare = 0.02;
+constexpr double kNextPrice = 1.5;
+constexpr double kLeastWidth = 1e-3;
+constexpr double kFirstWidth = 0.15;
 constexpr int kMostSteps = 20;
 
 class column_generation {
@@ -31,7 +37,7 @@ class column_generation {
                     const std::function<bool()>& expired, const std::function<void(double)>& told)
       : ground_(ground),
         answer_(a),
-        goal_(std::max(goal, 100 * kMargin * a.value)),
+        goal_(goal),
         expired_(expired),
         told_(told),
         service_(ground.table, places()),
@@ -45,6 +51,7 @@ class column_generation {
     while (answer_.value - bound_ > goal_ && !expired_()) {
       master_.set_box(middle_, half_width_);
       if (!master_.solve(expired_)) break;
+      round();
       if (!price()) break;
     }
     if (bound_ > -std::numeric_limits<double>::infinity()) claim();
@@ -69,27 +76,21 @@ class column_generation {
     return m;
   }
 
-  // Prices between the distances from the nearest facility and from the next.
-  void start() {
-    double sum = 0;
-    for (const service::link& l : service_.links()) {
-      middle_.push_back((l.to_first + l.to_second) / 2);
-      sum += middle_.back();
-    }
-    half_width_ = sum / static_cast<double>(middle_.size());
-    for (std::uint32_t k = 0; k < answer_.points.size(); ++k) {
-      const std::span<const std::uint32_t> slots = service_.served_by(k);
-      if (!slots.empty()) add({slots.begin(), slots.end()}, service_.places()[k]);
-    }
-    for (std::uint32_t i = 0; i < middle_.size(); ++i) add({i}, ground_.place_of(i));
-  }
-
+  void start();
+  std::vector<double> prices_for(double facility_price);
   void add(std::vector<std::uint32_t> slots, const xy& start) {
     if (master_.knows(slots)) return;
     const double cost = find_place_(slots, start).value;
     master_.add_cluster(std::move(slots), cost);
   }
 
+  // Of the search for the least price; not beyond what doubles can tell.
+  double tolerance(double gap, double sum_of_prices) const {
+    const auto count = static_cast<double>(answer_.points.size());
+    return std::max(kShareOfGap * gap, kMargin / 10 * sum_of_prices) / count;
+  }
+  double master_value() const;
+  void round();
   bool price();
   bool take(const std::vector<double>& prices, double bound);
   void improve(xy at, std::span<const double> prices);
@@ -112,6 +113,44 @@ class column_generation {
   bool fine_ = false;
 };
 
+// Prices between the distances from the nearest facility and from the next, so that each facility
+// gains as much.
+std::vector<double> column_generation::prices_for(double facility_price) {
+  const std::span<const service::link> links = service_.links();
+  std::vector<double> spare(service_.places().size(), 0);
+  for (const service::link& l : links) spare[l.first] += l.to_second - l.to_first;
+  std::vector<double> prices;
+  for (std::size_t i = 0; i < links.size(); ++i) {
+    const service::link& l = links[i];
+    const double share = spare[l.first] > facility_price ? facility_price / spare[l.first] : 1.0;
+    prices.push_back(std::min(most_[i], l.to_first + share * (l.to_second - l.to_first)));
+  }
+  return prices;
+}
+
+// The best of such prices, whatever a facility gains; and the clusters of the answer.
+void column_generation::start() {
+  const auto count = static_cast<double>(answer_.points.size());
+  double spare = answer_.value * kLeastWidth;
+  for (const service::link& l : service_.links()) spare += l.to_second - l.to_first;
+  for (double price = spare / count; price > kLeastShare * spare / count; price /= kNextPrice) {
+    const std::vector<double> prices = prices_for(price);
+    const double sum = std::accumulate(prices.begin(), prices.end(), 0.0);
+    const std::optional<double> least =
+        search_.run(prices, 0, tolerance(answer_.value, sum), expired_);
+    if (!least) return;
+    if (!take(prices, sum + count * *least)) continue;
+    const double gain = std::max(sum - answer_.value, kLeastWidth * answer_.value);
+    half_width_ = kFirstWidth * gain / static_cast<double>(prices.size());
+    for (const price_search::met& m : search_.places()) improve(m.at, prices);
+  }
+  for (std::uint32_t k = 0; k < answer_.points.size(); ++k) {
+    const std::span<const std::uint32_t> slots = service_.served_by(k);
+    if (!slots.empty()) add({slots.begin(), slots.end()}, service_.places()[k]);
+  }
+  for (std::uint32_t i = 0; i < middle_.size(); ++i) add({i}, ground_.place_of(i));
+}
+
 // Alternates between the sites that gain at a place and the best place for them.
 void column_generation::improve(xy at, std::span<const double> prices) {
   std::vector<std::uint32_t> slots;
@@ -127,12 +166,39 @@ void column_generation::improve(xy at, std::span<const double> prices) {
   if (!slots.empty()) add(std::move(slots), at);
 }
 
+double column_generation::master_value() const {
+  const auto count = static_cast<double>(answer_.points.size());
+  return std::accumulate(master_.prices().begin(), master_.prices().end(),
+                         -count * master_.facility_price());
+}
+
+// Where the master knows of something better than the answer, its foremost clusters are places to
+// descend from.
+void column_generation::round() {
+  if (master_.at_box() || master_value() > answer_.value - goal_) return;
+  std::vector<xy> places;
+  for (const auto& slots : master_.foremost(answer_.points.size())) {
+    places.push_back(find_place_(slots, ground_.place_of(slots[0])).at);
+  }
+  if (places.size() < answer_.points.size()) return;
+  local_search search(ground_, 0, expired_);
+  search.start_from(std::move(places));
+  allocation next;
+  next.counters = answer_.counters;
+  for (std::size_t k = 0; k < answer_.points.size(); ++k) {
+    next.points.push_back(ground_.absolute(search.best_places()[k]));
+  }
+  alternate_to_optima(ground_.problem, next, expired_);
+  if (next.value < answer_.value) answer_ = std::move(next);
+}
+
 bool column_generation::price() {
   const std::vector<double> prices(master_.prices().begin(), master_.prices().end());
   const auto count = static_cast<double>(answer_.points.size());
   const double gap = fine_ ? goal_ : std::clamp(answer_.value - bound_, goal_, answer_.value);
+  const double sum = std::accumulate(prices.begin(), prices.end(), 0.0);
   const std::optional<double> least =
-      search_.run(prices, -master_.facility_price(), kShareOfGap * gap / count, expired_);
+      search_.run(prices, -master_.facility_price(), tolerance(gap, sum), expired_);
   answer_.counters.cells = search_.cells();
   if (!least) return false;
   ++answer_.counters.prices;
@@ -140,28 +206,33 @@ bool column_generation::price() {
   for (const price_search::met& m : search_.places()) {
     if (m.value < -kGoodShare * master_.facility_price()) improve(m.at, prices);
   }
-  const bool better = take(prices, std::accumulate(prices.begin(), prices.end(), count * *least));
-  if (master_.clusters() > before) {
-    if (!better) half_width_ *= kNarrower;
+  const bool better = take(prices, sum + count * *least);
+  if (better) {
+    if (master_.at_box()) half_width_ *= kSomewhatWider;
     return true;
   }
-  if (better) return true;
+  if (master_.clusters() > before) {
+    half_width_ *= kNarrower;
+    return true;
+  }
   half_width_ *= kWider;
   // Inside of the box nothing is left to gain but what the search for the least price leaves open.
   return master_.at_box() || !std::exchange(fine_, true);
 }
 
-// A better bound moves the box.
+// A better bound moves the box. False if it is hardly better.
 bool column_generation::take(const std::vector<double>& prices, double bound) {
   if (!(bound > bound_)) return false;
+  const bool much = bound > bound_ + kShareOfGap * goal_;
   bound_ = bound;
   best_prices_ = middle_ = prices;
   if (told_) told_(bound_);
-  return true;
+  return much;
 }
 
 void column_generation::claim() {
-  answer_.lower_bound = std::max(0.0, bound_ - kMargin * answer_.value);
+  const double sum = std::accumulate(best_prices_.begin(), best_prices_.end(), 0.0);
+  answer_.lower_bound = std::max(0.0, bound_ - kMargin * sum);
   answer_.prices.assign(best_prices_.size(), 0);
   for (std::size_t slot = 0; slot < best_prices_.size(); ++slot) {
     answer_.prices[ground_.table.site[slot]] = best_prices_[slot];

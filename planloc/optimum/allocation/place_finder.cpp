@@ -119,21 +119,22 @@ placed place_finder::newton(std::span<const std::uint32_t> slots, const xy& star
 
 // ----- Any distance -----
 
-evaluation place_finder::evaluate(std::span<const std::uint32_t> slots, const xy& at) const {
+evaluation sum_of_distances(const distance_table& table, std::span<const std::uint32_t> slots,
+                            const xy& at) {
   evaluation e{at, 0, {0, 0}};
   for (const std::uint32_t s : slots) {
-    const distance_table::linear_piece piece = table_.piece(s, at);
+    const distance_table::linear_piece piece = table.piece(s, at);
     e.value += piece.distance;
     e.slope.x += piece.slope.x;
     e.slope.y += piece.slope.y;
   }
   // At a site with a smooth gauge any slope in the polar of its ball will do.
   for (const std::uint32_t s : slots) {
-    const gauge_block& b = table_.blocks[table_.block_of[s]];
-    if (b.kind == gauge::shape::polyhedral || table_.x[s] != at.x || table_.y[s] != at.y) continue;
+    const gauge_block& b = table.blocks[table.block_of[s]];
+    if (b.kind == gauge::shape::polyhedral || table.x[s] != at.x || table.y[s] != at.y) continue;
     const double norm = b.kind == gauge::shape::euclidean ? std::hypot(e.slope.x, e.slope.y)
                                                           : gauge::lp(b.p / (b.p - 1))(e.slope);
-    const double left = norm <= table_.weight[s] ? 0 : 1 - table_.weight[s] / norm;
+    const double left = norm <= table.weight[s] ? 0 : 1 - table.weight[s] / norm;
     e.slope = {left * e.slope.x, left * e.slope.y};
   }
   return e;
@@ -152,7 +153,7 @@ placed place_finder::cutting_planes(std::span<const std::uint32_t> slots, const 
     nearest = {table_.x[s], table_.y[s]};
   }
   if (reach == 0) return {start, 0};
-  evaluation best = evaluate(slots, start);
+  evaluation best = sum_of_distances(table_, slots, start);
   cut_model model(best, start, reach);
   const auto take = [&](const evaluation& e) {
     model.add(e);
@@ -160,7 +161,7 @@ placed place_finder::cutting_planes(std::span<const std::uint32_t> slots, const 
     best = e;
     model.recentre(e.at);
   };
-  if (nearest != start) take(evaluate(slots, nearest));
+  if (nearest != start) take(sum_of_distances(table_, slots, nearest));
   for (int k = 0; k < kMostCuts; ++k) {
     model.solve();
     const double gap = best.value - model.bound();
@@ -170,7 +171,7 @@ placed place_finder::cutting_planes(std::span<const std::uint32_t> slots, const 
       continue;
     }
     const xy at = model.minimiser();
-    take(evaluate(slots, at));
+    take(sum_of_distances(table_, slots, at));
   }
   return {best.at, best.value};
 }

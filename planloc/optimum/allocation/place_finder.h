@@ -16,6 +16,10 @@ struct placed {
   double value;
 };
 
+// The sum of the distances of some slots, and a subgradient: one that shows an optimum at a site.
+evaluation sum_of_distances(const distance_table& table, std::span<const std::uint32_t> slots,
+                            const xy& at);
+
 // Scratch for solves; one a thread.
 class place_finder {
  public:
@@ -33,7 +37,6 @@ class place_finder {
   placed newton(std::span<const std::uint32_t> slots, const xy& start);
   euclidean_step step_at(const xy& at) const;
   placed cutting_planes(std::span<const std::uint32_t> slots, const xy& start) const;
-  evaluation evaluate(std::span<const std::uint32_t> slots, const xy& at) const;
 
   const distance_table& table_;
   bool euclidean_ = true;  // all of them

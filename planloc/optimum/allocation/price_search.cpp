@@ -4,15 +4,33 @@
 #include <array>
 #include <cmath>
 
+#include "planloc/optimum/allocation/place_finder.h"
+#include "planloc/optimum/convex/cut_model.h"
+
 namespace planloc::detail {
 
 namespace {
 
 constexpr int kParts = 32;      // of the region, in each direction
 constexpr int kMostDepth = 60;  // of halvings: where doubles end
-constexpr std::size_t kCellsToAsk = 4096;
+constexpr std::size_t kCellsToAsk = 512;
+constexpr std::size_t kMostOpen = 2;  // sites of a cell whose sums are minimised one by one
+constexpr int kMostCuts = 24;
+constexpr double kOutwards = 1 + 1e-12;
 
 }  // namespace
+
+// At a corner of the square of half side 1.
+double price_search::widest(const gauge_block& b) const {
+  if (b.kind == gauge::shape::euclidean) return std::sqrt(2);
+  if (b.kind == gauge::shape::lp) return std::pow(2, 1 / b.p);
+  double most = 0;
+  for (std::uint32_t j = b.first_edge; j < b.first_edge + b.edges; ++j) {
+    const xy& n = table_.edges[j].normal;
+    most = std::max(most, std::fabs(n.x) + std::fabs(n.y));
+  }
+  return most;
+}
 
 price_search::price_search(const distance_table& table) : table_(table) {
   for (const gauge_block& b : table.blocks) {
@@ -26,6 +44,7 @@ price_search::price_search(const distance_table& table) : table_(table) {
       }
     }
     reach_.push_back(most);
+    widest_.push_back(widest(b));
   }
 }
 
@@ -38,11 +57,11 @@ double price_search::value(std::span<const double> prices, const xy& at) const {
 }
 
 // A site gains only within its price; so nowhere else is the sum below 0.
-std::optional<xy_box> price_search::region(std::span<const double> prices) {
+std::optional<price_search::square> price_search::region(std::span<const double> prices) {
   std::optional<xy_box> box;
   for (std::uint32_t i = 0; i < prices.size(); ++i) {
     if (!(prices[i] > 0)) continue;
-    stack_.push_back({i, prices[i]});
+    stack_.push_back({i, prices[i], true});
     const double r = prices[i] / table_.weight[i] * reach_[table_.block_of[i]];
     const xy low{table_.x[i] - r, table_.y[i] - r};
     const xy high{table_.x[i] + r, table_.y[i] + r};
@@ -50,7 +69,9 @@ std::optional<xy_box> price_search::region(std::span<const double> prices) {
     box->extend(low);
     box->extend(high);
   }
-  return box;
+  if (!box) return std::nullopt;
+  const xy centre{(box->low.x + box->high.x) / 2, (box->low.y + box->high.y) / 2};
+  return square{centre, std::max(box->high.x - centre.x, box->high.y - centre.y) * kOutwards};
 }
 
 std::optional<double> price_search::run(std::span<const double> prices, double known,
@@ -61,72 +82,127 @@ std::optional<double> price_search::run(std::span<const double> prices, double k
   tolerance_ = tolerance;
   expired_ = &expired;
   ended_ = false;
-  const std::optional<xy_box> box = region(prices);
-  if (!box) return 0;
-  const std::size_t all = stack_.size();
-  const double half_x = (box->high.x - box->low.x) / (2 * kParts);
-  const double half_y = (box->high.y - box->low.y) / (2 * kParts);
+  const std::optional<square> all = region(prices);
+  if (!all) return 0;
+  const std::size_t end = stack_.size();
+  const double half = all->half / kParts;
+  const xy first{all->centre.x - all->half + half, all->centre.y - all->half + half};
   for (int i = 0; i < kParts && !ended_; ++i) {
     for (int j = 0; j < kParts && !ended_; ++j) {
       met best{{0, 0}, 0};
       here_ = &best;
-      visit({{box->low.x + (2 * i + 1) * half_x, box->low.y + (2 * j + 1) * half_y},
-             half_x * (1 + 1e-12),
-             half_y * (1 + 1e-12)},
-            0, all, 0);
+      visit({{first.x + 2 * i * half, first.y + 2 * j * half}, half * kOutwards}, 0, end, 0);
       if (best.value < 0) places_.push_back(best);
     }
   }
   if (ended_) return std::nullopt;
-  return bound_;
+  return bound_ - tolerance_ / 2;
+}
+
+void price_search::meet(const xy& at, double value) {
+  if (value < here_->value) *here_ = {at, value};
+  least_ = std::min(least_, value);
 }
 
 // Each distance is replaced by its tangent at the centre, which is nowhere above it; then the sum
 // is concave, and least at a corner. Leaves the sites that can gain in the cell on top of the
 // stack.
-price_search::view price_search::look(const rectangle& cell, std::size_t begin, std::size_t end) {
+price_search::view price_search::look(const square& cell, std::size_t begin, std::size_t end) {
   ++cells_;
   std::array<double, 4> corner{};
   double centre = 0;
+  std::size_t open = 0;
   for (std::size_t k = begin; k < end; ++k) {
-    const priced_site s = stack_[k];
+    priced_site s = stack_[k];
     const distance_table::linear_piece piece = table_.piece(s.slot, cell.centre);
     const double gain = piece.distance - s.price;
-    const double by_x = piece.slope.x * cell.half_x;
-    const double by_y = piece.slope.y * cell.half_y;
+    const double by_x = piece.slope.x * cell.half;
+    const double by_y = piece.slope.y * cell.half;
     if (gain - std::fabs(by_x) - std::fabs(by_y) >= 0) continue;
     centre += std::min(0.0, gain);
     corner[0] += std::min(0.0, gain + by_x + by_y);
     corner[1] += std::min(0.0, gain + by_x - by_y);
     corner[2] += std::min(0.0, gain - by_x + by_y);
     corner[3] += std::min(0.0, gain - by_x - by_y);
+    const double rise = table_.weight[s.slot] * widest_[table_.block_of[s.slot]] * cell.half;
+    s.open = s.open && gain + rise > 0;
+    open += s.open ? 1 : 0;
     stack_.push_back(s);
   }
-  return {*std::min_element(corner.begin(), corner.end()), centre};
+  return {*std::min_element(corner.begin(), corner.end()), centre, open};
 }
 
-void price_search::visit(const rectangle& cell, std::size_t begin, std::size_t end, int depth) {
+void price_search::visit(const square& cell, std::size_t begin, std::size_t end, int depth) {
   if (cells_ % kCellsToAsk == 0 && (*expired_)()) ended_ = true;
   if (ended_) return;
   const std::size_t top = stack_.size();
   const view v = look(cell, begin, end);
-  if (v.at_centre < here_->value) *here_ = {cell.centre, v.at_centre};
-  least_ = std::min(least_, v.at_centre);
+  meet(cell.centre, v.at_centre);
   if (v.bound >= least_ - tolerance_ || depth == kMostDepth) {
     bound_ = std::min(bound_, v.bound);
-  } else {
+  } else if (v.open > kMostOpen || !close(cell, top)) {
     divide(cell, top, depth);
   }
   stack_.resize(top);
 }
 
-void price_search::divide(const rectangle& cell, std::size_t begin, int depth) {
+void price_search::divide(const square& cell, std::size_t begin, int depth) {
   const std::size_t end = stack_.size();
-  const double x = cell.half_x / 2;
-  const double y = cell.half_y / 2;
-  for (const auto& [sx, sy] : {std::pair(-1, -1), {-1, 1}, {1, -1}, {1, 1}}) {
-    visit({{cell.centre.x + sx * x, cell.centre.y + sy * y}, x, y}, begin, end, depth + 1);
+  const double h = cell.half / 2;
+  for (const auto& [x, y] : {std::pair(-h, -h), {-h, h}, {h, -h}, {h, h}}) {
+    visit({{cell.centre.x + x, cell.centre.y + y}, h}, begin, end, depth + 1);
   }
+}
+
+// A sum of min(0, d_i - price_i) is the least of the sums of d_i - price_i over all choices of
+// sites. Where few are open to choice, each sum is minimised on its own: it is convex.
+bool price_search::close(const square& cell, std::size_t begin) {
+  std::vector<priced_site> open;
+  std::vector<std::uint32_t> sure;
+  double sure_prices = 0;
+  for (std::size_t k = begin; k < stack_.size(); ++k) {
+    if (stack_[k].open) {
+      open.push_back(stack_[k]);
+    } else {
+      sure.push_back(stack_[k].slot);
+      sure_prices += stack_[k].price;
+    }
+  }
+  double bound = 0;
+  for (std::size_t choice = 0; choice < std::size_t{1} << open.size(); ++choice) {
+    chosen_ = sure;
+    double prices = sure_prices;
+    for (std::size_t k = 0; k < open.size(); ++k) {
+      if ((choice >> k & 1) == 0) continue;
+      chosen_.push_back(open[k].slot);
+      prices += open[k].price;
+    }
+    if (chosen_.empty()) continue;
+    const std::optional<double> least = least_sum(cell, prices);
+    if (!least) return false;
+    bound = std::min(bound, *least);
+  }
+  bound_ = std::min(bound_, bound);
+  return true;
+}
+
+// Cutting planes; none if they do not come near enough.
+std::optional<double> price_search::least_sum(const square& cell, double prices) {
+  evaluation e = sum_of_distances(table_, chosen_, cell.centre);
+  double best = e.value;
+  cut_model model(e, cell.centre, cell.half);
+  for (int k = 0; k < kMostCuts; ++k) {
+    meet(e.at, e.value - prices);
+    model.solve();
+    const double bound = model.bound() - prices;
+    if (bound >= least_ - tolerance_ || bound >= best - prices - tolerance_ / 2) return bound;
+    e = sum_of_distances(table_, chosen_, model.minimiser());
+    model.add(e);
+    if (e.value >= best) continue;
+    best = e.value;
+    model.recentre(e.at);
+  }
+  return std::nullopt;
 }
 
 }  // namespace planloc::detail

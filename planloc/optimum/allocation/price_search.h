@@ -1,6 +1,5 @@
 // The least of the priced problem of one facility, sum over i of min(0, d_i(x) - price_i): which
-// sites would gain the most together if a facility came. Branch and bound over rectangles.
-// Internal.
+// sites would gain the most together if a facility came. Branch and bound over squares. Internal.
 #ifndef PLANLOC_OPTIMUM_ALLOCATION_PRICE_SEARCH_H_
 #define PLANLOC_OPTIMUM_ALLOCATION_PRICE_SEARCH_H_
 
@@ -24,7 +23,8 @@ class price_search {
   // The priced sum at a place.
   double value(std::span<const double> prices, const xy& at) const;
 
-  // A bound below the least value, within `tolerance` of it; none if `expired` ended the search.
+  // A bound below the least value, within twice the tolerance of it, and half of it away from what
+  // could only just be shown; none if `expired` ended the search.
   // `known` is a value that is taken somewhere.
   std::optional<double> run(std::span<const double> prices, double known, double tolerance,
                             const std::function<bool()>& expired);
@@ -41,24 +41,32 @@ class price_search {
   struct priced_site {
     std::uint32_t slot;
     double price;
+    bool open;  // whether it gains in a part of the cell only, or may do so
   };
-  struct rectangle {
+  struct square {
     xy centre;
-    double half_x, half_y;
+    double half;
   };
   struct view {
     double bound;
     double at_centre;
+    std::size_t open;
   };
 
-  std::optional<xy_box> region(std::span<const double> prices);
-  void divide(const rectangle& cell, std::size_t begin, int depth);
-  void visit(const rectangle& cell, std::size_t begin, std::size_t end, int depth);
-  view look(const rectangle& cell, std::size_t begin, std::size_t end);
+  double widest(const gauge_block& b) const;
+  std::optional<square> region(std::span<const double> prices);
+  void divide(const square& cell, std::size_t begin, int depth);
+  void visit(const square& cell, std::size_t begin, std::size_t end, int depth);
+  view look(const square& cell, std::size_t begin, std::size_t end);
+  bool close(const square& cell, std::size_t begin);
+  std::optional<double> least_sum(const square& cell, double prices);
+  void meet(const xy& at, double value);
 
   const distance_table& table_;
-  std::vector<double> reach_;       // of each block: |u| <= reach * gauge(u), in x and y
-  std::vector<priced_site> stack_;  // along the walk: the sites that can gain in a cell
+  std::vector<double> reach_;          // of each block: |x|, |y| <= reach * gauge((x, y))
+  std::vector<double> widest_;         // of each block: gauge((x, y)) <= widest if |x|, |y| <= 1
+  std::vector<priced_site> stack_;     // along the walk: the sites that can gain in a cell
+  std::vector<std::uint32_t> chosen_;  // scratch
   std::vector<met> places_;
   met* here_ = nullptr;
   double least_ = 0;

@@ -87,7 +87,7 @@ class allocation_checker {
       proved = value.low;
     } else if (answer_.one_facility) {
       proved = bound_of_one();
-    } else if (!answer_.prices.empty()) {
+    } else if (!answer_.prices.empty() && *answer_.lower_bound > 0) {
       detail::prove_prices(problem_, answer_.prices, *answer_.lower_bound);
       proved = *answer_.lower_bound;
     }

@@ -15,6 +15,12 @@ constexpr int kMostDepth = 100;
 constexpr double kRounding = 0x1p-50;
 constexpr double kOutwards = 1 + 0x1p-40;
 
+constexpr std::size_t kMostOpen = 2;
+constexpr int kMixtures = 3;
+
+// Left and low, right and low, left and high, right and high.
+using corner_values = std::array<double, 4>;
+
 struct rectangle {
   double left, right, low, high;
 };
@@ -48,18 +54,17 @@ class price_walk {
  private:
   const planloc::problem& problem() const { return sites_.owner(); }
 
-  // The sites from `begin` on are those that can gain in the rectangle.
+  // The open sites from `begin` on are those that can gain in the rectangle.
   void visit(const rectangle& r, std::size_t begin, int depth) {
     const std::size_t end = open_.size();
-    if (bound(r, begin, end) < least_) {
+    if (bound(r, begin, end) < least_ && !sums_reach(r, end)) {
       if (depth == kMostDepth) refuse("the prices do not prove the lower bound");
       const double x = r.left + (r.right - r.left) / 2;
       const double y = r.low + (r.high - r.low) / 2;
-      const std::size_t kept = end;
-      visit({r.left, x, r.low, y}, kept, depth + 1);
-      visit({x, r.right, r.low, y}, kept, depth + 1);
-      visit({r.left, x, y, r.high}, kept, depth + 1);
-      visit({x, r.right, y, r.high}, kept, depth + 1);
+      visit({r.left, x, r.low, y}, end, depth + 1);
+      visit({x, r.right, r.low, y}, end, depth + 1);
+      visit({r.left, x, y, r.high}, end, depth + 1);
+      visit({x, r.right, y, r.high}, end, depth + 1);
     }
     open_.resize(end);
   }
@@ -69,11 +74,11 @@ class price_walk {
   // is off by as many roundings as there are terms at most.
   double bound(const rectangle& r, std::size_t begin, std::size_t end) {
     const xy middle{r.left + (r.right - r.left) / 2, r.low + (r.high - r.low) / 2};
-    std::array<double, 4> sum{};
+    corner_values sum{};
     double at_middle = 0;
     for (std::size_t k = begin; k < end; ++k) {
       const std::uint32_t i = open_[k];
-      const std::array<double, 4> gain = gains(i, r, middle);
+      const corner_values gain = gains(i, r, middle);
       if (*std::min_element(gain.begin(), gain.end()) >= 0) continue;
       open_.push_back(i);
       for (std::size_t c = 0; c < 4; ++c) sum[c] += std::min(0.0, gain[c]);
@@ -84,9 +89,90 @@ class price_walk {
     return *std::min_element(sum.begin(), sum.end()) * (1 + (terms + 1) * kRounding);
   }
 
+  // The sum of min(0, d_i - price_i) is the least of the sums of d_i - price_i over all choices of
+  // sites; those that surely gain on all of the rectangle are in each choice that matters. Whether
+  // all these convex sums are nowhere below `least_`.
+  bool sums_reach(const rectangle& r, std::size_t begin) const {
+    std::vector<std::uint32_t> sure;
+    std::vector<std::uint32_t> open;
+    for (std::size_t k = begin; k < open_.size(); ++k) {
+      (gains_everywhere(open_[k], r) ? sure : open).push_back(open_[k]);
+      if (open.size() > kMostOpen) return false;
+    }
+    for (std::size_t choice = 0; choice < std::size_t{1} << open.size(); ++choice) {
+      std::vector<std::uint32_t> chosen = sure;
+      for (std::size_t k = 0; k < open.size(); ++k) {
+        if ((choice >> k & 1) != 0) chosen.push_back(open[k]);
+      }
+      if (!sum_reaches(r, chosen)) return false;
+    }
+    return true;
+  }
+
+  // A distance is convex, so at most its price everywhere if it is at the corners.
+  bool gains_everywhere(std::uint32_t i, const rectangle& r) const {
+    for (const double x : {r.left, r.right}) {
+      for (const double y : {r.low, r.high}) {
+        if (!(sites_.distance(i, {interval(x), interval(y)}).high <= prices_[i])) return false;
+      }
+    }
+    return true;
+  }
+
+  // Mixes the tangents from the middle and the corners so that the least value at a corner is as
+  // large as can be.
+  bool sum_reaches(const rectangle& r, const std::vector<std::uint32_t>& chosen) const {
+    std::vector<corner_values> tangents{
+        tangent(r, {r.left + (r.right - r.left) / 2, r.low + (r.high - r.low) / 2}, chosen)};
+    for (const double x : {r.left, r.right}) {
+      for (const double y : {r.low, r.high}) tangents.push_back(tangent(r, {x, y}, chosen));
+    }
+    corner_values mixture = tangents[0];
+    for (int pass = 0; pass < kMixtures; ++pass) {
+      for (const corner_values& t : tangents) {
+        mixture = best_mixture(mixture, t);
+        if (least_of(mixture) >= least_) return true;
+      }
+    }
+    return false;
+  }
+
+  static double least_of(const corner_values& v) { return *std::min_element(v.begin(), v.end()); }
+
+  static corner_values best_mixture(const corner_values& a, const corner_values& b) {
+    corner_values best = a;
+    for (std::size_t k = 0; k < 4; ++k) {
+      for (std::size_t l = 0; l < k; ++l) {
+        const double apart = (a[k] - a[l]) - (b[k] - b[l]);
+        const double share = apart == 0 ? 1 : std::clamp((a[k] - a[l]) / apart, 0.0, 1.0);
+        corner_values mixed;
+        for (std::size_t c = 0; c < 4; ++c) mixed[c] = (1 - share) * a[c] + share * b[c];
+        if (least_of(mixed) > least_of(best)) best = mixed;
+      }
+    }
+    return least_of(b) > least_of(best) ? b : best;
+  }
+
+  // The sum's tangent from a place, at the corners, rounded down.
+  corner_values tangent(const rectangle& r, const xy& from,
+                        const std::vector<std::uint32_t>& chosen) const {
+    corner_values sum{};
+    corner_values size{};
+    for (const std::uint32_t i : chosen) {
+      const corner_values gain = gains(i, r, from);
+      for (std::size_t c = 0; c < 4; ++c) {
+        sum[c] += gain[c];
+        size[c] += std::fabs(gain[c]);
+      }
+    }
+    const double roundings = static_cast<double>(chosen.size() + kMixtures * 16) * kRounding;
+    for (std::size_t c = 0; c < 4; ++c) sum[c] -= roundings * size[c];
+    return sum;
+  }
+
   // The tangent less the price at the corners, rounded down. Each product and difference is within
   // a unit in its last place, and the slope within its interval.
-  std::array<double, 4> gains(std::uint32_t i, const rectangle& r, const xy& middle) const {
+  corner_values gains(std::uint32_t i, const rectangle& r, const xy& middle) const {
     const interval_pair slope = sites_.slope(i, middle);
     const site& s = problem().sites()[i];
     const std::array<double, 2> dx{r.left - s.x, r.right - s.x};
@@ -96,7 +182,7 @@ class price_walk {
     const double size = std::fabs(slope.x.low) * away_x + std::fabs(slope.y.low) * away_y;
     const double loss = (slope.x.high - slope.x.low) * away_x +
                         (slope.y.high - slope.y.low) * away_y + 4 * kRounding * (size + prices_[i]);
-    std::array<double, 4> gain;
+    corner_values gain;
     for (std::size_t c = 0; c < 4; ++c) {
       gain[c] = slope.x.low * dx[c & 1] + slope.y.low * dy[c >> 1] - prices_[i] - loss;
     }
