@@ -10,6 +10,8 @@ namespace {
 
 // Two lines that meet under less than this sine count as one.
 constexpr double kLeastSine = 1e-7;
+// Slopes that differ by less than this share of themselves are told apart by fractions.
+constexpr double kLeastDifference = 0x1p-26;
 constexpr std::size_t kMostTied = 32;
 // Above this many jumps of the order weights the distances are sorted.
 constexpr std::size_t kJumpsToSplit = 12;
@@ -20,26 +22,40 @@ exact_xy absolute(const distance_table& t, const xy& at) {
 
 double length(const xy& v) { return std::sqrt(v.x * v.x + v.y * v.y); }
 
+// Where two weighted edges tell the same distance. Without divisions: the normal is `scale` times
+// the difference of the slopes.
+struct scaled_line {
+  exact_xy normal;
+  exact_xy of_first, of_second;  // the two slopes times `scale`
+  mpq_class scale;
+};
+
+scaled_line bisector(const distance_table& t, exact_edges& edges, std::uint32_t slot,
+                     std::uint32_t edge, std::uint32_t other, std::uint32_t other_edge) {
+  const exact_edges::dyadic_edge& a = edges.dyadic(edge);
+  const exact_edges::dyadic_edge& b = edges.dyadic(other_edge);
+  const mpq_class of_a = t.weight[slot] * b.area;
+  const mpq_class of_b = t.weight[other] * a.area;
+  const exact_xy na{of_a * a.x, of_a * a.y};
+  const exact_xy nb{of_b * b.x, of_b * b.y};
+  return {{na.x - nb.x, na.y - nb.y}, na, nb, a.area * b.area};
+}
+
 class line_collector {
  public:
   line_collector(const problem& p, const distance_table& t, exact_edges& edges, const xy& near,
                  double reach)
-      : problem_(p),
-        table_(t),
-        edges_(edges),
-        near_(near),
-        exact_near_(absolute(t, near)),
-        reach_(reach) {}
+      : problem_(p), table_(t), edges_(edges), near_(near), reach_(reach) {}
 
   std::vector<break_line> collect() {
     const bool one_run = problem_.runs().size() == 1;
-    std::vector<double> distance(table_.size());
+    distance_.resize(table_.size());
     edge_.resize(table_.size());
-    table_.distances(near_, distance, edge_);
+    table_.distances(near_, distance_, edge_);
     if (one_run) {
       for (std::uint32_t slot = 0; slot < table_.size(); ++slot) add_rays(slot);
     } else {
-      add_lines_by_rank(distance);
+      add_lines_by_rank();
     }
     std::sort(lines_.begin(), lines_.end(),
               [](const break_line& a, const break_line& b) { return a.distance < b.distance; });
@@ -47,61 +63,59 @@ class line_collector {
   }
 
  private:
-  exact_xy position(std::uint32_t slot) const {
-    const site& s = problem_.sites()[table_.site[slot]];
-    return to_exact({s.x, s.y});
+  std::uint32_t first_edge(std::uint32_t slot) const {
+    return table_.blocks[table_.block_of[slot]].first_edge;
   }
 
-  void add_ray(std::uint32_t slot, const xy& v) {
+  void add_ray(std::uint32_t slot, std::uint32_t edge) {
+    const xy& v = table_.edges[edge].from;
     const xy u{near_.x - table_.x[slot], near_.y - table_.y[slot]};
     const double area = std::fabs(v.x * u.y - v.y * u.x);
     if (area > 2 * reach_ * (std::fabs(v.x) + std::fabs(v.y))) return;  // surely too far
     const double size = length(v);
-    const double distance = area / size;
-    if (!(distance <= reach_)) return;
-    const exact_xy normal{mpq_class(-v.y), mpq_class(v.x)};
-    const exact_xy a = position(slot);
-    lines_.push_back({normal, dot(normal, a), {-v.y / size, v.x / size}, distance});
+    if (!(area <= reach_ * size)) return;
+    lines_.push_back({slot, edge, slot, edge, {-v.y / size, v.x / size}, area / size});
   }
 
   void add_rays(std::uint32_t slot) {
     const gauge_block& b = table_.blocks[table_.block_of[slot]];
     if (std::max(std::fabs(near_.x - table_.x[slot]), std::fabs(near_.y - table_.y[slot])) <=
         reach_) {
-      for (std::uint32_t j = 0; j < b.edges; ++j)
-        add_ray(slot, table_.edges[b.first_edge + j].from);
+      for (std::uint32_t j = 0; j < b.edges; ++j) add_ray(slot, b.first_edge + j);
       return;
     }
     const std::uint32_t e = edge_[slot];
-    const std::uint32_t next = e + 1 == b.edges ? 0 : e + 1;
-    add_ray(slot, table_.edges[b.first_edge + e].from);
-    add_ray(slot, table_.edges[b.first_edge + next].from);
+    add_ray(slot, b.first_edge + e);
+    add_ray(slot, b.first_edge + (e + 1 == b.edges ? 0 : e + 1));
   }
 
   void add_bisector(std::uint32_t s, std::uint32_t t) {
-    const auto weighted_normal = [&](std::uint32_t slot) {
-      const gauge_block& b = table_.blocks[table_.block_of[slot]];
-      const exact_xy& n = edges_.normal(b.first_edge + edge_[slot]);
-      return exact_xy{n.x * table_.weight[slot], n.y * table_.weight[slot]};
-    };
-    const exact_xy ns = weighted_normal(s);
-    const exact_xy nt = weighted_normal(t);
-    const exact_xy normal{ns.x - nt.x, ns.y - nt.y};
-    const xy rounded = to_nearest(normal);
-    const double size = length(rounded);
-    if (size == 0) return;
-    const mpq_class right = dot(ns, position(s)) - dot(nt, position(t));
-    const double distance = std::fabs(mpq_class(dot(normal, exact_near_) - right).get_d()) / size;
-    if (distance <= reach_)
-      lines_.push_back({normal, right, {rounded.x / size, rounded.y / size}, distance});
+    const std::uint32_t es = first_edge(s) + edge_[s];
+    const std::uint32_t et = first_edge(t) + edge_[t];
+    const xy& ns = table_.edges[es].normal;
+    const xy& nt = table_.edges[et].normal;
+    const xy normal{table_.weight[s] * ns.x - table_.weight[t] * nt.x,
+                    table_.weight[s] * ns.y - table_.weight[t] * nt.y};
+    double size = length(normal);
+    xy unit{normal.x / size, normal.y / size};
+    if (!(size > kLeastDifference * table_.weight[s] * length(ns))) {
+      const scaled_line line = bisector(table_, edges_, s, es, t, et);
+      const xy rounded = to_nearest(line.normal);
+      const double scaled = length(rounded);
+      if (scaled == 0) return;
+      unit = {rounded.x / scaled, rounded.y / scaled};
+      size = scaled / line.scale.get_d();
+    }
+    const double distance = std::fabs(distance_[s] - distance_[t]) / size;
+    if (distance <= reach_) lines_.push_back({s, es, t, et, unit, distance});
   }
 
   using ranked = std::pair<double, std::uint32_t>;  // distance and slot
 
   // Rays of sites whose order weight is surely 0 do not count.
-  void add_lines_by_rank(const std::vector<double>& distance) {
-    std::vector<ranked> order(distance.size());
-    for (std::uint32_t slot = 0; slot < order.size(); ++slot) order[slot] = {distance[slot], slot};
+  void add_lines_by_rank() {
+    std::vector<ranked> order(distance_.size());
+    for (std::uint32_t slot = 0; slot < order.size(); ++slot) order[slot] = {distance_[slot], slot};
     const std::span<const order_run> runs = problem_.runs();
     const bool sorted = runs.size() > kJumpsToSplit;
     if (sorted) std::sort(order.begin(), order.end());
@@ -150,9 +164,9 @@ class line_collector {
   const distance_table& table_;
   exact_edges& edges_;
   xy near_;
-  exact_xy exact_near_;
   double reach_;
-  std::vector<std::uint32_t> edge_;  // of each slot
+  std::vector<double> distance_;  // of each slot
+  std::vector<std::uint32_t> edge_;
   std::vector<break_line> lines_;
 };
 
@@ -167,8 +181,25 @@ exact_xy crossing(const exact_xy& a, const mpq_class& a_right, const exact_xy& b
 
 break_lines::break_lines(const problem& p, const distance_table& table, exact_edges& edges,
                          const xy& near, double reach)
-    : near_(absolute(table, near)),
+    : problem_(p),
+      table_(table),
+      edges_(edges),
+      near_(absolute(table, near)),
       lines_(line_collector(p, table, edges, near, reach).collect()) {}
+
+break_lines::exact_line break_lines::exact(const break_line& l) const {
+  const auto position = [this](std::uint32_t slot) {
+    const site& s = problem_.sites()[table_.site[slot]];
+    return to_exact({s.x, s.y});
+  };
+  if (l.is_ray()) {
+    const xy& v = table_.edges[l.edge].from;
+    const exact_xy normal{mpq_class(-v.y), mpq_class(v.x)};
+    return {normal, dot(normal, position(l.slot))};
+  }
+  const scaled_line b = bisector(table_, edges_, l.slot, l.edge, l.other, l.other_edge);
+  return {b.normal, dot(b.of_first, position(l.slot)) - dot(b.of_second, position(l.other))};
+}
 
 break_lines::snapped break_lines::snap(double reach) const {
   if (lines_.empty() || lines_[0].distance > reach) return {near_, 0};
@@ -182,12 +213,13 @@ break_lines::snapped break_lines::snap(double reach) const {
     best = sine;
     second = &l;
   }
-  const exact_xy& a = first.normal;
+  const exact_line a = exact(first);
   if (second == nullptr) {
-    const mpq_class step = (first.right - dot(a, near_)) / dot(a, a);
-    return {{near_.x + step * a.x, near_.y + step * a.y}, 1};
+    const mpq_class step = (a.right - dot(a.normal, near_)) / dot(a.normal, a.normal);
+    return {{near_.x + step * a.normal.x, near_.y + step * a.normal.y}, 1};
   }
-  return {crossing(a, first.right, second->normal, second->right), 2};
+  const exact_line b = exact(*second);
+  return {crossing(a.normal, a.right, b.normal, b.right), 2};
 }
 
 std::vector<exact_xy> break_lines::crossings(const exact_xy& from, const exact_xy& direction,
@@ -200,7 +232,8 @@ std::vector<exact_xy> break_lines::crossings(const exact_xy& from, const exact_x
     if (l.distance > reach || result.size() == kMostTied) break;
     const double sine = std::fabs(l.unit.x * rounded.x + l.unit.y * rounded.y) / length(rounded);
     if (sine < kLeastSine) continue;
-    exact_xy at = crossing(normal, right, l.normal, l.right);
+    const exact_line other = exact(l);
+    exact_xy at = crossing(normal, right, other.normal, other.right);
     if (std::find(result.begin(), result.end(), at) == result.end())
       result.push_back(std::move(at));
   }

@@ -9,12 +9,15 @@
 
 namespace planloc::detail {
 
-// A line on which f can break.
+// A line on which f can break: the ray that starts an edge of a slot, or where the distances of two
+// slots are equal as their edges tell them. Edges count in the table.
 struct break_line {
-  exact_xy normal;
-  mpq_class right;  // normal . x == right
-  xy unit;          // the normal, rounded, of length 1
-  double distance;  // of the place, rounded
+  std::uint32_t slot, edge;
+  std::uint32_t other, other_edge;  // of the second slot; of a ray the same as the first
+  xy unit;                          // its normal, of length 1
+  double distance;                  // of the place
+
+  bool is_ray() const { return slot == other; }
 };
 
 // The break lines around a place: rays of gauges, and lines on which two distances at a jump of the
@@ -38,6 +41,16 @@ class break_lines {
                                   double reach) const;
 
  private:
+  // normal . x == right
+  struct exact_line {
+    exact_xy normal;
+    mpq_class right;
+  };
+  exact_line exact(const break_line& l) const;
+
+  const problem& problem_;
+  const distance_table& table_;
+  exact_edges& edges_;
   exact_xy near_;
   std::vector<break_line> lines_;  // the nearest first
 };

@@ -47,9 +47,13 @@ int dot_sign(const exact_slope& s, const exact_xy& v) {
 }
 
 exact_edges::exact_edges(const distance_table& table)
-    : table_(table), normals_(table.edges.size()), made_(table.edges.size()) {}
+    : table_(table),
+      dyadic_(table.edges.size()),
+      made_(table.edges.size()),
+      normals_(table.edges.size()),
+      divided_(table.edges.size()) {}
 
-const exact_xy& exact_edges::normal(std::size_t edge) {
+const exact_edges::dyadic_edge& exact_edges::dyadic(std::size_t edge) {
   if (!made_[edge]) {
     const auto block =
         std::upper_bound(table_.blocks.begin(), table_.blocks.end(), edge,
@@ -59,9 +63,17 @@ const exact_xy& exact_edges::normal(std::size_t edge) {
         edge + 1 == block->first_edge + block->edges ? block->first_edge : edge + 1;
     const exact_xy a = to_exact(table_.edges[edge].from);
     const exact_xy b = to_exact(table_.edges[next].from);
-    const mpq_class area = cross(a, b);
-    normals_[edge] = {(b.y - a.y) / area, (a.x - b.x) / area};
+    dyadic_[edge] = {b.y - a.y, a.x - b.x, cross(a, b)};
     made_[edge] = true;
+  }
+  return dyadic_[edge];
+}
+
+const exact_xy& exact_edges::normal(std::size_t edge) {
+  if (!divided_[edge]) {
+    const dyadic_edge& e = dyadic(edge);
+    normals_[edge] = {e.x / e.area, e.y / e.area};
+    divided_[edge] = true;
   }
   return normals_[edge];
 }
@@ -133,19 +145,31 @@ exact_place::tied_slot exact_place::exact_edges_of(std::uint32_t slot) const {
   return {slot, first, holds[(first + 1) % b.edges] ? 2U : 1U};
 }
 
-mpq_class exact_place::distance(std::size_t slot) const {
-  const auto s = static_cast<std::uint32_t>(slot);
-  const exact_xy u{at_.x - site_of(slot).x, at_.y - site_of(slot).y};
-  return dot(normal(s, edge_[slot]), u) * table_.weight[slot];
+const exact_edges::dyadic_edge& exact_place::dyadic(std::uint32_t slot) const {
+  return edges_.dyadic(table_.blocks[table_.block_of[slot]].first_edge + edge_[slot]);
 }
 
-int exact_place::compare(std::uint32_t a, std::uint32_t b) const {
+// The distance times the area of the edge and the denominators of the place: without divisions.
+const mpq_class& exact_place::level(std::uint32_t slot) {
+  const auto [it, is_new] = levels_.try_emplace(slot);
+  if (is_new) {
+    const site& s = site_of(slot);
+    const exact_edges::dyadic_edge& e = dyadic(slot);
+    const mpq_class dx(at_.x.get_den());
+    const mpq_class dy(at_.y.get_den());
+    it->second = s.weight * (e.x * (mpq_class(at_.x.get_num()) - s.x * dx) * dy +
+                             e.y * (mpq_class(at_.y.get_num()) - s.y * dy) * dx);
+  }
+  return it->second;
+}
+
+int exact_place::compare(std::uint32_t a, std::uint32_t b) {
   const double difference = distance_[a] - distance_[b];
   const double doubt = 2 * (error_[a] + error_[b]);
   if (difference > doubt) return 1;
   if (difference < -doubt) return -1;
   if (a == b) return 0;
-  return sgn(mpq_class(distance(a) - distance(b)));
+  return sgn(mpq_class(level(a) * dyadic(b).area - level(b) * dyadic(a).area));
 }
 
 void exact_place::find_ranks() {

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -45,13 +46,21 @@ class exact_edges {
  public:
   explicit exact_edges(const distance_table& table);
 
+  // The normal is (x, y) / area. All denominators are powers of 2, so products cost little.
+  struct dyadic_edge {
+    mpq_class x, y, area;
+  };
+
   // `edge` counts in the table.
+  const dyadic_edge& dyadic(std::size_t edge);
   const exact_xy& normal(std::size_t edge);
 
  private:
   const distance_table& table_;
-  std::vector<exact_xy> normals_;
+  std::vector<dyadic_edge> dyadic_;
   std::vector<bool> made_;
+  std::vector<exact_xy> normals_;
+  std::vector<bool> divided_;
 };
 
 // A choice of one linear piece for every slot: an affine function that touches f at the place.
@@ -67,8 +76,6 @@ class exact_place {
 
   const exact_xy& at() const { return at_; }
 
-  // The exact distance of a slot.
-  mpq_class distance(std::size_t slot) const;
   // f in doubles, within a unit or two in the last place for terms of one sign.
   double value() const;
   // f without loss.
@@ -100,7 +107,9 @@ class exact_place {
   void find_ranks();
   bool surely_inside(const gauge_block& b, std::uint32_t edge, const xy& u) const;
   tied_slot exact_edges_of(std::uint32_t slot) const;
-  int compare(std::uint32_t a, std::uint32_t b) const;
+  int compare(std::uint32_t a, std::uint32_t b);
+  const exact_edges::dyadic_edge& dyadic(std::uint32_t slot) const;
+  const mpq_class& level(std::uint32_t slot);
   const exact_xy& normal(std::uint32_t slot, std::uint32_t edge) const;
 
   const problem& problem_;
@@ -111,6 +120,7 @@ class exact_place {
   std::vector<std::uint32_t> edge_;  // of each slot; the first of the tied ones
   std::vector<double> distance_;
   std::vector<double> error_;  // of each distance
+  std::map<std::uint32_t, mpq_class> levels_;
   std::vector<tied_slot> tied_slots_;
   std::vector<std::uint32_t> order_;  // slots by rank class; empty if all weights are equal
   std::vector<tied_ranks> tied_ranks_;
