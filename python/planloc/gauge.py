@@ -10,7 +10,8 @@ True
 from __future__ import annotations
 
 import math
-from collections.abc import Callable
+import os
+from collections.abc import Callable, Mapping
 from dataclasses import dataclass
 from functools import cached_property
 
@@ -19,7 +20,10 @@ import numpy.typing as npt
 
 from planloc import _core
 
-__all__ = ["Gauge", "euclid", "l1", "linf", "lp", "octagon", "parse", "polygon", "regular"]
+__all__ = [
+    "Gauge", "euclid", "l1", "linf", "lp", "octagon", "parse", "polygon", "read", "regular",
+    "speeds",
+]  # fmt: skip
 
 
 @dataclass(frozen=True)
@@ -116,6 +120,76 @@ def lp(p: float) -> Gauge:
     return _of(_core.Gauge.lp(p))
 
 
+_COMPASS = ("E", "ENE", "NE", "NNE", "N", "NNW", "NW", "WNW",
+            "W", "WSW", "SW", "SSW", "S", "SSE", "SE", "ESE")  # fmt: skip
+
+
+def _hull(points: list[tuple[float, float]]) -> list[tuple[float, float]]:
+    """The convex hull, counterclockwise, by Andrew's chains (1979)."""
+
+    def chain(ordered: list[tuple[float, float]]) -> list[tuple[float, float]]:
+        kept: list[tuple[float, float]] = []
+        for p in ordered:
+            while len(kept) > 1 and (
+                (kept[-1][0] - kept[-2][0]) * (p[1] - kept[-2][1])
+                <= (kept[-1][1] - kept[-2][1]) * (p[0] - kept[-2][0])
+            ):
+                kept.pop()
+            kept.append(p)
+        return kept[:-1]
+
+    return chain(sorted(points)) + chain(sorted(points, reverse=True))
+
+
+def speeds(by_direction: Mapping[str, float]) -> Gauge:
+    """Travel times, from the speed in each of some directions of the compass.
+
+    Between two directions given, a way of both is taken; a direction slower than such a way does
+    not count.
+
+    Raises
+    ------
+    ValueError
+        If a direction is unknown, a speed is not positive, or there is no way back.
+
+    Examples
+    --------
+    >>> from planloc import gauge
+    >>> gauge.speeds({"E": 100, "N": 50, "W": 100, "S": 50})(200, 0)
+    2.0
+    """
+    reached = []
+    for direction, speed in by_direction.items():
+        if direction not in _COMPASS or not speed > 0:
+            raise ValueError(
+                f"speed {direction}={speed}: directions are {', '.join(_COMPASS)}, and speeds "
+                "above 0"
+            )
+        angle = 2 * math.pi * _COMPASS.index(direction) / len(_COMPASS)
+        x, y = (round(f(angle), 15) for f in (math.cos, math.sin))
+        reached.append((x * speed, y * speed))
+    hull = _hull(reached)
+    if len(hull) < 3:
+        raise ValueError("give speeds to at least three directions that surround the start")
+    return polygon(hull)
+
+
+def read(file: str | os.PathLike[str]) -> list[Gauge]:
+    """The gauges of a gauge file of the project.
+
+    Raises
+    ------
+    ValueError
+        With the place in the file, if something is wrong in it.
+    """
+    with open(file, encoding="utf-8", errors="surrogateescape") as text:
+        balls, findings = _core.read_gauge_text(text.read())
+    if findings:
+        line, column, message = findings[0]
+        raise ValueError(f"{os.fspath(file)}:{line}:{column}: {message}")
+    return [polygon(vertices) for vertices in balls]
+
+
 _NAMED: dict[str, Callable[[], Gauge]] = {
     "l1": l1,
     "linf": linf,
@@ -124,9 +198,14 @@ _NAMED: dict[str, Callable[[], Gauge]] = {
 }
 
 
+def _pairs(text: str) -> dict[str, float]:
+    parts = [part.partition("=") for part in text.split(",")]
+    return {direction.strip(): float(speed) for direction, _, speed in parts}
+
+
 def parse(text: str) -> Gauge:
     """What the tool's option `--gauge` takes: `l1`, `linf`, `euclid`, `octagon`, `lp:1.5`,
-    `regular:12`.
+    `regular:12`, `speed:E=60,N=30,W=60,S=30`.
 
     Raises
     ------
@@ -139,8 +218,9 @@ def parse(text: str) -> Gauge:
     makers: dict[str, Callable[[], Gauge]] = {
         "lp": lambda: lp(float(argument)),
         "regular": lambda: regular(int(argument)),
+        "speed": lambda: speeds(_pairs(argument)),
     }
     if name not in makers:
-        known = ", ".join([*_NAMED, "lp:P", "regular:N"])
+        known = ", ".join([*_NAMED, "lp:P", "regular:N", "speed:E=60,N=30,..."])
         raise ValueError(f"unknown gauge {text!r}: one of {known}")
     return makers[name]()

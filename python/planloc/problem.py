@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 from collections.abc import Sequence
-from dataclasses import dataclass
+from dataclasses import dataclass, field
 from functools import cached_property
 from typing import Any, TypeAlias, Union
 
@@ -12,6 +12,7 @@ import numpy.typing as npt
 
 from planloc import _core
 from planloc import gauge as gauges_of_plane
+from planloc import geo
 from planloc import order as orders
 from planloc.gauge import Gauge
 from planloc.order import Order
@@ -41,7 +42,25 @@ def as_numbers(values: npt.ArrayLike, n: int) -> npt.NDArray[np.uint32]:
     return np.ascontiguousarray(numbers, np.uint32)
 
 
-@dataclass(frozen=True)
+def as_places(sites: Any) -> tuple[npt.NDArray[np.float64], geo.Frame | None]:
+    """The coordinates of an array or a frame, and where those of a frame come from."""
+    if geo.is_frame(sites):
+        return geo.read(sites)
+    return np.ascontiguousarray(sites, float).reshape(-1, 2), None
+
+
+def as_column(sites: Any, name: str, given: Any) -> Any:
+    """An array as it is, or the column of the frame that is named."""
+    if not isinstance(given, str):
+        return given
+    if not geo.is_frame(sites):
+        raise ValueError(f"{name} is the column {given!r}, but sites is not a GeoDataFrame")
+    if given not in sites.columns:
+        raise ValueError(f"{name} is the column {given!r}, which the frame does not have")
+    return sites[given].to_numpy()
+
+
+@dataclass(frozen=True, eq=False)
 class Problem:
     """A location problem with one new facility.
 
@@ -50,12 +69,13 @@ class Problem:
 
     Parameters
     ----------
-    sites : array of shape (n, 2)
-    weight : array of shape (n,), optional
+    sites : array of shape (n, 2), or GeoDataFrame of points
+        Longitude and latitude are projected, around the middle of the sites, to metres.
+    weight : array of shape (n,), or a column of the frame, optional
         Positive; 1 if left out.
     gauge : str, Gauge, or a sequence of them
         See `planloc.gauge`.
-    gauge_of : array of shape (n,), optional
+    gauge_of : array of shape (n,), or a column of the frame, optional
         The number of each site's gauge among `gauge`, from 0; all 0 if left out.
     objective : str, Order or array of shape (n,)
         See `planloc.order`; an array holds the order weights.
@@ -68,22 +88,26 @@ class Problem:
     """
 
     sites: npt.ArrayLike
-    weight: npt.ArrayLike | None = None
+    weight: npt.ArrayLike | str | None = None
     gauge: GaugeLike = "euclid"
-    gauge_of: npt.ArrayLike | None = None
+    gauge_of: npt.ArrayLike | str | None = None
     objective: OrderLike = "median"
+    frame: geo.Frame | None = field(default=None, init=False)
 
     def __post_init__(self) -> None:
-        sites = np.ascontiguousarray(self.sites, float).reshape(-1, 2)
+        sites, frame = as_places(self.sites)
         n = len(sites)
-        weight = np.ones(n) if self.weight is None else np.ascontiguousarray(self.weight, float)
-        chosen = np.zeros(n, np.uint32) if self.gauge_of is None else as_numbers(self.gauge_of, n)
+        weight = as_column(self.sites, "weight", self.weight)
+        weight = np.ones(n) if weight is None else np.ascontiguousarray(weight, float)
+        chosen = as_column(self.sites, "gauge_of", self.gauge_of)
+        chosen = np.zeros(n, np.uint32) if chosen is None else as_numbers(chosen, n)
         for name, value in (
             ("sites", sites),
             ("weight", weight),
             ("gauge", tuple(as_gauges(self.gauge))),
             ("gauge_of", chosen),
             ("objective", as_order(self.objective)),
+            ("frame", frame),
         ):
             object.__setattr__(self, name, value)
         self.core  # refuses what is wrong

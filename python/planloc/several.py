@@ -11,15 +11,17 @@ import numpy as np
 import numpy.typing as npt
 
 from planloc import _core
+from planloc.display import Map, Shown
 from planloc.gauge import Gauge
-from planloc.problem import GaugeLike, Problem, as_gauges, as_numbers
+from planloc.geo import Frame
+from planloc.problem import GaugeLike, Problem, as_column, as_gauges, as_numbers, as_places
 
 __all__ = ["Comparison", "Depots", "Piece", "Tied", "compare", "depots", "tied"]
 
 Places = npt.NDArray[np.float64]
 
 
-@dataclass(frozen=True)
+@dataclass(frozen=True, eq=False)
 class Piece:
     """A part of the efficient set: all optima of (1 - t) f1 + t f2 for the t between two ends.
 
@@ -43,8 +45,8 @@ class Piece:
         return ("vertex", "edge")[len(self.corners) - 1] if len(self.corners) < 3 else "polygon"
 
 
-@dataclass(frozen=True)
-class Comparison:
+@dataclass(frozen=True, eq=False)
+class Comparison(Shown):
     """The efficient places of two weightings, from the best for the first to the best for the
     second."""
 
@@ -73,16 +75,23 @@ class Comparison:
         """Prove anew that the pieces are all efficient places, and no others are."""
         return _core.verify_efficient(self.problem.core(), self.chain)
 
+    def _map(self) -> Map:
+        p = self.problem
+        shapes = [piece.corners for piece in self.pieces]
+        figures = [("status", self.status), ("pieces", len(shapes))]
+        return Map(p.sites, p.weights.sum(axis=0), np.empty((0, 2)), shapes, [], figures, p.frame)
+
     def __repr__(self) -> str:
         return f"Comparison(status={self.status!r}, {len(self.pieces)} pieces)"
 
 
-@dataclass(frozen=True)
+@dataclass(frozen=True, eq=False)
 class _BicriteriaData:
     sites: Places
     weights: Places
     gauge_of: npt.NDArray[np.uint32]
     gauge: tuple[Gauge, ...]
+    frame: Frame | None
 
     def core(self) -> _core.BicriteriaProblem:
         return _core.BicriteriaProblem(
@@ -90,14 +99,10 @@ class _BicriteriaData:
         )
 
 
-def _places(sites: npt.ArrayLike) -> Places:
-    return np.ascontiguousarray(sites, float).reshape(-1, 2)
-
-
 def compare(
     sites: npt.ArrayLike,
     *,
-    weights: Sequence[npt.ArrayLike],
+    weights: Sequence[npt.ArrayLike | str],
     gauge: GaugeLike = "l1",
     gauge_of: npt.ArrayLike | None = None,
     time_limit: float = math.inf,
@@ -106,8 +111,8 @@ def compare(
 
     Parameters
     ----------
-    sites : array of shape (n, 2)
-    weights : two arrays of shape (n,)
+    sites : array of shape (n, 2), or GeoDataFrame of points
+    weights : two arrays of shape (n,), or columns of the frame
         0 is allowed in one of the two.
     gauge, gauge_of
         Polyhedral gauges, as of `planloc.Problem`.
@@ -127,19 +132,21 @@ def compare(
     >>> bool(c.verify())
     True
     """
-    places = _places(sites)
+    places, frame = as_places(sites)
     n = len(places)
+    columns = [as_column(sites, "weights", w) for w in weights]
     data = _BicriteriaData(
         places,
-        np.ascontiguousarray(weights, float),
+        np.ascontiguousarray(columns, float),
         np.zeros(n, np.uint32) if gauge_of is None else as_numbers(gauge_of, n),
         tuple(as_gauges(gauge)),
+        frame,
     )
     return Comparison(data, _core.efficient_set(data.core(), time_limit))
 
 
-@dataclass(frozen=True)
-class Depots:
+@dataclass(frozen=True, eq=False)
+class Depots(Shown):
     """Several new facilities, each site served by its nearest.
 
     Attributes
@@ -192,6 +199,16 @@ class Depots:
         """Check places, assignment, value and bound anew."""
         return _core.verify_allocation(self.problem.core, self.new, self.existing, self.allocation)
 
+    def _map(self) -> Map:
+        p = self.problem
+        sites = np.asarray(p.sites)
+        served_by = np.vstack([self.points, self.existing])[self.assignment]
+        bound = "none" if self.lower_bound is None else f"{self.lower_bound:.9g}"
+        figures = [("status", self.status), ("new", len(self.points)),
+                   ("value", f"{self.value:.9g}"), ("lower bound", bound)]  # fmt: skip
+        return Map(sites, np.asarray(p.weight), self.points, [],
+                   list(zip(sites, served_by, strict=True)), figures, p.frame)  # fmt: skip
+
     def __repr__(self) -> str:
         return (
             f"Depots(status={self.status!r}, {len(self.points)} new, value={self.value:.9g}, "
@@ -204,9 +221,9 @@ def depots(
     *,
     new: int,
     existing: npt.ArrayLike = (),
-    weight: npt.ArrayLike | None = None,
+    weight: npt.ArrayLike | str | None = None,
     gauge: GaugeLike = "euclid",
-    gauge_of: npt.ArrayLike | None = None,
+    gauge_of: npt.ArrayLike | str | None = None,
     seed: int = 1,
     starts: int = 8,
     time_limit: float = math.inf,
@@ -223,7 +240,7 @@ def depots(
         Of a problem the sites, weights and gauges count.
     new : int
         How many.
-    existing : array of shape (m, 2)
+    existing : array of shape (m, 2), or GeoDataFrame of points
         Facilities that serve already and stay.
     seed, starts : int
         The same seed gives the same answer, whatever the threads, unless the time ends the search.
@@ -247,20 +264,23 @@ def depots(
     problem = sites if isinstance(sites, Problem) else Problem(sites, weight, gauge, gauge_of)
     if new < 0:
         raise ValueError(f"new is {new}: must not be negative")
-    there = _places(existing)
+    there, frame = as_places(existing)
+    if frame is not None and problem.frame is not None:
+        there = as_places(existing.to_crs(problem.frame.planar))[0]  # type: ignore[union-attr]
     found = _core.allocate(
         problem.core, new, there, seed, starts, time_limit, threads, lower_bound, gap, progress
     )
     return Depots(problem, new, there, found)
 
 
-@dataclass(frozen=True)
+@dataclass(frozen=True, eq=False)
 class _TiedData:
     sites: Places
     gauge_of: npt.NDArray[np.uint32]
     share: Places
     flow: Places
     gauge: tuple[Gauge, ...]
+    frame: Frame | None
 
     def core(self) -> _core.TiedProblem:
         return _core.TiedProblem(
@@ -268,8 +288,8 @@ class _TiedData:
         )
 
 
-@dataclass(frozen=True)
-class Tied:
+@dataclass(frozen=True, eq=False)
+class Tied(Shown):
     """Several new facilities that exchange goods with sites and with each other."""
 
     problem: _TiedData
@@ -299,6 +319,14 @@ class Tied:
         """Prove the bound anew."""
         return _core.verify_tied(self.problem.core(), self.solution)
 
+    def _map(self) -> Map:
+        p = self.problem
+        ends = [self.points[list(k)] for k in np.argwhere(np.triu(p.flow, 1) > 0)]
+        figures = [("status", self.status), ("facilities", len(self.points)),
+                   ("value", f"{self.value:.9g}"), ("lower bound", f"{self.lower_bound:.9g}")]  # fmt: skip
+        return Map(p.sites, p.share.sum(axis=0), self.points, [], [(a, b) for a, b in ends],
+                   figures, p.frame)  # fmt: skip
+
     def __repr__(self) -> str:
         return (
             f"Tied(status={self.status!r}, {len(self.points)} facilities, value={self.value:.9g}, "
@@ -309,7 +337,7 @@ class Tied:
 def tied(
     sites: npt.ArrayLike,
     *,
-    share: npt.ArrayLike,
+    share: Sequence[npt.ArrayLike | str],
     flow: npt.ArrayLike,
     gauge: GaugeLike = "euclid",
     gauge_of: npt.ArrayLike | None = None,
@@ -321,8 +349,8 @@ def tied(
 
     Parameters
     ----------
-    sites : array of shape (n, 2)
-    share : array of shape (N, n)
+    sites : array of shape (n, 2), or GeoDataFrame of points
+    share : array of shape (N, n), or N columns of the frame
         The weight of each site for each of the N facilities, 0 allowed.
     flow : array of shape (N, N)
         The weight of the distance between two facilities; the part above the diagonal counts.
@@ -339,14 +367,16 @@ def tied(
     >>> t.status, t.value
     ('optimal', 4.0)
     """
-    places = _places(sites)
+    places, frame = as_places(sites)
     n = len(places)
     gauges = as_gauges(gauge)
+    shares = [as_column(sites, "share", row) for row in share]
     data = _TiedData(
         places,
         np.zeros(n, np.uint32) if gauge_of is None else as_numbers(gauge_of, n),
-        np.atleast_2d(np.ascontiguousarray(share, float)),
+        np.atleast_2d(np.ascontiguousarray(shares, float)),
         np.atleast_2d(np.ascontiguousarray(flow, float)),
         (*gauges, *(as_gauges(tie_gauge) if tie_gauge is not None else gauges[:1])),
+        frame,
     )
     return Tied(data, _core.minimise_tied(data.core(), gap, time_limit))

@@ -10,6 +10,7 @@ import numpy as np
 import numpy.typing as npt
 
 from planloc import _core
+from planloc.display import Map, Shown
 from planloc.problem import GaugeLike, OrderLike, Problem
 
 __all__ = ["Answer", "solve"]
@@ -17,8 +18,8 @@ __all__ = ["Answer", "solve"]
 Progress = Callable[[float, float, int], None]
 
 
-@dataclass(frozen=True)
-class Answer:
+@dataclass(frozen=True, eq=False)
+class Answer(Shown):
     """What a search found, and the proof of it.
 
     Attributes
@@ -72,6 +73,15 @@ class Answer:
         """The weighted distance of every site."""
         return self.problem.distances(*self.point)
 
+    def _map(self) -> Map:
+        p = self.problem
+        x, y = self.point
+        figures = [("status", self.status), ("place", f"({x:.9g}, {y:.9g})"),
+                   ("value", f"{self.value:.9g}"), ("lower bound", f"{self.lower_bound:.9g}")]  # fmt: skip
+        shapes = [self.optima] if len(self.optima) > 1 else []
+        return Map(np.asarray(p.sites), np.asarray(p.weight), np.array([self.point]), shapes, [],
+                   figures, p.frame)  # fmt: skip
+
     def verify(self, problem: Problem | None = None) -> _core.Verification:
         """Prove the lower bound anew, from the certificate and the problem alone."""
         return _core.verify((problem or self.problem).core, self.solution)
@@ -87,9 +97,9 @@ class Answer:
 def solve(
     sites: npt.ArrayLike | Problem,
     *,
-    weight: npt.ArrayLike | None = None,
+    weight: npt.ArrayLike | str | None = None,
     gauge: GaugeLike = "euclid",
-    gauge_of: npt.ArrayLike | None = None,
+    gauge_of: npt.ArrayLike | str | None = None,
     objective: OrderLike = "median",
     gap: float = 0.0,
     time_limit: float = math.inf,

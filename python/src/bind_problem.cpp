@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "python/src/bindings.h"
+#include "tools/planloc/gauge_file.h"
 
 namespace planloc::python {
 
@@ -120,6 +121,17 @@ void bind_gauge(py::module_& m) {
       .def(py::pickle(&gauge_state, &gauge_from));
 }
 
+py::tuple gauges_of_text(const std::string& text) {
+  const tool::gauge_file file = tool::read_gauge_text(text);
+  py::list balls;
+  for (const tool::ball_text& b : file.balls) balls.append(rows_from(b.vertices));
+  py::list findings;
+  for (const tool::finding& f : file.findings) {
+    findings.append(py::make_tuple(f.line, f.column, f.message));
+  }
+  return py::make_tuple(balls, findings);
+}
+
 void bind_order_weights(py::module_& m) {
   py::class_<order_weights>(m, "OrderWeights")
       .def(py::init<std::vector<double>>())
@@ -138,6 +150,7 @@ void bind_order_weights(py::module_& m) {
 
 void bind_problem(py::module_& m) {
   bind_gauge(m);
+  m.def("read_gauge_text", &gauges_of_text);
   bind_order_weights(m);
   py::class_<problem>(m, "Problem")
       .def(py::init(&make_problem))

@@ -117,6 +117,22 @@ def test_searches_run_side_by_side():
     assert together == alone
 
 
+def test_gauges_from_speeds_and_files(tmp_path):
+    roads = gauge.parse("speed:E=60,NE=90,N=60,W=60,S=60")
+    assert roads(60, 0) == pytest.approx(1) and roads(90, 90) == pytest.approx(np.sqrt(2))
+    assert len(roads.vertices) == 5
+    file = tmp_path / "two.gauge"
+    block = "begin {polygauge}\n2 0\n0 2\n-2 0\n0 -2\nend {polygauge}\n"
+    file.write_text("begin {polygaugelist}\n" + 2 * block + "end {polygaugelist}\n")
+    assert [g(1, 1) for g in gauge.read(file)] == [1, 1]
+    file.write_text(block.replace("0 2", "0 two"))
+    with pytest.raises(ValueError, match="two.gauge:3:"):
+        gauge.read(file)
+    for bad in ("speed:E=60,W=60", "speed:E=0,N=1,S=1", "speed:up=3"):
+        with pytest.raises(ValueError):
+            gauge.parse(bad)
+
+
 def test_order_weights_by_name():
     for text, expected in [("median", [1, 1, 1, 1]), ("range", [-1, 0, 0, 1]),
                            ("anti-centrum:2", [1, 1, 0, 0]), ("trimmed:1,1", [0, 1, 1, 0]),
