@@ -33,26 +33,43 @@ double half_width(const gauge& g) {
   return most;
 }
 
+// Counts places from the first site, so that sites close together far from the origin lose nothing.
 class price_walk {
  public:
   price_walk(const allocation_problem& p, std::vector<double> prices, double least)
-      : sites_(p.single(), {0, 0}), prices_(std::move(prices)), least_(least) {}
+      : sites_(p.single(), {p.sites()[0].x, p.sites()[0].y}),
+        prices_(std::move(prices)),
+        least_(least) {
+    for (std::uint32_t i = 0; i < prices_.size(); ++i) {
+      const interval_pair away = sites_.offset(i, {interval(0), interval(0)});
+      position_.push_back({{-away.x.high, -away.y.high},
+                           above(std::max(away.x.high - away.x.low, away.y.high - away.y.low))});
+    }
+  }
 
   void run() {
     rectangle all{INFINITY, -INFINITY, INFINITY, -INFINITY};
     for (std::uint32_t i = 0; i < prices_.size(); ++i) {
       if (!(prices_[i] > 0)) continue;
       open_.push_back(i);
-      const site& s = problem().sites()[i];
-      const double r = prices_[i] / s.weight * half_width(problem().gauge_of(i)) * kOutwards;
-      all = {std::min(all.left, below(s.x - r)), std::max(all.right, above(s.x + r)),
-             std::min(all.low, below(s.y - r)), std::max(all.high, above(s.y + r))};
+      const auto& [at, width] = position_[i];
+      const double reach =
+          prices_[i] / problem().sites()[i].weight * half_width(problem().gauge_of(i)) * kOutwards +
+          width;
+      all = {std::min(all.left, below(at.x - reach)), std::max(all.right, above(at.x + reach)),
+             std::min(all.low, below(at.y - reach)), std::max(all.high, above(at.y + reach))};
     }
     if (!open_.empty()) visit(all, 0, 0);
   }
 
  private:
   const planloc::problem& problem() const { return sites_.owner(); }
+
+  // In doubles, for what is nowhere part of the proof.
+  double distance(std::uint32_t i, const xy& at) const {
+    const xy& from = position_[i].at;
+    return problem().sites()[i].weight * problem().gauge_of(i)({at.x - from.x, at.y - from.y});
+  }
 
   // The open sites from `begin` on are those that can gain in the rectangle.
   void visit(const rectangle& r, std::size_t begin, int depth) {
@@ -82,7 +99,7 @@ class price_walk {
       if (*std::min_element(gain.begin(), gain.end()) >= 0) continue;
       open_.push_back(i);
       for (std::size_t c = 0; c < 4; ++c) sum[c] += std::min(0.0, gain[c]);
-      at_middle += std::min(0.0, problem().distance(i, middle) - prices_[i]);
+      at_middle += std::min(0.0, distance(i, middle) - prices_[i]);
     }
     if (at_middle < least_ * (1 + 0x1p-40)) refuse("the prices do not prove the lower bound");
     const auto terms = static_cast<double>(open_.size() - end);
@@ -174,14 +191,16 @@ class price_walk {
   // a unit in its last place, and the slope within its interval.
   corner_values gains(std::uint32_t i, const rectangle& r, const xy& middle) const {
     const interval_pair slope = sites_.slope(i, middle);
-    const site& s = problem().sites()[i];
-    const std::array<double, 2> dx{r.left - s.x, r.right - s.x};
-    const std::array<double, 2> dy{r.low - s.y, r.high - s.y};
-    const double away_x = std::max(std::fabs(dx[0]), std::fabs(dx[1]));
-    const double away_y = std::max(std::fabs(dy[0]), std::fabs(dy[1]));
+    const auto& [at, width] = position_[i];
+    const std::array<double, 2> dx{r.left - at.x, r.right - at.x};
+    const std::array<double, 2> dy{r.low - at.y, r.high - at.y};
+    const double away_x = std::max(std::fabs(dx[0]), std::fabs(dx[1])) + width;
+    const double away_y = std::max(std::fabs(dy[0]), std::fabs(dy[1])) + width;
     const double size = std::fabs(slope.x.low) * away_x + std::fabs(slope.y.low) * away_y;
     const double loss = (slope.x.high - slope.x.low) * away_x +
-                        (slope.y.high - slope.y.low) * away_y + 4 * kRounding * (size + prices_[i]);
+                        (slope.y.high - slope.y.low) * away_y +
+                        (std::fabs(slope.x.low) + std::fabs(slope.y.low)) * width +
+                        4 * kRounding * (size + prices_[i]);
     corner_values gain;
     for (std::size_t c = 0; c < 4; ++c) {
       gain[c] = slope.x.low * dx[c & 1] + slope.y.low * dy[c >> 1] - prices_[i] - loss;
@@ -189,7 +208,13 @@ class price_walk {
     return gain;
   }
 
+  struct position {
+    xy at;  // of a site, less by at most `width` in each coordinate
+    double width;
+  };
+
   verified_sites sites_;
+  std::vector<position> position_;
   std::vector<double> prices_;
   double least_;
   std::vector<std::uint32_t> open_;  // along the walk
