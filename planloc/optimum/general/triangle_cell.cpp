@@ -400,14 +400,15 @@ void cell_bounder::process(cell& c) {
   const std::vector<decided_site> before = std::move(c.decided);
   c.decided.clear();
   for (const decided_site& d : before) keep(c, look(d.site), d.lambda);
-  c.bound = -std::numeric_limits<double>::infinity();
   if (!undecided_.empty()) decide(c);
   c.size = size_of_terms(c);
   add_rest(c);
-  if (!undecided_.empty()) {
-    c.bound += best_mixture(rows_);
-    add_undecided(c);
+  if (undecided_.empty()) {
+    c.bound = best_mixture(rows_);
+    return;
   }
+  c.bound += best_mixture(rows_);
+  add_undecided(c);
   c.bound = std::max(c.bound, best_mixture(rows_));
 }
 
