@@ -142,7 +142,8 @@ bool convex_search::must_end(double gap) {
   if (options_.progress) options_.progress({best_.value, best_.value - gap, 0});
   // What intervals prove is a little less than the bound in doubles.
   const double asked = asked_gap();
-  const bool close_enough = asked > 0 && gap + 2 * kProofMargin * best_.value <= asked;
+  const bool close_enough = asked > 0 && gap + 2 * kProofMargin * best_.value <= asked &&
+                            model_.share_of_square() <= kProofMargin * best_.value;
   ended_ = close_enough || options_.stop.stop_requested() || seconds() > options_.seconds;
   return ended_;
 }
@@ -231,7 +232,8 @@ void convex_search::claim_what_is_proved() {
   const bool powers =
       std::any_of(table_.blocks.begin(), table_.blocks.end(),
                   [](const detail::gauge_block& b) { return b.kind == gauge::shape::lp; });
-  if (ended_ || (!powers && result_.gap() <= kSmoothGap * best_.value)) return;
+  const bool margin_will_do = ended_ || (!powers && result_.gap() <= kSmoothGap * best_.value);
+  if (margin_will_do && model_.share_of_square() <= kProofMargin * best_.value) return;
   const double in_doubles = std::exchange(result_.lower_bound, 0);
   const verification v = verify(problem_, result_);
   result_.lower_bound = v.accepted ? std::min(in_doubles, v.lower_bound) : in_doubles;

@@ -110,7 +110,7 @@ void cut_model::locate() {
 xy cut_model::minimiser() const { return {centre_.x + offset_.x, centre_.y + offset_.y}; }
 
 // Whatever the shares, as long as none is negative and they add up to 1.
-double cut_model::bound_of(const triple& share) const {
+cut_model::bound_parts cut_model::parts_of(const triple& share) const {
   xy rest{0, 0};
   double value = 0;
   for (std::size_t k = 0; k < 3; ++k) {
@@ -126,7 +126,12 @@ double cut_model::bound_of(const triple& share) const {
         left > 0 ? middle + half_width_ - centre : centre - (middle - half_width_);
     return std::fabs(left) * std::max(to_side, 0.0);
   };
-  return value - (fall(rest.x, middle_.x, centre_.x) + fall(rest.y, middle_.y, centre_.y));
+  return {value, fall(rest.x, middle_.x, centre_.x) + fall(rest.y, middle_.y, centre_.y)};
+}
+
+double cut_model::bound_of(const triple& share) const {
+  const auto [value, fall] = parts_of(share);
+  return value - fall;
 }
 
 // The multipliers of the basis, or where roundings have made one of them useless those of two cuts

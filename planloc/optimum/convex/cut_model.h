@@ -34,6 +34,9 @@ class cut_model {
   // Whether a place is so near to a side of the square that the side may hold back the search.
   bool near_border(const xy& at) const;
 
+  // What of the bound holds over the square only, and not in the whole plane.
+  double share_of_square() const { return parts_of(best_shares()).fall; }
+
   // The places of the cuts that the minimiser rests on, with their multipliers.
   struct support {
     xy place;
@@ -51,6 +54,11 @@ class cut_model {
 
   using triple = std::array<double, 3>;
 
+  struct bound_parts {
+    double value;  // of the mixture at the centre
+    double fall;   // the most by which it falls towards the sides
+  };
+  bound_parts parts_of(const triple& share) const;
   double bound_of(const triple& share) const;
   triple best_shares() const;
   void set_right(row& r) const;

@@ -3,6 +3,7 @@
 #include <array>
 #include <cmath>
 #include <optional>
+#include <utility>
 
 #include "planloc/optimum/convex/snap.h"
 
@@ -33,16 +34,14 @@ class face_walk {
         extent_(extent) {}
 
   std::vector<exact_xy> corners(const exact_place& start, const exact_xy& along) {
-    const std::optional<exact_xy> border = end_of(start, along);
-    if (!border) return {};
-    const exact_place there = place(*border);
+    const exact_xy border = end_of(start, along);
+    const exact_place there = place(border);
     const exact_xy back = opposite(along);
     const exact_xy right = outermost(there, back, -1);
     if (same_direction(right, back) && same_direction(outermost(there, back, 1), back)) {
-      const std::optional<exact_xy> other = end_of(there, back);
-      if (!other) return {};
-      if (*other == *border) return {*border};
-      return {*other, *border};
+      exact_xy other = end_of(there, back);
+      if (other == border) return {border};
+      return {std::move(other), border};
     }
     return walk_around(there, right);
   }
@@ -55,11 +54,10 @@ class face_walk {
     std::vector<exact_xy> result;
     std::optional<exact_place> at = start;
     while (result.size() < kMostCorners) {
-      const std::optional<exact_xy> next = end_of(*at, direction);
-      if (!next) return {};
-      if (!result.empty() && *next == result.front()) return result;
-      result.push_back(*next);
-      at.emplace(place(*next));
+      exact_xy next = end_of(*at, direction);
+      if (!result.empty() && next == result.front()) return result;
+      at.emplace(place(next));
+      result.push_back(std::move(next));
       direction = outermost(*at, opposite(direction), -1);
     }
     return {};
@@ -79,7 +77,7 @@ class face_walk {
   }
 
   // The last place from `from` on in the direction v with the value of `from`.
-  std::optional<exact_xy> end_of(const exact_place& from, const exact_xy& v) {
+  exact_xy end_of(const exact_place& from, const exact_xy& v) {
     if (from.rise_sign(v) > 0) return from.at();
     const xy rounded = to_nearest(v);
     const double length = std::hypot(rounded.x, rounded.y);
@@ -90,11 +88,32 @@ class face_walk {
     const break_lines lines(problem_, table_, edges_, near, kReaches.back() * extent_);
     for (const double reach : kReaches) {
       for (const exact_xy& at : lines.crossings(from.at(), v, reach * extent_)) {
-        const exact_place there = place(at);
-        if (there.rise_sign(v) > 0 && there.rise_sign(opposite(v)) == 0) return at;
+        if (ends_at(place(at), v)) return at;
       }
     }
-    return std::nullopt;
+    return end_by_fractions(from, v, step / length);
+  }
+
+  static bool ends_at(const exact_place& at, const exact_xy& v) {
+    return at.rise_sign(v) > 0 && at.rise_sign(opposite(v)) == 0;
+  }
+
+  // Newton's method from beyond: every step leaves a linear piece of f for good. Where weights over
+  // many orders of magnitude put the lines too close together to be told apart in doubles. `near`
+  // counts in v.
+  exact_xy end_by_fractions(const exact_place& from, const exact_xy& v, double near) {
+    const mpq_class value = from.exact_value();
+    mpq_class t(near > 0 && std::isfinite(near) ? near : extent_);
+    const auto beyond = [&] { return exact_xy{from.at().x + t * v.x, from.at().y + t * v.y}; };
+    while (place(beyond()).exact_value() <= value) t *= 2;
+    for (;;) {
+      exact_xy at = beyond();
+      const exact_place there = place(at);
+      if (ends_at(there, v)) return at;
+      const exact_slope s = there.slope(there.choose(opposite(v)));
+      const mpq_class rise = (s.x * v.x + s.y * v.y) / s.denominator;
+      t -= (there.exact_value() - value) / rise;
+    }
   }
 
   // The same in doubles: Newton's method on the convex function f along v, from far beyond.

@@ -9,8 +9,9 @@
 namespace planloc::detail {
 
 // The corners of the set on which f has the value of `optimum`: one, two, or a polygon
-// counterclockwise. Empty if a corner could not be made out. `extent` is the size of the sites'
-// frame. REQUIRES: an order weight is positive; `o` is the test of `optimum` and has a support.
+// counterclockwise. Empty if there are more corners than ten thousand. `extent` is the size of the
+// sites' frame. REQUIRES: an order weight is positive; `o` is the test of `optimum` and has a
+// support.
 std::vector<exact_xy> optimal_corners(const problem& p, const distance_table& table,
                                       evaluator& evaluate, exact_edges& edges,
                                       const exact_place& optimum, const optimality& o,
