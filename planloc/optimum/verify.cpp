@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "planloc/optimum/proof/verify_parts.h"
 
@@ -99,6 +100,10 @@ verification verify(const problem& p, const solution& s) {
     if (const auto* c = std::get_if<direction_certificate>(&s.proof)) {
       if (s.status != solution_status::unbounded) detail::refuse("a direction, but not unbounded");
       return detail::verify_direction(p, *c);
+    }
+    if (s.status == solution_status::stopped &&
+        s.lower_bound == -std::numeric_limits<double>::infinity()) {
+      return detail::verify_without_bound(p, s);
     }
     detail::refuse("no certificate");
   } catch (detail::refusal& r) {

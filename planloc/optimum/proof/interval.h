@@ -4,7 +4,9 @@
 #define PLANLOC_OPTIMUM_PROOF_INTERVAL_H_
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 
 namespace planloc::detail {
@@ -18,10 +20,15 @@ struct interval {
   interval(double l, double h) : low(l), high(h) {}
 };
 
+// The next double below, as `std::nextafter` gives it, without the call.
 inline double below(double d) {
-  return std::nextafter(d, -std::numeric_limits<double>::infinity());
+  const auto bits = std::bit_cast<std::int64_t>(d);
+  if (d > 0) return std::bit_cast<double>(bits - 1);
+  if (d == 0) return -std::numeric_limits<double>::denorm_min();
+  if (d >= -std::numeric_limits<double>::max()) return std::bit_cast<double>(bits + 1);
+  return d;
 }
-inline double above(double d) { return std::nextafter(d, std::numeric_limits<double>::infinity()); }
+inline double above(double d) { return -below(-d); }
 
 // Ends that are already rounded, moved outwards. Undefined operations, such as infinity - infinity,
 // give the whole line.
@@ -45,12 +52,19 @@ inline interval operator-(const interval& a, const interval& b) {
 }
 inline interval operator*(const interval& a, const interval& b) {
   if (is_zero(a) || is_zero(b)) return 0;
-  const double p = a.low * b.low;
-  const double q = a.low * b.high;
-  const double r = a.high * b.low;
+  if (a.low >= 0) {
+    if (b.low >= 0) return widened(a.low * b.low, a.high * b.high);
+    if (b.high <= 0) return widened(a.high * b.low, a.low * b.high);
+    return widened(a.high * b.low, a.high * b.high);
+  }
+  if (a.high <= 0) return -(-a * b);
+  if (b.low >= 0 || b.high <= 0) return b * a;
+  const double p = a.low * b.high;
+  const double q = a.high * b.low;
+  const double r = a.low * b.low;
   const double s = a.high * b.high;
-  if (std::isnan(p) || std::isnan(q) || std::isnan(r) || std::isnan(s)) return widened(NAN, NAN);
-  return widened(std::min({p, q, r, s}), std::max({p, q, r, s}));
+  if (std::isnan(p + q) || std::isnan(r + s)) return widened(NAN, NAN);
+  return widened(std::min(p, q), std::max(r, s));
 }
 // REQUIRES: b.low > 0.
 inline interval operator/(const interval& a, const interval& b) {

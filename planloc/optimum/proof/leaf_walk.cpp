@@ -14,10 +14,17 @@ void leaf_walk::walk(const corners& root) {
   triangle_state t;
   t.at = root;
   const problem& p = sites_.owner();
-  t.undecided.resize(p.sites().size());
-  std::iota(t.undecided.begin(), t.undecided.end(), 0U);
+  for (std::uint32_t i = 0; i < p.sites().size(); ++i) {
+    seen_site& seen = t.undecided.emplace_back();
+    seen.site = i;
+    for (std::size_t m = 0; m < 3; ++m) seen.corner[m] = view_from(i, root[m]);
+  }
   t.runs.assign(p.runs().begin(), p.runs().end());
   visit(std::move(t));
+}
+
+seen_site::view leaf_walk::view_from(std::uint32_t site, const xy& at) const {
+  return {sites_.distance(site, exactly(at)), sites_.slope(site, at)};
 }
 
 namespace {
@@ -31,21 +38,32 @@ xy middle_of(const xy& a, const xy& b) {
   return m;
 }
 
-std::pair<triangle_state, triangle_state> halves_of(triangle_state t) {
+}  // namespace
+
+std::pair<triangle_state, triangle_state> leaf_walk::halves_of(triangle_state t) const {
+  const corners at = t.at;
+  const bool segment = at[1] == at[2];
+  const xy m = segment ? middle_of(at[0], at[1]) : middle_of(at[1], at[2]);
   triangle_state other = t;
-  if (t.at[1] == t.at[2]) {
-    const xy m = middle_of(t.at[0], t.at[1]);
-    other.at = {t.at[1], m, m};
-    t.at = {t.at[0], m, m};
-  } else {
-    const xy m = middle_of(t.at[1], t.at[2]);
-    other.at = {m, t.at[2], t.at[0]};
-    t.at = {m, t.at[0], t.at[1]};
-  }
+  t.at = segment ? corners{at[0], m, m} : corners{m, at[0], at[1]};
+  other.at = segment ? corners{at[1], m, m} : corners{m, at[2], at[0]};
+  const auto share = [&](std::vector<seen_site>& of_one, std::vector<seen_site>& of_other) {
+    for (std::size_t k = 0; k < of_one.size(); ++k) {
+      const seen_site::view middle = view_from(of_one[k].site, m);
+      const auto [a, b, c] = of_one[k].corner;
+      if (segment) {
+        of_one[k].corner = {a, middle, middle};
+        of_other[k].corner = {b, middle, middle};
+      } else {
+        of_one[k].corner = {middle, a, b};
+        of_other[k].corner = {middle, c, a};
+      }
+    }
+  };
+  share(t.decided, other.decided);
+  share(t.undecided, other.undecided);
   return {std::move(t), std::move(other)};
 }
-
-}  // namespace
 
 void leaf_walk::visit(triangle_state t) {
   if (next_ == reasons_.size()) refuse("triangles without a reason");
@@ -71,7 +89,10 @@ void leaf_walk::visit(triangle_state t) {
 // not.
 void leaf_walk::prove_by_bound(triangle_state t, int halvings) {
   const std::size_t linear_above = linear_.size();
-  const auto proved = [&] { return mpq_class(bound(t)) >= least_; };
+  const auto proved = [&] {
+    const double b = bound(t);
+    return b >= least_in_doubles_ || mpq_class(b) >= least_;
+  };
   look(t);
   bool done = proved();
   if (!done) {
@@ -90,24 +111,35 @@ void leaf_walk::prove_by_bound(triangle_state t, int halvings) {
 
 // ----- Sites on a triangle -----
 
-leaf_walk::site_on_triangle leaf_walk::view(const triangle_state& t, std::uint32_t site) const {
+leaf_walk::site_on_triangle leaf_walk::look_at(const triangle_state& t, const seen_site& seen,
+                                               double inwards) const {
   site_on_triangle v{};
-  v.site = site;
-  v.upper = 0;
-  v.lower = 0;
+  v.seen = seen;
+  std::array<interval_pair, 3> offset;
   for (std::size_t m = 0; m < 3; ++m) {
-    v.value[m] = sites_.distance(site, exactly(t.at[m]));
+    offset[m] = sites_.offset(seen.site, exactly(t.at[m]));
+    v.value[m] = seen.corner[m].value;
     v.upper = std::max(v.upper, v.value[m].high);
   }
   for (std::size_t j = 0; j < kPoints; ++j) {
-    const interval_pair slope = sites_.slope(site, points_[j]);
+    const bool at_corner = j > 0 && inwards == 0;
+    interval_pair slope;
+    if (at_corner) {
+      slope = seen.corner[j - 1].slope;
+    } else if (j == 0 && sites_.polyhedral(seen.site)) {
+      v.edge = sites_.likely_edge(seen.site, points_[0]);
+      slope = sites_.weighted_normal(seen.site, v.edge);
+    } else {
+      slope = sites_.slope(seen.site, points_[j]);
+    }
     double least = std::numeric_limits<double>::infinity();
     for (std::size_t m = 0; m < 3; ++m) {
-      v.tangent[j][m] = dot(slope, sites_.offset(site, exactly(t.at[m])));
+      v.tangent[j][m] = dot(slope, offset[m]);
       least = std::min(least, v.tangent[j][m].low);
     }
     v.lower = std::max(v.lower, least);
-    v.height[j] = dot(slope, sites_.offset(site, exactly(points_[j]))).low;
+    v.height[j] = at_corner ? v.tangent[j][j - 1].low
+                            : dot(slope, sites_.offset(seen.site, exactly(points_[j]))).low;
   }
   return v;
 }
@@ -125,10 +157,10 @@ void leaf_walk::look(triangle_state& t, double inwards) {
   points_[0].y += inwards * (t.at[0].y - middle.y);
   undecided_.clear();
   decided_.clear();
-  for (const std::uint32_t i : t.undecided) undecided_.push_back(view(t, i));
+  for (const seen_site& seen : t.undecided) undecided_.push_back(look_at(t, seen, inwards));
   const auto before = std::move(t.decided);
   t.decided.clear();
-  for (const auto& d : before) keep(t, view(t, d.site), d.lambda);
+  for (const seen_site& seen : before) keep(t, look_at(t, seen, inwards), seen.lambda);
   decide(t);
 }
 
@@ -161,7 +193,7 @@ void leaf_walk::decide(triangle_state& t) {
       keep(t, v, t.runs[v.first_run].weight);
       continue;
     }
-    t.undecided.push_back(v.site);
+    t.undecided.push_back(v.seen);
     open.push_back(v);
     // f rises with a distance whose order weights are not negative: the tangent stands for it.
     bool rises = true;
@@ -191,19 +223,19 @@ void leaf_walk::decide(triangle_state& t) {
 
 void leaf_walk::keep(triangle_state& t, const site_on_triangle& v, double lambda) {
   if (lambda == 0) return;
-  if (sites_.polyhedral(v.site)) {
-    const std::size_t edge = sites_.likely_edge(v.site, points_[0]);
-    if (std::all_of(t.at.begin(), t.at.end(),
-                    [&](const xy& c) { return sites_.in_cone(v.site, edge, c); })) {
-      const interval_pair n = sites_.weighted_normal(v.site, edge);
-      const interval l(lambda);
-      t.sum_at_base = t.sum_at_base + l * dot(n, sites_.offset(v.site, exactly({0, 0})));
-      t.slope = {t.slope.x + l * n.x, t.slope.y + l * n.y};
-      linear_.push_back({v.site, lambda, edge});
-      return;
-    }
+  const std::uint32_t site = v.seen.site;
+  if (sites_.polyhedral(site) && std::all_of(t.at.begin(), t.at.end(), [&](const xy& c) {
+        return sites_.in_cone(site, v.edge, c);
+      })) {
+    const interval_pair n = sites_.weighted_normal(site, v.edge);
+    const interval l(lambda);
+    t.sum_at_base = t.sum_at_base + l * dot(n, sites_.offset(site, exactly({0, 0})));
+    t.slope = {t.slope.x + l * n.x, t.slope.y + l * n.y};
+    linear_.push_back({site, lambda, v.edge});
+    return;
   }
-  t.decided.push_back({v.site, lambda});
+  t.decided.push_back(v.seen);
+  t.decided.back().lambda = lambda;
   decided_.push_back(v);
 }
 

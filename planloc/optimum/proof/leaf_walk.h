@@ -26,16 +26,22 @@ struct straight_line {
   }
 };
 
+// A site with a distance that is not linear on a triangle, as seen from the corners, which the
+// triangle shares with others.
+struct seen_site {
+  struct view {
+    interval value;
+    interval_pair slope;  // of a tangent
+  };
+  std::uint32_t site;
+  double lambda = 0;  // if decided
+  std::array<view, 3> corner;
+};
+
 // What holds on a triangle, inherited by its halves.
 struct triangle_state {
-  struct weighted_site {
-    std::uint32_t site;
-    double lambda;
-  };
-
   corners at;
-  std::vector<weighted_site> decided;
-  std::vector<std::uint32_t> undecided;
+  std::vector<seen_site> decided, undecided;
   std::vector<order_run> runs;
   interval sum_at_base;  // of the sites that are linear here and decided
   interval_pair slope;
@@ -45,7 +51,10 @@ struct triangle_state {
 class leaf_walk {
  public:
   leaf_walk(const verified_sites& sites, const std::vector<reason>& reasons, mpq_class least)
-      : sites_(sites), reasons_(reasons), least_(std::move(least)) {}
+      : sites_(sites),
+        reasons_(reasons),
+        least_(std::move(least)),
+        least_in_doubles_(rounded_up(least_)) {}
 
   void walk(const corners& root);
   void end() const {
@@ -58,7 +67,8 @@ class leaf_walk {
   static constexpr double kInwards = 0x1p-7;
 
   struct site_on_triangle {
-    std::uint32_t site;
+    seen_site seen;
+    std::size_t edge;                                      // at the centroid, if polyhedral
     std::array<interval, 3> value;                         // at the corners
     std::array<std::array<interval, 3>, kPoints> tangent;  // by place where it is taken
     std::array<double, kPoints> height;                    // at those places
@@ -70,12 +80,15 @@ class leaf_walk {
     double lambda;
     std::size_t edge;
   };
+  friend class place_check;
   using rows = std::array<std::array<interval, 3>, kPoints>;
 
+  seen_site::view view_from(std::uint32_t site, const xy& at) const;
+  std::pair<triangle_state, triangle_state> halves_of(triangle_state t) const;
   void visit(triangle_state t);
   void prove_by_bound(triangle_state t, int halvings);
   void look(triangle_state& t, double inwards = 0);
-  site_on_triangle view(const triangle_state& t, std::uint32_t site) const;
+  site_on_triangle look_at(const triangle_state& t, const seen_site& seen, double inwards) const;
   void decide(triangle_state& t);
   void keep(triangle_state& t, const site_on_triangle& v, double lambda);
   double bound(const triangle_state& t);
@@ -86,12 +99,11 @@ class leaf_walk {
   void check_exactly(const triangle_state& t) const;
   std::vector<std::size_t> edges_on(const triangle_state& t, std::uint32_t site) const;
   std::set<straight_line> lines_on(const triangle_state& t) const;
-  std::vector<fraction_pair> places_on(const corners& t,
-                                       const std::set<straight_line>& lines) const;
 
   const verified_sites& sites_;
   const std::vector<reason>& reasons_;
   mpq_class least_;
+  double least_in_doubles_;  // no less than it
   std::size_t next_ = 0;
   std::size_t name_ = 0;             // of the triangle at hand
   std::vector<linear_site> linear_;  // along the walk from the root
@@ -101,6 +113,7 @@ class leaf_walk {
 };
 
 inline interval_pair exactly(const xy& at) { return {interval(at.x), interval(at.y)}; }
+inline fraction_pair in_fractions(const xy& at) { return {mpq_class(at.x), mpq_class(at.y)}; }
 
 }  // namespace planloc::detail
 

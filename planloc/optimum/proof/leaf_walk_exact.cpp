@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <tuple>
@@ -92,12 +92,12 @@ std::set<straight_line> leaf_walk::lines_on(const triangle_state& t) const {
     }
     return result;
   };
-  for (const auto& d : t.decided) planes_of(d.site);
+  for (const seen_site& d : t.decided) planes_of(d.site);
   std::vector<plane> all;
-  for (const std::uint32_t i : t.undecided) {
-    for (plane& p : planes_of(i)) {
+  for (const seen_site& seen : t.undecided) {
+    for (plane& p : planes_of(seen.site)) {
       for (const plane& q : all) {
-        if (q.site != i) separate(p, q);
+        if (q.site != seen.site) separate(p, q);
       }
       all.push_back(std::move(p));
     }
@@ -105,78 +105,149 @@ std::set<straight_line> leaf_walk::lines_on(const triangle_state& t) const {
   return lines;
 }
 
-std::vector<fraction_pair> leaf_walk::places_on(const corners& t,
-                                                const std::set<straight_line>& lines) const {
-  std::array<fraction_pair, 3> at;
-  for (std::size_t m = 0; m < 3; ++m) at[m] = {mpq_class(t[m].x), mpq_class(t[m].y)};
-  const auto turn = [](const fraction_pair& a, const fraction_pair& b, const fraction_pair& c) {
-    return sgn(mpq_class((b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x)));
-  };
-  const int sense = turn(at[0], at[1], at[2]);
-  if (sense == 0) refuse("triangle " + std::to_string(name_) + ": it has no area");
-  std::vector<straight_line> all(lines.begin(), lines.end());
-  for (std::size_t m = 0; m < 3; ++m) {
-    const fraction_pair& a = at[m];
-    const fraction_pair& b = at[(m + 1) % 3];
-    all.push_back(line(a.y - b.y, b.x - a.x, (a.y - b.y) * a.x + (b.x - a.x) * a.y));
+// Whether f is at least what the walk is after at places of one triangle.
+class place_check {
+ public:
+  place_check(const leaf_walk& walk, const triangle_state& t)
+      : walk_(walk), triangle_(t), linear_(walk.sites_) {
+    for (const leaf_walk::linear_site& s : walk.linear_) linear_.add(s.site, s.edge, s.lambda);
+    for (const seen_site& s : t.undecided) open_.push_back(s.site);
+    distance_.resize(open_.size());
   }
-  const auto earlier = [](const fraction_pair& a, const fraction_pair& b) {
-    return std::tie(a.x, a.y) < std::tie(b.x, b.y);
-  };
-  std::set<fraction_pair, decltype(earlier)> places(at.begin(), at.end(), earlier);
-  for (std::size_t i = 0; i < lines.size(); ++i) {
-    for (std::size_t k = i + 1; k < all.size(); ++k) {
-      const straight_line& l = all[i];
-      const straight_line& m = all[k];
-      const mpq_class area = l.a * m.b - l.b * m.a;
-      if (sgn(area) == 0) continue;
-      fraction_pair c{(l.c * m.b - l.b * m.c) / area, (l.a * m.c - l.c * m.a) / area};
-      if (turn(at[0], at[1], c) * sense >= 0 && turn(at[1], at[2], c) * sense >= 0 &&
-          turn(at[2], at[0], c) * sense >= 0) {
-        places.insert(std::move(c));
-      }
+
+  bool surely(const interval_pair& at) {
+    const verified_sites& sites = walk_.sites_;
+    interval value = triangle_.sum_at_base + dot(triangle_.slope, at);
+    for (const seen_site& s : triangle_.decided)
+      value = value + interval(s.lambda) * sites.distance(s.site, at);
+    // The k-th smallest of numbers that grow grows.
+    for (std::size_t k = 0; k < open_.size(); ++k) distance_[k] = sites.distance(open_[k], at);
+    std::vector<double> low, high;
+    for (const interval& d : distance_) {
+      low.push_back(d.low);
+      high.push_back(d.high);
+    }
+    std::sort(low.begin(), low.end());
+    std::sort(high.begin(), high.end());
+    std::size_t k = 0;
+    for (const order_run& r : triangle_.runs) {
+      for (const std::size_t end = k + r.count; k < end; ++k)
+        value = value + interval(r.weight) * interval(low[k], high[k]);
+    }
+    return value.low >= walk_.least_in_doubles_;
+  }
+
+  bool exactly(const fraction_pair& at) const {
+    edge_loads loads = linear_;
+    for (const seen_site& s : triangle_.decided)
+      loads.add(s.site, walk_.sites_.active_edge(s.site, at), s.lambda);
+    add_in_order(walk_.sites_, open_, triangle_.runs, at, loads);
+    return loads.value(at) >= walk_.least_;
+  }
+
+ private:
+  const leaf_walk& walk_;
+  const triangle_state& triangle_;
+  edge_loads linear_;
+  std::vector<std::uint32_t> open_;
+  std::vector<interval> distance_;
+};
+
+namespace {
+
+struct rounded_line {
+  straight_line exact;
+  interval a, b, c;
+
+  explicit rounded_line(straight_line l)
+      : exact(std::move(l)), a(around(exact.a)), b(around(exact.b)), c(around(exact.c)) {}
+
+  bool passes(const fraction_pair& at) const {
+    return sgn(mpq_class(exact.a * at.x + exact.b * at.y - exact.c)) == 0;
+  }
+};
+
+// A triangle as three half-planes: a x + b y >= c.
+class half_planes {
+ public:
+  explicit half_planes(const corners& t) {
+    for (std::size_t m = 0; m < 3; ++m) {
+      const fraction_pair a = in_fractions(t[m]);
+      const fraction_pair b = in_fractions(t[(m + 1) % 3]);
+      const fraction_pair inside = in_fractions(t[(m + 2) % 3]);
+      straight_line l{a.y - b.y, b.x - a.x, (a.y - b.y) * a.x + (b.x - a.x) * a.y};
+      const int side = sgn(mpq_class(l.a * inside.x + l.b * inside.y - l.c));
+      flat_ = flat_ || side == 0;
+      if (side < 0) l = {-l.a, -l.b, -l.c};
+      side_.emplace_back(std::move(l));
     }
   }
-  return {places.begin(), places.end()};
+
+  bool flat() const { return flat_; }
+  const std::vector<rounded_line>& sides() const { return side_; }
+  bool surely_outside(const interval_pair& at) const {
+    return std::any_of(side_.begin(), side_.end(), [&](const rounded_line& l) {
+      return (l.a * at.x + l.b * at.y - l.c).high < 0;
+    });
+  }
+  bool outside(const fraction_pair& at) const {
+    return std::any_of(side_.begin(), side_.end(), [&](const rounded_line& l) {
+      return sgn(mpq_class(l.exact.a * at.x + l.exact.b * at.y - l.exact.c)) < 0;
+    });
+  }
+
+ private:
+  std::vector<rounded_line> side_;
+  bool flat_ = false;
+};
+
+// Of lines that surely cross.
+std::optional<interval_pair> sure_crossing(const rounded_line& l, const rounded_line& m) {
+  const interval area = l.a * m.b - l.b * m.a;
+  if (area.low <= 0 && area.high >= 0) return std::nullopt;
+  const interval x = l.c * m.b - l.b * m.c;
+  const interval y = l.a * m.c - l.c * m.a;
+  return area.low > 0 ? interval_pair{x / area, y / area} : interval_pair{-x / -area, -y / -area};
 }
 
+std::optional<fraction_pair> crossing(const straight_line& l, const straight_line& m) {
+  const mpq_class area = l.a * m.b - l.b * m.a;
+  if (sgn(area) == 0) return std::nullopt;
+  return fraction_pair{(l.c * m.b - l.b * m.c) / area, (l.a * m.c - l.c * m.a) / area};
+}
+
+}  // namespace
+
+// At the corners and at all crossings of two lines, or of a line and a side. In intervals, and
+// without loss where they cannot tell; of lines that meet in a place without loss once.
 void leaf_walk::check_exactly(const triangle_state& t) const {
-  const problem& p = sites_.owner();
-  if (!p.polyhedral()) refuse("exact triangles need polyhedral gauges");
-  struct load {
-    mpq_class weight, x, y;
+  if (!sites_.owner().polyhedral()) refuse("exact triangles need polyhedral gauges");
+  const half_planes area(t.at);
+  if (area.flat()) refuse("triangle " + std::to_string(name_) + ": it has no area");
+  place_check check(*this, t);
+  const auto too_low = [&] {
+    refuse("triangle " + std::to_string(name_) + ": one of its places has a lower value");
   };
-  std::map<std::pair<std::uint32_t, std::size_t>, load> loads;
-  for (const linear_site& s : linear_) {
-    const mpq_class w = mpq_class(s.lambda) * p.sites()[s.site].weight;
-    const fraction_pair to_base = sites_.exact_offset(s.site, {0, 0});
-    load& l = loads[{p.sites()[s.site].gauge, s.edge}];
-    l.weight += w;
-    l.x += w * to_base.x;
-    l.y += w * to_base.y;
+  for (const xy& c : t.at) {
+    if (!check.surely(exactly(c)) && !check.exactly(in_fractions(c))) too_low();
   }
-  fraction_pair slope;
-  mpq_class at_base;
-  std::vector<std::size_t> example(p.gauges().size());
-  for (std::size_t i = 0; i < p.sites().size(); ++i) example[p.sites()[i].gauge] = i;
-  for (const auto& [key, l] : loads) {
-    const fraction_pair& n = sites_.exact_normal(example[key.first], key.second);
-    slope.x += l.weight * n.x;
-    slope.y += l.weight * n.y;
-    at_base += l.x * n.x + l.y * n.y;
-  }
-  for (const fraction_pair& at : places_on(t.at, lines_on(t))) {
-    mpq_class value = at_base + dot(slope, at);
-    for (const auto& d : t.decided) value += sites_.distance(d.site, at) * d.lambda;
-    std::vector<mpq_class> open;
-    for (const std::uint32_t i : t.undecided) open.push_back(sites_.distance(i, at));
-    std::sort(open.begin(), open.end());
-    std::size_t k = 0;
-    for (const order_run& r : t.runs) {
-      for (const std::size_t end = k + r.count; k < end; ++k) value += open[k] * r.weight;
+  std::vector<rounded_line> all;
+  for (const straight_line& l : lines_on(t)) all.emplace_back(l);
+  const std::size_t lines = all.size();
+  all.insert(all.end(), area.sides().begin(), area.sides().end());
+  std::vector<std::vector<bool>> met;  // by place that was checked without loss: which lines pass
+  for (std::size_t i = 0; i < lines; ++i) {
+    for (std::size_t k = i + 1; k < all.size(); ++k) {
+      const auto near = sure_crossing(all[i], all[k]);
+      if (near && (area.surely_outside(*near) || check.surely(*near))) continue;
+      if (std::any_of(met.begin(), met.end(), [&](const auto& m) { return m[i] && m[k]; }))
+        continue;
+      const auto at = crossing(all[i].exact, all[k].exact);
+      if (!at || area.outside(*at)) continue;
+      if (!check.exactly(*at)) too_low();
+      std::vector<bool>& passes = met.emplace_back();
+      for (const rounded_line& l : all) passes.push_back(l.passes(*at));
     }
-    if (value < least_)
-      refuse("triangle " + std::to_string(name_) + ": one of its places has a lower value");
   }
 }
 

@@ -5,22 +5,18 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
+#include <span>
+#include <utility>
 #include <vector>
 
-#include "planloc/optimum/proof/interval.h"
+#include "planloc/optimum/proof/gauge_interval.h"
 #include "planloc/optimum/proof/verify_parts.h"
 
 namespace planloc::detail {
 
 inline interval around(const mpq_class& q) { return {rounded_down(q), rounded_up(q)}; }
 
-struct interval_pair {
-  interval x, y;
-};
-
-inline interval dot(const interval_pair& a, const interval_pair& b) {
-  return a.x * b.x + a.y * b.y;
-}
 inline mpq_class dot(const fraction_pair& a, const fraction_pair& b) {
   return a.x * b.x + a.y * b.y;
 }
@@ -47,6 +43,7 @@ class verified_sites {
 
   // Polyhedral gauges, without loss.
   mpq_class distance(std::size_t i, const fraction_pair& at) const;
+  std::size_t active_edge(std::size_t i, const fraction_pair& at) const;
   fraction_pair exact_offset(std::size_t i, const fraction_pair& at) const;
   const fraction_pair& exact_normal(std::size_t i, std::size_t edge) const {
     return exact_normals_[gauge_of(i)][edge];
@@ -58,13 +55,39 @@ class verified_sites {
  private:
   std::uint32_t gauge_of(std::size_t i) const { return problem_.sites()[i].gauge; }
   interval gauge_value(std::size_t i, const interval_pair& u) const;
+  template <class Visitor>
+  void visit_likely_edges(std::uint32_t gauge, const interval_pair& u, Visitor visit) const;
 
   const problem& problem_;
   xy base_;
   std::vector<interval_pair> position_;
   std::vector<std::vector<fraction_pair>> exact_normals_;  // by gauge
   std::vector<std::vector<interval_pair>> normals_;
+  std::vector<double> largest_normal_;  // by gauge, in the maximum norm
 };
+
+// Sites with given order weights as one affine function on the cones of given edges. Sites with the
+// same edge of the same gauge share its denominator. Polyhedral gauges, without loss.
+class edge_loads {
+ public:
+  explicit edge_loads(const verified_sites& sites) : sites_(sites) {}
+
+  void add(std::size_t site, std::size_t edge, double lambda);
+  mpq_class value(const fraction_pair& at) const;
+
+ private:
+  struct load {
+    const fraction_pair* normal;
+    mpq_class weight, x, y;
+  };
+
+  const verified_sites& sites_;
+  std::map<std::pair<std::uint32_t, std::size_t>, load> loads_;
+};
+
+// Adds sites that get the order weights of `runs` by their order at a place.
+void add_in_order(const verified_sites& sites, std::span<const std::uint32_t> which,
+                  std::span<const order_run> runs, const fraction_pair& at, edge_loads& loads);
 
 // The same problem with all sites at the origin: how f grows far from the sites.
 problem at_one_place(const problem& p);
@@ -79,7 +102,7 @@ void check_lines(const problem& p, const branch_certificate& c);
 
 // The sum of order weights times sorted distances.
 interval ordered_sum(const problem& p, std::vector<interval> distances);
-mpq_class ordered_sum(const problem& p, std::vector<mpq_class> distances);
+mpq_class ordered_sum(const verified_sites& sites, const fraction_pair& at);
 
 }  // namespace planloc::detail
 

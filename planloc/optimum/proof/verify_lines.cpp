@@ -42,12 +42,7 @@ class line_check {
   }
 
  private:
-  bool falls_along(const fraction_pair& u) const {
-    std::vector<mpq_class> growth;
-    for (std::size_t i = 0; i < gauges_.owner().sites().size(); ++i)
-      growth.push_back(gauges_.distance(i, u));
-    return sgn(ordered_sum(gauges_.owner(), std::move(growth))) < 0;
-  }
+  bool falls_along(const fraction_pair& u) const { return sgn(ordered_sum(gauges_, u)) < 0; }
 
   verified_sites gauges_;  // all at the origin
   std::set<fraction_pair, by_angle> normals_;

@@ -69,6 +69,8 @@ verification verify_intervals(const problem& p, const solution& s, const convex_
 verification verify_boundary(const problem& p, const solution& s, const boundary_certificate& c);
 verification verify_infeasible(const problem& p);
 verification verify_leaves(const problem& p, const solution& s, const branch_certificate& c);
+// A bound of minus infinity claims nothing; the value is checked.
+verification verify_without_bound(const problem& p, const solution& s);
 verification verify_direction(const problem& p, const direction_certificate& c);
 
 }  // namespace planloc::detail

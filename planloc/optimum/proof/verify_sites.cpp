@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 
 #include "planloc/optimum/proof/verify_leaves.h"
 
@@ -22,6 +23,10 @@ verified_sites::verified_sites(const problem& p, const xy& base) : problem_(p), 
       exact.push_back({(by - ay) / area, (ax - bx) / area});
       rounded.push_back({around(exact.back().x), around(exact.back().y)});
     }
+    double largest = 0;
+    for (const interval_pair& n : rounded)
+      largest = std::max({largest, magnitude(n.x).high, magnitude(n.y).high});
+    largest_normal_.push_back(largest);
   }
 }
 
@@ -44,8 +49,29 @@ interval verified_sites::gauge_value(std::size_t i, const interval_pair& u) cons
   if (g.kind() == gauge::shape::euclidean) return sqrt(square(u.x) + square(u.y));
   if (g.kind() == gauge::shape::lp) return norm(u.x, u.y, interval(g.p()));
   interval most(0);
-  for (const interval_pair& n : normals_[gauge_of(i)]) most = larger(most, dot(n, u));
+  visit_likely_edges(gauge_of(i), u,
+                     [&](std::size_t e) { most = larger(most, dot(normals_[gauge_of(i)][e], u)); });
   return most;
+}
+
+// All edges but those that others surely beat at u. In doubles, at the low ends: a term is off by
+// the width of u's interval times the normal, by 2^-52 of itself for the normal's width, and by its
+// roundings.
+template <class Visitor>
+void verified_sites::visit_likely_edges(std::uint32_t gauge, const interval_pair& u,
+                                        Visitor visit) const {
+  const std::vector<interval_pair>& normals = normals_[gauge];
+  const auto at_low_ends = [&](const interval_pair& n) {
+    return n.x.low * u.x.low + n.y.low * u.y.low;
+  };
+  double most = 0;
+  for (const interval_pair& n : normals) most = std::max(most, at_low_ends(n));
+  const double width = (u.x.high - u.x.low) + (u.y.high - u.y.low);
+  const double size = std::fabs(u.x.low) + std::fabs(u.y.low) + width;
+  const double doubt = 2.5 * largest_normal_[gauge] * (width + 0x1p-50 * size) + 0x1p-1000;
+  for (std::size_t e = 0; e < normals.size(); ++e) {
+    if (!(at_low_ends(normals[e]) < most - doubt)) visit(e);
+  }
 }
 
 interval verified_sites::distance(std::size_t i, const interval_pair& at) const {
@@ -97,12 +123,25 @@ fraction_pair verified_sites::exact_offset(std::size_t i, const fraction_pair& a
   return {at.x + base_.x - s.x, at.y + base_.y - s.y};
 }
 
-mpq_class verified_sites::distance(std::size_t i, const fraction_pair& at) const {
+std::size_t verified_sites::active_edge(std::size_t i, const fraction_pair& at) const {
   const fraction_pair u = exact_offset(i, at);
-  mpq_class most;
-  for (const fraction_pair& n : exact_normals_[gauge_of(i)])
-    most = std::max(most, mpq_class(n.x * u.x + n.y * u.y));
-  return most * problem_.sites()[i].weight;
+  std::vector<std::size_t> likely;
+  visit_likely_edges(gauge_of(i), {around(u.x), around(u.y)},
+                     [&](std::size_t e) { likely.push_back(e); });
+  std::size_t best = likely.front();
+  if (likely.size() == 1) return best;
+  mpq_class most = dot(exact_normal(i, best), u);
+  for (const std::size_t e : likely) {
+    mpq_class value = dot(exact_normal(i, e), u);
+    if (value <= most) continue;
+    most = std::move(value);
+    best = e;
+  }
+  return best;
+}
+
+mpq_class verified_sites::distance(std::size_t i, const fraction_pair& at) const {
+  return dot(exact_normal(i, active_edge(i, at)), exact_offset(i, at)) * problem_.sites()[i].weight;
 }
 
 bool verified_sites::in_cone(std::size_t i, std::size_t edge, const xy& at) const {
@@ -142,14 +181,60 @@ interval ordered_sum(const problem& p, std::vector<interval> distances) {
   return sum;
 }
 
-mpq_class ordered_sum(const problem& p, std::vector<mpq_class> distances) {
-  std::sort(distances.begin(), distances.end());
+void edge_loads::add(std::size_t site, std::size_t edge, double lambda) {
+  if (lambda == 0) return;
+  const planloc::site& s = sites_.owner().sites()[site];
+  const mpq_class w = mpq_class(lambda) * s.weight;
+  const fraction_pair to_base = sites_.exact_offset(site, {0, 0});
+  load& l = loads_[{s.gauge, edge}];
+  l.normal = &sites_.exact_normal(site, edge);
+  l.weight += w;
+  l.x += w * to_base.x;
+  l.y += w * to_base.y;
+}
+
+mpq_class edge_loads::value(const fraction_pair& at) const {
   mpq_class sum;
-  std::size_t k = 0;
-  for (const order_run& r : p.runs()) {
-    for (const std::size_t end = k + r.count; k < end; ++k) sum += distances[k] * r.weight;
-  }
+  for (const auto& [key, l] : loads_)
+    sum += dot(*l.normal, {l.weight * at.x + l.x, l.weight * at.y + l.y});
   return sum;
+}
+
+void add_in_order(const verified_sites& sites, std::span<const std::uint32_t> which,
+                  std::span<const order_run> runs, const fraction_pair& at, edge_loads& loads) {
+  struct placed {
+    std::uint32_t site;
+    std::size_t edge;
+    interval near;
+  };
+  const interval_pair rounded{around(at.x), around(at.y)};
+  std::vector<placed> order;
+  for (const std::uint32_t i : which)
+    order.push_back({i, sites.active_edge(i, at), sites.distance(i, rounded)});
+  const auto exactly = [&](const placed& q) {
+    return mpq_class(dot(sites.exact_normal(q.site, q.edge), sites.exact_offset(q.site, at)) *
+                     sites.owner().sites()[q.site].weight);
+  };
+  if (runs.size() > 1) {
+    std::sort(order.begin(), order.end(), [&](const placed& q, const placed& r) {
+      if (q.near.high < r.near.low) return true;
+      if (q.near.low > r.near.high) return false;
+      return q.site != r.site && exactly(q) < exactly(r);
+    });
+  }
+  std::size_t k = 0;
+  for (const order_run& r : runs) {
+    for (const std::size_t end = k + r.count; k < end; ++k)
+      loads.add(order[k].site, order[k].edge, r.weight);
+  }
+}
+
+mpq_class ordered_sum(const verified_sites& sites, const fraction_pair& at) {
+  std::vector<std::uint32_t> all(sites.owner().sites().size());
+  std::iota(all.begin(), all.end(), 0U);
+  edge_loads loads(sites);
+  add_in_order(sites, all, sites.owner().runs(), at, loads);
+  return loads.value(at);
 }
 
 }  // namespace planloc::detail
