@@ -1,12 +1,13 @@
-// The least value of a polyhedral problem by brute force: f is linear in the cells of the
-// arrangement of all lines on which a distance or the order of two distances changes, so a bounded
-// f has its least value in a crossing of two of them, or, where all are parallel, anywhere on one.
+// The least value of a polyhedral problem by brute force, in doubles and by code of its own: f is
+// linear in the cells of the arrangement of all lines on which a distance or the order of two
+// distances changes, so a bounded f has its least value in a crossing of two of them.
 #ifndef PLANLOC_TESTS_OPTIMUM_ARRANGEMENT_H_
 #define PLANLOC_TESTS_OPTIMUM_ARRANGEMENT_H_
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -14,6 +15,7 @@
 
 namespace planloc {
 
+// All of these lines, whole and in absolute coordinates.
 struct test_line {
   double a, b, c;  // a x + b y == c
 };
@@ -48,38 +50,216 @@ inline std::vector<test_line> break_lines(const problem& p) {
   return lines;
 }
 
-struct arrangement_optima {
-  double value = std::numeric_limits<double>::infinity();
-  std::vector<xy> places;  // crossings with this value, up to `tie` of it
-};
+class arrangement {
+ public:
+  struct optima {
+    double value = std::numeric_limits<double>::infinity();
+    double size = 0;         // of the terms of f at the first of the places
+    std::vector<xy> places;  // crossings with this value up to the tie; counted from base()
+  };
 
-inline arrangement_optima optima_of_arrangement(const problem& p, double tie = 1e-11) {
-  const std::vector<test_line> lines = break_lines(p);
-  arrangement_optima best;
-  std::vector<std::pair<double, xy>> near;
-  for (std::size_t i = 0; i < lines.size(); ++i) {
-    for (std::size_t k = 0; k < i; ++k) {
-      const test_line& f = lines[i];
-      const test_line& g = lines[k];
-      const double area = f.a * g.b - f.b * g.a;
-      const double sizes = (std::fabs(f.a) + std::fabs(f.b)) * (std::fabs(g.a) + std::fabs(g.b));
-      if (!(std::fabs(area) > 1e-9 * sizes)) continue;
-      const xy at{(f.c * g.b - f.b * g.c) / area, (f.a * g.c - f.c * g.a) / area};
-      const double value = p.value(at);
-      if (value > best.value + tie * (1 + std::fabs(best.value))) continue;
-      best.value = std::min(best.value, value);
-      near.emplace_back(value, at);
+  explicit arrangement(const problem& p) : base_{p.sites()[0].x, p.sites()[0].y} {
+    for (std::size_t i = 0; i < p.sites().size(); ++i) add(p, i);
+    for (std::size_t k = 0; k < sites_.size(); ++k) lambda_.push_back(p.lambda(k));
+    distance_.resize(sites_.size());
+    const bool ordered = p.runs().size() > 1;
+    for (std::size_t i = 0; i < sites_.size(); ++i) {
+      for (std::size_t e = 0; e < sites_[i].pieces.size(); ++e) {
+        add_ray(sites_[i], e);
+        for (std::size_t k = 0; ordered && k < i; ++k) {
+          for (std::size_t f = 0; f < sites_[k].pieces.size(); ++f)
+            add_bisector(sites_[i], e, sites_[k], f);
+        }
+      }
+    }
+    join_equal_lines();
+  }
+
+  xy base() const { return base_; }
+  double extent() const { return extent_; }
+
+  // f at a place that is counted from base(), and the sum of its terms' magnitudes.
+  std::pair<double, double> value(const xy& at) {
+    for (std::size_t i = 0; i < sites_.size(); ++i) {
+      const double x = at.x - sites_[i].at.x;
+      const double y = at.y - sites_[i].at.y;
+      double most = 0;
+      for (const piece& q : sites_[i].pieces) most = std::max(most, q.slope.x * x + q.slope.y * y);
+      distance_[i] = most;
+    }
+    std::sort(distance_.begin(), distance_.end());
+    double sum = 0;
+    double size = 0;
+    for (std::size_t k = 0; k < lambda_.size(); ++k) {
+      sum += lambda_[k] * distance_[k];
+      size += std::fabs(lambda_[k]) * distance_[k];
+    }
+    return {sum, size};
+  }
+
+  // All crossings, counted from base().
+  template <class Visitor>
+  void visit_crossings(Visitor visit) const {
+    for (std::size_t i = 0; i < lines_.size(); ++i) {
+      for (std::size_t k = 0; k < i; ++k) {
+        const segment& f = lines_[i];
+        const segment& g = lines_[k];
+        const double sine = f.a * g.b - f.b * g.a;
+        if (std::fabs(sine) < 1e-15) continue;
+        const xy at{(f.c * g.b - f.b * g.c) / sine, (f.a * g.c - f.c * g.a) / sine};
+        if (std::fabs(sine) <= 1e-6 || (f.holds(at) && g.holds(at))) visit(at);
+      }
     }
   }
-  for (const auto& [value, at] : near) {
-    if (value <= best.value + tie * (1 + std::fabs(best.value))) best.places.push_back(at);
-  }
-  return best;
-}
 
-inline double least_value_of_arrangement(const problem& p) {
-  return optima_of_arrangement(p).value;
-}
+  optima find(double tie = 1e-11) {
+    optima best;
+    std::vector<std::pair<double, xy>> near;
+    visit_crossings([&](const xy& at) {
+      const auto [v, size] = value(at);
+      if (v > best.value + tie * (size + extent_)) return;
+      if (v < best.value) {
+        best.value = v;
+        best.size = size;
+      }
+      near.emplace_back(v, at);
+    });
+    for (const auto& [v, at] : near) {
+      if (v <= best.value + tie * (best.size + extent_)) best.places.push_back(at);
+    }
+    return best;
+  }
+
+  // The least value of f's growth far from the sites in all directions, and the size of its terms.
+  // It is linear between the directions of lines on which the gauges break or are equal.
+  std::pair<double, double> recession() {
+    std::vector<site_pieces> kept = sites_;
+    for (site_pieces& s : sites_) s.at = {0, 0};
+    std::pair<double, double> least{std::numeric_limits<double>::infinity(), 0};
+    const auto look = [&](double x, double y) {
+      const double length = std::hypot(x, y);
+      if (length == 0) return;
+      least = std::min({least, value({x / length, y / length}), value({-x / length, -y / length})});
+    };
+    for (std::size_t i = 0; i < sites_.size(); ++i) {
+      for (const piece& q : sites_[i].pieces) {
+        look(q.ray.x, q.ray.y);
+        for (std::size_t k = 0; k < i; ++k) {
+          for (const piece& r : sites_[k].pieces)
+            look(q.slope.y - r.slope.y, r.slope.x - q.slope.x);
+        }
+      }
+    }
+    sites_ = std::move(kept);
+    return least;
+  }
+
+ private:
+  struct piece {
+    xy slope;  // of the weighted distance
+    xy ray;    // of length 1, where the piece begins
+  };
+  struct site_pieces {
+    xy at;
+    std::vector<piece> pieces;
+  };
+  // a x + b y == c, with a normal of length 1, between two places along (-b, a).
+  struct segment {
+    double a, b, c;
+    double from = -std::numeric_limits<double>::infinity();
+    double to = std::numeric_limits<double>::infinity();
+
+    bool holds(const xy& at) const {
+      const double t = a * at.y - b * at.x;
+      return t >= from && t <= to;
+    }
+  };
+
+  void add(const problem& p, std::size_t i) {
+    const site& s = p.sites()[i];
+    const std::span<const xy> v = p.gauge_of(i).vertices();
+    site_pieces own{{s.x - base_.x, s.y - base_.y}, {}};
+    extent_ = std::max({extent_, std::fabs(own.at.x), std::fabs(own.at.y)});
+    for (std::size_t j = 0; j < v.size(); ++j) {
+      const xy& a = v[j];
+      const xy& b = v[(j + 1) % v.size()];
+      const double area = a.x * b.y - a.y * b.x;
+      const double length = std::hypot(a.x, a.y);
+      own.pieces.push_back({{s.weight * (b.y - a.y) / area, s.weight * (a.x - b.x) / area},
+                            {a.x / length, a.y / length}});
+    }
+    sites_.push_back(std::move(own));
+  }
+
+  double slack() const { return 1e-6 * (extent_ + 1e-300); }
+
+  void add_ray(const site_pieces& s, std::size_t e) {
+    const xy& u = s.pieces[e].ray;
+    segment l{u.y, -u.x, u.y * s.at.x - u.x * s.at.y};
+    l.from = u.x * s.at.x + u.y * s.at.y - slack();
+    lines_.push_back(l);
+  }
+
+  // The part of the line in the half-plane to the left of the ray from the place (1) or to the
+  // right of it (-1).
+  void cut(segment& l, const xy& at, const xy& ray, int side) const {
+    const double start = side * (ray.x * (l.b * l.c - at.y) - ray.y * (l.a * l.c - at.x));
+    const double growth = side * (ray.x * l.a + ray.y * l.b);
+    if (std::fabs(growth) < 1e-12) {
+      if (start < -slack()) l.to = -std::numeric_limits<double>::infinity();
+      return;
+    }
+    const double border = -start / growth;
+    if (growth > 0) {
+      l.from = std::max(l.from, border - slack() / growth);
+    } else {
+      l.to = std::min(l.to, border - slack() / growth);
+    }
+  }
+
+  void add_bisector(const site_pieces& s, std::size_t e, const site_pieces& t, std::size_t f) {
+    const xy& m = s.pieces[e].slope;
+    const xy& n = t.pieces[f].slope;
+    const xy normal{m.x - n.x, m.y - n.y};
+    const double length = std::hypot(normal.x, normal.y);
+    if (length <= 1e-15 * (std::hypot(m.x, m.y) + std::hypot(n.x, n.y))) return;
+    const double right = m.x * s.at.x + m.y * s.at.y - n.x * t.at.x - n.y * t.at.y;
+    segment l{normal.x / length, normal.y / length, right / length};
+    cut(l, s.at, s.pieces[e].ray, 1);
+    cut(l, s.at, s.pieces[(e + 1) % s.pieces.size()].ray, -1);
+    cut(l, t.at, t.pieces[f].ray, 1);
+    cut(l, t.at, t.pieces[(f + 1) % t.pieces.size()].ray, -1);
+    if (l.from <= l.to) lines_.push_back(l);
+  }
+
+  void join_equal_lines() {
+    for (segment& l : lines_) {
+      if (l.a > 0 || (l.a == 0 && l.b > 0)) continue;
+      l = {-l.a, -l.b, -l.c, -l.to, -l.from};
+    }
+    std::sort(lines_.begin(), lines_.end(), [](const segment& l, const segment& m) {
+      return std::tie(l.a, l.b, l.c) < std::tie(m.a, m.b, m.c);
+    });
+    std::size_t kept = 0;
+    for (const segment& l : lines_) {
+      if (kept > 0 && lines_[kept - 1].a == l.a && lines_[kept - 1].b == l.b &&
+          lines_[kept - 1].c == l.c) {
+        lines_[kept - 1].from = std::min(lines_[kept - 1].from, l.from);
+        lines_[kept - 1].to = std::max(lines_[kept - 1].to, l.to);
+      } else {
+        lines_[kept++] = l;
+      }
+    }
+    lines_.resize(kept);
+  }
+
+  xy base_;
+  double extent_ = 0;
+  std::vector<site_pieces> sites_;
+  std::vector<double> lambda_;
+  std::vector<segment> lines_;
+  std::vector<double> distance_;
+};
 
 // How far a place lies outside a convex set given by its corners counterclockwise.
 inline double outside(const std::vector<xy>& corners, const xy& at) {

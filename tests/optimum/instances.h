@@ -13,6 +13,8 @@
 namespace planloc {
 
 enum class layout { scattered, lattice, line, one_place, far_away, uneven };
+constexpr layout kLayouts[] = {layout::scattered, layout::lattice,  layout::line,
+                               layout::one_place, layout::far_away, layout::uneven};
 
 class instance_source {
  public:
@@ -110,6 +112,29 @@ class instance_source {
         for (int k = 0; k < n; ++k) lambda.push_back(whole ? below(3) : uniform(0, 1));
         std::sort(lambda.begin(), lambda.end());
         lambda.back() += 0.25;
+        return order_weights(lambda);
+      }
+    }
+  }
+
+  // Order weights of every kind, also ties and signs.
+  order_weights any_order(int n) {
+    switch (below(8)) {
+      case 0:
+        return order_weights::range();
+      case 1:
+        return order_weights::anti_centrum(static_cast<std::size_t>(1 + below(n)));
+      case 2:
+        return order_weights::order_statistic(static_cast<std::size_t>(1 + below(n)));
+      case 3:
+        if (n > 2) return order_weights::trimmed_mean(1, 1);
+        return order_weights::quantile(0.5);
+      default: {
+        std::vector<double> lambda;
+        const int kind = below(3);
+        for (int k = 0; k < n; ++k) {
+          lambda.push_back(kind == 0 ? below(3) - 1 : kind == 1 ? below(2) : uniform(-0.5, 1));
+        }
         return order_weights(lambda);
       }
     }

@@ -1,0 +1,252 @@
+// Random and degenerate problems with 1 to 12 sites: the answer of `minimise` against all crossings
+// of the arrangement, and its proof. Each instance depends on the seed and its number alone.
+//
+//   $ optimum_trials 1000000        instances 0 to 999999 of seed 1
+//   $ optimum_trials 1 7 2369       instance 2369 of seed 7
+//
+// One line a fault, then a table; status 1 if there was a fault.
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdlib>
+#include <iomanip>
+#include <iostream>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "arrangement.h"
+#include "instances.h"
+#include "planloc/optimum/minimise.h"
+#include "planloc/optimum/verify.h"
+
+namespace planloc {
+namespace {
+
+// After so many a search counts as not solved.
+constexpr std::size_t kCells = 200000;
+constexpr std::size_t kSmoothCells = 20000;
+// Of the terms of f: roundings of values, and what crossings in doubles can be off by.
+constexpr double kRounding = 1e-12;
+constexpr double kCrossing = 1e-7;
+
+struct trial {
+  problem p;
+  std::string family;
+};
+
+int number_of_sites(instance_source& source, bool general) {
+  const int kind = source.below(100);
+  if (kind < (general ? 85 : 60)) return 1 + source.below(5);
+  if (kind < (general ? 97 : 80)) return 6 + source.below(2);
+  return 8 + source.below(5);
+}
+
+std::vector<gauge> smooth_gauges(instance_source& source) {
+  switch (source.below(5)) {
+    case 0:
+      return {gauge::euclidean()};
+    case 1:
+      return {gauge::lp(1.0001), gauge::lp(300)};
+    case 2:
+      return {gauge::lp(1.1 + source.below(50) / 10.0)};
+    case 3:
+      return {gauge::euclidean(), gauge::linf()};
+    default:
+      return {gauge::l1(), gauge::euclidean(), source.ball(5), gauge::lp(1.5)};
+  }
+}
+
+trial draw(instance_source& source) {
+  const layout l = kLayouts[source.below(std::size(kLayouts))];
+  const int kind = source.below(200);
+  const bool general = kind < 100;
+  const bool smooth = kind == 0 || kind >= 180;
+  const int n = kind == 0 ? 1 + source.below(4) : number_of_sites(source, general);
+  const auto gauges =
+      smooth ? smooth_gauges(source) : source.gauges(l, 1 + source.below(3), 3 + source.below(6));
+  auto sites = source.sites(l, n, static_cast<int>(gauges.size()));
+  if (source.below(3) == 0) {
+    for (site& s : sites) s.weight = 1;
+  }
+  for (std::size_t i = 1; source.below(6) == 0 && i < sites.size(); i += 2) {
+    sites[i].x = sites[i - 1].x;
+    sites[i].y = sites[i - 1].y;
+  }
+  return {problem(std::move(sites), gauges, general ? source.any_order(n) : source.convex_order(n)),
+          std::string(smooth ? "smooth" : "polyhedral") + (general ? " general" : " convex")};
+}
+
+// Of the set of optima of a convex problem.
+std::string fault_of_set(const problem& p, const solution& s, arrangement& all) {
+  if (s.optima.whole_plane) return all.value({0, 0}).second == 0 ? "" : "not the whole plane";
+  if (s.optima.corners.empty()) return "no set of optima";
+  const arrangement::optima best = all.find(1e-13);
+  std::vector<xy> corners;
+  // A corner is rounded to the spacing of doubles where it lies.
+  double spacing = 0;
+  for (const xy& c : s.optima.corners) {
+    corners.push_back({c.x - all.base().x, c.y - all.base().y});
+    spacing = std::max({spacing, std::fabs(c.x), std::fabs(c.y)});
+  }
+  double steepest = 0;
+  for (const site& t : p.sites()) steepest += t.weight * p.lambda(p.sites().size() - 1);
+  for (const xy& c : corners) {
+    const auto [value, size] = all.value(c);
+    if (value > best.value + kRounding * size + 8e-16 * steepest * spacing)
+      return "a corner is no optimum";
+  }
+  // Places whose values differ by less than roundings may be far apart: only clear ties count.
+  for (const xy& at : best.places) {
+    if (outside(corners, at) > 1e-5 * (all.extent() + 1e-300) + 1e-14 * spacing &&
+        all.value(at).first <= best.value)
+      return "an optimum outside of the set";
+  }
+  return "";
+}
+
+std::string fault_of_value(const problem& p, const solution& s) {
+  arrangement all(p);
+  const auto [growth, size_of_growth] = all.recession();
+  if (s.status == solution_status::unbounded)
+    return growth < kRounding * size_of_growth ? "" : "called unbounded";
+  if (growth < -1e-9 * size_of_growth) return "unbounded, but not found so";
+  const arrangement::optima best = all.find();
+  if (s.value > best.value + kRounding * best.size) return "worse than a crossing";
+  if (s.value < best.value - kCrossing * (best.size + std::fabs(s.value)))
+    return "below all crossings";
+  return p.convex() ? fault_of_set(p, s, all) : "";
+}
+
+// Places around the answer.
+std::string fault_of_smooth_value(instance_source& source, const problem& p, const solution& s) {
+  for (int k = 0; k < 20; ++k) {
+    const double size = std::pow(10, source.uniform(-7, 2));
+    const xy at{s.point.x + size * source.uniform(-1, 1), s.point.y + size * source.uniform(-1, 1)};
+    if (p.value(at) < s.lower_bound - 1e-11 * std::fabs(s.lower_bound)) return "below the bound";
+  }
+  return "";
+}
+
+class stopwatch {
+ public:
+  double lap() {
+    const auto last = std::exchange(start_, clock::now());
+    return std::chrono::duration<double>(start_ - last).count();
+  }
+
+ private:
+  using clock = std::chrono::steady_clock;
+  clock::time_point start_ = clock::now();
+};
+
+struct seconds_spent {
+  double search = 0, verify = 0, enumeration = 0;
+};
+
+// A search that ends early proves what it says.
+std::string fault_of_early_end(instance_source& source, const problem& p, double value) {
+  minimise_options options;
+  if (source.below(2) == 0) {
+    options.cells = static_cast<std::size_t>(1 + source.below(60));
+  } else {
+    options.relative_gap = 0.05;
+  }
+  const solution s = minimise(p, options);
+  const verification v = verify(p, s);
+  if (!v.accepted) return "no proof of an early end: " + v.reason;
+  const double rounding = 1e-9 * (std::fabs(value) + std::fabs(s.value));
+  return v.lower_bound > value + rounding ? "bound of an early end is above the optimum" : "";
+}
+
+std::string fault_of(instance_source& source, const problem& p, seconds_spent& spent) {
+  minimise_options options;
+  options.cells = p.polyhedral() ? kCells : kSmoothCells;
+  stopwatch watch;
+  const solution s = minimise(p, options);
+  spent.search = watch.lap();
+  const verification v = verify(p, s);
+  spent.verify = watch.lap();
+  if (!v.accepted) return "no proof: " + v.reason;
+  if (s.status != solution_status::optimal && s.status != solution_status::unbounded) {
+    // Of f that levels off far away under smooth gauges no square is known.
+    if (!p.polyhedral() && s.lower_bound <= 0) return "";
+    return "not solved to the end";
+  }
+  if (!p.polyhedral()) return fault_of_smooth_value(source, p, s);
+  if (s.status == solution_status::optimal && v.gap != 0) return "proved gap above 0";
+  if (s.status == solution_status::optimal && source.below(8) == 0) {
+    const std::string fault = fault_of_early_end(source, p, s.value);
+    if (!fault.empty()) return fault;
+  }
+  return fault_of_value(p, s);
+}
+
+struct tally {
+  struct total {
+    double seconds = 0, most = 0;
+    std::size_t slowest = 0;
+
+    void add(double s, std::size_t instance) {
+      seconds += s;
+      if (s <= most) return;
+      most = s;
+      slowest = instance;
+    }
+  };
+  std::size_t instances = 0, faults = 0;
+  total search, verify, enumeration;
+};
+
+void tell(const std::map<std::string, tally>& families) {
+  std::cout << std::setprecision(3);
+  for (const auto& [name, f] : families) {
+    std::cout << name << ": " << f.instances << " instances, " << f.faults << " faults\n";
+    for (const auto& [what, t] :
+         {std::pair{"search", f.search}, {"verify", f.verify}, {"enumeration", f.enumeration}}) {
+      std::cout << "  " << what << ' ' << t.seconds << " s, at most " << t.most << " (instance "
+                << t.slowest << ")\n";
+    }
+  }
+}
+
+int run(std::size_t count, unsigned seed, std::size_t first) {
+  std::map<std::string, tally> families;
+  std::size_t faults = 0;
+  for (std::size_t k = first; k < first + count; ++k) {
+    instance_source source(static_cast<unsigned>(k) * 2654435761U + seed);
+    const trial t = draw(source);
+    std::string fault;
+    seconds_spent spent;
+    stopwatch watch;
+    try {
+      fault = fault_of(source, t.p, spent);
+    } catch (const std::exception& e) {
+      fault = std::string("threw ") + e.what();
+    }
+    spent.enumeration = watch.lap() - spent.search - spent.verify;
+    tally& family = families[t.family];
+    ++family.instances;
+    family.search.add(spent.search, k);
+    family.verify.add(spent.verify, k);
+    family.enumeration.add(spent.enumeration, k);
+    if (fault.empty()) continue;
+    ++family.faults;
+    ++faults;
+    std::cout << "seed " << seed << " instance " << k << ", " << t.family << ", "
+              << t.p.sites().size() << " sites: " << fault << std::endl;
+  }
+  tell(families);
+  return faults == 0 ? 0 : 1;
+}
+
+}  // namespace
+}  // namespace planloc
+
+int main(int argc, char** argv) {
+  const auto argument = [&](int k, unsigned long otherwise) {
+    return k < argc ? std::strtoul(argv[k], nullptr, 10) : otherwise;
+  };
+  return planloc::run(argument(1, 1000), static_cast<unsigned>(argument(2, 1)), argument(3, 0));
+}
