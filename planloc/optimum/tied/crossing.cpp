@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "planloc/optimum/exact/exact_place.h"
+#include "planloc/optimum/exact/exact_sum.h"
 #include "planloc/optimum/tied/exact_equations.h"
 #include "planloc/optimum/tied/grid.h"
 
@@ -284,16 +285,26 @@ class crossing {
                                             ? weights_by_edge<wide>(units.unit())
                                             : weights_by_edge<mpz_class>(units.unit());
     for (std::size_t j = 0; j < terms_.facilities; ++j) {
+      fraction_sum x;
+      fraction_sum y;
       for (std::uint32_t g = 0; g + 1 < terms_.first_edge.size(); ++g) {
         for (std::uint32_t e = 0; e < terms_.normals_of(g).size(); ++e) {
           const mpq_class& w = sums[j * terms_.normals.size() + terms_.first_edge[g] + e];
           if (sgn(w) == 0) continue;
-          const exact_xy& n = normal(g, e);
-          rest[2 * j] += w * n.x;
-          rest[2 * j + 1] += w * n.y;
+          x.add(w, normal(g, e).x);
+          y.add(w, normal(g, e).y);
         }
       }
+      rest[2 * j] = quotient(x);
+      rest[2 * j + 1] = quotient(y);
     }
+  }
+
+  static mpq_class quotient(fraction_sum& sum) {
+    const fraction_sum::quotient q = sum.value();
+    mpq_class result(q.numerator, q.denominator);
+    result.canonicalize();
+    return result;
   }
 
   bool absorb(const std::vector<mpq_class>& rest) {
@@ -323,8 +334,12 @@ class crossing {
 
   bool inside_polars() const {
     for (std::size_t k = 0; k < bent_.size(); ++k) {
-      for (const xy& v : vertices_of(terms_.terms[bent_[k].term]))
+      const xy rounded = to_nearest(slopes_[k]);
+      for (const xy& v : vertices_of(terms_.terms[bent_[k].term])) {
+        const double size = std::fabs(rounded.x * v.x) + std::fabs(rounded.y * v.y);
+        if (rounded.x * v.x + rounded.y * v.y < 1 - 0x1p-48 * (1 + size)) continue;
         if (slopes_[k].x * v.x + slopes_[k].y * v.y > 1) return false;
+      }
     }
     return true;
   }

@@ -1,40 +1,89 @@
 #include "planloc/optimum/tied/interior_point.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace planloc::detail {
 
 namespace {
 
+constexpr std::size_t kBlock = 64;
 constexpr double kShareOfStep = 0.9995;
 constexpr double kShortStep = 0.1;
 constexpr double kNoStep = 1e-4;
 
+// One number a term of a block.
+using lanes = std::array<double, kBlock>;
+
 double dot(const xy& a, const xy& b) { return a.x * b.x + a.y * b.y; }
+
+double largest(const lanes& l, std::size_t count) {
+  return *std::max_element(l.begin(), l.begin() + static_cast<std::ptrdiff_t>(count));
+}
+
+double sum(const lanes& l, std::size_t count) {
+  double total = 0;
+  for (std::size_t k = 0; k < count; ++k) total += l[k];
+  return total;
+}
 
 }  // namespace
 
-interior_point::interior_point(const part_terms& terms)
-    : terms_(terms), equations_(terms.facilities), places_(terms.means()) {
-  std::uint32_t edges = 0;
-  double sum = 0;
+interior_point::interior_point(const part_terms& terms) : interior_point(terms, terms.means(), 1) {}
+
+interior_point::interior_point(const part_terms& terms, std::vector<xy> places, double gap)
+    : terms_(terms), equations_(terms.facilities), places_(std::move(places)) {
+  make_blocks();
+  copy_terms();
+  double value = 0;
   double weights = 0;
   for (const part_term& t : terms.terms) {
-    weights += t.weight;
-    first_.push_back(edges);
-    const auto normals = terms.normals_of(t.gauge);
-    edges += static_cast<std::uint32_t>(normals.size());
     const xy u = terms.offset(t, places_);
     double most = 0;
-    for (const xy& n : normals) most = std::max(most, dot(n, u));
-    sum += t.weight * most;
+    for (const xy& n : terms.normals_of(t.gauge)) most = std::max(most, dot(n, u));
+    value += t.weight * most;
+    weights += t.weight;
   }
-  first_.push_back(edges);
-  for (auto* v : {&slack_, &multiplier_, &slack_step_, &multiplier_step_}) v->resize(edges);
-  pivots_.resize(terms.terms.size());
   // Positions differ by up to 1: from less, heavy ties would bind light sites too early.
-  start(std::max(sum, weights) / edges);
+  start(gap * std::max(value, weights) / static_cast<double>(slack_.size()));
+}
+
+void interior_point::copy_terms() {
+  for (const part_term& t : terms_.terms) {
+    weight_.push_back(t.weight);
+    at_x_.push_back(t.at.x);
+    at_y_.push_back(t.at.y);
+  }
+  pivot_.resize(weight_.size());
+  for (auto* v : {&pivot_x_, &pivot_y_, &ratios_, &ratio_x_, &ratio_y_, &complement_})
+    v->resize(weight_.size());
+}
+
+void interior_point::make_blocks() {
+  std::size_t size = 0;
+  for (std::uint32_t k = 0; k < terms_.terms.size(); ++k) {
+    const part_term& t = terms_.terms[k];
+    const auto belongs = [&](const block& b) {
+      const part_term& f = terms_.terms[b.begin];
+      return b.count < kBlock && f.gauge == t.gauge &&
+             (t.second == kNoFacility ? f.second == kNoFacility && f.first == t.first
+                                      : f.second != kNoFacility);
+    };
+    if (blocks_.empty() || !belongs(blocks_.back()))
+      blocks_.push_back({k, 0, terms_.normals_of(t.gauge), 0});
+    ++blocks_.back().count;
+  }
+  for (std::uint32_t b = 0; b < blocks_.size(); ++b) {
+    blocks_[b].at = size;
+    for (std::size_t k = 0; k < blocks_[b].count; ++k) {
+      first_.push_back(size + k);
+      block_of_.push_back(b);
+    }
+    size += blocks_[b].count * blocks_[b].normals.size();
+  }
+  for (auto* v : {&slack_, &multiplier_, &inverse_, &slack_step_, &multiplier_step_})
+    v->resize(size);
 }
 
 // Slacks and multipliers whose products are all the same: each term solves an equation for its
@@ -59,171 +108,278 @@ void interior_point::start(double target) {
     }
     double total = 0;
     for (std::size_t e = 0; e < normals.size(); ++e) {
-      slack_[first_[k] + e] = least + (most - dot(normals[e], u));
-      multiplier_[first_[k] + e] = target / slack_[first_[k] + e];
-      total += multiplier_[first_[k] + e];
+      const double slack = least + (most - dot(normals[e], u));
+      slack_[entry(k, e)] = slack;
+      multiplier_[entry(k, e)] = target / slack;
+      total += target / slack;
     }
-    for (std::size_t e = 0; e < normals.size(); ++e) multiplier_[first_[k] + e] *= t.weight / total;
+    for (std::size_t e = 0; e < normals.size(); ++e) multiplier_[entry(k, e)] *= t.weight / total;
   }
-  measure();
+  advance({0, 0});
 }
 
-void interior_point::measure() {
+// ----- Numbers of places and of terms -----
+
+// How far the offsets of a block move.
+void interior_point::moves_of(const block& b, std::span<const double> move, double* x,
+                              double* y) const {
+  for (std::size_t k = 0; k < b.count; ++k) {
+    const xy u = move_of(terms_.terms[b.begin + k], move);
+    x[k] = u.x;
+    y[k] = u.y;
+  }
+}
+
+void interior_point::add_slopes(const block& b, const double* x, const double* y,
+                                std::vector<double>& to) const {
+  const part_term& t = terms_.terms[b.begin];
+  if (t.second == kNoFacility) {
+    for (std::size_t k = 0; k < b.count; ++k) {
+      to[2 * t.first] += x[k];
+      to[2 * t.first + 1] += y[k];
+    }
+    return;
+  }
+  for (std::size_t k = 0; k < b.count; ++k) add_slope(terms_.terms[b.begin + k], {x[k], y[k]}, to);
+}
+
+// ----- Steps -----
+
+// The curvature of each term goes to the equations; returns the right side of the predictor.
+std::vector<double> interior_point::assemble() {
+  equations_.clear();
+  std::vector<double> right(2 * terms_.facilities, 0);
+  for (const block& b : blocks_) {
+    const std::size_t count = b.count;
+    lanes best, px, py, pe, xx{}, xy_{}, yy{}, mx{}, my{};
+    best.fill(-1);
+    for (std::size_t e = 0; e < b.normals.size(); ++e) {
+      const xy n = b.normals[e];
+      const double* const s = &slack_[b.at + e * count];
+      const double* const m = &multiplier_[b.at + e * count];
+      double* const inverse = &inverse_[b.at + e * count];
+      for (std::size_t k = 0; k < count; ++k) {
+        inverse[k] = 1 / s[k];
+        const double ratio = m[k] * inverse[k];
+        const bool better = ratio > best[k];
+        best[k] = better ? ratio : best[k];
+        px[k] = better ? n.x : px[k];
+        py[k] = better ? n.y : py[k];
+        pe[k] = better ? static_cast<double>(e) : pe[k];
+      }
+    }
+    lanes ratios{}, rx{}, ry{};
+    for (std::size_t e = 0; e < b.normals.size(); ++e) {
+      const xy n = b.normals[e];
+      const double* const m = &multiplier_[b.at + e * count];
+      const double* const inverse = &inverse_[b.at + e * count];
+      for (std::size_t k = 0; k < count; ++k) {
+        const double ratio = m[k] * inverse[k];
+        const double x = n.x - px[k];
+        const double y = n.y - py[k];
+        ratios[k] += ratio;
+        rx[k] += ratio * x;
+        ry[k] += ratio * y;
+        xx[k] += ratio * x * x;
+        xy_[k] += ratio * x * y;
+        yy[k] += ratio * y * y;
+        mx[k] += m[k] * x;
+        my[k] += m[k] * y;
+      }
+    }
+    for (std::size_t k = 0; k < count; ++k) {
+      const std::size_t t = b.begin + k;
+      pivot_[t] = static_cast<std::uint32_t>(pe[k]);
+      pivot_x_[t] = px[k];
+      pivot_y_[t] = py[k];
+      ratios_[t] = ratios[k];
+      ratio_x_[t] = rx[k];
+      ratio_y_[t] = ry[k];
+      const double qx = rx[k] / ratios[k];
+      const double qy = ry[k] / ratios[k];
+      equations_.add(terms_.terms[t],
+                     {xx[k] - rx[k] * qx, xy_[k] - rx[k] * qy, yy[k] - ry[k] * qy});
+      mx[k] -= weight_[t] * qx;
+      my[k] -= weight_[t] * qy;
+    }
+    add_slopes(b, mx.data(), my.data(), right);
+  }
+  equations_.factor();
+  for (std::size_t r = 0; r < right.size(); ++r) right[r] -= slopes_[r];
+  return right;
+}
+
+// By what the products would shrink along a move that aims at 0. Keeps the products of the steps.
+double interior_point::gap_ratio_of_predictor(std::span<const double> move) {
+  double slack_part = 0;
+  double multiplier_part = 0;
+  double product = 0;
+  step_lengths a{1, 1};
+  for (const block& b : blocks_) {
+    const std::size_t count = b.count;
+    lanes ux, uy, of_pivot, most_slack{}, most_multiplier{}, sm{}, ms{}, both{};
+    moves_of(b, move, ux.data(), uy.data());
+    for (std::size_t k = 0; k < count; ++k) {
+      const std::size_t t = b.begin + k;
+      of_pivot[k] = (ratio_x_[t] * ux[k] + ratio_y_[t] * uy[k] - weight_[t]) / ratios_[t];
+    }
+    const double* const px = &pivot_x_[b.begin];
+    const double* const py = &pivot_y_[b.begin];
+    for (std::size_t e = 0; e < b.normals.size(); ++e) {
+      const xy n = b.normals[e];
+      const double* const s = &slack_[b.at + e * count];
+      const double* const m = &multiplier_[b.at + e * count];
+      const double* const inverse = &inverse_[b.at + e * count];
+      double* const products = &slack_step_[b.at + e * count];
+      for (std::size_t k = 0; k < count; ++k) {
+        const double ds = of_pivot[k] - ((n.x - px[k]) * ux[k] + (n.y - py[k]) * uy[k]);
+        const double share = ds * inverse[k];
+        const double dm = -m[k] * (1 + share);
+        most_slack[k] = -share > most_slack[k] ? -share : most_slack[k];
+        most_multiplier[k] = 1 + share > most_multiplier[k] ? 1 + share : most_multiplier[k];
+        products[k] = ds * dm;
+        sm[k] += m[k] * ds;
+        ms[k] += s[k] * dm;
+        both[k] += ds * dm;
+      }
+    }
+    a.slack = std::min(a.slack, 1 / largest(most_slack, count));
+    a.multiplier = std::min(a.multiplier, 1 / largest(most_multiplier, count));
+    slack_part += sum(sm, count);
+    multiplier_part += sum(ms, count);
+    product += sum(both, count);
+  }
+  const double after = gap_ + a.slack * slack_part + a.multiplier * multiplier_part +
+                       a.slack * a.multiplier * product;
+  return after / gap_;
+}
+
+// Of the step that makes products of slack and multiplier `target`, with what `slack_step_` holds
+// as the products of their steps.
+std::vector<double> interior_point::right_side(double target) {
+  std::vector<double> right(2 * terms_.facilities, 0);
+  for (const block& b : blocks_) {
+    const std::size_t count = b.count;
+    lanes total{}, x{}, y{};
+    const double* const px = &pivot_x_[b.begin];
+    const double* const py = &pivot_y_[b.begin];
+    for (std::size_t e = 0; e < b.normals.size(); ++e) {
+      const xy n = b.normals[e];
+      const double* const m = &multiplier_[b.at + e * count];
+      const double* const inverse = &inverse_[b.at + e * count];
+      const double* const products = &slack_step_[b.at + e * count];
+      for (std::size_t k = 0; k < count; ++k) {
+        const double c = (target - products[k]) * inverse[k] - m[k];
+        total[k] += c;
+        x[k] += c * (n.x - px[k]);
+        y[k] += c * (n.y - py[k]);
+      }
+    }
+    for (std::size_t k = 0; k < count; ++k) {
+      const std::size_t t = b.begin + k;
+      complement_[t] = total[k];
+      x[k] -= ratio_x_[t] * total[k] / ratios_[t];
+      y[k] -= ratio_y_[t] * total[k] / ratios_[t];
+    }
+    add_slopes(b, x.data(), y.data(), right);
+  }
+  for (std::size_t r = 0; r < right.size(); ++r) right[r] = -right[r] - slopes_[r];
+  return right;
+}
+
+// The steps of slacks and multipliers for a move of the places, after `right_side`; returns how far
+// they can go.
+interior_point::step_lengths interior_point::spread(std::span<const double> move, double target) {
+  step_lengths a{1, 1};
+  for (const block& b : blocks_) {
+    const std::size_t count = b.count;
+    lanes ux, uy, of_pivot, most_slack{}, most_multiplier{}, total{};
+    moves_of(b, move, ux.data(), uy.data());
+    for (std::size_t k = 0; k < count; ++k) {
+      const std::size_t t = b.begin + k;
+      of_pivot[k] = (ratio_x_[t] * ux[k] + ratio_y_[t] * uy[k] + complement_[t]) / ratios_[t];
+    }
+    const double* const px = &pivot_x_[b.begin];
+    const double* const py = &pivot_y_[b.begin];
+    for (std::size_t e = 0; e < b.normals.size(); ++e) {
+      const xy n = b.normals[e];
+      const double* const m = &multiplier_[b.at + e * count];
+      const double* const inverse = &inverse_[b.at + e * count];
+      double* const slack_step = &slack_step_[b.at + e * count];
+      double* const multiplier_step = &multiplier_step_[b.at + e * count];
+      for (std::size_t k = 0; k < count; ++k) {
+        const double ds = of_pivot[k] - ((n.x - px[k]) * ux[k] + (n.y - py[k]) * uy[k]);
+        const double share = ds * inverse[k];
+        const double dm = (target - slack_step[k]) * inverse[k] - m[k] - m[k] * share;
+        const double fall = -dm / m[k];
+        most_slack[k] = -share > most_slack[k] ? -share : most_slack[k];
+        most_multiplier[k] = fall > most_multiplier[k] ? fall : most_multiplier[k];
+        total[k] += dm;
+        slack_step[k] = ds;
+        multiplier_step[k] = dm;
+      }
+    }
+    // The multipliers of a term keep their sum.
+    for (std::size_t k = 0; k < count; ++k)
+      multiplier_step_[b.at + pivot_[b.begin + k] * count + k] -= total[k];
+    a.slack = std::min(a.slack, 1 / largest(most_slack, count));
+    a.multiplier = std::min(a.multiplier, 1 / largest(most_multiplier, count));
+  }
+  return a;
+}
+
+// Takes the steps of slacks and multipliers, and sums up where they lead to.
+void interior_point::advance(const step_lengths& a) {
   slopes_.assign(2 * terms_.facilities, 0);
   gap_ = 0;
   value_ = 0;
-  for (std::size_t k = 0; k < terms_.terms.size(); ++k) {
-    const part_term& t = terms_.terms[k];
-    const auto normals = terms_.normals_of(t.gauge);
-    const xy u = terms_.offset(t, places_);
-    xy slope{0, 0};
-    double most = 0;
-    for (std::size_t e = 0; e < normals.size(); ++e) {
-      const double m = multiplier_[first_[k] + e];
-      slope.x += m * normals[e].x;
-      slope.y += m * normals[e].y;
-      gap_ += m * slack_[first_[k] + e];
-      most = std::max(most, dot(normals[e], u));
+  for (const block& b : blocks_) {
+    const std::size_t count = b.count;
+    lanes x{}, y{}, gap{};
+    for (std::size_t e = 0; e < b.normals.size(); ++e) {
+      const xy n = b.normals[e];
+      double* const s = &slack_[b.at + e * count];
+      double* const m = &multiplier_[b.at + e * count];
+      const double* const slack_step = &slack_step_[b.at + e * count];
+      const double* const multiplier_step = &multiplier_step_[b.at + e * count];
+      for (std::size_t k = 0; k < count; ++k) {
+        s[k] += a.slack * slack_step[k];
+        m[k] += a.multiplier * multiplier_step[k];
+        gap[k] += s[k] * m[k];
+        x[k] += m[k] * n.x;
+        y[k] += m[k] * n.y;
+      }
     }
-    value_ += t.weight * most;
-    add_slope(t, slope, slopes_);
+    gap_ += sum(gap, count);
+    for (std::size_t k = 0; k < count; ++k) {
+      value_ += dot({x[k], y[k]}, terms_.offset(terms_.terms[b.begin + k], places_));
+    }
+    add_slopes(b, x.data(), y.data(), slopes_);
   }
   rest_ = 0;
   for (const double s : slopes_) rest_ = std::max(rest_, std::fabs(s));
 }
 
-void interior_point::assemble() {
-  equations_.clear();
-  for (std::size_t k = 0; k < terms_.terms.size(); ++k) {
-    const part_term& t = terms_.terms[k];
-    const auto normals = terms_.normals_of(t.gauge);
-    const double* const m = &multiplier_[first_[k]];
-    const double* const s = &slack_[first_[k]];
-    pivot p{0, 0, {0, 0}};
-    for (std::uint32_t e = 1; e < normals.size(); ++e)
-      if (m[e] * s[p.edge] > m[p.edge] * s[e]) p.edge = e;
-    symmetric_2x2 h;
-    const xy& from = normals[p.edge];
-    for (std::size_t e = 0; e < normals.size(); ++e) {
-      const double ratio = m[e] / s[e];
-      const xy d{normals[e].x - from.x, normals[e].y - from.y};
-      p.ratios += ratio;
-      p.ratio_slope.x += ratio * d.x;
-      p.ratio_slope.y += ratio * d.y;
-      h.xx += ratio * d.x * d.x;
-      h.xy += ratio * d.x * d.y;
-      h.yy += ratio * d.y * d.y;
-    }
-    const xy& q = p.ratio_slope;
-    h.xx -= q.x * q.x / p.ratios;
-    h.xy -= q.x * q.y / p.ratios;
-    h.yy -= q.y * q.y / p.ratios;
-    pivots_[k] = p;
-    equations_.add(t, h);
-  }
-  equations_.factor();
-}
-
-// What the multiplier of an edge would change by if its slack stayed.
-double interior_point::complement(std::size_t e, double target, bool corrected) const {
-  const double product = corrected ? slack_step_[e] * multiplier_step_[e] : 0;
-  return (target - product) / slack_[e] - multiplier_[e];
-}
-
-std::vector<double> interior_point::right_side(double target, bool corrected) const {
-  std::vector<double> right(slopes_);
-  for (std::size_t k = 0; k < terms_.terms.size(); ++k) {
-    const part_term& t = terms_.terms[k];
-    const auto normals = terms_.normals_of(t.gauge);
-    const pivot& p = pivots_[k];
-    const xy& from = normals[p.edge];
-    double sum = 0;
-    xy slope{0, 0};
-    for (std::size_t e = 0; e < normals.size(); ++e) {
-      const double c = complement(first_[k] + e, target, corrected);
-      sum += c;
-      slope.x += c * (normals[e].x - from.x);
-      slope.y += c * (normals[e].y - from.y);
-    }
-    slope.x -= p.ratio_slope.x * sum / p.ratios;
-    slope.y -= p.ratio_slope.y * sum / p.ratios;
-    add_slope(t, slope, right);
-  }
-  for (double& r : right) r = -r;
-  return right;
-}
-
-// The steps of slacks and multipliers for a step of the places.
-void interior_point::spread(std::span<const double> move, double target, bool corrected) {
-  for (std::size_t k = 0; k < terms_.terms.size(); ++k) {
-    const part_term& t = terms_.terms[k];
-    const auto normals = terms_.normals_of(t.gauge);
-    const pivot& p = pivots_[k];
-    const xy& from = normals[p.edge];
-    const xy u = move_of(t, move);
-    double sum = dot(p.ratio_slope, u);
-    for (std::size_t e = 0; e < normals.size(); ++e)
-      sum += complement(first_[k] + e, target, corrected);
-    const double of_pivot = sum / p.ratios;
-    double others = 0;
-    for (std::size_t e = 0; e < normals.size(); ++e) {
-      const std::size_t at = first_[k] + e;
-      const double ds = of_pivot - ((normals[e].x - from.x) * u.x + (normals[e].y - from.y) * u.y);
-      const double dm = complement(at, target, corrected) - multiplier_[at] / slack_[at] * ds;
-      slack_step_[at] = ds;
-      multiplier_step_[at] = dm;
-      if (e != p.edge) others += dm;
-    }
-    multiplier_step_[first_[k] + p.edge] = -others;
-  }
-}
-
-interior_point::step_lengths interior_point::longest_step() const {
-  step_lengths a;
-  for (std::size_t e = 0; e < slack_.size(); ++e) {
-    if (slack_[e] < -slack_step_[e] * a.slack) a.slack = slack_[e] / -slack_step_[e];
-    if (multiplier_[e] < -multiplier_step_[e] * a.multiplier)
-      a.multiplier = multiplier_[e] / -multiplier_step_[e];
-  }
-  return a;
-}
-
-double interior_point::gap_after(const step_lengths& a) const {
-  double gap = 0;
-  for (std::size_t e = 0; e < slack_.size(); ++e) {
-    gap += (slack_[e] + a.slack * slack_step_[e]) *
-           (multiplier_[e] + a.multiplier * multiplier_step_[e]);
-  }
-  return gap;
-}
-
 bool interior_point::step() {
   const double mean = gap_ / static_cast<double>(slack_.size());
-  assemble();
-  spread(equations_.solve(right_side(0, false)), 0, false);
-  const double ratio = gap_after(longest_step()) / gap_;
+  const double ratio = gap_ratio_of_predictor(equations_.solve(assemble()));
   double target = mean * ratio * ratio * ratio;
-  std::vector<double> move = equations_.solve(right_side(target, true));
-  spread(move, target, true);
-  step_lengths a = longest_step();
+  std::vector<double> move = equations_.solve(right_side(target));
+  step_lengths a = spread(move, target);
   if (std::max(a.slack, a.multiplier) < kShortStep) {
     // The products have grown uneven: a step that evens them first.
     target = mean;
-    move = equations_.solve(right_side(target, false));
-    spread(move, target, false);
-    a = longest_step();
+    std::fill(slack_step_.begin(), slack_step_.end(), 0);
+    move = equations_.solve(right_side(target));
+    a = spread(move, target);
   }
   a.slack = std::min(1.0, kShareOfStep * a.slack);
   a.multiplier = std::min(1.0, kShareOfStep * a.multiplier);
-  for (std::size_t e = 0; e < slack_.size(); ++e) {
-    slack_[e] += a.slack * slack_step_[e];
-    multiplier_[e] += a.multiplier * multiplier_step_[e];
-  }
   for (std::size_t j = 0; j < places_.size(); ++j) {
     places_[j].x += a.slack * move[2 * j];
     places_[j].y += a.slack * move[2 * j + 1];
   }
-  measure();
+  advance(a);
   return std::max(a.slack, a.multiplier) > kNoStep;
 }
 

@@ -18,51 +18,67 @@ namespace planloc::detail {
 class interior_point {
  public:
   explicit interior_point(const part_terms& terms);
+  // From places that are known to be good: the first gap is about this share of the value.
+  interior_point(const part_terms& terms, std::vector<xy> places, double gap);
 
   // False if the step was as good as none.
   bool step();
 
-  // The sum of slacks times multipliers, and of the terms: in the units of the terms.
+  // The sum of slacks times multipliers, and what the multipliers make of the terms: in the units
+  // of the terms.
   double gap() const { return gap_; }
   double value() const { return value_; }
   // The largest rest of a facility's slopes.
   double rest() const { return rest_; }
   const std::vector<xy>& places() const { return places_; }
-  std::span<const double> slacks(std::size_t term) const {
-    return {slack_.data() + first_[term], first_[term + 1] - first_[term]};
-  }
-  std::span<const double> multipliers(std::size_t term) const {
-    return {multiplier_.data() + first_[term], first_[term + 1] - first_[term]};
+  double slack(std::size_t term, std::size_t edge) const { return slack_[entry(term, edge)]; }
+  double multiplier(std::size_t term, std::size_t edge) const {
+    return multiplier_[entry(term, edge)];
   }
 
  private:
-  // Of a term: counted from the edge with the largest ratio of multiplier to slack, so that nothing
-  // cancels where one edge is in force.
-  struct pivot {
-    std::uint32_t edge;
-    double ratios;   // their sum
-    xy ratio_slope;  // the sum of ratio times normal, counted from the pivot's
+  // Terms with the same gauge, of sites of one facility or of ties. Their numbers stand edge by
+  // edge, so that the same steps are done for many terms at once.
+  struct block {
+    std::uint32_t begin, count;
+    std::span<const xy> normals;
+    std::size_t at;
   };
   struct step_lengths {
     double slack = 1;
     double multiplier = 1;
   };
 
+  std::size_t entry(std::size_t term, std::size_t edge) const {
+    return first_[term] + edge * blocks_[block_of_[term]].count;
+  }
+  void make_blocks();
+  void copy_terms();
   void start(double target);
   void measure();
-  void assemble();
-  std::vector<double> right_side(double target, bool corrected) const;
-  double complement(std::size_t e, double target, bool corrected) const;
-  void spread(std::span<const double> move, double target, bool corrected);
-  step_lengths longest_step() const;
-  double gap_after(const step_lengths& a) const;
+  std::vector<double> assemble();
+  double gap_ratio_of_predictor(std::span<const double> move);
+  std::vector<double> right_side(double target);
+  step_lengths spread(std::span<const double> move, double target);
+  void advance(const step_lengths& a);
+  void moves_of(const block& b, std::span<const double> move, double* x, double* y) const;
+  void add_slopes(const block& b, const double* x, const double* y, std::vector<double>& to) const;
 
   const part_terms& terms_;
   normal_equations equations_;
   std::vector<xy> places_;
-  std::vector<std::uint32_t> first_;  // of each term, in the arrays below
-  std::vector<double> slack_, multiplier_, slack_step_, multiplier_step_;
-  std::vector<pivot> pivots_;
+  std::vector<block> blocks_;
+  std::vector<std::uint32_t> block_of_;
+  std::vector<std::size_t> first_;  // of each term: where its first edge's numbers stand
+  std::vector<double> slack_, multiplier_, inverse_, slack_step_, multiplier_step_;
+  // Of each term. Slopes are counted from the pivot, the edge with the largest ratio of multiplier
+  // to slack, so that nothing cancels where one edge is in force.
+  std::vector<std::uint32_t> pivot_;
+  std::vector<double> weight_, at_x_, at_y_;
+  std::vector<double> pivot_x_, pivot_y_;  // its normal
+  std::vector<double> ratios_;             // the sum of the ratios
+  std::vector<double> ratio_x_, ratio_y_;  // the sum of ratio times normal, from the pivot's
+  std::vector<double> complement_;
   std::vector<double> slopes_;  // two a facility: what is left over
   double gap_ = 0;
   double value_ = 0;

@@ -52,6 +52,16 @@ part_terms::part_terms(const tied_problem& p, const tied_part& part)
     const tie& b = p.ties()[t];
     terms.push_back({local[b.first], local[b.second], b.gauge, t, b.weight / weight_scale, {0, 0}});
   }
+  // Terms of one facility and gauge side by side.
+  const auto before = [](const part_term& a, const part_term& b) {
+    const bool a_ties = a.second != kNoFacility;
+    const bool b_ties = b.second != kNoFacility;
+    if (a_ties != b_ties) return b_ties;
+    if (!a_ties && a.first != b.first) return a.first < b.first;
+    return a.gauge < b.gauge;
+  };
+  if (!std::is_sorted(terms.begin(), terms.end(), before))
+    std::stable_sort(terms.begin(), terms.end(), before);
   for (const gauge& g : p.gauges()) {
     first_edge.push_back(static_cast<std::uint32_t>(normals.size()));
     append_normals(g, normals);
@@ -66,12 +76,38 @@ double part_terms::value(const tied_problem& p, std::span<const xy> places) cons
     double d = 0;
     if (p.gauges()[t.gauge].kind() == gauge::shape::polyhedral) {
       for (const xy& n : normals_of(t.gauge)) d = std::max(d, n.x * u.x + n.y * u.y);
+    } else if (p.gauges()[t.gauge].kind() == gauge::shape::euclidean) {
+      d = std::sqrt(u.x * u.x + u.y * u.y);
     } else {
       d = p.gauges()[t.gauge](u);
     }
     sum += static_cast<long double>(t.weight) * d;
   }
   return static_cast<double>(sum);
+}
+
+part_terms part_terms::sample(std::size_t step) const {
+  part_terms result(*this);
+  result.terms.clear();
+  for (std::size_t begin = 0; begin < terms.size();) {
+    std::size_t end = begin;
+    double whole = 0;
+    double taken = 0;
+    const auto belongs = [&](const part_term& t) {
+      return t.second == kNoFacility && t.first == terms[begin].first;
+    };
+    for (; end < terms.size() && belongs(terms[end]); ++end) {
+      whole += terms[end].weight;
+      if ((end - begin) % step == 0) taken += terms[end].weight;
+    }
+    for (std::size_t k = begin; k < end; k += step) {
+      result.terms.push_back(terms[k]);
+      result.terms.back().weight *= whole / taken;
+    }
+    if (end == begin) result.terms.push_back(terms[end++]);  // a tie
+    begin = end;
+  }
+  return result;
 }
 
 std::vector<xy> part_terms::means() const {

@@ -38,6 +38,8 @@ struct part_terms {
   }
   // The sum of all terms, in their units.
   double value(const tied_problem& p, std::span<const xy> places) const;
+  // The same with one in `step` of each facility's sites, as heavy together as all of them.
+  part_terms sample(std::size_t step) const;
   // The weighted mean of each facility's sites, and that of all for those without.
   std::vector<xy> means() const;
 

@@ -29,7 +29,7 @@ constexpr std::size_t kStepsPerWidth = 25;
 constexpr double kProvedOptimal = 1e-9;
 constexpr double kCloseEnough = 1e-12;
 
-double length(const xy& u) { return std::hypot(u.x, u.y); }
+double length(const xy& u) { return std::sqrt(u.x * u.x + u.y * u.y); }
 
 class smooth_search {
  public:
@@ -39,7 +39,9 @@ class smooth_search {
         terms_(p, part),
         radius_(ball_radii(p)),
         equations_(terms_.facilities),
-        places_(terms_.means()) {}
+        places_(terms_.means()) {
+    find_euclidean_sites();
+  }
 
   part_answer solve(const tied_limits& limits, tied_solution& s) {
     bool stopped = false;
@@ -74,14 +76,35 @@ class smooth_search {
     equations_.clear();
     slopes_.assign(2 * terms_.facilities, 0);
     double sum = 0;
-    for (const part_term& t : terms_.terms) {
-      const smoothed_value v = smoothed(t, terms_.offset(t, places), width);
-      sum += t.weight * v.value;
-      add_slope(t, {t.weight * v.slope.x, t.weight * v.slope.y}, slopes_);
+    const auto add = [&](const part_term& t, const smoothed_value& v, double weight) {
+      sum += weight * v.value;
+      add_slope(t, {weight * v.slope.x, weight * v.slope.y}, slopes_);
       const symmetric_2x2& h = v.curvature;
-      equations_.add(t, {t.weight * h.xx, t.weight * h.xy, t.weight * h.yy});
+      equations_.add(t, {weight * h.xx, weight * h.xy, weight * h.yy});
+    };
+    for (const auto& [facility, sites] : euclidean_) {
+      const part_term any{facility, kNoFacility, 0, 0, 1, {0, 0}};
+      add(any, smoothed_euclidean_sum(sites, places[facility], width), 1);
     }
+    for (const part_term& t : others_)
+      add(t, smoothed(t, terms_.offset(t, places), width), t.weight);
     return sum;
+  }
+
+  // Euclidean distances of sites are summed up together.
+  void find_euclidean_sites() {
+    for (const part_term& t : terms_.terms) {
+      if (t.second != kNoFacility || problem_.gauges()[t.gauge].kind() != gauge::shape::euclidean) {
+        others_.push_back(t);
+        continue;
+      }
+      if (euclidean_.empty() || euclidean_.back().first != t.first)
+        euclidean_.emplace_back(t.first, weighted_sites{});
+      weighted_sites& sites = euclidean_.back().second;
+      sites.x.push_back(t.at.x);
+      sites.y.push_back(t.at.y);
+      sites.weight.push_back(t.weight);
+    }
   }
 
   // Newton's method. Returns the steps.
@@ -181,7 +204,8 @@ class smooth_search {
 
   // Slopes of the gauges themselves where the smoothed ones are those, else the smoothed ones of
   // the search's places.
-  void set_slopes(rounded_answer& a, double width) const {
+  void set_slopes(rounded_answer& a, double width) {
+    bent_.clear();
     for (const part_term& t : terms_.terms) {
       const xy here = terms_.offset(t, places_);
       const xy there = terms_.offset(t, a.places);
@@ -198,6 +222,7 @@ class smooth_search {
       const double same = g.kind() == gauge::shape::euclidean ? kSameSlope : kSameSlopeNearAxes;
       const bool bent = length(there) <= kWidthsToSnap * width ||
                         length({exact.x - smooth.x, exact.y - smooth.y}) > same;
+      if (bent) bent_.push_back(a.slopes.size());
       a.slopes.push_back(bent ? smooth : exact);
       a.given.push_back(bent || roundings_tell(g, there));
       a.edge.push_back(edge);
@@ -250,38 +275,46 @@ class smooth_search {
   // Newton's method for the slopes alone: the curvature is greatest where facilities were put
   // together or lie on rays, so those slopes take what the others leave over.
   void mend(rounded_answer& a, double width) {
+    if (bent_.empty()) return;
     evaluate(places_, width);
     equations_.factor();
+    std::vector<double> rest(2 * terms_.facilities, 0);
+    for (std::size_t k = 0; k < terms_.terms.size(); ++k) {
+      const part_term& t = terms_.terms[k];
+      add_slope(t, {-t.weight * a.slopes[k].x, -t.weight * a.slopes[k].y}, rest);
+    }
     for (int round = 0; round < kMendings; ++round) {
-      std::vector<double> rest(2 * terms_.facilities, 0);
-      for (std::size_t k = 0; k < terms_.terms.size(); ++k) {
-        const part_term& t = terms_.terms[k];
-        add_slope(t, {-t.weight * a.slopes[k].x, -t.weight * a.slopes[k].y}, rest);
-      }
       const std::vector<double> move = equations_.solve(rest);
-      for (std::size_t k = 0; k < terms_.terms.size(); ++k) {
-        if (a.given[k]) bend(a.slopes[k], terms_.terms[k], move, width);
+      for (const std::size_t k : bent_) {
+        const part_term& t = terms_.terms[k];
+        const xy slope = bend(a.slopes[k], t, move, width);
+        add_slope(t, {t.weight * (a.slopes[k].x - slope.x), t.weight * (a.slopes[k].y - slope.y)},
+                  rest);
+        a.slopes[k] = slope;
       }
     }
   }
 
-  // Changes a slope by what its curvature makes of a move, within the polar.
-  void bend(xy& slope, const part_term& t, std::span<const double> move, double width) const {
+  // A slope changed by what its curvature makes of a move, within the polar.
+  xy bend(xy slope, const part_term& t, std::span<const double> move, double width) const {
     const symmetric_2x2 h = smoothed(t, terms_.offset(t, places_), width).curvature;
     const xy u = move_of(t, move);
     slope.x += h.xx * u.x + h.xy * u.y;
     slope.y += h.xy * u.x + h.yy * u.y;
     const double norm = dual_norm(problem_.gauges()[t.gauge], slope);
-    if (norm > 1) slope = {slope.x / norm, slope.y / norm};
+    return norm > 1 ? xy{slope.x / norm, slope.y / norm} : slope;
   }
 
   const tied_problem& problem_;
   const tied_part& part_;
   part_terms terms_;
   std::vector<double> radius_;
+  std::vector<std::pair<std::uint32_t, weighted_sites>> euclidean_;  // by facility
+  std::vector<part_term> others_;
   normal_equations equations_;
   std::vector<xy> places_;
   std::vector<double> slopes_;
+  std::vector<std::size_t> bent_;  // the terms whose slopes differ from those at the places
   bool found_ = false;
   rounded_answer best_;
   double gap_ = std::numeric_limits<double>::infinity();

@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <span>
+#include <vector>
 
 #include "planloc/optimum/tied/normal_equations.h"
 
@@ -23,6 +24,12 @@ inline smoothed_value smoothed_euclidean(const xy& u, double width) {
   const xy g{u.x * inverse, u.y * inverse};
   return {value, g, {(1 - g.x * g.x) * inverse, -g.x * g.y * inverse, (1 - g.y * g.y) * inverse}};
 }
+
+// The same for many sites of one facility, times their weights, added up.
+struct weighted_sites {
+  std::vector<double> x, y, weight;
+};
+smoothed_value smoothed_euclidean_sum(const weighted_sites& sites, const xy& place, double width);
 
 // The lp norm of (sqrt(x^2 + width^2), sqrt(y^2 + width^2)).
 smoothed_value smoothed_lp(const xy& u, double p, double width);
