@@ -57,7 +57,7 @@ enum class allocation_status : std::uint8_t {
 };
 
 struct allocation_counters {
-  std::size_t starts = 0;        // that were made to their end
+  std::size_t starts = 0;        // rounds of shakes that were made to their end
   std::size_t shakes = 0;        // some facilities thrown elsewhere, and a descent from there
   std::size_t interchanges = 0;  // a facility dropped for one at a site
   std::size_t solves = 0;        // of a facility and the sites that it serves
@@ -92,13 +92,13 @@ struct allocation {
 struct allocation_progress {
   double value;  // the best so far
   std::optional<double> lower_bound;
-  std::size_t starts;  // that were made to their end
+  std::size_t starts;  // rounds of shakes that were made to their end
 };
 
 struct allocate_options {
   std::uint64_t seed = 1;
   std::size_t starts = 8;
-  std::size_t shakes = 100;  // of each start
+  std::size_t shakes = 100;  // of each start, and again from what it found
   double seconds = std::numeric_limits<double>::infinity();
   int threads = 0;  // 0: one for each core
   bool lower_bound = false;
@@ -110,7 +110,8 @@ struct allocate_options {
 
 // Starts by drawn sites (Arthur and Vassilvitskii 2007), alternation of places and assignment
 // (Cooper 1964), interchange of a facility with a site (Resende and Werneck 2007), shakes in a
-// variable neighbourhood (Brimberg, Hansen, Mladenovic and Taillard 2000). The same seed gives the
+// variable neighbourhood (Brimberg, Hansen, Mladenovic and Taillard 2000); then the same from the
+// best places of each start, with those of all starts in the interchange. The same seed gives the
 // same answer whatever the number of threads, unless the time or the stop token ends the search.
 //
 // The lower bound comes from column generation (Krau 1997; du Merle, Villeneuve, Desrosiers and

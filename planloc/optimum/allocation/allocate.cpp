@@ -34,40 +34,61 @@ class all_starts {
              std::function<bool()> expired)
       : ground_(ground), options_(options), expired_(std::move(expired)) {}
 
+  // The second time from the best places of each start, with all of these as candidates.
   void run() {
-    const std::size_t wanted = options_.threads > 0
-                                   ? static_cast<std::size_t>(options_.threads)
-                                   : std::max(1U, std::thread::hardware_concurrency());
-    {
-      std::vector<std::jthread> others;
-      for (std::size_t k = 1; k < std::min(wanted, options_.starts); ++k) {
-        others.emplace_back([this] { work(false); });
-      }
-      work(true);
-    }
-    if (failure_) std::rethrow_exception(failure_);
+    best_.resize(std::max<std::size_t>(options_.starts, 1));
+    on_all_threads([this](std::size_t start, bool caller) {
+      detail::local_search search(ground_, ground_.sites, seed_of(options_.seed, start), expired_);
+      search.start();
+      make(start, search, caller);
+    });
+    if (best_.size() == 1 || expired_()) return;
+    std::vector<xy> met;
+    for (const std::vector<xy>& b : best_) met.insert(met.end(), b.begin(), b.end());
+    const detail::candidate_places candidates(ground_.table, std::move(met));
+    on_all_threads([&](std::size_t start, bool caller) {
+      detail::local_search search(ground_, candidates, seed_of(options_.seed, best_.size() + start),
+                                  expired_);
+      search.start_from(best_[start]);
+      make(start, search, caller);
+    });
   }
 
   const std::vector<xy>& places() const { return places_; }
   const allocation_counters& counters() const { return counters_; }
 
  private:
-  void work(bool caller) {
+  using task = std::function<void(std::size_t start, bool caller)>;
+
+  void on_all_threads(const task& t) {
+    const std::size_t wanted = options_.threads > 0
+                                   ? static_cast<std::size_t>(options_.threads)
+                                   : std::max(1U, std::thread::hardware_concurrency());
+    next_ = 0;
+    {
+      std::vector<std::jthread> others;
+      for (std::size_t k = 1; k < std::min(wanted, best_.size()); ++k) {
+        others.emplace_back([this, &t] { work(t, false); });
+      }
+      work(t, true);
+    }
+    if (failure_) std::rethrow_exception(failure_);
+  }
+
+  void work(const task& t, bool caller) {
     try {
-      for (std::size_t k = next_++; k < std::max<std::size_t>(options_.starts, 1); k = next_++) {
+      for (std::size_t k = next_++; k < best_.size(); k = next_++) {
         if (k > 0 && expired_()) return;
-        make(k, caller);
+        t(k, caller);
       }
     } catch (...) {
       const std::scoped_lock lock(mutex_);
       failure_ = std::current_exception();
-      next_ = options_.starts;
+      next_ = best_.size();
     }
   }
 
-  void make(std::size_t start, bool caller) {
-    detail::local_search search(ground_, seed_of(options_.seed, start), expired_);
-    search.start();
+  void make(std::size_t start, detail::local_search& search, bool caller) {
     offer(start, search);
     for (std::size_t k = 0; k < options_.shakes && !expired_(); ++k) {
       search.shake();
@@ -78,6 +99,9 @@ class all_starts {
     }
     offer(start, search);
     const std::scoped_lock lock(mutex_);
+    const std::vector<xy> places = search.best_places();
+    best_[start].assign(places.begin(),
+                        places.begin() + static_cast<std::ptrdiff_t>(ground_.problem.count()));
     const allocation_counters& c = search.counters();
     counters_.starts += expired_() ? 0 : 1;
     counters_.shakes += c.shakes;
@@ -108,6 +132,7 @@ class all_starts {
   std::atomic<std::size_t> next_ = 0;
   std::mutex mutex_;  // of what follows
   std::exception_ptr failure_;
+  std::vector<std::vector<xy>> best_;  // of the new facilities, by start
   std::vector<xy> places_;
   double value_ = 0;
   std::size_t best_start_ = 0;

@@ -21,23 +21,40 @@ constexpr std::size_t kMostKept = std::size_t{1} << 22;
 
 // ----- Ground -----
 
-allocation_ground::allocation_ground(const allocation_problem& p) : problem(p), table(p.single()) {
-  for (const xy& e : p.existing()) existing.push_back({e.x - table.base.x, e.y - table.base.y});
+candidate_places::candidate_places(const distance_table& table, std::vector<xy> places)
+    : table_(table), places_(std::move(places)) {
   const std::size_t n = table.size();
-  if (n * n > kMostKept) return;
-  kept_.resize(n * n);
-  for (std::size_t s = 0; s < n; ++s) {
-    table.distances(place_of(s), std::span(kept_).subspan(s * n, n), {});
+  if (n * places_.size() > kMostKept) return;
+  kept_.resize(n * places_.size());
+  for (std::size_t k = 0; k < places_.size(); ++k) {
+    table.distances(places_[k], std::span(kept_).subspan(k * n, n), {});
   }
 }
 
-std::span<const double> allocation_ground::from_site(std::size_t slot,
-                                                     std::vector<double>& scratch) const {
-  const std::size_t n = table.size();
-  if (!kept_.empty()) return std::span(kept_).subspan(slot * n, n);
+std::span<const double> candidate_places::distances(std::size_t k,
+                                                    std::vector<double>& scratch) const {
+  const std::size_t n = table_.size();
+  if (!kept_.empty()) return std::span(kept_).subspan(k * n, n);
   scratch.resize(n);
-  table.distances(place_of(slot), scratch, {});
+  table_.distances(places_[k], scratch, {});
   return scratch;
+}
+
+namespace {
+
+std::vector<xy> places_of_sites(const distance_table& table) {
+  std::vector<xy> places;
+  for (std::size_t slot = 0; slot < table.size(); ++slot) {
+    places.push_back({table.x[slot], table.y[slot]});
+  }
+  return places;
+}
+
+}  // namespace
+
+allocation_ground::allocation_ground(const allocation_problem& p)
+    : problem(p), table(p.single()), sites(table, places_of_sites(table)) {
+  for (const xy& e : p.existing()) existing.push_back({e.x - table.base.x, e.y - table.base.y});
 }
 
 xy allocation_ground::absolute(const xy& place) const {
@@ -51,9 +68,10 @@ xy allocation_ground::absolute(const xy& place) const {
 
 // ----- Starts and shakes -----
 
-local_search::local_search(const allocation_ground& ground, std::uint64_t seed,
-                           std::function<bool()> expired)
+local_search::local_search(const allocation_ground& ground, const candidate_places& candidates,
+                           std::uint64_t seed, std::function<bool()> expired)
     : ground_(ground),
+      candidates_(candidates),
       count_(ground.problem.count()),
       random_(seed),
       expired_(std::move(expired)),
@@ -85,7 +103,7 @@ std::vector<xy> local_search::draw_places() {
         static_cast<std::size_t>(std::upper_bound(share.begin(), share.end(), at) - share.begin()),
         share.size() - 1);
     places.push_back(ground_.place_of(slot));
-    serve(ground_.from_site(slot, scratch_));
+    serve(ground_.sites.distances(slot, scratch_));
   }
   return places;
 }
@@ -121,8 +139,8 @@ void local_search::shake() {
   ++counters_.shakes;
   now_ = best_;
   for (const std::uint32_t k : facilities_to_throw(reach_)) {
-    const std::size_t slot = below(ground_.table.size());
-    now_->move(k, ground_.place_of(slot), ground_.from_site(slot, column_));
+    const std::size_t to = below(candidates_.size());
+    now_->move(k, candidates_[to], candidates_.distances(to, column_));
   }
   descend();
   if (now_->value() < best_->value() * (1 - kGain)) {
@@ -162,12 +180,11 @@ bool local_search::alternate() {
   return now_->value() < before * (1 - kGain);
 }
 
-// What dropping a facility costs when a new one stands at a site (Whitaker 1983): the sites that
-// it serves go to their second, but for those that the new one takes.
-// Differences of large distances may promise a gain where there is none, so the move has to show
-// it.
-bool local_search::try_site(std::size_t slot, double least_gain) {
-  const std::span<const double> distance = ground_.from_site(slot, column_);
+// What dropping a facility costs when a new one stands at a candidate (Whitaker 1983): the sites
+// that it serves go to their second, but for those that the new one takes. Differences of large
+// distances may promise a gain where there is none, so the move has to show it.
+bool local_search::try_candidate(std::size_t k, double least_gain) {
+  const std::span<const double> distance = candidates_.distances(k, column_);
   const std::span<const service::link> links = now_->links();
   scratch_.assign(loss_.begin(), loss_.end());
   double gain = 0;
@@ -183,29 +200,30 @@ bool local_search::try_site(std::size_t slot, double least_gain) {
   const auto facility = static_cast<std::uint32_t>(cheapest - scratch_.begin());
   const xy left = now_->places()[facility];
   const double before = now_->value();
-  now_->move(facility, ground_.place_of(slot), distance);
+  now_->move(facility, candidates_[k], distance);
   ++counters_.interchanges;
   if (now_->value() < before - least_gain / 2) return true;
   now_->move(facility, left);
   return false;
 }
 
-// Tries all sites in a ring, from one that is drawn, until none helps; a drawn part of them where
-// there are very many.
+// Tries all candidates in a ring, from one that is drawn, until none helps; a drawn part of them
+// where there are very many.
 bool local_search::interchange() {
-  const std::size_t n = ground_.table.size();
-  const std::size_t tries = std::min(n, std::max<std::size_t>(kMostKept / n, 32));
-  const std::size_t step = n / tries;
+  const std::size_t all = candidates_.size();
+  const std::size_t tries =
+      std::min(all, std::max<std::size_t>(kMostKept / ground_.table.size(), 32));
+  const std::size_t step = all / tries;
   const auto price = [this] {
     loss_.assign(now_->places().size(), 0);
     for (const service::link& l : now_->links()) loss_[l.first] += l.to_second - l.to_first;
   };
   price();
   bool helped = false;
-  std::size_t slot = below(n);
+  std::size_t at = below(all);
   for (std::size_t left = tries; left > 0 && (left % 64 != 0 || !expired_()); --left) {
-    slot = (slot + step) % n;
-    if (!try_site(slot, kGain * now_->value())) continue;
+    at = (at + step) % all;
+    if (!try_candidate(at, kGain * now_->value())) continue;
     helped = true;
     price();
     left = tries;

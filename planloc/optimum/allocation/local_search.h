@@ -18,30 +18,42 @@
 
 namespace planloc::detail {
 
+// Places where an interchange may put a facility, counted from the table's base.
+class candidate_places {
+ public:
+  candidate_places(const distance_table& table, std::vector<xy> places);
+
+  std::size_t size() const { return places_.size(); }
+  const xy& operator[](std::size_t k) const { return places_[k]; }
+  // The distances of all slots from a place: kept where there are few, else put into `scratch`.
+  std::span<const double> distances(std::size_t k, std::vector<double>& scratch) const;
+
+ private:
+  const distance_table& table_;
+  std::vector<xy> places_;
+  std::vector<double> kept_;
+};
+
 // What all starts share, and only read.
 class allocation_ground {
  public:
   explicit allocation_ground(const allocation_problem& p);
 
-  const allocation_problem& problem;
-  distance_table table;
-  std::vector<xy> existing;  // counted from the table's base
-
-  // The distances of all slots from the place of a slot: kept where there are few sites, else put
-  // into `scratch`.
-  std::span<const double> from_site(std::size_t slot, std::vector<double>& scratch) const;
   xy place_of(std::size_t slot) const { return {table.x[slot], table.y[slot]}; }
   // In the problem's coordinates; at a site its very own.
   xy absolute(const xy& place) const;
 
- private:
-  std::vector<double> kept_;
+  const allocation_problem& problem;
+  distance_table table;
+  candidate_places sites;    // by slot
+  std::vector<xy> existing;  // counted from the table's base
 };
 
 class local_search {
  public:
   // Asks `expired` now and then, and ends when it says so.
-  local_search(const allocation_ground& ground, std::uint64_t seed, std::function<bool()> expired);
+  local_search(const allocation_ground& ground, const candidate_places& candidates,
+               std::uint64_t seed, std::function<bool()> expired);
 
   // Places of all facilities, the new ones first.
   std::vector<xy> best_places() const { return {best_->places().begin(), best_->places().end()}; }
@@ -63,9 +75,10 @@ class local_search {
   void descend();
   bool alternate();
   bool interchange();
-  bool try_site(std::size_t slot, double least_gain);
+  bool try_candidate(std::size_t k, double least_gain);
 
   const allocation_ground& ground_;
+  const candidate_places& candidates_;
   std::size_t count_;  // of the new facilities
   std::mt19937_64 random_;
   std::function<bool()> expired_;

@@ -181,7 +181,7 @@ void column_generation::round() {
     places.push_back(find_place_(slots, ground_.place_of(slots[0])).at);
   }
   if (places.size() < answer_.points.size()) return;
-  local_search search(ground_, 0, expired_);
+  local_search search(ground_, ground_.sites, 0, expired_);
   search.start_from(std::move(places));
   allocation next;
   next.counters = answer_.counters;
