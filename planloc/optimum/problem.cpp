@@ -310,6 +310,12 @@ problem::problem(std::vector<site> sites, std::vector<gauge> gauges, const order
   });
 }
 
+problem problem::without_regions() const {
+  problem p = *this;
+  p.where_ = {};
+  return p;
+}
+
 double problem::lambda(std::size_t k) const {
   std::size_t run = 0;
   while (k >= runs_[run].count) k -= runs_[run++].count;

@@ -135,6 +135,8 @@ class problem {
   double lambda(std::size_t k) const;  // k from 0
   // The places to choose from; the searches honour them, `value` is that of any place.
   const regions& where() const { return where_; }
+  // The same problem over the whole plane.
+  problem without_regions() const;
 
   // Whether f is convex: the order weights rise and none is negative.
   bool convex() const { return convex_; }

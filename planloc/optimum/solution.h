@@ -79,7 +79,8 @@ struct convex_certificate {
 // same way that this function is large enough on the sides of the square of half side 1. It is
 // empty where that function is 0 in some direction: then the square holds all crossings of lines on
 // which f can break; or, if all sites have one gauge and one weight, everything outside repeats
-// values of the square.
+// values of the square. With forbidden regions the square holds them, and f is above the bound
+// outside; with an allowed region the square holds that, and `outside` is empty.
 //
 // No cells at all: the sums of the last k order weights are not negative, so neither is f.
 struct branch_certificate {
@@ -92,8 +93,9 @@ struct branch_certificate {
 
   enum class reason : std::uint8_t {
     halved,
-    bound,  // a convex function less a concave one, or sorted bounds of the distances
-    exact   // every crossing of lines on which f can break
+    bound,     // a convex function less a concave one, or sorted bounds of the distances
+    exact,     // every crossing of lines on which f can break, and of sides of regions
+    forbidden  // nothing may be built there
   };
   xy base{0, 0};
   double half = 0;              // of the side of the square

@@ -99,6 +99,7 @@ verification verify(const problem& p, const solution& s) {
     }
     if (const auto* c = std::get_if<direction_certificate>(&s.proof)) {
       if (s.status != solution_status::unbounded) detail::refuse("a direction, but not unbounded");
+      if (p.where().allowed) detail::refuse("a direction, but places far away are not allowed");
       return detail::verify_direction(p, *c);
     }
     if (s.status == solution_status::stopped &&

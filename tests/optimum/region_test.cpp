@@ -114,8 +114,7 @@ void for_each_side(const regions& w, Visit visit) {
 }
 
 // Whether some permitted place has less than `most`: dense samples of sides and of the plane, and,
-// for polyhedral gauges, all crossings of the sides' lines with each other and with the lines on
-// which f can break, in fractions.
+// for polyhedral gauges, all crossings of the lines on which f can break and of the sides' lines.
 bool some_place_below(const problem& p, double most, double extent) {
   bool found = false;
   const auto look = [&](const fractions& at) {
@@ -134,7 +133,7 @@ bool some_place_below(const problem& p, double most, double extent) {
     for (int y = -8; y <= 24; ++y) look(exactly({extent * x / 16, extent * y / 16}));
   }
   for (std::size_t i = 0; i < lines.size(); ++i) {
-    for (std::size_t k = std::max(breaks, i + 1); k < lines.size(); ++k) {
+    for (std::size_t k = std::max(p.convex() ? breaks : 0, i + 1); k < lines.size(); ++k) {
       const test_line& f = lines[i];
       const test_line& g = lines[k];
       const double area = f.a * g.b - f.b * g.a;
@@ -153,27 +152,52 @@ void check(const problem& p, double extent, const std::string& name) {
     EXPECT_FALSE(some_place_below(p, std::numeric_limits<double>::infinity(), extent)) << name;
     return;
   }
-  EXPECT_EQ(s.status, solution_status::optimal) << name;
+  if (s.status == solution_status::unbounded) return;
+  const bool to_the_end = p.polyhedral() || p.convex();
+  const bool ended = s.status == solution_status::optimal ||
+                     (!to_the_end && s.status == solution_status::within_gap);
+  EXPECT_TRUE(ended) << name;
   EXPECT_TRUE(v.gap == 0 || !p.polyhedral()) << name << " " << v.gap;
+  EXPECT_LE(s.gap(), (to_the_end ? 1e-11 : 1e-6) * (1 + std::fabs(s.value))) << name;
   EXPECT_TRUE(permitted(p.where(), place_of(s))) << name;
-  EXPECT_FALSE(some_place_below(p, s.value - 1e-9 * (1 + s.value), extent)) << name;
+  const double off = (to_the_end ? 1e-9 : 1e-6) * (1 + std::fabs(s.value));
+  EXPECT_FALSE(some_place_below(p, s.value - off, extent)) << name;
 }
 
-TEST(Regions, ConvexProblemsByBruteForce) {
-  for (unsigned trial = 0; trial < 120; ++trial) {
+order_weights any_order(instance_source& source, int n) {
+  switch (source.below(4)) {
+    case 0:
+      return order_weights::range();
+    case 1:
+      return order_weights::anti_centrum(static_cast<std::size_t>(1 + source.below(n)));
+    case 2:
+      return order_weights::order_statistic(static_cast<std::size_t>(1 + source.below(n)));
+    default:
+      std::vector<double> lambda;
+      for (int k = 0; k < n; ++k) lambda.push_back(source.below(4) - 1);
+      return order_weights(lambda);
+  }
+}
+
+void by_brute_force(unsigned trials, bool convex) {
+  for (unsigned trial = 0; trial < trials; ++trial) {
     instance_source source(trial);
     const bool smooth = trial % 3 == 0;
     const bool whole = trial % 2 == 0;
     const layout l = whole ? layout::lattice : layout::scattered;
-    const int n = 1 + source.below(6);
+    const int n = 1 + source.below(convex ? 6 : 4);
     const std::vector<gauge> gauges =
         smooth ? std::vector<gauge>{gauge::euclidean(), gauge::lp(3)} : source.gauges(l, 2, 5);
     const double extent = whole ? 5 : 100;
-    const problem p(source.sites(l, n, 2), gauges, source.convex_order(n),
+    const problem p(source.sites(l, n, 2), gauges,
+                    convex ? source.convex_order(n) : any_order(source, n),
                     random_regions(source, whole, extent));
     check(p, extent, "trial " + std::to_string(trial));
   }
 }
+
+TEST(Regions, ConvexProblemsByBruteForce) { by_brute_force(120, true); }
+TEST(Regions, GeneralProblemsByBruteForce) { by_brute_force(45, false); }
 
 // The median of the corners of a square of side 8 is any place in it under l1.
 TEST(Regions, WhatIsLeftMayBeASegmentOrAPoint) {
@@ -337,6 +361,39 @@ TEST(Regions, SpoiledProofsAreRefused) {
                         {{}, {{rectangle(2, 2, 6, 5.5), rectangle(4, 4, 5, 5)}}});
     EXPECT_FALSE(verify(other, good).accepted);
   }
+}
+
+TEST(Regions, ForbiddenTrianglesAreCheckedAgain) {
+  using reason = branch_certificate::reason;
+  const std::vector<site> sites{{0, 3}, {3, 0}, {4, 7}, {8, 4}, {4, 4}};
+  const regions lake{{}, {{rectangle(1, 1, 6, 7)}}};
+  const regions county{region{{rectangle(-3, -2, 11, 9)}}, lake.forbidden};
+  std::ptrdiff_t forbidden = 0;
+  for (const regions& where : {lake, county}) {
+    const problem p(sites, {gauge::l1()}, order_weights::order_statistic(3), where);
+    const solution good = minimise(p);
+    ASSERT_EQ(verify(p, good).reason, "");
+    EXPECT_EQ(verify(p, good).gap, 0);
+    const auto& reasons = std::get<branch_certificate>(good.proof).cells;
+    forbidden += std::count(reasons.begin(), reasons.end(), reason::forbidden);
+    for (std::size_t k = 0; k < reasons.size(); ++k) {
+      if (reasons[k] == reason::halved) continue;
+      solution spoiled = good;
+      std::get<branch_certificate>(spoiled.proof).cells[k] = reason::forbidden;
+      EXPECT_EQ(verify(p, spoiled).accepted, reasons[k] == reason::forbidden) << k;
+    }
+    solution spoiled = good;
+    std::get<branch_certificate>(spoiled.proof).half /= 4;
+    EXPECT_FALSE(verify(p, spoiled).accepted);
+    // Without the lake there are better places.
+    EXPECT_FALSE(verify(p.without_regions(), good).accepted);
+  }
+  EXPECT_GT(forbidden, 0);
+  const problem falls(sites, {gauge::l1()}, order_weights({0, 0, 0, 0, -1}), lake);
+  EXPECT_EQ(minimise(falls).status, solution_status::unbounded);
+  const problem held(sites, {gauge::l1()}, order_weights({0, 0, 0, 0, -1}), county);
+  EXPECT_EQ(minimise(held).status, solution_status::optimal);
+  EXPECT_FALSE(verify(held, minimise(falls)).accepted);
 }
 
 }  // namespace

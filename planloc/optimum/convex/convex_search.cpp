@@ -373,7 +373,7 @@ solution minimise_convex(const problem& p, const minimise_options& options) {
   // A place is at its best in the whole plane only if the search ends there.
   minimise_options to_the_end = options;
   to_the_end.absolute_gap = to_the_end.relative_gap = 0;
-  return detail::minimise_within(p, options, over_the_plane(p, to_the_end));
+  return detail::minimise_within(p, options, over_the_plane(p.without_regions(), to_the_end));
 }
 
 solution minimise(const problem& p, const minimise_options& options) {

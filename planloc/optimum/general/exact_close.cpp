@@ -8,6 +8,22 @@
 
 namespace planloc::detail {
 
+exact_line normalised(exact_xy normal, mpq_class right) {
+  const mpq_class lead = sgn(normal.x) != 0 ? normal.x : normal.y;
+  return {{normal.x / lead, normal.y / lead}, right / lead};
+}
+
+bool crosses_inside(const triangle& t, const exact_line& l) {
+  bool below = false;
+  bool above = false;
+  for (const xy& c : t) {
+    const int s = sgn(mpq_class(l.normal.x * c.x + l.normal.y * c.y - l.right));
+    below = below || s < 0;
+    above = above || s > 0;
+  }
+  return below && above;
+}
+
 namespace {
 
 // Of the terms' magnitudes: more than the roundings of a side that is decided in doubles.
@@ -19,11 +35,6 @@ constexpr std::size_t kCandidatesPerLine = 64;
 constexpr double kKeyDoubt = 1e-8;
 constexpr double kKeyFactor = 0.6180339887;
 constexpr double kKeySpread = 1e-7;
-
-exact_line normalised(exact_xy normal, mpq_class right) {
-  const mpq_class lead = sgn(normal.x) != 0 ? normal.x : normal.y;
-  return {{normal.x / lead, normal.y / lead}, right / lead};
-}
 
 bool before(const exact_line& a, const exact_line& b) {
   return std::tie(a.normal.x, a.normal.y, a.right) < std::tie(b.normal.x, b.normal.y, b.right);
@@ -38,17 +49,6 @@ bool surely_one_side(const exact_closer::sides& side, double doubt) {
 bool surely_both_sides(const exact_closer::sides& side, double doubt) {
   return std::min({side[0], side[1], side[2]}) < -doubt &&
          std::max({side[0], side[1], side[2]}) > doubt;
-}
-
-bool crosses_inside(const triangle& t, const exact_line& l) {
-  bool below = false;
-  bool above = false;
-  for (const xy& c : t) {
-    const int s = sgn(mpq_class(l.normal.x * c.x + l.normal.y * c.y - l.right));
-    below = below || s < 0;
-    above = above || s > 0;
-  }
-  return below && above;
 }
 
 std::optional<exact_xy> crossing(const exact_line& a, const exact_line& b) {

@@ -27,6 +27,10 @@ struct exact_line {
   friend bool operator==(const exact_line&, const exact_line&) = default;
 };
 
+exact_line normalised(exact_xy normal, mpq_class right);
+// Whether corners of the triangle lie on both sides of the line.
+bool crosses_inside(const triangle& t, const exact_line& l);
+
 class exact_closer {
  public:
   exact_closer(const problem& p, const distance_table& table);

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 
+#include "planloc/optimum/general/cell_regions.h"
 #include "planloc/optimum/general/exact_close.h"
 #include "planloc/optimum/general/recession.h"
 #include "planloc/optimum/general/search_tree.h"
@@ -25,6 +26,8 @@ using reason = branch_certificate::reason;
 // the search aims at, so that intervals prove it.
 constexpr double kSmoothGap = 1e-10;
 constexpr double kSmoothAim = 5e-11;
+// Of the value: what a cell with sides of regions may hold better, where nothing is solved exactly.
+constexpr double kSideGap = 1e-7;
 // Of a gap that is asked for: what the search aims at, so that roundings do not spoil it.
 constexpr double kAimed = 1 - 0x1p-30;
 // Smaller cells are beyond what doubles can tell.
@@ -68,6 +71,7 @@ class general_search {
         never_negative_(detail::never_negative(p)) {
     workers_.reserve(pool_.threads());
     add_worker();
+    if (!p.where().whole_plane()) where_.emplace(p.where(), table_.base);
   }
 
   solution run();
@@ -102,6 +106,8 @@ class general_search {
   };
 
   void add_worker() { workers_.push_back(std::make_unique<worker>(problem_, table_)); }
+  bool find_permitted();
+  detail::recession far_away() const;
   void start(double half);
   void search();
   bool next_batch();
@@ -123,6 +129,7 @@ class general_search {
     return c.bound >= best_.value - tolerance() + margin(c);
   }
   double half_of_square(const detail::recession& far) const;
+  bool give_up(const cell& c);
   double bound() const;
   double proved_bound() const;
   bool must_stop();
@@ -141,6 +148,7 @@ class general_search {
   double rounding_;                               // of sums, in units of a cell's size
   double doubt_;                                  // in a value near the sites that has no exact one
   bool never_negative_;
+  std::optional<detail::cell_regions> where_;  // unless all of the plane is permitted
   search_tree tree_;
   incumbent best_;
   double floor_ = std::numeric_limits<double>::infinity();  // bounds of cells that were given up
@@ -184,7 +192,7 @@ bool general_search::must_stop() {
 }
 
 void general_search::offer(const exact_xy& at, double value) {
-  if (value < best_.value) best_ = {at, value, {}};
+  if (value < best_.value && (!where_ || where_->permits(at))) best_ = {at, value, {}};
 }
 
 void general_search::make_exact() {
@@ -278,7 +286,16 @@ void general_search::start(double half) {
 void general_search::take(std::unique_ptr<cell> c, const detail::evaluation& at_centroid) {
   ++cells_;
   if (at_centroid.value < best_.value) offer(detail::to_exact(at_centroid.at), at_centroid.value);
+  if (where_ && where_->nothing_permitted(c->corners)) return tree_.close(*c, reason::forbidden);
   tree_.push(std::move(c));
+}
+
+// Without exact solutions the cells on the sides of regions never end.
+bool general_search::give_up(const cell& c) {
+  if (!where_ || problem_.polyhedral() || !where_->crossed(c.corners)) return false;
+  if (c.bound - margin(c) < best_.value - kSideGap * std::fabs(best_.value)) return false;
+  floor_ = std::min(floor_, c.bound - margin(c));
+  return true;
 }
 
 // Moves the most promising cells to the batch; false if none is left.
@@ -288,7 +305,7 @@ bool general_search::next_batch() {
   const std::size_t most = std::min(kBatch, 1 + tree_.open_cells().size() / kOpenPerTask);
   while (!tree_.empty() && batch_.size() < most && sites <= kBatchSites) {
     std::unique_ptr<cell> c = tree_.pop();
-    if (holds_nothing_better(*c)) continue;
+    if (holds_nothing_better(*c) || give_up(*c)) continue;
     sites += c->decided.size() + c->undecided.size();
     batch_.emplace_back().c = std::move(c);
   }
@@ -329,17 +346,22 @@ void general_search::work_on(task& t, worker& w) const {
 bool general_search::solve_exactly(task& t, worker& w) const {
   if (!problem_.polyhedral()) return false;
   const cell& c = *t.c;
-  const auto lines = w.closer.lines(c, line_limit(c, extent_));
+  const std::size_t limit = line_limit(c, extent_);
+  auto lines = w.closer.lines(c, limit);
   if (!lines) return false;
+  if (where_ && !where_->add_lines(c.corners, limit, *lines)) return false;
   const auto promising = [&](const detail::xy& at) {
     return w.bounder.value(c, at) <= best_.value + kPromising * c.size;
   };
   std::vector<std::pair<double, exact_xy>> places;
   double least = best_.value;
-  for (exact_xy& at : detail::exact_closer::vertices(c.corners, *lines, promising)) {
+  std::vector<exact_xy> vertices = detail::exact_closer::vertices(c.corners, *lines, promising);
+  if (where_) where_->add_corners(c.corners, vertices);
+  for (exact_xy& at : vertices) {
     const double value = w.bounder.value(c, to_nearest(at));
+    if (value > least + margin(c) || (where_ && !where_->permits(at))) continue;
     least = std::min(least, value);
-    if (value <= least + margin(c)) places.emplace_back(value, std::move(at));
+    places.emplace_back(value, std::move(at));
   }
   for (auto& [rounded, at] : places) {
     if (rounded > least + margin(c) || (best_.exact && at == best_.at)) continue;
@@ -418,8 +440,38 @@ solution general_search::finish(const detail::recession& far) {
   return s;
 }
 
+// Some permitted place to compare with; false if there is none.
+bool general_search::find_permitted() {
+  const std::optional<exact_xy> first = where_->some_place();
+  if (!first) return !problem_.where().allowed;
+  const exact_xy at{first->x + table_.base.x, first->y + table_.base.y};
+  offer(*first, problem_.value(to_nearest(at)));
+  return true;
+}
+
+// With regions the square holds their corners. Places farther away are not allowed, or no better
+// than the place known so far, or as good as one on the border of the square.
+detail::recession general_search::far_away() const {
+  if (!where_) return test_recession(problem_, table_);
+  detail::recession far;
+  if (problem_.where().allowed) {
+    far.kind = growth::grows;
+  } else {
+    far = test_recession(problem_, table_, best_.value);
+  }
+  far.half = std::max(far.half, where_->farthest());
+  return far;
+}
+
 solution general_search::run() {
-  const detail::recession far = test_recession(problem_, table_);
+  if (where_ && !find_permitted()) {
+    solution s;
+    s.status = solution_status::infeasible;
+    s.value = s.lower_bound = std::numeric_limits<double>::infinity();
+    s.counters.seconds = seconds();
+    return s;
+  }
+  const detail::recession far = far_away();
   if (far.kind == growth::falls) {
     solution s;
     s.status = solution_status::unbounded;
@@ -441,8 +493,6 @@ solution general_search::run() {
 }  // namespace
 
 solution minimise_general(const problem& p, const minimise_options& options) {
-  if (!p.where().whole_plane())
-    throw bad_problem("regions: only with order weights that rise from 0 or more");
   return general_search(p, options).run();
 }
 

@@ -58,8 +58,8 @@ double half_of_repetition(const problem& p, const distance_table& table) {
 }
 
 // The sum of |lambda| times the most by which d_i(x) and its gauge at x - base can differ, and f at
-// the base: so much must the recession function be on the border of the square.
-double needed_growth(const problem& p, const distance_table& table) {
+// the base, or the level: so much must the recession function be on the border of the square.
+double needed_growth(const problem& p, const distance_table& table, double level) {
   evaluator evaluate(p, table);
   std::vector<double> difference(table.size());
   for (std::size_t k = 0; k < difference.size(); ++k) {
@@ -74,7 +74,7 @@ double needed_growth(const problem& p, const distance_table& table) {
   std::sort(lambda.begin(), lambda.end());
   double sum = 0;
   for (std::size_t k = 0; k < lambda.size(); ++k) sum += lambda[k] * difference[k];
-  return std::max(evaluate({0, 0}).value, 0.0) + sum;
+  return std::max({evaluate({0, 0}).value, 0.0, level}) + sum;
 }
 
 }  // namespace
@@ -114,7 +114,7 @@ std::array<triangle, 4> unit_sides() {
   return {triangle{a, b, b}, triangle{b, c, c}, triangle{c, d, d}, triangle{d, a, a}};
 }
 
-recession test_recession(const problem& p, const distance_table& table) {
+recession test_recession(const problem& p, const distance_table& table, double level) {
   recession result;
   if (one_kind(p)) {
     const int s = sgn(sum_of_weights(p));
@@ -167,7 +167,7 @@ recession test_recession(const problem& p, const distance_table& table) {
   }
   if (!(tree.least_bound() > kRounding * size)) return test_all_lines(p, table);
   result.kind = growth::grows;
-  const double half = kCaution * needed_growth(p, table) / tree.least_bound();
+  const double half = kCaution * needed_growth(p, table, level) / tree.least_bound();
   result.half = half > 0 ? half : 1;
   result.outside = tree.reasons();
   return result;

@@ -5,6 +5,7 @@
 #define PLANLOC_OPTIMUM_GENERAL_RECESSION_H_
 
 #include <array>
+#include <limits>
 #include <vector>
 
 #include "planloc/optimum/evaluate.h"
@@ -28,7 +29,9 @@ struct recession {
   std::vector<branch_certificate::reason> outside;
 };
 
-recession test_recession(const problem& p, const distance_table& table);
+// Of a square outside of which f grows, it is above `level` there, too.
+recession test_recession(const problem& p, const distance_table& table,
+                         double level = -std::numeric_limits<double>::infinity());
 
 // Whether no sum of the last k order weights is negative, decided exactly: then f >= 0.
 bool never_negative(const problem& p);

@@ -70,6 +70,11 @@ void leaf_walk::visit(triangle_state t) {
   name_ = next_;
   const reason why = reasons_[next_++];
   if (why == reason::bound) return prove_by_bound(std::move(t), 0);
+  if (why == reason::forbidden) {
+    if (where_ == nullptr || where_->some_permitted(t.at))
+      refuse("triangle " + std::to_string(name_) + ": not all of it is forbidden");
+    return;
+  }
   const std::size_t linear_above = linear_.size();
   look(t);
   if (why == reason::exact) {

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "planloc/optimum/proof/verify_leaves.h"
+#include "planloc/optimum/proof/walked_regions.h"
 
 namespace planloc::detail {
 
@@ -50,11 +51,14 @@ struct triangle_state {
 // Walks the triangles of a certificate and sees to it that f is nowhere less than `least`.
 class leaf_walk {
  public:
-  leaf_walk(const verified_sites& sites, const std::vector<reason>& reasons, mpq_class least)
+  // Places count where `where` permits them; all if there is none.
+  leaf_walk(const verified_sites& sites, const std::vector<reason>& reasons, mpq_class least,
+            walked_regions* where = nullptr)
       : sites_(sites),
         reasons_(reasons),
         least_(std::move(least)),
-        least_in_doubles_(rounded_up(least_)) {}
+        least_in_doubles_(rounded_up(least_)),
+        where_(where) {}
 
   void walk(const corners& root);
   void end() const {
@@ -97,6 +101,7 @@ class leaf_walk {
   void add_steps(const triangle_state& t, rows& r) const;
 
   void check_exactly(const triangle_state& t) const;
+  void add_sides(const corners& t, std::set<straight_line>& lines) const;
   std::vector<std::size_t> edges_on(const triangle_state& t, std::uint32_t site) const;
   std::set<straight_line> lines_on(const triangle_state& t) const;
 
@@ -104,6 +109,7 @@ class leaf_walk {
   const std::vector<reason>& reasons_;
   mpq_class least_;
   double least_in_doubles_;  // no less than it
+  walked_regions* where_;
   std::size_t next_ = 0;
   std::size_t name_ = 0;             // of the triangle at hand
   std::vector<linear_site> linear_;  // along the walk from the root

@@ -142,7 +142,7 @@ class place_check {
     for (const seen_site& s : triangle_.decided)
       loads.add(s.site, walk_.sites_.active_edge(s.site, at), s.lambda);
     add_in_order(walk_.sites_, open_, triangle_.runs, at, loads);
-    return loads.value(at) >= walk_.least_;
+    return loads.value(at) >= walk_.least_ || (walk_.where_ && !walk_.where_->permits(at));
   }
 
  private:
@@ -218,6 +218,16 @@ std::optional<fraction_pair> crossing(const straight_line& l, const straight_lin
 
 }  // namespace
 
+// The lines of the sides of regions that cross the triangle.
+void leaf_walk::add_sides(const corners& t, std::set<straight_line>& lines) const {
+  for (const walked_regions::segment& side : where_->sides_in(t)) {
+    const mpq_class a = side.a.y - side.b.y;
+    const mpq_class b = side.b.x - side.a.x;
+    straight_line l = line(a, b, a * side.a.x + b * side.a.y);
+    if (has_both_sides(t, l)) lines.insert(std::move(l));
+  }
+}
+
 // At the corners and at all crossings of two lines, or of a line and a side. In intervals, and
 // without loss where they cannot tell; of lines that meet in a place without loss once.
 void leaf_walk::check_exactly(const triangle_state& t) const {
@@ -232,7 +242,14 @@ void leaf_walk::check_exactly(const triangle_state& t) const {
     if (!check.surely(exactly(c)) && !check.exactly(in_fractions(c))) too_low();
   }
   std::vector<rounded_line> all;
-  for (const straight_line& l : lines_on(t)) all.emplace_back(l);
+  std::set<straight_line> breaks = lines_on(t);
+  if (where_ != nullptr) {
+    add_sides(t.at, breaks);
+    for (const fraction_pair& c : where_->corners_in(t.at)) {
+      if (!check.exactly(c)) too_low();
+    }
+  }
+  for (const straight_line& l : breaks) all.emplace_back(l);
   const std::size_t lines = all.size();
   all.insert(all.end(), area.sides().begin(), area.sides().end());
   std::vector<std::vector<bool>> met;  // by place that was checked without loss: which lines pass

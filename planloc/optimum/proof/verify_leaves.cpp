@@ -59,7 +59,7 @@ void check_repetition(const problem& p, const branch_certificate& c) {
 
 // f(x) is at least the recession function at x - base less the sum of |lambda| times the most by
 // which a distance differs from its gauge at x - base, both sorted.
-void check_growth(const problem& p, const branch_certificate& c) {
+void check_growth(const problem& p, const branch_certificate& c, const mpq_class& least) {
   const verified_sites sites(p, c.base);
   const interval_pair origin = exactly({0, 0});
   std::vector<interval> at_base;
@@ -71,7 +71,8 @@ void check_growth(const problem& p, const branch_certificate& c) {
     at_base.push_back(sites.distance(i, origin));
     apart.push_back(larger(gauges.distance(i, u), gauges.distance(i, {-u.x, -u.y})).high);
   }
-  interval needed = larger(ordered_sum(p, at_base), interval(0));
+  // What is no better than the base is no better than the bound, but with regions.
+  interval needed = larger(larger(ordered_sum(p, at_base), interval(0)), around(least));
   std::vector<double> size = listed_weights(p);
   for (double& l : size) l = std::fabs(l);
   std::sort(size.begin(), size.end());
@@ -98,7 +99,9 @@ void check_square(const problem& p, const branch_certificate& c, const mpq_class
       !(c.half > 0)) {
     refuse("no square");
   }
-  if (c.outside.empty()) {
+  if (p.where().allowed) {
+    if (!c.outside.empty()) refuse("places outside of the square are not allowed anyway");
+  } else if (c.outside.empty()) {
     if (!p.polyhedral()) refuse("nothing is said of places outside of the square");
     if (same_distances(p) && sgn(sum_of_weights(p)) == 0) {
       check_repetition(p, c);
@@ -106,10 +109,9 @@ void check_square(const problem& p, const branch_certificate& c, const mpq_class
       check_lines(p, c);
     }
   } else {
-    check_growth(p, c);
+    check_growth(p, c, least);
   }
   const verified_sites sites(p, c.base);
-  leaf_walk cells(sites, c.cells, least);
   const auto side = [&c](double shift) {
     const double at = c.half * shift;
     if (mpq_class(at) != mpq_class(c.half) * shift) refuse("the square has too many digits");
@@ -117,6 +119,12 @@ void check_square(const problem& p, const branch_certificate& c, const mpq_class
   };
   const xy low{side(branch_certificate::kShiftX - 1), side(branch_certificate::kShiftY - 1)};
   const xy high{side(branch_certificate::kShiftX + 1), side(branch_certificate::kShiftY + 1)};
+  std::optional<walked_regions> where;
+  if (!p.where().whole_plane()) {
+    where.emplace(p, c.base);
+    if (!where->within(low, high)) refuse("the square does not hold the regions");
+  }
+  leaf_walk cells(sites, c.cells, least, where ? &*where : nullptr);
   cells.walk({low, xy{high.x, low.y}, xy{low.x, high.y}});
   cells.walk({high, xy{low.x, high.y}, xy{high.x, low.y}});
   cells.end();

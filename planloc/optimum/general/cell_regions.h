@@ -1,0 +1,52 @@
+// Regions as the branch and bound over triangles asks about them. Internal.
+#ifndef PLANLOC_OPTIMUM_GENERAL_CELL_REGIONS_H_
+#define PLANLOC_OPTIMUM_GENERAL_CELL_REGIONS_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "planloc/optimum/general/exact_close.h"
+#include "planloc/optimum/general/triangle_cell.h"
+#include "planloc/optimum/regions/boundary.h"
+
+namespace planloc::detail {
+
+// Places are relative to a base. All but `nothing_permitted` may be called from several threads.
+class cell_regions {
+ public:
+  cell_regions(const regions& r, const xy& base);
+
+  bool permits(const exact_xy& at) const;
+  // A corner of a permitted part of a side; none if there is no such part.
+  std::optional<exact_xy> some_place() const;
+  // In either coordinate, of the corners.
+  double farthest() const;
+
+  // Whether sides may cross the triangle.
+  bool crossed(const triangle& t) const;
+  // Whether it is known that no place of the triangle is permitted.
+  bool nothing_permitted(const triangle& t);
+
+  // Adds the lines of the sides that cross the triangle; false if there are more than `limit`.
+  bool add_lines(const triangle& t, std::size_t limit, std::vector<exact_line>& lines) const;
+  // Adds the corners of polygons in the triangle.
+  void add_corners(const triangle& t, std::vector<exact_xy>& places) const;
+
+ private:
+  struct exact_triangle;
+
+  template <class Visit>
+  void near(const triangle& t, Visit visit) const;
+  exact_xy relative(const exact_xy& at) const { return {at.x - base_.x, at.y - base_.y}; }
+
+  boundary sides_;
+  exact_xy base_;
+  xy rounded_base_;
+  std::vector<std::optional<std::vector<boundary::piece>>> permitted_;  // by side, once asked for
+};
+
+}  // namespace planloc::detail
+
+#endif  // PLANLOC_OPTIMUM_GENERAL_CELL_REGIONS_H_
