@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "planloc/facilities/gauged_sites.h"
+#include "planloc/optimum/efficient_set.h"
 #include "planloc/optimum/problem.h"
 #include "planloc/optimum/solution.h"
 #include "planloc/optimum/tied_facilities.h"
@@ -22,6 +23,16 @@ namespace detail {
 
 inline site certified_site(const location& l, int k, std::uint32_t gauge) {
   return {.x = l[0], .y = l[1], .weight = l.weight(k), .gauge = gauge};
+}
+
+inline std::vector<gauge> certified_gauges(const gauged_sites& data) {
+  std::vector<gauge> gauges;
+  for (const polygauge& g : data.gauges) {
+    std::vector<xy> vertices;
+    for (const point& v : g.vertices()) vertices.push_back({v.xcoord(), v.ycoord()});
+    gauges.push_back(gauge::polyhedral(vertices));
+  }
+  return gauges;
 }
 
 }  // namespace detail
@@ -40,19 +51,28 @@ inline problem certified_problem(const facilities& F, int k, const gauge& distan
 // Each site with its own gauge. Reports of `for_each_with_gauge` besides. A gauge whose unit ball
 // does not hold the origin strictly inside is refused with `bad_problem`.
 inline problem certified_problem(const gauged_sites& data, int k, const order_weights& lambda) {
-  std::vector<gauge> gauges;
-  for (const polygauge& g : data.gauges) {
-    std::vector<xy> vertices;
-    for (const point& v : g.vertices()) vertices.push_back({v.xcoord(), v.ycoord()});
-    gauges.push_back(gauge::polyhedral(vertices));
-  }
   std::vector<site> sites;
   auto number = data.gauge_of.begin();
   data.for_each([&](const location& l, const polygauge&) {
     sites.push_back(detail::certified_site(l, k, static_cast<std::uint32_t>(*number)));
     ++number;
   });
-  return {std::move(sites), std::move(gauges), lambda};
+  return {std::move(sites), detail::certified_gauges(data), lambda};
+}
+
+// The problem of `gauge_bicriteria`: the weights 0 and 1 of each location.
+inline bicriteria_problem certified_bicriteria_problem(const gauged_sites& data) {
+  std::vector<bicriteria_site> sites;
+  auto number = data.gauge_of.begin();
+  data.for_each([&](const location& l, const polygauge&) {
+    sites.push_back({.x = l[0],
+                     .y = l[1],
+                     .weight1 = l.weight(0),
+                     .weight2 = l.weight(1),
+                     .gauge = static_cast<std::uint32_t>(*number)});
+    ++number;
+  });
+  return {std::move(sites), detail::certified_gauges(data)};
 }
 
 // The problem of `N_l1_sum` with any distance and number of new facilities: facility j has weight j
@@ -78,6 +98,20 @@ inline list<location> certified_locations(const solution& s) {
   const auto append = [&](const xy& at) { result.append(location(2.0, 1.0, at.x, at.y, s.value)); };
   for (const xy& corner : s.optima.corners) append(corner);
   if (s.optima.corners.empty()) append(s.point);
+  return result;
+}
+
+// The chain as `gauge_bicriteria` leaves it: the corners of its edges and polygons, with the labels
+// 1, 2, ... as weight. A chain of one piece has the label 1.
+inline list<location> certified_locations(const efficient_chain& c) {
+  list<location> result;
+  double label = 0;
+  for (const efficient_piece& p : c.pieces) {
+    if (p.t_low < p.t_high && c.pieces.size() > 1) continue;
+    label += 1;
+    for (const efficient_corner& k : p.corners)
+      result.append(location(2.0, 1.0, k.at.x, k.at.y, label));
+  }
   return result;
 }
 

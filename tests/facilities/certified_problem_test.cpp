@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
+#include <utility>
+#include <vector>
 
 #include "planloc/optimum/minimise.h"
 #include "planloc/optimum/verify.h"
@@ -81,6 +84,60 @@ TEST(CertifiedProblem, GaugesByNumber) {
   const list<location> found = certified_locations(s);
   EXPECT_EQ(found.size(), s.optima.corners.size());
   EXPECT_EQ(found.head().weight(0), s.value);
+}
+
+gauged_sites two_weights(const polygauge& g, const std::vector<bicriteria_site>& sites) {
+  gauged_sites data;
+  data.gauges.append(g);
+  for (const bicriteria_site& s : sites) {
+    data.sites.append(location(2.0, 2.0, s.x, s.y, s.weight1, s.weight2));
+    data.gauge_of.append(0);
+  }
+  return data;
+}
+
+// By label the corners, each piece's sorted.
+std::vector<std::vector<std::pair<double, double>>> pieces_of(const list<location>& chain) {
+  std::vector<std::vector<std::pair<double, double>>> pieces;
+  for (const location& l : chain) {
+    pieces.resize(static_cast<std::size_t>(l.weight(0)));
+    pieces.back().emplace_back(l[0], l[1]);
+  }
+  for (auto& p : pieces) std::sort(p.begin(), p.end());
+  return pieces;
+}
+
+TEST(CertifiedProblem, EfficientSetsAgree) {
+  gauged_sites data =
+      two_weights(polygauge({point(2, 0), point(1, 2), point(-1, 2), point(-2, 0), point(-1, -2),
+                             point(1, -2)}),
+                  {{2, 2, 3, 1}, {6, 4, 1, 2}, {12, 2, 1, 4}, {14, 7, 2, 5}, {1, 7, 4, 1}});
+  data.sites.gauge_bicriteria(data.gauges, data.gauge_of, true);
+  const efficient_chain c = efficient_set(certified_bicriteria_problem(data));
+  EXPECT_EQ(pieces_of(certified_locations(c)), pieces_of(data.sites.opt));
+  EXPECT_EQ(pieces_of(data.sites.opt).size(), 4);
+}
+
+// Those that docs/solvers.md names: `gauge_bicriteria` finds a dominated place or no end.
+TEST(CertifiedProblem, EfficientSetsThatRoundingSplits) {
+  const polygauge l1({point(1, 0), point(0, 1), point(-1, 0), point(0, -1)});
+  const struct {
+    std::vector<bicriteria_site> sites;
+    std::vector<std::pair<double, double>> efficient;
+  } cases[] = {
+      {{{0, 0.5, 3, 1}, {1, 0.6, 3, 3}}, {{1, 0.6}}},
+      {{{0.5, 0.6, 2, 2}, {0.5, 0.4, 1, 2}}, {{0.5, 0.6}}},
+      {{{0.4, 0.8, 1, 3}, {0.1, 0.2, 1, 3}}, {{0.1, 0.2}, {0.1, 0.8}, {0.4, 0.2}, {0.4, 0.8}}},
+      {{{0, 0, 1, 0}, {1, 0, 0, 1}}, {{0, 0}, {1, 0}}},
+  };
+  for (const auto& c : cases) {
+    const bicriteria_problem p = certified_bicriteria_problem(two_weights(l1, c.sites));
+    const efficient_chain chain = efficient_set(p);
+    EXPECT_TRUE(verify(p, chain).accepted);
+    const auto pieces = pieces_of(certified_locations(chain));
+    ASSERT_EQ(pieces.size(), 1);
+    EXPECT_EQ(pieces[0], c.efficient);
+  }
 }
 
 }  // namespace

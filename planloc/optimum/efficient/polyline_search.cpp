@@ -43,8 +43,7 @@ double cross(const pair& o, const pair& a, const pair& b) {
 class polyline_search {
  public:
   polyline_search(const bicriteria_problem& p, double tolerance, const polyline_options& options)
-      : problem_(p),
-        tolerance_(tolerance),
+      : tolerance_(tolerance),
         options_(options),
         criterion_{p.criterion(0), p.criterion(1)},
         table_{detail::distance_table(criterion_[0]), detail::distance_table(criterion_[1])},
@@ -97,7 +96,6 @@ class polyline_search {
   void publish_points(efficient_polyline& result) const;
   void publish_bounds(efficient_polyline& result);
 
-  const bicriteria_problem& problem_;
   double tolerance_;
   const polyline_options& options_;
   std::array<problem, 2> criterion_;

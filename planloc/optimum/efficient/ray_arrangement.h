@@ -89,7 +89,6 @@ class ray_arrangement {
     const std::uint32_t g = gauge_[ray];
     return ray == first_[g] ? first_[g + 1] - 1 : ray - 1;
   }
-  const xy& relative(std::uint32_t site) const { return relative_[site]; }
 
   rung_place crossing(const std::array<ray_line, 2>& lines) const {
     return {problem_, lines, base_, extent_};
