@@ -16,10 +16,12 @@ namespace planloc::tool {
 using command = std::function<exit_status()>;
 
 void add_check(CLI::App& app, command& run);
+void add_classic(CLI::App& app, command& run);
 void add_compare(CLI::App& app, command& run);
 void add_depots(CLI::App& app, command& run);
 void add_gauge(CLI::App& app, command& run);
 void add_solve(CLI::App& app, command& run);
+void add_verify(CLI::App& app, command& run);
 void add_walk_files(CLI::App& app, command& run);
 
 }  // namespace planloc::tool

@@ -97,18 +97,18 @@ std::string compare_text(const compare_report& r) {
 }
 
 std::string compare_json(const compare_report& r) {
-  json j;
+  json_tree j;
   j["schema"] = "planloc.compare/1";
   j["status"] = r.status;
   j["weights"] = r.weights;
   j["gauge"] = r.gauge;
-  j["pieces"] = json::array();
+  j["pieces"] = json_tree::array();
   for (const compare_piece& piece : r.pieces) {
-    json corners = json::array();
-    json values = json::array();
+    json_tree corners = json_tree::array();
+    json_tree values = json_tree::array();
     for (const compare_corner& c : piece.corners) {
       corners.push_back(pair_of(r.sites.to_input(c.at)));
-      values.push_back(json::array({c.value1, c.value2}));
+      values.push_back(json_tree::array({c.value1, c.value2}));
     }
     j["pieces"].push_back({{"kind", piece.kind()},
                            {"corners", corners},
@@ -117,7 +117,7 @@ std::string compare_json(const compare_report& r) {
                            {"t_low", piece.t_low},
                            {"t_high", piece.t_high}});
   }
-  j["curve"] = json::array();
+  j["curve"] = json_tree::array();
   for (const compare_corner& v : r.curve) j["curve"].push_back({v.value1, v.value2});
   j["distance"] = or_null(r.distance);
   j["unit"] = text_or_null(r.sites.unit());

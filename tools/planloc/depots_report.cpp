@@ -101,22 +101,22 @@ std::string depots_text(const depots_report& r) {
 }
 
 std::string depots_json(const depots_report& r) {
-  json j;
+  json_tree j;
   j["schema"] = "planloc.depots/1";
   j["status"] = r.status;
   j["gauge"] = r.gauge_name;
   j["points"] = places_of(r.sites, r.points);
   j["existing"] = places_of(r.sites, r.existing);
-  j["assignment"] = r.tied ? json() : json(r.assignment);
+  j["assignment"] = r.tied ? json_tree() : json_tree(r.assignment);
   j["value"] = r.value;
   j["lower_bound"] = or_null(r.lower_bound);
   j["gap"] = or_null(r.gap());
   j["unit"] = text_or_null(r.sites.unit());
   j["projection"] = projection_of(r.sites);
-  j["sites"] = json::array();
+  j["sites"] = json_tree::array();
   for (std::size_t i = 0; i < r.sites.size(); ++i) {
-    json row = {{"name", name_of(r.sites.table(), i)},
-                {"point", pair_of(r.sites.table().places[i])}};
+    json_tree row = {{"name", name_of(r.sites.table(), i)},
+                     {"point", pair_of(r.sites.table().places[i])}};
     if (!r.tied) {
       row["weight"] = r.sites.table().weights[0][i];
       row["distance"] = r.distance(i, r.assignment[i]);

@@ -12,7 +12,7 @@
 namespace planloc::tool {
 
 struct gauge_choice {
-  std::string name;  // as it was given
+  std::string name = {};  // as it was given
   std::vector<gauge> gauges = {};
   bool from_file = false;
   bool travel_time = false;  // the ball is what one unit of time reaches

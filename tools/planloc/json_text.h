@@ -11,29 +11,31 @@
 
 namespace planloc::tool {
 
-using json = nlohmann::ordered_json;
+using json_tree = nlohmann::ordered_json;
 
-inline json pair_of(const xy& p) { return json::array({p.x, p.y}); }
+inline json_tree pair_of(const xy& p) { return json_tree::array({p.x, p.y}); }
 
 template <class T>
-json or_null(const std::optional<T>& value) {
-  return value ? json(*value) : json();
+json_tree or_null(const std::optional<T>& value) {
+  return value ? json_tree(*value) : json_tree();
 }
 
-inline json text_or_null(const std::string& text) { return text.empty() ? json() : json(text); }
+inline json_tree text_or_null(const std::string& text) {
+  return text.empty() ? json_tree() : json_tree(text);
+}
 
-inline json name_of(const site_table& table, std::size_t i) {
-  return table.named ? json(table.names[i]) : json();
+inline json_tree name_of(const site_table& table, std::size_t i) {
+  return table.named ? json_tree(table.names[i]) : json_tree();
 }
 
 // From the plane to the coordinates of the input.
-inline json places_of(const site_plane& sites, const std::vector<xy>& places) {
-  json list = json::array();
+inline json_tree places_of(const site_plane& sites, const std::vector<xy>& places) {
+  json_tree list = json_tree::array();
   for (const xy& p : sites.to_input(places)) list.push_back(pair_of(p));
   return list;
 }
 
-inline json projection_of(const site_plane& sites) {
+inline json_tree projection_of(const site_plane& sites) {
   if (sites.projection() == nullptr) return nullptr;
   return {{"method", "azimuthal equidistant"},
           {"centre", pair_of(sites.projection()->centre())},

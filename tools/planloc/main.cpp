@@ -44,8 +44,10 @@ int run_line(int argc, char** argv) {
   app.footer(kStatuses);
   app.require_subcommand(1);
   add_solve(app, run);
+  add_verify(app, run);
   add_compare(app, run);
   add_depots(app, run);
+  add_classic(app, run);
   add_gauge(app, run);
   add_walk_files(app, run);
   add_check(app, run);

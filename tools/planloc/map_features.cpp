@@ -92,6 +92,18 @@ void add_piece(map_scene& scene, map_layer layer, const std::string& name,
   scene.features.push_back({.layer = layer, .name = name, .rings = {corners}});
 }
 
+void add_regions(map_scene& scene, const solve_report& r) {
+  const regions& where = r.question.where();
+  if (where.allowed) {
+    for (const region_polygon& p : *where.allowed) {
+      scene.features.push_back({.layer = map_layer::allowed, .rings = p});
+    }
+  }
+  for (const region_polygon& p : where.forbidden) {
+    scene.features.push_back({.layer = map_layer::forbidden, .rings = p});
+  }
+}
+
 std::string proof_line(const solve_report& r) {
   if (r.status == "optimal") return r.exact ? "proved optimal" : "proved optimal to 1e-9";
   return r.lower_bound ? "at least " + rounded(*r.lower_bound, 6) : "no lower bound";
@@ -124,6 +136,7 @@ map_scene scene_of(const solve_report& r) {
     return scene;
   }
   scene.lines = {r.sites.describe(*r.point), "value " + rounded(*r.value, 6), proof_line(r)};
+  add_regions(scene, r);
   add_levels(scene, r);
   add_balls(scene, r);
   for (const optimum_piece& piece : r.optima) {

@@ -5,9 +5,9 @@ namespace planloc::tool {
 
 namespace {
 
-json site_of(const solve_report& r, std::size_t i) {
+json_tree site_of(const solve_report& r, std::size_t i) {
   const site_table& t = r.sites.table();
-  json row;
+  json_tree row;
   row["name"] = name_of(t, i);
   row["point"] = pair_of(t.places[i]);
   row["weight"] = t.weights[0][i];
@@ -24,21 +24,21 @@ json site_of(const solve_report& r, std::size_t i) {
 }  // namespace
 
 std::string report_json(const solve_report& r) {
-  json j;
+  json_tree j;
   j["schema"] = "planloc.solve/1";
   j["status"] = r.status;
   j["exact"] = r.exact;
   j["objective"] = r.objective;
   j["gauge"] = r.gauge;
-  j["point"] = r.point ? pair_of(r.sites.to_input(*r.point)) : json();
+  j["point"] = r.point ? pair_of(r.sites.to_input(*r.point)) : json_tree();
   j["value"] = or_null(r.value);
   j["lower_bound"] = or_null(r.lower_bound);
   j["gap"] = or_null(r.gap);
-  j["optima"] = json::array();
+  j["optima"] = json_tree::array();
   for (const optimum_piece& piece : r.optima) {
     j["optima"].push_back({{"kind", piece.kind()}, {"corners", places_of(r.sites, piece.corners)}});
   }
-  j["direction"] = r.direction ? pair_of(*r.direction) : json();
+  j["direction"] = r.direction ? pair_of(*r.direction) : json_tree();
   j["nearest"] = nullptr;
   if (r.point) {
     const std::size_t i = r.sites.nearest(*r.point);
@@ -49,7 +49,7 @@ std::string report_json(const solve_report& r) {
   }
   j["unit"] = text_or_null(r.sites.unit());
   j["projection"] = projection_of(r.sites);
-  j["sites"] = json::array();
+  j["sites"] = json_tree::array();
   for (std::size_t i = 0; i < r.sites.size(); ++i) j["sites"].push_back(site_of(r, i));
   return j.dump(1) + "\n";
 }

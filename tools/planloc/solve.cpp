@@ -2,10 +2,13 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
+#include "tools/planloc/certificate.h"
 #include "tools/planloc/command.h"
 #include "tools/planloc/deliver.h"
 #include "tools/planloc/options.h"
+#include "tools/planloc/output_file.h"
 #include "tools/planloc/progress.h"
+#include "tools/planloc/regions_input.h"
 #include "tools/planloc/report.h"
 
 namespace planloc::tool {
@@ -20,6 +23,8 @@ struct solve_options {
   report_format format = report_format::text;
   output_options output;
   bool rays = false;
+  std::string allow, forbid;
+  std::string certificate;
 };
 
 std::string formatted(const solve_report& report, report_format format) {
@@ -34,7 +39,8 @@ exit_status run_solve(solve_options& options) {
   const gauge_choice gauges = options.gauge.choice(options.source);
   const site_plane sites(read_sites(options.source));
   check_fits(goal, sites.size());
-  const problem question(sites.problem_sites(), gauges.gauges, goal.lambda);
+  const problem question(sites.problem_sites(), gauges.gauges, goal.lambda,
+                         read_regions(options.allow, options.forbid, sites));
 
   minimise_options search = options.search.choice();
   solution answer;
@@ -44,6 +50,16 @@ exit_status run_solve(solve_options& options) {
     answer = minimise(question, search);
   }
   const solve_report report = make_report(sites, question, answer, goal.name, gauges.name);
+  if (!options.certificate.empty()) {
+    write_whole(options.certificate, certificate_text({.source = options.source,
+                                                       .objective = goal.name,
+                                                       .gauge = gauges.name,
+                                                       .sites = sites.size(),
+                                                       .gauges = gauges.gauges,
+                                                       .lambda = goal.lambda.runs(sites.size()),
+                                                       .where = question.where(),
+                                                       .answer = answer}));
+  }
   const auto scene = [&] {
     map_scene made = scene_of(report);
     if (options.rays) add_rays(made, report);
@@ -63,6 +79,9 @@ void add_solve(CLI::App& app, command& run) {
   add_weight_option(c, options->source);
   add_gauge_options(c, options->gauge, options->source);
   add_objective_options(c, options->objective);
+  c.add_option("--allow", options->allow, "Polygons: build nowhere else");
+  c.add_option("--forbid", options->forbid, "Polygons: build nowhere inside");
+  c.add_option("--certificate", options->certificate, "Write the proof, for planloc verify");
   add_search_options(c, options->search);
   add_format_option(c, options->format);
   add_output_options(c, options->output);
