@@ -35,7 +35,8 @@ class crossing {
     choose_lines();
     if (!find_place() || !find_edges() || !balance() || !inside_polars()) return std::nullopt;
     write(s);
-    return terms_.value(problem_, rounded_);
+    const double value = terms_.value(problem_, rounded_);
+    return terms_.tells(value) ? value : exact_value();
   }
 
  private:
@@ -369,6 +370,19 @@ class crossing {
         s.proof.ties[t.source] = slope;
       }
     }
+  }
+
+  // In the units of the terms.
+  double exact_value() {
+    mpq_class sum;
+    const auto add = [&](const part_term& t, const exact_xy& slope) {
+      sum += mpq_class(weight(t)) * dot(slope, offset(t));
+    };
+    for (std::size_t k = 0; k < edge_.size(); ++k)
+      if (edge_[k] != kNone) add(terms_.terms[k], normal(terms_.terms[k].gauge, edge_[k]));
+    for (std::size_t k = 0; k < bent_.size(); ++k) add(terms_.terms[bent_[k].term], slopes_[k]);
+    sum /= mpq_class(terms_.scale) * terms_.weight_scale;
+    return to_nearest({sum, 0}).x;
   }
 
   const tied_problem& problem_;

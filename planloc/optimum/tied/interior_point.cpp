@@ -50,11 +50,7 @@ interior_point::interior_point(const part_terms& terms, std::vector<xy> places, 
 }
 
 void interior_point::copy_terms() {
-  for (const part_term& t : terms_.terms) {
-    weight_.push_back(t.weight);
-    at_x_.push_back(t.at.x);
-    at_y_.push_back(t.at.y);
-  }
+  for (const part_term& t : terms_.terms) weight_.push_back(t.weight);
   pivot_.resize(weight_.size());
   for (auto* v : {&pivot_x_, &pivot_y_, &ratios_, &ratio_x_, &ratio_y_, &complement_})
     v->resize(weight_.size());
@@ -104,7 +100,8 @@ void interior_point::start(double target) {
         excess += m;
         steepness += m * m;
       }
-      least += std::max(0.0, excess) * target / steepness;
+      if (excess < 0.01 * t.weight) break;
+      least += excess * target / steepness;
     }
     double total = 0;
     for (std::size_t e = 0; e < normals.size(); ++e) {
@@ -123,6 +120,12 @@ void interior_point::start(double target) {
 // How far the offsets of a block move.
 void interior_point::moves_of(const block& b, std::span<const double> move, double* x,
                               double* y) const {
+  const part_term& first = terms_.terms[b.begin];
+  if (first.second == kNoFacility) {
+    std::fill(x, x + b.count, move[2 * first.first]);
+    std::fill(y, y + b.count, move[2 * first.first + 1]);
+    return;
+  }
   for (std::size_t k = 0; k < b.count; ++k) {
     const xy u = move_of(terms_.terms[b.begin + k], move);
     x[k] = u.x;
@@ -134,10 +137,14 @@ void interior_point::add_slopes(const block& b, const double* x, const double* y
                                 std::vector<double>& to) const {
   const part_term& t = terms_.terms[b.begin];
   if (t.second == kNoFacility) {
+    double sum_x = 0;
+    double sum_y = 0;
     for (std::size_t k = 0; k < b.count; ++k) {
-      to[2 * t.first] += x[k];
-      to[2 * t.first + 1] += y[k];
+      sum_x += x[k];
+      sum_y += y[k];
     }
+    to[2 * t.first] += sum_x;
+    to[2 * t.first + 1] += sum_y;
     return;
   }
   for (std::size_t k = 0; k < b.count; ++k) add_slope(terms_.terms[b.begin + k], {x[k], y[k]}, to);
@@ -145,64 +152,86 @@ void interior_point::add_slopes(const block& b, const double* x, const double* y
 
 // ----- Steps -----
 
-// The curvature of each term goes to the equations; returns the right side of the predictor.
+// The inverse slacks, and the pivot of each term of a block.
+void interior_point::find_pivots(const block& b) {
+  const std::size_t count = b.count;
+  lanes best;
+  lanes edge;
+  best.fill(-1);
+  double* const px = &pivot_x_[b.begin];
+  double* const py = &pivot_y_[b.begin];
+  for (std::size_t e = 0; e < b.normals.size(); ++e) {
+    const xy n = b.normals[e];
+    const double* const s = &slack_[b.at + e * count];
+    const double* const m = &multiplier_[b.at + e * count];
+    double* const inverse = &inverse_[b.at + e * count];
+    for (std::size_t k = 0; k < count; ++k) {
+      inverse[k] = 1 / s[k];
+      const double ratio = m[k] * inverse[k];
+      const bool better = ratio > best[k];
+      best[k] = better ? ratio : best[k];
+      px[k] = better ? n.x : px[k];
+      py[k] = better ? n.y : py[k];
+      edge[k] = better ? static_cast<double>(e) : edge[k];
+    }
+  }
+  for (std::size_t k = 0; k < count; ++k) pivot_[b.begin + k] = static_cast<std::uint32_t>(edge[k]);
+}
+
+// Adds the curvature of a block to the equations, and to the right side of the predictor.
+void interior_point::add_curvature(const block& b, std::vector<double>& right) {
+  const std::size_t count = b.count;
+  lanes xx{}, xy_{}, yy{}, mx{}, my{};
+  const double* const px = &pivot_x_[b.begin];
+  const double* const py = &pivot_y_[b.begin];
+  double* const ratios = &ratios_[b.begin];
+  double* const rx = &ratio_x_[b.begin];
+  double* const ry = &ratio_y_[b.begin];
+  for (double* const sum : {ratios, rx, ry}) std::fill(sum, sum + count, 0);
+  for (std::size_t e = 0; e < b.normals.size(); ++e) {
+    const xy n = b.normals[e];
+    const double* const m = &multiplier_[b.at + e * count];
+    const double* const inverse = &inverse_[b.at + e * count];
+    for (std::size_t k = 0; k < count; ++k) {
+      const double ratio = m[k] * inverse[k];
+      const double x = n.x - px[k];
+      const double y = n.y - py[k];
+      ratios[k] += ratio;
+      rx[k] += ratio * x;
+      ry[k] += ratio * y;
+      xx[k] += ratio * x * x;
+      xy_[k] += ratio * x * y;
+      yy[k] += ratio * y * y;
+      mx[k] += m[k] * x;
+      my[k] += m[k] * y;
+    }
+  }
+  for (std::size_t k = 0; k < count; ++k) {
+    const double qx = rx[k] / ratios[k];
+    const double qy = ry[k] / ratios[k];
+    xx[k] -= rx[k] * qx;
+    xy_[k] -= rx[k] * qy;
+    yy[k] -= ry[k] * qy;
+    mx[k] -= weight_[b.begin + k] * qx;
+    my[k] -= weight_[b.begin + k] * qy;
+  }
+  add_slopes(b, mx.data(), my.data(), right);
+  const part_term& first = terms_.terms[b.begin];
+  if (first.second == kNoFacility) {
+    equations_.add(first, {sum(xx, count), sum(xy_, count), sum(yy, count)});
+  } else {
+    for (std::size_t k = 0; k < count; ++k)
+      equations_.add(terms_.terms[b.begin + k], {xx[k], xy_[k], yy[k]});
+  }
+}
+
+// The equations, factored, and the right side of the predictor.
 std::vector<double> interior_point::assemble() {
   equations_.clear();
   std::vector<double> right(2 * terms_.facilities, 0);
   for (const block& b : blocks_) {
-    const std::size_t count = b.count;
-    lanes best, px, py, pe, xx{}, xy_{}, yy{}, mx{}, my{};
-    best.fill(-1);
-    for (std::size_t e = 0; e < b.normals.size(); ++e) {
-      const xy n = b.normals[e];
-      const double* const s = &slack_[b.at + e * count];
-      const double* const m = &multiplier_[b.at + e * count];
-      double* const inverse = &inverse_[b.at + e * count];
-      for (std::size_t k = 0; k < count; ++k) {
-        inverse[k] = 1 / s[k];
-        const double ratio = m[k] * inverse[k];
-        const bool better = ratio > best[k];
-        best[k] = better ? ratio : best[k];
-        px[k] = better ? n.x : px[k];
-        py[k] = better ? n.y : py[k];
-        pe[k] = better ? static_cast<double>(e) : pe[k];
-      }
-    }
-    lanes ratios{}, rx{}, ry{};
-    for (std::size_t e = 0; e < b.normals.size(); ++e) {
-      const xy n = b.normals[e];
-      const double* const m = &multiplier_[b.at + e * count];
-      const double* const inverse = &inverse_[b.at + e * count];
-      for (std::size_t k = 0; k < count; ++k) {
-        const double ratio = m[k] * inverse[k];
-        const double x = n.x - px[k];
-        const double y = n.y - py[k];
-        ratios[k] += ratio;
-        rx[k] += ratio * x;
-        ry[k] += ratio * y;
-        xx[k] += ratio * x * x;
-        xy_[k] += ratio * x * y;
-        yy[k] += ratio * y * y;
-        mx[k] += m[k] * x;
-        my[k] += m[k] * y;
-      }
-    }
-    for (std::size_t k = 0; k < count; ++k) {
-      const std::size_t t = b.begin + k;
-      pivot_[t] = static_cast<std::uint32_t>(pe[k]);
-      pivot_x_[t] = px[k];
-      pivot_y_[t] = py[k];
-      ratios_[t] = ratios[k];
-      ratio_x_[t] = rx[k];
-      ratio_y_[t] = ry[k];
-      const double qx = rx[k] / ratios[k];
-      const double qy = ry[k] / ratios[k];
-      equations_.add(terms_.terms[t],
-                     {xx[k] - rx[k] * qx, xy_[k] - rx[k] * qy, yy[k] - ry[k] * qy});
-      mx[k] -= weight_[t] * qx;
-      my[k] -= weight_[t] * qy;
-    }
-    add_slopes(b, mx.data(), my.data(), right);
+    find_pivots(b);
+    add_curvature(b, right);
   }
   equations_.factor();
   for (std::size_t r = 0; r < right.size(); ++r) right[r] -= slopes_[r];

@@ -56,6 +56,8 @@ class interior_point {
   void copy_terms();
   void start(double target);
   void measure();
+  void find_pivots(const block& b);
+  void add_curvature(const block& b, std::vector<double>& right);
   std::vector<double> assemble();
   double gap_ratio_of_predictor(std::span<const double> move);
   std::vector<double> right_side(double target);
@@ -74,7 +76,7 @@ class interior_point {
   // Of each term. Slopes are counted from the pivot, the edge with the largest ratio of multiplier
   // to slack, so that nothing cancels where one edge is in force.
   std::vector<std::uint32_t> pivot_;
-  std::vector<double> weight_, at_x_, at_y_;
+  std::vector<double> weight_;
   std::vector<double> pivot_x_, pivot_y_;  // its normal
   std::vector<double> ratios_;             // the sum of the ratios
   std::vector<double> ratio_x_, ratio_y_;  // the sum of ratio times normal, from the pivot's

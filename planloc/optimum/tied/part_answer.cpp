@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "planloc/optimum/exact/exact_place.h"
+
 namespace planloc::detail {
 
 namespace {
@@ -10,6 +12,7 @@ namespace {
 // For the roundings here and of `verify`: of the value, and of a slope.
 constexpr double kRoundings = 0x1p-42;
 constexpr double kSlopeRoundings = 0x1p-46;
+constexpr double kPositionRoundings = 0x1p-50;
 
 double dot(const xy& a, const xy& b) { return a.x * b.x + a.y * b.y; }
 
@@ -71,7 +74,7 @@ double proved_bound(const part_terms& terms, const std::vector<double>& radius,
     const part_term& t = terms.terms[k];
     const xy u = terms.offset(t, a.places);
     const xy pull{t.weight * a.slopes[k].x, t.weight * a.slopes[k].y};
-    bound += dot(pull, u);
+    bound += dot(pull, u) - kPositionRoundings * (std::fabs(pull.x) + std::fabs(pull.y));
     const double doubt = kSlopeRoundings * (std::fabs(pull.x) + std::fabs(pull.y));
     load& first = loads[t.first];
     first.doubt += doubt;
@@ -108,17 +111,42 @@ double proved_bound(const part_terms& terms, const std::vector<double>& radius,
   return std::max(0.0, bound / (1 + excess) - kRoundings * value);
 }
 
+namespace {
+
+exact_xy place_of(const tied_problem& p, const part_terms& terms, const rounded_answer& a,
+                  std::size_t j) {
+  if (a.at_site[j] != kNoFacility) {
+    const tied_site& site = p.sites()[a.at_site[j]];
+    return {mpq_class(site.x), mpq_class(site.y)};
+  }
+  return {mpq_class(terms.base.x) + mpq_class(terms.scale) * a.places[j].x,
+          mpq_class(terms.base.y) + mpq_class(terms.scale) * a.places[j].y};
+}
+
+}  // namespace
+
+double careful_value(const tied_problem& p, const part_terms& terms, const rounded_answer& a) {
+  const double value = terms.value(p, a.places);
+  if (terms.tells(value)) return value;
+  std::vector<exact_xy> places;
+  for (std::size_t j = 0; j < terms.facilities; ++j) places.push_back(place_of(p, terms, a, j));
+  long double sum = 0;
+  for (const part_term& t : terms.terms) {
+    const exact_xy& to = places[t.first];
+    const exact_xy from = t.second != kNoFacility ? places[t.second]
+                                                  : exact_xy{mpq_class(p.sites()[t.source].x),
+                                                             mpq_class(p.sites()[t.source].y)};
+    const xy u = to_nearest({(to.x - from.x) / terms.scale, (to.y - from.y) / terms.scale});
+    sum += static_cast<long double>(t.weight) * p.gauges()[t.gauge](u);
+  }
+  return static_cast<double>(sum);
+}
+
 void write_rounded(const tied_problem& p, const tied_part& part, const part_terms& terms,
                    const rounded_answer& a, tied_solution& s) {
   for (std::size_t j = 0; j < terms.facilities; ++j) {
-    if (a.at_site[j] != kNoFacility) {
-      const tied_site& site = p.sites()[a.at_site[j]];
-      s.points[part.facilities[j]] = {site.x, site.y};
-      continue;
-    }
-    set_place(s, part.facilities[j],
-              mpq_class(terms.base.x) + mpq_class(terms.scale) * a.places[j].x,
-              mpq_class(terms.base.y) + mpq_class(terms.scale) * a.places[j].y);
+    const exact_xy place = place_of(p, terms, a, j);
+    set_place(s, part.facilities[j], place.x, place.y);
   }
   for (std::size_t k = 0; k < terms.terms.size(); ++k) {
     const part_term& t = terms.terms[k];

@@ -48,6 +48,9 @@ struct rounded_answer {
 double proved_bound(const part_terms& terms, const std::vector<double>& radius,
                     const rounded_answer& a, double value);
 
+// The value of an answer in the units of the terms, of the places as they are written.
+double careful_value(const tied_problem& p, const part_terms& terms, const rounded_answer& a);
+
 // Writes an answer's places and slopes.
 void write_rounded(const tied_problem& p, const tied_part& part, const part_terms& terms,
                    const rounded_answer& a, tied_solution& s);

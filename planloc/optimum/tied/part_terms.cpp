@@ -67,6 +67,12 @@ part_terms::part_terms(const tied_problem& p, const tied_part& part)
     append_normals(g, normals);
   }
   first_edge.push_back(static_cast<std::uint32_t>(normals.size()));
+  for (const part_term& t : terms) {
+    double steepness = 2;
+    for (const xy& n : normals_of(t.gauge))
+      steepness = std::max(steepness, std::fabs(n.x) + std::fabs(n.y));
+    grain += 0x1p-52 * t.weight * steepness;
+  }
 }
 
 double part_terms::value(const tied_problem& p, std::span<const xy> places) const {

@@ -38,6 +38,8 @@ struct part_terms {
   }
   // The sum of all terms, in their units.
   double value(const tied_problem& p, std::span<const xy> places) const;
+  // Whether the roundings of positions are lost in those of a value.
+  bool tells(double value) const { return grain <= 0x1p-44 * value; }
   // The same with one in `step` of each facility's sites, as heavy together as all of them.
   part_terms sample(std::size_t step) const;
   // The weighted mean of each facility's sites, and that of all for those without.
@@ -47,6 +49,7 @@ struct part_terms {
   xy base;
   double scale = 1;
   double weight_scale = 1;
+  double grain = 0;              // at most what roundings of positions add to the sum of all terms
   std::vector<part_term> terms;  // the sites' by facilities, then the ties'
   std::vector<xy> normals;       // of the edges of polyhedral gauges, gauge after gauge
   std::vector<std::uint32_t> first_edge;

@@ -145,7 +145,7 @@ class polyhedral_search {
       a.given.push_back(method_->multiplier(k, edge) < terms_.terms[k].weight * (1 - 1e-13));
       a.slopes.push_back(a.given[k] ? slope_of(k) : normals[edge]);
     }
-    const double value = terms_.value(problem_, a.places);
+    const double value = careful_value(problem_, terms_, a);
     const double bound = proved_bound(terms_, ball_radii(problem_), a, value);
     write_rounded(problem_, part_, terms_, a, s);
     return {value * unit(), bound * unit(), status};

@@ -25,11 +25,18 @@ constexpr double kNear = 0.1;
 // A fall of the sum by a smaller share is lost in its roundings.
 constexpr double kSumCanTell = 1e-13;
 constexpr int kMendings = 3;
+constexpr double kNothingLeft = 1e-16;
 constexpr std::size_t kStepsPerWidth = 25;
 constexpr double kProvedOptimal = 1e-9;
 constexpr double kCloseEnough = 1e-12;
 
 double length(const xy& u) { return std::sqrt(u.x * u.x + u.y * u.y); }
+
+double largest(std::span<const double> slopes) {
+  double most = 0;
+  for (const double s : slopes) most = std::max(most, std::fabs(s));
+  return most;
+}
 
 class smooth_search {
  public:
@@ -161,15 +168,10 @@ class smooth_search {
 
   // Near the end, where the sum's roundings hide its fall: a step that halves the slopes.
   bool step_even(std::span<const double> move, double width) {
-    const auto largest = [this] {
-      double most = 0;
-      for (const double s : slopes_) most = std::max(most, std::fabs(s));
-      return most;
-    };
-    const double before = largest();
+    const double before = largest(slopes_);
     std::vector<xy> next = moved(move, 1);
     evaluate(next, width);
-    if (!(largest() < 0.5 * before)) return false;
+    if (!(largest(slopes_) < 0.5 * before)) return false;
     places_ = std::move(next);
     return true;
   }
@@ -193,7 +195,7 @@ class smooth_search {
   }
 
   void keep(rounded_answer a) {
-    const double value = terms_.value(problem_, a.places);
+    const double value = careful_value(problem_, terms_, a);
     const double gap = value - proved_bound(terms_, radius_, a, value);
     if (found_ && !(gap < gap_)) return;
     found_ = true;
@@ -283,7 +285,7 @@ class smooth_search {
       const part_term& t = terms_.terms[k];
       add_slope(t, {-t.weight * a.slopes[k].x, -t.weight * a.slopes[k].y}, rest);
     }
-    for (int round = 0; round < kMendings; ++round) {
+    for (int round = 0; round < kMendings && largest(rest) > kNothingLeft; ++round) {
       const std::vector<double> move = equations_.solve(rest);
       for (const std::size_t k : bent_) {
         const part_term& t = terms_.terms[k];

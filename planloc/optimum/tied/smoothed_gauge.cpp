@@ -128,7 +128,7 @@ double dual_norm(const gauge& g, const xy& slope) {
   }
   const double x = std::fabs(slope.x);
   const double y = std::fabs(slope.y);
-  if (g.kind() == gauge::shape::euclidean) return std::hypot(x, y);
+  if (g.kind() == gauge::shape::euclidean) return std::sqrt(x * x + y * y);
   const double large = std::max(x, y);
   if (large == 0) return 0;
   const double q = g.p() / (g.p() - 1);
