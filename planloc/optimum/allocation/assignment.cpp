@@ -1,6 +1,7 @@
 #include "planloc/optimum/allocation/assignment.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "planloc/optimum/minimise.h"
 
@@ -30,6 +31,14 @@ void assign(const allocation_problem& p, allocation& a) {
 
 namespace {
 
+// Sites so close that they make no problem of their own (problem.h).
+bool too_close(std::span<const site> sites) {
+  constexpr double kLeast = 1e-36;
+  return std::all_of(sites.begin(), sites.end(), [&](const site& s) {
+    return std::fabs(s.x - sites[0].x) < kLeast && std::fabs(s.y - sites[0].y) < kLeast;
+  });
+}
+
 // The optimum of what a facility serves; its own place if it serves nothing or is no worse.
 xy best_place(const allocation_problem& p, const allocation& a, std::uint32_t facility) {
   std::vector<site> served;
@@ -37,12 +46,21 @@ xy best_place(const allocation_problem& p, const allocation& a, std::uint32_t fa
     if (a.assignment[i] == facility) served.push_back(p.sites()[i]);
   }
   if (served.empty()) return a.points[facility];
+  const xy first{served[0].x, served[0].y};
   const std::span<const gauge> gauges = p.single().gauges();
-  const problem own(std::move(served), {gauges.begin(), gauges.end()}, order_weights::median());
-  minimise_options options;
-  options.whole_set = false;
-  const solution s = minimise(own, options);
-  return own.value(s.point) < own.value(a.points[facility]) ? s.point : a.points[facility];
+  const auto value_at = [&](const xy& at) {
+    double sum = 0;
+    for (const site& s : served) sum += s.weight * gauges[s.gauge]({at.x - s.x, at.y - s.y});
+    return sum;
+  };
+  const auto optimum = [&] {
+    if (too_close(served)) return first;
+    minimise_options options;
+    options.whole_set = false;
+    const problem own(served, {gauges.begin(), gauges.end()}, order_weights::median());
+    return minimise(own, options).point;
+  }();
+  return value_at(optimum) < value_at(a.points[facility]) ? optimum : a.points[facility];
 }
 
 }  // namespace

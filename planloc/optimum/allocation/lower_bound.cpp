@@ -20,6 +20,7 @@ namespace {
 // Of the sum of prices: what roundings in the bound may come to, and more.
 constexpr double kMargin = 1e-10;
 constexpr double kShareOfGap = 0.1;  // that the search for the least price may leave
+constexpr std::size_t kMostRows = 4000;
 constexpr double kNarrower = 0.7;
 constexpr double kSomewhatWider = 1.3;
 constexpr double kWider = 8;
@@ -44,11 +45,12 @@ class column_generation {
         find_place_(ground.table),
         search_(ground.table),
         most_(most()),
-        master_(a.points.size(), most_) {}
+        few_(ground.table.size() <= kMostRows),
+        master_(a.points.size(), few_ ? most_ : std::vector<double>()) {}
 
   void run() {
     start();
-    while (answer_.value - bound_ > goal_ && !expired_()) {
+    while (few_ && answer_.value - bound_ > goal_ && !expired_()) {
       master_.set_box(middle_, half_width_);
       if (!master_.solve(expired_)) break;
       round();
@@ -79,7 +81,7 @@ class column_generation {
   void start();
   std::vector<double> prices_for(double facility_price);
   void add(std::vector<std::uint32_t> slots, const xy& start) {
-    if (master_.knows(slots)) return;
+    if (!few_ || master_.knows(slots)) return;
     const double cost = find_place_(slots, start).value;
     master_.add_cluster(std::move(slots), cost);
   }
@@ -105,6 +107,7 @@ class column_generation {
   place_finder find_place_;
   price_search search_;
   std::vector<double> most_;
+  bool few_;  // so few sites that the master's inverse finds room
   dual_master master_;
   std::vector<double> middle_;  // of the box
   double half_width_ = 0;
@@ -142,6 +145,7 @@ void column_generation::start() {
     if (!take(prices, sum + count * *least)) continue;
     const double gain = std::max(sum - answer_.value, kLeastWidth * answer_.value);
     half_width_ = kFirstWidth * gain / static_cast<double>(prices.size());
+    if (!few_) continue;
     for (const price_search::met& m : search_.places()) improve(m.at, prices);
   }
   for (std::uint32_t k = 0; k < answer_.points.size(); ++k) {
