@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
-"""l2_sum beside what else a user could take for the same facilities, in one run: Weiszfeld's
-iteration in NumPy, and R's ucminf. Needs the packages named in README.md.
+"""l2_sum and minimise beside what else a user could take for the same facilities, in one run: Weiszfeld's
+iteration in NumPy, and R's ucminf with the gradient. Needs the packages named in README.md.
 
     bench/euclidean_sum.py build/bench/bench/euclidean_sum_timer
 
 Each time is the least of several calls, without the start of a program and the reading of the data.
-The ratio is the other's time over l2_sum's.
+The ratios are the other's time over that of l2_sum and of minimise.
 """
 import os
 import shutil
@@ -69,7 +69,7 @@ def main():
     timer = sys.argv[1]
     rscript = shutil.which("Rscript")
     random = np.random.default_rng(7)
-    print(f"{'n':>8} {'who':>12} {'time':>12} {'ratio':>7} {'value':>22}")
+    print(f"{'n':>8} {'who':>12} {'time':>12} {'l2_sum':>7} {'minim.':>7} {'value':>22}")
     with tempfile.TemporaryDirectory() as folder:
         script = os.path.join(folder, "ucminf.R")
         with open(script, "w") as out:
@@ -80,12 +80,13 @@ def main():
                                               random.uniform(0.5, 1.5, n)]), fmt="%.17g")
             repeats = 200 if n <= 1000 else 20
             runs = {"l2_sum": numbers([timer, path, str(EPS), str(repeats)]),
+                    "minimise": numbers([timer, path, "0", str(repeats)]),
                     "NumPy": numpy_run(path, repeats)}
             if rscript:
                 runs["R ucminf"] = numbers([rscript, script, path, str(min(repeats, 20))])
             for who, (seconds, _, _, value) in runs.items():
-                ratio = seconds / runs["l2_sum"][0]
-                print(f"{n:>8} {who:>12} {seconds * 1e6:>9.1f} us {ratio:>7.1f} {value:>22.12f}")
+                ratios = [seconds / runs[own][0] for own in ("l2_sum", "minimise")]
+                print(f"{n:>8} {who:>12} {seconds * 1e6:>9.1f} us {ratios[0]:>7.1f} {ratios[1]:>7.1f} {value:>22.12f}")
     if not rscript:
         print("no Rscript: ucminf left out")
 

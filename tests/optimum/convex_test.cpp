@@ -162,7 +162,7 @@ TEST(Convex, PublishedPlaces) {
 }
 
 // Every smallest circle passes through two or three sites.
-TEST(Convex, SmallestCircleByBruteForce) {
+TEST(Convex, SmallestCircleByBruteForceAndManySitesUnderEuclid) {
   instance_source source(4);
   for (int trial = 0; trial < 30; ++trial) {
     const int n = 2 + source.below(12);
@@ -198,13 +198,15 @@ TEST(Convex, SmallestCircleByBruteForce) {
       s.x = 2 * std::cos(angle);
       s.y = 2 * std::sin(angle);
     }
-    const problem p(sites, {gauge::euclidean()}, order_weights::centre());
-    const solution s = minimise(p);
-    EXPECT_EQ(s.status, solution_status::optimal);
-    EXPECT_LT(s.counters.evaluations, 10);
-    const verification v = verify(p, s);
-    EXPECT_TRUE(v.accepted) << v.reason;
-    EXPECT_LE(v.gap, 1e-11 * v.value);
+    for (const order_weights& lambda : {order_weights::centre(), order_weights::median()}) {
+      const problem p(sites, {gauge::euclidean()}, lambda);
+      const solution s = minimise(p);
+      EXPECT_EQ(s.status, solution_status::optimal);
+      EXPECT_LT(s.counters.evaluations, 10);
+      const verification v = verify(p, s);
+      EXPECT_TRUE(v.accepted) << v.reason;
+      EXPECT_LE(v.gap, 1e-11 * v.value);
+    }
   }
 }
 

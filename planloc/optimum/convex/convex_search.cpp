@@ -8,6 +8,7 @@
 
 #include "planloc/optimum/convex/cut_model.h"
 #include "planloc/optimum/convex/euclidean_centre.h"
+#include "planloc/optimum/convex/euclidean_median.h"
 #include "planloc/optimum/convex/exact_cuts.h"
 #include "planloc/optimum/convex/far_sites.h"
 #include "planloc/optimum/convex/optimal_face.h"
@@ -357,6 +358,7 @@ affine_piece convex_search::to_piece(const optimality::supporting_piece& s) cons
 
 solution over_the_plane(const problem& p, const minimise_options& options) {
   if (std::optional<solution> s = detail::euclidean_centre(p, options)) return std::move(*s);
+  if (std::optional<solution> s = detail::euclidean_median(p, options)) return std::move(*s);
   if (const std::optional<detail::far_sites> far = detail::find_far_sites(p)) {
     solution s = convex_search(far->centre, options).run();
     if (far->hold(s)) return far->expand(p, std::move(s));
