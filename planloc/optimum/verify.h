@@ -25,6 +25,9 @@ struct verification {
   double value = 0;        // proved: no less than the exact value of the place
   double lower_bound = 0;  // proved: no more than the exact bound
   double gap = 0;          // proved: no less than the exact difference; 0 means equality
+  // Whether `solution::optima` is proved to be the set of all optima, with each coordinate of a
+  // corner the nearest double. A set that is not changes nothing of the rest.
+  bool optima_proved = false;
 };
 
 verification verify(const problem& p, const solution& s);

@@ -5,6 +5,7 @@
 #include <functional>
 #include <limits>
 #include <stop_token>
+#include <utility>
 
 #include "instances.h"
 #include "planloc/optimum/minimise.h"
@@ -31,10 +32,27 @@ TEST(Convex, TheWholeSetOfOptima) {
   // Four sites under l1: all of the square between the middle ones.
   const problem square({{0, 0}, {1, 1}, {3, 2}, {4, 5}}, {gauge::l1()}, order_weights::median());
   EXPECT_EQ(minimise(square).optima.corners, (std::vector<xy>{{1, 2}, {1, 1}, {3, 1}, {3, 2}}));
+  const solution good = minimise(square);
+  EXPECT_TRUE(verify(square, good).optima_proved);
+  const problem segment({{.x = 0, .gauge = 0}, {.x = 3, .gauge = 0}}, {gauge::l1()},
+                        order_weights::median());
+  const solution between = minimise(segment);
+  EXPECT_EQ(between.optima.corners.size(), 2);
+  EXPECT_TRUE(verify(segment, between).optima_proved);
+  for (const auto& [p, s] : {std::pair{&square, &good}, {&segment, &between}}) {
+    for (std::size_t k = 0; k < s->optima.corners.size(); ++k) {
+      solution spoiled = *s;
+      spoiled.optima.corners[k].x = std::nextafter(spoiled.optima.corners[k].x, 9);
+      EXPECT_FALSE(verify(*p, spoiled).optima_proved);
+      spoiled.optima.corners.erase(spoiled.optima.corners.begin() + static_cast<std::ptrdiff_t>(k));
+      EXPECT_FALSE(verify(*p, spoiled).optima_proved);
+      EXPECT_TRUE(verify(*p, spoiled).accepted);
+    }
+  }
   // With order weights of 0 every place is an optimum.
   const problem nothing({{0, 0}, {1, 1}}, {gauge::l1()}, order_weights({0, 0}));
   EXPECT_TRUE(minimise(nothing).optima.whole_plane);
-  EXPECT_TRUE(verify(nothing, minimise(nothing)).accepted);
+  EXPECT_TRUE(verify(nothing, minimise(nothing)).optima_proved);
 }
 
 TEST(Convex, LimitsAreKept) {

@@ -106,7 +106,7 @@ std::string fault_of_set(const problem& p, const solution& s, arrangement& all) 
   return "";
 }
 
-std::string fault_of_value(const problem& p, const solution& s) {
+std::string fault_of_value(const problem& p, const solution& s, bool optima_proved) {
   arrangement all(p);
   const auto [growth, size_of_growth] = all.recession();
   if (s.status == solution_status::unbounded)
@@ -116,7 +116,8 @@ std::string fault_of_value(const problem& p, const solution& s) {
   if (s.value > best.value + kRounding * best.size) return "worse than a crossing";
   if (s.value < best.value - kCrossing * (best.size + std::fabs(s.value)))
     return "below all crossings";
-  return p.convex() ? fault_of_set(p, s, all) : "";
+  if (!p.convex()) return "";
+  return optima_proved ? fault_of_set(p, s, all) : "the set of optima is not proved";
 }
 
 // Places around the answer.
@@ -180,7 +181,7 @@ std::string fault_of(instance_source& source, const problem& p, seconds_spent& s
     const std::string fault = fault_of_early_end(source, p, s.value);
     if (!fault.empty()) return fault;
   }
-  return fault_of_value(p, s);
+  return fault_of_value(p, s, v.optima_proved);
 }
 
 struct tally {

@@ -121,7 +121,12 @@ std::vector<mpq_class> exact_multipliers(const std::vector<affine_function>& f) 
   return {share[0] / total, share[1] / total, share[2] / total};
 }
 
-mpq_class exact_bound(const problem& p, const normal_table& normals, const convex_certificate& c) {
+struct exact_bound {
+  mpq_class value;
+  fraction_pair slope;  // of the first piece
+};
+
+exact_bound bound_of(const problem& p, const normal_table& normals, const convex_certificate& c) {
   const std::vector<double> lambda = listed_weights(p);
   std::vector<affine_function> f;
   for (std::size_t k = 0; k < c.pieces.size(); ++k) {
@@ -135,15 +140,16 @@ mpq_class exact_bound(const problem& p, const normal_table& normals, const conve
     }
     bound += mu[k] * f[k].at_origin;
   }
-  return bound;
+  return {std::move(bound), f[0].slope};
 }
 
 }  // namespace
 
 verification verify_fractions(const problem& p, const solution& s, const convex_certificate& c) {
   const auto normals = edge_normals(p.gauges());
-  const mpq_class bound = exact_bound(p, normals, c);
-  const mpq_class value = exact_value(p, normals, exact_place_of(s.point, s.exact));
+  const auto [bound, slope] = bound_of(p, normals, c);
+  const fraction_pair at = exact_place_of(s.point, s.exact);
+  const mpq_class value = exact_value(p, normals, at);
   verification v;
   v.value = rounded_up(value);
   v.lower_bound = rounded_down(bound);
@@ -156,6 +162,8 @@ verification verify_fractions(const problem& p, const solution& s, const convex_
   if (s.status == solution_status::optimal && value != bound)
     refuse("called optimal, but the gap is not 0");
   v.accepted = true;
+  v.optima_proved = value == bound && p.where().whole_plane() &&
+                    optima_proved(p, s.optima, at, value, c.pieces.size(), slope);
   return v;
 }
 

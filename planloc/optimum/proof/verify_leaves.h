@@ -66,6 +66,10 @@ class verified_sites {
   std::vector<double> largest_normal_;  // by gauge, in the maximum norm
 };
 
+inline mpq_class value_at(const affine_function& f, const fraction_pair& at) {
+  return f.at_origin + dot(f.slope, at);
+}
+
 // Sites with given order weights as one affine function on the cones of given edges. Sites with the
 // same edge of the same gauge share its denominator. Polyhedral gauges, without loss.
 class edge_loads {
@@ -74,6 +78,7 @@ class edge_loads {
 
   void add(std::size_t site, std::size_t edge, double lambda);
   mpq_class value(const fraction_pair& at) const;
+  affine_function sum() const;
 
  private:
   struct load {

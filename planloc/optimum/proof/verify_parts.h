@@ -64,6 +64,11 @@ mpq_class exact_value(const problem& p, const normal_table& normals, const fract
 affine_function exact_function(const problem& p, const normal_table& normals,
                                const std::vector<double>& lambda, const affine_piece& piece);
 
+// Whether the claimed set is the one of all optima of a convex polyhedral problem, given an optimum
+// with its value and a certificate of so many pieces, the first of which has this slope.
+bool optima_proved(const problem& p, const optimal_set& claimed, const fraction_pair& optimum,
+                   const mpq_class& least, std::size_t pieces, const fraction_pair& slope);
+
 verification verify_fractions(const problem& p, const solution& s, const convex_certificate& c);
 verification verify_intervals(const problem& p, const solution& s, const convex_certificate& c);
 verification verify_boundary(const problem& p, const solution& s, const boundary_certificate& c);

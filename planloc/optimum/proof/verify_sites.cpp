@@ -200,6 +200,16 @@ mpq_class edge_loads::value(const fraction_pair& at) const {
   return sum;
 }
 
+affine_function edge_loads::sum() const {
+  affine_function f;
+  for (const auto& [key, l] : loads_) {
+    f.slope.x += l.weight * l.normal->x;
+    f.slope.y += l.weight * l.normal->y;
+    f.at_origin += dot(*l.normal, {l.x, l.y});
+  }
+  return f;
+}
+
 void add_in_order(const verified_sites& sites, std::span<const std::uint32_t> which,
                   std::span<const order_run> runs, const fraction_pair& at, edge_loads& loads) {
   struct placed {
