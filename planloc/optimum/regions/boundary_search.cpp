@@ -21,7 +21,7 @@ namespace {
 
 constexpr double kInfinite = std::numeric_limits<double>::infinity();
 // Of the value: when a polyhedral piece is solved exactly, and when one of another kind is done.
-constexpr double kExactGap = 1e-9;
+constexpr double kExactGap = 1e-13;
 constexpr double kDoneGap = 2e-13;
 constexpr int kMostEvaluations = 100;  // of one part
 // Of the value: how far what intervals prove may stay behind the bound in doubles, and the gap up
