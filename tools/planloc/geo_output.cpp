@@ -98,12 +98,12 @@ class layer_writer {
     };
     add_field("layer", OFTString);
     add_field("name", OFTString);
+    const std::set<std::string> whole = {"rank", "depot", "new"};
     std::set<std::string> numbers;
     for (const map_feature* f : members) {
       for (const auto& [key, value] : f->numbers) {
         if (numbers.insert(key).second) {
-          add_field(key.c_str(),
-                    key == "rank" || key == "depot" || key == "new" ? OFTInteger : OFTReal);
+          add_field(key, whole.contains(key) ? OFTInteger : OFTReal);
         }
       }
     }
@@ -116,7 +116,7 @@ class layer_writer {
     const OGRFeatureUniquePtr out(OGRFeature::CreateFeature(layer.GetLayerDefn()));
     out->SetField("layer", name_of(f.layer));
     if (!f.name.empty()) out->SetField("name", f.name.c_str());
-    for (const auto& [key, value] : f.numbers) out->SetField(key.c_str(), value);
+    for (const auto& [key, value] : f.numbers) out->SetField(key, value);
     if (std::unique_ptr<OGRGeometry> geometry = geometry_of(f, sites_)) {
       out->SetGeometryDirectly(geometry.release());
     }

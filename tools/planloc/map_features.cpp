@@ -117,7 +117,7 @@ const char* name_of(map_layer layer) {
   return kNames[static_cast<std::size_t>(layer)];
 }
 
-double map_feature::number(const std::string& key, double otherwise) const {
+double map_feature::number(std::string_view key, double otherwise) const {
   for (const auto& [k, value] : numbers) {
     if (k == key) return value;
   }

@@ -4,6 +4,7 @@
 #define PLANLOC_TOOLS_PLANLOC_MAP_FEATURES_H_
 
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -23,10 +24,10 @@ struct map_feature {
   map_layer layer = map_layer::site;
   std::string name = {};
   std::vector<std::vector<xy>> rings = {};
-  std::vector<std::pair<std::string, double>> numbers = {};
+  std::vector<std::pair<const char*, double>> numbers = {};
 
   const xy& at() const { return rings.front().front(); }
-  double number(const std::string& key, double otherwise) const;
+  double number(std::string_view key, double otherwise) const;
 };
 
 struct map_scene {

@@ -124,13 +124,17 @@ class map_drawing {
   }
 
   void draw_sites() {
-    std::set<std::pair<int, int>> seen;
     constexpr int kCell = 2;  // pixels: of many sites in one, one is seen
+    const auto across = static_cast<std::size_t>(canvas_.area().right) / kCell + 1;
+    std::vector<bool> seen(across * (static_cast<std::size_t>(canvas_.area().bottom) / kCell + 1));
     for (const map_feature& f : scene_.features) {
       if (f.layer != map_layer::site) continue;
       if (many_) {
         const surface::position p = canvas_.pixel(f.at());
-        if (!seen.insert({p.x / kCell, p.y / kCell}).second) continue;
+        const std::size_t cell =
+            static_cast<std::size_t>(p.y / kCell) * across + static_cast<std::size_t>(p.x / kCell);
+        if (seen[cell]) continue;
+        seen[cell] = true;
       }
       const double depot = f.number("depot", -1);
       canvas_.dot(f.at(), radius_of(f), depot < 0 ? kSite : depot_colour(depot));
@@ -155,13 +159,13 @@ class map_drawing {
     }
     std::vector<const map_feature*> named;
     for (const map_feature& f : scene_.features) {
-      if (f.layer == map_layer::site && !f.name.empty()) named.push_back(&f);
+      if (f.layer == map_layer::site && !f.name.empty() && !many_) named.push_back(&f);
     }
     std::stable_sort(named.begin(), named.end(), [](const map_feature* a, const map_feature* b) {
       return a->number("weight", 1) > b->number("weight", 1);
     });
     constexpr std::size_t kMostNames = 150;
-    if (named.size() > kMostNames) named.resize(many_ ? 0 : kMostNames);
+    if (named.size() > kMostNames) named.resize(kMostNames);
     for (const map_feature* f : named) {
       canvas_.label(f->at(), radius_of(*f), f->name, kTextSize, kInk);
     }
@@ -249,8 +253,9 @@ void draw_legend(surface& picture, int left, const map_scene& scene, const map_d
     return f.layer == map_layer::place && f.number("depot", -1) >= 0;
   });
   if (has(map_layer::place)) l.place(kAnswer, depots ? "new depot" : "answer");
-  const bool existing = std::any_of(scene.features.begin(), scene.features.end(),
-                                    [](const auto& f) { return f.number("new", 1) == 0; });
+  const bool existing = std::any_of(
+      scene.features.begin(), scene.features.end(),
+      [](const auto& f) { return f.layer == map_layer::place && f.number("new", 1) == 0; });
   if (existing) l.place(kExisting, "existing depot");
   if (has(map_layer::optimum)) l.area(kOptima, kAnswer, "every place as good");
   if (has(map_layer::piece)) l.area(kPieceFill, kPiece, "efficient places");
