@@ -291,6 +291,12 @@ void draw_scale_bar(surface& picture, const map_canvas& canvas, const std::strin
   picture.text({left + pixels, y}, text, {kTextSize, text_place::right, kInk});
 }
 
+// So many digits that neighbouring ticks differ.
+int tick_digits(double low, double high, double step) {
+  const double size = std::max({std::fabs(low), std::fabs(high), step});
+  return std::clamp(2 + static_cast<int>(std::floor(std::log10(size / step))), 4, 15);
+}
+
 // The values of both criteria along the efficient places.
 void draw_curve(surface& picture, int left, int width, const trade_off_curve& curve) {
   const pixel_box area{left + 70.0, kTitleHeight + 10.0, left + width - 20.0,
@@ -313,11 +319,15 @@ void draw_curve(surface& picture, int left, int width, const trade_off_curve& cu
   const surface::pen axis{1, solid, kInk};
   picture.line(at(frame.low), at({frame.high.x, frame.low.y}), axis);
   picture.line(at(frame.low), at({frame.low.x, frame.high.y}), axis);
-  constexpr int kTicks = 4;
+  constexpr int kTicks = 3;
+  const int digits_x = tick_digits(frame.low.x, frame.high.x, frame.width() / kTicks);
+  const int digits_y = tick_digits(frame.low.y, frame.high.y, frame.height() / kTicks);
   for (int k = 0; k <= kTicks; ++k) {
     const xy v{frame.low.x + frame.width() * k / kTicks, frame.low.y + frame.height() * k / kTicks};
-    picture.text(at({v.x, frame.low.y}), rounded(v.x, 4), {kTextSize - 3, text_place::below, kInk});
-    picture.text(at({frame.low.x, v.y}), rounded(v.y, 4), {kTextSize - 3, text_place::left, kInk});
+    picture.text(at({v.x, frame.low.y}), rounded(v.x, digits_x),
+                 {kTextSize - 3, text_place::below, kInk});
+    picture.text(at({frame.low.x, v.y}), rounded(v.y, digits_y),
+                 {kTextSize - 3, text_place::left, kInk});
   }
   for (std::size_t k = 0; k + 1 < curve.corners.size(); ++k) {
     picture.line(at(curve.corners[k]), at(curve.corners[k + 1]), {3, solid, kPiece});

@@ -74,7 +74,8 @@ std::string site_plane::describe(const xy& p) const {
   const std::size_t i = nearest(p);
   const xy d{p.x - places_[i].x, p.y - places_[i].y};
   const double length = std::hypot(d.x, d.y);
-  if (length == 0) return "at " + label(i);
+  const double size = std::hypot(places_[i].x, places_[i].y);
+  if (length <= 1e-12 * size) return "at " + label(i);
   const double eighths = std::atan2(d.y, d.x) / (std::numbers::pi / 4);
   const auto side = static_cast<std::size_t>(std::lround(eighths) + 8) % 8;
   return rounded(length, 4) + (unit_.empty() ? "" : " " + unit_) +
