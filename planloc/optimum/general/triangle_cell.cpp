@@ -177,10 +177,12 @@ std::uint32_t cell_bounder::edge_at_centroid(const placed_site& s, const gauge_b
 cell_bounder::bend cell_bounder::bend_of(const placed_site& s, const gauge_block& b) const {
   bend result{};
   for (std::size_t j = 0; j < kPoints; ++j) {
-    const distance_table::linear_piece piece =
+    distance_table::linear_piece piece =
         b.kind != gauge::shape::polyhedral
             ? table_.piece(s.slot, points_[j])
             : table_.piece_of_edge(s.slot, points_[j], j < 3 ? s.edge[j] : edge_at_centroid(s, b));
+    // At a smooth site any slope in the polar of its ball will do: that towards the cell does best.
+    if (piece.slope == xy{0, 0}) piece.slope = table_.piece(s.slot, points_[3]).slope;
     if (j == 3) result.centre = piece.distance;
     for (std::size_t m = 0; m < 3; ++m)
       result.tangent[j][m] = piece.distance + dot(piece.slope, minus(points_[m], points_[j]));

@@ -98,11 +98,11 @@ void leaf_walk::prove_by_bound(triangle_state t, int halvings) {
     const double b = bound(t);
     return b >= least_in_doubles_ || mpq_class(b) >= least_;
   };
-  look(t);
-  bool done = proved();
-  if (!done) {
-    look(t, kInwards);
+  bool done = false;
+  for (const aim a : {aim::nothing, aim::middle, aim::next_corner, aim::last_corner}) {
+    look(t, a);
     done = proved();
+    if (done) break;
   }
   if (!done) {
     if (halvings == kMostHalvings)
@@ -116,8 +116,14 @@ void leaf_walk::prove_by_bound(triangle_state t, int halvings) {
 
 // ----- Sites on a triangle -----
 
+// A smooth distance has one slope at a corner, unless the site lies there.
+bool leaf_walk::has_one_slope(std::uint32_t site, const interval_pair& offset) const {
+  const auto holds_zero = [](const interval& i) { return i.low <= 0 && i.high >= 0; };
+  return !sites_.polyhedral(site) && !(holds_zero(offset.x) && holds_zero(offset.y));
+}
+
 leaf_walk::site_on_triangle leaf_walk::look_at(const triangle_state& t, const seen_site& seen,
-                                               double inwards) const {
+                                               aim a) const {
   site_on_triangle v{};
   v.seen = seen;
   std::array<interval_pair, 3> offset;
@@ -127,7 +133,7 @@ leaf_walk::site_on_triangle leaf_walk::look_at(const triangle_state& t, const se
     v.upper = std::max(v.upper, v.value[m].high);
   }
   for (std::size_t j = 0; j < kPoints; ++j) {
-    const bool at_corner = j > 0 && inwards == 0;
+    const bool at_corner = j > 0 && (a == aim::nothing || has_one_slope(seen.site, offset[j - 1]));
     interval_pair slope;
     if (at_corner) {
       slope = seen.corner[j - 1].slope;
@@ -150,22 +156,25 @@ leaf_walk::site_on_triangle leaf_walk::look_at(const triangle_state& t, const se
 }
 
 // Tangents are taken at the centroid and the corners, or, where sites may tie there, somewhat off.
-void leaf_walk::look(triangle_state& t, double inwards) {
+void leaf_walk::look(triangle_state& t, aim a) {
   points_ = {xy{(t.at[0].x + t.at[1].x + t.at[2].x) / 3, (t.at[0].y + t.at[1].y + t.at[2].y) / 3},
              t.at[0], t.at[1], t.at[2]};
-  const xy middle = points_[0];
-  for (std::size_t m = 1; m < kPoints; ++m) {
-    points_[m].x += inwards * (middle.x - points_[m].x);
-    points_[m].y += inwards * (middle.y - points_[m].y);
+  if (a != aim::nothing) {
+    const std::array<xy, kPoints> from = points_;
+    const auto move = [&](std::size_t point, std::size_t to) {
+      points_[point].x += kOff * (from[to].x - from[point].x);
+      points_[point].y += kOff * (from[to].y - from[point].y);
+    };
+    move(0, 1);
+    for (std::size_t m = 1; m < kPoints; ++m)
+      move(m, a == aim::middle ? 0 : a == aim::next_corner ? m % 3 + 1 : (m + 1) % 3 + 1);
   }
-  points_[0].x += inwards * (t.at[0].x - middle.x);
-  points_[0].y += inwards * (t.at[0].y - middle.y);
   undecided_.clear();
   decided_.clear();
-  for (const seen_site& seen : t.undecided) undecided_.push_back(look_at(t, seen, inwards));
+  for (const seen_site& seen : t.undecided) undecided_.push_back(look_at(t, seen, a));
   const auto before = std::move(t.decided);
   t.decided.clear();
-  for (const seen_site& seen : before) keep(t, look_at(t, seen, inwards), seen.lambda);
+  for (const seen_site& seen : before) keep(t, look_at(t, seen, a), seen.lambda);
   decide(t);
 }
 

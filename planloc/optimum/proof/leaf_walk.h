@@ -68,7 +68,9 @@ class leaf_walk {
  private:
   static constexpr std::size_t kPoints = 4;
   static constexpr int kMostHalvings = 8;
-  static constexpr double kInwards = 0x1p-7;
+  // Where the places of the tangents move to from the corners, and by what part of the way.
+  enum class aim : std::uint8_t { nothing, middle, next_corner, last_corner };
+  static constexpr double kOff = 0x1p-7;
 
   struct site_on_triangle {
     seen_site seen;
@@ -91,8 +93,9 @@ class leaf_walk {
   std::pair<triangle_state, triangle_state> halves_of(triangle_state t) const;
   void visit(triangle_state t);
   void prove_by_bound(triangle_state t, int halvings);
-  void look(triangle_state& t, double inwards = 0);
-  site_on_triangle look_at(const triangle_state& t, const seen_site& seen, double inwards) const;
+  void look(triangle_state& t, aim a = aim::nothing);
+  bool has_one_slope(std::uint32_t site, const interval_pair& offset) const;
+  site_on_triangle look_at(const triangle_state& t, const seen_site& seen, aim a) const;
   void decide(triangle_state& t);
   void keep(triangle_state& t, const site_on_triangle& v, double lambda);
   double bound(const triangle_state& t);
