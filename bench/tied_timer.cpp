@@ -161,7 +161,9 @@ int main(int argc, char** argv) {
                                         static_cast<std::size_t>(std::atol(argv[3])),
                                         static_cast<unsigned>(std::atoi(argv[4])));
   tied_solution s;
-  const double coarse = kind == "euclidean" ? median_milliseconds(p, {.relative_gap = 1e-6}, s) : 0;
+  tied_options to_a_millionth;
+  to_a_millionth.relative_gap = 1e-6;
+  const double coarse = kind == "euclidean" ? median_milliseconds(p, to_a_millionth, s) : 0;
   const double time = median_milliseconds(p, {}, s);
   const double start = cpu_milliseconds();
   const verification v = verify(p, s);

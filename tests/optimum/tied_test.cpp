@@ -194,6 +194,32 @@ TEST(Tied, FallsApartIntoSingleFacilities) {
   }
 }
 
+TEST(Tied, Limits) {
+  instance_source source(9);
+  for (const gauge& g : {source.ball(7), gauge::euclidean()}) {
+    const tied_problem p = random_problem(source, layout::scattered, 4, 30, {g});
+    std::stop_source stop;
+    stop.request_stop();
+    tied_options at_once;
+    at_once.stop = stop.get_token();
+    tied_options coarse;
+    coarse.relative_gap = 1e-3;
+    const tied_solution best = minimise(p);
+    for (const bool early : {true, false}) {
+      const tied_solution s = minimise(p, early ? at_once : coarse);
+      const verification v = verify(p, s);
+      EXPECT_TRUE(v.accepted) << v.reason;
+      EXPECT_GE(v.value, best.lower_bound);
+      EXPECT_LE(v.lower_bound, best.value);
+      if (!early) {
+        EXPECT_LE(v.gap, 1.001e-3 * v.value);
+      }
+    }
+    EXPECT_EQ(minimise(p, at_once).status, solution_status::stopped);
+    EXPECT_LT(minimise(p, coarse).counters.rounds, best.counters.rounds);
+  }
+}
+
 TEST(Tied, BadInputIsRefused) {
   const auto refusal = [](std::size_t facilities, const std::vector<tied_site>& sites,
                           const std::vector<double>& weights, const std::vector<tie>& ties) {
