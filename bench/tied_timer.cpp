@@ -71,8 +71,8 @@ tied_problem random_problem(const std::string& kind, std::uint32_t facilities, s
   return {facilities, sites, gauges, weights, ties};
 }
 
-// minimise cost . v subject to rows >= right, v free. Columns: x and y of the facilities, then one
-// a term; under l1 one a coordinate of a term, with two rows each.
+// minimise cost . v subject to rows >= right, v free (bounds of 1e301). Columns: x and y of the
+// facilities, then one a term; under l1 one a coordinate of a term, with two rows each.
 class linear_program {
  public:
   explicit linear_program(const tied_problem& p) : problem_(p), cost_(2 * p.facilities(), 0) {
@@ -89,7 +89,7 @@ class linear_program {
     std::ofstream out(file);
     out << std::setprecision(17) << right_.size() << ' ' << cost_.size() << ' ' << entries_.size()
         << '\n';
-    for (const double c : cost_) out << c << " 1\n";
+    for (const double c : cost_) out << c << " -1e301 1e301 0\n";
     for (const double r : right_) out << r << '\n';
     for (const entry& e : entries_) out << e.row << ' ' << e.column << ' ' << e.value << '\n';
   }
