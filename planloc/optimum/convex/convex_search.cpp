@@ -290,7 +290,11 @@ bool convex_search::prove_snapped(const exact_xy& at) {
 
 void convex_search::accept(const exact_place& place, optimality o) {
   convex_certificate c;
-  for (const auto& s : o.support) c.pieces.push_back(to_piece(s));
+  for (auto& s : o.support) {
+    c.pieces.push_back(to_piece(s));
+    // The set of optima starts from the pieces where there are fewer than three.
+    if (o.support.size() == 3) s.choice = {};
+  }
   result_.proof = std::move(c);
   result_.status = solution_status::optimal;
   result_.point = to_nearest(place.at());
