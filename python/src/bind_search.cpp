@@ -98,6 +98,7 @@ void bind_search(py::module_& m) {
       .def_readonly("value", &verification::value)
       .def_readonly("lower_bound", &verification::lower_bound)
       .def_readonly("gap", &verification::gap)
+      .def_readonly("optima_proved", &verification::optima_proved)
       .def("__bool__", [](const verification& v) { return v.accepted; });
   m.def("verify", py::overload_cast<const problem&, const solution&>(&verify),
         py::call_guard<py::gil_scoped_release>());

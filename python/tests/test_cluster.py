@@ -42,7 +42,16 @@ def test_a_worker_dies_and_another_joins_late(cluster, problem, monkeypatch):
     def watch(self, number, part):
         put(self, number, part)
         done.append(number)
+        if len(done) == 10:
+            wait_for_a_new_worker()
         under_way.append(len(client.futures))
+
+    def wait_for_a_new_worker():
+        """So that there is work left for it: only a few chunks are under way."""
+        end = time.monotonic() + 120
+        while not set(client.scheduler_info()["workers"]) - set(first):
+            assert time.monotonic() < end, "no worker joined"
+            time.sleep(0.05)
 
     monkeypatch.setattr(batches._Results, "put", watch)
     with distributed.Client(cluster) as client:

@@ -294,7 +294,7 @@ void draw_scale_bar(surface& picture, const map_canvas& canvas, const std::strin
 // So many digits that neighbouring ticks differ.
 int tick_digits(double low, double high, double step) {
   const double size = std::max({std::fabs(low), std::fabs(high), step});
-  return std::clamp(2 + static_cast<int>(std::floor(std::log10(size / step))), 4, 15);
+  return std::clamp(2 + static_cast<int>(std::floor(std::log10(size / step))), 6, 15);
 }
 
 // The values of both criteria along the efficient places.

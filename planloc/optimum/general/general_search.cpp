@@ -72,6 +72,8 @@ class general_search {
     workers_.reserve(pool_.threads());
     add_worker();
     if (!p.where().whole_plane()) where_.emplace(p.where(), table_.base);
+    for (const order_run& r : p.runs())
+      steepest_ = std::max(steepest_, std::fabs(r.weight) * table_.steepest);
   }
 
   solution run();
@@ -123,7 +125,13 @@ class general_search {
   void step_to_zero();
   void make_exact();
 
-  double margin(const cell& c) const { return rounding_ * c.size; }
+  // With what the rounding of a place on the cell can do, which next to a heavy site is more than
+  // the roundings of the terms.
+  double margin(const cell& c) const {
+    double far = 0;
+    for (const detail::xy& at : c.corners) far = std::max({far, std::fabs(at.x), std::fabs(at.y)});
+    return rounding_ * c.size + 0x1p-50 * steepest_ * far;
+  }
   double tolerance() const;
   bool holds_nothing_better(const cell& c) const {
     return c.bound >= best_.value - tolerance() + margin(c);
@@ -145,6 +153,7 @@ class general_search {
   double extent_;  // of the sites
   detail::task_pool pool_;
   std::vector<std::unique_ptr<worker>> workers_;  // by thread; made when they are needed
+  double steepest_ = 0;                           // of the slopes of the terms
   double rounding_;                               // of sums, in units of a cell's size
   double doubt_;                                  // in a value near the sites that has no exact one
   bool never_negative_;
@@ -351,7 +360,7 @@ bool general_search::solve_exactly(task& t, worker& w) const {
   if (!lines) return false;
   if (where_ && !where_->add_lines(c.corners, limit, *lines)) return false;
   const auto promising = [&](const detail::xy& at) {
-    return w.bounder.value(c, at) <= best_.value + kPromising * c.size;
+    return w.bounder.value(c, at) <= best_.value + kPromising * c.size + 0x1p10 * margin(c);
   };
   std::vector<std::pair<double, exact_xy>> places;
   double least = best_.value;
