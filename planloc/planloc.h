@@ -42,6 +42,7 @@
 #include "planloc/foundation/graph/graph.h"
 #include "planloc/foundation/numeric/matrix.h"
 #include "planloc/foundation/numeric/vector.h"
+#include "planloc/foundation/window/show_picture.h"
 #include "planloc/foundation/window/window.h"
 #include "planloc/model/gauge_distance.h"
 #include "planloc/model/gauge_reader.h"

@@ -89,6 +89,33 @@ class ScreenTest : public ::testing::Test {
   pid_t child_ = 0;
 };
 
+// ----- A picture of the tool -----
+
+#ifdef PLANLOC
+TEST_F(ScreenTest, TheToolShowsItsMapUntilItIsClosed) {
+  start([this] {
+    std::ofstream(file("sites.csv")) << "x,y\n0,0\n4,0\n1,3\n";
+    execl(PLANLOC, PLANLOC, "solve", file("sites.csv").c_str(), "--show", nullptr);
+  });
+  const auto w = screen_.wait_for("median, gauge euclid");
+  EXPECT_GT(w.width, 900);                                               // the map and its legend
+  EXPECT_NE(contents("out").find("proved optimal"), std::string::npos);  // said before it is shown
+  EXPECT_EQ(ending(300), -1);
+  screen_.ask_to_close(w);
+  EXPECT_EQ(ending(), 0);
+}
+
+TEST(ToolWithoutScreen, SaysSoBehindTheAnswer) {
+  const std::string line = "printf 'x,y\\n1,2\\n' | env -u DISPLAY " PLANLOC " solve - --show 2>&1";
+  FILE* pipe = popen(line.c_str(), "r");
+  std::string text;
+  for (int c; (c = fgetc(pipe)) != EOF;) text += static_cast<char>(c);
+  EXPECT_EQ(WEXITSTATUS(pclose(pipe)), 1);
+  EXPECT_NE(text.find("at site 1"), std::string::npos);
+  EXPECT_NE(text.find("--show: no screen"), std::string::npos);
+}
+#endif
+
 // ----- Runs -----
 
 class RunOnScreenTest : public ScreenTest {

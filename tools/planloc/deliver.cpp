@@ -1,6 +1,7 @@
 #include "tools/planloc/deliver.h"
 
 #include <filesystem>
+#include <memory>
 
 #include "tools/planloc/errors.h"
 #include "tools/planloc/geo_output.h"
@@ -28,12 +29,18 @@ void deliver(const output_options& options, const std::string& report, const sit
   const bool table = is_table(options.output);
   const bool layers = !options.output.empty() && !table;
   if (table) write_whole(options.output, csv());
-  if (layers || !options.picture.empty()) {
+  const bool drawn = options.show || !options.picture.empty();
+  std::unique_ptr<surface> picture;
+  std::string title;
+  if (layers || drawn) {
     const map_scene made = scene();
-    if (!options.picture.empty()) save_map(options.picture, made, sites.unit(), curve);
+    title = made.title;
+    if (drawn) picture = draw_map(made, sites.unit(), curve);
+    if (!options.picture.empty()) save_picture(options.picture, *picture);
     if (layers) write_geographic(options.output, made, sites);
   }
   if (options.output != "-") write_standard_output(report);
+  if (options.show) put_on_screen(*picture, title);
 }
 
 }  // namespace planloc::tool

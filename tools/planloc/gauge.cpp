@@ -24,6 +24,7 @@ struct gauge_command_options {
   std::vector<std::string> words;
   std::string output = "-";
   std::string picture;
+  bool show = false;
 };
 
 // Of a name or a file.
@@ -124,8 +125,11 @@ exit_status run_gauge(const gauge_command_options& options) {
   const std::vector<ball> balls = made_by(options.words);
   std::string made = "planloc gauge";
   for (const std::string& w : options.words) made += " " + w;
-  if (!options.picture.empty()) save_balls(options.picture, balls, made);
+  const std::unique_ptr<surface> picture =
+      options.show || !options.picture.empty() ? draw_balls(balls, made) : nullptr;
+  if (!options.picture.empty()) save_picture(options.picture, *picture);
   write_whole(options.output, write_gauge_text(balls, {made}));
+  if (options.show) put_on_screen(*picture, made);
   return exit_status::answered;
 }
 
@@ -143,6 +147,7 @@ void add_gauge(CLI::App& app, command& run) {
   c.add_option("--output", options->output, "The file to write (standard output)");
   c.add_option("--picture", options->picture,
                "Draw the balls and their polars: .svg, .pdf or .png");
+  c.add_flag("--show", options->show, "Show that picture on the screen until it is closed");
   add_example(c, "planloc gauge speed:E=90,N=60,W=90,S=60 --output roads.gauge");
   c.callback([options, &run] { run = [options] { return run_gauge(*options); }; });
 }

@@ -97,6 +97,7 @@ void add_output_options(CLI::App& command, output_options& options) {
       "Write the sites with their figures, places and areas: .geojson, .gpkg or .csv; - "
       "is GeoJSON on standard output, in place of the report");
   command.add_option("--picture", options.picture, "Draw a map: .svg, .pdf or .png");
+  command.add_flag("--show", options.show, "Show the map on the screen until it is closed");
 }
 
 void add_example(CLI::App& command, const std::string& example) {

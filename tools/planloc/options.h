@@ -53,6 +53,7 @@ void add_format_option(CLI::App& command, report_format& format);
 struct output_options {
   std::string output;   // geographic file or CSV; empty: none
   std::string picture;  // empty: none
+  bool show = false;
 };
 void add_output_options(CLI::App& command, output_options& options);
 

@@ -7,6 +7,7 @@
 #include <numeric>
 #include <set>
 
+#include "planloc/foundation/window/show_picture.h"
 #include "tools/planloc/errors.h"
 #include "tools/planloc/gauges.h"
 #include "tools/planloc/map_canvas.h"
@@ -340,13 +341,6 @@ void draw_curve(surface& picture, int left, int width, const trade_off_curve& cu
                "sum by " + curve.second, {kTextSize, text_place::right, kInk});
 }
 
-void save(const surface& picture, const std::string& file) {
-  file_beside beside(file);
-  const std::string reason = picture.save(beside.name());
-  if (!reason.empty()) fail_data(file + ": cannot be written: " + reason);
-  beside.keep();
-}
-
 }  // namespace
 
 void check_picture_name(const std::string& file) {
@@ -356,15 +350,29 @@ void check_picture_name(const std::string& file) {
   fail_usage("picture " + in_quotes(file) + ": expected a name that ends in .svg, .pdf or .png");
 }
 
-void save_map(const std::string& file, const map_scene& scene, const std::string& unit,
-              const trade_off_curve& curve) {
+void save_picture(const std::string& file, const surface& picture) {
   check_picture_name(file);
+  file_beside beside(file);
+  const std::string reason = picture.save(beside.name());
+  if (!reason.empty()) fail_data(file + ": cannot be written: " + reason);
+  beside.keep();
+}
+
+void put_on_screen(const surface& picture, const std::string& title) {
+  if (!show_picture(picture, title)) {
+    fail_data("--show: no screen: DISPLAY is not set or cannot be opened; --picture writes a file");
+  }
+}
+
+std::unique_ptr<surface> draw_map(const map_scene& scene, const std::string& unit,
+                                  const trade_off_curve& curve) {
   const double shape = std::clamp(scene.frame.width() / scene.frame.height(), 0.7, 1.6);
   const int map_width = static_cast<int>(std::lround(kMapHeight * shape));
   const int side = curve.corners.empty() ? kLegendWidth : kCurveWidth;
   const int width = map_width + side + 3 * kMargin;
   const int height = kTitleHeight + kMapHeight + kMargin;
-  surface picture(width, height);
+  auto drawn = std::make_unique<surface>(width, height);
+  surface& picture = *drawn;
   map_canvas canvas(picture,
                     {double(kMargin), double(kTitleHeight), double(kMargin + map_width),
                      double(kTitleHeight + kMapHeight)},
@@ -380,16 +388,16 @@ void save_map(const std::string& file, const map_scene& scene, const std::string
   } else {
     draw_curve(picture, left, side, curve);
   }
-  save(picture, file);
+  return drawn;
 }
 
-void save_balls(const std::string& file, const std::vector<std::vector<xy>>& balls,
-                const std::string& title) {
-  check_picture_name(file);
+std::unique_ptr<surface> draw_balls(const std::vector<std::vector<xy>>& balls,
+                                    const std::string& title) {
   constexpr int kSide = 420;
   const int width = 2 * kSide + 3 * kMargin;
   const int height = kTitleHeight + kSide + kMargin + 30;
-  surface picture(width, height);
+  auto drawn = std::make_unique<surface>(width, height);
+  surface& picture = *drawn;
   std::vector<std::vector<xy>> polars;
   for (const auto& b : balls) polars.push_back(polar_of(b));
   for (int k = 0; k < 2; ++k) {
@@ -411,7 +419,7 @@ void save_balls(const std::string& file, const std::vector<std::vector<xy>>& bal
                  k == 0 ? "unit ball" : "polar", {kTextSize, text_place::centre, kInk});
   }
   picture.text({kMargin - kTextGap, kTitleHeight / 2}, title, {20, text_place::right, kInk});
-  save(picture, file);
+  return drawn;
 }
 
 }  // namespace planloc::tool

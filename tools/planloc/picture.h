@@ -3,9 +3,11 @@
 #ifndef PLANLOC_TOOLS_PLANLOC_PICTURE_H_
 #define PLANLOC_TOOLS_PLANLOC_PICTURE_H_
 
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "planloc/foundation/window/surface.h"
 #include "tools/planloc/map_features.h"
 
 namespace planloc {
@@ -19,14 +21,20 @@ struct trade_off_curve {
   std::vector<xy> corners = {};         // values, from the best first to the best second one
 };
 
-// `unit` is that of lengths, for the scale bar. To .svg, .pdf or .png by the ending; written beside
-// and renamed. Errors of usage for another ending, of data if it cannot be written.
-void save_map(const std::string& file, const map_scene& scene, const std::string& unit,
-              const trade_off_curve& curve = {});
+// `unit` is that of lengths, for the scale bar.
+std::unique_ptr<surface> draw_map(const map_scene& scene, const std::string& unit,
+                                  const trade_off_curve& curve = {});
 
 // A unit ball and its polar side by side.
-void save_balls(const std::string& file, const std::vector<std::vector<xy>>& balls,
-                const std::string& title);
+std::unique_ptr<surface> draw_balls(const std::vector<std::vector<xy>>& balls,
+                                    const std::string& title);
+
+// To .svg, .pdf or .png by the ending; written beside and renamed. Errors of usage for another
+// ending, of data if it cannot be written.
+void save_picture(const std::string& file, const surface& picture);
+
+// On the screen until it is closed; an error of data if there is no screen.
+void put_on_screen(const surface& picture, const std::string& title);
 
 // An error of usage if the ending is none of the three.
 void check_picture_name(const std::string& file);

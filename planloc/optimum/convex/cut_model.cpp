@@ -213,7 +213,7 @@ void cut_model::solve() {
 }
 
 // The square, cut off by one line after the other (Sutherland and Hodgman 1974).
-box cut_model::level_box(double value) const {
+place_box cut_model::level_box(double value) const {
   const double left = middle_.x - half_width_ - centre_.x;
   const double right = middle_.x + half_width_ - centre_.x;
   const double low = middle_.y - half_width_ - centre_.y;
@@ -239,7 +239,7 @@ box cut_model::level_box(double value) const {
     if (kept.empty()) continue;  // all roundings
     std::swap(corners, kept);
   }
-  box b{corners[0], corners[0]};
+  place_box b{corners[0], corners[0]};
   for (const xy& c : corners) {
     b.low = {std::min(b.low.x, c.x), std::min(b.low.y, c.y)};
     b.high = {std::max(b.high.x, c.x), std::max(b.high.y, c.y)};

@@ -29,7 +29,7 @@ class cut_model {
   double bound() const;
 
   // Holds all places where no cut is above `value`.
-  box level_box(double value) const;
+  place_box level_box(double value) const;
 
   // Whether a place is so near to a side of the square that the side may hold back the search.
   bool near_border(const xy& at) const;

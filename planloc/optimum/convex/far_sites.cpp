@@ -58,11 +58,11 @@ class far_search {
  private:
   double largest_coordinate() const;
   double rounding() const;
-  box level_box() const;
+  place_box level_box() const;
   evaluation farthest(const distance_table& t, const xy& at);
   bool close_gap(double relative_gap);
-  std::vector<std::uint32_t> far_slots(const box& b) const;
-  far_sites found(std::span<const std::uint32_t> slots, const box& b) const;
+  std::vector<std::uint32_t> far_slots(const place_box& b) const;
+  far_sites found(std::span<const std::uint32_t> slots, const place_box& b) const;
 
   const problem& problem_;
   distance_table all_;
@@ -135,7 +135,7 @@ double far_search::rounding() const {
 
 // The slots of sites that can be the farthest ones somewhere in the box. `distance_` is that of the
 // best place.
-std::vector<std::uint32_t> far_search::far_slots(const box& b) const {
+std::vector<std::uint32_t> far_search::far_slots(const place_box& b) const {
   const xy reach{std::max(b.high.x - best_.at.x, best_.at.x - b.low.x),
                  std::max(b.high.y - best_.at.y, best_.at.y - b.low.y)};
   const double least = model_.bound() * (1 - kMargin) - rounding();
@@ -151,14 +151,14 @@ std::vector<std::uint32_t> far_search::far_slots(const box& b) const {
 }
 
 // Holds all places that are no worse than the best.
-box far_search::level_box() const {
-  const box level = model_.level_box(best_.value * (1 + kMargin) + rounding());
+place_box far_search::level_box() const {
+  const place_box level = model_.level_box(best_.value * (1 + kMargin) + rounding());
   const double margin = kMargin * level.size() + kMarginOfExtent * extent_;
   return {{level.low.x - margin, level.low.y - margin},
           {level.high.x + margin, level.high.y + margin}};
 }
 
-far_sites far_search::found(std::span<const std::uint32_t> slots, const box& b) const {
+far_sites far_search::found(std::span<const std::uint32_t> slots, const place_box& b) const {
   std::vector<std::uint32_t> numbers;
   std::vector<site> sites;
   for (const std::uint32_t slot : slots) {
@@ -180,7 +180,7 @@ std::optional<far_sites> far_search::run() {
     // With all sites: from now on the search stays where no place is surely worse than this one.
     best_ = farthest(all_, best_.at);
     model_.add(best_);
-    const box b = level_box();
+    const place_box b = level_box();
     const std::vector<std::uint32_t> slots = far_slots(b);
     if (slots.size() <= kFewFar || (k + 1 == kGaps.size() && slots.size() <= all_.size() / 2))
       return found(slots, b);

@@ -16,7 +16,7 @@ namespace planloc::detail {
 struct far_sites {
   problem centre;
   std::vector<std::uint32_t> site;  // its sites, as they are counted in the whole problem
-  box holds_optima;
+  place_box holds_optima;
 
   // Whether what the search of `centre` found lies in the box, so that it answers the whole.
   bool hold(const solution& s) const;

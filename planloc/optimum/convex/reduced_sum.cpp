@@ -33,11 +33,12 @@ evaluation reduced_sum::operator()(const xy& at) {
   return e;
 }
 
-void reduced_sum::narrow(const box& b) {
+void reduced_sum::narrow(const place_box& b) {
   if (!useful_ || sites().size() <= kFewSites || !(b.size() <= kShrunk * last_size_)) return;
   last_size_ = b.size();
   const double margin = kMargin * b.size();
-  const box wide{{b.low.x - margin, b.low.y - margin}, {b.high.x + margin, b.high.y + margin}};
+  const place_box wide{{b.low.x - margin, b.low.y - margin},
+                       {b.high.x + margin, b.high.y + margin}};
   const xy centre{(wide.low.x + wide.high.x) / 2, (wide.low.y + wide.high.y) / 2};
   const xy half{wide.high.x - centre.x, wide.high.y - centre.y};
 

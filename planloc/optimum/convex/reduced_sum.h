@@ -11,7 +11,7 @@
 
 namespace planloc::detail {
 
-struct box {
+struct place_box {
   xy low, high;
 
   bool holds(const xy& at) const {
@@ -30,7 +30,7 @@ class reduced_sum {
   // f and a subgradient; places outside the box are evaluated with all sites.
   evaluation operator()(const xy& at);
   // The search stays within `b` from now on.
-  void narrow(const box& b);
+  void narrow(const place_box& b);
 
  private:
   const distance_table& sites() const { return rest_ ? rest_->table : table_; }
@@ -47,7 +47,7 @@ class reduced_sum {
   evaluator& all_;
   bool useful_;
   double last_size_;
-  box box_{};
+  place_box box_{};
   evaluation fixed_{};               // the affine function: value and slope at a place
   std::unique_ptr<remainder> rest_;  // the sites that are left; all if there is none
 };

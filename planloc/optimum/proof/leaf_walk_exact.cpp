@@ -138,7 +138,7 @@ class place_check {
   }
 
   bool exactly(const fraction_pair& at) const {
-    edge_loads loads = linear_;
+    fraction_loads loads = linear_;
     for (const seen_site& s : triangle_.decided)
       loads.add(s.site, walk_.sites_.active_edge(s.site, at), s.lambda);
     add_in_order(walk_.sites_, open_, triangle_.runs, at, loads);
@@ -148,7 +148,7 @@ class place_check {
  private:
   const leaf_walk& walk_;
   const triangle_state& triangle_;
-  edge_loads linear_;
+  fraction_loads linear_;
   std::vector<std::uint32_t> open_;
   std::vector<interval> distance_;
 };

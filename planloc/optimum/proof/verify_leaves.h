@@ -72,9 +72,9 @@ inline mpq_class value_at(const affine_function& f, const fraction_pair& at) {
 
 // Sites with given order weights as one affine function on the cones of given edges. Sites with the
 // same edge of the same gauge share its denominator. Polyhedral gauges, without loss.
-class edge_loads {
+class fraction_loads {
  public:
-  explicit edge_loads(const verified_sites& sites) : sites_(sites) {}
+  explicit fraction_loads(const verified_sites& sites) : sites_(sites) {}
 
   void add(std::size_t site, std::size_t edge, double lambda);
   mpq_class value(const fraction_pair& at) const;
@@ -92,7 +92,7 @@ class edge_loads {
 
 // Adds sites that get the order weights of `runs` by their order at a place.
 void add_in_order(const verified_sites& sites, std::span<const std::uint32_t> which,
-                  std::span<const order_run> runs, const fraction_pair& at, edge_loads& loads);
+                  std::span<const order_run> runs, const fraction_pair& at, fraction_loads& loads);
 
 // The same problem with all sites at the origin: how f grows far from the sites.
 problem at_one_place(const problem& p);

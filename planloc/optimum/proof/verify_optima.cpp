@@ -121,7 +121,7 @@ class least_set {
   }
 
   affine_function touching(const fraction_pair& at) const {
-    edge_loads loads(sites_);
+    fraction_loads loads(sites_);
     add_in_order(sites_, all_, sites_.owner().runs(), at, loads);
     return loads.sum();
   }

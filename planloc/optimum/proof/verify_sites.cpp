@@ -181,7 +181,7 @@ interval ordered_sum(const problem& p, std::vector<interval> distances) {
   return sum;
 }
 
-void edge_loads::add(std::size_t site, std::size_t edge, double lambda) {
+void fraction_loads::add(std::size_t site, std::size_t edge, double lambda) {
   if (lambda == 0) return;
   const planloc::site& s = sites_.owner().sites()[site];
   const mpq_class w = mpq_class(lambda) * s.weight;
@@ -193,14 +193,14 @@ void edge_loads::add(std::size_t site, std::size_t edge, double lambda) {
   l.y += w * to_base.y;
 }
 
-mpq_class edge_loads::value(const fraction_pair& at) const {
+mpq_class fraction_loads::value(const fraction_pair& at) const {
   mpq_class sum;
   for (const auto& [key, l] : loads_)
     sum += dot(*l.normal, {l.weight * at.x + l.x, l.weight * at.y + l.y});
   return sum;
 }
 
-affine_function edge_loads::sum() const {
+affine_function fraction_loads::sum() const {
   affine_function f;
   for (const auto& [key, l] : loads_) {
     f.slope.x += l.weight * l.normal->x;
@@ -211,7 +211,7 @@ affine_function edge_loads::sum() const {
 }
 
 void add_in_order(const verified_sites& sites, std::span<const std::uint32_t> which,
-                  std::span<const order_run> runs, const fraction_pair& at, edge_loads& loads) {
+                  std::span<const order_run> runs, const fraction_pair& at, fraction_loads& loads) {
   struct placed {
     std::uint32_t site;
     std::size_t edge;
@@ -242,7 +242,7 @@ void add_in_order(const verified_sites& sites, std::span<const std::uint32_t> wh
 mpq_class ordered_sum(const verified_sites& sites, const fraction_pair& at) {
   std::vector<std::uint32_t> all(sites.owner().sites().size());
   std::iota(all.begin(), all.end(), 0U);
-  edge_loads loads(sites);
+  fraction_loads loads(sites);
   add_in_order(sites, all, sites.owner().runs(), at, loads);
   return loads.value(at);
 }
