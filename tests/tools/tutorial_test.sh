@@ -6,7 +6,7 @@ tutorial=$(realpath "$1")
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-cp "$2"/towns.csv "$work"
+cp "$2"/{towns.csv,reserve.geojson,flow.csv} "$work"
 mkdir "$work/bin"
 ln -s "$3" "$work/bin/planloc"
 ln -s "$4" "$work/bin/cellwalk"
@@ -23,6 +23,8 @@ done < <(awk '/^```/ { inside = !inside; next } inside && /^(planloc|cellwalk) /
 test "$count" -ge 15
 # What the page says.
 grep -q "29.12 km SW of Antequera" <(planloc solve towns.csv --name town --weight population)
-for file in median.svg hours.geojson roads.gauge compare.svg depots.svg depot.proof run/log.txt; do
+grep -q "28.68 km W of Antequera" \
+  <(planloc solve towns.csv --name town --weight population --forbid reserve.geojson)
+for file in median.svg reserve.svg hours.geojson roads.gauge compare.svg depots.svg depot.proof run/log.txt; do
   test -s "$file" || { echo "$file is missing" >&2; exit 1; }
 done

@@ -25,6 +25,7 @@ struct classic_options {
   gauge_options gauge{.gauge = "octagon"};
   std::string flow;
   int p = 2;
+  double eps = 0.1;
   double seconds = 60;
   report_format format = report_format::text;
 };
@@ -167,7 +168,8 @@ exit_status run_classic(classic_options& options) {
   }
   options.source.zero_weights = options.source.weights.size() > 1;
   const site_plane sites(read_sites(options.source));
-  classic_question question{.sites = sites, .gauges = gauges.gauges, .ties = {}, .p = options.p};
+  classic_question question{
+      .sites = sites, .gauges = gauges.gauges, .ties = {}, .p = options.p, .eps = options.eps};
   if (!options.flow.empty()) {
     question.ties = read_flows(options.flow, sites.table().weights.size());
   }
@@ -194,6 +196,8 @@ void add_classic(CLI::App& app, command& run) {
   add_gauge_options(c, options->gauge, options->source);
   c.add_option("--flow", options->flow, "Flows between several facilities: N rows of N numbers");
   c.add_option("--p", options->p, "Of the lp norm (2)")->check(CLI::Range(1, 1000));
+  c.add_option("--eps", options->eps, "Of N_lp_sum: the share of the flows that it accepts (0.1)")
+      ->check(CLI::NonNegativeNumber);
   c.add_option("--time-limit", options->seconds, "Seconds for the method (60)")
       ->check(CLI::PositiveNumber);
   add_format_option(c, options->format);

@@ -94,6 +94,12 @@ classic_result run_several_lp(const question& q) {
   return result_of(f, sum->value);
 }
 
+classic_result run_several_lp_checked(const question& q) {
+  facilities f = facilities_of(q);
+  const auto sum = f.N_lp_sum(depots_of(q), q.p, matrix_of(q), q.eps, true);
+  return result_of(f, sum->value);
+}
+
 // ----- The certified problem -----
 
 std::optional<double> least(const question& q, const std::vector<gauge>& gauges,
@@ -192,6 +198,9 @@ const std::vector<classic_method>& classic_methods() {
        false, simple<&f::l2squared_multicriteria>, none},
       {"N_lp_sum_v1", "several facilities: sums of lp distances, flows left out", kDepot,
        takes::any, false, run_several_lp, tied_lp},
+      {"N_lp_sum",
+       "several facilities: as N_lp_sum_v1, if the flows cost less than --eps of the rest", kDepot,
+       takes::any, false, run_several_lp_checked, tied_lp},
       {"N_linf_sum_v1", "several facilities: sums of maximum-norm distances, flows left out",
        kDepot, takes::any, false, several<&f::N_linf_sum_v1>, tied_norm<gauge::linf>},
       {"N_l2squared_sum", "several facilities: sums of squared distances", kDepot, takes::any,

@@ -28,6 +28,7 @@ struct classic_question {
   std::vector<gauge> gauges;  // polyhedral; of the methods that take some
   std::vector<tie> ties;      // of the methods for several facilities
   int p = 2;                  // of the lp norm
+  double eps = 0.1;           // of N_lp_sum: new to existing cost
 };
 
 struct classic_method {
