@@ -62,6 +62,16 @@ TEST_F(SolveTool, TheRectilinearMedianIsThatOfEachCoordinate) {
 
 // Every kind of objective by its own formula, in a lattice of places: none is better than the
 // answer, and the figures of the sites give its value.
+TEST_F(SolveTool, AMillionRows) {
+  const result r = shell(
+      "awk 'BEGIN { print \"x,y\"; for (i = 0; i < 1000000; ++i) print i % 1000 \",\" int(i / "
+      "1000) "
+      "}' | " PLANLOC " solve - --gauge l1 | head -n 3");
+  EXPECT_NE(r.out.find("Value       500000000, at least 500000000, proved optimal\n"),
+            std::string::npos)
+      << r.out << r.err;
+}
+
 TEST_F(SolveTool, ObjectivesAreWhatTheirNamesSay) {
   struct kind {
     const char* name;
