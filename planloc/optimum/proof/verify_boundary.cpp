@@ -47,7 +47,7 @@ mpq_class least_of_largest(const std::vector<line>& lines) {
 class boundary_check {
  public:
   boundary_check(const problem& p, const boundary_certificate& c, const fraction_pair& place)
-      : problem_(p), where_(p.where()), place_(place) {
+      : where_(p.where()), place_(place) {
     const interval_place here(p, place);
     for (const affine_piece& piece : c.pieces) rounded_.push_back(here.seen(piece, c.base));
     if (!p.polyhedral()) return;
@@ -100,7 +100,6 @@ class boundary_check {
     return f.at_origin + f.slope.x * at.x + f.slope.y * at.y;
   }
 
-  const problem& problem_;
   verified_regions where_;
   fraction_pair place_;
   std::vector<interval_place::affine> rounded_;

@@ -87,7 +87,8 @@ std::string verified_regions::name(std::size_t number) const {
 }
 
 std::vector<verified_regions::part> verified_regions::permitted_parts(std::size_t number) const {
-  const auto [a, b] = sides_[number];
+  const xy a = sides_[number].a;
+  const xy b = sides_[number].b;
   const mpq_class ux = mpq_class(b.x) - a.x;
   const mpq_class uy = mpq_class(b.y) - a.y;
   const mpq_class square = ux * ux + uy * uy;

@@ -87,7 +87,8 @@ std::vector<fraction_pair> walked_regions::corners_in(const std::array<xy, 3>& t
 
 const std::vector<walked_regions::segment>& walked_regions::permitted_parts(std::size_t side) {
   if (!parts_[side]) {
-    const auto& [a, b] = sides_[side];
+    const fraction_pair& a = sides_[side].a;
+    const fraction_pair& b = sides_[side].b;
     const auto at = [&](const mpq_class& share) {
       return fraction_pair{a.x + share * (b.x - a.x), a.y + share * (b.y - a.y)};
     };

@@ -13,7 +13,7 @@ constexpr double kRounding = 0x1p-46;
 
 }  // namespace
 
-cut_pool::cut_pool(const problem& p, const distance_table& table) : problem_(p), table_(table) {
+cut_pool::cut_pool(const problem& p, const distance_table& table) : table_(table) {
   for (const order_run& r : p.runs()) lambda_.insert(lambda_.end(), r.count, r.weight);
 }
 

@@ -51,7 +51,6 @@ class cut_pool {
   }
   double doubt(const xy& a, const xy& b) const;
 
-  const problem& problem_;
   const distance_table& table_;
   std::vector<double> lambda_;  // by rank
   std::vector<cut> cuts_;
