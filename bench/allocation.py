@@ -19,7 +19,7 @@ from scipy.sparse import csr_matrix
 
 PUBLISHED = {2: 135.5222, 3: 105.2139, 4: 84.1536, 5: 72.2369, 6: 60.9713, 7: 54.5020, 8: 49.9393, 9: 45.6884,
              10: 41.6851, 15: 27.6282, 20: 19.3560, 25: 13.3016}
-FIFTY = os.path.join(os.path.dirname(os.path.abspath(__file__)), "eilon50.xy")
+FIFTY = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "examples", "eilon50.xy")
 
 
 def run(timer, path, count, starts, gap):

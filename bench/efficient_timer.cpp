@@ -7,17 +7,15 @@
 // efficient_set and of verify (0 where it would take long), whether it is proved, and the corners.
 // The program: per site x, y and both weights, then its edges as slopes.
 #include <algorithm>
-#include <cmath>
 #include <cstdlib>
-#include <ctime>
 #include <fstream>
 #include <iomanip>
 #include <iostream>
-#include <numbers>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "bench/optimum_programs.h"
 #include "planloc/optimum/efficient_set.h"
 
 namespace {
@@ -27,30 +25,11 @@ using namespace planloc;
 // Pieces times sites.
 constexpr std::size_t kLongestProof = 10'000'000;
 
-double cpu_milliseconds() {
-  timespec t{};
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-  return static_cast<double>(t.tv_sec) * 1e3 + static_cast<double>(t.tv_nsec) * 1e-6;
-}
-
-gauge random_ball(std::mt19937_64& random, int vertices) {
-  std::uniform_real_distribution<double> unit(0, 1);
-  const xy stretch{0.5 + unit(random), 0.5 + unit(random)};
-  const xy shift{0.2 * unit(random), 0.2 * unit(random)};
-  std::vector<xy> v;
-  for (int j = 0; j < vertices; ++j) {
-    const double angle = 2 * std::numbers::pi * (j + 0.5 * unit(random)) / vertices;
-    v.push_back({shift.x + stretch.x * std::cos(angle), shift.y + stretch.y * std::sin(angle)});
-  }
-  return gauge::polyhedral(v);
-}
-
 bicriteria_problem random_problem(const std::string& kind, std::size_t n, int vertices, int gauges,
                                   unsigned seed) {
   std::mt19937_64 random(seed);
   std::uniform_real_distribution<double> unit(0, 1);
-  std::vector<gauge> balls;
-  for (int k = 0; k < gauges; ++k) balls.push_back(random_ball(random, vertices));
+  std::vector<gauge> balls = bench::random_balls(random, gauges, vertices);
   std::vector<bicriteria_site> sites;
   for (std::size_t i = 0; i < n; ++i) {
     bicriteria_site s;
@@ -65,7 +44,7 @@ bicriteria_problem random_problem(const std::string& kind, std::size_t n, int ve
     s.gauge = static_cast<std::uint32_t>(random() % balls.size());
     sites.push_back(s);
   }
-  return {sites, balls};
+  return {std::move(sites), std::move(balls)};
 }
 
 void write(const bicriteria_problem& p, const char* file) {
@@ -74,13 +53,8 @@ void write(const bicriteria_problem& p, const char* file) {
   for (std::size_t i = 0; i < p.sites().size(); ++i) {
     const bicriteria_site& s = p.sites()[i];
     out << s.x << ' ' << s.y << ' ' << s.weight1 << ' ' << s.weight2;
-    const std::span<const xy> v = p.gauge_of(i).vertices();
-    for (std::size_t j = 0; j < v.size(); ++j) {
-      const xy a = v[j];
-      const xy b = v[(j + 1) % v.size()];
-      const double area = a.x * b.y - a.y * b.x;
-      out << ' ' << (b.y - a.y) / area << ' ' << (a.x - b.x) / area;
-    }
+    for (const xy& slope : bench::slopes_of(p.gauge_of(i), 1))
+      out << ' ' << slope.x << ' ' << slope.y;
     out << '\n';
   }
 }
@@ -95,16 +69,16 @@ int main(int argc, char** argv) {
   efficient_chain c;
   std::vector<double> times;
   for (int k = 0; k < 5; ++k) {
-    const double start = cpu_milliseconds();
+    const double start = bench::cpu_milliseconds();
     c = efficient_set(p);
-    times.push_back(cpu_milliseconds() - start);
+    times.push_back(bench::cpu_milliseconds() - start);
   }
   std::sort(times.begin(), times.end());
-  const double start = cpu_milliseconds();
+  const double start = bench::cpu_milliseconds();
   const bool is_long = c.pieces.size() * p.sites().size() > kLongestProof;
   const bool proved = is_long || verify(p, c).accepted;
   std::cout << std::setprecision(15) << c.curve.size() << ' ' << c.pieces.size() << ' ' << times[2]
-            << ' ' << cpu_milliseconds() - start << ' ' << proved;
+            << ' ' << bench::cpu_milliseconds() - start << ' ' << proved;
   for (const trade_off& t : c.curve) std::cout << ' ' << t.value1 << ' ' << t.value2;
   std::cout << '\n';
   if (argc > 6) write(p, argv[6]);

@@ -1,4 +1,4 @@
-// For optimum_timer.cpp and ordered_timer.cpp: random problems, and the same problems as linear and
+// For the timers of certified optima: random problems, and the same problems as linear and
 // mixed-integer programs for other solvers.
 #ifndef PLANLOC_BENCH_OPTIMUM_PROGRAMS_H_
 #define PLANLOC_BENCH_OPTIMUM_PROGRAMS_H_
@@ -69,7 +69,20 @@ struct linear_program {
   }
 };
 
-// The slope of a weighted distance on one edge of its gauge; the distance is slope . x - offset.
+// The slopes of a gauge times a weight on its edges: the gauge is the largest slope . offset.
+inline std::vector<xy> slopes_of(const gauge& g, double weight) {
+  const auto v = g.vertices();
+  std::vector<xy> slopes;
+  for (std::size_t j = 0; j < v.size(); ++j) {
+    const xy a = v[j];
+    const xy b = v[(j + 1) % v.size()];
+    const double scale = weight / (a.x * b.y - a.y * b.x);
+    slopes.push_back({scale * (b.y - a.y), scale * (a.x - b.x)});
+  }
+  return slopes;
+}
+
+// A weighted distance on one edge of its gauge is slope . x - offset.
 struct edge_piece {
   xy slope;
   double offset;
@@ -77,15 +90,9 @@ struct edge_piece {
 
 inline std::vector<edge_piece> pieces_of(const problem& p, int i) {
   const site& s = p.sites()[static_cast<std::size_t>(i)];
-  const auto v = p.gauge_of(static_cast<std::size_t>(i)).vertices();
   std::vector<edge_piece> pieces;
-  for (std::size_t j = 0; j < v.size(); ++j) {
-    const xy a = v[j];
-    const xy b = v[(j + 1) % v.size()];
-    const double scale = s.weight / (a.x * b.y - a.y * b.x);
-    const xy slope{scale * (b.y - a.y), scale * (a.x - b.x)};
+  for (const xy& slope : slopes_of(p.gauge_of(static_cast<std::size_t>(i)), s.weight))
     pieces.push_back({slope, slope.x * s.x + slope.y * s.y});
-  }
   return pieces;
 }
 
@@ -213,13 +220,18 @@ inline gauge random_ball(std::mt19937_64& random, int vertices) {
   return gauge::polyhedral(v);
 }
 
+inline std::vector<gauge> random_balls(std::mt19937_64& random, int gauges, int vertices) {
+  std::vector<gauge> balls;
+  for (int k = 0; k < gauges; ++k) balls.push_back(random_ball(random, vertices));
+  return balls;
+}
+
 // Weights from 1 to 10 and `gauges` random gauges.
 inline problem random_problem(std::size_t n, int vertices, int gauges, unsigned seed,
                               const order_weights& lambda) {
   std::mt19937_64 random(seed);
   std::uniform_real_distribution<double> unit(0, 1);
-  std::vector<gauge> balls;
-  for (int k = 0; k < gauges; ++k) balls.push_back(random_ball(random, vertices));
+  std::vector<gauge> balls = random_balls(random, gauges, vertices);
   std::vector<site> sites;
   for (std::size_t i = 0; i < n; ++i) {
     const double x = kExtent * unit(random);

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <fstream>
 #include <limits>
 #include <string>
 #include <vector>
@@ -15,18 +16,14 @@ namespace planloc {
 namespace {
 
 // Eilon, Watson-Gandy and Christofides, "Distribution Management" (1971): 50 sites of weight 1.
-const std::vector<site> kFifty = {
-    {1.33, 8.89}, {1.89, 0.77}, {9.27, 1.49}, {9.46, 9.36}, {9.20, 8.69}, {7.43, 1.61},
-    {6.08, 1.34}, {5.57, 4.60}, {6.70, 2.77}, {8.99, 2.45}, {8.93, 7.00}, {8.60, 0.53},
-    {4.01, 0.31}, {3.34, 4.01}, {6.75, 5.57}, {7.36, 4.03}, {1.24, 6.69}, {3.13, 1.92},
-    {8.86, 8.74}, {4.18, 3.74}, {2.22, 4.35}, {0.88, 7.02}, {8.53, 7.04}, {6.49, 6.22},
-    {4.53, 7.87}, {4.46, 7.91}, {2.83, 9.88}, {3.39, 5.65}, {0.75, 4.98}, {7.55, 5.79},
-    {8.45, 0.69}, {3.33, 5.78}, {6.27, 3.66}, {7.31, 1.61}, {6.37, 7.02}, {7.23, 7.05},
-    {1.68, 6.45}, {3.54, 7.06}, {7.67, 4.17}, {2.20, 1.12}, {3.57, 1.99}, {7.34, 1.38},
-    {6.58, 4.49}, {5.00, 9.00}, {6.63, 5.23}, {5.89, 8.06}, {1.13, 5.25}, {1.90, 8.35},
-    {1.74, 1.37}, {9.39, 6.44}};
+std::vector<site> read_fifty() {
+  std::vector<site> sites;
+  std::ifstream in(EXAMPLES "/eilon50.xy");
+  for (site s; in >> s.x >> s.y;) sites.push_back(s);
+  return sites;
+}
 
-allocation_problem fifty(std::size_t count) { return {kFifty, {gauge::euclidean()}, count}; }
+allocation_problem fifty(std::size_t count) { return {read_fifty(), {gauge::euclidean()}, count}; }
 
 void expect_proved(const allocation_problem& p, const allocation& a) {
   const allocation_check c = verify(p, a);

@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "planloc/foundation/numeric/double_double.h"
+#include "planloc/foundation/geometry/double_double_xy.h"
 
 namespace planloc::detail {
 namespace {
@@ -17,49 +17,16 @@ bool is_ordinary(double d) {
 
 bool is_ordinary(const xy& p) { return is_ordinary(p.x) && is_ordinary(p.y); }
 
-// A value that is off by at most `error`.
-struct estimate {
-  double_double value;
-  double error;
-};
-
-struct exact_vec {
-  exact_vec(const xy& from, const xy& to)
-      : x(exact_difference(to.x, from.x)), y(exact_difference(to.y, from.y)) {}
-  double_double x;
-  double_double y;
-};
-
-// Two products and a sum, each with the error E = kDoubleDoubleError of |p| + |q|; 4E covers them
-// and the rounding of the bound itself.
-estimate cross(const exact_vec& u, const exact_vec& v) {
-  const double_double p = u.x * v.y;
-  const double_double q = u.y * v.x;
-  return {p - q, 4.0 * kDoubleDoubleError * (std::fabs(p.hi) + std::fabs(q.hi))};
-}
-
-// n / d. With |true d| >= |d| - error >= |d| / 2 the quotient is off by at most
-// (n.error + |n / d| d.error) / (|d| / 2) + E |n / d|.
-estimate quotient(const estimate& n, const estimate& d) {
-  const double_double q = n.value / d.value;
-  const double size = std::fabs(q.hi);
-  return {q, 2.5 * (n.error + size * d.error) / std::fabs(d.value.hi) +
-                 2.0 * kDoubleDoubleError * size};
-}
-
-// The double nearest to start + direction * t. The interval start + direction * t +- error lies
-// within half a unit of the result just if adding either end of the rest to it changes nothing;
-// ties among the ends themselves go to the even neighbour, as they should.
-// The error holds 8E (|start| + |product|), of which the product and the sum use 3E and the
-// rounding of low +- error, at most 2^-106 of the sum, less than E.
-std::optional<double> nearest(double start, const double_double& direction, const estimate& t) {
+// The double nearest to start + direction * t. The error holds 8E (|start| + |product|), of which
+// the product and the sum use 3E and the rounding of low +- error, at most 2^-106 of the sum, less
+// than E.
+std::optional<double> nearest(double start, const double_double& direction,
+                              const double_double_estimate& t) {
   const double_double product = direction * t.value;
   const double_double sum = double_double{start, 0.0} + product;
   const double error = 1.5 * std::fabs(direction.hi) * t.error +
                        8.0 * kDoubleDoubleError * (std::fabs(start) + std::fabs(product.hi));
-  const bool is_certain =
-      sum.hi + (sum.lo + error) == sum.hi && sum.hi + (sum.lo - error) == sum.hi;
-  return is_certain ? std::optional(sum.hi) : std::nullopt;
+  return surely_nearest(sum, error) ? std::optional(sum.hi) : std::nullopt;
 }
 
 bool is_zero(const double_double& d) { return d.hi == 0.0; }
@@ -68,8 +35,8 @@ bool is_zero(const double_double& d) { return d.hi == 0.0; }
 
 std::optional<int> certain_turn(const xy& a, const xy& b, const xy& c, const xy& d) {
   if (!is_ordinary(a) || !is_ordinary(b) || !is_ordinary(c) || !is_ordinary(d)) return std::nullopt;
-  const exact_vec u(a, b);
-  const exact_vec v(c, d);
+  const double_double_xy u = exact_difference(b, a);
+  const double_double_xy v = exact_difference(d, c);
   if (u.x.lo != 0.0 || u.y.lo != 0.0 || v.x.lo != 0.0 || v.y.lo != 0.0) return std::nullopt;
   const double_double p = exact_product(u.x.hi, v.y.hi);
   const double_double q = exact_product(u.y.hi, v.x.hi);
@@ -79,11 +46,11 @@ std::optional<int> certain_turn(const xy& a, const xy& b, const xy& c, const xy&
 
 std::optional<xy> certain_crossing(const xy& a, const xy& b, const xy& c, const xy& d) {
   if (!is_ordinary(a) || !is_ordinary(b) || !is_ordinary(c) || !is_ordinary(d)) return std::nullopt;
-  const exact_vec u(a, b);
-  const exact_vec v(c, d);
-  const estimate turn = cross(u, v);
+  const double_double_xy u = exact_difference(b, a);
+  const double_double_xy v = exact_difference(d, c);
+  const double_double_estimate turn = cross(u, v);
   if (std::fabs(turn.value.hi) <= 2.0 * turn.error) return std::nullopt;
-  const estimate t = quotient(cross(exact_vec(a, c), v), turn);
+  const double_double_estimate t = quotient(cross(exact_difference(c, a), v), turn);
   // A line along an axis keeps its coordinate as it is.
   const auto x = is_zero(u.x) ? a.x : is_zero(v.x) ? std::optional(c.x) : nearest(a.x, u.x, t);
   if (!x) return std::nullopt;

@@ -23,32 +23,6 @@ double size_of(const xy& v) { return std::fabs(v.x) + std::fabs(v.y); }
 double dot(const xy& a, const xy& b) { return a.x * b.x + a.y * b.y; }
 double cross(const xy& a, const xy& b) { return a.x * b.y - a.y * b.x; }
 
-// A value that is off by at most `error`.
-struct estimate {
-  double_double value;
-  double error;
-};
-
-estimate cross(const double_double_xy& u, const double_double_xy& v) {
-  const double_double p = u.x * v.y;
-  const double_double q = u.y * v.x;
-  return {p - q, 4 * kDoubleDoubleError * (std::fabs(p.hi) + std::fabs(q.hi))};
-}
-
-// REQUIRES: |d| >= 2 d.error.
-estimate quotient(const estimate& n, const estimate& d) {
-  const double_double q = n.value / d.value;
-  const double size = std::fabs(q.hi);
-  return {q,
-          2.5 * (n.error + size * d.error) / std::fabs(d.value.hi) + 2 * kDoubleDoubleError * size};
-}
-
-double_double_xy exact_pair(const xy& v) { return {{v.x, 0}, {v.y, 0}}; }
-
-bool surely_nearest(const double_double& d, double error) {
-  return d.hi + (d.lo + error) == d.hi && d.hi + (d.lo - error) == d.hi;
-}
-
 double_double to_pair(const mpq_class& q) {
   const double hi = to_nearest(exact_xy{q, 0}).x;
   return {hi, to_nearest(exact_xy{q - hi, 0}).x};
@@ -89,11 +63,10 @@ bool rung_place::cross_in_pairs() {
   const xy a = position(*problem_, lines_[0].site);
   const xy b = position(*problem_, lines_[1].site);
   const xy v = direction_of(*problem_, lines_[0]);
-  const double_double_xy w = exact_pair(direction_of(*problem_, lines_[1]));
-  const estimate area = cross(exact_pair(v), w);
+  const double_double_xy w = to_double_double(direction_of(*problem_, lines_[1]));
+  const double_double_estimate area = cross(to_double_double(v), w);
   if (!(std::fabs(area.value.hi) > 2 * area.error)) return false;
-  const double_double_xy from_a{exact_difference(b.x, a.x), exact_difference(b.y, a.y)};
-  const estimate step = quotient(cross(from_a, w), area);
+  const double_double_estimate step = quotient(cross(exact_difference(b, a), w), area);
   const double_double along_x = double_double{v.x, 0} * step.value;
   const double_double along_y = double_double{v.y, 0} * step.value;
   pair_ = {double_double{a.x, 0} + along_x, double_double{a.y, 0} + along_y};
@@ -204,7 +177,7 @@ double ray_arrangement::rate(std::uint32_t ray, const xy& d) const {
   const double rounded = p - q;
   if (std::fabs(rounded) > 0x1p-3 * (std::fabs(p) + std::fabs(q)) && std::fabs(rounded) > 0x1p-900)
     return rounded;
-  const estimate e = cross(exact_pair(v), exact_pair(d));
+  const double_double_estimate e = cross(to_double_double(v), to_double_double(d));
   if (std::fabs(e.value.hi) > 0x1p52 * e.error && std::fabs(e.value.hi) > 0x1p-900)
     return e.value.hi;
   return to_nearest(exact_xy{detail::cross(to_exact(v), to_exact(d)), 0}).x;

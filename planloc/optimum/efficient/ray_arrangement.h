@@ -13,15 +13,11 @@
 #include <optional>
 #include <vector>
 
-#include "planloc/foundation/numeric/double_double.h"
+#include "planloc/foundation/geometry/double_double_xy.h"
 #include "planloc/optimum/efficient_set.h"
 #include "planloc/optimum/exact/exact_place.h"
 
 namespace planloc::detail {
-
-struct double_double_xy {
-  double_double x, y;
-};
 
 // A place in rising exactness: counted from the arrangement's base in doubles; in pairs of doubles;
 // in fractions, once they are asked for.
