@@ -139,7 +139,7 @@ class general_search {
   double half_of_square(const detail::recession& far) const;
   bool give_up(const cell& c);
   double bound() const;
-  double proved_bound() const;
+  double proved_bound();
   bool must_stop();
   double seconds() const;
   double extent() const;
@@ -164,6 +164,7 @@ class general_search {
   std::vector<task> batch_;
   std::size_t cells_ = 0;
   std::size_t cells_to_report_ = 0;  // at which the next report is due
+  double reported_bound_ = -std::numeric_limits<double>::infinity();
   double stepped_from_ = std::numeric_limits<double>::infinity();  // a value, to zero
   bool stopped_ = false;
   std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
@@ -185,16 +186,12 @@ double general_search::bound() const {
   return never_negative_ ? std::max(least, 0.0) : least;
 }
 
-// Less than the bound by what the roundings in the open cells can do.
-double general_search::proved_bound() const {
-  double least = bound();
-  for (const auto& c : tree_.open_cells()) least = std::min(least, c->bound - margin(*c));
-  return least;
-}
+double general_search::proved_bound() { return std::min(tree_.prune(), best_.value - tolerance()); }
 
 bool general_search::must_stop() {
   if (options_.progress && cells_ >= cells_to_report_) {
-    options_.progress({best_.value, bound(), tree_.open_cells().size()});
+    reported_bound_ = std::max(reported_bound_, bound());
+    options_.progress({best_.value, reported_bound_, tree_.open_cells().size()});
     cells_to_report_ = cells_ + kCellsBetweenReports;
   }
   return options_.stop.stop_requested() || seconds() > options_.seconds || cells_ >= options_.cells;
@@ -296,7 +293,8 @@ void general_search::take(std::unique_ptr<cell> c, const detail::evaluation& at_
   ++cells_;
   if (at_centroid.value < best_.value) offer(detail::to_exact(at_centroid.at), at_centroid.value);
   if (where_ && where_->nothing_permitted(c->corners)) return tree_.close(*c, reason::forbidden);
-  tree_.push(std::move(c));
+  const double proved = c->bound - margin(*c);
+  tree_.push(std::move(c), proved);
 }
 
 // Without exact solutions the cells on the sides of regions never end.

@@ -146,7 +146,8 @@ recession test_recession(const problem& p, const distance_table& table, double l
       falls = true;
       result.direction = e.at;
     }
-    tree.push(std::move(c));
+    const double bound = c->bound;
+    tree.push(std::move(c), bound);
   };
   for (const triangle& side : unit_sides()) {
     std::unique_ptr<cell> root = bounder.whole(origin, side);

@@ -19,19 +19,25 @@ class search_tree {
   void add_root(cell& c);
   // Puts two halves below their cell.
   void add_halves(const cell& parent, cell& one, cell& other);
-  void close(const cell& c, reason r) { nodes_[c.node].why = r; }
+  // Nothing better than what is known lies there.
+  void close(const cell& c, reason r);
 
-  void push(std::unique_ptr<cell> c);
+  // `proved` is the bound less what roundings can do.
+  void push(std::unique_ptr<cell> c, double proved);
   // The open cell with the least bound; of equal ones the one that is older in the tree.
   std::unique_ptr<cell> pop();
   bool empty() const { return open_.empty(); }
   const std::vector<std::unique_ptr<cell>>& open_cells() const { return open_; }
   double least_bound() const { return open_.front()->bound; }
 
+  // Halves with a worse bound than their cell had are taken back, so a search that goes on longer
+  // proves no less. Returns the least bound of a leaf.
+  double prune();
   std::vector<reason> reasons() const;
 
  private:
   struct node {
+    double proved;
     reason why;
     std::uint32_t first_child;  // of two; 0 for a leaf
   };
