@@ -4,6 +4,8 @@
 #ifndef PLANLOC_TESTS_OPTIMUM_ARRANGEMENT_H_
 #define PLANLOC_TESTS_OPTIMUM_ARRANGEMENT_H_
 
+#include <gmpxx.h>
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -11,9 +13,35 @@
 #include <utility>
 #include <vector>
 
-#include "planloc/optimum/problem.h"
+#include "planloc/optimum/solution.h"
 
 namespace planloc {
+
+// f of a place without loss, by all edges of all unit balls.
+inline mpq_class exact_value(const problem& p, const mpq_class& x, const mpq_class& y) {
+  std::vector<mpq_class> distance;
+  for (std::size_t i = 0; i < p.sites().size(); ++i) {
+    const site& s = p.sites()[i];
+    const std::span<const xy> v = p.gauge_of(i).vertices();
+    mpq_class most = 0;
+    for (std::size_t j = 0; j < v.size(); ++j) {
+      const mpq_class ax(v[j].x), ay(v[j].y);
+      const xy& b = v[(j + 1) % v.size()];
+      const mpq_class area = ax * b.y - ay * b.x;
+      most = std::max(most, mpq_class(((b.y - ay) * (x - s.x) - (b.x - ax) * (y - s.y)) / area));
+    }
+    distance.push_back(most * s.weight);
+  }
+  std::sort(distance.begin(), distance.end());
+  mpq_class sum;
+  for (std::size_t k = 0; k < distance.size(); ++k) sum += p.lambda(k) * distance[k];
+  return sum;
+}
+
+inline mpq_class exact_value(const problem& p, const solution& s) {
+  if (s.exact.empty()) return exact_value(p, mpq_class(s.point.x), mpq_class(s.point.y));
+  return exact_value(p, mpq_class(s.exact.x), mpq_class(s.exact.y));
+}
 
 // All of these lines, whole and in absolute coordinates.
 struct test_line {

@@ -39,7 +39,14 @@ TEST(Convex, TheWholeSetOfOptima) {
   const solution between = minimise(segment);
   EXPECT_EQ(between.optima.corners.size(), 2);
   EXPECT_TRUE(verify(segment, between).optima_proved);
-  for (const auto& [p, s] : {std::pair{&square, &good}, {&segment, &between}}) {
+  // One function alone is the bound, and the corners are fractions.
+  const problem slanted({{1, -1}, {1, -1}, {3, 1}, {.x = 2, .y = 0, .gauge = 1}},
+                        {gauge::linf(), gauge::l1()}, order_weights::k_centrum(2));
+  const solution thirds = minimise(slanted);
+  EXPECT_EQ(thirds.optima.corners.size(), 2);
+  EXPECT_TRUE(verify(slanted, thirds).optima_proved);
+  for (const auto& [p, s] :
+       {std::pair{&square, &good}, {&segment, &between}, {&slanted, &thirds}}) {
     for (std::size_t k = 0; k < s->optima.corners.size(); ++k) {
       solution spoiled = *s;
       spoiled.optima.corners[k].x = std::nextafter(spoiled.optima.corners[k].x, 9);

@@ -106,6 +106,48 @@ TEST(General, LimitsAndNarrowCases) {
   EXPECT_EQ(verify(zero, minimise(zero)).gap, 0);
 }
 
+// Each ends with a proved gap of 0, which all but one of the means would miss.
+TEST(General, HardEndings) {
+  const gauge triangle = gauge::polyhedral({{2, 0}, {0, 1}, {-1, -1}});
+  const gauge diamond = gauge::polyhedral({{2, 1}, {-1, 2}, {-2, -1}, {1, -2}});
+  const struct {
+    const char* name;
+    problem p;
+  } cases[] = {
+      {"a light site decides on triangles far below the extent of the square",
+       {{{9.15, 8.26, 29833},
+         {9.15, 8.26, 3472},
+         {8.5, 8.68, 5e-5},
+         {3.2, 6.36, 2.3e-5},
+         {6.9, 7.7, 3e-5},
+         {.6, 9, .01},
+         {4.7, 7.5, 1.2e-4}},
+        {gauge::l1()},
+        order_weights({0, 1, 1, 0, 0, 0, 0})}},
+      {"planes that tie at a corner, of which the check has to take other ones than the search",
+       {{{2, 2, 2, 0},
+         {2, 1, 2, 2},
+         {3, 3, 0.0028482227267504555, 1},
+         {2, 2, 2, 1},
+         {1, 3, 1, 2},
+         {3, 1, 1, 0},
+         {3, 3, 8013.5357627209278, 2},
+         {2, 1, 1, 1}},
+        {triangle, diamond, diamond},
+        order_weights({0, 1, 1, 1, 0, 1, 1, 0})}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    minimise_options options;
+    options.cells = 20000;
+    const solution s = minimise(c.p, options);
+    EXPECT_EQ(s.status, solution_status::optimal);
+    const verification v = verify(c.p, s);
+    EXPECT_TRUE(v.accepted) << v.reason;
+    EXPECT_EQ(v.gap, 0);
+  }
+}
+
 TEST(General, VerifyRefusesWhatWasSpoiled) {
   instance_source source(15);
   const auto proof = [](solution& s) -> branch_certificate& {

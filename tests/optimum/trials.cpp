@@ -27,9 +27,8 @@ namespace {
 // After so many a search counts as not solved.
 constexpr std::size_t kCells = 200000;
 constexpr std::size_t kSmoothCells = 20000;
-// Of the terms of f: roundings of values, and what crossings in doubles can be off by.
+// Of the terms of f: roundings of values of crossings.
 constexpr double kRounding = 1e-12;
-constexpr double kCrossing = 1e-7;
 
 struct trial {
   problem p;
@@ -114,8 +113,8 @@ std::string fault_of_value(const problem& p, const solution& s, bool optima_prov
   if (growth < -1e-9 * size_of_growth) return "unbounded, but not found so";
   const arrangement::optima best = all.find();
   if (s.value > best.value + kRounding * best.size) return "worse than a crossing";
-  if (s.value < best.value - kCrossing * (best.size + std::fabs(s.value)))
-    return "below all crossings";
+  const mpq_class exact = exact_value(p, s);
+  if (abs(mpq_class(s.value - exact)) > 0x1p-50 * abs(exact)) return "not the value of the place";
   if (!p.convex()) return "";
   return optima_proved ? fault_of_set(p, s, all) : "the set of optima is not proved";
 }

@@ -30,7 +30,7 @@ constexpr double kSmoothAim = 5e-11;
 constexpr double kSideGap = 1e-7;
 // Of a gap that is asked for: what the search aims at, so that roundings do not spoil it.
 constexpr double kAimed = 1 - 0x1p-30;
-// Smaller cells are beyond what doubles can tell.
+// Halvings of a triangle of the sites' extent: smaller ones are beyond what doubles can tell.
 constexpr int kMostDepth = 100;
 // How many break lines are worth an exact close: the smaller the cell beside the extent, the more
 // of them are there to stay, since they meet in one place.
@@ -159,6 +159,7 @@ class general_search {
   bool never_negative_;
   std::optional<detail::cell_regions> where_;  // unless all of the plane is permitted
   search_tree tree_;
+  int most_depth_ = kMostDepth;
   incumbent best_;
   double floor_ = std::numeric_limits<double>::infinity();  // bounds of cells that were given up
   std::vector<task> batch_;
@@ -280,6 +281,7 @@ double general_search::half_of_square(const detail::recession& far) const {
 void general_search::start(double half) {
   const auto x = [half](double shift) { return half * (branch_certificate::kShiftX + shift); };
   const auto y = [half](double shift) { return half * (branch_certificate::kShiftY + shift); };
+  most_depth_ += 2 * std::max(0, std::ilogb(half / extent_));
   const detail::xy a{x(-1), y(-1)}, b{x(1), y(-1)}, c{x(1), y(1)}, d{x(-1), y(1)};
   for (const detail::triangle& t : {detail::triangle{a, b, d}, detail::triangle{c, d, b}}) {
     std::unique_ptr<cell> root = workers_[0]->bounder.whole(problem_, t);
@@ -336,7 +338,7 @@ void general_search::work_on(task& t, worker& w) const {
     t.outcome = task::end::solved;
     return;
   }
-  if (t.c->depth >= kMostDepth || !detail::halves_exactly(t.c->corners)) {
+  if (t.c->depth >= most_depth_ || !detail::halves_exactly(t.c->corners)) {
     t.outcome = task::end::too_deep;
     return;
   }

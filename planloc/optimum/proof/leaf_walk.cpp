@@ -90,8 +90,8 @@ void leaf_walk::visit(triangle_state t) {
 }
 
 // Where several sites tie at a corner, planes may be chosen otherwise than the search did, and be
-// worse: others, taken off the corners, or its halves may then still prove what the triangle does
-// not.
+// worse: others, taken off the corners, its halves, or all crossings of a small part may then still
+// prove what the triangle does not. A bound is above an optimum, so no crossing may be one.
 void leaf_walk::prove_by_bound(triangle_state t, int halvings) {
   const std::size_t linear_above = linear_.size();
   const auto proved = [&] {
@@ -104,9 +104,12 @@ void leaf_walk::prove_by_bound(triangle_state t, int halvings) {
     done = proved();
     if (done) break;
   }
-  if (!done) {
-    if (halvings == kMostHalvings)
+  if (!done && halvings == kMostHalvings) {
+    if (t.at[1] == t.at[2] || !sites_.owner().polyhedral() ||
+        t.decided.size() + t.undecided.size() > kMostOpen || !exceeds_at_crossings(t, true)) {
       refuse("triangle " + std::to_string(name_) + ": its bound is too low");
+    }
+  } else if (!done) {
     auto [one, other] = halves_of(std::move(t));
     prove_by_bound(std::move(one), halvings + 1);
     prove_by_bound(std::move(other), halvings + 1);

@@ -68,6 +68,8 @@ class leaf_walk {
  private:
   static constexpr std::size_t kPoints = 4;
   static constexpr int kMostHalvings = 8;
+  // Sites that are not linear or not decided, for crossings in place of a bound.
+  static constexpr std::size_t kMostOpen = 32;
   // Where the places of the tangents move to from the corners, and by what part of the way.
   enum class aim : std::uint8_t { nothing, middle, next_corner, last_corner };
   static constexpr double kOff = 0x1p-7;
@@ -104,6 +106,7 @@ class leaf_walk {
   void add_steps(const triangle_state& t, rows& r) const;
 
   void check_exactly(const triangle_state& t) const;
+  bool exceeds_at_crossings(const triangle_state& t, bool strictly) const;
   void add_sides(const corners& t, std::set<straight_line>& lines) const;
   std::vector<std::size_t> edges_on(const triangle_state& t, std::uint32_t site) const;
   std::set<straight_line> lines_on(const triangle_state& t) const;

@@ -105,11 +105,11 @@ std::set<straight_line> leaf_walk::lines_on(const triangle_state& t) const {
   return lines;
 }
 
-// Whether f is at least what the walk is after at places of one triangle.
+// Whether f is at least what the walk is after, or more, at places of one triangle.
 class place_check {
  public:
-  place_check(const leaf_walk& walk, const triangle_state& t)
-      : walk_(walk), triangle_(t), linear_(walk.sites_) {
+  place_check(const leaf_walk& walk, const triangle_state& t, bool strictly)
+      : walk_(walk), triangle_(t), strictly_(strictly), linear_(walk.sites_) {
     for (const leaf_walk::linear_site& s : walk.linear_) linear_.add(s.site, s.edge, s.lambda);
     for (const seen_site& s : t.undecided) open_.push_back(s.site);
     distance_.resize(open_.size());
@@ -134,7 +134,7 @@ class place_check {
       for (const std::size_t end = k + r.count; k < end; ++k)
         value = value + interval(r.weight) * interval(low[k], high[k]);
     }
-    return value.low >= walk_.least_in_doubles_;
+    return strictly_ ? value.low > walk_.least_in_doubles_ : value.low >= walk_.least_in_doubles_;
   }
 
   bool exactly(const fraction_pair& at) const {
@@ -142,12 +142,14 @@ class place_check {
     for (const seen_site& s : triangle_.decided)
       loads.add(s.site, walk_.sites_.active_edge(s.site, at), s.lambda);
     add_in_order(walk_.sites_, open_, triangle_.runs, at, loads);
-    return loads.value(at) >= walk_.least_ || (walk_.where_ && !walk_.where_->permits(at));
+    const int sign = cmp(loads.value(at), walk_.least_);
+    return sign >= (strictly_ ? 1 : 0) || (walk_.where_ && !walk_.where_->permits(at));
   }
 
  private:
   const leaf_walk& walk_;
   const triangle_state& triangle_;
+  bool strictly_;
   fraction_loads linear_;
   std::vector<std::uint32_t> open_;
   std::vector<interval> distance_;
@@ -228,25 +230,27 @@ void leaf_walk::add_sides(const corners& t, std::set<straight_line>& lines) cons
   }
 }
 
-// At the corners and at all crossings of two lines, or of a line and a side. In intervals, and
-// without loss where they cannot tell; of lines that meet in a place without loss once.
 void leaf_walk::check_exactly(const triangle_state& t) const {
   if (!sites_.owner().polyhedral()) refuse("exact triangles need polyhedral gauges");
+  if (!exceeds_at_crossings(t, false))
+    refuse("triangle " + std::to_string(name_) + ": one of its places has a lower value");
+}
+
+// At the corners and at all crossings of two lines, or of a line and a side. In intervals, and
+// without loss where they cannot tell; of lines that meet in a place without loss once.
+bool leaf_walk::exceeds_at_crossings(const triangle_state& t, bool strictly) const {
   const half_planes area(t.at);
   if (area.flat()) refuse("triangle " + std::to_string(name_) + ": it has no area");
-  place_check check(*this, t);
-  const auto too_low = [&] {
-    refuse("triangle " + std::to_string(name_) + ": one of its places has a lower value");
-  };
+  place_check check(*this, t, strictly);
   for (const xy& c : t.at) {
-    if (!check.surely(exactly(c)) && !check.exactly(in_fractions(c))) too_low();
+    if (!check.surely(exactly(c)) && !check.exactly(in_fractions(c))) return false;
   }
   std::vector<rounded_line> all;
   std::set<straight_line> breaks = lines_on(t);
   if (where_ != nullptr) {
     add_sides(t.at, breaks);
     for (const fraction_pair& c : where_->corners_in(t.at)) {
-      if (!check.exactly(c)) too_low();
+      if (!check.exactly(c)) return false;
     }
   }
   for (const straight_line& l : breaks) all.emplace_back(l);
@@ -261,11 +265,12 @@ void leaf_walk::check_exactly(const triangle_state& t) const {
         continue;
       const auto at = crossing(all[i].exact, all[k].exact);
       if (!at || area.outside(*at)) continue;
-      if (!check.exactly(*at)) too_low();
+      if (!check.exactly(*at)) return false;
       std::vector<bool>& passes = met.emplace_back();
       for (const rounded_line& l : all) passes.push_back(l.passes(*at));
     }
   }
+  return true;
 }
 
 }  // namespace planloc::detail

@@ -67,24 +67,22 @@ class least_set {
            (is_nearest(first, other->at) && is_nearest(last, one->at));
   }
 
-  // Two functions that touch f in the middle and rise to the two sides leave a line if they are
-  // level along the same one.
+  // Level sets end where functions that touch f cross a line through the middle from both sides. If
+  // they are level along the same line, in one place, the set lies on it. The middle itself, of
+  // rounded corners, seldom does.
   bool is_segment(const optimal_set& claimed) const {
     const xy& a = claimed.corners[0];
     const xy& b = claimed.corners[1];
     const fraction_pair middle{(mpq_class(a.x) + mpq_class(b.x)) / 2,
                                (mpq_class(a.y) + mpq_class(b.y)) / 2};
-    if (value(middle) != least_) return false;
     const fraction_pair across{mpq_class(a.y) - mpq_class(b.y), mpq_class(b.x) - mpq_class(a.x)};
     const auto left = end_of(middle, across, 1);
     const auto right = end_of(middle, {-across.x, -across.y}, 1);
-    if (!left || !right) return false;
+    if (!left || !right || left->at.x != right->at.x || left->at.y != right->at.y) return false;
     const fraction_pair& slope = left->beyond.slope;
-    if (sgn(value_excess(*left, middle)) != 0 || sgn(value_excess(*right, middle)) != 0 ||
-        sgn(cross(slope, right->beyond.slope)) != 0) {
+    if (sgn(cross(slope, right->beyond.slope)) != 0 || sgn(dot(slope, right->beyond.slope)) >= 0)
       return false;
-    }
-    return is_on_line(claimed, middle, {-slope.y, slope.x});
+    return is_on_line(claimed, left->at, {-slope.y, slope.x});
   }
 
   // Through the middle of each claimed side a ray from inside finds the line of a true side. The
@@ -116,10 +114,6 @@ class least_set {
     affine_function beyond;  // nowhere above f, above the least value from `at` on
   };
 
-  mpq_class value_excess(const border& b, const fraction_pair& at) const {
-    return value_at(b.beyond, at) - least_;
-  }
-
   affine_function touching(const fraction_pair& at) const {
     fraction_loads loads(sites_);
     add_in_order(sites_, all_, sites_.owner().runs(), at, loads);
@@ -127,8 +121,8 @@ class least_set {
   }
   mpq_class value(const fraction_pair& at) const { return value_at(touching(at), at); }
 
-  // The last place with the least value on a ray that starts with one: Newton's method from
-  // outside, where any function that touches f rises along the ray.
+  // The last place with the least value on the line of a ray: Newton's method from outside, where
+  // any function that touches f rises along the ray.
   std::optional<border> end_of(const fraction_pair& from, const fraction_pair& u,
                                double start) const {
     mpq_class t(start);
@@ -142,7 +136,9 @@ class least_set {
         t *= 2;
         continue;
       }
-      t -= excess / dot(f.slope, u);
+      const mpq_class rise = dot(f.slope, u);
+      if (sgn(rise) <= 0) return std::nullopt;  // the ray misses the set
+      t -= excess / rise;
       beyond = std::move(f);
     }
     return std::nullopt;
