@@ -198,14 +198,18 @@ inline linear_program range_program(const problem& p) {
   return lp;
 }
 
-inline void write(const linear_program& lp, const std::string& file) {
-  std::ofstream out(file);
+inline void write(const linear_program& lp, std::ostream& out) {
   out << std::setprecision(17) << lp.right.size() << ' ' << lp.columns.size() << ' '
       << lp.entries.size() << '\n';
   for (const column& c : lp.columns)
     out << c.cost << ' ' << c.low << ' ' << c.high << ' ' << c.integer << '\n';
   for (const double r : lp.right) out << r << '\n';
   for (const entry& e : lp.entries) out << e.row << ' ' << e.column << ' ' << e.value << '\n';
+}
+
+inline void write(const linear_program& lp, const std::string& file) {
+  std::ofstream out(file);
+  write(lp, out);
 }
 
 inline gauge random_ball(std::mt19937_64& random, int vertices) {

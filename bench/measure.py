@@ -1,0 +1,178 @@
+"""Contestants as processes, and the interleaved measuring of a row.
+
+A contestant is a process that makes its input, says "ready", and then answers each line, a number of calls, with the
+CPU milliseconds of one call and its value: `contest` (contest.cpp), peers.py, ucminf.R. All contestants of a row
+take turns, so that what else the machine does meets all of them alike. Memory is how much the resident size
+of the process rose above what it was with its input made; a third number in the answer takes its place.
+"""
+import math
+import os
+import select
+import statistics
+import subprocess
+import sys
+import time
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+
+
+class TooLong(Exception):
+    pass
+
+
+class Contestant:
+    def __init__(self, command, patience):
+        self.patience = patience
+        self.memory = 0
+        self.process = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, bufsize=0)
+        self.rest = b""
+        line = self.answer(max(60, patience))
+        if line != "ready":
+            raise RuntimeError(f"{' '.join(command)}: {line!r} instead of ready")
+        with open(f"/proc/{self.process.pid}/clear_refs", "w") as peak:
+            peak.write("5")
+        self.resident = self.status("VmRSS")
+
+    def status(self, key):
+        with open(f"/proc/{self.process.pid}/status") as lines:
+            return next(1024 * int(line.split()[1]) for line in lines if line.startswith(key))
+
+    def answer(self, seconds):
+        end = time.monotonic() + seconds
+        while b"\n" not in self.rest:
+            if not select.select([self.process.stdout], [], [], max(0, end - time.monotonic()))[0]:
+                raise TooLong
+            more = os.read(self.process.stdout.fileno(), 4096)
+            if not more:
+                raise RuntimeError(f"{self.process.args} ended with {self.process.wait()}")
+            self.rest += more
+        line, self.rest = self.rest.split(b"\n", 1)
+        return line.decode()
+
+    def call(self, count):
+        """CPU milliseconds of one of `count` calls, and the value."""
+        self.process.stdin.write(f"{count}\n".encode())
+        spent, value, *memory = map(float, self.answer(self.patience).split())
+        self.memory = memory[0] if memory else max(0, self.status("VmHWM") - self.resident)
+        return spent, value
+
+    def end(self):
+        self.process.kill()
+        self.process.wait()
+        self.process.stdin.close()
+        self.process.stdout.close()
+
+
+def median_of(times):
+    return statistics.median(times) if times else math.nan
+
+
+class Effort:
+    """How long a row may take; quick for a look, full for the page."""
+
+    def __init__(self, quick):
+        self.repetitions = 5 if quick else 9
+        self.batch = 2 if quick else 8  # least CPU milliseconds of a measured batch of calls
+        self.patience = 4 if quick else 5  # seconds of one call, above which a contestant leaves
+        self.budget = 4 if quick else 12  # seconds of one size
+
+
+class Race:
+    """One size of a row with one seed."""
+
+    def __init__(self, row, size, seed, names, command_of, effort):
+        self.row, self.effort = row, effort
+        self.times = {name: [] for name in names}
+        self.values, self.memory, self.left = {}, {}, {}
+        self.running = {}
+        self.batch = {}
+        for name in names:
+            try:
+                self.running[name] = Contestant(command_of(name, size, seed), effort.patience)
+            except TooLong:
+                self.left[name] = "its input took too long"
+
+    def run(self):
+        end = time.monotonic() + self.effort.budget / self.row.seeds
+        for name in list(self.running):
+            self.step(name, self.warm_up)
+        for repetition in range(self.effort.repetitions):
+            if repetition > 0 and time.monotonic() > end:
+                break
+            for name in list(self.running):
+                self.step(name, self.measure)
+        for name, contestant in self.running.items():
+            self.memory[name] = contestant.memory
+            contestant.end()
+
+    def step(self, name, what):
+        try:
+            what(name, self.running[name])
+        except TooLong:
+            self.left[name] = f"more than {self.effort.patience} s"
+            self.running.pop(name).end()
+
+    def warm_up(self, name, contestant):
+        spent, self.values[name] = contestant.call(1)
+        if spent > 500:  # the call is the measurement
+            self.times[name].append(spent)
+            self.batch[name] = 0
+            return
+        if spent < self.effort.batch:
+            spent, _ = contestant.call(3)
+        self.batch[name] = max(1, round(self.effort.batch / max(spent, 1e-5)))
+
+    def measure(self, name, contestant):
+        count = self.batch[name]
+        if count:
+            self.times[name].append(contestant.call(count)[0])
+        elif len(self.times[name]) * self.times[name][0] < 2000:
+            self.times[name].append(contestant.call(1)[0])
+
+    def check(self):
+        """Lines about contestants that do not agree with ours."""
+        own = self.values.get(self.row.ours)
+        for name, value in self.values.items():
+            allowed = self.row.tolerance * abs(own)
+            if math.isnan(own) or not (abs(value - own) <= allowed or self.row.may_be_worse and value > own):
+                yield f"{self.row.name}: {name} found {value!r}, {self.row.ours} {own!r}"
+
+
+def run_row(row, command_of, available, effort):
+    """The measured row as plain data, for results/."""
+    names = [name for name in [row.ours] + row.peers if name in available]
+    slow, sizes, complaints = {}, [], []
+    for size in row.sizes:
+        entry = {name: {"ms": [], "memory": 0} for name in names}
+        for seed in range(1, row.seeds + 1):
+            now = [name for name in names if slow.get(name, 0) <= effort.patience]
+            race = Race(row, size, seed, now, command_of, effort)
+            race.run()
+            complaints += race.check()
+            for name in names:
+                entry[name]["ms"].append([float(f"{t:.4g}") for t in race.times.get(name, [])])
+                entry[name]["memory"] = max(entry[name]["memory"], race.memory.get(name, 0))
+                if name in race.left:
+                    slow[name] = math.inf
+        expect_next(row, size, entry, slow)
+        sizes.append({"size": size, "contestants": entry})
+    for line in dict.fromkeys(complaints):
+        print(line, file=sys.stderr)
+    return {"row": row.name, "sizes": sizes, "complaints": sorted(set(complaints))}
+
+
+def expect_next(row, size, entry, slow):
+    """Guesses the seconds at the next size, as if time grew with the size."""
+    later = [s for s in row.sizes if s > size]
+    for name, found in entry.items():
+        times = [t for seed in found["ms"] for t in seed]
+        if times and later and slow.get(name) != math.inf:
+            slow[name] = 1e-3 * median_of(times) * later[0] / size
+
+
+def machine():
+    """What the times were measured on."""
+    with open("/proc/cpuinfo") as lines:
+        model = next((line.split(":")[1].strip() for line in lines if line.startswith("model name")), "unknown")
+    compiler = subprocess.run(["c++", "--version"], capture_output=True, text=True, check=False).stdout.split("\n")[0]
+    return {"processor": model, "cores": os.cpu_count(), "compiler": compiler}

@@ -1,0 +1,208 @@
+"""docs/performance.md and its plots from the measured rows."""
+import json
+import math
+import os
+import re
+import statistics
+
+from measure import median_of
+
+INTRODUCTION = """# Performance
+
+Measured, not claimed: `scripts/bench` installs the peers, builds and runs every row and writes this page from
+`bench/results/`. `scripts/bench ROW...` measures single rows, `scripts/bench --quick` looks at small sizes and
+writes nothing.
+
+A row is one call of planloc and what a user would pick instead, each in a process of its own on the same input. They
+take turns, nine times as a rule, and times are CPU milliseconds of one call (threads of a peer add up), medians; where a
+row says *instances*, that many inputs are pooled. The **ratio** is that of the fastest peer's time to ours in the
+same turn: its median, and in brackets its quartiles; above 1 planloc is faster. **Growth** is the exponent e of the
+line time = c n^e through the medians. **Memory** is how far the process rose above its size with the input made.
+A peer leaves a row above 5 s a call (–). The values must agree; what did not is said below the table.
+"""
+
+
+def pooled(entry, name):
+    found = entry["contestants"].get(name)
+    return [t for seed in found["ms"] for t in seed] if found else []
+
+
+def best_peer(row, entry):
+    timed = [name for name in row.peers if pooled(entry, name)]
+    return min(timed, key=lambda name: median_of(pooled(entry, name)), default=None)
+
+
+def ratio(row, entry):
+    """Median and quartiles of the best peer's time over ours, turn by turn."""
+    peer = best_peer(row, entry)
+    if peer is None:
+        return None
+    own, other = (entry["contestants"][name]["ms"] for name in (row.ours, peer))
+    ratios = [b / a for mine, its in zip(own, other) for a, b in zip(mine, its)]
+    if len(ratios) < 2:
+        return (ratios[0],) * 3
+    low, middle, high = statistics.quantiles(ratios, n=4, method="inclusive")
+    return low, middle, high
+
+
+def exponent(row, result, name):
+    points = [(math.log(e["size"]), math.log(median_of(pooled(e, name)))) for e in result["sizes"] if pooled(e, name)]
+    if len(points) < 2:
+        return None
+    return statistics.linear_regression(*zip(*points)).slope
+
+
+def number(x):
+    if x is None or math.isnan(x):
+        return "–"
+    if x >= 100:
+        return f"{x:,.0f}"
+    return f"{x:.3g}" if x >= 0.1 else f"{x:.2g}" if x >= 1e-3 else f"{x:.1e}"
+
+
+def ratio_text(found):
+    if found is None:
+        return "–"
+    low, middle, high = (number(x) for x in found)
+    return middle if low == high else f"{middle} ({low}–{high})"
+
+
+def size_text(size):
+    return f"{size:,}"
+
+
+def memory_text(entry, name):
+    used = entry["contestants"].get(name, {}).get("memory", 0)
+    return "–" if not pooled(entry, name) else f"{used / 1048576:.1f}" if used >= 52429 else "< 0.1"
+
+
+def shown(name):
+    return re.sub("^(py|R) ", "", name)
+
+
+def cells(row, result):
+    """The table of a row: its head and lines, as texts."""
+    names = [name for name in [row.ours] + row.peers if any(pooled(e, name) for e in result["sizes"])]
+    yield [row.what] + [shown(name) for name in names] + ["ratio", "memory, MB", "memory of the peer"]
+    for e in result["sizes"]:
+        yield [size_text(e["size"]), *(number(median_of(pooled(e, name))) for name in names),
+               ratio_text(ratio(row, e)), memory_text(e, row.ours), memory_text(e, best_peer(row, e))]
+    yield ["growth", *(f"n^{x:.2f}" if x is not None else "–" for x in (exponent(row, result, n) for n in names)),
+           "", "", ""]
+
+
+def text_table(row, result):
+    lines = list(cells(row, result))
+    widths = [max(len(line[k]) for line in lines) for k in range(len(lines[0]))]
+    return "\n".join("  " + "  ".join(text.rjust(width) for text, width in zip(line, widths)) for line in lines)
+
+
+def markdown_table(lines):
+    head, *rest = lines
+    texts = [head, ["---"] * len(head), *rest]
+    return "\n".join("| " + " | ".join(line) + " |" for line in texts) + "\n"
+
+
+def summary(measured):
+    yield ["row", "largest size for both", "ratio", "growth", "growth of the peer"]
+    for row, result in measured:
+        both = [e for e in result["sizes"] if best_peer(row, e)]
+        if not both:
+            continue
+        peer = best_peer(row, both[-1])
+        own, other = (exponent(row, result, name) for name in (row.ours, peer))
+        yield [f"[{row.title}](#{row.name})", f"{size_text(both[-1]['size'])} {row.what}",
+               f"{ratio_text(ratio(row, both[-1]))} to {shown(peer)}", f"{own:.2f}" if own else "–",
+               f"{other:.2f}" if other else "–"]
+
+
+# ----- Plots -----
+
+COLOURS = ["#c02020", "#2060c0", "#208040", "#a06000", "#7040a0", "#606060"]
+WIDTH, HEIGHT, LEFT, RIGHT, TOP, BOTTOM = 560, 300, 64, 150, 14, 40
+
+
+def plot(row, result):
+    """Time against size on logarithmic axes, a line for each contestant."""
+    lines = {name: [(e["size"], median_of(pooled(e, name))) for e in result["sizes"] if pooled(e, name)]
+             for name in [row.ours] + row.peers}
+    lines = {name: line for name, line in lines.items() if line}
+    xs = [math.log10(x) for line in lines.values() for x, _ in line]
+    ys = [math.log10(y) for line in lines.values() for _, y in line]
+    x0, x1, y0, y1 = min(xs), max(max(xs), min(xs) + 0.1), math.floor(min(ys)), math.ceil(max(ys) + 1e-9)
+    across = lambda x: LEFT + (math.log10(x) - x0) / (x1 - x0) * (WIDTH - LEFT - RIGHT)
+    up = lambda y: HEIGHT - BOTTOM - (math.log10(y) - y0) / (y1 - y0) * (HEIGHT - TOP - BOTTOM)
+    out = [f'<svg xmlns="http://www.w3.org/2000/svg" width="{WIDTH}" height="{HEIGHT}" font-family="sans-serif" '
+           f'font-size="12"><title>{row.title}: milliseconds against {row.what}</title>',
+           f'<rect width="{WIDTH}" height="{HEIGHT}" fill="white"/>']
+    for power in range(y0, y1 + 1):
+        y = up(10.0 ** power)
+        out.append(f'<path d="M{LEFT} {y:.1f}H{WIDTH - RIGHT}" stroke="#ddd"/>'
+                   f'<text x="{LEFT - 6}" y="{y + 4:.1f}" text-anchor="end">{duration(power)}</text>')
+    for size in [e["size"] for e in result["sizes"]]:
+        x = across(size)
+        out.append(f'<path d="M{x:.1f} {TOP}V{HEIGHT - BOTTOM}" stroke="#ddd"/>'
+                   f'<text x="{x:.1f}" y="{HEIGHT - BOTTOM + 16}" text-anchor="middle">{size_text(size)}</text>')
+    out.append(f'<text x="{(LEFT + WIDTH - RIGHT) / 2}" y="{HEIGHT - 6}" text-anchor="middle">{row.what}</text>')
+    labels = []
+    for (name, line), colour in zip(lines.items(), COLOURS):
+        points = " ".join(f"{across(x):.1f},{up(y):.1f}" for x, y in line)
+        out.append(f'<polyline points="{points}" fill="none" stroke="{colour}" '
+                   f'stroke-width="{2.5 if name == row.ours else 1.5}"/>')
+        out += [f'<circle cx="{across(x):.1f}" cy="{up(y):.1f}" r="3" fill="{colour}"/>' for x, y in line]
+        labels.append([up(line[-1][1]), shown(name), colour])
+    out += placed(labels)
+    return "\n".join(out) + "\n</svg>\n"
+
+
+def duration(power):
+    """10^power milliseconds."""
+    unit, shift = ("ns", 6) if power < -3 else ("µs", 3) if power < 0 else ("ms", 0) if power < 3 else ("s", -3)
+    return f"{10 ** (power + shift):g} {unit}"
+
+
+def placed(labels):
+    """The names at the right edge, moved apart."""
+    last = -math.inf
+    for y, name, colour in sorted(labels):
+        last = max(y, last + 15)
+        yield f'<text x="{WIDTH - RIGHT + 10}" y="{last + 4:.1f}" fill="{colour}">{name}</text>'
+
+
+# ----- The page -----
+
+def compact(text):
+    """JSON with lists of numbers on one line."""
+    return re.sub(r"\[\s+([-+.\d\se,]+?)\s+\]", lambda found: "[" + re.sub(r"\s+", " ", found.group(1)) + "]", text)
+
+
+def loaded(rows, folder):
+    for row in rows:
+        path = os.path.join(folder, row.name + ".json")
+        if os.path.exists(path):
+            with open(path) as text:
+                yield row, json.load(text)
+
+
+def section(row, result):
+    yield f'\n## {row.title}<a id="{row.name}"></a>\n'
+    instances = f" {row.seeds} instances." if row.seeds > 1 else ""
+    yield f"`{row.name}`. {row.about}{instances}\n"
+    yield markdown_table(list(cells(row, result)))
+    for line in result["complaints"]:
+        yield f"Not in agreement: {line}.\n"
+    yield f"![{row.title}](performance/{row.name}.svg)\n"
+
+
+def write(rows, results, docs):
+    measured = list(loaded(rows, results))
+    machines = sorted({f"{m['processor']}, {m['cores']} cores, {m['compiler']}"
+                       for m in (result["machine"] for _, result in measured)})
+    parts = [INTRODUCTION, "Measured on " + "; ".join(machines) + ".\n", markdown_table(list(summary(measured)))]
+    os.makedirs(os.path.join(docs, "performance"), exist_ok=True)
+    for row, result in measured:
+        parts += section(row, result)
+        with open(os.path.join(docs, "performance", row.name + ".svg"), "w") as out:
+            out.write(plot(row, result))
+    with open(os.path.join(docs, "performance.md"), "w") as out:
+        out.write("\n".join(parts))
