@@ -15,27 +15,27 @@ its weight. What is minimised are the sorted distances, each times its order wei
 from __future__ import annotations
 
 from planloc import gauge, order
-from planloc._core import AllocationCheck, EfficientVerification, Verification
 from planloc.batches import Drawn, Scenarios, drawn, scenarios
+from planloc.found import Verification
 from planloc.problem import Problem
-from planloc.several import Comparison, Depots, Piece, Tied, compare, depots, tied
+from planloc.several import Depots, Tied, depots, tied
 from planloc.single import Answer, solve
+from planloc.tradeoff import Comparison, Piece, compare
 
 __all__ = [
-    "AllocationCheck", "Answer", "Comparison", "Depots", "Drawn", "EfficientVerification", "Piece",
-    "Problem", "Scenarios", "Tied", "Verification", "compare", "depots", "drawn", "gauge", "order",
-    "scenarios", "solve", "tied", "verify",
+    "Answer", "Comparison", "Depots", "Drawn", "Piece", "Problem", "Scenarios", "Tied",
+    "Verification", "compare", "depots", "drawn", "gauge", "order", "scenarios", "solve", "tied",
+    "verify",
 ]  # fmt: skip
 
 
-def verify(
-    answer: Answer | Comparison | Depots | Tied,
-) -> Verification | EfficientVerification | AllocationCheck:
+def verify(answer: Answer | Comparison | Depots | Tied) -> Verification:
     """Prove an answer anew, from its certificate and the problem alone.
 
     Returns
     -------
-    An object that is true where the proof holds, and has the `reason` where it does not.
+    Verification
+        True where the proof holds; has the `reason` where it does not.
 
     Examples
     --------

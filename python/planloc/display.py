@@ -6,7 +6,7 @@ import html
 import importlib
 import json
 from abc import ABC, abstractmethod
-from collections.abc import Iterable, Sequence
+from collections.abc import Iterable, Iterator, Sequence
 from dataclasses import dataclass
 from typing import Any
 
@@ -14,12 +14,15 @@ import numpy as np
 import numpy.typing as npt
 
 from planloc.geo import Frame, mapping, shape_of
+from planloc.region import Region
 
 Places = npt.NDArray[np.float64]
 
 # Of a picture, in pixels.
 SIZE = 360
 MARGIN = 24
+# Of a map of density, along each side.
+CELLS = 40
 
 
 def table(rows: Iterable[tuple[str, object]]) -> str:
@@ -71,6 +74,24 @@ class Picture:
             "stroke-width='3' stroke-linejoin='round'/>"
         )
 
+    def region(self, polygons: Region, style: str) -> None:
+        """Polygons with their holes."""
+        for rings in polygons:
+            path = "".join(
+                "M" + "L".join(f"{x:.1f} {y:.1f}" for x, y in map(self._at, ring)) + "z"
+                for ring in rings
+            )
+            self.parts.append(f"<path d='{path}' fill-rule='evenodd' {style}/>")
+
+    def density(self, density: Density) -> None:
+        """Squares, the darker the fuller."""
+        for corners, share in density.squares():
+            (x1, y1), (x2, y2) = self._at(corners[3]), self._at(corners[1])
+            self.parts.append(
+                f"<rect x='{x1:.1f}' y='{y1:.1f}' width='{x2 - x1:.2f}' height='{y2 - y1:.2f}' "
+                f"fill='#d1495b' fill-opacity='{np.sqrt(share):.2f}'/>"
+            )
+
     def places(self, places: Places) -> None:
         """Crosses where the new facilities go."""
         for place in places:
@@ -89,6 +110,33 @@ class Picture:
 
 
 @dataclass(frozen=True)
+class Density:
+    """How many places lie in each square of a grid over them."""
+
+    counts: Places
+    xs: Places
+    ys: Places
+
+    @staticmethod
+    def of(places: Places) -> Density | None:
+        """Over the middle 99.8 % of the places, in either direction; None if there are none."""
+        if not len(places):
+            return None
+        low, high = np.quantile(places, [0.001, 0.999], axis=0)
+        half = max(float((high - low).max()), 1e-9 * float(np.abs(high).max()), 1e-300) / 2
+        x, y = (low + high) / 2
+        ends = [[x - half, x + half], [y - half, y + half]]
+        return Density(*np.histogram2d(places[:, 0], places[:, 1], bins=CELLS, range=ends))
+
+    def squares(self) -> Iterator[tuple[Places, float]]:
+        """The corners of each square that is not empty, with its share of the fullest one."""
+        for i, j in np.argwhere(self.counts):
+            x, y = self.xs[i : i + 2], self.ys[j : j + 2]
+            corners = np.array([(x[0], y[0]), (x[1], y[0]), (x[1], y[1]), (x[0], y[1])])
+            yield corners, float(self.counts[i, j] / self.counts.max())
+
+
+@dataclass(frozen=True)
 class Map:
     """What an answer shows: the sites, the new places, sets of places, lines, and its figures."""
 
@@ -99,6 +147,9 @@ class Map:
     lines: Sequence[tuple[Places, Places]]
     figures: Sequence[tuple[str, object]]
     frame: Frame | None
+    allow: Region | None = None
+    forbid: Region = ()
+    density: Density | None = None
 
 
 class Shown(ABC):
@@ -113,10 +164,14 @@ class Shown(ABC):
     def _repr_svg_(self) -> str:
         m = self._map()
         picture = Picture(m.sites, m.places, *m.shapes)
+        picture.region(m.allow or (), "fill='#eef5ea' stroke='#7fa66b'")
+        picture.region(m.forbid, "fill='#cfe0ee' stroke='#7b9cb8'")
         picture.lines(m.lines)
         picture.sites(m.sites, m.weights)
         for corners in m.shapes:
             picture.shape(corners)
+        if m.density:
+            picture.density(m.density)
         picture.places(m.places)
         return picture.svg()
 
@@ -125,12 +180,18 @@ class Shown(ABC):
         m = self._map()
         if ax is None:
             ax = importlib.import_module("matplotlib.pyplot").subplots()[1]
+        _draw_region(ax, m.allow or (), facecolor="#eef5ea", edgecolor="#7fa66b")
+        _draw_region(ax, m.forbid, facecolor="#cfe0ee", edgecolor="#7b9cb8")
         for a, b in m.lines:
             ax.plot(*np.array([a, b]).T, c="#c9d1da", zorder=0)
         ax.scatter(*m.sites.T, s=20 + 100 * m.weights / m.weights.max(), c="#7a8ca0", label="sites")
         for corners in m.shapes:
             if len(corners) > 1:
                 ax.fill(*corners.T, facecolor="#d1495b40", edgecolor="#d1495b")
+        if m.density:
+            d = m.density
+            shown = np.where(d.counts, np.sqrt(d.counts / d.counts.max()), np.nan)
+            ax.pcolormesh(d.xs, d.ys, shown.T, cmap="Reds", vmin=0)
         ax.scatter(*m.places.T, marker="+", s=120, c="#d1495b", linewidths=3, label="new")
         ax.set_aspect("equal")
         ax.legend()
@@ -166,5 +227,16 @@ class Shown(ABC):
 
     def _shapes(self) -> tuple[list[str], list[Any]]:
         m = self._map()
+        squares = [corners for corners, _ in m.density.squares()] if m.density else []
         kinds = ["site"] * len(m.sites) + ["new"] * len(m.places) + ["set"] * len(m.shapes)
-        return kinds, [shape_of(c) for c in [*m.sites[:, None], *m.places[:, None], *m.shapes]]
+        kinds += ["density"] * len(squares)
+        outlines = [*m.sites[:, None], *m.places[:, None], *m.shapes, *squares]
+        return kinds, [shape_of(corners) for corners in outlines]
+
+
+def _draw_region(ax: Any, polygons: Region, **style: str) -> None:
+    paths = importlib.import_module("matplotlib.path").Path
+    patches = importlib.import_module("matplotlib.patches")
+    for rings in polygons:
+        closed = [paths(np.vstack([ring, ring[:1]]), closed=True) for ring in rings]
+        ax.add_patch(patches.PathPatch(paths.make_compound_path(*closed), zorder=-1, **style))

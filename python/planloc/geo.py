@@ -33,6 +33,14 @@ class Frame:
     crs: Any
     planar: Any
 
+    def to_planar(self, places: Places) -> Places:
+        """Places in the reference system of the frame, as an array in the planar one."""
+        if self.crs == self.planar:
+            return np.ascontiguousarray(places, float)
+        transformer = importlib.import_module("pyproj").Transformer
+        change = transformer.from_crs(self.crs, self.planar, always_xy=True)
+        return np.column_stack(change.transform(*np.asarray(places, float).T))
+
     def to_geometry(self, shapes: list[Any], crs: Any = None) -> Any:
         """Planar shapes as a GeoSeries in `crs`, by default that of the frame."""
         own = importlib.import_module("shapely.geometry").shape
@@ -42,8 +50,8 @@ class Frame:
         return series if target is None or target == self.planar else series.to_crs(target)
 
 
-def read(frame: Any) -> tuple[Places, Frame]:
-    """The planar coordinates of a frame of points.
+def coordinates(frame: Any) -> Places:
+    """Those of a frame of points, as they are.
 
     Raises
     ------
@@ -53,16 +61,20 @@ def read(frame: Any) -> tuple[Places, Frame]:
     kinds = set(frame.geometry.geom_type.dropna())
     if kinds - {"Point"} or frame.geometry.isna().any() or frame.geometry.is_empty.any():
         raise ValueError("each row needs a point as its geometry")
-    crs = frame.crs
-    planar = crs
+    return np.column_stack([frame.geometry.x, frame.geometry.y]).astype(float)
+
+
+def read(frame: Any) -> tuple[Places, Frame]:
+    """The planar coordinates of a frame of points, and where they come from."""
+    crs = planar = frame.crs
+    places = coordinates(frame)
     if crs is not None and crs.is_geographic:
         west, south, east, north = frame.total_bounds
         planar = (
             f"+proj=aeqd +lat_0={(south + north) / 2} +lon_0={(west + east) / 2} +units=m +type=crs"
         )
-        frame = frame.to_crs(planar)
-    places = np.column_stack([frame.geometry.x, frame.geometry.y]).astype(float)
-    return places, Frame(crs, planar)
+    origin = Frame(crs, planar)
+    return origin.to_planar(places), origin
 
 
 @dataclass(frozen=True)

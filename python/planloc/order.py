@@ -42,7 +42,7 @@ class Order:
         places = np.zeros((n, 2))
         places[:, 0] = np.arange(n)
         p = _core.Problem(
-            places, np.ones(n), np.zeros(n, np.uint32), [_core.Gauge.l1()], self.core()
+            places, np.ones(n), np.zeros(n, np.uint32), [_core.Gauge.l1()], self.core(), None, []
         )
         return np.array(p.order_weights)
 
@@ -105,6 +105,8 @@ _NAMED: dict[str, tuple[Callable[..., Order], tuple[type, ...]]] = {
     "trimmed": (trimmed, (int, int)),
     "anti-centrum": (anti_centrum, (int,)),
     "range": (range, ()),
+    "order-statistic": (order_statistic, (int,)),
+    "quantile": (quantile, (float,)),
 }
 
 

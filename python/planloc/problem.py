@@ -1,10 +1,9 @@
-"""Location problems: sites, weights, gauges, order weights."""
+"""Location problems: sites, weights, gauges, order weights, regions."""
 
 from __future__ import annotations
 
 from collections.abc import Sequence
 from dataclasses import dataclass, field
-from functools import cached_property
 from typing import Any, TypeAlias, Union
 
 import numpy as np
@@ -16,6 +15,7 @@ from planloc import geo
 from planloc import order as orders
 from planloc.gauge import Gauge
 from planloc.order import Order
+from planloc.region import Region, as_region
 
 GaugeLike: TypeAlias = Union[str, Gauge, Sequence[Union[str, Gauge]]]
 OrderLike: TypeAlias = Union[str, Order, npt.ArrayLike]
@@ -34,11 +34,11 @@ def as_order(objective: OrderLike) -> Order:
     return objective if isinstance(objective, Order) else orders.given(objective)
 
 
-def as_numbers(values: npt.ArrayLike, n: int) -> npt.NDArray[np.uint32]:
-    """The gauge numbers of n sites."""
-    numbers = np.asarray(values)
+def as_numbers(given: npt.ArrayLike | None, n: int) -> npt.NDArray[np.uint32]:
+    """The gauge numbers of n sites; all 0 if none are given."""
+    numbers = np.zeros(n, np.uint32) if given is None else np.asarray(given)
     if numbers.shape != (n,) or numbers.dtype.kind not in "iu" or (numbers < 0).any():
-        raise ValueError(f"gauge_of has to hold a number from 0 on for each of {n} sites")
+        raise ValueError(f"gauge_column has to hold a number from 0 on for each of {n} sites")
     return np.ascontiguousarray(numbers, np.uint32)
 
 
@@ -46,7 +46,8 @@ def as_places(sites: Any) -> tuple[npt.NDArray[np.float64], geo.Frame | None]:
     """The coordinates of an array or a frame, and where those of a frame come from."""
     if geo.is_frame(sites):
         return geo.read(sites)
-    return np.ascontiguousarray(sites, float).reshape(-1, 2), None
+    places = np.ascontiguousarray(sites, float)
+    return places if places.size else places.reshape(-1, 2), None
 
 
 def as_column(sites: Any, name: str, given: Any) -> Any:
@@ -67,6 +68,9 @@ class Problem:
     The distance of site i at a place x is weight[i] times the gauge of (x - sites[i]). The sorted
     distances, each times its order weight, are added up.
 
+    Arrays of float64 in C order are read where they are; a problem keeps numbers of its own, which
+    `sites`, `weight` and `gauge_column` show without a copy.
+
     Parameters
     ----------
     sites : array of shape (n, 2), or GeoDataFrame of points
@@ -75,61 +79,101 @@ class Problem:
         Positive; 1 if left out.
     gauge : str, Gauge, or a sequence of them
         See `planloc.gauge`.
-    gauge_of : array of shape (n,), or a column of the frame, optional
+    gauge_column : array of shape (n,), or a column of the frame, optional
         The number of each site's gauge among `gauge`, from 0; all 0 if left out.
     objective : str, Order or array of shape (n,)
         See `planloc.order`; an array holds the order weights.
+    allow, forbid : polygons, optional
+        Build nowhere but in, and nowhere inside: corners of shape (k, 2), a list of such polygons, a
+        list of polygons as lists of rings (an outer one and holes), polygons of Shapely, or a
+        GeoDataFrame. What has no reference system of its own is in that of `sites`. Borders may be
+        built on.
 
     Raises
     ------
     ValueError
-        If there is no site, a weight is not positive, a gauge is not convex around the origin, or
-        the order weights do not fit the number of sites. The text says which.
+        If there is no site, a weight is not positive, a gauge is not convex around the origin, the
+        order weights do not fit the number of sites, or a ring crosses itself. The text says which.
+
+    Examples
+    --------
+    >>> import planloc
+    >>> p = planloc.Problem([(0, 0), (4, 0), (1, 3)], objective="centre", gauge="l1")
+    >>> p.value(1, 1), p.distances(1, 1)
+    (4.0, array([2., 4., 2.]))
     """
 
     sites: npt.ArrayLike
     weight: npt.ArrayLike | str | None = None
     gauge: GaugeLike = "euclid"
-    gauge_of: npt.ArrayLike | str | None = None
+    gauge_column: npt.ArrayLike | str | None = None
     objective: OrderLike = "median"
+    allow: Any = None
+    forbid: Any = None
+    core: _core.Problem = field(init=False, repr=False)
     frame: geo.Frame | None = field(default=None, init=False)
 
     def __post_init__(self) -> None:
         sites, frame = as_places(self.sites)
         n = len(sites)
         weight = as_column(self.sites, "weight", self.weight)
-        weight = np.ones(n) if weight is None else np.ascontiguousarray(weight, float)
-        chosen = as_column(self.sites, "gauge_of", self.gauge_of)
-        chosen = np.zeros(n, np.uint32) if chosen is None else as_numbers(chosen, n)
-        for name, value in (
-            ("sites", sites),
-            ("weight", weight),
-            ("gauge", tuple(as_gauges(self.gauge))),
-            ("gauge_of", chosen),
-            ("objective", as_order(self.objective)),
-            ("frame", frame),
-        ):
-            object.__setattr__(self, name, value)
-        self.core  # refuses what is wrong
+        chosen = as_column(self.sites, "gauge_column", self.gauge_column)
+        self._set(
+            np.ascontiguousarray(sites, float),
+            np.ones(n) if weight is None else np.ascontiguousarray(weight, float),
+            tuple(as_gauges(self.gauge)),
+            as_numbers(chosen, n),
+            as_order(self.objective),
+            None if self.allow is None else as_region(self.allow, frame),
+            () if self.forbid is None else as_region(self.forbid, frame),
+            frame,
+        )
 
-    @cached_property
-    def core(self) -> _core.Problem:
-        """What the compiled half takes."""
-        assert isinstance(self.objective, Order)
-        assert isinstance(self.gauge, tuple)
-        return _core.Problem(
-            np.asarray(self.sites), np.asarray(self.weight), np.asarray(self.gauge_of, np.uint32),
-            [g.core for g in self.gauge], self.objective.core(),
+    @classmethod
+    def of(cls, sites: Any, **given: Any) -> Problem:
+        """The problem itself, or one of these sites.
+
+        Raises
+        ------
+        ValueError
+            If something is given that a problem has already.
+        """
+        if not isinstance(sites, cls):
+            return cls(sites, **given)
+        for name, value in given.items():
+            if value is not cls.__dict__[name]:
+                raise ValueError(f"{name} is given, but the problem has its own")
+        return sites
+
+    def _set(
+        self,
+        sites: npt.NDArray[np.float64],
+        weight: npt.NDArray[np.float64],
+        gauge: tuple[Gauge, ...],
+        gauge_column: npt.NDArray[np.uint32],
+        objective: Order,
+        allow: Region | None,
+        forbid: Region,
+        frame: geo.Frame | None,
+    ) -> None:
+        core = _core.Problem(
+            sites, weight, gauge_column, [g.core for g in gauge], objective.core(), allow, forbid
+        )
+        self.__dict__.update(
+            sites=core.positions, weight=core.weights[:, 0], gauge=gauge,
+            gauge_column=core.gauge_of[:, 0], objective=objective, allow=allow, forbid=forbid,
+            core=core, frame=frame,
         )  # fmt: skip
 
     def __len__(self) -> int:
         return len(self.core)
 
-    def __getstate__(self) -> dict[str, Any]:
-        return {k: v for k, v in self.__dict__.items() if k != "core"}
+    def __getstate__(self) -> tuple[Any, ...]:
+        return (self.sites, self.weight, self.gauge, self.gauge_column, self.objective, self.allow,
+                self.forbid, self.frame)  # fmt: skip
 
-    def __setstate__(self, state: dict[str, Any]) -> None:
-        self.__dict__.update(state)
+    def __setstate__(self, state: tuple[Any, ...]) -> None:
+        self._set(*state)
 
     def value(self, x: float, y: float) -> float:
         """The objective at (x, y)."""

@@ -5,12 +5,14 @@ from __future__ import annotations
 import math
 from collections.abc import Callable
 from dataclasses import dataclass
+from typing import Any
 
 import numpy as np
 import numpy.typing as npt
 
 from planloc import _core
-from planloc.display import Map, Shown
+from planloc.display import Map
+from planloc.found import Found, Verification
 from planloc.problem import GaugeLike, OrderLike, Problem
 
 __all__ = ["Answer", "solve"]
@@ -18,45 +20,25 @@ __all__ = ["Answer", "solve"]
 Progress = Callable[[float, float, int], None]
 
 
-@dataclass(frozen=True, eq=False)
-class Answer(Shown):
+@dataclass(frozen=True, eq=False, repr=False)
+class Answer(Found):
     """What a search found, and the proof of it.
 
     Attributes
     ----------
     problem : Problem
     solution : planloc._core.Solution
-        The answer with its certificate, for `planloc.verify`.
+        The answer with its certificate.
     """
 
     problem: Problem
     solution: _core.Solution
 
     @property
-    def status(self) -> str:
-        """`optimal`, `within_gap`, `unbounded`, `infeasible` or `stopped`."""
-        return self.solution.status
-
-    @property
     def point(self) -> tuple[float, float]:
-        """The best place found."""
-        return self.solution.point
-
-    @property
-    def value(self) -> float:
-        """The objective there."""
-        return self.solution.value
-
-    @property
-    def lower_bound(self) -> float:
-        """No place has a smaller value."""
-        return self.solution.lower_bound
-
-    @property
-    def gap(self) -> float:
-        """(value - lower_bound) relative to the value; 0 where the optimum is proved exactly."""
-        difference = self.value - self.lower_bound
-        return difference / abs(self.value) if difference and self.value else difference
+        """The best place found; of nan where no place is permitted."""
+        x, y = self.points[0].tolist() if len(self.points) else (math.nan, math.nan)
+        return x, y
 
     @property
     def optima(self) -> npt.NDArray[np.float64]:
@@ -75,23 +57,13 @@ class Answer(Shown):
 
     def _map(self) -> Map:
         p = self.problem
-        x, y = self.point
-        figures = [("status", self.status), ("place", f"({x:.9g}, {y:.9g})"),
-                   ("value", f"{self.value:.9g}"), ("lower bound", f"{self.lower_bound:.9g}")]  # fmt: skip
         shapes = [self.optima] if len(self.optima) > 1 else []
-        return Map(np.asarray(p.sites), np.asarray(p.weight), np.array([self.point]), shapes, [],
-                   figures, p.frame)  # fmt: skip
+        return Map(np.asarray(p.sites), np.asarray(p.weight), self.points, shapes, [],
+                   self._figures(), p.frame, allow=p.allow, forbid=p.forbid)  # fmt: skip
 
-    def verify(self, problem: Problem | None = None) -> _core.Verification:
+    def verify(self, problem: Problem | None = None) -> Verification:
         """Prove the lower bound anew, from the certificate and the problem alone."""
-        return _core.verify((problem or self.problem).core, self.solution)
-
-    def __repr__(self) -> str:
-        x, y = self.point
-        return (
-            f"Answer(status={self.status!r}, point=({x:.6g}, {y:.6g}), "
-            f"value={self.value:.9g}, lower_bound={self.lower_bound:.9g})"
-        )
+        return Verification(*_core.verify((problem or self.problem).core, self.solution))
 
 
 def solve(
@@ -99,8 +71,10 @@ def solve(
     *,
     weight: npt.ArrayLike | str | None = None,
     gauge: GaugeLike = "euclid",
-    gauge_of: npt.ArrayLike | str | None = None,
+    gauge_column: npt.ArrayLike | str | None = None,
     objective: OrderLike = "median",
+    allow: Any = None,
+    forbid: Any = None,
     gap: float = 0.0,
     time_limit: float = math.inf,
     threads: int = 1,
@@ -111,9 +85,9 @@ def solve(
 
     Parameters
     ----------
-    sites : array of shape (n, 2), or Problem
-        With a Problem, `weight`, `gauge`, `gauge_of` and `objective` are those of the problem.
-    weight, gauge, gauge_of, objective
+    sites : array of shape (n, 2), GeoDataFrame of points, or Problem
+        A Problem has the arguments up to `forbid` itself.
+    weight, gauge, gauge_column, objective, allow, forbid
         As of `planloc.Problem`.
     gap : float
         The search ends when value and lower bound differ by no more than this share of the value.
@@ -138,6 +112,12 @@ def solve(
     >>> import planloc
     >>> planloc.solve([(0, 0), (2, 0), (1, 5)], gauge="l1", objective="centre").value
     3.0
+    >>> lake = [(0.5, -1), (3, -1), (3, 1), (0.5, 1)]
+    >>> planloc.solve([(0, 0), (2, 0), (1, 5)], gauge="l1", forbid=lake).point
+    (0.5, 0.0)
     """
-    p = sites if isinstance(sites, Problem) else Problem(sites, weight, gauge, gauge_of, objective)
+    p = Problem.of(
+        sites, weight=weight, gauge=gauge, gauge_column=gauge_column, objective=objective,
+        allow=allow, forbid=forbid,
+    )  # fmt: skip
     return Answer(p, _core.minimise(p.core, gap, time_limit, threads, whole_set, progress))

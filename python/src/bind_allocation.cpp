@@ -1,6 +1,7 @@
 // Several facilities, each site served by its nearest.
 #include <pybind11/stl.h>
 
+#include <limits>
 #include <optional>
 #include <utility>
 
@@ -11,6 +12,11 @@ namespace planloc::python {
 namespace {
 
 constexpr const char* kStatus[] = {"optimal", "within_gap", "searched", "stopped"};
+
+// No bound is one that says nothing.
+double bound_of(const std::optional<double>& bound) {
+  return bound.value_or(-std::numeric_limits<double>::infinity());
+}
 
 allocation_problem make_problem(const problem& single, std::size_t count,
                                 const double_array& existing) {
@@ -38,7 +44,7 @@ allocation search(const allocation_problem& p, std::uint64_t seed, std::size_t s
         return allocate(p, options);
       },
       [&] {
-        if (const auto r = reports.take()) progress(r->value, r->lower_bound, r->starts);
+        if (const auto r = reports.take()) progress(r->value, bound_of(r->lower_bound), r->starts);
       });
 }
 
@@ -74,7 +80,8 @@ void bind_allocation(py::module_& m) {
       .def_property_readonly("points", [](const allocation& a) { return rows_from(a.points); })
       .def_property_readonly("assignment", &assignment_of)
       .def_readonly("value", &allocation::value)
-      .def_readonly("lower_bound", &allocation::lower_bound)
+      .def_property_readonly("lower_bound",
+                             [](const allocation& a) { return bound_of(a.lower_bound); })
       .def(py::pickle(&state_of, &allocation_from));
   m.def("allocate", [](const problem& single, std::size_t count, const double_array& existing,
                        std::uint64_t seed, std::size_t starts, double seconds, int threads,
@@ -82,18 +89,15 @@ void bind_allocation(py::module_& m) {
     return search(make_problem(single, count, existing), seed, starts, seconds, threads,
                   lower_bound, gap, progress);
   });
-  py::class_<allocation_check>(m, "AllocationCheck")
-      .def_readonly("accepted", &allocation_check::accepted)
-      .def_readonly("reason", &allocation_check::reason)
-      .def_readonly("value", &allocation_check::value)
-      .def_readonly("lower_bound", &allocation_check::lower_bound)
-      .def("__bool__", [](const allocation_check& c) { return c.accepted; });
-  m.def("verify_allocation", [](const problem& single, std::size_t count,
-                                const double_array& existing, const allocation& a) {
-    const allocation_problem p = make_problem(single, count, existing);
-    const py::gil_scoped_release unlocked;
-    return verify(p, a);
-  });
+  m.def("verify_allocation",
+        [](const problem& single, std::size_t count, const double_array& existing,
+           const allocation& a) -> verdict {
+          const allocation_problem p = make_problem(single, count, existing);
+          const py::gil_scoped_release unlocked;
+          const allocation_check c = verify(p, a);
+          const double bound = bound_of(c.lower_bound);
+          return {c.accepted, c.reason, c.value, bound, c.value - bound, false};
+        });
 }
 
 }  // namespace planloc::python

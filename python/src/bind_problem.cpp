@@ -1,8 +1,9 @@
 // Gauges, order weights and problems.
 #include <pybind11/stl.h>
 
+#include <cstddef>
 #include <cstdint>
-#include <stdexcept>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -11,10 +12,18 @@
 
 namespace planloc::python {
 
-std::vector<xy> places_from(const double_array& rows) {
+namespace {
+
+void require_pairs(const double_array& rows) {
   if (rows.ndim() != 2 || rows.shape(1) != 2) {
     throw py::value_error("an array of shape (k, 2) is needed");
   }
+}
+
+}  // namespace
+
+std::vector<xy> places_from(const double_array& rows) {
+  require_pairs(rows);
   const auto at = rows.unchecked<2>();
   std::vector<xy> places(static_cast<std::size_t>(rows.shape(0)));
   for (std::size_t i = 0; i < places.size(); ++i) {
@@ -37,21 +46,8 @@ py::array_t<double> rows_from(std::span<const xy> places) {
 
 namespace {
 
-py::tuple gauge_state(const gauge& g) {
-  return py::make_tuple(static_cast<int>(g.kind()), g.p(), rows_from(g.vertices()));
-}
-
-gauge gauge_from(const py::tuple& state) {
-  switch (static_cast<gauge::shape>(state[0].cast<int>())) {
-    case gauge::shape::euclidean:
-      return gauge::euclidean();
-    case gauge::shape::lp:
-      return gauge::lp(state[1].cast<double>());
-    case gauge::shape::polyhedral:
-      break;
-  }
-  return gauge::polyhedral(places_from(state[2].cast<double_array>()));
-}
+// The members of a site that are shown as rows of an array.
+static_assert(offsetof(site, y) == offsetof(site, x) + sizeof(double));
 
 void require_length(const py::array& column, py::ssize_t n, const char* name) {
   if (column.ndim() != 1 || column.shape(0) != n) {
@@ -60,37 +56,48 @@ void require_length(const py::array& column, py::ssize_t n, const char* name) {
   }
 }
 
+using polygon_arrays = std::vector<double_array>;  // its rings
+using region_arrays = std::vector<polygon_arrays>;
+
+region region_from(const region_arrays& polygons) {
+  region result;
+  for (const polygon_arrays& rings : polygons) {
+    region_polygon& polygon = result.emplace_back();
+    for (const double_array& corners : rings) polygon.push_back(places_from(corners));
+  }
+  return result;
+}
+
 problem make_problem(const double_array& positions, const double_array& weights,
                      const index_array& gauge_of, std::vector<gauge> gauges,
-                     const order_weights& lambda) {
-  const std::vector<xy> places = places_from(positions);
-  const auto n = static_cast<py::ssize_t>(places.size());
+                     const order_weights& lambda, const std::optional<region_arrays>& allowed,
+                     const region_arrays& forbidden) {
+  require_pairs(positions);
+  const py::ssize_t n = positions.shape(0);
   require_length(weights, n, "weight");
-  require_length(gauge_of, n, "gauge_of");
-  std::vector<site> sites(places.size());
-  for (std::size_t i = 0; i < sites.size(); ++i) {
-    const auto row = static_cast<py::ssize_t>(i);
-    sites[i] = {places[i].x, places[i].y, weights.at(row), gauge_of.at(row)};
+  require_length(gauge_of, n, "gauge_column");
+  const auto at = positions.unchecked<2>();
+  const auto weight = weights.unchecked<1>();
+  const auto number = gauge_of.unchecked<1>();
+  std::vector<site> sites(static_cast<std::size_t>(n));
+  for (py::ssize_t i = 0; i < n; ++i) {
+    sites[static_cast<std::size_t>(i)] = {at(i, 0), at(i, 1), weight(i), number(i)};
   }
-  return {std::move(sites), std::move(gauges), lambda};
+  regions where;
+  if (allowed) where.allowed = region_from(*allowed);
+  where.forbidden = region_from(forbidden);
+  return {std::move(sites), std::move(gauges), lambda, std::move(where)};
 }
 
-template <class Entry>
-auto column(const problem& p, Entry entry) {
-  using value = decltype(entry(p.sites()[0]));
-  py::array_t<value> values(static_cast<py::ssize_t>(p.sites().size()));
-  auto at = values.template mutable_unchecked<1>();
-  for (std::size_t i = 0; i < p.sites().size(); ++i) {
-    at(static_cast<py::ssize_t>(i)) = entry(p.sites()[i]);
-  }
-  return values;
-}
-
-py::array_t<double> positions_of(const problem& p) {
-  std::vector<xy> places;
-  places.reserve(p.sites().size());
-  for (const site& s : p.sites()) places.push_back({s.x, s.y});
-  return rows_from(places);
+// A member of each site, `width` of them side by side: the sites' own memory, which `owner` keeps.
+template <class T>
+py::array_t<T> members(const py::object& owner, T site::*first, py::ssize_t width) {
+  const auto sites = owner.cast<const problem&>().sites();
+  py::array_t<T> view({static_cast<py::ssize_t>(sites.size()), width},
+                      {py::ssize_t{sizeof(site)}, py::ssize_t{sizeof(T)}}, &(sites[0].*first),
+                      owner);
+  view.attr("setflags")(py::arg("write") = false);
+  return view;
 }
 
 std::vector<double> order_of(const problem& p) {
@@ -114,11 +121,9 @@ void bind_gauge(py::module_& m) {
                                return names[static_cast<int>(g.kind())];
                              })
       .def_property_readonly("p", &gauge::p)
-      .def("__call__",
-           [](const gauge& g, double x, double y) {
-             return g(xy{x, y});
-           })
-      .def(py::pickle(&gauge_state, &gauge_from));
+      .def("__call__", [](const gauge& g, double x, double y) {
+        return g(xy{x, y});
+      });
 }
 
 py::tuple gauges_of_text(const std::string& text) {
@@ -155,16 +160,12 @@ void bind_problem(py::module_& m) {
   py::class_<problem>(m, "Problem")
       .def(py::init(&make_problem))
       .def("__len__", [](const problem& p) { return p.sites().size(); })
-      .def_property_readonly("positions", &positions_of)
-      .def_property_readonly(
-          "weights",
-          [](const problem& p) { return column(p, [](const site& s) { return s.weight; }); })
-      .def_property_readonly(
-          "gauge_of",
-          [](const problem& p) { return column(p, [](const site& s) { return s.gauge; }); })
-      .def_property_readonly(
-          "gauges",
-          [](const problem& p) { return std::vector<gauge>(p.gauges().begin(), p.gauges().end()); })
+      .def_property_readonly("positions",
+                             [](const py::object& self) { return members(self, &site::x, 2); })
+      .def_property_readonly("weights",
+                             [](const py::object& self) { return members(self, &site::weight, 1); })
+      .def_property_readonly("gauge_of",
+                             [](const py::object& self) { return members(self, &site::gauge, 1); })
       .def_property_readonly("order_weights", &order_of)
       .def_property_readonly("convex", &problem::convex)
       .def_property_readonly("polyhedral", &problem::polyhedral)
@@ -172,28 +173,14 @@ void bind_problem(py::module_& m) {
            [](const problem& p, double x, double y) {
              return p.value({x, y});
            })
-      .def("distances",
-           [](const problem& p, double x, double y) {
-             py::array_t<double> d(static_cast<py::ssize_t>(p.sites().size()));
-             auto at = d.mutable_unchecked<1>();
-             for (std::size_t i = 0; i < p.sites().size(); ++i) {
-               at(static_cast<py::ssize_t>(i)) = p.distance(i, {x, y});
-             }
-             return d;
-           })
-      .def(py::pickle(
-          [](const problem& p) {
-            const auto weights = column(p, [](const site& s) { return s.weight; });
-            const auto gauge_of = column(p, [](const site& s) { return s.gauge; });
-            return py::make_tuple(positions_of(p), weights, gauge_of,
-                                  std::vector<gauge>(p.gauges().begin(), p.gauges().end()),
-                                  order_of(p));
-          },
-          [](const py::tuple& state) {
-            return make_problem(state[0].cast<double_array>(), state[1].cast<double_array>(),
-                                state[2].cast<index_array>(), state[3].cast<std::vector<gauge>>(),
-                                order_weights(state[4].cast<std::vector<double>>()));
-          }));
+      .def("distances", [](const problem& p, double x, double y) {
+        py::array_t<double> d(static_cast<py::ssize_t>(p.sites().size()));
+        auto at = d.mutable_unchecked<1>();
+        for (std::size_t i = 0; i < p.sites().size(); ++i) {
+          at(static_cast<py::ssize_t>(i)) = p.distance(i, {x, y});
+        }
+        return d;
+      });
 }
 
 }  // namespace planloc::python

@@ -67,12 +67,19 @@ py::object direction_of(const solution& s) {
 
 }  // namespace
 
+verdict verdict_of(const verification& v) {
+  return {v.accepted, v.reason, v.value, v.lower_bound, v.gap, v.optima_proved};
+}
+
 void bind_search(py::module_& m) {
   py::class_<solution>(m, "Solution")
       .def_property_readonly("status",
                              [](const solution& s) { return kStatus[static_cast<int>(s.status)]; })
-      .def_property_readonly("point",
-                             [](const solution& s) { return py::make_tuple(s.point.x, s.point.y); })
+      .def_property_readonly("points",
+                             [](const solution& s) {
+                               const bool any = s.status != solution_status::infeasible;
+                               return rows_from({&s.point, std::size_t{any}});
+                             })
       .def_readonly("value", &solution::value)
       .def_readonly("lower_bound", &solution::lower_bound)
       .def_property_readonly("exact",
@@ -92,16 +99,9 @@ void bind_search(py::module_& m) {
     return search(p, {gap, seconds, threads, whole_set}, progress);
   });
 
-  py::class_<verification>(m, "Verification")
-      .def_readonly("accepted", &verification::accepted)
-      .def_readonly("reason", &verification::reason)
-      .def_readonly("value", &verification::value)
-      .def_readonly("lower_bound", &verification::lower_bound)
-      .def_readonly("gap", &verification::gap)
-      .def_readonly("optima_proved", &verification::optima_proved)
-      .def("__bool__", [](const verification& v) { return v.accepted; });
-  m.def("verify", py::overload_cast<const problem&, const solution&>(&verify),
-        py::call_guard<py::gil_scoped_release>());
+  m.def(
+      "verify", [](const problem& p, const solution& s) { return verdict_of(verify(p, s)); },
+      py::call_guard<py::gil_scoped_release>());
 }
 
 }  // namespace planloc::python

@@ -120,7 +120,8 @@ void bind_tied(py::module_& m) {
         [] {});
   });
   m.def(
-      "verify_tied", [](const tied_problem& p, const tied_solution& s) { return verify(p, s); },
+      "verify_tied",
+      [](const tied_problem& p, const tied_solution& s) { return verdict_of(verify(p, s)); },
       py::call_guard<py::gil_scoped_release>());
 }
 

@@ -5,7 +5,10 @@
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 
+#include <cstdint>
 #include <span>
+#include <string>
+#include <tuple>
 #include <vector>
 
 #include "planloc/certified.h"
@@ -28,10 +31,19 @@ void bind_tied(py::module_& m);
 // Everything that a certificate holds, as plain tuples, bytes and arrays: what is pickled.
 py::object certificate_state(const certificate& proof);
 certificate certificate_from(const py::object& state);
+py::tuple piece_state(const affine_piece& piece);
+affine_piece piece_from(const py::handle& state);
+py::tuple place_state(xy at);
+xy place_from(const py::handle& state);
 
 // The rows of an array of shape (k, 2), and back.
 std::vector<xy> places_from(const double_array& rows);
 py::array_t<double> rows_from(std::span<const xy> places);
+
+// What every check says: accepted, reason, value, lower bound, gap, whether the set of optima is
+// proved.
+using verdict = std::tuple<bool, std::string, double, double, double, bool>;
+verdict verdict_of(const verification& v);
 
 }  // namespace planloc::python
 

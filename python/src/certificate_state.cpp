@@ -19,13 +19,6 @@ std::vector<std::uint32_t> numbers_from(const py::handle& state) {
   return {values.data(), values.data() + values.size()};
 }
 
-py::tuple state_of(xy at) { return py::make_tuple(at.x, at.y); }
-
-xy place_from(const py::handle& state) {
-  const auto [x, y] = state.cast<std::pair<double, double>>();
-  return {x, y};
-}
-
 py::bytes bytes_of(const std::vector<reason>& reasons) {
   return py::bytes(reinterpret_cast<const char*>(reasons.data()), reasons.size());
 }
@@ -36,14 +29,45 @@ std::vector<reason> reasons_from(const py::handle& state) {
   return reasons;
 }
 
-py::tuple state_of(const affine_piece& piece) {
+struct to_state {
+  py::object operator()(std::monostate) const { return py::none(); }
+  py::object operator()(const convex_certificate& c) const {
+    py::list pieces;
+    for (const affine_piece& piece : c.pieces) pieces.append(piece_state(piece));
+    return py::make_tuple("convex", place_state(c.base), pieces);
+  }
+  py::object operator()(const branch_certificate& c) const {
+    return py::make_tuple("branch", place_state(c.base), c.half, bytes_of(c.outside),
+                          bytes_of(c.cells));
+  }
+  py::object operator()(const direction_certificate& c) const {
+    return py::make_tuple("direction", place_state(c.direction));
+  }
+  py::object operator()(const boundary_certificate& c) const {
+    py::list pieces;
+    for (const affine_piece& piece : c.pieces) pieces.append(piece_state(piece));
+    return py::make_tuple("boundary", place_state(c.base), pieces, c.outside.x, c.outside.y);
+  }
+};
+
+}  // namespace
+
+py::tuple place_state(xy at) { return py::make_tuple(at.x, at.y); }
+
+xy place_from(const py::handle& state) {
+  const auto [x, y] = state.cast<std::pair<double, double>>();
+  return {x, y};
+}
+
+py::tuple piece_state(const affine_piece& piece) {
   py::list kinks;
-  for (const auto& k : piece.kinks) kinks.append(py::make_tuple(k.site, state_of(k.slope)));
-  return py::make_tuple(piece.multiplier, state_of(piece.taken_at), array_of(piece.edge),
+  for (const auto& k : piece.kinks) kinks.append(py::make_tuple(k.site, place_state(k.slope)));
+  return py::make_tuple(piece.multiplier, place_state(piece.taken_at), array_of(piece.edge),
                         array_of(piece.rank), kinks);
 }
 
-affine_piece piece_from(const py::tuple& state) {
+affine_piece piece_from(const py::handle& from) {
+  const auto state = from.cast<py::tuple>();
   affine_piece piece{.multiplier = state[0].cast<double>(),
                      .taken_at = place_from(state[1]),
                      .edge = numbers_from(state[2]),
@@ -55,29 +79,6 @@ affine_piece piece_from(const py::tuple& state) {
   }
   return piece;
 }
-
-struct to_state {
-  py::object operator()(std::monostate) const { return py::none(); }
-  py::object operator()(const convex_certificate& c) const {
-    py::list pieces;
-    for (const affine_piece& piece : c.pieces) pieces.append(state_of(piece));
-    return py::make_tuple("convex", state_of(c.base), pieces);
-  }
-  py::object operator()(const branch_certificate& c) const {
-    return py::make_tuple("branch", state_of(c.base), c.half, bytes_of(c.outside),
-                          bytes_of(c.cells));
-  }
-  py::object operator()(const direction_certificate& c) const {
-    return py::make_tuple("direction", state_of(c.direction));
-  }
-  py::object operator()(const boundary_certificate& c) const {
-    py::list pieces;
-    for (const affine_piece& piece : c.pieces) pieces.append(state_of(piece));
-    return py::make_tuple("boundary", state_of(c.base), pieces, c.outside.x, c.outside.y);
-  }
-};
-
-}  // namespace
 
 py::object certificate_state(const certificate& proof) { return std::visit(to_state(), proof); }
 
@@ -93,7 +94,7 @@ certificate certificate_from(const py::object& state) {
                               .cells = reasons_from(fields[4])};
   }
   convex_certificate c{.pieces = {}, .base = place_from(fields[1])};
-  for (const py::handle piece : fields[2]) c.pieces.push_back(piece_from(piece.cast<py::tuple>()));
+  for (const py::handle piece : fields[2]) c.pieces.push_back(piece_from(piece));
   if (kind == "boundary") {
     return boundary_certificate{
         .outside = {fields[3].cast<std::string>(), fields[4].cast<std::string>()},

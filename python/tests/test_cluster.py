@@ -8,7 +8,7 @@ import time
 import numpy as np
 import planloc
 import pytest
-from planloc import batches
+from planloc import batches, cluster as engine
 
 distributed = pytest.importorskip("distributed")
 
@@ -33,15 +33,14 @@ def same(left, right):
 
 
 def test_a_worker_dies_and_another_joins_late(cluster, problem, monkeypatch):
-    monkeypatch.setattr(batches, "CHUNK", 5)
     change = {"weight": planloc.drawn(400, spread=0.2, seed=1)}
     alone = planloc.scenarios(problem, change)
     done, under_way = [], []
-    put = batches._Results.put
+    put = batches._Gathered.put
 
-    def watch(self, number, part):
-        put(self, number, part)
-        done.append(number)
+    def watch(self, first, part):
+        put(self, first, part)
+        done.append(first)
         if len(done) == 10:
             wait_for_a_new_worker()
         under_way.append(len(client.futures))
@@ -53,7 +52,7 @@ def test_a_worker_dies_and_another_joins_late(cluster, problem, monkeypatch):
             assert time.monotonic() < end, "no worker joined"
             time.sleep(0.05)
 
-    monkeypatch.setattr(batches._Results, "put", watch)
+    monkeypatch.setattr(batches._Gathered, "put", watch)
     with distributed.Client(cluster) as client:
         first = client.run(os.getpid)
         client.get_task_stream()  # from here on the scheduler notes who ran what
@@ -66,10 +65,10 @@ def test_a_worker_dies_and_another_joins_late(cluster, problem, monkeypatch):
 
         side = threading.Thread(target=disturb)
         side.start()
-        shared = planloc.scenarios(problem, change, client=client)
+        shared = planloc.scenarios(problem, change, client=client, chunk=5)
         side.join()
         ran_on = {task["worker"] for task in client.get_task_stream()}
     assert same(alone, shared)
-    assert sorted(done) == list(range(80))
-    assert max(under_way) <= 4 * 3 + 1, "the client holds more than a few chunks a thread"
+    assert sorted(done) == list(range(0, 400, 5))
+    assert max(under_way) <= engine.AHEAD * 3 + 1, "the client holds more than a few chunks a thread"
     assert ran_on - set(first), "the worker that joined got no work"

@@ -25,9 +25,29 @@ def test_the_efficient_set_is_undominated_and_ends_at_the_optima():
     assert (np.diff(chain.curve[:, 0]) > 0).all() and (np.diff(chain.curve[:, 1]) < 0).all()
 
 
+@pytest.mark.parametrize("distance, objective", [
+    ("euclid", "median"), ("octagon", ("median", "centre")), ("lp:3", "cent-dian:0.4"),
+])  # fmt: skip
+def test_no_place_beats_a_polyline_by_more_than_its_distance(distance, objective):
+    weights = np.random.default_rng(15).uniform(0.5, 3, (2, 7))
+    line = planloc.compare(SITES, weights=weights, gauge=distance, objective=objective, gap=0.01)
+    line = pickle.loads(pickle.dumps(line))
+    checked = line.verify()
+    assert checked and line.status == "within_gap"
+    assert 0 < checked.gap <= line.distance <= 0.01
+    both = objective if isinstance(objective, tuple) else (objective, objective)
+    criteria = [planloc.Problem(SITES, w, distance, objective=o) for w, o in zip(weights, both)]
+    assert line.curve[0] == pytest.approx([p.value(*line.pieces[0].corners[0]) for p in criteria])
+    slack = 0.011 * np.abs(line.curve[-1] - line.curve[0])
+    for x, y in itertools.product(np.linspace(0, 1, 25), repeat=2):
+        f = np.array([p.value(x, y) for p in criteria]) + slack
+        along = np.interp(f[0], line.curve[:, 0], line.curve[:, 1], left=np.inf)
+        assert along <= f[1]
+
+
 @pytest.mark.parametrize("distance", ["euclid", "l1"])
 def test_two_depots_are_the_best_of_all_partitions(distance):
-    found = planloc.depots(SITES, new=2, gauge=distance, lower_bound=True, gap=1e-3)
+    found = planloc.depots(SITES, new=2, gauge=distance, bound=True, gap=1e-3)
     parts = (np.array(part, bool) for part in itertools.product([0, 1], repeat=7))
     best = min(sum(planloc.solve(SITES[side], gauge=distance).value for side in (p, ~p) if side.any())
                for p in parts)
@@ -61,7 +81,11 @@ def test_tied_facilities(distance):
 
 @pytest.mark.parametrize("call, text", [
     (lambda: planloc.compare(SITES, weights=[np.ones(7)]), "two rows"),
-    (lambda: planloc.compare(SITES, weights=np.ones((2, 7)), gauge="euclid"), "polyhedral"),
+    (lambda: planloc.compare(SITES, weights=np.ones((2, 7)), gap=0), "tolerance"),
+    (lambda: planloc.compare(SITES, weights=np.ones((2, 7)), objective="range"), "order weight"),
+    (lambda: planloc.depots(planloc.Problem(SITES, objective="centre"), new=2), "median"),
+    (lambda: planloc.depots(planloc.Problem(SITES, forbid=SITES[:3]), new=2), "regions"),
+    (lambda: planloc.depots(planloc.Problem(SITES), new=2, weight=np.ones(7)), "weight is given"),
     (lambda: planloc.depots(SITES, new=-1), "negative"),
     (lambda: planloc.depots(SITES, new=0), "facility"),
     (lambda: planloc.tied(SITES, share=np.ones((2, 3)), flow=np.zeros((2, 2))), "7 entries"),

@@ -39,10 +39,10 @@ def test_convex_answers_are_the_best_on_a_grid(distance, objective):
 
 def test_sites_with_gauges_of_their_own():
     own = [gauge.l1(), gauge.polygon([(3, 0), (-1, 2), (-1, -2)])]
-    problem = planloc.Problem([(0, 0), (5, 1), (2, 4)], gauge=own, gauge_of=[0, 1, 1])
+    problem = planloc.Problem([(0, 0), (5, 1), (2, 4)], gauge=own, gauge_column=[0, 1, 1])
     place = (1.0, 2.0)
     expected = [own[k](place[0] - x, place[1] - y)
-                for k, (x, y) in zip(problem.gauge_of, problem.sites)]
+                for k, (x, y) in zip(problem.gauge_column, problem.sites)]
     assert problem.distances(*place) == pytest.approx(expected)
     assert planloc.solve(problem).value == pytest.approx(brute_force(problem), rel=1e-4)
 
@@ -67,7 +67,7 @@ def test_pickles_are_the_same_and_still_proved():
     (lambda: planloc.solve([(0, 0)], objective="k-centrum"), "must be k-centrum:N"),
     (lambda: planloc.solve([(0, 0)], objective="k-centrum:3"), "3"),
     (lambda: planloc.solve([(0, 0)], objective="best"), "unknown objective 'best'"),
-    (lambda: planloc.solve([(0, 0)], gauge_of=[-1]), "gauge_of"),
+    (lambda: planloc.solve([(0, 0)], gauge_column=[-1]), "gauge_column"),
     (lambda: gauge.polygon([(1, 0), (2, 0), (3, 1)]), "origin"),
 ])  # fmt: skip
 def test_bad_input_is_a_value_error(call, text):
