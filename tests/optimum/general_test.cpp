@@ -5,6 +5,7 @@
 #include <functional>
 #include <limits>
 
+#include "arrangement.h"
 #include "instances.h"
 #include "planloc/optimum/minimise.h"
 #include "planloc/optimum/verify.h"
@@ -135,6 +136,27 @@ TEST(General, HardEndings) {
          {2, 1, 1, 1}},
         {triangle, diamond, diamond},
         order_weights({0, 1, 1, 1, 0, 1, 1, 0})}},
+      {"level far away in all directions, with lines that cross there",
+       {{{20.9, 73.2, 3},
+         {20.9, 73.2, 2},
+         {28.5, 16.8, 1},
+         {28.4, 49.1, 1},
+         {41, 18.7, 3},
+         {20.1, 67, 2},
+         {79, 58.4, 2},
+         {47.9, 52.8, 3},
+         {70.4, 82.5, 1},
+         {56.7, 29.6, 1}},
+        {gauge::polyhedral(
+            {{.91, -.49}, {.98, .49}, {.23, 1.06}, {-.65, .75}, {-.83, -.36}, {0, -.93}})},
+        order_weights({0, 1, 0, 1, 1, 1, 0, 0, -1, -1})}},
+      {"level where one gauge grows faster, from directions on that are hard to tell apart",
+       {{{6.2, 8.5, 1, 1}, {0, 2.2, 1, 1}, {7, 4.8, 1, 0}, {3.8, .7, 1, 1}, {6.7, 5.1, 1, 1}},
+        {gauge::polyhedral(
+             {{1.06, .12}, {.35, .79}, {-.65, .47}, {-.84, -.5}, {-.12, -1.15}, {.81, -.88}}),
+         gauge::polyhedral(
+             {{1.04, .04}, {.49, .86}, {-.6, .73}, {-.95, -.15}, {-.37, -.94}, {.67, -.82}})},
+        order_weights({-1, -1, 1, 1, 0})}},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
@@ -145,6 +167,8 @@ TEST(General, HardEndings) {
     const verification v = verify(c.p, s);
     EXPECT_TRUE(v.accepted) << v.reason;
     EXPECT_EQ(v.gap, 0);
+    const arrangement::optima best = arrangement(c.p).find();
+    EXPECT_NEAR(s.value, best.value, 1e-12 * best.size);
   }
 }
 

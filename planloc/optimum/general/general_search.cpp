@@ -32,13 +32,17 @@ constexpr double kSideGap = 1e-7;
 constexpr double kAimed = 1 - 0x1p-30;
 // Halvings of a triangle of the sites' extent: smaller ones are beyond what doubles can tell.
 constexpr int kMostDepth = 100;
-// How many break lines are worth an exact close: the smaller the cell beside the extent, the more
-// of them are there to stay, since they meet in one place.
-std::size_t line_limit(const cell& c, double extent) {
+// How many break lines are worth an exact close. The smaller the cell beside the extent, the more
+// of them are there to stay, since they meet in one place. Where f levels off far from the sites,
+// large cells are crossed by bundles of them that are nearly parallel and seldom meet.
+constexpr std::size_t kLines = 20;
+constexpr std::size_t kLinesFarAway = 100;
+std::size_t line_limit(const cell& c, double extent, bool levels) {
   double side = 0;
   for (const detail::xy& at : c.corners)
     side = std::max({side, std::fabs(at.x - c.corners[0].x), std::fabs(at.y - c.corners[0].y)});
-  return side > extent * 0x1p-16 ? 20 : side > extent * 0x1p-26 ? 64 : 400;
+  if (levels && side > 2 * extent) return kLinesFarAway;
+  return side > extent * 0x1p-16 ? kLines : side > extent * 0x1p-26 ? 64 : 400;
 }
 // Of a cell's size: more than what f can be off by at a crossing in doubles.
 constexpr double kPromising = 1e-7;
@@ -160,6 +164,7 @@ class general_search {
   std::optional<detail::cell_regions> where_;  // unless all of the plane is permitted
   search_tree tree_;
   int most_depth_ = kMostDepth;
+  bool levels_ = false;  // far from the sites
   incumbent best_;
   double floor_ = std::numeric_limits<double>::infinity();  // bounds of cells that were given up
   std::vector<task> batch_;
@@ -355,7 +360,7 @@ void general_search::work_on(task& t, worker& w) const {
 bool general_search::solve_exactly(task& t, worker& w) const {
   if (!problem_.polyhedral()) return false;
   const cell& c = *t.c;
-  const std::size_t limit = line_limit(c, extent_);
+  const std::size_t limit = line_limit(c, extent_, levels_);
   auto lines = w.closer.lines(c, limit);
   if (!lines) return false;
   if (where_ && !where_->add_lines(c.corners, limit, *lines)) return false;
@@ -490,6 +495,7 @@ solution general_search::run() {
     s.counters.seconds = seconds();
     return s;
   }
+  levels_ = far.kind == growth::levels;
   offer({0, 0}, problem_.value(table_.base));
   try_sites();
   if (!least_possible()) {

@@ -35,28 +35,6 @@ mpq_class sum_of_weights(const problem& p) {
   return sum;
 }
 
-double length(const xy& v) { return std::hypot(v.x, v.y); }
-
-// Sites of one polyhedral gauge and one weight, order weights that add up to 0. Let s be the least
-// sine between neighbouring rays, D the largest distance of a site from the base. Where x = a r +
-// b r' between neighbouring rays r and r' has a |r| >= D / s^2, all x - a_i lie in the two cones
-// beside r, in which a step along -r makes all gauges less by the same, and f stays. So each value
-// of f is taken where both a |r| and b |r'| are at most D / s^2.
-double half_of_repetition(const problem& p, const distance_table& table) {
-  const std::span<const xy> v = p.gauge_of(0).vertices();
-  double sine = 1;
-  for (std::size_t j = 0; j < v.size(); ++j) {
-    const xy& a = v[j];
-    const xy& b = v[(j + 1) % v.size()];
-    sine = std::min(sine, (a.x * b.y - a.y * b.x) / (length(a) * length(b)));
-  }
-  double far = 0;
-  for (std::size_t k = 0; k < table.size(); ++k)
-    far = std::max(far, std::fabs(table.x[k]) + std::fabs(table.y[k]));
-  if (far == 0) return 1;
-  return 4 * kCaution * far / (sine * sine);
-}
-
 // The sum of |lambda| times the most by which d_i(x) and its gauge at x - base can differ, and f at
 // the base, or the level: so much must the recession function be on the border of the square.
 double needed_growth(const problem& p, const distance_table& table, double level) {
@@ -123,12 +101,7 @@ recession test_recession(const problem& p, const distance_table& table, double l
       result.direction = {1, 0};
       return result;
     }
-    if (s == 0) {
-      if (!p.polyhedral()) return result;
-      result.kind = growth::repeats;
-      result.half = half_of_repetition(p, table);
-      return result;
-    }
+    if (s == 0) return test_sectors(p, table);
   }
   const problem origin = recession_problem(p);
   const distance_table gauges(origin);
@@ -156,7 +129,7 @@ recession test_recession(const problem& p, const distance_table& table, double l
   }
   for (std::size_t cells = 0; !falls && tree.least_bound() < kBoundShare * value; cells += 2) {
     std::unique_ptr<cell> c = tree.pop();
-    if (c->depth >= kMostDepth || cells > kMostCells) return test_all_lines(p, table);
+    if (c->depth >= kMostDepth || cells > kMostCells) return test_sectors(p, table);
     auto [one, other] = bounder.split(*c);
     tree.add_halves(*c, *one, *other);
     take(std::move(one));
@@ -166,7 +139,7 @@ recession test_recession(const problem& p, const distance_table& table, double l
     result.kind = growth::falls;
     return result;
   }
-  if (!(tree.least_bound() > kRounding * size)) return test_all_lines(p, table);
+  if (!(tree.least_bound() > kRounding * size)) return test_sectors(p, table);
   result.kind = growth::grows;
   const double half = kCaution * needed_growth(p, table, level) / tree.least_bound();
   result.half = half > 0 ? half : 1;

@@ -17,9 +17,8 @@ namespace planloc::detail {
 enum class growth {
   falls,      // without end along `direction`
   grows,      // so that nothing outside of the square is better than the base
-  repeats,    // outside of the square no value is new
-  levels,     // nowhere falling; all crossings of break lines are in the square
-  undecided,  // none of these is known: too many lines, or gauges that are not polyhedral
+  levels,     // nowhere falling; outside of the square no value is less than all inside
+  undecided,  // none of these is known: too many kinds of sites, or gauges that are not polyhedral
 };
 
 struct recession {
@@ -36,11 +35,19 @@ recession test_recession(const problem& p, const distance_table& table,
 // Whether no sum of the last k order weights is negative, decided exactly: then f >= 0.
 bool never_negative(const problem& p);
 
-// By all lines on which f can break, for problems with few of them. Polyhedral f that falls nowhere
-// far from the sites is linear on the cells between these lines, each of which has a corner, so
-// that its least value is at a crossing. The recession function in turn is linear between the
-// directions of the lines.
-recession test_all_lines(const problem& p, const distance_table& table);
+// Polyhedral f, by the directions in which a gauge breaks or two distances grow alike, for problems
+// with few different pairs of gauge and weight. The recession function is linear between two
+// neighbours u and v of these. Let x = base + a u + b v with a, b >= 0. From some a on, the edges
+// in force at x are those in force at u, and of two sites one of which grows faster along u that
+// one is farther: a step along -u keeps the order and makes f less by the recession function of u.
+// If that is nowhere negative, a step back is never worse, so that nothing is better than all
+// places with a and b up to these limits.
+//   - A site at s, |s| <= D in either coordinate: let p and q be the rays of its gauge on the sides
+// of u, the one of v and the other. x - s lies between q and p where a |u x p| >= D |p| and, since
+// x - s is on the side of q only where b |u x v| <= D |u|, where a |u x q| >= D |q| + b (v x q), if
+// that is positive; norms add up coordinates.
+//   - Two sites: d(x) and the growth c(x) towards x differ by at most max(c(s), c(-s)).
+recession test_sectors(const problem& p, const distance_table& table);
 
 // Whether the recession function, `origin` with its table, is surely negative in a direction.
 bool surely_falls(const problem& origin, const distance_table& table, const xy& u);

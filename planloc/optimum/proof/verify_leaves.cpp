@@ -14,12 +14,6 @@ namespace {
 
 // ----- Outside of the square -----
 
-mpq_class sum_of_weights(const problem& p) {
-  mpq_class sum;
-  for (const double l : listed_weights(p)) sum += mpq_class(l);
-  return sum;
-}
-
 bool tail_sums_not_negative(const problem& p) {
   const std::vector<double> lambda = listed_weights(p);
   mpq_class tail;
@@ -28,33 +22,6 @@ bool tail_sums_not_negative(const problem& p) {
     if (sgn(tail) < 0) return false;
   }
   return true;
-}
-
-bool same_distances(const problem& p) {
-  const site& first = p.sites()[0];
-  return std::all_of(p.sites().begin(), p.sites().end(), [&](const site& s) {
-    return s.gauge == first.gauge && s.weight == first.weight;
-  });
-}
-
-// In polar coordinates of the rays, the square must hold all places up to D / s^2 along each of two
-// neighbouring rays, D being the largest distance of a site from the base and s the least sine
-// between neighbouring rays: farther out a step back along a ray changes all gauges alike.
-void check_repetition(const problem& p, const branch_certificate& c) {
-  mpq_class far;
-  for (const site& s : p.sites()) {
-    const mpq_class d =
-        abs(mpq_class(mpq_class(s.x) - c.base.x)) + abs(mpq_class(mpq_class(s.y) - c.base.y));
-    far = std::max(far, d);
-  }
-  const std::span<const xy> v = p.gauge_of(0).vertices();
-  for (std::size_t j = 0; j < v.size(); ++j) {
-    const fraction_pair a{mpq_class(v[j].x), mpq_class(v[j].y)};
-    const fraction_pair b{mpq_class(v[(j + 1) % v.size()].x), mpq_class(v[(j + 1) % v.size()].y)};
-    const mpq_class cross = a.x * b.y - a.y * b.x;
-    if (cross * cross * reach(c) < 2 * far * dot(a, a) * dot(b, b))
-      refuse("the square is too small");
-  }
 }
 
 // f(x) is at least the recession function at x - base less the sum of |lambda| times the most by
@@ -103,11 +70,7 @@ void check_square(const problem& p, const branch_certificate& c, const mpq_class
     if (!c.outside.empty()) refuse("places outside of the square are not allowed anyway");
   } else if (c.outside.empty()) {
     if (!p.polyhedral()) refuse("nothing is said of places outside of the square");
-    if (same_distances(p) && sgn(sum_of_weights(p)) == 0) {
-      check_repetition(p, c);
-    } else {
-      check_lines(p, c);
-    }
+    check_sectors(p, c);
   } else {
     check_growth(p, c, least);
   }

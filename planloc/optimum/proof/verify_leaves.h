@@ -102,8 +102,12 @@ inline mpq_class reach(const branch_certificate& c) {
   return mpq_class(c.half) * branch_certificate::kInside;
 }
 
-// Refuses a square that might not hold an optimum, judged by all lines on which f can break.
-void check_lines(const problem& p, const branch_certificate& c);
+// Refuses a square that might not hold an optimum of polyhedral f that levels off far away. Between
+// neighbours u and v of the directions in which a gauge breaks or two distances grow alike, and
+// from some a on, all edges at x = base + a u + b v are in force at u too, and of two sites the one
+// that grows faster along u is farther. Then f falls by the growth of f along u with each step
+// along -u. Where that growth is nowhere negative, some optimum has a and b up to these limits.
+void check_sectors(const problem& p, const branch_certificate& c);
 
 // The sum of order weights times sorted distances.
 interval ordered_sum(const problem& p, std::vector<interval> distances);
