@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <iterator>
+
+#include "planloc/optimum/general/best_mixture.h"
 
 namespace planloc::detail {
 
@@ -21,6 +22,9 @@ double least(const std::array<double, 3>& a) { return std::min({a[0], a[1], a[2]
 
 // Above this many runs a sort is faster than one selection a run.
 constexpr std::size_t kRunsToSelect = 6;
+
+bool few(const std::vector<order_run>& runs) { return runs.size() <= kRunsToSelect; }
+
 // Steps a site of an insertion sort before it is given up.
 constexpr std::size_t kStepsToSort = 8;
 
@@ -37,44 +41,6 @@ void sort_nearly_sorted(std::vector<Ranked>& v) {
       return std::sort(v.begin(), v.end(),
                        [](const Ranked& a, const Ranked& b) { return a.key < b.key; });
     left -= k - to;
-  }
-}
-
-// Of what is moved by a selection, in parts of the whole: from there on a heap is slower.
-constexpr std::ptrdiff_t kShareOfHeap = 16;
-
-// No key before `jump` is above one behind it. Fast where few have to change sides, as from a cell
-// to its halves.
-template <class Iterator>
-void split_at(Iterator begin, Iterator jump, Iterator end) {
-  const auto less = [](const auto& a, const auto& b) { return a.key < b.key; };
-  const double guess = jump->key;
-  const Iterator middle =
-      std::partition(begin, end, [guess](const auto& r) { return r.key < guess; });
-  if (middle <= jump) {
-    if (jump - middle <= (end - middle) / kShareOfHeap) {
-      std::partial_sort(middle, jump, end, less);
-    } else {
-      std::nth_element(middle, jump, end, less);
-    }
-  } else if (middle - jump <= (middle - begin) / kShareOfHeap) {
-    const auto from_back = [](Iterator i) { return std::make_reverse_iterator(i); };
-    std::partial_sort(from_back(middle), from_back(jump), from_back(begin),
-                      [](const auto& a, const auto& b) { return a.key > b.key; });
-  } else {
-    std::nth_element(begin, jump, middle, less);
-  }
-}
-
-// Sorts by keys as far as the runs can tell: what lies in one run stays in any order.
-template <class Ranked>
-void sort_into_runs(std::vector<Ranked>& v, const std::vector<order_run>& runs) {
-  if (runs.size() > kRunsToSelect) return sort_nearly_sorted(v);
-  auto end = v.end();
-  for (std::size_t r = runs.size(); r-- > 1;) {
-    const auto jump = end - static_cast<std::ptrdiff_t>(runs[r].count);
-    split_at(v.begin(), jump, end);
-    end = jump;
   }
 }
 
@@ -144,8 +110,8 @@ std::pair<std::unique_ptr<cell>, std::unique_ptr<cell>> cell_bounder::split(cell
     std::uint32_t between = e[one_end];
     const gauge_block& b = table_.blocks[table_.block_of[to_first.slot]];
     if (e[one_end] != e[2] && b.kind == gauge::shape::polyhedral) {
-      between =
-          table_.active_edge(b, minus(middle, {table_.x[to_first.slot], table_.y[to_first.slot]}));
+      const std::array ends{e[one_end], e[2]};
+      between = edge_at(middle, to_first.slot, b, ends);
     }
     to_first.edge = segment ? std::array{e[0], between, between} : std::array{between, e[0], e[1]};
     to_second.edge = segment ? std::array{e[1], between, between} : std::array{between, e[2], e[0]};
@@ -166,21 +132,44 @@ std::pair<std::unique_ptr<cell>, std::unique_ptr<cell>> cell_bounder::split(cell
 
 // ----- Sites on a cell -----
 
-std::uint32_t cell_bounder::edge_at_centroid(const placed_site& s, const gauge_block& b) const {
-  const xy u = minus(points_[3], {table_.x[s.slot], table_.y[s.slot]});
-  for (const std::uint32_t e : s.edge) {
-    if (table_.in_cone(b, e, u)) return e;
+// One of the likely edges as a rule; then it is the one with the largest value, which is found
+// without a branch that no processor could predict.
+std::uint32_t cell_bounder::edge_at(const xy& at, std::uint32_t slot, const gauge_block& b,
+                                    std::span<const std::uint32_t> likely) const {
+  const xy u = minus(at, {table_.x[slot], table_.y[slot]});
+  const ball_edge* edges = table_.edges.data() + b.first_edge;
+  std::uint32_t best = likely[0];
+  double most = dot(edges[best].normal, u);
+  for (const std::uint32_t e : likely.subspan(1)) {
+    const double value = dot(edges[e].normal, u);
+    best = value > most ? e : best;
+    most = value > most ? value : most;
   }
-  return table_.active_edge(b, u);
+  return table_.in_cone(b, best, u) ? best : table_.active_edge(b, u);
+}
+
+void cell_bounder::bend_linear_pieces(const placed_site& s, const gauge_block& b,
+                                      bend& result) const {
+  const double w = table_.weight[s.slot];
+  std::array<xy, kPoints> u;
+  for (std::size_t m = 0; m < kPoints; ++m)
+    u[m] = minus(points_[m], {table_.x[s.slot], table_.y[s.slot]});
+  const std::uint32_t at_centroid = edge_at(points_[3], s.slot, b, s.edge);
+  for (std::size_t j = 0; j < kPoints; ++j) {
+    const xy& n = table_.edges[b.first_edge + (j < 3 ? s.edge[j] : at_centroid)].normal;
+    for (std::size_t m = 0; m < 3; ++m) result.tangent[j][m] = w * dot(n, u[m]);
+    if (j == 3) result.centre = w * dot(n, u[3]);
+  }
 }
 
 cell_bounder::bend cell_bounder::bend_of(const placed_site& s, const gauge_block& b) const {
   bend result{};
+  if (b.kind == gauge::shape::polyhedral) {
+    bend_linear_pieces(s, b, result);
+    return result;
+  }
   for (std::size_t j = 0; j < kPoints; ++j) {
-    distance_table::linear_piece piece =
-        b.kind != gauge::shape::polyhedral
-            ? table_.piece(s.slot, points_[j])
-            : table_.piece_of_edge(s.slot, points_[j], j < 3 ? s.edge[j] : edge_at_centroid(s, b));
+    distance_table::linear_piece piece = table_.piece(s.slot, points_[j]);
     // At a smooth site any slope in the polar of its ball will do: that towards the cell does best.
     if (piece.slope == xy{0, 0}) piece.slope = table_.piece(s.slot, points_[3]).slope;
     if (j == 3) result.centre = piece.distance;
@@ -190,14 +179,17 @@ cell_bounder::bend cell_bounder::bend_of(const placed_site& s, const gauge_block
   return result;
 }
 
-cell_bounder::site_view cell_bounder::look(const placed_site& s) {
-  site_view v{};
+void cell_bounder::look(const placed_site& s, site_view& v) {
   v.site = s;
+  v.first_run = v.last_run = 0;
   const gauge_block& b = table_.blocks[table_.block_of[s.slot]];
   if (b.kind == gauge::shape::polyhedral && s.edge[0] == s.edge[1] && s.edge[1] == s.edge[2]) {
     v.bent = kFlat;
-    for (std::size_t m = 0; m < 3; ++m)
-      v.value[m] = table_.piece_of_edge(s.slot, points_[m], s.edge[m]).distance;
+    const xy& n = table_.edges[b.first_edge + s.edge[0]].normal;
+    for (std::size_t m = 0; m < 3; ++m) {
+      const xy u = minus(points_[m], {table_.x[s.slot], table_.y[s.slot]});
+      v.value[m] = table_.weight[s.slot] * dot(n, u);
+    }
     v.centre = (v.value[0] + v.value[1] + v.value[2]) / 3;
     v.lower = std::max(least(v.value), 0.0);
   } else {
@@ -205,30 +197,40 @@ cell_bounder::site_view cell_bounder::look(const placed_site& s) {
     const bend& of_site = bends_.emplace_back(bend_of(s, b));
     for (std::size_t m = 0; m < 3; ++m) v.value[m] = of_site.tangent[m][m];
     v.centre = of_site.centre;
+    v.lower = 0;
     for (const auto& row : of_site.tangent) v.lower = std::max(v.lower, least(row));
   }
   v.upper = std::max({v.value[0], v.value[1], v.value[2]});
   v.lower = std::min(v.lower, v.upper);
-  return v;
 }
 
 // The runs behind the first b ranks: as many sites are surely reached by the b-th smallest upper
 // bound, and all others are surely no nearer than the lower bound of rank b + 1.
 void cell_bounder::find_limits(const std::vector<order_run>& runs) {
-  sort_into_runs(lowers_, runs);
-  sort_into_runs(uppers_, runs);
   reached_.clear();
   left_behind_.clear();
-  const auto nearer = [](const ranked& a, const ranked& b) { return a.key < b.key; };
-  auto lower = lowers_.begin();
-  auto upper = uppers_.begin();
+  if (few(runs)) {
+    lower_runs_.split(keys_of([](const site_view& v) { return v.lower; }), runs,
+                      run_finder::side::behind);
+    upper_runs_.split(keys_of([](const site_view& v) { return v.upper; }), runs,
+                      run_finder::side::before);
+    left_behind_ = lower_runs_.jumps();
+    reached_ = upper_runs_.jumps();
+    return;
+  }
+  lowers_.clear();
+  uppers_.clear();
+  for (std::uint32_t k = 0; k < undecided_.size(); ++k) {
+    lowers_.push_back({undecided_[k].lower, k});
+    uppers_.push_back({undecided_[k].upper, k});
+  }
+  sort_nearly_sorted(lowers_);
+  sort_nearly_sorted(uppers_);
+  std::size_t k = 0;
   for (std::size_t r = 0; r + 1 < runs.size(); ++r) {
-    const auto count = static_cast<std::ptrdiff_t>(runs[r].count);
-    const auto next = static_cast<std::ptrdiff_t>(runs[r + 1].count);
-    reached_.push_back(std::max_element(upper, upper + count, nearer)->key);
-    left_behind_.push_back(std::min_element(lower + count, lower + count + next, nearer)->key);
-    lower += count;
-    upper += count;
+    k += runs[r].count;
+    reached_.push_back(uppers_[k - 1].key);
+    left_behind_.push_back(lowers_[k].key);
   }
 }
 
@@ -258,8 +260,22 @@ void cell_bounder::find_runs(std::size_t runs) {
 
 // Of the undecided sites. A site that is decided has its rank in its run among the lower bounds and
 // among the upper bounds too, so that the others are sorted into the rest of the runs.
-double cell_bounder::interval_sum(const std::vector<order_run>& runs) const {
+double cell_bounder::interval_sum(const std::vector<order_run>& runs) {
   double sum = 0;
+  if (few(runs)) {
+    std::array<double, kRunsToSelect> of_lower{};
+    std::array<double, kRunsToSelect> of_upper{};
+    for (std::size_t r = 0; r < runs.size(); ++r) {
+      of_lower[r] = std::max(runs[r].weight, 0.0);
+      of_upper[r] = std::min(runs[r].weight, 0.0);
+    }
+    for (const site_view& v : undecided_) {
+      const double bound =
+          of_lower[lower_runs_(v.lower)] * v.lower + of_upper[upper_runs_(v.upper)] * v.upper;
+      sum += v.first_run == v.last_run ? 0.0 : bound;
+    }
+    return sum;
+  }
   std::size_t k = 0;
   for (const order_run& r : runs) {
     const std::vector<ranked>& bounds = r.weight >= 0 ? lowers_ : uppers_;
@@ -272,12 +288,6 @@ double cell_bounder::interval_sum(const std::vector<order_run>& runs) const {
 }
 
 void cell_bounder::decide(cell& c) {
-  lowers_.clear();
-  uppers_.clear();
-  for (std::uint32_t k = 0; k < undecided_.size(); ++k) {
-    lowers_.push_back({undecided_[k].lower, k});
-    uppers_.push_back({undecided_[k].upper, k});
-  }
   find_limits(c.runs);
   find_runs(c.runs.size());
   c.bound = interval_sum(c.runs);
@@ -356,13 +366,41 @@ void cell_bounder::add_rest(const cell& c) {
   }
 }
 
-// Brings the order, that of the point before as a rule, up to date.
-void cell_bounder::rank_at(std::size_t point, const std::vector<order_run>& runs) {
+// Takes the piece that is in force at a point to the planes.
+void cell_bounder::add_at(std::size_t point, const site_view& v, std::size_t run, double weight,
+                          std::array<double, 3>& concave) {
+  const auto& plane = v.bent == kFlat ? v.value : bends_[v.bent].tangent[point];
+  for (std::size_t m = 0; m < 3; ++m) rows_[point][m] += rising_[run] * plane[m];
+  if (point < 3) {
+    concave[point] += falling_[run] * v.value[point];
+  } else {
+    centroid_.value += weight * v.centre;
+  }
+}
+
+void cell_bounder::add_by_runs(std::size_t point, const std::vector<order_run>& runs,
+                               std::array<double, 3>& concave) {
+  const auto key = [point](const site_view& v) { return point < 3 ? v.value[point] : v.centre; };
+  lower_runs_.split(keys_of(key), runs, run_finder::side::behind);
+  for (const site_view& v : undecided_) {
+    const std::uint32_t run = lower_runs_(key(v));
+    add_at(point, v, run, runs[run].weight, concave);
+  }
+}
+
+void cell_bounder::add_in_order(std::size_t point, const std::vector<order_run>& runs,
+                                std::array<double, 3>& concave) {
   for (ranked& o : order_) {
     const site_view& v = undecided_[o.view];
     o.key = point < 3 ? v.value[point] : v.centre;
   }
-  sort_into_runs(order_, runs);
+  sort_nearly_sorted(order_);
+  std::size_t k = 0;
+  for (std::size_t r = 0; r < runs.size(); ++r) {
+    const std::size_t end = k + runs[r].count;
+    if (rising_[r] == 0 && falling_[r] == 0) k = end;
+    for (; k < end; ++k) add_at(point, undecided_[order_[k].view], r, runs[r].weight, concave);
+  }
 }
 
 // The rising steps of the order weights make a convex function, of which each plane takes the piece
@@ -378,31 +416,18 @@ void cell_bounder::add_undecided(cell& c) {
     rising_.push_back(up);
     falling_.push_back(up - r.weight);
   }
-  order_.clear();
-  for (std::uint32_t k = 0; k < undecided_.size(); ++k) order_.push_back({0, k});
   std::array<double, 3> concave{};
-  for (std::size_t j = 0; j < kPoints; ++j) {
-    rank_at(j, c.runs);
-    std::size_t k = 0;
-    for (std::size_t r = 0; r < c.runs.size(); ++r) {
-      const std::size_t end = k + c.runs[r].count;
-      if (rising_[r] == 0 && falling_[r] == 0) k = end;
-      for (; k < end; ++k) {
-        const site_view& v = undecided_[order_[k].view];
-        const auto& plane = v.bent == kFlat ? v.value : bends_[v.bent].tangent[j];
-        for (std::size_t m = 0; m < 3; ++m) rows_[j][m] += rising_[r] * plane[m];
-        if (j < 3) {
-          concave[j] += falling_[r] * v.value[j];
-        } else {
-          centroid_.value += c.runs[r].weight * v.centre;
-        }
-      }
-    }
+  if (few(c.runs)) {
+    for (std::size_t j = 0; j < kPoints; ++j) add_by_runs(j, c.runs, concave);
+  } else {
+    order_.clear();
+    for (std::uint32_t k = 0; k < undecided_.size(); ++k) order_.push_back({0, k});
+    for (std::size_t j = 0; j < kPoints; ++j) add_in_order(j, c.runs, concave);
+    // The halves start from the order at the centroid.
+    reordered_.clear();
+    for (const ranked& o : order_) reordered_.push_back(undecided_[o.view].site);
+    std::swap(c.undecided, reordered_);
   }
-  // The halves start from the order at the centroid.
-  reordered_.clear();
-  for (const ranked& o : order_) reordered_.push_back(undecided_[o.view].site);
-  std::swap(c.undecided, reordered_);
   for (auto& row : rows_) {
     for (std::size_t m = 0; m < 3; ++m) row[m] -= concave[m];
   }
@@ -422,12 +447,16 @@ void cell_bounder::process(cell& c) {
   const triangle& t = c.corners;
   points_ = {t[0], t[1], t[2], {(t[0].x + t[1].x + t[2].x) / 3, (t[0].y + t[1].y + t[2].y) / 3}};
   bends_.clear();
-  undecided_.clear();
   decided_.clear();
-  for (const placed_site& s : c.undecided) undecided_.push_back(look(s));
+  undecided_.resize(c.undecided.size());
+  for (std::size_t k = 0; k < undecided_.size(); ++k) look(c.undecided[k], undecided_[k]);
   const std::vector<decided_site> before = std::move(c.decided);
   c.decided.clear();
-  for (const decided_site& d : before) keep(c, look(d.site), d.lambda);
+  site_view v;
+  for (const decided_site& d : before) {
+    look(d.site, v);
+    keep(c, v, d.lambda);
+  }
   if (!undecided_.empty()) decide(c);
   c.size = size_of_terms(c);
   add_rest(c);
@@ -443,53 +472,20 @@ void cell_bounder::process(cell& c) {
 double cell_bounder::value(const cell& c, const xy& at) {
   double sum = c.folded.at_base + dot(c.folded.slope, at);
   for (const decided_site& d : c.decided) sum += d.lambda * table_.piece(d.site.slot, at).distance;
-  lowers_.clear();
-  for (const placed_site& s : c.undecided)
-    lowers_.push_back({table_.piece(s.slot, at).distance, 0});
-  sort_into_runs(lowers_, c.runs);
-  std::size_t k = 0;
+  keys_.clear();
+  for (const placed_site& s : c.undecided) keys_.push_back(table_.piece(s.slot, at).distance);
+  if (!few(c.runs)) {
+    std::sort(keys_.begin(), keys_.end());
+  } else if (!keys_.empty()) {
+    lower_runs_.split(keys_, c.runs, run_finder::side::behind);
+    for (const double key : keys_) sum += c.runs[lower_runs_(key)].weight * key;
+    return sum;
+  }
+  auto key = keys_.begin();
   for (const order_run& r : c.runs) {
-    for (const std::size_t end = k + r.count; k < end; ++k) sum += r.weight * lowers_[k].key;
+    for (std::size_t k = 0; k < r.count; ++k) sum += r.weight * *key++;
   }
   return sum;
-}
-
-// A matrix game with four rows and three columns: some best mixture takes at most three rows and
-// makes as many columns equal. Every mixture gives a bound, so that roundings do no harm.
-double best_mixture(const std::array<std::array<double, 3>, 4>& rows) {
-  double best = -std::numeric_limits<double>::infinity();
-  for (const auto& row : rows) best = std::max(best, least(row));
-  if (std::all_of(rows.begin(), rows.end(), [&](const auto& row) { return row == rows[0]; }))
-    return best;
-  const auto try_mixture = [&](const auto& a, double s, const auto& b, double t, const auto& c) {
-    if (!(s >= 0 && t >= 0 && s + t <= 1)) return;
-    const double rest = 1 - s - t;
-    best =
-        std::max(best, least({s * a[0] + t * b[0] + rest * c[0], s * a[1] + t * b[1] + rest * c[1],
-                              s * a[2] + t * b[2] + rest * c[2]}));
-  };
-  for (std::size_t i = 0; i < 4; ++i) {
-    for (std::size_t k = 0; k < i; ++k) {
-      for (std::size_t m = 0; m < 3; ++m) {
-        const std::size_t n = (m + 1) % 3;
-        const double a = rows[i][m] - rows[i][n];
-        const double b = rows[k][m] - rows[k][n];
-        if (a * b < 0) try_mixture(rows[i], b / (b - a), rows[k], a / (a - b), rows[k]);
-      }
-      for (std::size_t l = 0; l < k; ++l) {
-        const auto across = [&](std::size_t r, std::size_t m) {
-          return rows[r][m] - rows[r][0] - (rows[l][m] - rows[l][0]);
-        };
-        const double right1 = rows[l][0] - rows[l][1];
-        const double right2 = rows[l][0] - rows[l][2];
-        const double area = across(i, 1) * across(k, 2) - across(i, 2) * across(k, 1);
-        if (area == 0) continue;
-        try_mixture(rows[i], (right1 * across(k, 2) - right2 * across(k, 1)) / area, rows[k],
-                    (across(i, 1) * right2 - across(i, 2) * right1) / area, rows[l]);
-      }
-    }
-  }
-  return best;
 }
 
 }  // namespace planloc::detail

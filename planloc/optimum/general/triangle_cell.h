@@ -11,10 +11,12 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <span>
 #include <utility>
 #include <vector>
 
 #include "planloc/optimum/evaluate.h"
+#include "planloc/optimum/general/run_finder.h"
 
 namespace planloc::detail {
 
@@ -104,35 +106,47 @@ class cell_bounder {
     std::uint32_t view;
   };
 
-  site_view look(const placed_site& s);
-  std::uint32_t edge_at_centroid(const placed_site& s, const gauge_block& b) const;
+  void look(const placed_site& s, site_view& v);
+  std::uint32_t edge_at(const xy& at, std::uint32_t slot, const gauge_block& b,
+                        std::span<const std::uint32_t> likely) const;
+  void bend_linear_pieces(const placed_site& s, const gauge_block& b, bend& result) const;
   bend bend_of(const placed_site& s, const gauge_block& b) const;
   void find_limits(const std::vector<order_run>& runs);
   void find_runs(std::size_t runs);
   void decide(cell& c);
-  double interval_sum(const std::vector<order_run>& runs) const;
+  double interval_sum(const std::vector<order_run>& runs);
   void keep(cell& c, const site_view& v, double lambda);
   void substitute(const std::vector<order_run>& runs);
   double size_of_terms(const cell& c) const;
   void add_rest(const cell& c);
   void add_undecided(cell& c);
-  void rank_at(std::size_t point, const std::vector<order_run>& runs);
+  void add_at(std::size_t point, const site_view& v, std::size_t run, double weight,
+              std::array<double, 3>& concave);
+  void add_by_runs(std::size_t point, const std::vector<order_run>& runs,
+                   std::array<double, 3>& concave);
+  void add_in_order(std::size_t point, const std::vector<order_run>& runs,
+                    std::array<double, 3>& concave);
+  template <class Key>
+  const std::vector<double>& keys_of(Key key) {
+    keys_.clear();
+    for (const site_view& v : undecided_) keys_.push_back(key(v));
+    return keys_;
+  }
 
   const distance_table& table_;
   std::array<xy, kPoints> points_{};
   std::vector<bend> bends_;
   std::vector<site_view> undecided_;
   std::vector<site_view> decided_;  // beside cell::decided
-  std::vector<ranked> lowers_, uppers_, order_;
-  std::vector<double> reached_, left_behind_;  // by jump of the order weights
-  std::vector<double> rising_, falling_;       // by run: of the convex and the concave part
+  std::vector<double> keys_;
+  run_finder lower_runs_, upper_runs_;           // where the runs are few
+  std::vector<ranked> lowers_, uppers_, order_;  // where they are many
+  std::vector<double> reached_, left_behind_;    // by jump of the order weights
+  std::vector<double> rising_, falling_;         // by run: of the convex and the concave part
   std::vector<placed_site> reordered_;
   planes rows_{};
   evaluation centroid_{};
 };
-
-// The largest of the least values over the columns of all convex combinations of rows.
-double best_mixture(const std::array<std::array<double, 3>, 4>& rows);
 
 }  // namespace planloc::detail
 
