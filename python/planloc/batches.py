@@ -17,6 +17,7 @@ from planloc import _core
 from planloc.cluster import Part, share_out
 from planloc.columns import Columns, Drawn, drawn
 from planloc.display import Density, Map, Shown
+from planloc.order import Order
 from planloc.problem import Problem
 from planloc.several import places_beside, require_plain
 
@@ -87,8 +88,10 @@ class Scenarios(Shown):
 def _solve(
     problem: Problem, columns: Columns, threads: int = 1, progress: Any = None, **limits: Any
 ) -> Part:
-    return _core.solve_many(problem.core, columns.first, columns.count, columns.core(),
-                            threads=threads, progress=progress, **limits)  # fmt: skip
+    assert isinstance(problem.objective, Order)
+    inner = columns.core(problem.objective)
+    return _core.solve_many(problem.core, columns.first, columns.count, inner, threads=threads,
+                            progress=progress, **limits)  # fmt: skip
 
 
 class _Bar:

@@ -10,6 +10,7 @@ import numpy as np
 import numpy.typing as npt
 
 from planloc import _core
+from planloc.order import Order
 from planloc.problem import Problem, as_gauges, as_order
 
 __all__ = ["Drawn", "drawn"]
@@ -137,9 +138,10 @@ class Columns:
                 seed=None if self.seed is None else self.seed[rows],
             )  # fmt: skip
 
-    def core(self) -> _core.Columns:
-        """What the compiled half takes."""
+    def core(self, nominal: Order) -> _core.Columns:
+        """What the compiled half takes, with the order weights where no column has any."""
         core = _core.Columns()
+        core.orders = [nominal.core()]
         if isinstance(self.weight, Drawn):
             core.draw(self.weight.spread, self.weight.seed)
         else:

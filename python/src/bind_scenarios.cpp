@@ -75,6 +75,7 @@ variants variants_of(const columns& c, const problem& base, std::size_t first, s
 
 py::tuple solve_many(const problem& base, std::size_t first, std::size_t count, const columns& c,
                      const run_options& options, std::size_t threads, const py::object& progress) {
+  if (c.orders.empty()) throw py::value_error("order weights are missing");
   const variants v = variants_of(c, base, first, count);
   const std::size_t places =
       v.facilities.empty() ? 1 : *std::max_element(v.facilities.begin(), v.facilities.end());

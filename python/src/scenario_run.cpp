@@ -15,12 +15,6 @@ std::uint64_t mixed(std::uint64_t z) {
   return z ^ (z >> 31);
 }
 
-order_weights order_of(const problem& p) {
-  std::vector<double> lambda;
-  for (const order_run& run : p.runs()) lambda.insert(lambda.end(), run.count, run.weight);
-  return order_weights(std::move(lambda));
-}
-
 std::uint8_t code_of(allocation_status s) {
   constexpr std::uint8_t codes[] = {0, 1, 5, 4};  // optimal, within_gap, searched, stopped
   return codes[static_cast<int>(s)];
@@ -49,7 +43,6 @@ scenario_run::scenario_run(const problem& base, const variants& v, run_options o
       variants_(v),
       options_(std::move(options)),
       out_(out),
-      own_order_(order_of(base)),
       own_gauges_(base.gauges().begin(), base.gauges().end()) {}
 
 void scenario_run::run(std::size_t threads, const std::stop_token& stop) {
@@ -92,10 +85,8 @@ void scenario_run::solve(std::size_t i, workspace& w) const {
     place_several(i, w, gauges);
     return;
   }
-  place_one(
-      i, problem(w.sites, gauges,
-                 variants_.order_of.empty() ? own_order_ : variants_.orders[variants_.order_of[i]],
-                 base_.where()));
+  const std::size_t order = variants_.order_of.empty() ? 0 : variants_.order_of[i];
+  place_one(i, problem(w.sites, gauges, variants_.orders[order], base_.where()));
 }
 
 void scenario_run::place_one(std::size_t i, const problem& p) const {

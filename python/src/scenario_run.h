@@ -27,7 +27,8 @@ struct drawn_weights {
   void draw(std::span<const site> nominal, std::size_t scenario, double* row) const;
 };
 
-// What differs from the base problem. An empty column means that the base problem's own is kept.
+// What differs from the base problem. An empty column means that the base problem's own is kept,
+// but for order weights, of which the first are taken then.
 struct variants {
   std::size_t first = 0;  // the number of the first among all scenarios
   std::size_t count = 0;
@@ -87,7 +88,6 @@ class scenario_run {
   variants variants_;
   run_options options_;
   outcome out_;
-  order_weights own_order_;
   std::vector<gauge> own_gauges_;
   std::stop_token stop_;
   std::atomic<std::size_t> next_{0};
