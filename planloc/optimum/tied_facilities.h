@@ -140,9 +140,10 @@ struct tied_options {
 
 // Where all distances are l1, or all l-infinity: each coordinate by halving the range of its values
 // at minimum cuts of a network of the facilities (Picard and Ratliff 1978), exactly. Other
-// polyhedral gauges: a primal-dual interior-point method (Mehrotra 1992); the crossing that it
-// comes near to, and the slopes, are then found in fractions. Others: Newton's method on smoothed
-// distances; facilities that coincide with each other or with a site are put there.
+// polyhedral gauges: a primal-dual interior-point method (Mehrotra 1992) in boxes that shrink
+// around its places; the crossing that it comes near to, and the slopes, are then found in
+// fractions. Others: Newton's method on smoothed distances; facilities that coincide with each
+// other or with a site are put there.
 tied_solution minimise(const tied_problem& p, const tied_options& options = {});
 
 // As for one facility (verify.h): recomputes value and bound from the problem and the certificate

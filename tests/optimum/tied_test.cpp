@@ -134,6 +134,16 @@ TEST(Tied, PolyhedralAgainstLinearPrograms) {
   }
 }
 
+// So many sites that samples of them come first.
+TEST(Tied, ManySites) {
+  instance_source source(3);
+  for (const layout l : {layout::scattered, layout::lattice, layout::uneven}) {
+    const std::vector<gauge> gauges = source.gauges(l, 2, 6);
+    const tied_problem p = random_problem(source, l, 4, 1100, gauges);
+    expect_proved(p, minimise(p));
+  }
+}
+
 TEST(Tied, SmoothAndMixedDistances) {
   instance_source source(5);
   int not_optimal = 0;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 
 namespace planloc::detail {
 
@@ -30,44 +31,53 @@ double sum(const lanes& l, std::size_t count) {
 
 }  // namespace
 
-interior_point::interior_point(const part_terms& terms) : interior_point(terms, terms.means(), 1) {}
-
-interior_point::interior_point(const part_terms& terms, std::vector<xy> places, double gap)
-    : terms_(terms), equations_(terms.facilities), places_(std::move(places)) {
+interior_point::interior_point(near_terms terms, std::vector<xy> places, double gap)
+    : terms_(std::move(terms)), equations_(terms_.facilities), places_(std::move(places)) {
   make_blocks();
   copy_terms();
-  double value = 0;
-  double weights = 0;
-  for (const part_term& t : terms.terms) {
-    const xy u = terms.offset(t, places_);
+  double value = terms_.level;
+  for (std::size_t j = 0; j < places_.size(); ++j)
+    value += dot({terms_.slopes[2 * j], terms_.slopes[2 * j + 1]}, places_[j]);
+  for (std::size_t k = 0; k < terms_.terms.size(); ++k) {
+    const xy u = offset(k);
     double most = 0;
-    for (const xy& n : terms.normals_of(t.gauge)) most = std::max(most, dot(n, u));
-    value += t.weight * most;
-    weights += t.weight;
+    for (const near_edge& e : terms_.edges_of(terms_.terms[k]))
+      most = std::max(most, dot(e.normal, u));
+    value += term(k).weight * most;
   }
   // Positions differ by up to 1: from less, heavy ties would bind light sites too early.
-  start(gap * std::max(value, weights) / static_cast<double>(slack_.size()));
+  start(gap * std::max(value, terms_.weight) / static_cast<double>(slack_.size()));
 }
 
 void interior_point::copy_terms() {
-  for (const part_term& t : terms_.terms) weight_.push_back(t.weight);
+  weight_.clear();
+  for (const near_term& t : terms_.terms) weight_.push_back(t.term.weight);
   pivot_.resize(weight_.size());
   for (auto* v : {&pivot_x_, &pivot_y_, &ratios_, &ratio_x_, &ratio_y_, &complement_})
     v->resize(weight_.size());
+  for (std::size_t k = 0; k < terms_.terms.size(); ++k) {
+    const auto edges = terms_.edges_of(terms_.terms[k]);
+    for (std::size_t e = 0; e < edges.size(); ++e) {
+      normal_x_[entry(k, e)] = edges[e].normal.x;
+      normal_y_[entry(k, e)] = edges[e].normal.y;
+    }
+  }
 }
 
 void interior_point::make_blocks() {
   std::size_t size = 0;
+  blocks_.clear();
+  block_of_.clear();
+  first_.clear();
   for (std::uint32_t k = 0; k < terms_.terms.size(); ++k) {
-    const part_term& t = terms_.terms[k];
+    const near_term& t = terms_.terms[k];
     const auto belongs = [&](const block& b) {
-      const part_term& f = terms_.terms[b.begin];
-      return b.count < kBlock && f.gauge == t.gauge &&
-             (t.second == kNoFacility ? f.second == kNoFacility && f.first == t.first
-                                      : f.second != kNoFacility);
+      const part_term& f = term(b.begin);
+      return b.count < kBlock && b.edges == t.edge_count &&
+             (t.term.second == kNoFacility ? f.second == kNoFacility && f.first == t.term.first
+                                           : f.second != kNoFacility);
     };
-    if (blocks_.empty() || !belongs(blocks_.back()))
-      blocks_.push_back({k, 0, terms_.normals_of(t.gauge), 0});
+    if (blocks_.empty() || !belongs(blocks_.back())) blocks_.push_back({k, 0, t.edge_count, 0});
     ++blocks_.back().count;
   }
   for (std::uint32_t b = 0; b < blocks_.size(); ++b) {
@@ -76,9 +86,10 @@ void interior_point::make_blocks() {
       first_.push_back(size + k);
       block_of_.push_back(b);
     }
-    size += blocks_[b].count * blocks_[b].normals.size();
+    size += blocks_[b].count * blocks_[b].edges;
   }
-  for (auto* v : {&slack_, &multiplier_, &inverse_, &slack_step_, &multiplier_step_})
+  for (auto* v :
+       {&normal_x_, &normal_y_, &slack_, &multiplier_, &inverse_, &slack_step_, &multiplier_step_})
     v->resize(size);
 }
 
@@ -86,32 +97,64 @@ void interior_point::make_blocks() {
 // least slack, by Newton's method from below.
 void interior_point::start(double target) {
   for (std::size_t k = 0; k < terms_.terms.size(); ++k) {
-    const part_term& t = terms_.terms[k];
-    const auto normals = terms_.normals_of(t.gauge);
-    const xy u = terms_.offset(t, places_);
-    double most = 0;
-    for (const xy& n : normals) most = std::max(most, dot(n, u));
-    double least = target / t.weight;
+    const double weight = weight_[k];
+    const auto edges = terms_.edges_of(terms_.terms[k]);
+    const xy u = offset(k);
+    double most = -std::numeric_limits<double>::infinity();
+    for (const near_edge& e : edges) most = std::max(most, dot(e.normal, u));
+    double least = target / weight;
     for (int round = 0; round < 8; ++round) {
-      double excess = -t.weight;
+      double excess = -weight;
       double steepness = 0;
-      for (const xy& n : normals) {
-        const double m = target / (least + (most - dot(n, u)));
+      for (const near_edge& e : edges) {
+        const double m = target / (least + (most - dot(e.normal, u)));
         excess += m;
         steepness += m * m;
       }
-      if (excess < 0.01 * t.weight) break;
+      if (excess < 0.01 * weight) break;
       least += excess * target / steepness;
     }
     double total = 0;
-    for (std::size_t e = 0; e < normals.size(); ++e) {
-      const double slack = least + (most - dot(normals[e], u));
+    for (std::size_t e = 0; e < edges.size(); ++e) {
+      const double slack = least + (most - dot(edges[e].normal, u));
       slack_[entry(k, e)] = slack;
       multiplier_[entry(k, e)] = target / slack;
       total += target / slack;
     }
-    for (std::size_t e = 0; e < normals.size(); ++e) multiplier_[entry(k, e)] *= t.weight / total;
+    for (std::size_t e = 0; e < edges.size(); ++e) multiplier_[entry(k, e)] *= weight / total;
   }
+  advance({0, 0});
+}
+
+void interior_point::narrow(double radius) {
+  std::vector<std::uint32_t> kept;
+  near_terms next = terms_.narrowed(places_, radius, kept);
+  if (next.terms.empty()) return;
+  std::vector<double> slacks;
+  std::vector<double> multipliers;
+  std::vector<std::size_t> entry_of(terms_.edges.size());
+  for (std::size_t k = 0; k < terms_.terms.size(); ++k) {
+    const near_term& t = terms_.terms[k];
+    for (std::size_t e = 0; e < t.edge_count; ++e) entry_of[t.first_edge + e] = entry(k, e);
+  }
+  for (const std::uint32_t e : kept) {
+    slacks.push_back(slack_[entry_of[e]]);
+    multipliers.push_back(multiplier_[entry_of[e]]);
+  }
+  terms_ = std::move(next);
+  make_blocks();
+  copy_terms();
+  for (std::size_t k = 0; k < terms_.terms.size(); ++k) {
+    const near_term& t = terms_.terms[k];
+    double total = 0;
+    for (std::size_t e = 0; e < t.edge_count; ++e) total += multipliers[t.first_edge + e];
+    for (std::size_t e = 0; e < t.edge_count; ++e) {
+      slack_[entry(k, e)] = slacks[t.first_edge + e];
+      multiplier_[entry(k, e)] = multipliers[t.first_edge + e] * (t.term.weight / total);
+    }
+  }
+  std::fill(slack_step_.begin(), slack_step_.end(), 0);
+  std::fill(multiplier_step_.begin(), multiplier_step_.end(), 0);
   advance({0, 0});
 }
 
@@ -120,14 +163,14 @@ void interior_point::start(double target) {
 // How far the offsets of a block move.
 void interior_point::moves_of(const block& b, std::span<const double> move, double* x,
                               double* y) const {
-  const part_term& first = terms_.terms[b.begin];
+  const part_term& first = term(b.begin);
   if (first.second == kNoFacility) {
     std::fill(x, x + b.count, move[2 * first.first]);
     std::fill(y, y + b.count, move[2 * first.first + 1]);
     return;
   }
   for (std::size_t k = 0; k < b.count; ++k) {
-    const xy u = move_of(terms_.terms[b.begin + k], move);
+    const xy u = move_of(term(b.begin + k), move);
     x[k] = u.x;
     y[k] = u.y;
   }
@@ -135,7 +178,7 @@ void interior_point::moves_of(const block& b, std::span<const double> move, doub
 
 void interior_point::add_slopes(const block& b, const double* x, const double* y,
                                 std::vector<double>& to) const {
-  const part_term& t = terms_.terms[b.begin];
+  const part_term& t = term(b.begin);
   if (t.second == kNoFacility) {
     double sum_x = 0;
     double sum_y = 0;
@@ -147,7 +190,7 @@ void interior_point::add_slopes(const block& b, const double* x, const double* y
     to[2 * t.first + 1] += sum_y;
     return;
   }
-  for (std::size_t k = 0; k < b.count; ++k) add_slope(terms_.terms[b.begin + k], {x[k], y[k]}, to);
+  for (std::size_t k = 0; k < b.count; ++k) add_slope(term(b.begin + k), {x[k], y[k]}, to);
 }
 
 // ----- Steps -----
@@ -160,8 +203,9 @@ void interior_point::find_pivots(const block& b) {
   best.fill(-1);
   double* const px = &pivot_x_[b.begin];
   double* const py = &pivot_y_[b.begin];
-  for (std::size_t e = 0; e < b.normals.size(); ++e) {
-    const xy n = b.normals[e];
+  for (std::size_t e = 0; e < b.edges; ++e) {
+    const double* const nx = &normal_x_[b.at + e * count];
+    const double* const ny = &normal_y_[b.at + e * count];
     const double* const s = &slack_[b.at + e * count];
     const double* const m = &multiplier_[b.at + e * count];
     double* const inverse = &inverse_[b.at + e * count];
@@ -170,8 +214,8 @@ void interior_point::find_pivots(const block& b) {
       const double ratio = m[k] * inverse[k];
       const bool better = ratio > best[k];
       best[k] = better ? ratio : best[k];
-      px[k] = better ? n.x : px[k];
-      py[k] = better ? n.y : py[k];
+      px[k] = better ? nx[k] : px[k];
+      py[k] = better ? ny[k] : py[k];
       edge[k] = better ? static_cast<double>(e) : edge[k];
     }
   }
@@ -188,14 +232,15 @@ void interior_point::add_curvature(const block& b, std::vector<double>& right) {
   double* const rx = &ratio_x_[b.begin];
   double* const ry = &ratio_y_[b.begin];
   for (double* const sum : {ratios, rx, ry}) std::fill(sum, sum + count, 0);
-  for (std::size_t e = 0; e < b.normals.size(); ++e) {
-    const xy n = b.normals[e];
+  for (std::size_t e = 0; e < b.edges; ++e) {
+    const double* const nx = &normal_x_[b.at + e * count];
+    const double* const ny = &normal_y_[b.at + e * count];
     const double* const m = &multiplier_[b.at + e * count];
     const double* const inverse = &inverse_[b.at + e * count];
     for (std::size_t k = 0; k < count; ++k) {
       const double ratio = m[k] * inverse[k];
-      const double x = n.x - px[k];
-      const double y = n.y - py[k];
+      const double x = nx[k] - px[k];
+      const double y = ny[k] - py[k];
       ratios[k] += ratio;
       rx[k] += ratio * x;
       ry[k] += ratio * y;
@@ -216,12 +261,12 @@ void interior_point::add_curvature(const block& b, std::vector<double>& right) {
     my[k] -= weight_[b.begin + k] * qy;
   }
   add_slopes(b, mx.data(), my.data(), right);
-  const part_term& first = terms_.terms[b.begin];
+  const part_term& first = term(b.begin);
   if (first.second == kNoFacility) {
     equations_.add(first, {sum(xx, count), sum(xy_, count), sum(yy, count)});
   } else {
     for (std::size_t k = 0; k < count; ++k)
-      equations_.add(terms_.terms[b.begin + k], {xx[k], xy_[k], yy[k]});
+      equations_.add(term(b.begin + k), {xx[k], xy_[k], yy[k]});
   }
 }
 
@@ -254,14 +299,15 @@ double interior_point::gap_ratio_of_predictor(std::span<const double> move) {
     }
     const double* const px = &pivot_x_[b.begin];
     const double* const py = &pivot_y_[b.begin];
-    for (std::size_t e = 0; e < b.normals.size(); ++e) {
-      const xy n = b.normals[e];
+    for (std::size_t e = 0; e < b.edges; ++e) {
+      const double* const nx = &normal_x_[b.at + e * count];
+      const double* const ny = &normal_y_[b.at + e * count];
       const double* const s = &slack_[b.at + e * count];
       const double* const m = &multiplier_[b.at + e * count];
       const double* const inverse = &inverse_[b.at + e * count];
       double* const products = &slack_step_[b.at + e * count];
       for (std::size_t k = 0; k < count; ++k) {
-        const double ds = of_pivot[k] - ((n.x - px[k]) * ux[k] + (n.y - py[k]) * uy[k]);
+        const double ds = of_pivot[k] - ((nx[k] - px[k]) * ux[k] + (ny[k] - py[k]) * uy[k]);
         const double share = ds * inverse[k];
         const double dm = -m[k] * (1 + share);
         most_slack[k] = -share > most_slack[k] ? -share : most_slack[k];
@@ -292,16 +338,17 @@ std::vector<double> interior_point::right_side(double target) {
     lanes total{}, x{}, y{};
     const double* const px = &pivot_x_[b.begin];
     const double* const py = &pivot_y_[b.begin];
-    for (std::size_t e = 0; e < b.normals.size(); ++e) {
-      const xy n = b.normals[e];
+    for (std::size_t e = 0; e < b.edges; ++e) {
+      const double* const nx = &normal_x_[b.at + e * count];
+      const double* const ny = &normal_y_[b.at + e * count];
       const double* const m = &multiplier_[b.at + e * count];
       const double* const inverse = &inverse_[b.at + e * count];
       const double* const products = &slack_step_[b.at + e * count];
       for (std::size_t k = 0; k < count; ++k) {
         const double c = (target - products[k]) * inverse[k] - m[k];
         total[k] += c;
-        x[k] += c * (n.x - px[k]);
-        y[k] += c * (n.y - py[k]);
+        x[k] += c * (nx[k] - px[k]);
+        y[k] += c * (ny[k] - py[k]);
       }
     }
     for (std::size_t k = 0; k < count; ++k) {
@@ -330,14 +377,15 @@ interior_point::step_lengths interior_point::spread(std::span<const double> move
     }
     const double* const px = &pivot_x_[b.begin];
     const double* const py = &pivot_y_[b.begin];
-    for (std::size_t e = 0; e < b.normals.size(); ++e) {
-      const xy n = b.normals[e];
+    for (std::size_t e = 0; e < b.edges; ++e) {
+      const double* const nx = &normal_x_[b.at + e * count];
+      const double* const ny = &normal_y_[b.at + e * count];
       const double* const m = &multiplier_[b.at + e * count];
       const double* const inverse = &inverse_[b.at + e * count];
       double* const slack_step = &slack_step_[b.at + e * count];
       double* const multiplier_step = &multiplier_step_[b.at + e * count];
       for (std::size_t k = 0; k < count; ++k) {
-        const double ds = of_pivot[k] - ((n.x - px[k]) * ux[k] + (n.y - py[k]) * uy[k]);
+        const double ds = of_pivot[k] - ((nx[k] - px[k]) * ux[k] + (ny[k] - py[k]) * uy[k]);
         const double share = ds * inverse[k];
         const double dm = (target - slack_step[k]) * inverse[k] - m[k] - m[k] * share;
         const double fall = -dm / m[k];
@@ -359,14 +407,17 @@ interior_point::step_lengths interior_point::spread(std::span<const double> move
 
 // Takes the steps of slacks and multipliers, and sums up where they lead to.
 void interior_point::advance(const step_lengths& a) {
-  slopes_.assign(2 * terms_.facilities, 0);
+  slopes_ = terms_.slopes;
   gap_ = 0;
-  value_ = 0;
+  value_ = terms_.level;
+  for (std::size_t j = 0; j < places_.size(); ++j)
+    value_ += dot({slopes_[2 * j], slopes_[2 * j + 1]}, places_[j]);
   for (const block& b : blocks_) {
     const std::size_t count = b.count;
     lanes x{}, y{}, gap{};
-    for (std::size_t e = 0; e < b.normals.size(); ++e) {
-      const xy n = b.normals[e];
+    for (std::size_t e = 0; e < b.edges; ++e) {
+      const double* const nx = &normal_x_[b.at + e * count];
+      const double* const ny = &normal_y_[b.at + e * count];
       double* const s = &slack_[b.at + e * count];
       double* const m = &multiplier_[b.at + e * count];
       const double* const slack_step = &slack_step_[b.at + e * count];
@@ -375,18 +426,16 @@ void interior_point::advance(const step_lengths& a) {
         s[k] += a.slack * slack_step[k];
         m[k] += a.multiplier * multiplier_step[k];
         gap[k] += s[k] * m[k];
-        x[k] += m[k] * n.x;
-        y[k] += m[k] * n.y;
+        x[k] += m[k] * nx[k];
+        y[k] += m[k] * ny[k];
       }
     }
     gap_ += sum(gap, count);
     for (std::size_t k = 0; k < count; ++k) {
-      value_ += dot({x[k], y[k]}, terms_.offset(terms_.terms[b.begin + k], places_));
+      value_ += dot({x[k], y[k]}, offset(b.begin + k));
     }
     add_slopes(b, x.data(), y.data(), slopes_);
   }
-  rest_ = 0;
-  for (const double s : slopes_) rest_ = std::max(rest_, std::fabs(s));
 }
 
 bool interior_point::step() {
@@ -404,6 +453,8 @@ bool interior_point::step() {
   }
   a.slack = std::min(1.0, kShareOfStep * a.slack);
   a.multiplier = std::min(1.0, kShareOfStep * a.multiplier);
+  moved_ = 0;
+  for (const double m : move) moved_ = std::max(moved_, a.slack * std::fabs(m));
   for (std::size_t j = 0; j < places_.size(); ++j) {
     places_[j].x += a.slack * move[2 * j];
     places_[j].y += a.slack * move[2 * j + 1];

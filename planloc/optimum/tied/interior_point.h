@@ -1,35 +1,40 @@
 // A primal-dual interior-point method for tied facilities under polyhedral gauges (Mehrotra 1992).
 // Internal.
 //
-// minimise sum of w t subject to t >= normal_e . (x_first - x_second - at) for each edge e of each
-// term. The slacks s, and multipliers m with sum m = w for each term, stay positive; the slope of a
-// term is the sum of m_e normal_e, inside the polar of its unit ball. Only the places are coupled,
-// so each step solves equations of two numbers a facility.
+// minimise sum of w t, and of the terms that are straight, subject to t >= normal_e . (x_first -
+// x_second - at) for each edge e of each near term. The slacks s, and multipliers m with sum m = w
+// for each term, stay positive; the slope of a term is the sum of m_e normal_e, inside the polar of
+// its unit ball. Only the places are coupled, so each step solves equations of two numbers a
+// facility.
 #ifndef PLANLOC_OPTIMUM_TIED_INTERIOR_POINT_H_
 #define PLANLOC_OPTIMUM_TIED_INTERIOR_POINT_H_
 
 #include <vector>
 
+#include "planloc/optimum/tied/near_terms.h"
 #include "planloc/optimum/tied/normal_equations.h"
-#include "planloc/optimum/tied/part_terms.h"
 
 namespace planloc::detail {
 
 class interior_point {
  public:
-  explicit interior_point(const part_terms& terms);
-  // From places that are known to be good: the first gap is about this share of the value.
-  interior_point(const part_terms& terms, std::vector<xy> places, double gap);
+  // REQUIRES: a term. From places so good that the first gap is about this share of the value.
+  interior_point(near_terms terms, std::vector<xy> places, double gap);
 
   // False if the step was as good as none.
   bool step();
+  // Leaves out what cannot matter where no coordinate differs by `radius` from the present places,
+  // if something is left.
+  void narrow(double radius);
+
+  const near_terms& terms() const { return terms_; }
 
   // The sum of slacks times multipliers, and what the multipliers make of the terms: in the units
   // of the terms.
   double gap() const { return gap_; }
   double value() const { return value_; }
-  // The largest rest of a facility's slopes.
-  double rest() const { return rest_; }
+  // The largest change of a coordinate in the last step.
+  double moved() const { return moved_; }
   const std::vector<xy>& places() const { return places_; }
   double slack(std::size_t term, std::size_t edge) const { return slack_[entry(term, edge)]; }
   double multiplier(std::size_t term, std::size_t edge) const {
@@ -37,11 +42,10 @@ class interior_point {
   }
 
  private:
-  // Terms with the same gauge, of sites of one facility or of ties. Their numbers stand edge by
+  // Terms with as many edges, of sites of one facility or of ties. Their numbers stand edge by
   // edge, so that the same steps are done for many terms at once.
   struct block {
-    std::uint32_t begin, count;
-    std::span<const xy> normals;
+    std::uint32_t begin, count, edges;
     std::size_t at;
   };
   struct step_lengths {
@@ -52,10 +56,11 @@ class interior_point {
   std::size_t entry(std::size_t term, std::size_t edge) const {
     return first_[term] + edge * blocks_[block_of_[term]].count;
   }
+  const part_term& term(std::size_t k) const { return terms_.terms[k].term; }
+  xy offset(std::size_t k) const { return part_terms::offset(term(k), places_); }
   void make_blocks();
   void copy_terms();
   void start(double target);
-  void measure();
   void find_pivots(const block& b);
   void add_curvature(const block& b, std::vector<double>& right);
   std::vector<double> assemble();
@@ -66,12 +71,13 @@ class interior_point {
   void moves_of(const block& b, std::span<const double> move, double* x, double* y) const;
   void add_slopes(const block& b, const double* x, const double* y, std::vector<double>& to) const;
 
-  const part_terms& terms_;
+  near_terms terms_;
   normal_equations equations_;
   std::vector<xy> places_;
   std::vector<block> blocks_;
   std::vector<std::uint32_t> block_of_;
   std::vector<std::size_t> first_;  // of each term: where its first edge's numbers stand
+  std::vector<double> normal_x_, normal_y_;
   std::vector<double> slack_, multiplier_, inverse_, slack_step_, multiplier_step_;
   // Of each term. Slopes are counted from the pivot, the edge with the largest ratio of multiplier
   // to slack, so that nothing cancels where one edge is in force.
@@ -84,7 +90,7 @@ class interior_point {
   std::vector<double> slopes_;  // two a facility: what is left over
   double gap_ = 0;
   double value_ = 0;
-  double rest_ = 0;
+  double moved_ = 0;
 };
 
 }  // namespace planloc::detail

@@ -43,6 +43,8 @@ tied_solution minimise(const tied_problem& p, const tied_options& options) {
     s.lower_bound += a.lower_bound;
     s.status = worse(s.status, a.status);
   }
+  const auto is_point = [](const exact_point& e) { return e.empty(); };
+  if (std::all_of(s.exact.begin(), s.exact.end(), is_point)) s.exact.clear();
   s.counters.seconds = limits.seconds();
   return s;
 }

@@ -75,6 +75,15 @@ part_terms::part_terms(const tied_problem& p, const tied_part& part)
   }
 }
 
+std::uint32_t part_terms::edge_in_force(const part_term& t, std::span<const xy> places) const {
+  const xy u = offset(t, places);
+  const std::span<const xy> n = normals_of(t.gauge);
+  const auto most = std::max_element(n.begin(), n.end(), [&](const xy& a, const xy& b) {
+    return a.x * u.x + a.y * u.y < b.x * u.x + b.y * u.y;
+  });
+  return static_cast<std::uint32_t>(most - n.begin());
+}
+
 double part_terms::value(const tied_problem& p, std::span<const xy> places) const {
   long double sum = 0;
   for (const part_term& t : terms) {
@@ -93,8 +102,13 @@ double part_terms::value(const tied_problem& p, std::span<const xy> places) cons
 }
 
 part_terms part_terms::sample(std::size_t step) const {
-  part_terms result(*this);
-  result.terms.clear();
+  part_terms result(facilities);
+  result.base = base;
+  result.scale = scale;
+  result.weight_scale = weight_scale;
+  result.grain = grain;
+  result.normals = normals;
+  result.first_edge = first_edge;
   for (std::size_t begin = 0; begin < terms.size();) {
     std::size_t end = begin;
     double whole = 0;

@@ -31,11 +31,13 @@ struct part_terms {
   std::span<const xy> normals_of(std::uint32_t gauge) const {
     return {normals.data() + first_edge[gauge], first_edge[gauge + 1] - first_edge[gauge]};
   }
-  xy offset(const part_term& t, std::span<const xy> places) const {
+  static xy offset(const part_term& t, std::span<const xy> places) {
     const xy& to = places[t.first];
     if (t.second == kNoFacility) return {to.x - t.at.x, to.y - t.at.y};
     return {to.x - places[t.second].x, to.y - places[t.second].y};
   }
+  // The edge whose linear function is the largest, in doubles.
+  std::uint32_t edge_in_force(const part_term& t, std::span<const xy> places) const;
   // The sum of all terms, in their units.
   double value(const tied_problem& p, std::span<const xy> places) const;
   // Whether the roundings of positions are lost in those of a value.
@@ -53,6 +55,9 @@ struct part_terms {
   std::vector<part_term> terms;  // the sites' by facilities, then the ties'
   std::vector<xy> normals;       // of the edges of polyhedral gauges, gauge after gauge
   std::vector<std::uint32_t> first_edge;
+
+ private:
+  explicit part_terms(std::size_t count) : facilities(count), base{0, 0} {}
 };
 
 // Adds to the first facility's numbers what is taken from the second's.

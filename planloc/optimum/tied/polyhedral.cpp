@@ -4,8 +4,8 @@
 #include <cmath>
 #include <optional>
 
+#include "planloc/optimum/tied/boxed_search.h"
 #include "planloc/optimum/tied/crossing.h"
-#include "planloc/optimum/tied/interior_point.h"
 
 namespace planloc::detail {
 
@@ -14,12 +14,6 @@ namespace {
 constexpr std::size_t kMostSteps = 80;
 constexpr double kGapOfFirstCrossing = 1e-9;
 constexpr double kGapRatioOfNextCrossing = 1e-2;
-
-// With many sites, the search starts from places that are good for some of them.
-constexpr std::size_t kSampledSites = 50;
-constexpr std::size_t kLeastStep = 4;
-constexpr double kGapOfSample = 1e-3;
-constexpr double kGapFromSample = 0.3;
 
 // The room of a slope at the origin to the border of the polar.
 double room_of(const xy& slope, std::span<const xy> vertices) {
@@ -34,33 +28,24 @@ class polyhedral_search {
       : problem_(p), part_(part), terms_(p, part), bends_of_others_(bends) {}
 
   part_answer solve(const tied_limits& limits, tied_solution& s) {
-    const std::size_t step = terms_.terms.size() / terms_.facilities / kSampledSites;
-    if (step >= kLeastStep) {
-      method_.emplace(terms_, sampled_places(step, s), kGapFromSample);
-      const part_answer a = finish(limits, s);
-      if (a.status != solution_status::within_gap || enough(limits, a)) return a;
-      s.proof.bends.resize(bends_of_others_);
+    if (const auto found = places_from_samples(terms_, s.counters.rounds)) {
+      search_.emplace(terms_, found->places, found->radius);
+    } else {
+      search_.emplace(terms_, true);
     }
-    method_.emplace(terms_);
+    const part_answer a = finish(limits, s);
+    if (a.status != solution_status::within_gap || enough(limits, a)) return a;
+    s.proof.bends.resize(bends_of_others_);
+    search_.emplace(terms_, false);
     return finish(limits, s);
   }
 
  private:
+  const interior_point& method() const { return search_->method(); }
   double unit() const { return terms_.scale * terms_.weight_scale; }
 
   static bool enough(const tied_limits& limits, const part_answer& a) {
     return limits.enough(a.value - a.lower_bound, a.value);
-  }
-
-  // Places that are good for a sample of the sites.
-  std::vector<xy> sampled_places(std::size_t step, tied_solution& s) const {
-    const part_terms sample = terms_.sample(step);
-    interior_point method(sample);
-    for (std::size_t k = 0; k < kMostSteps && method.step(); ++k) {
-      ++s.counters.rounds;
-      if (method.gap() <= kGapOfSample * method.value()) break;
-    }
-    return method.places();
   }
 
   // Goes on until the crossing is the optimum.
@@ -69,17 +54,18 @@ class polyhedral_search {
     const double least = 1e-16 * static_cast<double>(terms_.terms.size());
     for (std::size_t k = 0; k < kMostSteps; ++k) {
       if (limits.stopped()) return rounded(solution_status::stopped, s);
-      const bool moved = method_->step();
+      const bool moved = search_->step();
       ++s.counters.rounds;
-      const double gap = method_->gap();
-      const double value = method_->value();
+      const double gap = method().gap();
+      const double value = method().value();
       if (limits.enough(gap, value)) {
         const part_answer a = rounded(solution_status::within_gap, s);
         if (enough(limits, a)) return a;
+        s.proof.bends.resize(bends_of_others_);
       }
       if (!(gap <= std::max(next_crossing * value, least)) && moved) continue;
       next_crossing = gap / value * kGapRatioOfNextCrossing;
-      const auto v = solve_crossing(problem_, part_, terms_, method_->places(), bent_terms(), s);
+      const auto v = solve_crossing(problem_, part_, terms_, method().places(), bent_terms(), s);
       if (v) return {*v * unit(), *v * unit(), solution_status::optimal};
       if (!moved || !std::isfinite(gap) || gap < least * 1e-3) break;
     }
@@ -90,42 +76,48 @@ class polyhedral_search {
   std::vector<bent_term> bent_terms() const {
     std::vector<bent_term> bent;
     std::vector<std::uint32_t> active;
-    for (std::uint32_t k = 0; k < terms_.terms.size(); ++k) {
-      const part_term& t = terms_.terms[k];
-      const auto normals = terms_.normals_of(t.gauge);
+    const near_terms& near = method().terms();
+    for (std::uint32_t n = 0; n < near.terms.size(); ++n) {
+      const part_term& t = near.terms[n].term;
+      const std::span<const near_edge> edges = near.edges_of(near.terms[n]);
       active.clear();
-      for (std::uint32_t e = 0; e < normals.size(); ++e) {
-        const double steepness = std::fabs(normals[e].x) + std::fabs(normals[e].y);
-        if (method_->multiplier(k, e) * steepness > method_->slack(k, e) * t.weight)
+      for (std::uint32_t e = 0; e < edges.size(); ++e) {
+        const double steepness = std::fabs(edges[e].normal.x) + std::fabs(edges[e].normal.y);
+        if (method().multiplier(n, e) * steepness > method().slack(n, e) * t.weight)
           active.push_back(e);
       }
       if (active.size() < 2) continue;
-      const std::uint32_t first = active[0];
-      const std::uint32_t second = active[1];
-      const auto edges = static_cast<std::uint32_t>(normals.size());
+      const std::uint32_t first = edges[active[0]].number;
+      const std::uint32_t second = edges[active[1]].number;
       const bool next = second == first + 1;
-      if (active.size() == 2 && (next || (first == 0 && second + 1 == edges))) {
-        const std::uint32_t from = next ? first : second;
-        const double at_first = method_->multiplier(k, first);
-        const double at_second = method_->multiplier(k, second);
+      const bool around = first == 0 && second + 1 == terms_.normals_of(t.gauge).size();
+      if (active.size() == 2 && (next || around)) {
+        const double at_first = method().multiplier(n, active[0]);
+        const double at_second = method().multiplier(n, active[1]);
         const double share = (next ? at_second : at_first) / (at_first + at_second);
-        bent.push_back({k, false, from, share, {0, 0}, std::min(share, 1 - share)});
+        bent.push_back({near.terms[n].index,
+                        false,
+                        next ? first : second,
+                        share,
+                        {0, 0},
+                        std::min(share, 1 - share)});
       } else {
-        const xy slope = slope_of(k);
-        bent.push_back(
-            {k, true, 0, 0, slope, room_of(slope, problem_.gauges()[t.gauge].vertices())});
+        const xy slope = slope_of(n);
+        bent.push_back({near.terms[n].index, true, 0, 0, slope,
+                        room_of(slope, problem_.gauges()[t.gauge].vertices())});
       }
     }
     return bent;
   }
 
-  xy slope_of(std::uint32_t term) const {
-    const auto normals = terms_.normals_of(terms_.terms[term].gauge);
+  // Of a near term.
+  xy slope_of(std::uint32_t n) const {
+    const std::span<const near_edge> edges = method().terms().edges_of(method().terms().terms[n]);
     xy slope{0, 0};
     double total = 0;
-    for (std::size_t e = 0; e < normals.size(); ++e) {
-      const double m = method_->multiplier(term, e);
-      slope = {slope.x + m * normals[e].x, slope.y + m * normals[e].y};
+    for (std::size_t e = 0; e < edges.size(); ++e) {
+      const double m = method().multiplier(n, e);
+      slope = {slope.x + m * edges[e].normal.x, slope.y + m * edges[e].normal.y};
       total += m;
     }
     return {slope.x / total, slope.y / total};
@@ -134,28 +126,39 @@ class polyhedral_search {
   part_answer rounded(solution_status status, tied_solution& s) const {
     s.proof.bends.resize(bends_of_others_);
     rounded_answer a;
-    a.places = method_->places();
+    a.places = method().places();
     a.at_site.assign(terms_.facilities, kNoFacility);
-    for (std::uint32_t k = 0; k < terms_.terms.size(); ++k) {
-      const auto normals = terms_.normals_of(terms_.terms[k].gauge);
-      std::uint32_t edge = 0;
-      for (std::uint32_t e = 1; e < normals.size(); ++e)
-        if (method_->multiplier(k, e) > method_->multiplier(k, edge)) edge = e;
+    for (const part_term& t : terms_.terms) {
+      const std::uint32_t edge = terms_.edge_in_force(t, a.places);
       a.edge.push_back(edge);
-      a.given.push_back(method_->multiplier(k, edge) < terms_.terms[k].weight * (1 - 1e-13));
-      a.slopes.push_back(a.given[k] ? slope_of(k) : normals[edge]);
+      a.given.push_back(false);
+      a.slopes.push_back(terms_.normals_of(t.gauge)[edge]);
     }
+    const near_terms& near = method().terms();
+    for (std::uint32_t n = 0; n < near.terms.size(); ++n) give_slope(n, a);
     const double value = careful_value(problem_, terms_, a);
     const double bound = proved_bound(terms_, ball_radii(problem_), a, value);
     write_rounded(problem_, part_, terms_, a, s);
     return {value * unit(), bound * unit(), status};
   }
 
+  // The slope of a near term: an edge's normal, but for roundings, or one between.
+  void give_slope(std::uint32_t n, rounded_answer& a) const {
+    const near_term& t = method().terms().terms[n];
+    const std::span<const near_edge> edges = method().terms().edges_of(t);
+    std::uint32_t edge = 0;
+    for (std::uint32_t e = 1; e < edges.size(); ++e)
+      if (method().multiplier(n, e) > method().multiplier(n, edge)) edge = e;
+    a.edge[t.index] = edges[edge].number;
+    a.given[t.index] = method().multiplier(n, edge) < t.term.weight * (1 - 1e-13);
+    a.slopes[t.index] = a.given[t.index] ? slope_of(n) : edges[edge].normal;
+  }
+
   const tied_problem& problem_;
   const tied_part& part_;
   part_terms terms_;
   std::size_t bends_of_others_;  // in the certificate
-  std::optional<interior_point> method_;
+  std::optional<boxed_search> search_;
 };
 
 }  // namespace

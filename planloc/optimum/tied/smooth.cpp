@@ -216,7 +216,7 @@ class smooth_search {
       std::uint32_t edge = 0;
       xy exact{0, 0};
       if (g.kind() == gauge::shape::polyhedral) {
-        edge = edge_in_force(t, there);
+        edge = terms_.edge_in_force(t, a.places);
         exact = terms_.normals_of(t.gauge)[edge];
       } else {
         exact = slope_of_gauge(g, there);
@@ -236,14 +236,6 @@ class smooth_search {
     if (g.kind() == gauge::shape::polyhedral) return false;
     return length(u) < kNear ||
            (g.kind() == gauge::shape::lp && std::min(std::fabs(u.x), std::fabs(u.y)) < kNear);
-  }
-
-  std::uint32_t edge_in_force(const part_term& t, const xy& u) const {
-    const auto normals = terms_.normals_of(t.gauge);
-    const auto most = std::max_element(
-        normals.begin(), normals.end(),
-        [&](const xy& a, const xy& b) { return a.x * u.x + a.y * u.y < b.x * u.x + b.y * u.y; });
-    return static_cast<std::uint32_t>(most - normals.begin());
   }
 
   // Facilities within a few widths of each other at one place, of a site at that site.

@@ -51,7 +51,7 @@ tied_certificate::slope slope_of(const mpq_class& x, const mpq_class& y) {
 void set_place(tied_solution& s, std::uint32_t facility, const mpq_class& x, const mpq_class& y) {
   const tied_certificate::slope place = slope_of(x, y);
   s.points[facility] = place.rounded;
-  if (place.exact.empty()) return;
+  if (place.exact.empty() && s.exact.empty()) return;
   s.exact.resize(s.points.size());
   s.exact[facility] = place.exact;
 }
