@@ -167,6 +167,12 @@ TEST(General, HardEndings) {
     const verification v = verify(c.p, s);
     EXPECT_TRUE(v.accepted) << v.reason;
     EXPECT_EQ(v.gap, 0);
+    const branch_certificate& proof = std::get<branch_certificate>(s.proof);
+    if (proof.outside.empty() && !proof.cells.empty()) {
+      solution spoiled = s;
+      std::get<branch_certificate>(spoiled.proof).half /= 2;
+      EXPECT_EQ(verify(c.p, spoiled).reason, "the square is too small");
+    }
     const arrangement::optima best = arrangement(c.p).find();
     EXPECT_NEAR(s.value, best.value, 1e-12 * best.size);
   }

@@ -32,18 +32,6 @@ constexpr double kSideGap = 1e-7;
 constexpr double kAimed = 1 - 0x1p-30;
 // Halvings of a triangle of the sites' extent: smaller ones are beyond what doubles can tell.
 constexpr int kMostDepth = 100;
-// How many break lines are worth an exact close. The smaller the cell beside the extent, the more
-// of them are there to stay, since they meet in one place. Where f levels off far from the sites,
-// large cells are crossed by bundles of them that are nearly parallel and seldom meet.
-constexpr std::size_t kLines = 20;
-constexpr std::size_t kLinesFarAway = 100;
-std::size_t line_limit(const cell& c, double extent, bool levels) {
-  double side = 0;
-  for (const detail::xy& at : c.corners)
-    side = std::max({side, std::fabs(at.x - c.corners[0].x), std::fabs(at.y - c.corners[0].y)});
-  if (levels && side > 2 * extent) return kLinesFarAway;
-  return side > extent * 0x1p-16 ? kLines : side > extent * 0x1p-26 ? 64 : 400;
-}
 // Of a cell's size: more than what f can be off by at a crossing in doubles.
 constexpr double kPromising = 1e-7;
 // Steps towards a value of 0 from a better place.
@@ -360,7 +348,7 @@ void general_search::work_on(task& t, worker& w) const {
 bool general_search::solve_exactly(task& t, worker& w) const {
   if (!problem_.polyhedral()) return false;
   const cell& c = *t.c;
-  const std::size_t limit = line_limit(c, extent_, levels_);
+  const std::size_t limit = detail::lines_worth_a_close(c, extent_, levels_);
   auto lines = w.closer.lines(c, limit);
   if (!lines) return false;
   if (where_ && !where_->add_lines(c.corners, limit, *lines)) return false;

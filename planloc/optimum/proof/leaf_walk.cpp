@@ -4,6 +4,7 @@
 #include <array>
 #include <limits>
 #include <numeric>
+#include <optional>
 #include <string>
 
 namespace planloc::detail {
@@ -29,13 +30,18 @@ seen_site::view leaf_walk::view_from(std::uint32_t site, const xy& at) const {
 
 namespace {
 
-xy middle_of(const xy& a, const xy& b) {
+// Nothing if it is no pair of doubles.
+std::optional<xy> middle_of(const xy& a, const xy& b) {
   const xy m{a.x + (b.x - a.x) / 2, a.y + (b.y - a.y) / 2};
   if (mpq_class(a.x) + mpq_class(b.x) != 2 * mpq_class(m.x) ||
       mpq_class(a.y) + mpq_class(b.y) != 2 * mpq_class(m.y)) {
-    refuse("triangles too small to be halved exactly");
+    return std::nullopt;
   }
   return m;
+}
+
+std::optional<xy> middle_of_longest(const corners& t) {
+  return t[1] == t[2] ? middle_of(t[0], t[1]) : middle_of(t[1], t[2]);
 }
 
 }  // namespace
@@ -43,20 +49,22 @@ xy middle_of(const xy& a, const xy& b) {
 std::pair<triangle_state, triangle_state> leaf_walk::halves_of(triangle_state t) const {
   const corners at = t.at;
   const bool segment = at[1] == at[2];
-  const xy m = segment ? middle_of(at[0], at[1]) : middle_of(at[1], at[2]);
+  const std::optional<xy> middle = middle_of_longest(at);
+  if (!middle) refuse("triangles too small to be halved exactly");
+  const xy m = *middle;
   triangle_state other = t;
   t.at = segment ? corners{at[0], m, m} : corners{m, at[0], at[1]};
   other.at = segment ? corners{at[1], m, m} : corners{m, at[2], at[0]};
   const auto share = [&](std::vector<seen_site>& of_one, std::vector<seen_site>& of_other) {
     for (std::size_t k = 0; k < of_one.size(); ++k) {
-      const seen_site::view middle = view_from(of_one[k].site, m);
+      const seen_site::view from_m = view_from(of_one[k].site, m);
       const auto [a, b, c] = of_one[k].corner;
       if (segment) {
-        of_one[k].corner = {a, middle, middle};
-        of_other[k].corner = {b, middle, middle};
+        of_one[k].corner = {a, from_m, from_m};
+        of_other[k].corner = {b, from_m, from_m};
       } else {
-        of_one[k].corner = {middle, a, b};
-        of_other[k].corner = {middle, c, a};
+        of_one[k].corner = {from_m, a, b};
+        of_other[k].corner = {from_m, c, a};
       }
     }
   };
@@ -104,7 +112,7 @@ void leaf_walk::prove_by_bound(triangle_state t, int halvings) {
     done = proved();
     if (done) break;
   }
-  if (!done && halvings == kMostHalvings) {
+  if (!done && (halvings == kMostHalvings || !middle_of_longest(t.at))) {
     if (t.at[1] == t.at[2] || !sites_.owner().polyhedral() ||
         t.decided.size() + t.undecided.size() > kMostOpen || !exceeds_at_crossings(t, true)) {
       refuse("triangle " + std::to_string(name_) + ": its bound is too low");

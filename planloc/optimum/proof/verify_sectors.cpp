@@ -3,6 +3,7 @@
 #include <map>
 #include <set>
 #include <utility>
+#include <vector>
 
 #include "planloc/optimum/proof/verify_leaves.h"
 
@@ -109,21 +110,25 @@ class sector_check {
       if (sgn(cross(u, ray(k.site, last))) == 0) ++last;
       fraction_pair same_side = ray(k.site, last);
       fraction_pair other_side = ray(k.site, first);
-      const mpq_class turn = cross(u, v);
-      mpq_class beyond = cross(v, other_side);
-      if (sgn(turn) < 0) {
-        std::swap(same_side, other_side);
-        beyond = -cross(v, other_side);
-      }
-      most = std::max({most, mpq_class(far_ * sum_norm(same_side) / abs(cross(u, same_side))),
-                       mpq_class(far_ * sum_norm(other_side) / abs(cross(u, other_side)))});
-      if (sgn(beyond) > 0)
-        most = std::max(most,
-                        mpq_class(far_ * (sum_norm(other_side) + sum_norm(u) * beyond / abs(turn)) /
-                                  abs(cross(u, other_side))));
-      for (const auto& [other_name, other] : kinds_) {
-        const mpq_class faster = gauges_.distance(other.site, u) - gauges_.distance(k.site, u);
-        if (sgn(faster) > 0) most = std::max(most, mpq_class((k.apart + other.apart) / faster));
+      const int side = sgn(cross(u, v));
+      if (side < 0) std::swap(same_side, other_side);
+      const mpq_class beyond = std::max(mpq_class(0), mpq_class(side * cross(v, other_side)));
+      const mpq_class wide = sum_norm(u) * beyond / abs(cross(u, v));
+      most =
+          std::max({most, mpq_class(far_ * sum_norm(same_side) / abs(cross(u, same_side))),
+                    mpq_class(far_ * (sum_norm(other_side) + wide) / abs(cross(u, other_side)))});
+    }
+    return std::max(most, ordered(u));
+  }
+
+  // From how many u on faster growth along u means to be farther.
+  mpq_class ordered(const fraction_pair& u) const {
+    std::vector<std::pair<mpq_class, const mpq_class*>> grown;
+    for (const auto& [name, k] : kinds_) grown.emplace_back(gauges_.distance(k.site, u), &k.apart);
+    mpq_class most;
+    for (const auto& [slow, apart] : grown) {
+      for (const auto& [fast, other_apart] : grown) {
+        if (slow < fast) most = std::max(most, mpq_class((*apart + *other_apart) / (fast - slow)));
       }
     }
     return most;
