@@ -105,6 +105,19 @@ class arrangement {
 
   xy base() const { return base_; }
   double extent() const { return extent_; }
+  // f grows by no more than this times a change in both coordinates.
+  double steepest() const {
+    double sum = 0;
+    for (const site_pieces& s : sites_) {
+      double most = 0;
+      for (const piece& q : s.pieces)
+        most = std::max(most, std::fabs(q.slope.x) + std::fabs(q.slope.y));
+      sum += most;
+    }
+    double largest = 0;
+    for (const double l : lambda_) largest = std::max(largest, std::fabs(l));
+    return 1.001 * sum * largest;
+  }
 
   // f at a place that is counted from base(), and the sum of its terms' magnitudes.
   std::pair<double, double> value(const xy& at) {

@@ -77,23 +77,20 @@ trial draw(instance_source& source) {
           std::string(smooth ? "smooth" : "polyhedral") + (general ? " general" : " convex")};
 }
 
-// Of the set of optima of a convex problem.
-std::string fault_of_set(const problem& p, const solution& s, arrangement& all) {
+// Of the set of optima of a convex problem with this least value.
+std::string fault_of_set(const problem& p, const solution& s, const mpq_class& least,
+                         arrangement& all) {
   if (s.optima.whole_plane) return all.value({0, 0}).second == 0 ? "" : "not the whole plane";
   if (s.optima.corners.empty()) return "no set of optima";
   const arrangement::optima best = all.find(1e-13);
   std::vector<xy> corners;
-  // A corner is rounded to the spacing of doubles where it lies.
   double spacing = 0;
   for (const xy& c : s.optima.corners) {
     corners.push_back({c.x - all.base().x, c.y - all.base().y});
-    spacing = std::max({spacing, std::fabs(c.x), std::fabs(c.y)});
-  }
-  double steepest = 0;
-  for (const site& t : p.sites()) steepest += t.weight * p.lambda(p.sites().size() - 1);
-  for (const xy& c : corners) {
-    const auto [value, size] = all.value(c);
-    if (value > best.value + kRounding * size + 8e-16 * steepest * spacing)
+    const double size = std::max(std::fabs(c.x), std::fabs(c.y));
+    spacing = std::max(spacing, size);
+    // A corner is rounded to the spacing of doubles where it lies.
+    if (exact_value(p, c.x, c.y) - least > all.steepest() * 0x1p-53 * size)
       return "a corner is no optimum";
   }
   // Places whose values differ by less than roundings may be far apart: only clear ties count.
@@ -116,7 +113,7 @@ std::string fault_of_value(const problem& p, const solution& s, bool optima_prov
   const mpq_class exact = exact_value(p, s);
   if (abs(mpq_class(s.value - exact)) > 0x1p-50 * abs(exact)) return "not the value of the place";
   if (!p.convex()) return "";
-  return optima_proved ? fault_of_set(p, s, all) : "the set of optima is not proved";
+  return optima_proved ? fault_of_set(p, s, exact, all) : "the set of optima is not proved";
 }
 
 // Places around the answer.
