@@ -48,6 +48,55 @@ TEST(General, SmoothGaugesProvedByIntervals) {
   }
 }
 
+// Curves of optima, sites that stand for others, bisectors of sites that coincide: what halving
+// alone would follow for ever.
+TEST(General, SmoothTies) {
+  const gauge nearly_l1 = gauge::lp(1.0001);
+  const struct {
+    const char* name;
+    problem p;
+    double value;
+  } cases[] = {
+      {"a segment",
+       {{{0, 0}, {4, 1}, {10, 9}}, {gauge::euclidean()}, order_weights({1, 1, 0})},
+       std::sqrt(17)},
+      {"a segment under lp",
+       {{{37.8, 70}, {29.6, 67.9}, {72.7, 32.5}}, {gauge::lp(2)}, order_weights({1, 1, 0})},
+       std::hypot(8.2, 2.1)},
+      {"bisector of twins",
+       {{{-5, 5}, {-5, 5}, {1, 2}, {1, 2}}, {gauge::euclidean()}, order_weights({0, 0, 1, 0})},
+       std::sqrt(45) / 2},
+      {"one place, two weights",
+       {{{0, 0, 2}, {0, 1, 1}, {0, 0, 1}}, {gauge::euclidean()}, order_weights({-1, 1, 1})},
+       1},
+      {"twins in a row",
+       {{{0, 1, 3}, {2, 1, 1}, {1, 1, 3}, {2, 1, 3}},
+        {gauge::euclidean()},
+        order_weights({0, 1, 1, 0})},
+       3},
+      {"edges beside circles",
+       {{{42.5, 20.2, 2, 1}, {6.7, 40.8, 2, 1}, {61.5, 32.6, 1, 1}, {74.3, 75.6}},
+        {gauge::euclidean(), gauge::linf()},
+        order_weights::order_statistic(3)},
+       2 * 54.8 / 3},
+      {"nearly l1, nearly l-infinity",
+       {{{-1, 9}, {2, 3}, {2, 3}, {0, 7, 1, 1}},
+        {nearly_l1, gauge::lp(300)},
+        order_weights({0, 1, 1, 0})},
+       4}};
+  minimise_options options;
+  options.cells = 2000;
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    const solution s = minimise(c.p, options);
+    EXPECT_EQ(s.status, solution_status::optimal);
+    EXPECT_NEAR(s.value, c.value, 2e-10 * c.value);
+    const verification v = verify(c.p, s);
+    EXPECT_TRUE(v.accepted) << v.reason;
+    EXPECT_LE(v.gap, 1.01e-10 * c.value);
+  }
+}
+
 // Places as far from all sites as from any other, one or a whole curve of them: no relative gap can
 // be reached at 0.
 TEST(General, SmoothOptimumOfZero) {

@@ -13,7 +13,7 @@ double least(const std::array<double, 3>& a) { return std::min({a[0], a[1], a[2]
 
 // A matrix game with four rows and three columns: some best mixture takes at most three rows and
 // makes as many columns equal. Every mixture gives a bound, so that roundings do no harm.
-double best_mixture(const std::array<std::array<double, 3>, 4>& rows) {
+double best_mixture(const planes& rows) {
   double best = -std::numeric_limits<double>::infinity();
   for (const auto& row : rows) best = std::max(best, least(row));
   if (std::all_of(rows.begin(), rows.end(), [&](const auto& row) { return row == rows[0]; }))
@@ -43,6 +43,53 @@ double best_mixture(const std::array<std::array<double, 3>, 4>& rows) {
         if (area == 0) continue;
         try_mixture(rows[i], (right1 * across(k, 2) - right2 * across(k, 1)) / area, rows[k],
                     (across(i, 1) * right2 - across(i, 2) * right1) / area, rows[l]);
+      }
+    }
+  }
+  return best;
+}
+
+// It is at a corner, where two planes are equal on a side, or where three are equal.
+corner_values lowest_place(const planes& rows) {
+  corner_values best{};
+  double lowest = std::numeric_limits<double>::infinity();
+  const auto offer = [&](corner_values at) {
+    double total = 0;
+    for (double& share : at) total += share = std::max(share, 0.0);
+    if (!(total > 0)) return;
+    for (double& share : at) share /= total;
+    double highest = -std::numeric_limits<double>::infinity();
+    for (const corner_values& row : rows) highest = std::max(highest, value_at(row, at));
+    if (!(highest < lowest)) return;
+    lowest = highest;
+    best = at;
+  };
+  for (std::size_t m = 0; m < 3; ++m) {
+    corner_values corner{};
+    corner[m] = 1;
+    offer(corner);
+  }
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    for (std::size_t k = 0; k < i; ++k) {
+      const corner_values a{rows[i][0] - rows[k][0], rows[i][1] - rows[k][1],
+                            rows[i][2] - rows[k][2]};
+      for (std::size_t m = 0; m < 3; ++m) {
+        const std::size_t n = (m + 1) % 3;
+        if (!((a[m] < 0 && a[n] > 0) || (a[m] > 0 && a[n] < 0))) continue;
+        corner_values side{};
+        side[m] = a[n] / (a[n] - a[m]);
+        side[n] = 1 - side[m];
+        offer(side);
+      }
+      for (std::size_t l = 0; l < k; ++l) {
+        const corner_values b{rows[i][0] - rows[l][0], rows[i][1] - rows[l][1],
+                              rows[i][2] - rows[l][2]};
+        const corner_values across{a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2],
+                                   a[0] * b[1] - a[1] * b[0]};
+        const double total = across[0] + across[1] + across[2];
+        if (total == 0) continue;
+        const corner_values crossing{across[0] / total, across[1] / total, across[2] / total};
+        if (least(crossing) >= 0) offer(crossing);
       }
     }
   }

@@ -1,13 +1,27 @@
-// The bound that several planes below a function give on a triangle. Internal.
+// Four affine functions on a triangle, each as its values at the corners, and the least value of
+// the largest of them. Internal.
 #ifndef PLANLOC_OPTIMUM_GENERAL_BEST_MIXTURE_H_
 #define PLANLOC_OPTIMUM_GENERAL_BEST_MIXTURE_H_
 
 #include <array>
+#include <cstddef>
 
 namespace planloc::detail {
 
-// The largest of the least values over the columns of all convex combinations of rows.
-double best_mixture(const std::array<std::array<double, 3>, 4>& rows);
+using corner_values = std::array<double, 3>;
+using planes = std::array<corner_values, 4>;
+
+// The largest of the least values over the corners of all convex combinations of planes: a lower
+// bound of the largest plane that roundings do not spoil.
+double best_mixture(const planes& rows);
+
+// Where the largest of the planes is least, as shares of the corners. They are not negative and add
+// up to 1, but for roundings.
+corner_values lowest_place(const planes& rows);
+
+inline double value_at(const corner_values& plane, const corner_values& shares) {
+  return plane[0] * shares[0] + plane[1] * shares[1] + plane[2] * shares[2];
+}
 
 }  // namespace planloc::detail
 

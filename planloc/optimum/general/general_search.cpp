@@ -90,7 +90,7 @@ class general_search {
     enum class end : std::uint8_t { halved, solved, too_deep };
     struct half {
       std::unique_ptr<cell> c;
-      detail::evaluation at_centroid{{}, std::numeric_limits<double>::infinity(), {}};
+      detail::evaluation best_seen{{}, std::numeric_limits<double>::infinity(), {}};
     };
 
     std::unique_ptr<cell> c;
@@ -110,7 +110,7 @@ class general_search {
   bool solve_exactly(task& t, worker& w) const;
   void settle(task& t);
   void settle_best(task& t);
-  void take(std::unique_ptr<cell> c, const detail::evaluation& at_centroid);
+  void take(std::unique_ptr<cell> c, const detail::evaluation& best_seen);
   void offer(const exact_xy& at, double value);
   void try_sites();
   bool least_possible();
@@ -125,9 +125,8 @@ class general_search {
     return rounding_ * c.size + 0x1p-50 * steepest_ * far;
   }
   double tolerance() const;
-  bool holds_nothing_better(const cell& c) const {
-    return c.bound >= best_.value - tolerance() + margin(c);
-  }
+  // The bound of a cell that holds nothing better.
+  double enough(const cell& c) const { return best_.value - tolerance() + margin(c); }
   double half_of_square(const detail::recession& far) const;
   bool give_up(const cell& c);
   double bound() const;
@@ -280,13 +279,13 @@ void general_search::start(double half) {
     std::unique_ptr<cell> root = workers_[0]->bounder.whole(problem_, t);
     tree_.add_root(*root);
     workers_[0]->bounder.process(*root);
-    take(std::move(root), workers_[0]->bounder.at_centroid());
+    take(std::move(root), workers_[0]->bounder.best_seen());
   }
 }
 
-void general_search::take(std::unique_ptr<cell> c, const detail::evaluation& at_centroid) {
+void general_search::take(std::unique_ptr<cell> c, const detail::evaluation& best_seen) {
   ++cells_;
-  if (at_centroid.value < best_.value) offer(detail::to_exact(at_centroid.at), at_centroid.value);
+  if (best_seen.value < best_.value) offer(detail::to_exact(best_seen.at), best_seen.value);
   if (where_ && where_->nothing_permitted(c->corners)) return tree_.close(*c, reason::forbidden);
   const double proved = c->bound - margin(*c);
   tree_.push(std::move(c), proved);
@@ -307,7 +306,7 @@ bool general_search::next_batch() {
   const std::size_t most = std::min(kBatch, 1 + tree_.open_cells().size() / kOpenPerTask);
   while (!tree_.empty() && batch_.size() < most && sites <= kBatchSites) {
     std::unique_ptr<cell> c = tree_.pop();
-    if (holds_nothing_better(*c) || give_up(*c)) continue;
+    if (c->bound >= enough(*c) || give_up(*c)) continue;
     sites += c->decided.size() + c->undecided.size();
     batch_.emplace_back().c = std::move(c);
   }
@@ -341,7 +340,8 @@ void general_search::work_on(task& t, worker& w) const {
   for (task::half& h : t.halves) {
     if (holds_all_sites(h.c->corners)) continue;  // nothing is decided there
     w.bounder.process(*h.c);
-    h.at_centroid = w.bounder.at_centroid();
+    if (!problem_.polyhedral()) w.bounder.refine(*h.c, enough(*h.c));
+    h.best_seen = w.bounder.best_seen();
   }
 }
 
@@ -385,7 +385,7 @@ void general_search::settle(task& t) {
       return;
     case task::end::halved:
       tree_.add_halves(*t.c, *t.halves[0].c, *t.halves[1].c);
-      for (task::half& h : t.halves) take(std::move(h.c), h.at_centroid);
+      for (task::half& h : t.halves) take(std::move(h.c), h.best_seen);
   }
 }
 

@@ -112,7 +112,7 @@ recession test_recession(const problem& p, const distance_table& table, double l
   bool falls = false;
   const auto take = [&](std::unique_ptr<cell> c) {
     bounder.process(*c);
-    const evaluation& e = bounder.at_centroid();
+    const evaluation& e = bounder.best_seen();
     value = std::min(value, e.value);
     size = std::max(size, c->size);
     if (e.value < 0 && surely_falls(origin, gauges, e.at)) {

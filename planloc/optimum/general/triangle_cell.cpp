@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-
-#include "planloc/optimum/general/best_mixture.h"
+#include <map>
+#include <tuple>
 
 namespace planloc::detail {
 
@@ -79,6 +79,20 @@ bool halves_exactly(const triangle& t) {
     return (c - (sum - part)) + (d - part) == 0;
   };
   return exact(a.x, b.x) && exact(a.y, b.y);
+}
+
+cell_bounder::cell_bounder(const distance_table& table) : table_(table) {
+  std::map<std::tuple<std::uint32_t, double, double>, std::uint32_t> first;
+  std::vector<std::uint32_t> stands_at(table.size());
+  for (std::uint32_t slot = 0; slot < table.size(); ++slot) {
+    const std::uint32_t block = table.block_of[slot];
+    stands_at[slot] = slot;
+    if (table.blocks[block].kind == gauge::shape::polyhedral) continue;
+    stands_at[slot] = first.try_emplace({block, table.x[slot], table.y[slot]}, slot).first->second;
+    if (stands_at[slot] == slot) continue;
+    kept_at_.assign(table.size(), 0);
+  }
+  if (!kept_at_.empty()) stands_at_ = std::move(stands_at);
 }
 
 std::unique_ptr<cell> cell_bounder::whole(const problem& p, const triangle& t) const {
@@ -181,6 +195,7 @@ cell_bounder::bend cell_bounder::bend_of(const placed_site& s, const gauge_block
 
 void cell_bounder::look(const placed_site& s, site_view& v) {
   v.site = s;
+  v.replaced = false;
   v.first_run = v.last_run = 0;
   const gauge_block& b = table_.blocks[table_.block_of[s.slot]];
   if (b.kind == gauge::shape::polyhedral && s.edge[0] == s.edge[1] && s.edge[1] == s.edge[2]) {
@@ -297,7 +312,8 @@ void cell_bounder::decide(cell& c) {
   for (const site_view& v : undecided_) {
     if (v.first_run == v.last_run) {
       --left[v.first_run].count;
-      keep(c, v, c.runs[v.first_run].weight);
+      const double lambda = c.runs[v.first_run].weight;
+      keep(c, v, lambda, std::fabs(lambda));
     } else {
       c.undecided.push_back(v.site);
       undecided_[kept++] = v;
@@ -310,13 +326,35 @@ void cell_bounder::decide(cell& c) {
   join(c.runs);
 }
 
-void cell_bounder::keep(cell& c, const site_view& v, double lambda) {
-  if (lambda == 0) return;
-  if (v.bent != kFlat) {
-    c.decided.push_back({v.site, lambda});
+// Sites at one place with one smooth gauge count as one, whose curvature is that of their sum.
+void cell_bounder::keep_bent(cell& c, const site_view& v, double lambda, double size) {
+  const std::uint32_t first = stands_at(v.site.slot);
+  if (stands_at_.empty()) {
+    c.decided.push_back({v.site, lambda, size});
     decided_.push_back(v);
     return;
   }
+  const double share = table_.weight[v.site.slot] / table_.weight[first];
+  std::uint32_t& k = kept_at_[first];
+  if (k < c.decided.size() && c.decided[k].site.slot == first) {
+    c.decided[k].lambda += share * lambda;
+    c.decided[k].size += share * size;
+    return;
+  }
+  k = static_cast<std::uint32_t>(c.decided.size());
+  placed_site s = v.site;
+  s.slot = first;
+  c.decided.push_back({s, share * lambda, share * size});
+  if (first == v.site.slot) {
+    decided_.push_back(v);
+  } else {
+    look(s, decided_.emplace_back());
+  }
+}
+
+void cell_bounder::keep(cell& c, const site_view& v, double lambda, double size) {
+  if (lambda == 0) return;
+  if (v.bent != kFlat) return keep_bent(c, v, lambda, size);
   const std::uint32_t slot = v.site.slot;
   const xy at{table_.x[slot], table_.y[slot]};
   const xy slope = table_.piece_of_edge(slot, at, v.site.edge[0]).slope;
@@ -328,19 +366,36 @@ void cell_bounder::keep(cell& c, const site_view& v, double lambda) {
   c.folded.size_at_base += steepness * std::max(std::fabs(at.x), std::fabs(at.y));
 }
 
+// Whether a lower bound that is less, too, is beyond the jumps of the order weights that the site's
+// is beyond, and counts there among those that are left behind.
+bool cell_bounder::keeps_ranks(const site_view& v, double low, std::size_t runs) const {
+  if (low >= v.lower) return true;
+  if (runs > kRunsToSelect) return false;
+  for (std::size_t r = 0; r + 1 < runs; ++r) {
+    if (v.lower > reached_[r] && low <= reached_[r]) return false;
+    if (v.lower >= left_behind_[r] && low < left_behind_[r]) return false;
+  }
+  return true;
+}
+
 // f rises with a distance whose possible order weights are not negative, so that the tangent may
 // stand for it; falls with one whose order weights are not positive, and the interpolation may.
+// What stands for the distances must leave the possible order weights of all of them as they are,
+// unless none is negative.
 void cell_bounder::substitute(const std::vector<order_run>& runs) {
+  const bool all_rise =
+      std::all_of(runs.begin(), runs.end(), [](const order_run& r) { return r.weight >= 0; });
   for (site_view& v : undecided_) {
     if (v.bent == kFlat) continue;
-    bool rises = true;
+    const planes& tangent = bends_[v.bent].tangent;
+    bool rises = all_rise || keeps_ranks(v, least(tangent[3]), runs.size());
     bool falls = true;
     for (std::uint32_t r = v.first_run; r <= v.last_run; ++r) {
       rises = rises && runs[r].weight >= 0;
       falls = falls && runs[r].weight <= 0;
     }
-    if (rises) v.value = bends_[v.bent].tangent[3];
-    if (rises || falls) v.bent = kFlat;
+    if (rises) v.value = tangent[3];
+    v.replaced = rises || falls;
   }
 }
 
@@ -353,11 +408,11 @@ void cell_bounder::add_rest(const cell& c) {
     const double folded = c.folded.at_base + dot(c.folded.slope, c.corners[m]);
     for (auto& row : rows_) row[m] = folded;
   }
-  centroid_ = {points_[3], c.folded.at_base + dot(c.folded.slope, points_[3]), {0, 0}};
+  seen_ = {points_[3], c.folded.at_base + dot(c.folded.slope, points_[3]), {0, 0}};
   for (std::size_t k = 0; k < decided_.size(); ++k) {
     const double lambda = c.decided[k].lambda;
     const site_view& v = decided_[k];
-    centroid_.value += lambda * v.centre;
+    seen_.value += lambda * v.centre;
     const planes& tangent = bends_[v.bent].tangent;
     for (std::size_t j = 0; j < kPoints; ++j) {
       for (std::size_t m = 0; m < 3; ++m)
@@ -368,18 +423,18 @@ void cell_bounder::add_rest(const cell& c) {
 
 // Takes the piece that is in force at a point to the planes.
 void cell_bounder::add_at(std::size_t point, const site_view& v, std::size_t run, double weight,
-                          std::array<double, 3>& concave) {
-  const auto& plane = v.bent == kFlat ? v.value : bends_[v.bent].tangent[point];
+                          corner_values& concave) {
+  const auto& plane = v.bent == kFlat || v.replaced ? v.value : bends_[v.bent].tangent[point];
   for (std::size_t m = 0; m < 3; ++m) rows_[point][m] += rising_[run] * plane[m];
   if (point < 3) {
     concave[point] += falling_[run] * v.value[point];
   } else {
-    centroid_.value += weight * v.centre;
+    seen_.value += weight * v.centre;
   }
 }
 
 void cell_bounder::add_by_runs(std::size_t point, const std::vector<order_run>& runs,
-                               std::array<double, 3>& concave) {
+                               corner_values& concave) {
   const auto key = [point](const site_view& v) { return point < 3 ? v.value[point] : v.centre; };
   lower_runs_.split(keys_of(key), runs, run_finder::side::behind);
   for (const site_view& v : undecided_) {
@@ -389,7 +444,7 @@ void cell_bounder::add_by_runs(std::size_t point, const std::vector<order_run>& 
 }
 
 void cell_bounder::add_in_order(std::size_t point, const std::vector<order_run>& runs,
-                                std::array<double, 3>& concave) {
+                                corner_values& concave) {
   for (ranked& o : order_) {
     const site_view& v = undecided_[o.view];
     o.key = point < 3 ? v.value[point] : v.centre;
@@ -416,7 +471,7 @@ void cell_bounder::add_undecided(cell& c) {
     rising_.push_back(up);
     falling_.push_back(up - r.weight);
   }
-  std::array<double, 3> concave{};
+  corner_values concave{};
   if (few(c.runs)) {
     for (std::size_t j = 0; j < kPoints; ++j) add_by_runs(j, c.runs, concave);
   } else {
@@ -435,8 +490,7 @@ void cell_bounder::add_undecided(cell& c) {
 
 double cell_bounder::size_of_terms(const cell& c) const {
   double size = c.folded.size_at_base + c.folded.steepness * largest_coordinate(c.corners);
-  for (std::size_t k = 0; k < decided_.size(); ++k)
-    size += std::fabs(c.decided[k].lambda) * decided_[k].upper;
+  for (std::size_t k = 0; k < decided_.size(); ++k) size += c.decided[k].size * decided_[k].upper;
   double steepest = 0;
   for (const order_run& r : c.runs) steepest = std::max(steepest, std::fabs(r.weight));
   for (const site_view& v : undecided_) size += 3 * steepest * v.upper;
@@ -455,7 +509,7 @@ void cell_bounder::process(cell& c) {
   site_view v;
   for (const decided_site& d : before) {
     look(d.site, v);
-    keep(c, v, d.lambda);
+    keep(c, v, d.lambda, d.size);
   }
   if (!undecided_.empty()) decide(c);
   c.size = size_of_terms(c);

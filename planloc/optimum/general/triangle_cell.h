@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "planloc/optimum/evaluate.h"
+#include "planloc/optimum/general/best_mixture.h"
 #include "planloc/optimum/general/run_finder.h"
 
 namespace planloc::detail {
@@ -36,7 +37,8 @@ struct placed_site {
 
 struct decided_site {
   placed_site site;
-  double lambda;
+  double lambda;  // with those of the sites at the same place that it stands for
+  double size;    // the same of the magnitudes
 };
 
 // The sum of the sites that are linear on a cell and whose order weight is decided.
@@ -62,7 +64,7 @@ struct cell {
 // Scratch for bounds; one a thread.
 class cell_bounder {
  public:
-  explicit cell_bounder(const distance_table& table) : table_(table) {}
+  explicit cell_bounder(const distance_table& table);
 
   // The whole problem on a triangle.
   std::unique_ptr<cell> whole(const problem& p, const triangle& t) const;
@@ -76,15 +78,20 @@ class cell_bounder {
   //   - the sum of order weights times sorted bounds of the distances.
   void process(cell& c);
 
-  // f at the centroid of the cell that was processed last.
-  const evaluation& at_centroid() const { return centroid_; }
+  // Raises the bound of the cell that was processed last by more planes, each taken where the ones
+  // so far are lowest (Kelley 1960), until it is `target` or no planes can raise it so far.
+  void refine(cell& c, double target);
+
+  // f at the best place seen on the cell that was processed last: its centroid, unless `refine` has
+  // found a better one.
+  const evaluation& best_seen() const { return seen_; }
 
   // f at a place of the cell, from what is decided on it.
   double value(const cell& c, const xy& at);
 
  private:
-  static constexpr std::size_t kPoints = 4;                   // the corners and the centroid
-  using planes = std::array<std::array<double, 3>, kPoints>;  // by point and corner
+  static constexpr std::size_t kPoints = 4;  // the corners and the centroid
+  static_assert(kPoints == std::tuple_size_v<planes>);
 
   // A distance that is not linear on the cell.
   struct bend {
@@ -96,6 +103,7 @@ class cell_bounder {
   struct site_view {
     placed_site site;
     std::uint32_t bent;           // in bends_, or kFlat
+    bool replaced;                // undecided, and `value` stands for the distance
     std::array<double, 3> value;  // at the corners
     double centre;                // the value at the centroid
     double lower, upper;          // on the cell
@@ -115,17 +123,17 @@ class cell_bounder {
   void find_runs(std::size_t runs);
   void decide(cell& c);
   double interval_sum(const std::vector<order_run>& runs);
-  void keep(cell& c, const site_view& v, double lambda);
+  void keep(cell& c, const site_view& v, double lambda, double size);
+  void keep_bent(cell& c, const site_view& v, double lambda, double size);
   void substitute(const std::vector<order_run>& runs);
+  bool keeps_ranks(const site_view& v, double low, std::size_t runs) const;
   double size_of_terms(const cell& c) const;
   void add_rest(const cell& c);
   void add_undecided(cell& c);
   void add_at(std::size_t point, const site_view& v, std::size_t run, double weight,
-              std::array<double, 3>& concave);
-  void add_by_runs(std::size_t point, const std::vector<order_run>& runs,
-                   std::array<double, 3>& concave);
-  void add_in_order(std::size_t point, const std::vector<order_run>& runs,
-                    std::array<double, 3>& concave);
+              corner_values& concave);
+  void add_by_runs(std::size_t point, const std::vector<order_run>& runs, corner_values& concave);
+  void add_in_order(std::size_t point, const std::vector<order_run>& runs, corner_values& concave);
   template <class Key>
   const std::vector<double>& keys_of(Key key) {
     keys_.clear();
@@ -133,7 +141,25 @@ class cell_bounder {
     return keys_;
   }
 
+  // ----- refine_cell.cpp -----
+  // What the undecided sites weigh in the concave part of f.
+  using selection = std::vector<double>;
+  xy place_of(const corner_values& shares) const;
+  corner_values tangent_at(const placed_site& s, const xy& at) const;
+  corner_values interpolation(const site_view& v) const;
+  corner_values plane_at(const cell& c, const corner_values& shares, const selection& selected);
+  double raise(const cell& c, planes rows, double target, const selection& selected);
+  std::vector<std::uint32_t> farthest_sets(std::size_t count) const;
+  std::vector<selection> selections(const cell& c) const;
+  std::uint32_t stands_at(std::uint32_t slot) const {
+    return stands_at_.empty() ? slot : stands_at_[slot];
+  }
+
   const distance_table& table_;
+  // Of each slot the first one at the same place with the same smooth gauge; empty if all are
+  // apart.
+  std::vector<std::uint32_t> stands_at_;
+  std::vector<std::uint32_t> kept_at_;  // of each such slot its place in cell::decided
   std::array<xy, kPoints> points_{};
   std::vector<bend> bends_;
   std::vector<site_view> undecided_;
@@ -144,8 +170,15 @@ class cell_bounder {
   std::vector<double> reached_, left_behind_;    // by jump of the order weights
   std::vector<double> rising_, falling_;         // by run: of the convex and the concave part
   std::vector<placed_site> reordered_;
+  struct taken_plane {
+    double height;  // where it is taken
+    corner_values plane;
+    std::uint32_t view;
+  };
+  std::vector<taken_plane> taken_;  // of the undecided sites
   planes rows_{};
-  evaluation centroid_{};
+  corner_values lowest_{};  // shares of the place that `raise` came to last
+  evaluation seen_{};
 };
 
 }  // namespace planloc::detail

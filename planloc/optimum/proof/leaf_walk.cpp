@@ -3,11 +3,20 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <map>
 #include <numeric>
 #include <optional>
 #include <string>
 
 namespace planloc::detail {
+
+namespace {
+
+double least_of(const std::array<interval, 3>& a) {
+  return std::min({a[0].low, a[1].low, a[2].low});
+}
+
+}  // namespace
 
 // ----- Walk -----
 
@@ -102,14 +111,12 @@ void leaf_walk::visit(triangle_state t) {
 // prove what the triangle does not. A bound is above an optimum, so no crossing may be one.
 void leaf_walk::prove_by_bound(triangle_state t, int halvings) {
   const std::size_t linear_above = linear_.size();
-  const auto proved = [&] {
-    const double b = bound(t);
-    return b >= least_in_doubles_ || mpq_class(b) >= least_;
-  };
   bool done = false;
   for (const aim a : {aim::nothing, aim::middle, aim::next_corner, aim::last_corner}) {
     look(t, a);
-    done = proved();
+    rows planes;
+    done = bound_proves(t, planes) ||
+           (a == aim::nothing && !sites_.owner().polyhedral() && cuts_prove(t, planes));
     if (done) break;
   }
   if (!done && (halvings == kMostHalvings || !middle_of_longest(t.at))) {
@@ -205,6 +212,17 @@ void leaf_walk::decide(triangle_state& t) {
     while (rank >= t.runs[r].count) rank -= t.runs[r++].count;
     return r;
   };
+  const bool all_rise =
+      std::all_of(t.runs.begin(), t.runs.end(), [](const order_run& r) { return r.weight >= 0; });
+  const auto keeps_ranks = [&](double low, double bound) {
+    std::size_t rank = 0;
+    for (std::size_t r = 0; r + 1 < t.runs.size() && low < bound; ++r) {
+      rank += t.runs[r].count;
+      if (bound > upper[rank - 1] && low <= upper[rank - 1]) return false;
+      if (bound >= lower[rank] && low < lower[rank]) return false;
+    }
+    return true;
+  };
   std::vector<order_run> left = t.runs;
   std::vector<site_on_triangle> open;
   t.undecided.clear();
@@ -220,8 +238,9 @@ void leaf_walk::decide(triangle_state& t) {
     }
     t.undecided.push_back(v.seen);
     open.push_back(v);
-    // f rises with a distance whose order weights are not negative: the tangent stands for it.
-    bool rises = true;
+    // f rises with a distance whose order weights are not negative: the tangent stands for it, if
+    // that leaves the possible order weights of all sites as they are or none is negative.
+    bool rises = all_rise || keeps_ranks(least_of(v.tangent[0]), v.lower);
     bool falls = true;
     for (std::uint32_t r = v.first_run; r <= v.last_run; ++r) {
       rises = rises && t.runs[r].weight >= 0;
@@ -246,19 +265,46 @@ void leaf_walk::decide(triangle_state& t) {
   }
 }
 
-void leaf_walk::keep(triangle_state& t, const site_on_triangle& v, double lambda) {
-  if (lambda == 0) return;
+std::vector<bool> leaf_walk::sites_with_twins(const problem& p) {
+  std::vector<bool> has_twin(p.sites().size(), false);
+  std::map<std::tuple<std::uint32_t, double, double>, std::size_t> first;
+  for (std::size_t i = 0; i < has_twin.size(); ++i) {
+    const site& s = p.sites()[i];
+    if (p.gauge_of(i).kind() == gauge::shape::polyhedral) continue;
+    const auto [other, alone] = first.try_emplace({s.gauge, s.x, s.y}, i);
+    if (!alone) has_twin[i] = has_twin[other->second] = true;
+  }
+  return has_twin;
+}
+
+// The sum of distances from one place under one smooth gauge is bent as the sum of their weights
+// says, whatever the signs of the parts. So they count as one.
+bool leaf_walk::keep_with_twin(triangle_state& t, std::uint32_t i, const interval& lambda) const {
+  const std::span<const site> sites = sites_.owner().sites();
+  for (seen_site& kept : t.decided) {
+    const site& a = sites[kept.site];
+    const site& b = sites[i];
+    if (a.gauge != b.gauge || a.x != b.x || a.y != b.y) continue;
+    const bool same = a.weight == b.weight;
+    kept.lambda = kept.lambda + (same ? lambda : lambda * interval(b.weight) / interval(a.weight));
+    return true;
+  }
+  return false;
+}
+
+void leaf_walk::keep(triangle_state& t, const site_on_triangle& v, const interval& lambda) {
+  if (is_zero(lambda)) return;
   const std::uint32_t site = v.seen.site;
   if (sites_.polyhedral(site) && std::all_of(t.at.begin(), t.at.end(), [&](const xy& c) {
         return sites_.in_cone(site, v.edge, c);
       })) {
     const interval_pair n = sites_.weighted_normal(site, v.edge);
-    const interval l(lambda);
-    t.sum_at_base = t.sum_at_base + l * dot(n, sites_.offset(site, exactly({0, 0})));
-    t.slope = {t.slope.x + l * n.x, t.slope.y + l * n.y};
-    linear_.push_back({site, lambda, v.edge});
+    t.sum_at_base = t.sum_at_base + lambda * dot(n, sites_.offset(site, exactly({0, 0})));
+    t.slope = {t.slope.x + lambda * n.x, t.slope.y + lambda * n.y};
+    linear_.push_back({site, lambda.low, v.edge});
     return;
   }
+  if (has_twin_[site] && keep_with_twin(t, site, lambda)) return;
   t.decided.push_back(v.seen);
   t.decided.back().lambda = lambda;
   decided_.push_back(v);
@@ -273,10 +319,11 @@ leaf_walk::rows leaf_walk::rest(const triangle_state& t) const {
     for (auto& row : r) row[m] = linear;
   }
   for (std::size_t k = 0; k < decided_.size(); ++k) {
-    const interval l(t.decided[k].lambda);
     for (std::size_t j = 0; j < kPoints; ++j) {
-      for (std::size_t m = 0; m < 3; ++m)
-        r[j][m] = r[j][m] + l * (l.low > 0 ? decided_[k].tangent[j][m] : decided_[k].value[m]);
+      for (std::size_t m = 0; m < 3; ++m) {
+        r[j][m] = r[j][m] + least_product(t.decided[k].lambda, decided_[k].tangent[j][m],
+                                          decided_[k].value[m]);
+      }
     }
   }
   return r;
@@ -337,15 +384,8 @@ void leaf_walk::add_steps(const triangle_state& t, rows& r) const {
   }
 }
 
-namespace {
-
-double least_of(const std::array<interval, 3>& a) {
-  return std::min({a[0].low, a[1].low, a[2].low});
-}
-
-// A lower bound of the least value of the largest of four planes: that of one of their mixtures.
 // The shares come from doubles; their sum is made up for in intervals.
-double least_of_planes(const std::array<std::array<interval, 3>, 4>& r) {
+double leaf_walk::least_of_planes(const rows& r) {
   double best = -std::numeric_limits<double>::infinity();
   const auto mix = [&](const std::array<double, 4>& share) {
     interval total;
@@ -390,14 +430,13 @@ double least_of_planes(const std::array<std::array<interval, 3>, 4>& r) {
   return best;
 }
 
-}  // namespace
-
-double leaf_walk::bound(const triangle_state& t) {
-  rows r = rest(t);
-  if (undecided_.empty()) return least_of_planes(r);
-  const double by_sorting = (interval(least_of_planes(r)) + sorted_bounds(t)).low;
-  add_steps(t, r);
-  return std::max(by_sorting, least_of_planes(r));
+bool leaf_walk::bound_proves(const triangle_state& t, rows& planes) const {
+  planes = rest(t);
+  const double decided = least_of_planes(planes);
+  if (undecided_.empty()) return reaches(decided);
+  if (reaches((interval(decided) + sorted_bounds(t)).low)) return true;
+  add_steps(t, planes);
+  return reaches(least_of_planes(planes));
 }
 
 }  // namespace planloc::detail

@@ -35,7 +35,7 @@ struct seen_site {
     interval_pair slope;  // of a tangent
   };
   std::uint32_t site;
-  double lambda = 0;  // if decided
+  interval lambda;  // if decided; with those of the sites at the same place that it stands for
   std::array<view, 3> corner;
 };
 
@@ -48,6 +48,14 @@ struct triangle_state {
   interval_pair slope;
 };
 
+// Below weight times a distance that lies between a tangent and an interpolation.
+inline interval least_product(const interval& weight, const interval& tangent,
+                              const interval& value) {
+  if (weight.low >= 0) return weight * tangent;
+  if (weight.high <= 0) return weight * value;
+  return weight * interval(tangent.low, value.high);
+}
+
 // Walks the triangles of a certificate and sees to it that f is nowhere less than `least`.
 class leaf_walk {
  public:
@@ -58,7 +66,8 @@ class leaf_walk {
         reasons_(reasons),
         least_(std::move(least)),
         least_in_doubles_(rounded_up(least_)),
-        where_(where) {}
+        where_(where),
+        has_twin_(sites_with_twins(sites.owner())) {}
 
   void walk(const corners& root);
   void end() const {
@@ -99,11 +108,32 @@ class leaf_walk {
   bool has_one_slope(std::uint32_t site, const interval_pair& offset) const;
   site_on_triangle look_at(const triangle_state& t, const seen_site& seen, aim a) const;
   void decide(triangle_state& t);
-  void keep(triangle_state& t, const site_on_triangle& v, double lambda);
-  double bound(const triangle_state& t);
+  void keep(triangle_state& t, const site_on_triangle& v, const interval& lambda);
+  static std::vector<bool> sites_with_twins(const problem& p);
+  bool keep_with_twin(triangle_state& t, std::uint32_t site, const interval& lambda) const;
+  bool reaches(double bound) const {
+    return bound >= least_in_doubles_ || mpq_class(bound) >= least_;
+  }
+  bool bound_proves(const triangle_state& t, rows& planes) const;
+  // A lower bound of the least value of the largest of the planes: that of one of their mixtures.
+  static double least_of_planes(const rows& r);
   rows rest(const triangle_state& t) const;
   interval sorted_bounds(const triangle_state& t) const;
   void add_steps(const triangle_state& t, rows& r) const;
+
+  // ----- leaf_cuts.cpp -----
+  struct drop {  // of the order weights
+    std::size_t first_rank;
+    interval size;
+  };
+  using choice =
+      std::vector<std::uint32_t>;  // by drop the farthest of the undecided sites, as bits
+  bool list_choices(const triangle_state& t, std::vector<drop>& drops,
+                    std::vector<choice>& choices) const;
+  bool may_be_farthest(std::uint32_t set) const;
+  std::array<interval, 3> plane_at(const triangle_state& t, const xy& at,
+                                   const std::vector<drop>& drops, const choice& c) const;
+  bool cuts_prove(const triangle_state& t, const rows& first) const;
 
   void check_exactly(const triangle_state& t) const;
   bool exceeds_at_crossings(const triangle_state& t, bool strictly) const;
@@ -116,6 +146,7 @@ class leaf_walk {
   mpq_class least_;
   double least_in_doubles_;  // no less than it
   walked_regions* where_;
+  std::vector<bool> has_twin_;  // by site: another one with its smooth gauge stands at its place
   std::size_t next_ = 0;
   std::size_t name_ = 0;             // of the triangle at hand
   std::vector<linear_site> linear_;  // along the walk from the root

@@ -119,7 +119,7 @@ class place_check {
     const verified_sites& sites = walk_.sites_;
     interval value = triangle_.sum_at_base + dot(triangle_.slope, at);
     for (const seen_site& s : triangle_.decided)
-      value = value + interval(s.lambda) * sites.distance(s.site, at);
+      value = value + s.lambda * sites.distance(s.site, at);
     // The k-th smallest of numbers that grow grows.
     for (std::size_t k = 0; k < open_.size(); ++k) distance_[k] = sites.distance(open_[k], at);
     std::vector<double> low, high;
@@ -140,7 +140,7 @@ class place_check {
   bool exactly(const fraction_pair& at) const {
     fraction_loads loads = linear_;
     for (const seen_site& s : triangle_.decided)
-      loads.add(s.site, walk_.sites_.active_edge(s.site, at), s.lambda);
+      loads.add(s.site, walk_.sites_.active_edge(s.site, at), s.lambda.low);
     add_in_order(walk_.sites_, open_, triangle_.runs, at, loads);
     const int sign = cmp(loads.value(at), walk_.least_);
     return sign >= (strictly_ ? 1 : 0) || (walk_.where_ && !walk_.where_->permits(at));
