@@ -9,11 +9,8 @@ namespace planloc {
 
 namespace {
 
-constexpr double kLeast = 1e-36;
-constexpr double kMost = 1e36;
-
 void check_weight(std::size_t i, int which, double w) {
-  if (w == 0 || (w >= kLeast && w <= kMost)) return;
+  if (w == 0 || (w >= kLeastNumber && w <= kMostNumber)) return;
   std::array<char, 32> text;
   const std::string value(text.data(),
                           std::to_chars(text.data(), text.data() + text.size(), w).ptr);

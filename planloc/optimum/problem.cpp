@@ -25,11 +25,11 @@ std::string number(double d) {
 }
 
 // Products of any few numbers within this range, and their squares, are doubles.
-constexpr double kLeast = 1e-36;
-constexpr double kMost = 1e36;
 constexpr const char* kAtMost = "at most 1e36 in magnitude";
 
-bool too_large(const xy& v) { return !(std::fabs(v.x) <= kMost && std::fabs(v.y) <= kMost); }
+bool too_large(const xy& v) {
+  return !(std::fabs(v.x) <= kMostNumber && std::fabs(v.y) <= kMostNumber);
+}
 
 bool upper_half(const xy& v) { return v.y > 0 || (v.y == 0 && v.x > 0); }
 
@@ -81,7 +81,7 @@ gauge gauge::polyhedral(std::span<const xy> vertices) {
   for (std::size_t j = 0; j < v.size(); ++j) {
     const xy& next = v[(j + 1) % v.size()];
     const bool inside = cross_sign(v[j], next) > 0;
-    if (inside && distance_from_origin(v[j], next) >= kLeast) continue;
+    if (inside && distance_from_origin(v[j], next) >= kLeastNumber) continue;
     const std::size_t first = clockwise ? v.size() - 1 - j : j;
     const std::size_t second =
         clockwise ? (v.size() + first - 1) % v.size() : (first + 1) % v.size();
@@ -164,7 +164,7 @@ void check_place(const char* name, std::size_t k, std::size_t n) {
 order_weights::order_weights(std::vector<double> lambda) {
   for (std::size_t k = 0; k < lambda.size(); ++k) {
     const double size = std::fabs(lambda[k]);
-    if (size == 0 || (size >= kLeast && size <= kMost)) continue;
+    if (size == 0 || (size >= kLeastNumber && size <= kMostNumber)) continue;
     fail("order weight " + std::to_string(k) + " is " + number(lambda[k]) + ": must be " +
          (std::isfinite(size) ? "0 or from 1e-36 to 1e36 in magnitude" : "finite"));
   }
@@ -254,9 +254,10 @@ void check_site(std::size_t i, const site& s, std::size_t gauges) {
   if (!std::isfinite(s.y)) bad("y", number(s.y), "finite");
   if (!std::isfinite(s.weight)) bad("weight", number(s.weight), "finite");
   if (!(s.weight > 0)) bad("weight", number(s.weight), "positive");
-  if (!(std::fabs(s.x) <= kMost)) bad("x", number(s.x), kAtMost);
-  if (!(std::fabs(s.y) <= kMost)) bad("y", number(s.y), kAtMost);
-  if (s.weight < kLeast || s.weight > kMost) bad("weight", number(s.weight), "from 1e-36 to 1e36");
+  if (!(std::fabs(s.x) <= kMostNumber)) bad("x", number(s.x), kAtMost);
+  if (!(std::fabs(s.y) <= kMostNumber)) bad("y", number(s.y), kAtMost);
+  if (s.weight < kLeastNumber || s.weight > kMostNumber)
+    bad("weight", number(s.weight), "from 1e-36 to 1e36");
   if (s.gauge < gauges) return;
   bad("gauge", std::to_string(s.gauge),
       ("less than the number of gauges, " + std::to_string(gauges)).c_str());
@@ -268,7 +269,7 @@ void check_extent(std::span<const site> sites) {
   const auto [low, high] = std::minmax_element(
       sites.begin(), sites.end(), [](const site& a, const site& b) { return a.y < b.y; });
   const double extent = std::max(right->x - left->x, high->y - low->y);
-  if (extent == 0 || extent >= kLeast) return;
+  if (extent == 0 || extent >= kLeastNumber) return;
   fail("the sites lie within " + number(extent) +
        " of each other: must be at one place or 1e-36 apart");
 }

@@ -32,6 +32,11 @@
 
 namespace planloc {
 
+// Numbers other than 0 in a problem, in magnitude (coordinates may be smaller than the least), so
+// that no product of them leaves the range of doubles.
+inline constexpr double kLeastNumber = 1e-36;
+inline constexpr double kMostNumber = 1e36;
+
 using xy = detail::xy;
 
 class bad_problem : public std::invalid_argument {

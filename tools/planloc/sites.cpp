@@ -150,7 +150,11 @@ class site_reader {
     table_.places.push_back(columns_.x ? xy{number_of(f, place, *columns_.x, cells),
                                             number_of(f, place, *columns_.y, cells)}
                                        : point_of(f.GetGeometryRef(), place));
-    if (table_.lonlat) check_degrees(place, table_.places.back());
+    if (table_.lonlat) {
+      check_degrees(place, table_.places.back());
+    } else {
+      check_planar(place, table_.places.back());
+    }
     table_.gauge.push_back(
         columns_.gauge ? cells.gauge(place, *columns_.gauge, text_of(f, *columns_.gauge)) : 0);
     if (columns_.name) table_.names.push_back(name_of(f, place));

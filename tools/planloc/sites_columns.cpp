@@ -4,6 +4,7 @@
 #include <array>
 #include <cctype>
 #include <cmath>
+#include <utility>
 
 #include "tools/planloc/errors.h"
 #include "tools/planloc/numbers.h"
@@ -117,7 +118,8 @@ site_columns find_columns(const std::string& where, const std::vector<std::strin
   const column_finder finder(where, columns);
   site_columns found;
   if (!geometry || !source.x.empty()) find_coordinates(where, columns, source, finder, found);
-  for (const std::string& w : source.weights) found.weights.push_back(finder.need(w, "--weight"));
+  const char* option = source.weights.size() > 1 ? "--weights" : "--weight";
+  for (const std::string& w : source.weights) found.weights.push_back(finder.need(w, option));
   if (source.weights.empty() && !source.unweighted) {
     if (const auto weight = finder.find("weight")) found.weights.push_back(*weight);
   }
@@ -145,11 +147,14 @@ double cell_reader::number(const std::string& place, std::size_t column,
 
 std::optional<double> cell_reader::weight(const std::string& place, std::size_t column,
                                           double value) const {
-  if (value > 0) return value;
+  if (value >= kLeastNumber && value <= kMostNumber) return value;
   if (value == 0 && source_.zero_weights) return value;
   if (value == 0 && source_.drop_zero) return std::nullopt;
+  const char* rule = value > 0              ? "from 1e-36 to 1e36"
+                     : source_.zero_weights ? "0 or positive"
+                                            : "positive";
   fail_data(place + ": column " + in_quotes(columns_[column]) + ": the weight is " +
-            rounded(value) + ": must be positive" +
+            rounded(value) + ": must be " + rule +
             (value == 0 ? "; --drop-zero leaves rows of weight 0 out" : ""));
 }
 
@@ -172,6 +177,14 @@ void check_degrees(const std::string& place, const xy& lonlat) {
   if (lonlat.x < -180 || lonlat.x > 360) {
     fail_data(place + ": the longitude is " + rounded(lonlat.x, 10) +
               ": must be from -180 to 180 (or 360); --planar takes planar coordinates as they are");
+  }
+}
+
+void check_planar(const std::string& place, const xy& at) {
+  for (const auto& [name, value] : {std::pair{"x", at.x}, std::pair{"y", at.y}}) {
+    if (std::fabs(value) <= kMostNumber) continue;
+    fail_data(place + ": " + name + " is " + rounded(value) +
+              ": must be at most 1e36 in magnitude");
   }
 }
 

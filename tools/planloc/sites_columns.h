@@ -40,8 +40,9 @@ class cell_reader {
   const std::vector<std::string>& columns_;
 };
 
-// Degrees in their range, or an error of data.
+// Coordinates in their range, or an error of data.
 void check_degrees(const std::string& place, const xy& lonlat);
+void check_planar(const std::string& place, const xy& at);
 
 }  // namespace planloc::tool
 

@@ -17,8 +17,6 @@ namespace planloc {
 
 namespace {
 
-constexpr double kFarthest = 1e36;
-
 // Another stream for every start of every seed (Steele, Lea and Flood 2014).
 std::uint64_t seed_of(std::uint64_t seed, std::uint64_t start) {
   std::uint64_t z = seed + (start + 1) * 0x9e3779b97f4a7c15;
@@ -250,7 +248,7 @@ allocation_problem::allocation_problem(std::vector<site> sites, std::vector<gaug
   if (count_ == 0 && existing_.empty()) throw bad_problem("no facility, new or existing");
   for (std::size_t k = 0; k < existing_.size(); ++k) {
     const xy& e = existing_[k];
-    if (std::fabs(e.x) <= kFarthest && std::fabs(e.y) <= kFarthest) continue;
+    if (std::fabs(e.x) <= kMostNumber && std::fabs(e.y) <= kMostNumber) continue;
     throw bad_problem("a coordinate of existing facility " + std::to_string(k) +
                       " is not finite or above 1e36 in magnitude");
   }

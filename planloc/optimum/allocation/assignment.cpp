@@ -33,9 +33,8 @@ namespace {
 
 // Sites so close that they make no problem of their own (problem.h).
 bool too_close(std::span<const site> sites) {
-  constexpr double kLeast = 1e-36;
   return std::all_of(sites.begin(), sites.end(), [&](const site& s) {
-    return std::fabs(s.x - sites[0].x) < kLeast && std::fabs(s.y - sites[0].y) < kLeast;
+    return std::fabs(s.x - sites[0].x) < kLeastNumber && std::fabs(s.y - sites[0].y) < kLeastNumber;
   });
 }
 

@@ -10,9 +10,6 @@ namespace planloc {
 
 namespace {
 
-constexpr double kLeast = 1e-36;
-constexpr double kMost = 1e36;
-
 std::string number(double d) {
   std::array<char, 32> text;
   return {text.data(), std::to_chars(text.data(), text.data() + text.size(), d).ptr};
@@ -26,13 +23,13 @@ std::string number(double d) {
 void check_weight(const std::string& what, double weight) {
   if (!std::isfinite(weight)) refuse(what, number(weight), "finite");
   if (weight < 0) refuse(what, number(weight), "0 or positive");
-  if (weight == 0 || (weight >= kLeast && weight <= kMost)) return;
+  if (weight == 0 || (weight >= kLeastNumber && weight <= kMostNumber)) return;
   refuse(what, number(weight), "0 or from 1e-36 to 1e36");
 }
 
 void check_coordinate(const std::string& what, double c) {
   if (!std::isfinite(c)) refuse(what, number(c), "finite");
-  if (std::fabs(c) > kMost) refuse(what, number(c), "at most 1e36 in magnitude");
+  if (std::fabs(c) > kMostNumber) refuse(what, number(c), "at most 1e36 in magnitude");
 }
 
 void check_number(const std::string& what, std::size_t k, const std::string& of, std::size_t n) {
@@ -53,7 +50,7 @@ void check_sites(std::span<const tied_site> sites, std::size_t gauges) {
     high = {std::max(high.x, s.x), std::max(high.y, s.y)};
   }
   const double extent = std::max(high.x - low.x, high.y - low.y);
-  if (extent == 0 || extent >= kLeast) return;
+  if (extent == 0 || extent >= kLeastNumber) return;
   throw bad_problem("the sites lie within " + number(extent) +
                     " of each other: must be at one place or 1e-36 apart");
 }
@@ -90,7 +87,7 @@ tied_problem::tied_problem(std::size_t facilities, std::vector<tied_site> sites,
                       " sites: must be one a facility and site");
   }
   for (std::size_t k = 0; k < weights_.size(); ++k) {
-    if (weights_[k] == 0 || (weights_[k] >= kLeast && weights_[k] <= kMost)) continue;
+    if (weights_[k] == 0 || (weights_[k] >= kLeastNumber && weights_[k] <= kMostNumber)) continue;
     check_weight(
         "weight of facility " + std::to_string(k / n) + " and site " + std::to_string(k % n),
         weights_[k]);
