@@ -78,6 +78,7 @@ TEST_F(BrokenInput, TablesAreToldWithLineAndColumn) {
       {"a,b\n1,2\n", "--x a --y c", "no column 'c' (--y): the columns are a, b"},
       {"a,b\n1,2\n", "--x a --y b", ""},
       {"x,y\n1,2\n", "--weight people", "no column 'people' (--weight)"},
+      {"x,y\n1 000,2\n", "", "column 'x': '1 000' has a separator of thousands"},
       {"x,y\n1,2\n", "--name town", "no column 'town' (--name)"},
       {"x,x,y\n1,2,3\n", "", "more than one column 'x'"},
       {"x,y,lon,lat\n1,2,3,4\n", "", "both x, y and lon, lat"},
@@ -104,12 +105,19 @@ TEST_F(BrokenInput, CommandLinesAndFilesHaveTheirStatus) {
   write("short.txt", "1 2");
   write("words.txt", "1 b 3");
   write("right.txt", "0 1\n2\n");
+  const std::string ball = "begin {polygauge}\n1 0\n0 1\n-1 -1\nend {polygauge}\n";
+  write("three.gauge", ball + ball);
+  write("twice.gauge", ball + "end {polygaugelist}\n" + ball);
+  write("bow.geojson", R"({"type": "Polygon", "coordinates": [[[0,0],[2,2],[2,0],[0,2],[0,0]]]})");
   write("open.gauge", "begin {polygauge}\n1 0\n0 1\n-1 x\n");
   write("outside.gauge", "begin {polygauge}\n1 0\n2 0\n1 1\nend {polygauge}\n");
   write("one.gauge", "begin {polygauge}\n1 0\n0 1\n-1 -1\nend {polygauge}\n");
   const std::string three = "x,y,gauge\n0,0,0\n4,0,0\n1,3,1\n";
   const broken cases[] = {
-      {three, "--bogus", "--bogus", 2},
+      {three, "--wieght 2", "solve has no option '--wieght': did you mean --weight?", 2},
+      {three, "--format xml", "--format: 'xml': expected text, json or csv", 2},
+      {three, "--gauge twice.gauge", "twice.gauge:7:1: the list of gauges ended above"},
+      {three, "--allow bow.geojson", "bow.geojson: ring 0 of allowed polygon 0 crosses itself at"},
       {three, "--gauge lp:0.5", "lp:P with P from 1", 2},
       {three, "--gauge lp:x", "lp:P with P from 1", 2},
       {three, "--gauge regular:2", "regular:N with N from 3", 2},
@@ -133,19 +141,22 @@ TEST_F(BrokenInput, CommandLinesAndFilesHaveTheirStatus) {
       {three, "--objective weights:missing.txt", "missing.txt: cannot be read"},
       {three, "--objective weights:short.txt", "2 order weights for 3 sites"},
       {three, "--objective weights:words.txt", "words.txt:1: 'b' is not a number"},
-      {three, "--objective weights:right.txt", ""},
-      {three, "--order-weights=-1,0,1", ""},
+      {three, "--gauge three.gauge --objective weights:right.txt", ""},
+      {three, "--gauge three.gauge --order-weights=-1,0,1", ""},
       {three, "--order-weights 0,1", "2 order weights for 3 sites"},
       {three, "--order-weights 0,b,1", "'b' is not a number", 2},
       {three, "--order-weights 0,0,1 --objective centre", "excludes", 2},
       {three, "--x x", "requires", 2},
-      {three, "--format xml", "--format", 2},
       {three, "--gap -1", "--gap", 2},
       {three, "--time-limit soon", "--time-limit", 2},
       {three, "--lonlat --planar", "excludes", 2},
   };
   for (const broken& b : cases) expect("s.csv", b);
-  for (const char* line : {"", "solve", "nonsense"}) EXPECT_EQ(planloc(line).status, 2) << line;
+  for (const char* line : {"", "solve", "sovle", "help nonsense"}) {
+    EXPECT_EQ(planloc(line).status, 2) << line;
+  }
+  EXPECT_NE(planloc("sovle").err.find("no subcommand 'sovle': did you mean solve?"),
+            std::string::npos);
 }
 
 TEST_F(BrokenInput, OtherSourcesAreTold) {

@@ -68,6 +68,9 @@ TEST_F(SeveralFacilities, TwoDepotsAreTheBestPairOfAll) {
         k == 1 ? l1(kTowns[i], old["points"][0][0], old["points"][0][1]) : l1(kTowns[i], 9, 8);
     EXPECT_LE(mine, other + 1e-9);
   }
+  write("degrees.csv", "lon,lat\n1,2\n");
+  EXPECT_NE(planloc("depots s.csv --new 1 --existing degrees.csv").err.find("the sites are planar"),
+            std::string::npos);
   EXPECT_NE(planloc("depots s.csv --new 1 --existing there.csv --gauge l1").out.find("Old"),
             std::string::npos);
   EXPECT_EQ(planloc("depots s.csv --new 3 --time-limit 0.01").status, 0);

@@ -210,6 +210,7 @@ TEST_F(SolveTool, StatusesAndSetsOfOptima) {
     EXPECT_EQ(j["status"], r.status) << r.options;
     EXPECT_EQ(j["point"].is_null(), j["status"] == "unbounded") << r.options;
     EXPECT_EQ(j["direction"].is_array(), j["status"] == "unbounded") << r.options;
+    EXPECT_EQ(j["optima_complete"], *r.options != '\0' && j["direction"].is_null());
     ASSERT_EQ(j["optima"].size(), *r.kind == '\0' ? 0 : 1) << r.options;
     if (*r.kind == '\0') continue;
     EXPECT_EQ(j["optima"][0]["kind"], r.kind);
@@ -233,6 +234,13 @@ TEST_F(SolveTool, GaugeFilesNameTheGaugeOfEachSite) {
   EXPECT_EQ(answer("solve s.csv --gauge two.gauge --gauge-column other --format json")["value"],
             5.0);
   EXPECT_EQ(answer("solve s.csv --gauge l1 --format json")["value"], 20.0);
+  // The same two gauges as names; of speeds, so what they measure is time.
+  ASSERT_EQ(planloc("gauge list l1 speed:NE=2.8284271247461903,NW=2.8284271247461903,"
+                    "SW=2.8284271247461903,SE=2.8284271247461903 --output list.gauge")
+                .status,
+            0);
+  EXPECT_NEAR(answer("solve s.csv --gauge list.gauge --format json")["value"], 5, 1e-12);
+  EXPECT_NE(planloc("solve s.csv --gauge list.gauge").out.find("weight  time"), std::string::npos);
 }
 
 TEST_F(SolveTool, FormatsSayTheSame) {

@@ -166,6 +166,7 @@ exit_status run_classic(classic_options& options) {
     gauges = options.gauge.choice(options.source);
     if (!all_polyhedral(gauges)) fail_usage(std::string(method.name) + " takes polygons");
   }
+  if (options.source.weights.size() > 1) options.source.weights_option = "--weights";
   options.source.zero_weights = options.source.weights.size() > 1;
   const site_plane sites(read_sites(options.source));
   classic_question question{

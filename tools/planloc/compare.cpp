@@ -48,6 +48,7 @@ exit_status run_compare(compare_options& options) {
   }
   const gauge_choice gauges = options.gauge.choice(options.source);
   options.source.zero_weights = true;
+  options.source.weights_option = "--weights";
   const site_plane sites(read_sites(options.source));
   std::vector<bicriteria_site> weighted;
   for (std::size_t i = 0; i < sites.size(); ++i) {

@@ -23,10 +23,11 @@ std::string end_line(const compare_report& r, std::size_t k) {
   for (const compare_corner& c : piece.corners) {
     if (k == 0 ? c.value1 < best->value1 : c.value2 < best->value2) best = &c;
   }
-  return headed_line(k == 0 ? "Best for 1" : "Best for 2",
-                     r.weights[k] + ": " + place_text(r.sites.to_input(best->at)) + ", " +
-                         r.sites.describe(best->at) + "; values " + rounded(best->value1, 8) +
-                         " and " + rounded(best->value2, 8));
+  const char* head =
+      r.distance ? (k == 0 ? "End near 1" : "End near 2") : (k == 0 ? "Best for 1" : "Best for 2");
+  return headed_line(head, r.weights[k] + ": " + place_text(r.sites.to_input(best->at)) + ", " +
+                               r.sites.describe(best->at) + "; values " + rounded(best->value1, 8) +
+                               " and " + rounded(best->value2, 8));
 }
 
 std::string answer_text(const compare_report& r) {

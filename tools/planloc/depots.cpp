@@ -6,6 +6,7 @@
 #include "tools/planloc/command.h"
 #include "tools/planloc/deliver.h"
 #include "tools/planloc/depots_report.h"
+#include "tools/planloc/errors.h"
 #include "tools/planloc/numbers.h"
 #include "tools/planloc/options.h"
 #include "tools/planloc/progress.h"
@@ -42,17 +43,28 @@ const char* name_of(allocation_status s) {
   }
 }
 
-// In the coordinates of the sites, whatever a reference system says.
+// In the coordinates of the sites.
 site_table read_existing(const depots_options& options, const site_table& sites) {
   site_source source;
   source.path = options.existing;
   source.x = options.source.x;
   source.y = options.source.y;
   source.name = options.source.name;
-  source.lonlat = sites.lonlat;
-  source.planar = !sites.lonlat;
+  source.lonlat = options.source.lonlat;
+  source.planar = options.source.planar;
   source.unweighted = true;
-  return read_sites(source);
+  site_table existing = read_sites(source);
+  if (existing.lonlat != sites.lonlat) {
+    fail_data(existing.source +
+              (sites.lonlat ? ": planar coordinates, and the sites are in degrees"
+                            : ": degrees, and the sites are planar") +
+              ": --lonlat or --planar says what both are");
+  }
+  if (!existing.lonlat && !existing.reference_system.empty() && !sites.reference_system.empty() &&
+      existing.reference_system != sites.reference_system) {
+    fail_data(existing.source + ": another reference system than that of the sites");
+  }
+  return existing;
 }
 
 void add_existing(const depots_options& options, depots_report& report) {
@@ -107,6 +119,7 @@ exit_status run_tied(depots_options& options) {
   if (!options.existing.empty()) fail_usage("--existing and --share exclude each other");
   const gauge_choice gauges = options.gauge.choice(options.source);
   options.source.weights = options.shares;
+  options.source.weights_option = "--share";
   options.source.zero_weights = true;
   const site_plane sites(read_sites(options.source));
   std::vector<tie> ties;
@@ -126,7 +139,7 @@ exit_status run_tied(depots_options& options) {
       tied_problem(depots, std::move(places), gauges.gauges, std::move(weights), std::move(ties)),
       how);
   depots_report report{
-      .sites = sites, .gauges = gauges.gauges, .gauge_name = gauges.name, .tied = true};
+      .sites = sites, .gauge = gauges, .flows = !options.flow.empty(), .tied = true};
   report.status = name_of(answer.status);
   report.points = answer.points;
   report.value = answer.value;
@@ -143,7 +156,7 @@ exit_status run_depots(depots_options& options) {
   if (options.count == 0) fail_usage("--new: expected the number of new depots, from 1");
   const gauge_choice gauges = options.gauge.choice(options.source);
   const site_plane sites(read_sites(options.source));
-  depots_report report{.sites = sites, .gauges = gauges.gauges, .gauge_name = gauges.name};
+  depots_report report{.sites = sites, .gauge = gauges};
   add_existing(options, report);
   const allocation_problem question(sites.problem_sites(), gauges.gauges, options.count,
                                     report.existing);

@@ -18,7 +18,7 @@ std::string depots_report::depot_label(std::size_t k) const {
 double depots_report::distance(std::size_t site, std::size_t k) const {
   const xy at = depot(k);
   const xy& a = sites.places()[site];
-  return gauges[sites.table().gauge[site]]({at.x - a.x, at.y - a.y});
+  return gauge.gauges[sites.table().gauge[site]]({at.x - a.x, at.y - a.y});
 }
 
 std::optional<double> depots_report::gap() const {
@@ -75,25 +75,29 @@ std::string depot_rows(const depots_report& r) {
 }
 
 std::string site_rows(const depots_report& r) {
-  const std::string unit = r.sites.unit().empty() ? "" : " (" + r.sites.unit() + ")";
-  text_table table({"site", "depot", "weight", "distance" + unit, "weighted"}, 2);
+  text_table table({"site", "depot", "weight", r.gauge.measured(r.sites.unit()), "weighted"}, 2);
+  std::vector<double> weighted;
   for (std::size_t i = 0; i < r.assignment.size(); ++i) {
-    const double weight = r.sites.table().weights[0][i];
-    const double distance = r.distance(i, r.assignment[i]);
-    table.add({r.sites.label(i), r.depot_label(r.assignment[i]), rounded(weight), rounded(distance),
-               rounded(weight * distance)});
+    weighted.push_back(r.sites.table().weights[0][i] * r.distance(i, r.assignment[i]));
   }
-  return table.text();
+  const std::vector<std::size_t> rows = rows_to_show(weighted);
+  for (const std::size_t i : rows) {
+    table.add({r.sites.label(i), r.depot_label(r.assignment[i]),
+               rounded(r.sites.table().weights[0][i]), rounded(r.distance(i, r.assignment[i])),
+               rounded(weighted[i])});
+  }
+  return table.text() + omitted_rows(r.sites.size(), rows.size(), "weighted distance");
 }
 
 }  // namespace
 
 std::string depots_text(const depots_report& r) {
-  std::string text = headed_line(
-      "Question", std::to_string(r.points.size()) + " new depots for " +
-                      std::to_string(r.sites.size()) + " sites" +
-                      (r.tied ? ", with flows between them" : ", each site with its nearest") +
-                      ", gauge " + r.gauge_name);
+  std::string text = headed_line("Question", std::to_string(r.points.size()) + " new depots for " +
+                                                 std::to_string(r.sites.size()) + " sites" +
+                                                 (!r.tied   ? ", each site with its nearest"
+                                                  : r.flows ? ", with flows between them"
+                                                            : ", each with weights of its own") +
+                                                 ", gauge " + r.gauge.name);
   text += headed_line("Value", rounded(r.value, 10) + bound_text(r) +
                                    (r.status == "stopped" ? " (the budget is used up)" : ""));
   text += projection_line(r.sites) + "\n" + depot_rows(r);
@@ -104,7 +108,7 @@ std::string depots_json(const depots_report& r) {
   json_tree j;
   j["schema"] = "planloc.depots/1";
   j["status"] = r.status;
-  j["gauge"] = r.gauge_name;
+  j["gauge"] = r.gauge.name;
   j["points"] = places_of(r.sites, r.points);
   j["existing"] = places_of(r.sites, r.existing);
   j["assignment"] = r.tied ? json_tree() : json_tree(r.assignment);

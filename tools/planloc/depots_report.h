@@ -9,15 +9,16 @@
 #include <vector>
 
 #include "planloc/certified.h"
+#include "tools/planloc/gauges.h"
 #include "tools/planloc/site_plane.h"
 
 namespace planloc::tool {
 
 struct depots_report {
   const site_plane& sites;
-  const std::vector<gauge>& gauges;
-  std::string gauge_name;
-  bool tied = false;  // shares and flows between the depots, in place of an assignment
+  const gauge_choice& gauge;
+  bool flows = false;  // between tied depots
+  bool tied = false;   // shares and flows between the depots, in place of an assignment
 
   std::string status = {};        // optimal, within_gap, searched, stopped
   std::vector<xy> points = {};    // the new depots, in the plane

@@ -103,6 +103,16 @@ ball hull_of_points(const std::string& file) {
   return hull;
 }
 
+// For sites with gauges of their own, which have numbers from 0.
+std::vector<ball> listed(const std::vector<std::string>& words) {
+  std::vector<ball> balls;
+  for (std::size_t k = 1; k < words.size(); ++k) {
+    for (ball& b : balls_of(words[k])) balls.push_back(std::move(b));
+  }
+  if (balls.empty()) fail_usage("gauge list: expected gauges or gauge files behind it");
+  return balls;
+}
+
 std::vector<ball> made_by(const std::vector<std::string>& words) {
   const auto is = [&](const char* name, std::size_t count) {
     if (words[0] != name) return false;
@@ -116,7 +126,12 @@ std::vector<ball> made_by(const std::vector<std::string>& words) {
   if (is("rotate", 2)) return rotated(words[1], words[2]);
   if (is("merge", 2)) return {merged(words[1], words[2])};
   if (is("hull", 1)) return {hull_of_points(words[1])};
-  if (words.size() != 1) fail_usage("gauge " + words[0] + ": nothing is expected behind it");
+  if (words[0] == "list") return listed(words);
+  if (words.size() != 1) {
+    fail_usage("gauge " + in_quotes(words[0]) +
+               ": not polar, rotate, merge, hull or list, and behind " +
+               "a gauge nothing is expected");
+  }
   return balls_of(words[0]);
 }
 
@@ -141,8 +156,9 @@ void add_gauge(CLI::App& app, command& run) {
   c.add_option(
        "GAUGE", options->words,
        "l1, linf, octagon, regular:N, speed:E=60,NE=90,..., polar FILE, rotate FILE DEGREES "
-       "(counterclockwise), merge A B (the directions of both, at length 1), or hull POINTS; "
-       "for FILE, A and B names will do as well")
+       "(counterclockwise), merge A B (the directions of both, at length 1), list A B ... (one "
+       "file of "
+       "several gauges, numbered from 0), or hull POINTS; for FILE, A and B names will do as well")
       ->required();
   c.add_option("--output", options->output, "The file to write (standard output)");
   c.add_option("--picture", options->picture,

@@ -28,7 +28,7 @@ class gauge_text_reader {
     std::size_t line = 0;
     for (const std::string_view row : split(plain, '\n')) {
       ++line;
-      if (!read_line(line, row)) break;
+      read_line(line, row);
     }
     if (open_) tell(file_.balls.back().line, 1, "the gauge is not closed: write end {polygauge}");
     if (file_.balls.empty() && file_.findings.empty()) {
@@ -42,11 +42,18 @@ class gauge_text_reader {
     file_.findings.push_back({line, column, std::move(message)});
   }
 
-  bool read_line(std::size_t line, std::string_view row) {
+  void read_line(std::size_t line, std::string_view row) {
     const std::string keyword = keyword_of(row);
-    if (keyword == "end{polygaugelist}") return false;
-    if (keyword == "begin{polygaugelist}") return true;
-    if (keyword == "begin{polygauge}") {
+    if (ended_) {
+      if (!told_ && keyword.starts_with("begin")) {
+        told_ = true;
+        tell(line, 1, "the list of gauges ended above: what follows is not read");
+      }
+    } else if (keyword == "end{polygaugelist}") {
+      ended_ = true;
+    } else if (keyword == "begin{polygaugelist}") {
+      return;
+    } else if (keyword == "begin{polygauge}") {
       if (open_) tell(line, 1, "the gauge before is not closed: write end {polygauge} above");
       open_ = true;
       file_.balls.push_back({line, {}});
@@ -57,7 +64,6 @@ class gauge_text_reader {
     } else {
       read_numbers(line, row);
     }
-    return true;
   }
 
   void close(std::size_t line) {
@@ -90,7 +96,9 @@ class gauge_text_reader {
 
   gauge_file file_;
   bool open_ = false;
-  bool half_ = false;  // the last vertex still waits for its y
+  bool ended_ = false;  // the list
+  bool told_ = false;   // that something stands behind it
+  bool half_ = false;   // the last vertex still waits for its y
 };
 
 }  // namespace

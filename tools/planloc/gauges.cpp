@@ -16,6 +16,8 @@ namespace planloc::tool {
 
 namespace {
 
+constexpr std::string_view kSpeeds = "speed:";
+
 constexpr std::array<std::string_view, 16> kCompass = {"E",  "ENE", "NE", "NNE", "N",  "NNW",
                                                        "NW", "WNW", "W",  "WSW", "SW", "SSW",
                                                        "S",  "SSE", "SE", "ESE"};
@@ -61,11 +63,22 @@ std::optional<gauge> named(std::string_view text) {
     if (!n || *n < 3 || *n > kMostCorners) fail_form(text, "regular:N with N from 3 to 10000");
     return ball_of_name(text, regular_ball(*n));
   }
-  if (text.starts_with("speed:")) return ball_of_name(text, speed_ball(argument));
+  if (text.starts_with(kSpeeds)) return ball_of_name(text, speed_ball(argument));
   return std::nullopt;
 }
 
+// As the first line of what `planloc gauge` wrote tells.
+bool made_of_speeds(std::string_view gauge_file) {
+  const std::string_view first = gauge_file.substr(0, gauge_file.find('\n'));
+  return first.starts_with(std::string(kMadeBy) + " ") && first.find(kSpeeds) != first.npos;
+}
+
 }  // namespace
+
+std::string gauge_choice::measured(const std::string& unit) const {
+  if (travel_time) return "time";
+  return from_file || unit.empty() ? "distance" : "distance (" + unit + ")";
+}
 
 xy unit_direction(std::size_t k, std::size_t n) {
   const std::size_t octant = 8 * k / n % 8;
@@ -160,7 +173,7 @@ gauge_choice parse_gauges(std::string_view text) {
   gauge_choice choice{.name = std::string(text)};
   if (const std::optional<gauge> g = named(text)) {
     choice.gauges.push_back(*g);
-    choice.travel_time = text.starts_with("speed:");
+    choice.travel_time = text.starts_with(kSpeeds);
     return choice;
   }
   if (!file_exists(choice.name)) {
@@ -168,6 +181,7 @@ gauge_choice parse_gauges(std::string_view text) {
               kGaugeNames);
   }
   choice.from_file = true;
+  choice.travel_time = made_of_speeds(read_whole(choice.name));
   for (const std::vector<xy>& ball : read_gauge_file(choice.name)) {
     choice.gauges.push_back(gauge::polyhedral(ball));
   }

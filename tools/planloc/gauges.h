@@ -16,7 +16,14 @@ struct gauge_choice {
   std::vector<gauge> gauges = {};
   bool from_file = false;
   bool travel_time = false;  // the ball is what one unit of time reaches
+
+  // "distance (km)" where coordinates are kilometres, "time", or, for a ball of the user's, just
+  // "distance": in what units only the user knows.
+  std::string measured(const std::string& unit) const;
 };
+
+// What the first line of a file of `planloc gauge` begins with, before the words of its command.
+inline constexpr const char* kMadeBy = "// planloc gauge";
 
 inline constexpr const char* kGaugeNames =
     "l1, linf, euclid, lp:P, octagon, regular:N, speed:E=60,NE=90,..., or a gauge file";

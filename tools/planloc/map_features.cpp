@@ -62,9 +62,7 @@ void add_balls(map_scene& scene, const solve_report& r) {
            .numbers = {{"radius", b * step}}});
     }
   }
-  const bool time = r.gauge.starts_with("speed:");
-  scene.ball_name = (time ? "time to the answer" : "distance to the answer") +
-                    (r.sites.unit().empty() || time ? "" : " (" + r.sites.unit() + ")");
+  scene.ball_name = r.gauge.measured(r.sites.unit()) + " to the answer";
 }
 
 void add_levels(map_scene& scene, const solve_report& r) {
@@ -126,7 +124,7 @@ double map_feature::number(std::string_view key, double otherwise) const {
 
 map_scene scene_of(const solve_report& r) {
   map_scene scene;
-  scene.title = r.objective + ", gauge " + r.gauge;
+  scene.title = r.objective + ", gauge " + r.gauge.name;
   std::vector<xy> points = with_corners(r.sites.places(), r.optima);
   if (r.point) points.push_back(*r.point);
   scene.frame = frame_of(points, kMargin);
@@ -175,7 +173,7 @@ void add_rays(map_scene& scene, const solve_report& r) {
 
 map_scene scene_of(const depots_report& r) {
   map_scene scene;
-  scene.title = std::to_string(r.points.size()) + " new depots, gauge " + r.gauge_name;
+  scene.title = std::to_string(r.points.size()) + " new depots, gauge " + r.gauge.name;
   std::vector<xy> points = r.sites.places();
   points.insert(points.end(), r.points.begin(), r.points.end());
   points.insert(points.end(), r.existing.begin(), r.existing.end());

@@ -46,6 +46,18 @@ bool has_decimal_comma(std::string_view text) {
   return parse_number(with_point).has_value();
 }
 
+bool has_thousands(std::string_view text) {
+  text = trimmed(text);
+  const std::string_view whole = text.substr(0, text.find('.'));
+  std::string digits;
+  for (const std::string_view group : split(whole, whole.find(' ') != whole.npos ? ' ' : '\'')) {
+    if (!digits.empty() && (group.size() != 3 || !parse_count(group))) return false;
+    digits += group;
+  }
+  digits += text.substr(whole.size());
+  return parse_number(digits).has_value();
+}
+
 std::vector<std::string_view> split(std::string_view text, char separator) {
   std::vector<std::string_view> parts;
   for (;;) {

@@ -20,6 +20,9 @@ std::optional<std::size_t> parse_count(std::string_view text);  // an integer of
 // Whether the text would be a number with its comma replaced by a point.
 bool has_decimal_comma(std::string_view text);
 
+// Whether it would be one without the blanks or apostrophes between groups of three digits.
+bool has_thousands(std::string_view text);
+
 std::vector<std::string_view> split(std::string_view text, char separator);
 
 // With so many significant digits, as %g writes it; without a locale.

@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "tools/planloc/errors.h"
+#include "tools/planloc/numbers.h"
 
 namespace planloc::tool {
 
@@ -64,9 +65,11 @@ objective objective_options::choice() const {
 }
 
 void add_search_options(CLI::App& command, search_options& options) {
-  command.add_option("--time-limit", options.seconds, "Seconds for the search")
+  command.add_option("--time-limit", options.seconds, "Seconds for the search (no limit)")
       ->check(CLI::NonNegativeNumber);
-  command.add_option("--gap", options.gap, "End when the gap is below this part of the value")
+  command
+      .add_option("--gap", options.gap,
+                  "End when the gap is below this part of the value (0: at the end)")
       ->check(CLI::Range(0.0, 1e9));
   command.add_option("--threads", options.threads, "Threads of the search (all processors)")
       ->check(CLI::Range(1, 4096));
@@ -86,8 +89,14 @@ minimise_options search_options::choice() const {
 void add_format_option(CLI::App& command, report_format& format) {
   const std::map<std::string, report_format> names = {
       {"text", report_format::text}, {"json", report_format::json}, {"csv", report_format::csv}};
-  command.add_option("--format", format, "text, json or csv (text)")
-      ->transform(CLI::CheckedTransformer(names).description(""))
+  const auto take = [&format, names](const std::string& name) {
+    const auto found = names.find(name);
+    if (found == names.end()) {
+      throw CLI::ValidationError("--format", in_quotes(name) + ": expected text, json or csv");
+    }
+    format = found->second;
+  };
+  command.add_option_function<std::string>("--format", take, "text, json or csv (text)")
       ->type_name("FORMAT");
 }
 

@@ -22,9 +22,9 @@ _planloc() {
       mapfile -t COMPREPLY < <(compgen -W "text json csv" -- "$current")
       return ;;
   esac
-  if [[ -z $subcommand ]]; then
+  if [[ -z $subcommand || $subcommand == help ]]; then
     help=$("${COMP_WORDS[0]}" --help 2>/dev/null)
-    mapfile -t COMPREPLY < <(compgen -W "--help --version $(sed -n '/^Subcommands:/,/^$/s/^  \([a-z][a-z-]*\) .*/\1/p' <<<"$help")" -- "$current")
+    mapfile -t COMPREPLY < <(compgen -W "--help --version help $(sed -n '/^Subcommands:/,/^$/s/^  \([a-z][a-z-]*\) .*/\1/p' <<<"$help")" -- "$current")
   elif [[ $current == -* ]]; then
     help=$("${COMP_WORDS[0]}" "$subcommand" --help 2>/dev/null)
     mapfile -t COMPREPLY < <(compgen -W "$(grep -o -E -- '^  (-h,)?--[a-z][a-z-]*' <<<"$help" | grep -o -E -- '--[a-z][a-z-]*')" -- "$current")

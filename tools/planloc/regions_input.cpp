@@ -55,6 +55,13 @@ region read_region(const std::string& file, const site_plane& sites) {
 
 }  // namespace
 
+std::string region_fault(const std::string& message, const std::string& allow,
+                         const std::string& forbid) {
+  if (message.find("allowed polygon") != std::string::npos) return allow + ": " + message;
+  if (message.find("forbidden polygon") != std::string::npos) return forbid + ": " + message;
+  return message;
+}
+
 regions read_regions(const std::string& allow, const std::string& forbid, const site_plane& sites) {
   regions where;
   if (!allow.empty()) where.allowed = read_region(allow, sites);

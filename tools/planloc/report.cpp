@@ -58,7 +58,7 @@ std::vector<site_figures> figures_at(const problem& question, const xy& at) {
 }
 
 solve_report make_report(const site_plane& sites, const problem& question, const solution& s,
-                         const std::string& objective, const std::string& gauge) {
+                         const std::string& objective, const gauge_choice& gauge) {
   solve_report r{.sites = sites, .question = question, .objective = objective, .gauge = gauge};
   r.status = status_of(s);
   if (r.status == "unbounded") {
@@ -76,6 +76,7 @@ solve_report make_report(const site_plane& sites, const problem& question, const
     r.gap = (s.value - *r.lower_bound) / std::fabs(s.value);
   }
   r.whole_plane = s.optima.whole_plane;
+  r.optima_complete = r.whole_plane || !s.optima.corners.empty();
   if (!r.whole_plane) {
     r.optima.push_back({s.optima.corners.empty() ? std::vector<xy>{s.point} : s.optima.corners});
   }

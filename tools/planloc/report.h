@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "planloc/certified.h"
+#include "tools/planloc/gauges.h"
 #include "tools/planloc/site_plane.h"
 
 namespace planloc::tool {
@@ -31,7 +32,7 @@ struct solve_report {
   const site_plane& sites;
   const problem& question;
   std::string objective;
-  std::string gauge;
+  const gauge_choice& gauge;
 
   std::string status = {};  // optimal, within_gap, unbounded, infeasible, stopped
   bool exact = false;
@@ -41,12 +42,13 @@ struct solve_report {
   std::optional<double> gap = {};          // relative to the value
   std::vector<optimum_piece> optima = {};  // in the plane
   bool whole_plane = false;
+  bool optima_complete = false;  // whether they are all optima there are
   std::optional<xy> direction = {};
   std::vector<site_figures> figures = {};  // empty without a point
 };
 
 solve_report make_report(const site_plane& sites, const problem& question, const solution& s,
-                         const std::string& objective, const std::string& gauge);
+                         const std::string& objective, const gauge_choice& gauge);
 
 std::vector<site_figures> figures_at(const problem& question, const xy& at);
 

@@ -29,7 +29,7 @@ std::string report_json(const solve_report& r) {
   j["status"] = r.status;
   j["exact"] = r.exact;
   j["objective"] = r.objective;
-  j["gauge"] = r.gauge;
+  j["gauge"] = r.gauge.name;
   j["point"] = r.point ? pair_of(r.sites.to_input(*r.point)) : json_tree();
   j["value"] = or_null(r.value);
   j["lower_bound"] = or_null(r.lower_bound);
@@ -38,6 +38,7 @@ std::string report_json(const solve_report& r) {
   for (const optimum_piece& piece : r.optima) {
     j["optima"].push_back({{"kind", piece.kind()}, {"corners", places_of(r.sites, piece.corners)}});
   }
+  j["optima_complete"] = r.optima_complete;
   j["direction"] = r.direction ? pair_of(*r.direction) : json_tree();
   j["nearest"] = nullptr;
   if (r.point) {

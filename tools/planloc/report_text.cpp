@@ -46,17 +46,18 @@ std::string answer_text(const solve_report& r) {
 }
 
 std::string site_rows(const solve_report& r) {
-  const std::string unit = r.sites.unit().empty() ? "" : " (" + r.sites.unit() + ")";
-  const bool lengths = !r.gauge.starts_with("speed:");
   text_table table(
-      {"site", "weight", lengths ? "distance" + unit : "time", "weighted", "rank", "share"}, 1);
-  for (std::size_t i = 0; i < r.sites.size(); ++i) {
+      {"site", "weight", r.gauge.measured(r.sites.unit()), "weighted", "rank", "share"}, 1);
+  std::vector<double> weighted;
+  for (const site_figures& f : r.figures) weighted.push_back(f.weighted_distance);
+  const std::vector<std::size_t> rows = rows_to_show(weighted);
+  for (const std::size_t i : rows) {
     const site_figures& f = r.figures[i];
     table.add({r.sites.label(i), rounded(r.sites.table().weights[0][i]), rounded(f.distance),
                rounded(f.weighted_distance), std::to_string(f.rank),
-               *r.value != 0 ? rounded(std::round(1000 * f.share) / 10, 4) + " %" : ""});
+               f.share != 0 ? rounded(std::round(1000 * f.share) / 10, 4) + " %" : ""});
   }
-  return table.text();
+  return table.text() + omitted_rows(r.sites.size(), rows.size(), "weighted distance");
 }
 
 }  // namespace
@@ -65,7 +66,7 @@ std::string report_text(const solve_report& r) {
   const std::size_t n = r.sites.size();
   std::string text =
       headed_line("Question", r.objective + " of the weighted distances from " + std::to_string(n) +
-                                  (n == 1 ? " site" : " sites") + ", gauge " + r.gauge);
+                                  (n == 1 ? " site" : " sites") + ", gauge " + r.gauge.name);
   text += answer_text(r);
   text += projection_line(r.sites);
   if (!r.figures.empty()) text += "\n" + site_rows(r);

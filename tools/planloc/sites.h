@@ -18,6 +18,7 @@ struct site_source {
   std::string layer;  // empty: the only one
   std::string x, y;
   std::vector<std::string> weights;  // none: `weight`, or 1
+  const char* weights_option = "--weight";
   std::string name;
   std::string gauge;
   bool lonlat = false;

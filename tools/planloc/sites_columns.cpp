@@ -118,10 +118,14 @@ site_columns find_columns(const std::string& where, const std::vector<std::strin
   const column_finder finder(where, columns);
   site_columns found;
   if (!geometry || !source.x.empty()) find_coordinates(where, columns, source, finder, found);
-  const char* option = source.weights.size() > 1 ? "--weights" : "--weight";
-  for (const std::string& w : source.weights) found.weights.push_back(finder.need(w, option));
+  for (const std::string& w : source.weights) {
+    found.weights.push_back(finder.need(w, source.weights_option));
+  }
   if (source.weights.empty() && !source.unweighted) {
     if (const auto weight = finder.find("weight")) found.weights.push_back(*weight);
+  }
+  if (!source.gauge_numbers && !source.unweighted && finder.find("gauge")) {
+    warn(where + ": the column 'gauge' is not used: only a gauge file has gauges with numbers");
   }
   found.name = source.name.empty() ? finder.find("name") : finder.need(source.name, "--name");
   if (source.gauge_numbers) {
@@ -141,6 +145,9 @@ double cell_reader::number(const std::string& place, std::size_t column,
     fail_data(start + in_quotes(cell) +
               " has a comma: write the number with a decimal point, without " +
               "separators of thousands");
+  }
+  if (has_thousands(cell)) {
+    fail_data(start + in_quotes(cell) + " has a separator of thousands: write the digits alone");
   }
   fail_data(start + in_quotes(cell) + " is not a finite number");
 }

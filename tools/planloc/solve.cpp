@@ -5,6 +5,7 @@
 #include "tools/planloc/certificate.h"
 #include "tools/planloc/command.h"
 #include "tools/planloc/deliver.h"
+#include "tools/planloc/errors.h"
 #include "tools/planloc/options.h"
 #include "tools/planloc/output_file.h"
 #include "tools/planloc/progress.h"
@@ -33,14 +34,23 @@ std::string formatted(const solve_report& report, report_format format) {
   return report_text(report);
 }
 
+problem question_of(const solve_options& options, const site_plane& sites,
+                    const gauge_choice& gauges, const objective& goal) {
+  regions where = read_regions(options.allow, options.forbid, sites);
+  try {
+    return {sites.problem_sites(), gauges.gauges, goal.lambda, std::move(where)};
+  } catch (const bad_problem& e) {
+    fail_data(region_fault(e.what(), options.allow, options.forbid));
+  }
+}
+
 exit_status run_solve(solve_options& options) {
   check_outputs(options.output);
   const objective goal = options.objective.choice();
   const gauge_choice gauges = options.gauge.choice(options.source);
   const site_plane sites(read_sites(options.source));
   check_fits(goal, sites.size());
-  const problem question(sites.problem_sites(), gauges.gauges, goal.lambda,
-                         read_regions(options.allow, options.forbid, sites));
+  const problem question = question_of(options, sites, gauges, goal);
 
   minimise_options search = options.search.choice();
   solution answer;
@@ -49,7 +59,7 @@ exit_status run_solve(solve_options& options) {
     if (line.wanted()) search.progress = [&](const search_progress& now) { line.show(now); };
     answer = minimise(question, search);
   }
-  const solve_report report = make_report(sites, question, answer, goal.name, gauges.name);
+  const solve_report report = make_report(sites, question, answer, goal.name, gauges);
   if (!options.certificate.empty()) {
     write_whole(options.certificate, certificate_text({.source = options.source,
                                                        .objective = goal.name,

@@ -1,6 +1,7 @@
 #include "tools/planloc/text_page.h"
 
 #include <algorithm>
+#include <numeric>
 
 #include "tools/planloc/numbers.h"
 
@@ -34,6 +35,26 @@ std::string projection_line(const site_plane& sites) {
   if (p == nullptr) return "";
   return headed_line("Projection", p->description() + "; lengths in km, wrong by at most " +
                                        rounded(100 * p->distortion(), 2) + " %");
+}
+
+std::vector<std::size_t> rows_to_show(const std::vector<double>& figures) {
+  constexpr std::size_t kMostRows = 100;
+  constexpr std::size_t kShown = 20;
+  std::vector<std::size_t> rows(figures.size());
+  std::iota(rows.begin(), rows.end(), std::size_t{0});
+  if (rows.size() <= kMostRows) return rows;
+  std::partial_sort(rows.begin(), rows.begin() + kShown, rows.end(),
+                    [&](std::size_t a, std::size_t b) {
+                      return figures[a] > figures[b] || (figures[a] == figures[b] && a < b);
+                    });
+  rows.resize(kShown);
+  return rows;
+}
+
+std::string omitted_rows(std::size_t all, std::size_t shown, const char* figure) {
+  if (shown == all) return {};
+  return "\nThe " + std::to_string(shown) + " sites of " + std::to_string(all) +
+         " with the largest " + figure + "; --output FILE.csv or --format csv has all.\n";
 }
 
 text_table::text_table(std::vector<std::string> header, std::size_t to_left) : to_left_(to_left) {

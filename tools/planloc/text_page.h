@@ -19,6 +19,11 @@ std::string place_text(const xy& p);  // "(-4.42, 36.7194)"
 // Where degrees were projected; else nothing.
 std::string projection_line(const site_plane& sites);
 
+// Which sites the table of a report has: all in their order, or of many the twenty with the largest
+// figures, the largest first, and what tells so below it.
+std::vector<std::size_t> rows_to_show(const std::vector<double>& figures);
+std::string omitted_rows(std::size_t all, std::size_t shown, const char* figure);
+
 // Columns as wide as their widest cell, texts to the left, numbers to the right.
 class text_table {
  public:

@@ -22,7 +22,12 @@ std::vector<flow_row> rows_of(const std::string& file, std::string_view text, st
   for (const std::string_view row : split(text, '\n')) {
     ++line;
     if (trimmed(row).empty()) continue;
-    rows.push_back({line, split(trimmed(row), ',')});
+    const char separator = row.find(';') == std::string_view::npos ? ',' : ';';
+    rows.push_back({line, split(trimmed(row), separator)});
+    if (rows.size() == 1 && !parse_number(rows[0].cells[0])) {
+      fail_data(file + ":" + std::to_string(line) + ": " + in_quotes(rows[0].cells[0]) +
+                " is not a number: expected rows of flows without a header");
+    }
     if (rows.back().cells.size() == depots) continue;
     fail_data(file + ":" + std::to_string(line) + ": " + std::to_string(rows.back().cells.size()) +
               " numbers: expected " + std::to_string(depots) +

@@ -1,5 +1,6 @@
 // planloc verify: checks a certificate of `planloc solve` against the sites alone.
 #include <CLI/CLI.hpp>
+#include <cmath>
 #include <memory>
 
 #include "tools/planloc/certificate.h"
@@ -21,12 +22,17 @@ struct verify_options {
   bool as_json = false;
 };
 
+double relative_gap(const verification& v) { return v.gap == 0 ? 0 : v.gap / std::fabs(v.value); }
+
 std::string verdict_text(const certificate_file& c, const site_plane& sites,
                          const verification& v) {
   std::string text =
       headed_line("Question", c.objective + " of the weighted distances from " +
                                   std::to_string(sites.size()) + " sites, gauge " + c.gauge);
-  if (!v.accepted) return text + headed_line("Refused", v.reason);
+  if (!v.accepted) {
+    return text + headed_line("Refused", v.reason) +
+           "The sites have to be those that the certificate was made for, with the same weights.\n";
+  }
   if (c.answer.status == solution_status::unbounded) {
     return text +
            headed_line("Accepted",
@@ -39,9 +45,11 @@ std::string verdict_text(const certificate_file& c, const site_plane& sites,
   return text +
          headed_line("Accepted", place_text(sites.to_input(c.answer.point)) + ", " +
                                      sites.describe(c.answer.point)) +
-         headed_line("Proved", "value at most " + exact(v.value) + ", every place at least " +
-                                   exact(v.lower_bound) +
-                                   (v.gap == 0 ? "; the gap is 0" : "; gap " + rounded(v.gap, 3)));
+         headed_line(
+             "Proved",
+             "value at most " + exact(v.value) + ", every place at least " + exact(v.lower_bound) +
+                 (v.gap == 0 ? "; the gap is 0"
+                             : "; a gap of " + rounded(relative_gap(v), 3) + " of the value"));
 }
 
 std::string verdict_json(const verification& v) {
@@ -50,7 +58,7 @@ std::string verdict_json(const verification& v) {
                        {"reason", text_or_null(v.reason)},
                        {"value", v.accepted ? json_tree(v.value) : json_tree()},
                        {"lower_bound", v.accepted ? json_tree(v.lower_bound) : json_tree()},
-                       {"gap", v.accepted ? json_tree(v.gap) : json_tree()}};
+                       {"gap", v.accepted ? json_tree(relative_gap(v)) : json_tree()}};
   return j.dump(1) + "\n";
 }
 
