@@ -31,10 +31,18 @@ struct contest {
 using contests = std::map<std::string, contest>;  // by the name of the row
 
 // One function a file of rows.
-void add_convex(contests& all);
+void add_allocation(contests& all);
+void add_certified(contests& all);
+void add_efficient(contests& all);
 void add_euclidean(contests& all);
+void add_facilities(contests& all);
 void add_geometry(contests& all);
+void add_modelling(contests& all);
 void add_readers(contests& all);
+void add_regions(contests& all);
+void add_scenarios(contests& all);
+void add_tied(contests& all);
+void add_walk(contests& all);
 // Where CGAL is there.
 void add_cgal(contests& all);
 

@@ -40,7 +40,7 @@ def ratio(row, entry):
     own, other = (entry["contestants"][name]["ms"] for name in (row.ours, peer))
     ratios = [b / a for mine, its in zip(own, other) for a, b in zip(mine, its)]
     if len(ratios) < 2:
-        return (ratios[0],) * 3
+        return (ratios[0],) * 3 if ratios else None
     low, middle, high = statistics.quantiles(ratios, n=4, method="inclusive")
     return low, middle, high
 
@@ -171,9 +171,14 @@ def placed(labels):
 
 # ----- The page -----
 
-def compact(text):
-    """JSON with lists of numbers on one line."""
-    return re.sub(r"\[\s+([-+.\d\se,]+?)\s+\]", lambda found: "[" + re.sub(r"\s+", " ", found.group(1)) + "]", text)
+def dumped(result):
+    """JSON with a line for each contestant at a size."""
+    sizes = []
+    for e in result["sizes"]:
+        lines = ",\n   ".join(f"{json.dumps(name)}: {json.dumps(found)}" for name, found in e["contestants"].items())
+        sizes.append(f'  {{"size": {e["size"]}, "contestants": {{\n   {lines}}}}}')
+    rest = ",\n ".join(f'"{key}": {json.dumps(result[key])}' for key in ("row", "machine", "complaints"))
+    return f'{{{rest},\n "sizes": [\n' + ",\n".join(sizes) + "\n ]}\n"
 
 
 def loaded(rows, folder):

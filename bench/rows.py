@@ -2,6 +2,7 @@
 
 A contestant is the name that contest.cpp has for it, "py ..." for one of peers.py, or "R ucminf".
 """
+import math
 from dataclasses import dataclass, field
 
 
@@ -18,22 +19,137 @@ class Row:
     seeds: int = 1  # instances a size
     tolerance: float = 1e-6  # relative, between the values
     may_be_worse: bool = False  # of peers that do not find the optimum
+    known: dict = field(default_factory=dict)  # published values by size
+    argument: str = ""  # of the peers in Python and R
 
 
 LINEAR_PROGRAMS = ["CLP dual", "CLP primal", "py HiGHS simplex", "py HiGHS interior point"]
+TIED_PROGRAMS = ["py HiGHS simplex", "py HiGHS interior point"]
+PUBLISHED = {2: 135.5222, 3: 105.2139, 4: 84.1536, 5: 72.2369, 6: 60.9713, 7: 54.5020, 8: 49.9393, 9: 45.6884,
+             10: 41.6851, 15: 27.6282, 20: 19.3560, 25: 13.3016}
+DECADES = [100, 1000, 10000, 100000, 1000000]
 
-ROWS = [
+CERTIFIED = [
     *[Row(f"convex-{kind}", f"Certified {kind}", "minimise", LINEAR_PROGRAMS, [100, 300, 1000, 3000],
           "8 vertices, 10 gauges. The linear program has a row for each edge of each gauge; the peers' times leave "
           "out its building.", quick=2, seeds=3)
       for kind in ("median", "centre", "k-centrum", "cent-dian")],
-    Row("euclidean-centre", "Certified Euclidean centre", "minimise", ["CGAL"], [100, 1000, 10000, 100000, 1000000],
+    *[Row(f"general-{kind}", f"Certified {kind.replace('-', ' ')}", "minimise", ["CBC", "py HiGHS mixed-integer"],
+          [5, 10, 20, 50, 100, 300, 1000],
+          f"{about} 8 vertices, 3 gauges, gap 0; the peers solve the mixed-integer program to a gap of 1e-9.",
+          quick=2, seeds=2, tolerance=1e-5)
+      for kind, about in [("trimmed-mean", "A quarter left out at each end."), ("anti-centrum", "The nearer half."),
+                          ("range", "The largest distance less the smallest."),
+                          ("order-statistic", "The middle distance."), ("random", "Order weights in (0, 1).")]],
+]
+
+EUCLIDEAN = [
+    Row("weber", "Certified Weber point", "minimise", ["R ucminf", "py NumPy Weiszfeld", "py SciPy minimize"],
+        [10, 100, 1000, 10000, 100000],
+        "Euclidean distances, weights in 0.5 to 1.5. The peers begin at the centre of gravity; Weiszfeld's iteration "
+        "ends at a step of 1e-6, the other two use the gradient. None of them proves anything.", argument="2"),
+    Row("lp-median", "Certified lp median, p = 1.5", "minimise", ["R ucminf", "py SciPy minimize"],
+        [10, 100, 1000, 10000], "The same with lp distances.", argument="1.5"),
+    Row("l2-sum", "`l2_sum`", "l2_sum", ["R ucminf", "py NumPy Weiszfeld", "py SciPy minimize"],
+        [10, 100, 1000, 10000, 100000],
+        "Stated steps to 1e-6. Above some ten thousand sites half of the time is the returned value, whose power "
+        "functions are part of its definition.", argument="2"),
+    Row("lp-sum", "`lp_sum`, p = 3", "lp_sum", ["R ucminf", "py SciPy minimize"], [10, 100, 1000, 3000],
+        "Stated steps; its tests of all sites cost n^2 power functions, which the peers do without.", argument="3",
+        tolerance=1e-3),
+    Row("euclidean-centre", "Certified Euclidean centre", "minimise", ["CGAL"], DECADES,
         "Equal weights, sites in a square; CGAL's `Min_sphere_of_spheres_d` on plain doubles.", quick=4),
-    Row("l2-max", "`l2_max` with equal weights", "l2_max", ["CGAL"], [100, 1000, 10000, 100000, 1000000],
-        "The same sites and the same peer.", quick=4, tolerance=1e-5),
-    Row("hull", "Convex hull", "CONVEX_HULL", ["CGAL"], [100, 1000, 10000, 100000, 1000000],
+    Row("euclidean-centre-ring", "Certified Euclidean centre, sites near a circle", "minimise", ["CGAL"], DECADES,
+        "Within a hundredth of the radius, where many sites nearly count.", quick=4),
+    Row("l2-max", "`l2_max` with equal weights", "l2_max", ["CGAL"], DECADES,
+        "The sites and the peer of the certified centre.", quick=4, tolerance=1e-5),
+]
+
+WALK = [
+    Row(f"pass-{vertices}", f"A pass of `cellwalk`, {vertices} vertices", "pass", ["CLP"], [10, 50, 200, 1000, 2000],
+        "The peer is CLP's bare solve (presolve, dual simplex) of the same cell: what a pass cannot do without. A pass "
+        "builds the model, solves, reads the values, computes exact distances, sorts and draws.")
+    for vertices in (4, 8, 16)]
+
+SHARED_ENDS = " It leaves out points where segments only end, so the counts differ."
+GEOMETRY = [
+    Row("gauge-distance", "Exact gauge distance", "filtered", ["big integers", "fractions"], [4, 8, 16, 32, 64],
+        "256 distances: the ray from a facility through a point, cut with the ball. Filtered asks doubles first; the "
+        "peers use big integers, or GMP's fractions, for every edge.", what="vertices"),
+    *[Row(f"crossings-{kind}", f"Crossings: {about}", "SEGMENT_INTERSECTION", ["CGAL"], sizes,
+          "CGAL's surface sweep with its lazy exact kernel." + ends, what="segments", quick=2,
+          tolerance=math.inf if ends else 0)
+      for kind, about, sizes, ends in [("short", "short segments", [1000, 10000, 30000, 100000], ""),
+                                 ("fans", "fans of eight long segments", [80, 240, 480, 1200], SHARED_ENDS),
+                                 ("lattice", "fans on a lattice, overlapping", [80, 240, 480, 1200],
+                                  SHARED_ENDS)]],
+    *[Row(f"arrangement-{kind}", f"Arrangement: {about}", "SWEEP_SEGMENTS", ["CGAL"], sizes,
+          "CGAL's `Arrangement_2` with its lazy exact kernel.", what="segments", quick=2)
+      for kind, about, sizes in [("short", "short segments", [1000, 10000, 30000, 100000]),
+                                 ("fans", "fans of eight long segments", [80, 240, 480, 1200]),
+                                 ("lattice", "fans on a lattice, overlapping", [80, 240, 480, 1200])]],
+    Row("hull", "Convex hull", "CONVEX_HULL", ["CGAL"], DECADES,
         "Points in a square; CGAL's `convex_hull_2` with exact predicates.", what="points", quick=4),
+]
+
+FACILITIES = [
+    Row("l1-sum", "`l1_sum`", "l1_sum", ["std::sort"], DECADES,
+        "The peer sorts both coordinates and does nothing else, which a solver by sorting cannot do without.",
+        quick=4),
+    *[Row(f"gauge-sum{suffix}", f"`gauge_sum`{about}", "gauge_sum", ["CLP dual", "CLP primal"],
+          [25, 100, 400, 1600], "The whole optimal set; the peer finds one optimum of one linear program, with "
+          f"presolve. {gauges}", tolerance=1e-6)
+      for suffix, about, gauges in [("", "", "Five octagons turned by any angle."),
+                                    ("-lattice", " on a lattice", "One octagon with the directions of a queen.")]],
+    Row("gauge-max", "`gauge_max`", "gauge_max", ["CLP dual"], [3, 5, 10, 20, 50, 100],
+        "A random octagon for each site. Where a problem ends in the second phase, stated steps look at all triples of "
+        "edges, which one linear program does without. The steps may end above the optimum (docs/solvers.md), so the "
+        "values are not compared.", seeds=15, quick=4, tolerance=math.inf),
+    Row("n-l1-sum", "`N_l1_sum`, 3 facilities", "N_l1_sum", ["lp_solve"], [50, 200, 800, 2000],
+        "The peer is lp_solve's bare solves of both coordinates, on a model that stands already.", quick=2),
+    Row("n-linf-max", "`N_linf_max`, 3 facilities", "N_linf_max", ["lp_solve"], [50, 200, 800, 2000],
+        "As above.", quick=2),
+]
+
+FILES_AND_MODELS = [
     Row("location-file", "Reading a location file", "read_locations", ["strtod"], [100, 1000, 10000, 100000],
         "Three numbers and a name a line, from memory; the peer is a loop of `strtod` that skips the names and keeps "
         "nothing.", what="records"),
+    Row("modelling", "The modelling layer", "expressions", ["CLP row by row", "CLP at once"],
+        [1000, 10000, 30000, 100000],
+        "Three terms a row, through expressions and sent, beside building CLP's model by hand, from arrays that stand "
+        "already: row by row (`appendRow`), and as one matrix.", what="rows"),
+    Row("tool", "`planloc solve` on a table", "py planloc solve", ["py ogrinfo -al"], [100, 1000, 10000, 100000],
+        "From CSV to the answer and the table of the sites; the peer reads and prints the table. Whole processes, with "
+        "their start and their whole memory.", what="rows of the table"),
+    Row("scenarios", "Scenarios in Python", "py planloc.scenarios", ["C++ loop"], [30, 100, 300, 1000],
+        "The median of 100 sites under an octagon with other weights a scenario, on one thread; the peer is the same "
+        "loop in C++.", what="scenarios", tolerance=1e-12),
 ]
+
+SEVERAL = [
+    *[Row(f"efficient-{kind}", f"Efficient set, weights {about}", "efficient_set", ["py HiGHS dichotomy"], sizes,
+          "Polyhedral, 10 gauges. Dichotomy: a linear program for each corner of the trade-off curve and each edge.",
+          quick=1)
+      for kind, about, sizes in [("independent", "independent", [20, 50, 200, 1000, 5000]),
+                                 ("apart", "apart", [20, 50, 200, 1000])]],
+    Row("regions", "Median with 20 forbidden hexagons", "minimise", ["py HiGHS mixed-integer"],
+        [25, 50, 100, 1000, 10000], "One of them around the free optimum.", quick=2, seeds=3),
+    Row("tied-l1", "10 tied facilities, l1", "minimise", TIED_PROGRAMS, [30, 100, 300, 1000],
+        "Every two are tied.", quick=2, seeds=2),
+    Row("tied-polyhedral", "5 tied facilities, polyhedral", "minimise", TIED_PROGRAMS, [30, 100, 300, 1000],
+        "8 vertices, 3 gauges.", quick=2, seeds=2),
+    Row("tied-euclidean", "10 tied facilities, Euclidean", "minimise", ["py SciPy L-BFGS"], [30, 100, 300, 1000],
+        "To a proved gap of 1e-6; the peer smooths the distances, begins at the centres of gravity and proves "
+        "nothing.", quick=3, seeds=2, tolerance=2e-6, may_be_worse=True),
+    Row("allocation-published", "Location-allocation, the published optima of Eilon's 50 sites", "allocate",
+        ["allocate with a bound", "py NumPy alternation", "py HiGHS at sites"], list(PUBLISHED),
+        "The size is the number of facilities. `allocate` with 8 starts; with a bound proved to 2e-5. Alternation of "
+        "30 starts does not find the optimum as a rule, and HiGHS places facilities at sites only; both values are "
+        "worse.", what="facilities", quick=2, may_be_worse=True, known=PUBLISHED, argument="30"),
+    Row("allocation", "Location-allocation, a facility for 20 sites", "allocate",
+        ["allocate with a bound", "py NumPy alternation", "py HiGHS at sites"], [50, 100, 200, 400, 1000],
+        "As above; the bound to 1e-3.", quick=2, may_be_worse=True, argument="30"),
+]
+
+ROWS = CERTIFIED + EUCLIDEAN + WALK + GEOMETRY + FACILITIES + FILES_AND_MODELS + SEVERAL

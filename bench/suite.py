@@ -2,8 +2,8 @@
 """The benchmarks behind scripts/bench; its --help says how to call them. results/ holds what was measured, a file a
 row; docs/performance.md and its plots are written from these files alone."""
 import argparse
-import json
 import os
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -35,13 +35,15 @@ class Programs:
     def __init__(self, build, folder):
         self.contest = os.path.join(build, "bench", "contest")
         self.folder = folder
+        self.r = shutil.which("Rscript")
+        os.environ["PLANLOC_BUILD"] = build
         listed = subprocess.check_output([self.contest], text=True).split("\n")
         self.known = {tuple(line.split(" ", 1)) for line in listed if line}
 
     def available(self, row):
         names = set()
         for name in [row.ours] + row.peers:
-            if name.startswith("py ") or (row.name, name) in self.known:
+            if name.startswith("py ") or name == "R ucminf" and self.r or (row.name, name) in self.known:
                 names.add(name)
             else:
                 print(f"{row.name}: {name} is not there, left out", file=sys.stderr)
@@ -50,7 +52,10 @@ class Programs:
     def command(self, row):
         def of(name, size, seed):
             if name.startswith("py "):
-                return [sys.executable, os.path.join(HERE, "peers.py"), name[3:], self.exported(row, size, seed)]
+                return [sys.executable, os.path.join(HERE, "peers.py"), name[3:], self.exported(row, size, seed),
+                        row.argument]
+            if name == "R ucminf":
+                return [self.r, os.path.join(HERE, "ucminf.R"), self.exported(row, size, seed), row.argument]
             return [self.contest, row.name, name, str(size), str(seed)]
         return of
 
@@ -82,9 +87,8 @@ def measure_rows(rows, options):
 
 def save(result):
     os.makedirs(RESULTS, exist_ok=True)
-    text = json.dumps(result, indent=1)
     with open(os.path.join(RESULTS, result["row"] + ".json"), "w") as out:
-        out.write(page.compact(text) + "\n")
+        out.write(page.dumped(result))
 
 
 def main():

@@ -1,34 +1,26 @@
-// For tied.py: places tied facilities, and writes the linear program for other solvers.
-//
-//   tied_timer kind facilities sites seed [program.txt]
-//
-// kind: l1, polyhedral (8 vertices, 3 gauges) or euclidean; every two facilities are tied. Prints
-// the value, the milliseconds of minimise (of euclidean: to a gap of 1e-6, then to the end) and of
-// verify, and the proved gap. The times leave out the building of the models.
-#include <algorithm>
+// Tied facilities, every two of them, beside the same problem as one linear program. Polyhedral: 8
+// vertices, 3 gauges.
 #include <cmath>
-#include <cstdlib>
-#include <iomanip>
-#include <iostream>
+#include <cstdint>
 #include <numbers>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "bench/contest.h"
 #include "bench/optimum_programs.h"
 #include "planloc/optimum/tied_facilities.h"
 
+namespace planloc::bench {
 namespace {
 
-using namespace planloc;
-
 // Each facility mostly serves the sites of a half-plane of its own.
-tied_problem random_problem(const std::string& kind, std::uint32_t facilities, std::size_t n,
-                            unsigned seed) {
+tied_problem tied_instance(const std::string& kind, std::uint32_t facilities, std::size_t n,
+                           unsigned seed) {
   std::mt19937_64 random(seed);
   std::uniform_real_distribution<double> unit(0, 1);
   std::vector<gauge> gauges = {kind == "l1" ? gauge::l1() : gauge::euclidean()};
-  if (kind == "polyhedral") gauges = bench::random_balls(random, 3, 8);
+  if (kind == "polyhedral") gauges = random_balls(random, 3, 8);
   std::vector<tied_site> sites;
   for (std::size_t i = 0; i < n; ++i) {
     const double x = 100 * unit(random);
@@ -66,7 +58,7 @@ class tied_program {
     for (const tie& b : p.ties()) add(b.weight, p.gauges()[b.gauge], b.first, b.second, {0, 0});
   }
 
-  const bench::linear_program& program() const { return program_; }
+  const linear_program& program() const { return program_; }
 
  private:
   void add(double weight, const gauge& g, std::size_t first, std::size_t second, const xy& at) {
@@ -74,7 +66,7 @@ class tied_program {
       add_column(weight, {{1, 0}, {-1, 0}}, first, second, at);
       add_column(weight, {{0, 1}, {0, -1}}, first, second, at);
     } else {
-      add_column(weight, bench::slopes_of(g, 1), first, second, at);
+      add_column(weight, slopes_of(g, 1), first, second, at);
     }
   }
 
@@ -98,41 +90,48 @@ class tied_program {
   }
 
   const tied_problem& problem_;
-  bench::linear_program program_;
+  linear_program program_;
 };
 
-double median_milliseconds(const tied_problem& p, const tied_options& options, tied_solution& s) {
-  std::vector<double> times;
-  for (int k = 0; k < 5; ++k) {
-    const double start = bench::cpu_milliseconds();
-    s = minimise(p, options);
-    times.push_back(bench::cpu_milliseconds() - start);
+// facilities and sites; the sites; a line of weights a facility; the ties.
+void write_weights(const tied_problem& p, std::ostream& out) {
+  out << p.facilities() << ' ' << p.sites().size() << '\n';
+  for (const tied_site& s : p.sites()) out << s.x << ' ' << s.y << '\n';
+  for (std::size_t j = 0; j < p.facilities(); ++j) {
+    for (std::size_t i = 0; i < p.sites().size(); ++i) out << p.weight(j, i) << ' ';
+    out << '\n';
   }
-  std::sort(times.begin(), times.end());
-  return times[2];
+  for (const tie& b : p.ties()) out << b.first << ' ' << b.second << ' ' << b.weight << '\n';
+}
+
+contest tied(const std::string& kind, std::uint32_t facilities, double gap) {
+  const auto make = [=](std::size_t n, unsigned seed) {
+    return tied_instance(kind, facilities, n, seed);
+  };
+  contest c;
+  c.contestants["minimise"] = [=](std::size_t n, unsigned seed) -> contestant {
+    const tied_problem p = make(n, seed);
+    tied_options options;
+    options.relative_gap = gap;
+    return {.call = [=] { return minimise(p, options).value; }};
+  };
+  c.write = [=](std::size_t n, unsigned seed, std::ostream& out) {
+    const tied_problem p = make(n, seed);
+    if (kind == "euclidean") {
+      write_weights(p, out);
+    } else {
+      write(tied_program(p).program(), out);
+    }
+  };
+  return c;
 }
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  if (argc < 5) return 1;
-  const std::string kind = argv[1];
-  const tied_problem p = random_problem(kind, static_cast<std::uint32_t>(std::atoi(argv[2])),
-                                        static_cast<std::size_t>(std::atol(argv[3])),
-                                        static_cast<unsigned>(std::atoi(argv[4])));
-  tied_solution s;
-  tied_options to_a_millionth;
-  to_a_millionth.relative_gap = 1e-6;
-  const double coarse = kind == "euclidean" ? median_milliseconds(p, to_a_millionth, s) : 0;
-  const double time = median_milliseconds(p, {}, s);
-  const double start = bench::cpu_milliseconds();
-  const verification v = verify(p, s);
-  const double checked = bench::cpu_milliseconds() - start;
-  if (!v.accepted) {
-    std::cerr << v.reason << '\n';
-    return 1;
-  }
-  std::cout << std::setprecision(15) << s.value << ' ' << coarse << ' ' << time << ' ' << checked
-            << ' ' << v.gap / v.value << ' ' << s.counters.rounds << '\n';
-  if (argc > 5 && kind != "euclidean") bench::write(tied_program(p).program(), argv[5]);
+void add_tied(contests& all) {
+  all["tied-l1"] = tied("l1", 10, 0);
+  all["tied-polyhedral"] = tied("polyhedral", 5, 0);
+  all["tied-euclidean"] = tied("euclidean", 10, 1e-6);
 }
+
+}  // namespace planloc::bench

@@ -1,27 +1,17 @@
-// For regions.py: solves medians with forbidden polygons around their free optima, and writes them
-// as mixed-integer programs for other solvers.
-//
-//   region_timer sites vertices polygons seed [program.txt]
-//
-// Prints the value, the milliseconds of minimise with and without the polygons, those of verify and
-// whether the place is proved.
+// Medians with forbidden polygons around the free optimum, beside the same problem as a
+// mixed-integer program. 8 vertices, 10 gauges, 20 hexagons.
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
-#include <iomanip>
-#include <iostream>
 #include <numbers>
 #include <random>
-#include <string>
 #include <vector>
 
+#include "bench/contest.h"
 #include "bench/optimum_programs.h"
-#include "planloc/optimum/verify.h"
+#include "planloc/optimum/minimise.h"
 
+namespace planloc::bench {
 namespace {
-
-using namespace planloc;
-using namespace planloc::bench;
 
 constexpr int kSides = 6;
 
@@ -72,39 +62,32 @@ void add_lakes(linear_program& lp, const region& lakes) {
   }
 }
 
-template <class Solve>
-double median_milliseconds(Solve solve) {
-  std::vector<double> times;
-  for (int k = 0; k < 9; ++k) {
-    const double start = cpu_milliseconds();
-    solve();
-    times.push_back(cpu_milliseconds() - start);
-  }
-  std::sort(times.begin(), times.end());
-  return times[4];
+constexpr int kPolygons = 20;
+
+problem instance(std::size_t n, unsigned seed) {
+  const problem plane = random_problem(n, 8, 10, seed, order_weights::median());
+  regions where;
+  where.forbidden = random_lakes(kPolygons, seed, minimise(plane).point);
+  return {{plane.sites().begin(), plane.sites().end()},
+          {plane.gauges().begin(), plane.gauges().end()},
+          order_weights::median(),
+          where};
 }
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  if (argc < 5) return 1;
-  const auto n = static_cast<std::size_t>(std::atol(argv[1]));
-  const auto seed = static_cast<unsigned>(std::atoi(argv[4]));
-  const problem plane = random_problem(n, std::atoi(argv[2]), 10, seed, order_weights::median());
-  regions where;
-  where.forbidden = random_lakes(std::atoi(argv[3]), seed, minimise(plane).point);
-  const problem p({plane.sites().begin(), plane.sites().end()},
-                  {plane.gauges().begin(), plane.gauges().end()}, order_weights::median(), where);
-  solution s;
-  const double free = median_milliseconds([&] { minimise(plane); });
-  const double within = median_milliseconds([&] { s = minimise(p); });
-  const double start = cpu_milliseconds();
-  const verification v = verify(p, s);
-  const double verified = cpu_milliseconds() - start;
-  std::cout << std::setprecision(12) << s.value << ' ' << within << ' ' << free << ' ' << verified
-            << ' ' << (v.accepted && v.gap == 0) << '\n';
-  if (argc <= 5) return 0;
-  linear_program lp = convex_program(p, "median");
-  add_lakes(lp, where.forbidden);
-  write(lp, argv[5]);
+void add_regions(contests& all) {
+  contest& row = all["regions"];
+  row.contestants["minimise"] = [](std::size_t n, unsigned seed) -> contestant {
+    const problem p = instance(n, seed);
+    return {.call = [p] { return minimise(p).value; }};
+  };
+  row.write = [](std::size_t n, unsigned seed, std::ostream& out) {
+    const problem p = instance(n, seed);
+    linear_program lp = convex_program(p, "median");
+    add_lakes(lp, p.where().forbidden);
+    write(lp, out);
+  };
 }
+
+}  // namespace planloc::bench
