@@ -199,6 +199,24 @@ void by_brute_force(unsigned trials, bool convex) {
 TEST(Regions, ConvexProblemsByBruteForce) { by_brute_force(120, true); }
 TEST(Regions, GeneralProblemsByBruteForce) { by_brute_force(45, false); }
 
+// So many that sites that are linear along a side count together; the proof knows nothing of that.
+TEST(Regions, ManySites) {
+  for (unsigned trial = 0; trial < 24; ++trial) {
+    instance_source source(trial);
+    const bool whole = trial % 2 == 0;
+    const layout l = whole ? layout::lattice : trial % 3 == 0 ? layout::scattered : layout::uneven;
+    const double extent = l == layout::scattered ? 100 : 4;
+    const problem p(source.sites(l, 300, 3), source.gauges(l, 3, 6), order_weights::median(),
+                    random_regions(source, whole, extent));
+    const solution s = minimise(p);
+    const verification v = verify(p, s);
+    EXPECT_TRUE(v.accepted) << trial << ": " << v.reason;
+    if (s.status == solution_status::infeasible) continue;
+    EXPECT_EQ(s.status, solution_status::optimal) << trial;
+    EXPECT_EQ(v.gap, 0) << trial;
+  }
+}
+
 // The median of the corners of a square of side 8 is any place in it under l1.
 TEST(Regions, WhatIsLeftMayBeASegmentOrAPoint) {
   const std::vector<site> sites{{0, 0}, {8, 0}, {0, 8}, {8, 8}};

@@ -45,6 +45,8 @@ constexpr double kSiteReach = 1e-4;
 constexpr double kLevelReach = 32;
 // Of the extent: how far from the model's minimiser break lines are looked for.
 constexpr std::array kSnapReaches{1e-13, 1e-10, 1e-7};
+// Up to this many sites are not folded.
+constexpr std::size_t kFewSites = 2000;
 constexpr int kMostRounds = 200;
 constexpr int kMostSnaps = 4;
 constexpr int kMostIdle = 3;
@@ -69,7 +71,7 @@ class convex_search {
         best_(evaluate_({0, 0})),
         extent_(extent(p.sites())),
         model_(best_, best_.at, extent_),
-        reduced_(p, table_, evaluate_) {}
+        reduced_(p, table_, evaluate_, kFewSites) {}
 
   solution run() {
     close_gap();

@@ -9,7 +9,6 @@ namespace planloc::detail {
 
 namespace {
 
-constexpr std::size_t kFewSites = 2000;
 // How much smaller the box has to be than at the last reduction.
 constexpr double kShrunk = 0.5;
 // Of the box: what is added on each side for the roundings.
@@ -17,11 +16,13 @@ constexpr double kMargin = 1e-6;
 
 }  // namespace
 
-reduced_sum::reduced_sum(const problem& p, const distance_table& table, evaluator& all)
+reduced_sum::reduced_sum(const problem& p, const distance_table& table, evaluator& all,
+                         std::size_t few)
     : problem_(p),
       table_(table),
       all_(all),
-      useful_(p.polyhedral() && p.runs().size() == 1 && table.size() > kFewSites),
+      few_(few),
+      useful_(p.polyhedral() && p.runs().size() == 1 && table.size() > few),
       last_size_(std::numeric_limits<double>::infinity()) {}
 
 evaluation reduced_sum::operator()(const xy& at) {
@@ -34,7 +35,7 @@ evaluation reduced_sum::operator()(const xy& at) {
 }
 
 void reduced_sum::narrow(const place_box& b) {
-  if (!useful_ || sites().size() <= kFewSites || !(b.size() <= kShrunk * last_size_)) return;
+  if (!useful_ || sites().size() <= few_ || !(b.size() <= kShrunk * last_size_)) return;
   last_size_ = b.size();
   const double margin = kMargin * b.size();
   const place_box wide{{b.low.x - margin, b.low.y - margin},

@@ -23,8 +23,8 @@ struct place_box {
 class reduced_sum {
  public:
   // Of no use, and then does nothing, unless the gauges are polyhedral, the order weights equal and
-  // the sites many.
-  reduced_sum(const problem& p, const distance_table& table, evaluator& all);
+  // the sites more than few.
+  reduced_sum(const problem& p, const distance_table& table, evaluator& all, std::size_t few);
 
   bool useful() const { return useful_; }
   // f and a subgradient; places outside the box are evaluated with all sites.
@@ -45,6 +45,7 @@ class reduced_sum {
   const problem& problem_;
   const distance_table& table_;
   evaluator& all_;
+  std::size_t few_;
   bool useful_;
   double last_size_;
   place_box box_{};

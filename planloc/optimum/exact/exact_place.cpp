@@ -46,15 +46,8 @@ int dot_sign(const exact_slope& s, const exact_xy& v) {
   return sgn(mpz_class(s.x * v.x.get_num() * v.y.get_den() + s.y * v.y.get_num() * v.x.get_den()));
 }
 
-exact_edges::exact_edges(const distance_table& table)
-    : table_(table),
-      dyadic_(table.edges.size()),
-      made_(table.edges.size()),
-      normals_(table.edges.size()),
-      divided_(table.edges.size()) {}
-
 const exact_edges::dyadic_edge& exact_edges::dyadic(std::size_t edge) {
-  if (!made_[edge]) {
+  if (!dyadic_[edge]) {
     const auto block =
         std::upper_bound(table_.blocks.begin(), table_.blocks.end(), edge,
                          [](std::size_t e, const gauge_block& b) { return e < b.first_edge; }) -
@@ -64,18 +57,16 @@ const exact_edges::dyadic_edge& exact_edges::dyadic(std::size_t edge) {
     const exact_xy a = to_exact(table_.edges[edge].from);
     const exact_xy b = to_exact(table_.edges[next].from);
     dyadic_[edge] = {b.y - a.y, a.x - b.x, cross(a, b)};
-    made_[edge] = true;
   }
-  return dyadic_[edge];
+  return *dyadic_[edge];
 }
 
 const exact_xy& exact_edges::normal(std::size_t edge) {
-  if (!divided_[edge]) {
+  if (!normals_[edge]) {
     const dyadic_edge& e = dyadic(edge);
     normals_[edge] = {e.x / e.area, e.y / e.area};
-    divided_[edge] = true;
   }
-  return normals_[edge];
+  return *normals_[edge];
 }
 
 // ----- What meets at the place -----

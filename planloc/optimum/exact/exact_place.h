@@ -44,7 +44,8 @@ int dot_sign(const exact_slope& s, const exact_xy& v);
 // The normals of all edges of a table as fractions, each made when it is asked for first.
 class exact_edges {
  public:
-  explicit exact_edges(const distance_table& table);
+  explicit exact_edges(const distance_table& table)
+      : table_(table), dyadic_(table.edges.size()), normals_(table.edges.size()) {}
 
   // The normal is (x, y) / area. All denominators are powers of 2, so products cost little.
   struct dyadic_edge {
@@ -57,10 +58,8 @@ class exact_edges {
 
  private:
   const distance_table& table_;
-  std::vector<dyadic_edge> dyadic_;
-  std::vector<bool> made_;
-  std::vector<exact_xy> normals_;
-  std::vector<bool> divided_;
+  std::vector<std::optional<dyadic_edge>> dyadic_;
+  std::vector<std::optional<exact_xy>> normals_;
 };
 
 // A choice of one linear piece for every slot: an affine function that touches f at the place.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <optional>
 #include <utility>
 
 #include "planloc/optimum/exact/exact_sign.h"
@@ -10,30 +11,65 @@
 
 namespace planloc::detail {
 
-namespace {
-
 // A place with doubles around it: equal to it, or next to each other.
-struct enclosed_place {
-  explicit enclosed_place(const exact_xy& p) : at(p), near(to_nearest(p)) {
-    low = {below(p.x, near.x), below(p.y, near.y)};
-    high = {low.x == near.x && p.x == near.x ? near.x : above(low.x),
-            low.y == near.y && p.y == near.y ? near.y : above(low.y)};
+class enclosed_place {
+ public:
+  explicit enclosed_place(const xy& p) : near(p), low(p), high(p), a_(p), b_(p) {}
+  explicit enclosed_place(const exact_xy& p) : near(to_nearest(p)), exact_(p) {
+    enclose({cmp(p.x, near.x), cmp(p.y, near.y)});
+  }
+  // Amid two places.
+  enclosed_place(const xy& a, const xy& b) : near{(a.x + b.x) / 2, (a.y + b.y) / 2}, a_(a), b_(b) {
+    if (halved(a.x + b.x) && halved(a.y + b.y)) {
+      enclose({sign(lost(a.x, b.x)), sign(lost(a.y, b.y))});
+    } else {
+      *this = enclosed_place(at());
+    }
   }
 
-  static double below(const mpq_class& q, double d) {
-    return q < d ? std::nextafter(d, -std::numeric_limits<double>::infinity()) : d;
-  }
-  static double above(double d) {
-    return std::nextafter(d, std::numeric_limits<double>::infinity());
+  exact_xy at() const {
+    if (exact_) return *exact_;
+    return {(mpq_class(a_.x) + b_.x) / 2, (mpq_class(a_.y) + b_.y) / 2};
   }
 
-  const exact_xy& at;
   xy near, low, high;
+
+ private:
+  struct signs {
+    int x, y;
+  };
+
+  // What `near` lacks.
+  void enclose(const signs& rest) {
+    constexpr double kInfinite = std::numeric_limits<double>::infinity();
+    const auto low_of = [](double d, int s) { return s < 0 ? std::nextafter(d, -kInfinite) : d; };
+    const auto high_of = [](double d, int s) { return s > 0 ? std::nextafter(d, kInfinite) : d; };
+    low = {low_of(near.x, rest.x), low_of(near.y, rest.y)};
+    high = {high_of(near.x, rest.x), high_of(near.y, rest.y)};
+  }
+
+  // Whether a half of it has all its bits.
+  static bool halved(double sum) { return sum == 0 || std::fabs(sum) > 0x1p-960; }
+  static int sign(double d) { return d > 0 ? 1 : d < 0 ? -1 : 0; }
+  // The rounding error of a sum (Knuth 1969).
+  static double lost(double a, double b) {
+    const double sum = a + b;
+    const double part = sum - a;
+    return (a - (sum - part)) + (b - part);
+  }
+
+  xy a_{0, 0}, b_{0, 0};
+  std::optional<exact_xy> exact_;  // else it lies amid a_ and b_
 };
 
-// On which side of the line through a and b a place lies.
-int turn_sign(const xy& a, const xy& b, const enclosed_place& p) {
-  if (p.low == p.high) return detail::turn_sign(a, b, p.near);
+namespace {
+
+// On which side of the line through a and b a place lies. Corners that sides share are common.
+int turn_of(const xy& a, const xy& b, const xy& p) {
+  return p == a || p == b ? 0 : turn_sign(a, b, p);
+}
+int turn_of(const xy& a, const xy& b, const enclosed_place& p) {
+  if (p.low == p.high) return turn_of(a, b, p.near);
   // As certain_cross_sign, with a place that is off by half a unit in its last place.
   const xy u = rounded_difference(a, b);
   const xy v = rounded_difference(a, p.near);
@@ -45,15 +81,15 @@ int turn_sign(const xy& a, const xy& b, const enclosed_place& p) {
   if (n - m > doubt) return -1;
   const mpq_class ax(a.x);
   const mpq_class ay(a.y);
-  return sgn(mpq_class((b.x - ax) * (p.at.y - ay) - (b.y - ay) * (p.at.x - ax)));
+  const exact_xy at = p.at();
+  return sgn(mpq_class((b.x - ax) * (at.y - ay) - (b.y - ay) * (at.x - ax)));
 }
 
 // Which polygons hold a place, told side by side.
 class place_in_polygons {
  public:
-  explicit place_in_polygons(const exact_xy& at) : at_(at) {}
-
-  const enclosed_place& place() const { return at_; }
+  // The place is known to lie on a side, if one is given.
+  place_in_polygons(const enclosed_place& at, const boundary::side* side) : at_(at), side_(side) {}
 
   void look(const boundary::side& s) {
     const bool a_below = !(s.a.y > at_.low.y);
@@ -66,7 +102,7 @@ class place_in_polygons {
       if (a_below != b_below) crossed_.push_back(s.polygon);
       return;
     }
-    const int turn = turn_sign(s.a, s.b, at_);
+    const int turn = &s == side_ ? 0 : turn_of(s.a, s.b, at_);
     if (turn == 0 && std::max(s.a.x, s.b.x) >= at_.high.x && std::min(s.a.x, s.b.x) <= at_.low.x) {
       on_.push_back(s.polygon);
     } else if (a_below != b_below && (turn < 0) == a_below) {
@@ -92,7 +128,8 @@ class place_in_polygons {
   }
 
  private:
-  enclosed_place at_;
+  const enclosed_place& at_;
+  const boundary::side* side_;
   std::vector<std::uint32_t> crossed_;  // by the ray to the left, once a side
   std::vector<std::uint32_t> on_;
 };
@@ -148,58 +185,68 @@ void boundary::sort_into_rows() {
   each([&](std::size_t r, std::uint32_t k) { in_row_[next[r]++] = k; });
 }
 
-bool boundary::permits(const exact_xy& at) const {
-  place_in_polygons where(at);
-  const enclosed_place& p = where.place();
-  near({-std::numeric_limits<double>::infinity(), p.low.y}, p.high,
+bool boundary::permits(const exact_xy& at) const { return permits(enclosed_place(at), nullptr); }
+
+bool boundary::permits(const enclosed_place& at, const side* on) const {
+  place_in_polygons where(at, on);
+  near({-std::numeric_limits<double>::infinity(), at.low.y}, at.high,
        [&](const side& s) { where.look(s); });
   const auto [allowed, forbidden] = where.held(allowed_);
   return (whole_plane_ || allowed) && !forbidden;
 }
 
-// The corners of a side, and between them all places where another one crosses or ends, in order.
+// The places between the corners of a side where another one crosses or ends.
 std::vector<exact_xy> boundary::splits(const side& s) const {
-  std::vector<exact_xy> at{to_exact(s.a), to_exact(s.b)};
-  const exact_xy u{at[1].x - at[0].x, at[1].y - at[0].y};
+  std::vector<exact_xy> at;
   const xy low{std::min(s.a.x, s.b.x), std::min(s.a.y, s.b.y)};
   const xy high{std::max(s.a.x, s.b.x), std::max(s.a.y, s.b.y)};
-  const auto on_side = [&](const xy& p) {
-    return low.x <= p.x && p.x <= high.x && low.y <= p.y && p.y <= high.y;
+  const auto between = [&](const xy& p) {
+    return low.x <= p.x && p.x <= high.x && low.y <= p.y && p.y <= high.y && p != s.a && p != s.b;
   };
   near(low, high, [&](const side& other) {
-    const int of_a = detail::turn_sign(s.a, s.b, other.a);
-    const int of_b = detail::turn_sign(s.a, s.b, other.b);
-    if (of_a == 0 && on_side(other.a)) at.push_back(to_exact(other.a));
+    const int of_a = turn_of(s.a, s.b, other.a);
+    const int of_b = turn_of(s.a, s.b, other.b);
+    if (of_a == 0 && between(other.a)) at.push_back(to_exact(other.a));
     if (of_a * of_b >= 0) return;
-    if (detail::turn_sign(other.a, other.b, s.a) * detail::turn_sign(other.a, other.b, s.b) >= 0)
-      return;
+    if (turn_of(other.a, other.b, s.a) * turn_of(other.a, other.b, s.b) >= 0) return;
+    const exact_xy a = to_exact(s.a);
     const exact_xy c = to_exact(other.a);
+    const exact_xy u{s.b.x - a.x, s.b.y - a.y};
     const exact_xy v{other.b.x - c.x, other.b.y - c.y};
-    const mpq_class t = cross(exact_xy{c.x - at[0].x, c.y - at[0].y}, v) / cross(u, v);
-    at.push_back({at[0].x + t * u.x, at[0].y + t * u.y});
+    const mpq_class t = cross(exact_xy{c.x - a.x, c.y - a.y}, v) / cross(u, v);
+    at.push_back({a.x + t * u.x, a.y + t * u.y});
   });
-  const auto earlier = [&](const exact_xy& p, const exact_xy& q) {
-    const int x = cmp(p.x, q.x) * sgn(u.x);
-    return x != 0 ? x < 0 : cmp(p.y, q.y) * sgn(u.y) < 0;
-  };
-  std::sort(at.begin(), at.end(), earlier);
-  at.erase(std::unique(at.begin(), at.end()), at.end());
   return at;
 }
 
 std::vector<boundary::piece> boundary::permitted(const side& s) const {
-  const std::vector<exact_xy> at = splits(s);
+  std::vector<exact_xy> at = splits(s);
   std::vector<piece> result;
+  if (at.empty()) {
+    if (permits(enclosed_place(s.a, s.b), &s)) return {{to_exact(s.a), to_exact(s.b)}};
+    for (const xy& end : {s.a, s.b}) {
+      if (permits(enclosed_place(end), &s)) result.push_back({to_exact(end), to_exact(end)});
+    }
+    return result;
+  }
+  at.push_back(to_exact(s.a));
+  at.push_back(to_exact(s.b));
+  const auto earlier = [&](const exact_xy& p, const exact_xy& q) {
+    const int x = s.a.x < s.b.x ? cmp(p.x, q.x) : s.a.x > s.b.x ? cmp(q.x, p.x) : 0;
+    return x != 0 ? x < 0 : s.a.y < s.b.y ? p.y < q.y : p.y > q.y;
+  };
+  std::sort(at.begin(), at.end(), earlier);
+  at.erase(std::unique(at.begin(), at.end()), at.end());
   bool last = false;  // of the parts
   for (std::size_t k = 0; k < at.size(); ++k) {
     bool next = false;
     if (k + 1 < at.size()) {
       const exact_xy sum{at[k].x + at[k + 1].x, at[k].y + at[k + 1].y};
-      next = permits({sum.x / 2, sum.y / 2});
+      next = permits(enclosed_place(exact_xy{sum.x / 2, sum.y / 2}), &s);
     }
     if (last) result.back().to = at[k];
     if (next && !last) result.push_back({at[k], at[k + 1]});
-    if (!next && !last && permits(at[k])) result.push_back({at[k], at[k]});
+    if (!next && !last && permits(enclosed_place(at[k]), &s)) result.push_back({at[k], at[k]});
     last = next;
   }
   return result;

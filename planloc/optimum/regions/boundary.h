@@ -13,6 +13,8 @@
 
 namespace planloc::detail {
 
+class enclosed_place;
+
 class boundary {
  public:
   struct side {
@@ -28,7 +30,7 @@ class boundary {
 
   std::span<const side> sides() const { return sides_; }
   bool permits(const exact_xy& at) const;
-  // The permitted parts of a side, from its first corner to its second.
+  // The permitted parts of one of `sides`, from its first corner to its second.
   std::vector<piece> permitted(const side& s) const;
 
   // The sides whose boxes meet a box, each once.
@@ -51,6 +53,7 @@ class boundary {
   }
 
  private:
+  bool permits(const enclosed_place& at, const side* on) const;
   std::size_t row(double y) const;
   void sort_into_rows();
   std::vector<exact_xy> splits(const side& s) const;

@@ -24,6 +24,7 @@ constexpr double kInfinite = std::numeric_limits<double>::infinity();
 constexpr double kExactGap = 1e-13;
 constexpr double kDoneGap = 2e-13;
 constexpr int kMostEvaluations = 100;  // of one part
+constexpr int kFirstLook = 3;          // before a part is folded
 // Of the value: how far what intervals prove may stay behind the bound in doubles, and the gap up
 // to which a problem without exact optimum counts as solved.
 constexpr double kProofMargin = 3e-12;
@@ -66,13 +67,15 @@ class boundary_search {
   xy relative(const exact_xy& at) const {
     return to_nearest(exact_xy{at.x - table_.base.x, at.y - table_.base.y});
   }
-  cut_pool::minimum least(const task& t) const;
+  cut_pool::segment segment_of(const task& t) const;
+  cut_pool::minimum least(const task& t) const { return cuts_.least(segment_of(t)); }
   void start();
   void search();
   void push(task t);
   task pop();
   void clip(const task& t);
   void improve(const task& t);
+  void solve(const side_part& s, double share);
   void take(found_place found);
   bool as_good_as_free();
   bool must_end(double bound);
@@ -105,10 +108,10 @@ double boundary_search::seconds() const {
          std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
 }
 
-cut_pool::minimum boundary_search::least(const task& t) const {
-  if (t.part) return cuts_.least(parts_[*t.part].a, parts_[*t.part].b);
+cut_pool::segment boundary_search::segment_of(const task& t) const {
+  if (t.part) return {parts_[*t.part].a, parts_[*t.part].b};
   const boundary::side& s = sides_.sides()[t.side];
-  return cuts_.least(relative(s.a), relative(s.b));
+  return {relative(s.a), relative(s.b)};
 }
 
 void boundary_search::push(task t) {
@@ -161,9 +164,10 @@ bool boundary_search::must_end(double bound) {
 
 void boundary_search::clip(const task& t) {
   for (boundary::piece& p : sides_.permitted(sides_.sides()[t.side])) {
-    const xy a = relative(p.from);
-    const xy b = relative(p.to);
-    parts_.push_back({std::move(p), a, b, 0, {}});
+    side_part& part = parts_.emplace_back();
+    part.a = relative(p.from);
+    part.b = relative(p.to);
+    part.ends = std::move(p);
     push({0, t.side, static_cast<std::uint32_t>(parts_.size() - 1)});
   }
 }
@@ -173,10 +177,12 @@ void boundary_search::take(found_place found) {
 }
 
 // One more function below f, taken where those so far are least on the part. Polyhedral parts are
-// solved exactly once the functions nearly tell f.
+// solved exactly once the functions nearly tell f, or where folding tells as much.
 void boundary_search::improve(const task& t) {
   side_part& s = parts_[*t.part];
   const cut_pool::minimum before = least(t);
+  if (solver_.can_fold() && s.evaluations == kFirstLook)
+    return solve(s, solver_.find_least(s, before));
   found_place found = solver_.evaluate(s, before.share);
   const bool polyhedral = problem_.polyhedral();
   const double gap = found.value - before.value;
@@ -184,13 +190,15 @@ void boundary_search::improve(const task& t) {
       gap <= (polyhedral ? kExactGap : kDoneGap) * found.value || s.evaluations == kMostEvaluations;
   if (!polyhedral) take(std::move(found));
   if (!done) return push(t);
-  if (polyhedral) {
-    found = solver_.solve(s, before.share);
-    for (const std::size_t k : found.cuts) cuts_.keep(k);
-    return take(std::move(found));
-  }
+  if (polyhedral) return solve(s, before.share);
   closed_.push_back(t);
   floor_ = std::min(floor_, least(t).bound);
+}
+
+void boundary_search::solve(const side_part& s, double share) {
+  found_place found = solver_.solve(s, share);
+  for (const std::size_t k : found.cuts) cuts_.keep(k);
+  take(std::move(found));
 }
 
 bool boundary_search::as_good_as_free() {
@@ -218,10 +226,12 @@ void boundary_search::search() {
   }
 }
 
-// Functions that bound what was not solved exactly.
+// Functions that bound what was not solved exactly, few of them.
 void boundary_search::prove(solution& s) {
+  const double enough = bound();
   for (const std::vector<task>* tasks : {&open_, &closed_}) {
     for (const task& t : *tasks) {
+      if (cuts_.least_of_kept(segment_of(t)).bound >= enough) continue;
       const cut_pool::minimum m = least(t);
       cuts_.keep(m.falling);
       cuts_.keep(m.rising);

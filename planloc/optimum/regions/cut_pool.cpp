@@ -2,59 +2,107 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
+#include <numeric>
+#include <span>
 #include <utility>
 
 namespace planloc::detail {
 
 namespace {
 
-// Of the magnitudes that a value on a segment is made of: more than its roundings.
+// Of the magnitudes that a value on a segment is made of: more than its roundings, with sums in
+// doubles of as many terms as a chunk has.
 constexpr double kRounding = 0x1p-46;
+constexpr std::uint32_t kChunk = 64;
+// Above this many runs of order weights, terms are sorted.
+constexpr std::size_t kRunsToSplit = 12;
+
+// The largest sum of terms, each with another of the order weights, which rise.
+double largest_sum(std::vector<double> terms, std::span<const order_run> runs) {
+  if (runs.size() > kRunsToSplit) std::sort(terms.begin(), terms.end());
+  double sum = 0;
+  auto end = terms.end();
+  for (std::size_t r = runs.size(); r-- > 0 && runs[r].weight != 0;) {
+    const auto begin = end - static_cast<std::ptrdiff_t>(runs[r].count);
+    if (r > 0 && runs.size() <= kRunsToSplit) std::nth_element(terms.begin(), begin, end);
+    sum += runs[r].weight * std::accumulate(begin, end, 0.0);
+    end = begin;
+  }
+  return sum;
+}
+
+// The largest slopes of a gauge in x and in y, either way.
+xy steepest(const distance_table& t, const gauge_block& b) {
+  if (b.kind != gauge::shape::polyhedral) return {1, 1};
+  xy most{0, 0};
+  for (std::uint32_t j = b.first_edge; j < b.first_edge + b.edges; ++j) {
+    const xy& n = t.edges[j].normal;
+    most = {std::max(most.x, std::fabs(n.x)), std::max(most.y, std::fabs(n.y))};
+  }
+  return most;
+}
 
 }  // namespace
 
 cut_pool::cut_pool(const problem& p, const distance_table& table) : table_(table) {
   for (const order_run& r : p.runs()) lambda_.insert(lambda_.end(), r.count, r.weight);
+  std::vector<double> x(table.size());
+  std::vector<double> y(table.size());
+  std::vector<double> size(table.size());
+  for (const gauge_block& b : table.blocks) {
+    const xy steep = steepest(table, b);
+    for (std::uint32_t slot = b.begin; slot < b.end; ++slot) {
+      x[slot] = table.weight[slot] * steep.x;
+      y[slot] = table.weight[slot] * steep.y;
+      size[slot] = x[slot] * std::fabs(table.x[slot]) + y[slot] * std::fabs(table.y[slot]);
+    }
+  }
+  steepness_ = {largest_sum(std::move(x), p.runs()), largest_sum(std::move(y), p.runs())};
+  size_ = largest_sum(std::move(size), p.runs());
 }
 
 std::size_t cut_pool::add(affine_piece piece, const xy& at) {
   std::vector<const affine_piece::kink*> kink(piece.kinks.empty() ? 0 : table_.size());
   for (const affine_piece::kink& k : piece.kinks) kink[k.site] = &k;
-  long double value = 0;
-  long double x = 0;
-  long double y = 0;
-  double size = 0;
-  xy steepness{0, 0};
-  for (std::size_t slot = 0; slot < table_.size(); ++slot) {
-    const std::uint32_t i = table_.site[slot];
-    const double l = lambda_[piece.rank.empty() ? 0 : piece.rank[i]];
-    if (l == 0) continue;
-    const gauge_block& b = table_.blocks[table_.block_of[slot]];
+  const bool ranked = !piece.rank.empty();
+  const auto slope_of = [&](const gauge_block& b, std::uint32_t slot, std::uint32_t i) {
     const double w = table_.weight[slot];
-    xy slope{};
     if (b.kind == gauge::shape::polyhedral) {
       const xy& n = table_.edges[b.first_edge + piece.edge[i]].normal;
-      slope = {w * n.x, w * n.y};
-    } else if (!kink.empty() && kink[i] != nullptr) {
-      slope = {w * kink[i]->slope.x, w * kink[i]->slope.y};
-    } else {
-      slope = table_.piece(slot, piece.taken_at).slope;
+      return xy{w * n.x, w * n.y};
     }
-    value += l * (slope.x * (at.x - table_.x[slot]) + slope.y * (at.y - table_.y[slot]));
-    x += l * slope.x;
-    y += l * slope.y;
-    const xy steep{l * std::fabs(slope.x), l * std::fabs(slope.y)};
-    steepness = {steepness.x + steep.x, steepness.y + steep.y};
-    size += steep.x * (std::fabs(at.x) + std::fabs(table_.x[slot])) +
-            steep.y * (std::fabs(at.y) + std::fabs(table_.y[slot]));
+    if (!kink.empty() && kink[i] != nullptr) return xy{w * kink[i]->slope.x, w * kink[i]->slope.y};
+    return table_.piece(slot, piece.taken_at).slope;
+  };
+  long double value = 0;
+  long double slope_x = 0;
+  long double slope_y = 0;
+  for (const gauge_block& b : table_.blocks) {
+    for (std::uint32_t begin = b.begin; begin < b.end; begin += kChunk) {
+      double v = 0;
+      double x = 0;
+      double y = 0;
+      for (std::uint32_t slot = begin; slot < std::min(begin + kChunk, b.end); ++slot) {
+        const std::uint32_t i = table_.site[slot];
+        const double l = lambda_[ranked ? piece.rank[i] : 0];
+        if (l == 0) continue;
+        const xy slope = slope_of(b, slot, i);
+        v += l * (slope.x * (at.x - table_.x[slot]) + slope.y * (at.y - table_.y[slot]));
+        x += l * slope.x;
+        y += l * slope.y;
+      }
+      value += v;
+      slope_x += x;
+      slope_y += y;
+    }
   }
+  all_.push_back(cuts_.size());
   cuts_.push_back({at,
                    static_cast<double>(value),
-                   {static_cast<double>(x), static_cast<double>(y)},
-                   size,
-                   steepness,
+                   {static_cast<double>(slope_x), static_cast<double>(slope_y)},
                    std::move(piece)});
-  return cuts_.size() - 1;
+  return all_.back();
 }
 
 std::size_t cut_pool::add(const piece_choice& choice, const xy& at) {
@@ -68,23 +116,37 @@ std::size_t cut_pool::add(const piece_choice& choice, const xy& at) {
   return add(std::move(piece), at);
 }
 
-double cut_pool::doubt(const xy& a, const xy& b) const {
-  const double x = std::max(std::fabs(a.x), std::fabs(b.x));
-  const double y = std::max(std::fabs(a.y), std::fabs(b.y));
-  double most = 0;
-  for (const cut& c : cuts_) {
-    most = std::max(most, c.size + c.steepness.x * x + c.steepness.y * y);
+double cut_pool::doubt(const cut& c, const xy& at) const {
+  return kRounding * (size_ + steepness_.x * std::max(std::fabs(c.at.x), std::fabs(at.x)) +
+                      steepness_.y * std::max(std::fabs(c.at.y), std::fabs(at.y)));
+}
+
+// Left of the meeting place the falling function is no less than there, right of it the other one;
+// unless their slopes are so small that roundings may have turned them.
+cut_pool::minimum cut_pool::rounded_down(const segment& s, minimum m) const {
+  const xy u{s.b.x - s.a.x, s.b.y - s.a.y};
+  const xy at = s.at(m.share);
+  const double flat =
+      2 * kRounding * (steepness_.x * std::fabs(u.x) + steepness_.y * std::fabs(u.y));
+  double off = 0;
+  for (const std::size_t k : {m.falling, m.rising}) {
+    const cut& c = cuts_[k];
+    const bool steep = std::fabs(c.slope.x * u.x + c.slope.y * u.y) > flat;
+    off = std::max(off, doubt(c, at) + (steep ? 0 : flat));
   }
-  return kRounding * most;
+  m.bound = m.value - off;
+  return m;
 }
 
 // From both ends: the functions in force there, then what is in force where they meet.
-cut_pool::minimum cut_pool::least(const xy& a, const xy& b) const {
-  const auto in_force = [this](const xy& at) {
-    std::size_t best = 0;
-    double most = value_at(cuts_[0], at);
-    for (std::size_t k = 1; k < cuts_.size(); ++k) {
-      const double v = value_at(cuts_[k], at);
+cut_pool::minimum cut_pool::least_of(std::span<const std::size_t> cuts, const segment& s) const {
+  constexpr double kInfinite = std::numeric_limits<double>::infinity();
+  if (cuts.empty()) return {-kInfinite, -kInfinite, 0, 0, 0};
+  const auto in_force = [&](const xy& at) {
+    std::size_t best = cuts[0];
+    double most = -kInfinite;
+    for (const std::size_t k : cuts) {
+      const double v = value_at(k, at);
       if (v > most) {
         most = v;
         best = k;
@@ -92,33 +154,33 @@ cut_pool::minimum cut_pool::least(const xy& a, const xy& b) const {
     }
     return std::pair(best, most);
   };
-  const double off = doubt(a, b);
-  auto [falling, at_a] = in_force(a);
-  const double falls_to = value_at(cuts_[falling], b);
-  if (!(falls_to < at_a)) return {at_a - off, at_a, 0, falling, falling};
-  auto [rising, at_b] = in_force(b);
-  const double rises_from = value_at(cuts_[rising], a);
-  if (!(rises_from < at_b)) return {at_b - off, at_b, 1, rising, rising};
+  auto [falling, at_a] = in_force(s.a);
+  if (!(value_at(falling, s.b) < at_a)) return rounded_down(s, {0, at_a, 0, falling, falling});
+  auto [rising, at_b] = in_force(s.b);
+  if (!(value_at(rising, s.a) < at_b)) return rounded_down(s, {0, at_b, 1, rising, rising});
   for (std::size_t round = 0;; ++round) {
-    const double fa = value_at(cuts_[falling], a);
-    const double fb = value_at(cuts_[falling], b);
-    const double ra = value_at(cuts_[rising], a);
-    const double rb = value_at(cuts_[rising], b);
+    const double fa = value_at(falling, s.a);
+    const double fb = value_at(falling, s.b);
+    const double ra = value_at(rising, s.a);
+    const double rb = value_at(rising, s.b);
     const double share = std::clamp((fa - ra) / ((fa - ra) + (rb - fb)), 0.0, 1.0);
     const double meet = fa + share * (fb - fa);
-    const xy at{a.x + share * (b.x - a.x), a.y + share * (b.y - a.y)};
-    const auto [other, value] = in_force(at);
-    if (other == falling || other == rising || !(value > meet + off) || round == cuts_.size())
-      return {meet - off, meet, share, falling, rising};
-    (value_at(cuts_[other], b) < value_at(cuts_[other], a) ? falling : rising) = other;
+    const auto [other, value] = in_force(s.at(share));
+    if (other == falling || other == rising || !(value > meet + doubt(cuts_[other], s.at(share))) ||
+        round == cuts.size()) {
+      return rounded_down(s, {0, meet, share, falling, rising});
+    }
+    (value_at(other, s.b) < value_at(other, s.a) ? falling : rising) = other;
   }
+}
+
+void cut_pool::keep(std::size_t k) {
+  if (!std::exchange(cuts_[k].kept, true)) kept_.push_back(k);
 }
 
 std::vector<affine_piece> cut_pool::kept() const {
   std::vector<affine_piece> result;
-  for (const cut& c : cuts_) {
-    if (c.kept) result.push_back(c.piece);
-  }
+  for (const std::size_t k : kept_) result.push_back(cuts_[k].piece);
   return result;
 }
 

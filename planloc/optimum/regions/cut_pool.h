@@ -4,6 +4,7 @@
 #define PLANLOC_OPTIMUM_REGIONS_CUT_POOL_H_
 
 #include <cstddef>
+#include <span>
 #include <vector>
 
 #include "planloc/optimum/evaluate.h"
@@ -21,6 +22,10 @@ class cut_pool {
   std::size_t add(affine_piece piece, const xy& at);
   std::size_t add(const piece_choice& choice, const xy& at);
   double value(std::size_t k) const { return cuts_[k].value; }
+  double value_at(std::size_t k, const xy& at) const {
+    const cut& c = cuts_[k];
+    return c.value + (c.slope.x * (at.x - c.at.x) + c.slope.y * (at.y - c.at.y));
+  }
 
   struct minimum {
     double bound;  // the value, less its roundings
@@ -28,11 +33,17 @@ class cut_pool {
     double share;                 // of the way from a to b, from 0 to 1
     std::size_t falling, rising;  // the functions that meet there
   };
-  // Of the largest function on the segment.
-  minimum least(const xy& a, const xy& b) const;
+  struct segment {
+    xy a, b;
+
+    xy at(double share) const { return {a.x + share * (b.x - a.x), a.y + share * (b.y - a.y)}; }
+  };
+  // Of the largest function on a segment; of the largest of those that are kept.
+  minimum least(const segment& s) const { return least_of(all_, s); }
+  minimum least_of_kept(const segment& s) const { return least_of(kept_, s); }
 
   // Keeps a function for `kept`.
-  void keep(std::size_t k) { cuts_[k].kept = true; }
+  void keep(std::size_t k);
   std::vector<affine_piece> kept() const;
 
  private:
@@ -40,20 +51,20 @@ class cut_pool {
     xy at;
     double value;
     xy slope;
-    double size;   // the sum of the magnitudes that the value is made of
-    xy steepness;  // the same of the slope
     affine_piece piece;
     bool kept = false;
   };
 
-  static double value_at(const cut& c, const xy& at) {
-    return c.value + (c.slope.x * (at.x - c.at.x) + c.slope.y * (at.y - c.at.y));
-  }
-  double doubt(const xy& a, const xy& b) const;
+  minimum least_of(std::span<const std::size_t> cuts, const segment& s) const;
+  minimum rounded_down(const segment& s, minimum m) const;
+  double doubt(const cut& c, const xy& at) const;
 
   const distance_table& table_;
+  double size_ = 0;     // at least the sum of the magnitudes that a value at the base is made of
+  xy steepness_{0, 0};  // the same of a slope
   std::vector<double> lambda_;  // by rank
   std::vector<cut> cuts_;
+  std::vector<std::size_t> all_, kept_;  // numbers of functions
 };
 
 }  // namespace planloc::detail

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <utility>
 
+#include "planloc/optimum/convex/reduced_sum.h"
 #include "planloc/optimum/convex/snap.h"
 
 namespace planloc::detail {
@@ -18,6 +19,10 @@ constexpr double kSiteReach = 1e-6;
 // many crossings there are tried before the search in fractions.
 constexpr double kReach = 1e-8;
 constexpr std::size_t kMostTried = 8;
+// From how many sites on folding pays, and of the value, how near it goes.
+constexpr std::size_t kFewSites = 200;
+constexpr double kFoldedGap = 0x1p-50;
+constexpr int kMostFolded = 100;
 
 exact_xy along(const boundary::piece& p, const mpq_class& share) {
   return {p.from.x + share * (p.to.x - p.from.x), p.from.y + share * (p.to.y - p.from.y)};
@@ -88,6 +93,24 @@ void piece_solver::add_kinks(const affine_piece& piece, const xy& at, const xy& 
   }
 }
 
+// Of a sum mostly the edges that were in force at the last place.
+affine_piece piece_solver::piece_at(const xy& at) {
+  if (!problem_.polyhedral() || problem_.runs().size() > 1) return evaluate_.piece_at(at);
+  ++evaluations_;
+  edge_.resize(table_.size());
+  affine_piece piece;
+  piece.taken_at = at;
+  piece.edge.resize(table_.size());
+  for (const gauge_block& b : table_.blocks) {
+    for (std::uint32_t slot = b.begin; slot < b.end; ++slot) {
+      const xy u{at.x - table_.x[slot], at.y - table_.y[slot]};
+      if (!table_.in_cone(b, edge_[slot], u)) edge_[slot] = table_.active_edge(b, u);
+      piece.edge[table_.site[slot]] = edge_[slot];
+    }
+  }
+  return piece;
+}
+
 found_place piece_solver::evaluate(side_part& s, double share) {
   ++s.evaluations;
   const xy u{s.b.x - s.a.x, s.b.y - s.a.y};
@@ -107,11 +130,54 @@ found_place piece_solver::evaluate(side_part& s, double share) {
       at = {table_.x[*s.site], table_.y[*s.site]};
     }
   }
-  affine_piece piece = evaluate_.piece_at(at);
+  affine_piece piece = piece_at(at);
   if (!piece.kinks.empty() && (u.x != 0 || u.y != 0)) add_kinks(piece, at, u, found);
   found.cuts.push_back(cuts_.add(std::move(piece), at));
   found.value = cuts_.value(found.cuts.back());
+  s.value = std::min(s.value, found.value);
   return found;
+}
+
+bool piece_solver::can_fold() const {
+  return problem_.polyhedral() && problem_.runs().size() == 1 && table_.size() > kFewSites;
+}
+
+double piece_solver::find_least(const side_part& s, const cut_pool::minimum& m) {
+  if (m.falling == m.rising) return m.share;
+  // An affine function on the part.
+  struct line {
+    double begin, end;
+
+    double share_of(double value) const {
+      return std::clamp((value - begin) / (end - begin), 0.0, 1.0);
+    }
+  };
+  const xy u{s.b.x - s.a.x, s.b.y - s.a.y};
+  const auto place = [&](double share) { return xy{s.a.x + share * u.x, s.a.y + share * u.y}; };
+  const auto seen = [&](std::size_t k) {
+    return line{cuts_.value_at(k, s.a), cuts_.value_at(k, s.b)};
+  };
+  line falling = seen(m.falling);
+  line rising = seen(m.rising);
+  reduced_sum sum(problem_, table_, evaluate_, kFewSites);
+  double least = s.value;
+  double share = m.share;
+  double bound = m.value;
+  for (int round = 0; round < kMostFolded; ++round) {
+    const xy low = place(falling.share_of(least));
+    const xy high = place(rising.share_of(least));
+    sum.narrow({{std::min(low.x, high.x), std::min(low.y, high.y)},
+                {std::max(low.x, high.x), std::max(low.y, high.y)}});
+    const evaluation e = sum(place(share));
+    const double rise = e.slope.x * u.x + e.slope.y * u.y;
+    if (rise == 0 || !(e.value - bound > kFoldedGap * e.value)) break;
+    least = std::min(least, e.value);
+    (rise < 0 ? falling : rising) = {e.value - share * rise, e.value + (1 - share) * rise};
+    const double apart = falling.begin - rising.begin;
+    share = std::clamp(apart / (apart + (rising.end - falling.end)), 0.0, 1.0);
+    bound = falling.begin + share * (falling.end - falling.begin);
+  }
+  return share;
 }
 
 // ----- Without loss -----

@@ -5,6 +5,8 @@
 #include <gmpxx.h>
 
 #include <cstddef>
+#include <cstdint>
+#include <limits>
 #include <optional>
 #include <vector>
 
@@ -28,6 +30,7 @@ struct side_part {
   boundary::piece ends;
   xy a, b;
   int evaluations = 0;
+  double value = std::numeric_limits<double>::infinity();  // the least one that was found
   std::optional<std::size_t> site;  // the slot of a site on it that was evaluated
 };
 
@@ -37,6 +40,12 @@ class piece_solver {
 
   // Adds what f is like at a share of the way to the pool.
   found_place evaluate(side_part& s, double share);
+
+  // Whether `find_least` costs little beside some evaluations.
+  bool can_fold() const;
+  // The share of the way at which f is least, as far as doubles can tell, from what the pool says
+  // of the part. Sites that are linear where it can be count together. REQUIRES: `can_fold`.
+  double find_least(const side_part& s, const cut_pool::minimum& m);
 
   // The optimum of the part, which lies near a share of the way. REQUIRES: polyhedral gauges.
   found_place solve(const side_part& s, double share);
@@ -53,6 +62,7 @@ class piece_solver {
     found_place found;  // if neither
   };
 
+  affine_piece piece_at(const xy& at);
   test try_place(const side_part& s, const exact_xy& at);
   found_place solve_in_fractions(const side_part& s);
   mpq_class exact_value(const exact_xy& at);
@@ -65,7 +75,8 @@ class piece_solver {
   evaluator evaluate_;
   exact_edges edges_;
   double extent_ = 0;
-  std::size_t evaluations_ = 0;  // exact ones
+  std::vector<std::uint32_t> edge_;  // of each slot, in force at the last place
+  std::size_t evaluations_ = 0;      // that the evaluator does not count
 };
 
 }  // namespace planloc::detail
