@@ -110,6 +110,19 @@ TEST(LocationAllocation, AllPartitions) {
   }
 }
 
+// So many that prices move in groups: without them the bound is a third below the value.
+TEST(LocationAllocation, ManySites) {
+  instance_source source(12);
+  std::vector<site> sites;
+  for (int i = 0; i < 4100; ++i)
+    sites.push_back({source.uniform(0, 100), source.uniform(0, 100), source.uniform(1, 3)});
+  const allocation_problem p(sites, {gauge::euclidean()}, 100, {{30, 30}, {70, 40}});
+  const allocation a =
+      allocate(p, {.starts = 1, .shakes = 2, .lower_bound = true, .relative_gap = 0.15});
+  EXPECT_EQ(a.status, allocation_status::within_gap);
+  expect_proved(p, a);
+}
+
 TEST(LocationAllocation, TheSameWhateverTheThreads) {
   const allocation_problem p = fifty(7);
   const allocation one =

@@ -21,19 +21,19 @@ constexpr std::size_t kClustersPerRow = 16;
 
 }  // namespace
 
-dual_master::dual_master(std::size_t count, std::vector<double> most)
-    : sites_(most.size()), most_(std::move(most)), fixed_(2 * sites_ + 1) {
-  const std::size_t rows = sites_ + 1;
+dual_master::dual_master(std::size_t count, price_groups groups)
+    : rows_(groups.size.size()), groups_(std::move(groups)), fixed_(2 * rows_ + 1) {
+  const std::size_t rows = rows_ + 1;
   for (const double entry : {1.0, -1.0}) {
-    for (std::uint32_t i = 0; i < sites_; ++i) columns_.push_back({{i}, entry, 0});
+    for (std::uint32_t i = 0; i < rows_; ++i) columns_.push_back({{i}, {entry}, 0, {}});
   }
-  columns_.push_back({{static_cast<std::uint32_t>(sites_)}, 1, 0});
+  columns_.push_back({{static_cast<std::uint32_t>(rows_)}, {1}, 0, {}});
   basic_.assign(columns_.size(), 0);
   for (std::size_t i = 0; i < rows; ++i) {
-    basis_.push_back(i < sites_ ? i : fixed_ - 1);
+    basis_.push_back(i < rows_ ? i : fixed_ - 1);
     basic_[basis_[i]] = 1;
     const double spread = std::fmod(static_cast<double>(i) * 0.6180339887498949, 1.0);
-    right_.push_back(i < sites_ ? 1 + kPerturbation * spread : static_cast<double>(count));
+    right_.push_back(i < rows_ ? 1 + kPerturbation * spread : static_cast<double>(count));
   }
   level_ = right_;
   dual_.assign(rows, 0);
@@ -42,17 +42,35 @@ dual_master::dual_master(std::size_t count, std::vector<double> most)
   for (std::size_t i = 0; i < rows; ++i) inverse_[i * rows + i] = 1;
 }
 
-void dual_master::add_cluster(std::vector<std::uint32_t> sites, double cost) {
-  known_.insert(sites);
-  sites.push_back(static_cast<std::uint32_t>(sites_));
-  columns_.push_back({std::move(sites), 1, cost});
+void dual_master::add_cluster(std::vector<std::uint32_t> slots, double cost) {
+  known_.insert(slots);
+  std::vector<std::pair<std::uint32_t, double>> covered;
+  for (const std::uint32_t i : slots) {
+    covered.emplace_back(groups_.of[i], groups_.share[i]);
+    cost -= groups_.base[i];
+  }
+  std::sort(covered.begin(), covered.end());
+  column c{{}, {}, cost, std::move(slots)};
+  for (const auto& [group, share] : covered) {
+    if (!c.rows.empty() && c.rows.back() == group) {
+      c.entries.back() += share;
+    } else {
+      c.rows.push_back(group);
+      c.entries.push_back(share);
+    }
+  }
+  c.rows.push_back(static_cast<std::uint32_t>(rows_));
+  c.entries.push_back(1);
+  columns_.push_back(std::move(c));
   basic_.push_back(0);
 }
 
 void dual_master::set_box(std::span<const double> middle, double half_width) {
-  for (std::size_t i = 0; i < sites_; ++i) {
-    columns_[i].cost = std::min(most_[i], middle[i] + half_width);
-    columns_[sites_ + i].cost = -std::clamp(middle[i] - half_width, 0.0, most_[i]);
+  for (std::size_t i = 0; i < rows_; ++i) {
+    const double half = half_width * groups_.size[i];
+    columns_[i].cost = std::min(groups_.most[i], middle[i] + half);
+    columns_[rows_ + i].cost =
+        -std::min(std::max(middle[i] - half, groups_.least[i]), groups_.most[i]);
   }
 }
 
@@ -60,7 +78,9 @@ bool dual_master::at_box() const {
   for (std::size_t row = 0; row < basis_.size(); ++row) {
     const std::size_t k = basis_[row];
     if (k + 1 >= fixed_ || level_[row] <= 2 * kPerturbation) continue;
-    if (k < sites_ ? columns_[k].cost < most_[k] : columns_[k].cost < 0) return true;
+    if (k < rows_ ? columns_[k].cost < groups_.most[k]
+                  : -columns_[k].cost > groups_.least[k - rows_])
+      return true;
   }
   return false;
 }
@@ -81,16 +101,25 @@ std::vector<std::vector<std::uint32_t>> dual_master::foremost(std::size_t count)
   if (rows.size() > count) rows.resize(count);
   std::vector<std::vector<std::uint32_t>> result;
   for (const std::size_t row : rows) {
-    const std::vector<std::uint32_t>& r = columns_[basis_[row]].rows;
-    result.emplace_back(r.begin(), r.end() - 1);
+    result.push_back(columns_[basis_[row]].slots);
+  }
+  return result;
+}
+
+std::vector<dual_master::cluster> dual_master::known_clusters() const {
+  std::vector<cluster> result;
+  for (std::size_t k = fixed_; k < columns_.size(); ++k) {
+    double cost = columns_[k].cost;
+    for (const std::uint32_t i : columns_[k].slots) cost += groups_.base[i];
+    result.push_back({columns_[k].slots, cost});
   }
   return result;
 }
 
 double dual_master::reduced_cost(const column& c) const {
   double sum = 0;
-  for (const std::uint32_t row : c.rows) sum += dual_[row];
-  return c.cost - c.entry * sum;
+  for (std::size_t k = 0; k < c.rows.size(); ++k) sum += c.entries[k] * dual_[c.rows[k]];
+  return c.cost - sum;
 }
 
 // Judges all columns and keeps the most promising ones, by the gain for a site covered.
@@ -131,9 +160,9 @@ std::size_t dual_master::entering() {
 void dual_master::transform(const column& c) {
   const std::size_t rows = basis_.size();
   std::fill(alpha_.begin(), alpha_.end(), 0);
-  for (const std::uint32_t row : c.rows) {
-    const double* from = inverse_.data() + row * rows;
-    for (std::size_t i = 0; i < rows; ++i) alpha_[i] += c.entry * from[i];
+  for (std::size_t k = 0; k < c.rows.size(); ++k) {
+    const double* from = inverse_.data() + c.rows[k] * rows;
+    for (std::size_t i = 0; i < rows; ++i) alpha_[i] += c.entries[k] * from[i];
   }
 }
 
@@ -235,8 +264,7 @@ void dual_master::drop_idle() {
   std::size_t kept = 0;
   for (std::size_t k = 0; k < columns_.size(); ++k) {
     if (drop[k] != 0) {
-      columns_[k].rows.pop_back();
-      known_.erase(columns_[k].rows);
+      known_.erase(columns_[k].slots);
       continue;
     }
     number[k] = kept;
