@@ -10,8 +10,12 @@
 #include <random>
 #include <set>
 #include <string>
+#include <thread>
 #include <utility>
+#include <vector>
 
+#include "planloc/foundation/containers/random_source.h"
+#include "planloc/foundation/geometry/exact_orientation.h"
 #include "planloc/foundation/geometry/hull.h"
 #include "tests/foundation/rat_cases.h"
 #include "tests/foundation/reports.h"
@@ -172,6 +176,76 @@ TEST(Hull, RandomAndNearlyCollinear) {
         L.append(family(i, x, static_cast<double>(random() % 5)));
       }
       expect_hull(L);
+    }
+  }
+}
+
+// The hull with all points sorted and every step of the shuffle made, vertex ids included.
+std::vector<long> plain_hull(const list<point>& L) {
+  std::vector<point> shuffled(L.begin(), L.end());
+  for (std::size_t i = shuffled.size(); i > 1; --i) {
+    std::swap(shuffled[i - 1],
+              shuffled[static_cast<std::size_t>(random_below(static_cast<int>(i)))]);
+  }
+  std::vector<point> sorted = shuffled;
+  std::stable_sort(sorted.begin(), sorted.end(),
+                   [](const point& a, const point& b) { return compare(a, b) < 0; });
+  sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
+  std::vector<point> hull;
+  for (const bool upper : {false, true}) {
+    const std::size_t base = hull.size();
+    for (const point& p : sorted) {
+      while (hull.size() >= base + 2 &&
+             detail::exact_orientation(hull[hull.size() - 2], hull.back(), p) <= 0) {
+        hull.pop_back();
+      }
+      hull.push_back(p);
+    }
+    if (sorted.size() > 1 || (sorted.size() == 1 && upper)) hull.pop_back();
+    std::reverse(sorted.begin(), sorted.end());
+  }
+  const auto earlier = [&](const point& a, const point& b) {
+    const auto place = [&](const point& p) {
+      return std::find_if(shuffled.begin(), shuffled.end(),
+                          [&](const point& q) { return q.id() == p.id(); });
+    };
+    return place(a) < place(b);
+  };
+  std::rotate(hull.begin(), std::min_element(hull.begin(), hull.end(), earlier), hull.end());
+  std::vector<long> ids;
+  for (const point& p : hull) ids.push_back(p.id());
+  return ids;
+}
+
+TEST(Hull, InnerPointsLeaveNoTrace) {
+  std::mt19937 random(17);
+  std::uniform_real_distribution<double> unit(0.0, 1.0);
+  const auto lattice = [&] { return static_cast<double>(random() % 9); };
+  const std::function<point()> families[] = {
+      [&] { return point(unit(random), 0.5 * unit(random)); },
+      [&] { return point(lattice(), lattice()); },
+      [&] { return point(lattice(), 3.0); },
+      [&] { return point(7.0, 3.0); },
+      [&] {
+        const double angle = 2 * M_PI * unit(random);
+        return point(std::cos(angle), std::sin(angle));
+      },
+      [&] { return point(std::ldexp(unit(random), 1023), std::ldexp(unit(random), -1000)); },
+      [&] { return point(random() % 50 == 0 ? HUGE_VAL : unit(random), unit(random)); },
+      [&] { return point(0.1 * lattice() + 0.7, 0.3 * lattice()); },
+  };
+  for (std::size_t f = 0; f < std::size(families); ++f) {
+    for (const int size : {0, 1, 2, 63, 64, 100, 1000}) {
+      list<point> L;
+      for (int i = 0; i < size; ++i) L.append(families[f]());
+      std::vector<long> plain;
+      std::vector<long> own;
+      // A new thread has the random source at its start.
+      std::thread([&] { plain = plain_hull(L); }).join();
+      std::thread([&] {
+        for (const point& p : CONVEX_HULL(L)) own.push_back(p.id());
+      }).join();
+      EXPECT_EQ(own, plain) << "family " << f << ", " << size << " points";
     }
   }
 }

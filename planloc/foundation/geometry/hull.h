@@ -15,7 +15,8 @@ namespace planloc {
 // 3. Which vertex stands first is left to the random source of the process, which shuffles a copy
 //    of L: it is the vertex that comes first there.
 // 4. Points with a coordinate that is not a number are left out.
-// Time O(n log n). Method: monotone chain (A. M. Andrew, 1979).
+// Time O(n log n), as a rule O(n). Method: monotone chain (A. M. Andrew, 1979) of the points that
+// no eight corners enclose (S. G. Akl, G. T. Toussaint, 1978).
 list<point> CONVEX_HULL(const list<point>& L);
 
 }  // namespace planloc
