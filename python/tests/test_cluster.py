@@ -1,6 +1,5 @@
 """Batches on a scheduler and worker processes of their own on the loopback address."""
 
-import os
 import signal
 import threading
 import time
@@ -8,16 +7,16 @@ import time
 import numpy as np
 import planloc
 import pytest
-from planloc import batches, cluster as engine
+from loopback import Loopback
+from planloc import batches, cluster
 
-distributed = pytest.importorskip("distributed")
+pytest.importorskip("distributed")
 
 
-@pytest.fixture
-def cluster():
-    with distributed.LocalCluster(n_workers=2, threads_per_worker=1, host="127.0.0.1",
-                                  dashboard_address=None, silence_logs=50) as running:
-        yield running
+@pytest.fixture(scope="module")
+def running(tmp_path_factory):
+    with Loopback(tmp_path_factory.mktemp("dask"), workers=2) as started:
+        yield started
 
 
 @pytest.fixture
@@ -28,11 +27,71 @@ def problem():
 
 
 def same(left, right):
-    return (np.array_equal(left.points, right.points) and np.array_equal(left.values, right.values)
-            and np.array_equal(left.lower_bounds, right.lower_bounds))
+    return all(np.array_equal(a, b, equal_nan=True) for a, b in [
+        (left.points, right.points), (left.values, right.values),
+        (left.lower_bounds, right.lower_bounds), (left.status_codes, right.status_codes),
+        (left.values_at, right.values_at)])  # fmt: skip
 
 
-def test_a_worker_dies_and_another_joins_late(cluster, problem, monkeypatch):
+def test_every_column_travels(running, problem):
+    plain = planloc.Problem(problem.sites, gauge="octagon")
+    random = np.random.default_rng(4)
+    batches_of = [
+        (problem, {"weight": random.uniform(1, 2, (30, 8))}, {"at": (0.5, 0.5), "chunk": 7}),
+        (plain, {"objective": ["median", "centre", "range"] * 7, "gauge": ["l1", "octagon", "euclid"] * 7},
+         {"chunk": 4}),
+        (plain, {"new": [1, 4, 2, 3, 1], "seed": range(5), "weight": random.uniform(1, 2, (5, 8))},
+         {"bound": True, "existing": [(0.1, 0.1)]}),
+        (plain, {"weight": planloc.drawn(10, spread=0.1)}, {}),
+    ]  # fmt: skip
+    with running.client() as client:
+        for base, changes, options in batches_of:
+            alone = planloc.scenarios(base, changes, **options)
+            assert same(alone, planloc.scenarios(base, changes, client=client, **options))
+
+
+def test_what_is_wrong_is_told_and_ends_all(running, problem):
+    rows = np.ones((40, 8))
+    rows[33, 2] = -1
+    with running.client() as client:
+        with pytest.raises(ValueError, match="scenario 33: weight of site 2 is -1"):
+            planloc.scenarios(problem, {"weight": rows}, client=client, chunk=5)
+        threading.Timer(1.0, signal.raise_signal, [signal.SIGINT]).start()
+        with pytest.raises(KeyboardInterrupt):
+            planloc.scenarios(problem, {"weight": planloc.drawn(10**6, spread=0.1)}, client=client,
+                              chunk=5)
+        end = time.monotonic() + 60
+        while any(client.processing().values()):
+            assert time.monotonic() < end, "chunks are left on the workers"
+            time.sleep(0.1)
+
+
+def test_a_hundred_thousand_chunks_need_no_room(running, monkeypatch):
+    """The first five hundred of them: what would be kept for the others, or of those done, shows."""
+    psutil = pytest.importorskip("psutil")
+    processes = [psutil.Process(), psutil.Process(running.scheduler.pid)]
+    put, sizes, done = batches._Gathered.put, [], []
+
+    class Enough(Exception):
+        pass
+
+    def watch(self, first, part):
+        put(self, first, part)
+        done.append(first)
+        if len(done) in (100, 500):
+            sizes.append([p.memory_info().rss for p in processes])
+        if len(done) == 500:
+            raise Enough
+
+    monkeypatch.setattr(batches._Gathered, "put", watch)
+    change = {"weight": planloc.drawn(100_000, spread=0.2)}
+    with running.client() as client, pytest.raises(Enough):
+        planloc.scenarios(planloc.Problem([(0, 0), (1, 2)]), change, client=client, chunk=1)
+    grown = np.diff(sizes, axis=0)[0] / 2**20
+    assert (grown < 8).all(), grown
+
+
+def test_a_worker_dies_and_another_joins_late(running, problem, monkeypatch):
     change = {"weight": planloc.drawn(400, spread=0.2, seed=1)}
     alone = planloc.scenarios(problem, change)
     done, under_way = [], []
@@ -41,34 +100,27 @@ def test_a_worker_dies_and_another_joins_late(cluster, problem, monkeypatch):
     def watch(self, first, part):
         put(self, first, part)
         done.append(first)
+        if len(done) == 5:
+            running.workers[0].kill()
         if len(done) == 10:
+            running.add_worker()
             wait_for_a_new_worker()
         under_way.append(len(client.futures))
 
     def wait_for_a_new_worker():
         """So that there is work left for it: only a few chunks are under way."""
         end = time.monotonic() + 120
-        while not set(client.scheduler_info()["workers"]) - set(first):
+        while not set(client.scheduler_info()["workers"]) - first_workers:
             assert time.monotonic() < end, "no worker joined"
             time.sleep(0.05)
 
     monkeypatch.setattr(batches._Gathered, "put", watch)
-    with distributed.Client(cluster) as client:
-        first = client.run(os.getpid)
+    with running.client() as client:
+        first_workers = set(client.scheduler_info()["workers"])
         client.get_task_stream()  # from here on the scheduler notes who ran what
-
-        def disturb():
-            while len(done) < 5:
-                time.sleep(0.01)
-            os.kill(next(iter(first.values())), signal.SIGKILL)
-            cluster.scale(3)
-
-        side = threading.Thread(target=disturb)
-        side.start()
         shared = planloc.scenarios(problem, change, client=client, chunk=5)
-        side.join()
         ran_on = {task["worker"] for task in client.get_task_stream()}
     assert same(alone, shared)
     assert sorted(done) == list(range(0, 400, 5))
-    assert max(under_way) <= engine.AHEAD * 3 + 1, "the client holds more than a few chunks a thread"
-    assert ran_on - set(first), "the worker that joined got no work"
+    assert max(under_way) <= cluster.AHEAD * 3 + 1, "the client holds more than a few chunks a thread"
+    assert ran_on - first_workers, "the worker that joined got no work"
