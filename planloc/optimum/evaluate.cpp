@@ -91,46 +91,58 @@ xy mean_position(std::span<const site> sites) {
 distance_table::distance_table(const problem& p) : base(mean_position(p.sites())) {
   const std::span<const planloc::site> sites = p.sites();
   const std::size_t n = sites.size();
-  std::vector<std::uint32_t> next(p.gauges().size() + 1);
+  std::vector<std::uint32_t> next(p.gauges().size() + 1);  // slot of each gauge
   for (const planloc::site& s : sites) ++next[s.gauge + 1];
   std::partial_sum(next.begin(), next.end(), next.begin());
-  site.resize(n);
-  for (std::uint32_t i = 0; i < n; ++i) site[next[sites[i].gauge]++] = i;
+  std::vector<std::uint32_t> block(p.gauges().size());
+  for (std::uint32_t g = 0; g < block.size(); ++g) {
+    block[g] = static_cast<std::uint32_t>(blocks.size());
+    if (next[g] < next[g + 1]) add_block(p.gauges()[g], next[g], next[g + 1]);
+  }
   x.resize(n);
   y.resize(n);
   weight.resize(n);
+  site.resize(n);
   block_of.resize(n);
-  double steep = 0;  // of the block's gauge
-  for (std::uint32_t slot = 0; slot < n; ++slot) {
-    const planloc::site& s = sites[site[slot]];
+  for (std::uint32_t i = 0; i < n; ++i) {
+    const planloc::site& s = sites[i];
+    const std::uint32_t slot = next[s.gauge]++;
+    x[slot] = s.x - base.x;
+    y[slot] = s.y - base.y;
     weight[slot] = s.weight;
-    if (slot == 0 || s.gauge != sites[site[slot - 1]].gauge) {
-      const gauge& g = p.gauges()[s.gauge];
-      const std::span<const xy> v = g.vertices();
-      if (!blocks.empty()) blocks.back().end = slot;
-      blocks.push_back({g.kind(), g.p(), slot, slot, static_cast<std::uint32_t>(edges.size()),
-                        static_cast<std::uint32_t>(v.size()), 0, 0});
-      steep = 0;
-      for (std::size_t j = 0; j < v.size(); ++j) {
-        const xy& a = v[j];
-        const xy& b = v[(j + 1) % v.size()];
-        const double area = cross_product(a, b);
-        edges.push_back({a, {(b.y - a.y) / area, (a.x - b.x) / area}});
-        steep =
-            std::max(steep, std::fabs(edges.back().normal.x) + std::fabs(edges.back().normal.y));
-      }
-      for (std::uint32_t j = 0; j < v.size(); ++j) {
-        const bool upper_before = upper_half(v[(j + v.size() - 1) % v.size()]);
-        const bool upper = upper_half(v[j]);
-        if (upper_before && !upper) blocks.back().first_lower = j;
-        if (!upper_before && upper) blocks.back().first_upper = j;
-      }
-    }
-    block_of[slot] = static_cast<std::uint32_t>(blocks.size() - 1);
-    steepest = std::max(steepest, s.weight * steep);
+    site[slot] = i;
+    block_of[slot] = block[s.gauge];
   }
-  blocks.back().end = static_cast<std::uint32_t>(n);
-  count_from(p, base);
+  for (const gauge_block& b : blocks) {
+    double steep = 0;
+    for (std::uint32_t e = b.first_edge; e < b.first_edge + b.edges; ++e)
+      steep = std::max(steep, std::fabs(edges[e].normal.x) + std::fabs(edges[e].normal.y));
+    steepest = std::max(
+        steepest, steep * *std::max_element(weight.begin() + b.begin, weight.begin() + b.end));
+  }
+}
+
+void distance_table::add_block(const gauge& g, std::uint32_t begin, std::uint32_t end) {
+  const std::span<const xy> v = g.vertices();
+  gauge_block b{g.kind(),
+                g.p(),
+                begin,
+                end,
+                static_cast<std::uint32_t>(edges.size()),
+                static_cast<std::uint32_t>(v.size()),
+                0,
+                0};
+  for (std::uint32_t j = 0; j < v.size(); ++j) {
+    const xy& from = v[j];
+    const xy& to = v[(j + 1) % v.size()];
+    const double area = cross_product(from, to);
+    edges.push_back({from, {(to.y - from.y) / area, (from.x - to.x) / area}});
+    const bool upper_before = upper_half(v[(j + v.size() - 1) % v.size()]);
+    const bool upper = upper_half(from);
+    if (upper_before && !upper) b.first_lower = j;
+    if (!upper_before && upper) b.first_upper = j;
+  }
+  blocks.push_back(b);
 }
 
 distance_table distance_table::only(std::span<const std::uint32_t> slots) const {

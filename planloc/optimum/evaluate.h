@@ -85,6 +85,7 @@ class distance_table {
 
  private:
   distance_table() = default;
+  void add_block(const gauge& g, std::uint32_t begin, std::uint32_t end);
 };
 
 // f and a subgradient at `at`.

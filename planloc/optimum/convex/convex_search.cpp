@@ -106,10 +106,9 @@ class convex_search {
 
   void prove();
   bool prove_snapped(const exact_xy& at);
-  void accept(const exact_place& place, optimality o);
+  void accept(const exact_place& place, const optimality& o);
   void prove_by_exact_cuts();
   exact_xy absolute(const xy& at) const;
-  affine_piece to_piece(const optimality::supporting_piece& s) const;
 
   const problem& problem_;
   const minimise_options& options_;
@@ -278,9 +277,9 @@ bool convex_search::prove_snapped(const exact_xy& at) {
   for (const cut_model::support& s : model_.supports()) {
     hints.push_back({s.place.x - here.x, s.place.y - here.y});
   }
-  optimality o = test_optimality(place, hints);
+  const optimality o = test_optimality(place, hints);
   if (!o.support.empty()) {
-    accept(place, std::move(o));
+    accept(place, o);
     return true;
   }
   take(evaluate_(here));
@@ -290,12 +289,11 @@ bool convex_search::prove_snapped(const exact_xy& at) {
   return false;
 }
 
-void convex_search::accept(const exact_place& place, optimality o) {
+void convex_search::accept(const exact_place& place, const optimality& o) {
   convex_certificate c;
-  for (auto& s : o.support) {
-    c.pieces.push_back(to_piece(s));
-    // The set of optima starts from the pieces where there are fewer than three.
-    if (o.support.size() == 3) s.choice = {};
+  for (const auto& s : o.support) {
+    c.pieces.push_back(place.piece(s.choice));
+    c.pieces.back().multiplier = s.multiplier;
   }
   result_.proof = std::move(c);
   result_.status = solution_status::optimal;
@@ -338,8 +336,8 @@ void convex_search::prove_by_exact_cuts() {
   exact_xy at = absolute(best_.at);
   for (;;) {
     const exact_place place(problem_, table_, *edges_, at);
-    optimality o = test_optimality(place, {});
-    if (!o.support.empty()) return accept(place, std::move(o));
+    const optimality o = test_optimality(place, {});
+    if (!o.support.empty()) return accept(place, o);
     const xy here = to_nearest(exact_xy{at.x - table_.base.x, at.y - table_.base.y});
     const evaluation e = evaluate_(here);
     if (e.value < best_.value) best_ = e;
@@ -347,19 +345,6 @@ void convex_search::prove_by_exact_cuts() {
     cuts.add_pieces_at(place, o.descent);
     at = cuts.minimiser();
   }
-}
-
-affine_piece convex_search::to_piece(const optimality::supporting_piece& s) const {
-  affine_piece piece;
-  piece.multiplier = s.multiplier;
-  piece.edge.resize(table_.size());
-  for (std::size_t slot = 0; slot < table_.size(); ++slot)
-    piece.edge[table_.site[slot]] = s.choice.edge[slot];
-  if (s.choice.rank.empty()) return piece;
-  piece.rank.resize(table_.size());
-  for (std::size_t slot = 0; slot < table_.size(); ++slot)
-    piece.rank[table_.site[slot]] = s.choice.rank[slot];
-  return piece;
 }
 
 solution over_the_plane(const problem& p, const minimise_options& options) {

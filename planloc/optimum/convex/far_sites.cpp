@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <numeric>
+#include <span>
 #include <utility>
 
 #include "planloc/optimum/convex/cut_model.h"
@@ -20,6 +20,7 @@ constexpr std::size_t kFewFar = 24;
 // To these relative gaps the centres of fewer and fewer sites are found.
 constexpr std::array kGaps{1e-2, 1e-4, 1e-7, 1e-7, 1e-7, 1e-7};
 constexpr int kMostRounds = 60;
+constexpr std::size_t kLanes = 8;
 // Above this relative gap the next place is half way to the best one.
 constexpr double kHalfWayGap = 1e-3;
 // Of the value and of the box, and of the sites' extent: what is left for roundings.
@@ -27,16 +28,27 @@ constexpr double kMargin = 1e-9;
 constexpr double kMarginOfExtent = 1e-12;
 constexpr double kProofMargin = 3e-12;  // of the value: what proofs by intervals lose
 
-// The slots with the largest distances.
+// The slot with the largest distance of [begin, end). Without a branch a slot.
+std::uint32_t farthest_of(std::span<const double> distance, std::size_t begin, std::size_t end) {
+  std::array<double, kLanes> most{};
+  std::size_t k = begin;
+  for (; k + kLanes <= end; k += kLanes) {
+    for (std::size_t j = 0; j < kLanes; ++j)
+      most[j] = distance[k + j] > most[j] ? distance[k + j] : most[j];
+  }
+  double largest = *std::max_element(most.begin(), most.end());
+  for (; k < end; ++k) largest = std::max(largest, distance[k]);
+  for (k = begin; k + 1 < end && distance[k] != largest;) ++k;
+  return static_cast<std::uint32_t>(k);
+}
+
+// The farthest slots of as many stretches.
 std::vector<std::uint32_t> farthest_slots(const std::vector<double>& distance) {
-  std::vector<std::uint32_t> slots(distance.size());
-  std::iota(slots.begin(), slots.end(), 0U);
-  const std::size_t count = std::max(kFirstFar, distance.size() / kFirstShare);
-  const auto end = slots.begin() + static_cast<std::ptrdiff_t>(count);
-  std::nth_element(slots.begin(), end, slots.end(),
-                   [&](std::uint32_t a, std::uint32_t b) { return distance[a] > distance[b]; });
-  slots.erase(end, slots.end());
-  std::sort(slots.begin(), slots.end());
+  const std::size_t n = distance.size();
+  const std::size_t count = std::max(kFirstFar, n / kFirstShare);
+  std::vector<std::uint32_t> slots;
+  for (std::size_t k = 0; k < count; ++k)
+    slots.push_back(farthest_of(distance, k * n / count, (k + 1) * n / count));
   return slots;
 }
 
@@ -48,6 +60,7 @@ class far_search {
       : problem_(p),
         all_(p),
         extent_(2 * largest_coordinate()),
+        rounding_(rounding()),
         best_(farthest(all_, {0, 0})),
         looked_at_(farthest_slots(distance_)),
         some_(all_.only(looked_at_)),
@@ -67,6 +80,7 @@ class far_search {
   const problem& problem_;
   distance_table all_;
   double extent_;
+  double rounding_;  // a bound of what the roundings of positions do to a distance
   std::vector<double> distance_;
   evaluation best_;
   std::uint32_t farthest_;  // slot of the table that was evaluated last
@@ -76,19 +90,19 @@ class far_search {
 };
 
 double far_search::largest_coordinate() const {
-  double most = 0;
-  for (std::size_t slot = 0; slot < all_.size(); ++slot)
-    most = std::max({most, std::fabs(all_.x[slot]), std::fabs(all_.y[slot])});
-  return most;
+  xy most{0, 0};
+  for (std::size_t slot = 0; slot < all_.size(); ++slot) {
+    const xy at{std::fabs(all_.x[slot]), std::fabs(all_.y[slot])};
+    most = {at.x > most.x ? at.x : most.x, at.y > most.y ? at.y : most.y};
+  }
+  return std::max(most.x, most.y);
 }
 
 evaluation far_search::farthest(const distance_table& t, const xy& at) {
   distance_.resize(t.size());
   t.distances(at, distance_, {});
-  const auto most = std::max_element(distance_.begin(), distance_.end());
-  const auto slot = static_cast<std::uint32_t>(most - distance_.begin());
-  farthest_ = slot;
-  return {at, *most, t.piece(slot, at).slope};
+  farthest_ = farthest_of(distance_, 0, t.size());
+  return {at, distance_[farthest_], t.piece(farthest_, at).slope};
 }
 
 // The centre of the sites that are looked at.
@@ -121,7 +135,6 @@ xy steepest(const distance_table& t, const gauge_block& block) {
   return most;
 }
 
-// A bound of what the roundings of positions do to a distance.
 double far_search::rounding() const {
   double most = 0;
   for (const gauge_block& block : all_.blocks) {
@@ -138,7 +151,7 @@ double far_search::rounding() const {
 std::vector<std::uint32_t> far_search::far_slots(const place_box& b) const {
   const xy reach{std::max(b.high.x - best_.at.x, best_.at.x - b.low.x),
                  std::max(b.high.y - best_.at.y, best_.at.y - b.low.y)};
-  const double least = model_.bound() * (1 - kMargin) - rounding();
+  const double least = model_.bound() * (1 - kMargin) - rounding_;
   std::vector<std::uint32_t> slots;
   for (const gauge_block& block : all_.blocks) {
     const xy steep = steepest(all_, block);
@@ -152,7 +165,7 @@ std::vector<std::uint32_t> far_search::far_slots(const place_box& b) const {
 
 // Holds all places that are no worse than the best.
 place_box far_search::level_box() const {
-  const place_box level = model_.level_box(best_.value * (1 + kMargin) + rounding());
+  const place_box level = model_.level_box(best_.value * (1 + kMargin) + rounding_);
   const double margin = kMargin * level.size() + kMarginOfExtent * extent_;
   return {{level.low.x - margin, level.low.y - margin},
           {level.high.x + margin, level.high.y + margin}};

@@ -16,28 +16,24 @@ constexpr std::size_t kMostTied = 32;
 // Above this many jumps of the order weights the distances are sorted.
 constexpr std::size_t kJumpsToSplit = 12;
 
-exact_xy absolute(const distance_table& t, const xy& at) {
-  return {mpq_class(t.base.x) + at.x, mpq_class(t.base.y) + at.y};
-}
-
 double length(const xy& v) { return std::sqrt(v.x * v.x + v.y * v.y); }
 
 // Where two weighted edges tell the same distance. Without divisions: the normal is `scale` times
 // the difference of the slopes.
 struct scaled_line {
-  exact_xy normal;
-  exact_xy of_first, of_second;  // the two slopes times `scale`
-  mpq_class scale;
+  dyadic_xy normal;
+  dyadic_xy of_first, of_second;  // the two slopes times `scale`
+  dyadic scale;
 };
 
 scaled_line bisector(const distance_table& t, exact_edges& edges, std::uint32_t slot,
                      std::uint32_t edge, std::uint32_t other, std::uint32_t other_edge) {
-  const exact_edges::dyadic_edge& a = edges.dyadic(edge);
-  const exact_edges::dyadic_edge& b = edges.dyadic(other_edge);
-  const mpq_class of_a = t.weight[slot] * b.area;
-  const mpq_class of_b = t.weight[other] * a.area;
-  const exact_xy na{of_a * a.x, of_a * a.y};
-  const exact_xy nb{of_b * b.x, of_b * b.y};
+  const exact_edges::dyadic_edge& a = edges.dyadic_of(edge);
+  const exact_edges::dyadic_edge& b = edges.dyadic_of(other_edge);
+  const dyadic of_a = t.weight[slot] * b.area;
+  const dyadic of_b = t.weight[other] * a.area;
+  const dyadic_xy na{of_a * a.x, of_a * a.y};
+  const dyadic_xy nb{of_b * b.x, of_b * b.y};
   return {{na.x - nb.x, na.y - nb.y}, na, nb, a.area * b.area};
 }
 
@@ -100,11 +96,11 @@ class line_collector {
     xy unit{normal.x / size, normal.y / size};
     if (!(size > kLeastDifference * table_.weight[s] * length(ns))) {
       const scaled_line line = bisector(table_, edges_, s, es, t, et);
-      const xy rounded = to_nearest(line.normal);
+      const xy rounded = to_nearest(value_of(line.normal));
       const double scaled = length(rounded);
       if (scaled == 0) return;
       unit = {rounded.x / scaled, rounded.y / scaled};
-      size = scaled / line.scale.get_d();
+      size = scaled / line.scale.value().get_d();
     }
     const double distance = std::fabs(distance_[s] - distance_[t]) / size;
     if (distance <= reach_) lines_.push_back({s, es, t, et, unit, distance});
@@ -170,11 +166,15 @@ class line_collector {
   std::vector<break_line> lines_;
 };
 
+mpq_class quotient(const mpq_class& a, const mpq_class& b) { return a / b; }
+
 // Where a . x == a_right and b . x == b_right. REQUIRES: not parallel.
-exact_xy crossing(const exact_xy& a, const mpq_class& a_right, const exact_xy& b,
-                  const mpq_class& b_right) {
-  const mpq_class area = cross(a, b);
-  return {(a_right * b.y - b_right * a.y) / area, (a.x * b_right - b.x * a_right) / area};
+template <class Number>
+exact_xy crossing(const exact_pair<Number>& a, const Number& a_right, const exact_pair<Number>& b,
+                  const Number& b_right) {
+  const Number area = cross(a, b);
+  return {quotient(Number(a_right * b.y - b_right * a.y), area),
+          quotient(Number(a.x * b_right - b.x * a_right), area)};
 }
 
 }  // namespace
@@ -184,17 +184,17 @@ break_lines::break_lines(const problem& p, const distance_table& table, exact_ed
     : problem_(p),
       table_(table),
       edges_(edges),
-      near_(absolute(table, near)),
+      near_{dyadic(table.base.x) + near.x, dyadic(table.base.y) + near.y},
       lines_(line_collector(p, table, edges, near, reach).collect()) {}
 
 break_lines::exact_line break_lines::exact(const break_line& l) const {
   const auto position = [this](std::uint32_t slot) {
     const site& s = problem_.sites()[table_.site[slot]];
-    return to_exact({s.x, s.y});
+    return dyadic_xy{s.x, s.y};
   };
   if (l.is_ray()) {
     const xy& v = table_.edges[l.edge].from;
-    const exact_xy normal{mpq_class(-v.y), mpq_class(v.x)};
+    const dyadic_xy normal{-v.y, v.x};
     return {normal, dot(normal, position(l.slot))};
   }
   const scaled_line b = bisector(table_, edges_, l.slot, l.edge, l.other, l.other_edge);
@@ -202,7 +202,7 @@ break_lines::exact_line break_lines::exact(const break_line& l) const {
 }
 
 break_lines::snapped break_lines::snap(double reach) const {
-  if (lines_.empty() || lines_[0].distance > reach) return {near_, 0};
+  if (lines_.empty() || lines_[0].distance > reach) return {value_of(near_), 0};
   const break_line& first = lines_[0];
   const break_line* second = nullptr;
   double best = 0;
@@ -215,8 +215,10 @@ break_lines::snapped break_lines::snap(double reach) const {
   }
   const exact_line a = exact(first);
   if (second == nullptr) {
-    const mpq_class step = (a.right - dot(a.normal, near_)) / dot(a.normal, a.normal);
-    return {{near_.x + step * a.normal.x, near_.y + step * a.normal.y}, 1};
+    const mpq_class step = quotient(a.right - dot(a.normal, near_), dot(a.normal, a.normal));
+    const exact_xy normal = value_of(a.normal);
+    const exact_xy near = value_of(near_);
+    return {{near.x + step * normal.x, near.y + step * normal.y}, 1};
   }
   const exact_line b = exact(*second);
   return {crossing(a.normal, a.right, b.normal, b.right), 2};
@@ -233,7 +235,7 @@ std::vector<exact_xy> break_lines::crossings(const exact_xy& from, const exact_x
     const double sine = std::fabs(l.unit.x * rounded.x + l.unit.y * rounded.y) / length(rounded);
     if (sine < kLeastSine) continue;
     const exact_line other = exact(l);
-    exact_xy at = crossing(normal, right, other.normal, other.right);
+    exact_xy at = crossing(normal, right, value_of(other.normal), other.right.value());
     if (std::find(result.begin(), result.end(), at) == result.end())
       result.push_back(std::move(at));
   }

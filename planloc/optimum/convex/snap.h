@@ -43,15 +43,15 @@ class break_lines {
  private:
   // normal . x == right
   struct exact_line {
-    exact_xy normal;
-    mpq_class right;
+    dyadic_xy normal;
+    dyadic right;
   };
   exact_line exact(const break_line& l) const;
 
   const problem& problem_;
   const distance_table& table_;
   exact_edges& edges_;
-  exact_xy near_;
+  dyadic_xy near_;
   std::vector<break_line> lines_;  // the nearest first
 };
 

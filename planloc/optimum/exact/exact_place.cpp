@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
+#include <map>
 
 #include "planloc/foundation/numeric/round_quotient.h"
 #include "planloc/optimum/exact/exact_sum.h"
@@ -46,27 +48,34 @@ int dot_sign(const exact_slope& s, const exact_xy& v) {
   return sgn(mpz_class(s.x * v.x.get_num() * v.y.get_den() + s.y * v.y.get_num() * v.x.get_den()));
 }
 
-const exact_edges::dyadic_edge& exact_edges::dyadic(std::size_t edge) {
-  if (!dyadic_[edge]) {
+exact_edges::known_edge& exact_edges::known(std::size_t edge) {
+  const auto [it, is_new] = edges_.try_emplace(edge);
+  if (is_new) {
     const auto block =
         std::upper_bound(table_.blocks.begin(), table_.blocks.end(), edge,
                          [](std::size_t e, const gauge_block& b) { return e < b.first_edge; }) -
         1;
     const std::size_t next =
         edge + 1 == block->first_edge + block->edges ? block->first_edge : edge + 1;
-    const exact_xy a = to_exact(table_.edges[edge].from);
-    const exact_xy b = to_exact(table_.edges[next].from);
-    dyadic_[edge] = {b.y - a.y, a.x - b.x, cross(a, b)};
+    const xy& v = table_.edges[edge].from;
+    const xy& w = table_.edges[next].from;
+    const dyadic_xy a{v.x, v.y};
+    const dyadic_xy b{w.x, w.y};
+    it->second.undivided = {b.y - a.y, a.x - b.x, cross(a, b)};
   }
-  return *dyadic_[edge];
+  return it->second;
+}
+
+const exact_edges::dyadic_edge& exact_edges::dyadic_of(std::size_t edge) {
+  return known(edge).undivided;
 }
 
 const exact_xy& exact_edges::normal(std::size_t edge) {
-  if (!normals_[edge]) {
-    const dyadic_edge& e = dyadic(edge);
-    normals_[edge] = {e.x / e.area, e.y / e.area};
-  }
-  return *normals_[edge];
+  known_edge& k = known(edge);
+  if (!k.normal)
+    k.normal = {quotient(k.undivided.x, k.undivided.area),
+                quotient(k.undivided.y, k.undivided.area)};
+  return *k.normal;
 }
 
 // ----- What meets at the place -----
@@ -78,15 +87,16 @@ exact_place::exact_place(const problem& p, const distance_table& table, exact_ed
       edges_(edges),
       at_(std::move(at)),
       rounded_(to_nearest(at_)),
-      edge_(table.size()),
-      distance_(table.size()),
-      error_(table.size()) {
+      rest_{to_nearest(mpq_class(at_.x - rounded_.x)), to_nearest(mpq_class(at_.y - rounded_.y))},
+      edge_(table.size()) {
   find_edges();
-  if (p.runs().size() > 1) find_ranks();
-}
-
-const exact_xy& exact_place::normal(std::uint32_t slot, std::uint32_t edge) const {
-  return edges_.normal(table_.blocks[table_.block_of[slot]].first_edge + edge);
+  if (p.runs().size() > 1) {
+    find_ranks();
+  } else {
+    long double sum = 0;
+    for (std::uint32_t slot = 0; slot < table_.size(); ++slot) sum += distance(slot).value;
+    value_ = static_cast<double>(p.runs()[0].weight * sum);
+  }
 }
 
 // Certain although u is rounded: each coordinate of u is off by at most 2^-52 |u| + 2^-104 |at|,
@@ -99,31 +109,35 @@ bool exact_place::surely_inside(const gauge_block& b, std::uint32_t edge, const 
   return v.x * u.y - v.y * u.x > bound * largest(v) && u.x * w.y - u.y * w.x > bound * largest(w);
 }
 
+xy exact_place::offset(std::uint32_t slot) const {
+  const site& s = site_of(slot);
+  return {difference(rounded_.x, s.x, rest_.x), difference(rounded_.y, s.y, rest_.y)};
+}
+
 void exact_place::find_edges() {
-  const xy rest{to_nearest(mpq_class(at_.x - rounded_.x)),
-                to_nearest(mpq_class(at_.y - rounded_.y))};
   for (std::uint32_t slot = 0; slot < table_.size(); ++slot) {
     const gauge_block& b = table_.blocks[table_.block_of[slot]];
-    const site& s = site_of(slot);
-    const xy u{difference(rounded_.x, s.x, rest.x), difference(rounded_.y, s.y, rest.y)};
+    const xy u = offset(slot);
     edge_[slot] = table_.active_edge(b, u);
-    if (!surely_inside(b, edge_[slot], u)) {
-      const tied_slot tie = exact_edges_of(slot);
-      edge_[slot] = tie.first_edge;
-      if (tie.edges > 1) tied_slots_.push_back(tie);
-    }
-    const xy& n = table_.edges[b.first_edge + edge_[slot]].normal;
-    const double w = table_.weight[slot];
-    distance_[slot] = w * (n.x * u.x + n.y * u.y);
-    error_[slot] = w * (std::fabs(n.x) + std::fabs(n.y)) *
-                   (0x1p-49 * largest(u) + 0x1p-100 * largest(rounded_));
+    if (surely_inside(b, edge_[slot], u)) continue;
+    const tied_slot tie = exact_edges_of(slot);
+    edge_[slot] = tie.first_edge;
+    if (tie.edges > 1) tied_slots_.push_back(tie);
   }
+}
+
+exact_place::rounded_distance exact_place::distance(std::uint32_t slot) const {
+  const xy u = offset(slot);
+  const xy& n = table_.edges[first_edge_of(slot) + edge_[slot]].normal;
+  const double w = table_.weight[slot];
+  return {w * (n.x * u.x + n.y * u.y), w * (std::fabs(n.x) + std::fabs(n.y)) *
+                                           (0x1p-49 * largest(u) + 0x1p-100 * largest(rounded_))};
 }
 
 exact_place::tied_slot exact_place::exact_edges_of(std::uint32_t slot) const {
   const gauge_block& b = table_.blocks[table_.block_of[slot]];
   const exact_xy u{at_.x - site_of(slot).x, at_.y - site_of(slot).y};
-  if (sgn(u.x) == 0 && sgn(u.y) == 0) return {slot, 0, b.edges};
+  if (sgn(u.x) == 0 && sgn(u.y) == 0) return {slot, 0, b.edges, 0};
   std::vector<bool> holds(b.edges);
   std::vector<int> side(b.edges);  // of u at each ray
   for (std::uint32_t j = 0; j < b.edges; ++j) {
@@ -133,187 +147,315 @@ exact_place::tied_slot exact_place::exact_edges_of(std::uint32_t slot) const {
     holds[j] = side[j] >= 0 && side[(j + 1) % b.edges] <= 0;
   std::uint32_t first = 0;
   while (!(holds[first] && !holds[(first + b.edges - 1) % b.edges])) ++first;
-  return {slot, first, holds[(first + 1) % b.edges] ? 2U : 1U};
-}
-
-const exact_edges::dyadic_edge& exact_place::dyadic(std::uint32_t slot) const {
-  return edges_.dyadic(table_.blocks[table_.block_of[slot]].first_edge + edge_[slot]);
+  return {slot, first, holds[(first + 1) % b.edges] ? 2U : 1U, 0};
 }
 
 // The distance times the area of the edge and the denominators of the place: without divisions.
-const mpq_class& exact_place::level(std::uint32_t slot) {
-  const auto [it, is_new] = levels_.try_emplace(slot);
-  if (is_new) {
-    const site& s = site_of(slot);
-    const exact_edges::dyadic_edge& e = dyadic(slot);
-    const mpq_class dx(at_.x.get_den());
-    const mpq_class dy(at_.y.get_den());
-    it->second = s.weight * (e.x * (mpq_class(at_.x.get_num()) - s.x * dx) * dy +
-                             e.y * (mpq_class(at_.y.get_num()) - s.y * dy) * dx);
-  }
-  return it->second;
+dyadic exact_place::level(std::uint32_t slot) const {
+  const site& s = site_of(slot);
+  const exact_edges::dyadic_edge& e = edges_.dyadic_of(first_edge_of(slot) + edge_[slot]);
+  const dyadic dx(at_.x.get_den());
+  const dyadic dy(at_.y.get_den());
+  return s.weight * (e.x * (dyadic(at_.x.get_num()) - s.x * dx) * dy +
+                     e.y * (dyadic(at_.y.get_num()) - s.y * dy) * dx);
 }
 
-int exact_place::compare(std::uint32_t a, std::uint32_t b) {
-  const double difference = distance_[a] - distance_[b];
-  const double doubt = 2 * (error_[a] + error_[b]);
-  if (difference > doubt) return 1;
-  if (difference < -doubt) return -1;
-  if (a == b) return 0;
-  return sgn(mpq_class(level(a) * dyadic(b).area - level(b) * dyadic(a).area));
-}
+// Compares the distances of slots.
+class exact_place::distance_order {
+ public:
+  explicit distance_order(const exact_place& place) : place_(place) {
+    rounded_.reserve(place.table_.size());
+    for (std::uint32_t slot = 0; slot < place.table_.size(); ++slot) {
+      const rounded_distance d = place.distance(slot);
+      rounded_.push_back(d.value);
+      widest_error_ = std::max(widest_error_, d.error);
+    }
+  }
+
+  double rounded(std::uint32_t slot) const { return rounded_[slot]; }
+
+  int compare(std::uint32_t a, std::uint32_t b) {
+    const double difference = rounded_[a] - rounded_[b];
+    if (std::fabs(difference) > 4 * widest_error_) return difference > 0 ? 1 : -1;
+    const double doubt = 2 * (place_.distance(a).error + place_.distance(b).error);
+    if (std::fabs(difference) > doubt) return difference > 0 ? 1 : -1;
+    if (a == b) return 0;
+    return sgn(level(a) * area(b) - level(b) * area(a));
+  }
+
+ private:
+  const dyadic& level(std::uint32_t slot) {
+    const auto it = levels_.find(slot);
+    return it != levels_.end() ? it->second
+                               : levels_.emplace(slot, place_.level(slot)).first->second;
+  }
+  const dyadic& area(std::uint32_t slot) const {
+    return place_.edges_.dyadic_of(place_.first_edge_of(slot) + place_.edge_[slot]).area;
+  }
+
+  const exact_place& place_;
+  std::vector<double> rounded_;
+  double widest_error_ = 0;
+  std::map<std::uint32_t, dyadic> levels_;
+};
 
 void exact_place::find_ranks() {
+  distance_order by_distance(*this);
   order_.resize(table_.size());
   for (std::uint32_t slot = 0; slot < order_.size(); ++slot) order_[slot] = slot;
-  const auto nearer = [this](std::uint32_t a, std::uint32_t b) { return compare(a, b) < 0; };
-  const std::span<const order_run> runs = problem_.runs();
-  std::vector<std::uint32_t> jumps{0};
-  for (const order_run& r : runs)
-    jumps.push_back(jumps.back() + static_cast<std::uint32_t>(r.count));
-  if (runs.size() > kJumpsToSplit) {
+  jumps_.push_back(0);
+  for (const order_run& r : problem_.runs())
+    jumps_.push_back(jumps_.back() + static_cast<std::uint32_t>(r.count));
+  const auto nearer = [&](std::uint32_t a, std::uint32_t b) {
+    return by_distance.compare(a, b) < 0;
+  };
+  if (problem_.runs().size() > kJumpsToSplit) {
     std::sort(order_.begin(), order_.end(), nearer);
   } else {
-    for (std::size_t r = runs.size() - 1; r > 0; --r) {
-      std::nth_element(order_.begin(), order_.begin() + jumps[r], order_.begin() + jumps[r + 1],
+    for (std::size_t r = problem_.runs().size() - 1; r > 0; --r) {
+      std::nth_element(order_.begin(), order_.begin() + jumps_[r], order_.begin() + jumps_[r + 1],
                        nearer);
     }
   }
-  // The slots at the distance of a jump come to stand next to it.
-  for (std::size_t r = 1; r + 1 < jumps.size(); ++r) {
-    const std::uint32_t boundary = order_[jumps[r]];
-    const auto tied = [&](std::uint32_t slot) { return compare(slot, boundary) == 0; };
-    const auto begin = std::partition(order_.begin() + jumps[r - 1], order_.begin() + jumps[r],
+  find_tied_ranks(by_distance);
+  long double sum = 0;
+  for (std::size_t r = 0; r + 1 < jumps_.size(); ++r) {
+    const double lambda = problem_.runs()[r].weight;
+    for (std::uint32_t k = lambda == 0 ? jumps_[r + 1] : jumps_[r]; k < jumps_[r + 1]; ++k)
+      sum += static_cast<long double>(lambda) * by_distance.rounded(order_[k]);
+  }
+  value_ = static_cast<double>(sum);
+}
+
+// The slots at the distance of a jump come to stand next to it.
+void exact_place::find_tied_ranks(distance_order& by_distance) {
+  for (std::size_t r = 1; r + 1 < jumps_.size(); ++r) {
+    const std::uint32_t boundary = order_[jumps_[r]];
+    const auto tied = [&](std::uint32_t slot) { return by_distance.compare(slot, boundary) == 0; };
+    const auto begin = std::partition(order_.begin() + jumps_[r - 1], order_.begin() + jumps_[r],
                                       [&](std::uint32_t slot) { return !tied(slot); });
-    const auto end = std::partition(order_.begin() + jumps[r], order_.begin() + jumps[r + 1], tied);
+    const auto end =
+        std::partition(order_.begin() + jumps_[r], order_.begin() + jumps_[r + 1], tied);
     const tied_ranks t{static_cast<std::uint32_t>(begin - order_.begin()),
                        static_cast<std::uint32_t>(end - order_.begin())};
-    if (t.begin == jumps[r]) continue;
+    if (t.begin == jumps_[r]) continue;
     if (!tied_ranks_.empty() && tied_ranks_.back().end > t.begin) {
       tied_ranks_.back().end = std::max(t.end, tied_ranks_.back().end);
     } else {
       tied_ranks_.push_back(t);
     }
   }
+  if (tied_slots_.empty()) return;
+  for (std::uint32_t k = 0; k < order_.size(); ++k) {
+    if (const std::size_t t = tie_of(order_[k]); t != kUntied) tied_slots_[t].rank = k;
+  }
 }
 
-// ----- Values and slopes -----
+// ----- Pieces -----
 
-double exact_place::value() const {
-  if (order_.empty()) {
-    long double sum = 0;
-    for (const double d : distance_) sum += d;
-    return static_cast<double>(problem_.runs()[0].weight * sum);
-  }
-  long double sum = 0;
-  std::size_t k = 0;
-  for (const order_run& r : problem_.runs()) {
-    if (r.weight == 0) {
-      k += r.count;
-      continue;
-    }
-    for (const std::size_t end = k + r.count; k < end; ++k) {
-      sum += static_cast<long double>(r.weight) * distance_[order_[k]];
-    }
-  }
-  return static_cast<double>(sum);
+std::size_t exact_place::tie_of(std::uint32_t slot) const {
+  const auto it = std::lower_bound(tied_slots_.begin(), tied_slots_.end(), slot,
+                                   [](const tied_slot& t, std::uint32_t s) { return t.slot < s; });
+  if (it == tied_slots_.end() || it->slot != slot) return kUntied;
+  return static_cast<std::size_t>(it - tied_slots_.begin());
 }
 
-mpq_class exact_place::exact_value() const {
-  // By edges, whose denominators have nothing in common.
-  struct load {
-    dyadic_sum weight, x, y;
+std::uint32_t exact_place::edge_of(std::uint32_t slot, const piece_choice& c) const {
+  const std::size_t t = tie_of(slot);
+  return t == kUntied ? edge_[slot] : c.edge[t];
+}
+
+double exact_place::lambda_at(std::uint32_t rank) const {
+  const auto run = std::upper_bound(jumps_.begin(), jumps_.end(), rank) - jumps_.begin() - 1;
+  return problem_.runs()[static_cast<std::size_t>(run)].weight;
+}
+
+// Rises in one direction in doubles, within a bound of their errors: a normal is off by 2^-50 of
+// each coordinate, the direction by less.
+struct exact_place::rounded_rise {
+  double value, error;
+  std::uint32_t of;
+
+  rounded_rise(const xy& n, const xy& u, double weight, std::uint32_t number)
+      : value(weight * (n.x * u.x + n.y * u.y)),
+        error(0x1p-48 * weight * (std::fabs(n.x * u.x) + std::fabs(n.y * u.y))),
+        of(number) {}
+  double low() const { return value - error; }
+  double high() const { return value + error; }
+};
+
+// Within its gauge; the first one of several.
+std::uint32_t exact_place::steepest_edge(const tied_slot& t, const exact_xy& u) const {
+  const gauge_block& b = table_.blocks[table_.block_of[t.slot]];
+  const xy rounded = to_nearest(u);
+  std::vector<rounded_rise> rises;
+  double least = -std::numeric_limits<double>::infinity();  // of the largest rise
+  for (std::uint32_t k = 0; k < t.edges; ++k) {
+    const std::uint32_t e = (t.first_edge + k) % b.edges;
+    rises.emplace_back(table_.edges[b.first_edge + e].normal, rounded, 1, e);
+    least = std::max(least, rises.back().low());
+  }
+  std::erase_if(rises, [least](const rounded_rise& r) { return r.high() < least; });
+  std::uint32_t best = rises[0].of;
+  if (rises.size() == 1) return best;
+  mpq_class most = dot(normal(t.slot, best), u);
+  for (const rounded_rise& r : std::span(rises).subspan(1)) {
+    mpq_class rise = dot(normal(t.slot, r.of), u);
+    if (rise <= most) continue;
+    most = std::move(rise);
+    best = r.of;
+  }
+  return best;
+}
+
+// Equal rises by the slot.
+void exact_place::sort_by_rise(std::span<std::uint32_t> slots, const piece_choice& c,
+                               const exact_xy& u) const {
+  const xy rounded = to_nearest(u);
+  std::vector<rounded_rise> rises;
+  for (const std::uint32_t slot : slots) {
+    const xy& n = table_.edges[first_edge_of(slot) + edge_of(slot, c)].normal;
+    rises.emplace_back(n, rounded, table_.weight[slot], slot);
+  }
+  std::sort(rises.begin(), rises.end(),
+            [](const rounded_rise& a, const rounded_rise& b) { return a.value < b.value; });
+  const auto in_doubt = [](const rounded_rise& a, const rounded_rise& b) {
+    return !(a.high() < b.low());
   };
-  std::vector<load> loads(table_.edges.size());
-  std::size_t k = 0;
-  for (const order_run& r : problem_.runs()) {
-    if (r.weight == 0) {
-      k += r.count;
-      continue;
-    }
-    for (const std::size_t end = k + r.count; k < end; ++k) {
-      const std::size_t slot = order_.empty() ? k : order_[k];
-      const site& s = problem_.sites()[table_.site[slot]];
-      load& l = loads[table_.blocks[table_.block_of[slot]].first_edge + edge_[slot]];
-      l.weight.add(r.weight, s.weight);
-      l.x.add(r.weight, s.weight, s.x);
-      l.y.add(r.weight, s.weight, s.y);
-    }
+  if (std::adjacent_find(rises.begin(), rises.end(), in_doubt) == rises.end()) {
+    std::transform(rises.begin(), rises.end(), slots.begin(),
+                   [](const rounded_rise& r) { return r.of; });
+    return;
   }
-  mpq_class value;
-  for (std::size_t e = 0; e < loads.size(); ++e) {
-    const mpq_class weight = loads[e].weight.value();
-    const mpq_class x = loads[e].x.value();
-    const mpq_class y = loads[e].y.value();
-    if (sgn(weight) == 0 && sgn(x) == 0 && sgn(y) == 0) continue;
-    value += dot(edges_.normal(e), {weight * at_.x - x, weight * at_.y - y});
-  }
-  return value;
+  std::vector<std::pair<mpq_class, std::uint32_t>> exact;
+  for (const std::uint32_t slot : slots)
+    exact.emplace_back(dot(normal(slot, edge_of(slot, c)), u) * table_.weight[slot], slot);
+  std::sort(exact.begin(), exact.end());
+  std::transform(exact.begin(), exact.end(), slots.begin(),
+                 [](const auto& rise) { return rise.second; });
+}
+
+piece_choice exact_place::any_choice() const {
+  piece_choice c;
+  for (const tied_slot& t : tied_slots_) c.edge.push_back(t.first_edge);
+  for (const tied_ranks& t : tied_ranks_)
+    c.slot.insert(c.slot.end(), order_.begin() + t.begin, order_.begin() + t.end);
+  return c;
 }
 
 piece_choice exact_place::choose(const exact_xy& u) const {
-  piece_choice c{edge_, {}};
-  for (const tied_slot& t : tied_slots_) {
-    const std::uint32_t edges = table_.blocks[table_.block_of[t.slot]].edges;
-    mpq_class most = dot(normal(t.slot, t.first_edge), u);
-    for (std::uint32_t k = 1; k < t.edges; ++k) {
-      const std::uint32_t e = (t.first_edge + k) % edges;
-      const mpq_class rise = dot(normal(t.slot, e), u);
-      if (rise <= most) continue;
-      most = rise;
-      c.edge[t.slot] = e;
-    }
-  }
-  if (order_.empty()) return c;
-  c.rank.resize(order_.size());
-  for (std::uint32_t k = 0; k < order_.size(); ++k) c.rank[order_[k]] = k;
+  piece_choice c;
+  for (const tied_slot& t : tied_slots_) c.edge.push_back(steepest_edge(t, u));
   for (const tied_ranks& t : tied_ranks_) {
-    std::vector<std::pair<mpq_class, std::uint32_t>> rises;
-    for (std::uint32_t k = t.begin; k < t.end; ++k) {
-      const std::uint32_t slot = order_[k];
-      rises.emplace_back(dot(normal(slot, c.edge[slot]), u) * table_.weight[slot], slot);
-    }
-    std::sort(rises.begin(), rises.end());
-    for (std::uint32_t k = t.begin; k < t.end; ++k) c.rank[rises[k - t.begin].second] = k;
+    const std::size_t first = c.slot.size();
+    c.slot.insert(c.slot.end(), order_.begin() + t.begin, order_.begin() + t.end);
+    sort_by_rise(std::span(c.slot).subspan(first), c, u);
   }
   return c;
 }
 
-namespace {
-
-// The order weight of each slot under a choice of ranks.
-class slot_weights {
- public:
-  slot_weights(const problem& p, const piece_choice& c) : choice_(c), only_(p.runs()[0].weight) {
-    if (c.rank.empty()) return;
-    for (const order_run& r : p.runs()) by_rank_.insert(by_rank_.end(), r.count, r.weight);
+affine_piece exact_place::piece(const piece_choice& c) const {
+  affine_piece result;
+  result.edge.resize(table_.size());
+  for (std::size_t slot = 0; slot < table_.size(); ++slot)
+    result.edge[table_.site[slot]] = edge_[slot];
+  for (std::size_t t = 0; t < tied_slots_.size(); ++t)
+    result.edge[table_.site[tied_slots_[t].slot]] = c.edge[t];
+  if (order_.empty()) return result;
+  result.rank.resize(order_.size());
+  for (std::uint32_t k = 0; k < order_.size(); ++k) result.rank[table_.site[order_[k]]] = k;
+  auto next = c.slot.begin();
+  for (const tied_ranks& t : tied_ranks_) {
+    for (std::uint32_t k = t.begin; k < t.end; ++k) result.rank[table_.site[*next++]] = k;
   }
-  double operator()(std::size_t slot) const {
-    return choice_.rank.empty() ? only_ : by_rank_[choice_.rank[slot]];
+  return result;
+}
+
+// ----- Values and slopes -----
+
+// The terms that all choices have in common, but for those with order weight 0.
+template <class Use>
+void exact_place::each_untied_term(Use use) const {
+  const auto use_slot = [&](std::uint32_t slot, double lambda) {
+    if (tie_of(slot) == kUntied) use(term{slot, first_edge_of(slot) + edge_[slot], lambda});
+  };
+  if (order_.empty()) {
+    for (std::uint32_t slot = 0; slot < table_.size(); ++slot)
+      use_slot(slot, problem_.runs()[0].weight);
+    return;
   }
+  auto tied = tied_ranks_.begin();
+  for (std::size_t r = 0; r + 1 < jumps_.size(); ++r) {
+    const double lambda = problem_.runs()[r].weight;
+    if (lambda == 0) continue;
+    for (std::uint32_t k = jumps_[r]; k < jumps_[r + 1]; ++k) {
+      while (tied != tied_ranks_.end() && tied->end <= k) ++tied;
+      if (tied == tied_ranks_.end() || k < tied->begin) use_slot(order_[k], lambda);
+    }
+  }
+}
 
- private:
-  const piece_choice& choice_;
-  double only_;
-  std::vector<double> by_rank_;
-};
+std::vector<exact_place::term> exact_place::tied_terms(const piece_choice& c) const {
+  std::vector<term> result;
+  auto next = c.slot.begin();
+  for (const tied_ranks& t : tied_ranks_) {
+    for (std::uint32_t k = t.begin; k < t.end; ++k, ++next)
+      result.push_back({*next, first_edge_of(*next) + edge_of(*next, c), lambda_at(k)});
+  }
+  for (std::size_t k = 0; k < tied_slots_.size(); ++k) {
+    const tied_slot& s = tied_slots_[k];
+    const auto holds_rank = [&](const tied_ranks& t) {
+      return t.begin <= s.rank && s.rank < t.end;
+    };
+    if (std::any_of(tied_ranks_.begin(), tied_ranks_.end(), holds_rank)) continue;
+    const double lambda = order_.empty() ? problem_.runs()[0].weight : lambda_at(s.rank);
+    result.push_back({s.slot, first_edge_of(s.slot) + c.edge[k], lambda});
+  }
+  return result;
+}
 
-}  // namespace
+std::vector<exact_place::term> exact_place::terms_by_edge(const piece_choice& c) const {
+  std::vector<term> terms = tied_terms(c);
+  each_untied_term([&](const term& t) { terms.push_back(t); });
+  std::sort(terms.begin(), terms.end(),
+            [](const term& a, const term& b) { return a.edge < b.edge; });
+  return terms;
+}
+
+// By edges, whose denominators have nothing in common.
+mpq_class exact_place::exact_value() const {
+  const std::vector<term> terms = terms_by_edge(any_choice());
+  mpq_class value;
+  for (auto next = terms.begin(); next != terms.end();) {
+    const std::uint32_t edge = next->edge;
+    dyadic_sum weight;
+    dyadic_sum x;
+    dyadic_sum y;
+    for (; next != terms.end() && next->edge == edge; ++next) {
+      const site& s = site_of(next->slot);
+      weight.add(next->lambda, s.weight);
+      x.add(next->lambda, s.weight, s.x);
+      y.add(next->lambda, s.weight, s.y);
+    }
+    const mpq_class w = weight.value();
+    value += dot(edges_.normal(edge), {w * at_.x - x.value(), w * at_.y - y.value()});
+  }
+  return value;
+}
 
 exact_slope exact_place::slope(const piece_choice& c) const {
-  std::vector<dyadic_sum> load(table_.edges.size());
-  const slot_weights lambda(problem_, c);
-  for (std::size_t slot = 0; slot < table_.size(); ++slot) {
-    load[table_.blocks[table_.block_of[slot]].first_edge + c.edge[slot]].add(lambda(slot),
-                                                                             table_.weight[slot]);
-  }
+  const std::vector<term> terms = terms_by_edge(c);
   fraction_sum x;
   fraction_sum y;
-  for (std::size_t e = 0; e < load.size(); ++e) {
-    const mpq_class l = load[e].value();
+  for (auto next = terms.begin(); next != terms.end();) {
+    const std::uint32_t edge = next->edge;
+    dyadic_sum load;
+    for (; next != terms.end() && next->edge == edge; ++next)
+      load.add(next->lambda, table_.weight[next->slot]);
+    const mpq_class l = load.value();
     if (sgn(l) == 0) continue;
-    x.add(l, edges_.normal(e).x);
-    y.add(l, edges_.normal(e).y);
+    x.add(l, edges_.normal(edge).x);
+    y.add(l, edges_.normal(edge).y);
   }
   const fraction_sum::quotient fx = x.value();
   const fraction_sum::quotient fy = y.value();
@@ -324,19 +466,14 @@ exact_slope exact_place::slope(const piece_choice& c) const {
 // A normal is off by 2^-50 of itself; a product adds two roundings, a sum of k terms k - 1, in
 // units of 2^-53 of the sum of the magnitudes: with chunks of 64 terms less than 2^-46 of it in
 // all.
-exact_place::rounded_slope exact_place::slope_in_doubles(const piece_choice& c) const {
-  const slot_weights lambda(problem_, c);
-  long double x = 0;
-  long double y = 0;
-  double size = 0;
-  for (std::size_t begin = 0; begin < table_.size(); begin += kChunk) {
+void exact_place::slope_sum::add(const distance_table& t, std::span<const term> terms) {
+  for (; !terms.empty(); terms = terms.subspan(std::min(kChunk, terms.size()))) {
     double part_x = 0;
     double part_y = 0;
     double part_size = 0;
-    for (std::size_t slot = begin; slot < std::min(begin + kChunk, table_.size()); ++slot) {
-      const double l = lambda(slot) * table_.weight[slot];
-      const xy& n =
-          table_.edges[table_.blocks[table_.block_of[slot]].first_edge + c.edge[slot]].normal;
+    for (const term& k : terms.first(std::min(kChunk, terms.size()))) {
+      const double l = k.lambda * t.weight[k.slot];
+      const xy& n = t.edges[k.edge].normal;
       part_x += l * n.x;
       part_y += l * n.y;
       part_size += l * (std::fabs(n.x) + std::fabs(n.y));
@@ -345,7 +482,24 @@ exact_place::rounded_slope exact_place::slope_in_doubles(const piece_choice& c) 
     y += part_y;
     size += part_size;
   }
-  return {{static_cast<double>(x), static_cast<double>(y)}, 0x1p-45 * size};
+}
+
+exact_place::rounded_slope exact_place::slope_in_doubles(const piece_choice& c) const {
+  if (!untied_) {
+    untied_.emplace();
+    std::array<term, kChunk> chunk;
+    std::size_t filled = 0;
+    each_untied_term([&](const term& t) {
+      chunk[filled++] = t;
+      if (filled < kChunk) return;
+      untied_->add(table_, chunk);
+      filled = 0;
+    });
+    untied_->add(table_, std::span(chunk).first(filled));
+  }
+  slope_sum sum = *untied_;
+  sum.add(table_, tied_terms(c));
+  return {{static_cast<double>(sum.x), static_cast<double>(sum.y)}, 0x1p-45 * sum.size};
 }
 
 }  // namespace planloc::detail

@@ -7,29 +7,42 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <optional>
+#include <span>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
 #include "planloc/optimum/evaluate.h"
+#include "planloc/optimum/exact/dyadic.h"
 #include "planloc/optimum/solution.h"
 
 namespace planloc::detail {
 
-struct exact_xy {
-  mpq_class x, y;
+template <class Number>
+struct exact_pair {
+  Number x, y;
 
-  friend bool operator==(const exact_xy&, const exact_xy&) = default;
+  friend bool operator==(const exact_pair&, const exact_pair&) = default;
 };
 
+using exact_xy = exact_pair<mpq_class>;
+using dyadic_xy = exact_pair<dyadic>;
+
 inline exact_xy to_exact(const xy& p) { return {mpq_class(p.x), mpq_class(p.y)}; }
+inline exact_xy value_of(const dyadic_xy& p) { return {p.x.value(), p.y.value()}; }
 // Each coordinate the nearest double.
 xy to_nearest(const exact_xy& p);
 exact_point to_text(const exact_xy& p);
 
-inline mpq_class dot(const exact_xy& a, const exact_xy& b) { return a.x * b.x + a.y * b.y; }
-inline mpq_class cross(const exact_xy& a, const exact_xy& b) { return a.x * b.y - a.y * b.x; }
+template <class Number>
+Number dot(const exact_pair<Number>& a, const exact_pair<Number>& b) {
+  return a.x * b.x + a.y * b.y;
+}
+template <class Number>
+Number cross(const exact_pair<Number>& a, const exact_pair<Number>& b) {
+  return a.x * b.y - a.y * b.x;
+}
 
 // A slope as whole numbers over one positive denominator, which signs and directions do not need.
 struct exact_slope {
@@ -41,31 +54,35 @@ struct exact_slope {
 
 int dot_sign(const exact_slope& s, const exact_xy& v);
 
-// The normals of all edges of a table as fractions, each made when it is asked for first.
+// The normals of a table's edges as fractions, each made when it is asked for first.
 class exact_edges {
  public:
-  explicit exact_edges(const distance_table& table)
-      : table_(table), dyadic_(table.edges.size()), normals_(table.edges.size()) {}
+  explicit exact_edges(const distance_table& table) : table_(table) {}
 
-  // The normal is (x, y) / area. All denominators are powers of 2, so products cost little.
+  // The normal is (x, y) / area.
   struct dyadic_edge {
-    mpq_class x, y, area;
+    dyadic x, y, area;
   };
 
   // `edge` counts in the table.
-  const dyadic_edge& dyadic(std::size_t edge);
+  const dyadic_edge& dyadic_of(std::size_t edge);
   const exact_xy& normal(std::size_t edge);
 
  private:
+  struct known_edge {
+    dyadic_edge undivided;
+    std::optional<exact_xy> normal;
+  };
+  known_edge& known(std::size_t edge);
+
   const distance_table& table_;
-  std::vector<std::optional<dyadic_edge>> dyadic_;
-  std::vector<std::optional<exact_xy>> normals_;
+  std::unordered_map<std::size_t, known_edge> edges_;
 };
 
-// A choice of one linear piece for every slot: an affine function that touches f at the place.
+// A choice of one linear piece of f that touches it at a place, from those that meet there.
 struct piece_choice {
-  std::vector<std::uint32_t> edge;  // of each slot, within its gauge
-  std::vector<std::uint32_t> rank;  // of each slot
+  std::vector<std::uint32_t> edge;  // of each tied slot, within its gauge
+  std::vector<std::uint32_t> slot;  // at each tied rank
 };
 
 // REQUIRES: polyhedral gauges.
@@ -76,12 +93,14 @@ class exact_place {
   const exact_xy& at() const { return at_; }
 
   // f in doubles, within a unit or two in the last place for terms of one sign.
-  double value() const;
+  double value() const { return value_; }
   // f without loss.
   mpq_class exact_value() const;
 
   // The pieces in force just beside the place in the direction u, u != 0.
   piece_choice choose(const exact_xy& u) const;
+  // The same by sites, as certificates have it. The multiplier is left at 0.
+  affine_piece piece(const piece_choice& c) const;
   // Whether f rises in the direction u: 1, 0 or -1.
   int rise_sign(const exact_xy& u) const { return dot_sign(slope(choose(u)), u); }
   // The slope of f there, and the same in doubles with a bound of its error in each coordinate.
@@ -96,33 +115,69 @@ class exact_place {
   struct tied_slot {
     std::uint32_t slot;
     std::uint32_t first_edge, edges;  // neighbours, cyclic
+    std::uint32_t rank;               // 0 if all order weights are equal
   };
   struct tied_ranks {
     std::uint32_t begin, end;  // in order_
   };
+  struct rounded_distance {
+    double value, error;
+  };
+  // One distance under a choice.
+  struct term {
+    std::uint32_t slot;
+    std::uint32_t edge;  // in the table
+    double lambda;
+  };
+  struct slope_sum {
+    long double x = 0;
+    long double y = 0;
+    double size = 0;  // of the magnitudes
+
+    void add(const distance_table& t, std::span<const term> terms);
+  };
+  struct rounded_rise;
+  class distance_order;
 
   const site& site_of(std::size_t slot) const { return problem_.sites()[table_.site[slot]]; }
+  std::uint32_t first_edge_of(std::size_t slot) const {
+    return table_.blocks[table_.block_of[slot]].first_edge;
+  }
+  const exact_xy& normal(std::uint32_t slot, std::uint32_t edge) const {
+    return edges_.normal(first_edge_of(slot) + edge);
+  }
   void find_edges();
   void find_ranks();
+  void find_tied_ranks(distance_order& by_distance);
   bool surely_inside(const gauge_block& b, std::uint32_t edge, const xy& u) const;
   tied_slot exact_edges_of(std::uint32_t slot) const;
-  int compare(std::uint32_t a, std::uint32_t b);
-  const exact_edges::dyadic_edge& dyadic(std::uint32_t slot) const;
-  const mpq_class& level(std::uint32_t slot);
-  const exact_xy& normal(std::uint32_t slot, std::uint32_t edge) const;
+  xy offset(std::uint32_t slot) const;
+  rounded_distance distance(std::uint32_t slot) const;
+  dyadic level(std::uint32_t slot) const;
+  static constexpr std::size_t kUntied = static_cast<std::size_t>(-1);
+  std::size_t tie_of(std::uint32_t slot) const;  // in tied_slots_, or kUntied
+  std::uint32_t edge_of(std::uint32_t slot, const piece_choice& c) const;
+  double lambda_at(std::uint32_t rank) const;
+  std::uint32_t steepest_edge(const tied_slot& t, const exact_xy& u) const;
+  void sort_by_rise(std::span<std::uint32_t> slots, const piece_choice& c, const exact_xy& u) const;
+  template <class Use>
+  void each_untied_term(Use use) const;
+  piece_choice any_choice() const;
+  std::vector<term> tied_terms(const piece_choice& c) const;
+  std::vector<term> terms_by_edge(const piece_choice& c) const;
 
   const problem& problem_;
   const distance_table& table_;
   exact_edges& edges_;
   exact_xy at_;
-  xy rounded_;
+  xy rounded_, rest_;  // that, and what it lacks
+  double value_ = 0;
   std::vector<std::uint32_t> edge_;  // of each slot; the first of the tied ones
-  std::vector<double> distance_;
-  std::vector<double> error_;  // of each distance
-  std::map<std::uint32_t, mpq_class> levels_;
   std::vector<tied_slot> tied_slots_;
   std::vector<std::uint32_t> order_;  // slots by rank class; empty if all weights are equal
+  std::vector<std::uint32_t> jumps_;  // where the runs begin, and the end
   std::vector<tied_ranks> tied_ranks_;
+  mutable std::optional<slope_sum> untied_;  // made when it is asked for first
 };
 
 }  // namespace planloc::detail

@@ -4,10 +4,11 @@
 
 #include <gmpxx.h>
 
-#include <cmath>
 #include <cstdint>
 #include <utility>
 #include <vector>
+
+#include "planloc/optimum/exact/dyadic.h"
 
 namespace planloc::detail {
 
@@ -16,40 +17,24 @@ class dyadic_sum {
  public:
   void add(double a, double b) {
     if (a == 0 || b == 0) return;
-    int exponent = 0;
-    term_ = mantissa(a, exponent);
-    term_ *= mantissa(b, exponent);
+    long exponent = 0;
+    term_ = whole_mantissa(a, exponent);
+    term_ *= whole_mantissa(b, exponent);
     add_term(exponent);
   }
   void add(double a, double b, double c) {
     if (a == 0 || b == 0 || c == 0) return;
-    int exponent = 0;
-    term_ = mantissa(a, exponent);
-    term_ *= mantissa(b, exponent);
-    term_ *= mantissa(c, exponent);
+    long exponent = 0;
+    term_ = whole_mantissa(a, exponent);
+    term_ *= whole_mantissa(b, exponent);
+    term_ *= whole_mantissa(c, exponent);
     add_term(exponent);
   }
 
-  mpq_class value() const {
-    mpq_class v(total_);
-    if (exponent_ < 0) {
-      mpq_div_2exp(v.get_mpq_t(), v.get_mpq_t(), static_cast<mp_bitcnt_t>(-exponent_));
-    } else {
-      mpq_mul_2exp(v.get_mpq_t(), v.get_mpq_t(), static_cast<mp_bitcnt_t>(exponent_));
-    }
-    return v;
-  }
+  mpq_class value() const { return scaled_by_power_of_2(mpq_class(total_), exponent_); }
 
  private:
-  // d is the result times a power of 2, whose exponent is added.
-  static long mantissa(double d, int& exponent) {
-    int e = 0;
-    const auto m = static_cast<long>(std::ldexp(std::frexp(d, &e), 53));
-    exponent += e - 53;
-    return m;
-  }
-
-  void add_term(int exponent) {
+  void add_term(long exponent) {
     if (exponent < exponent_) {
       if (sgn(total_) != 0) total_ <<= static_cast<unsigned>(exponent_ - exponent);
       exponent_ = exponent;
@@ -58,7 +43,7 @@ class dyadic_sum {
     total_ += term_;
   }
 
-  int exponent_ = 0;
+  long exponent_ = 0;
   mpz_class total_;
   mpz_class term_;
 };

@@ -105,17 +105,6 @@ std::size_t cut_pool::add(affine_piece piece, const xy& at) {
   return all_.back();
 }
 
-std::size_t cut_pool::add(const piece_choice& choice, const xy& at) {
-  affine_piece piece;
-  piece.edge.resize(table_.size());
-  piece.rank.resize(choice.rank.size());
-  for (std::size_t slot = 0; slot < table_.size(); ++slot) {
-    piece.edge[table_.site[slot]] = choice.edge[slot];
-    if (!choice.rank.empty()) piece.rank[table_.site[slot]] = choice.rank[slot];
-  }
-  return add(std::move(piece), at);
-}
-
 double cut_pool::doubt(const cut& c, const xy& at) const {
   return kRounding * (size_ + steepness_.x * std::max(std::fabs(c.at.x), std::fabs(at.x)) +
                       steepness_.y * std::max(std::fabs(c.at.y), std::fabs(at.y)));

@@ -20,7 +20,6 @@ class cut_pool {
   // Value and slope are worked out from the piece, with `at` as the place that they count from.
   // The result is the number of the function.
   std::size_t add(affine_piece piece, const xy& at);
-  std::size_t add(const piece_choice& choice, const xy& at);
   double value(std::size_t k) const { return cuts_[k].value; }
   double value_at(std::size_t k, const xy& at) const {
     const cut& c = cuts_[k];

@@ -190,11 +190,11 @@ piece_solver::test piece_solver::try_place(const side_part& s, const exact_xy& a
   test result{false, false, {at, place.value(), {}, {}}};
   const auto falls = [&](const exact_xy& u) {
     const piece_choice c = place.choose(u);
-    result.found.cuts.push_back(cuts_.add(c, here));
+    result.found.cuts.push_back(cuts_.add(place.piece(c), here));
     return rise_sign(place, c, u) < 0;
   };
   if (s.ends.from == s.ends.to) {
-    result.found.cuts.push_back(cuts_.add(place.choose({1, 0}), here));
+    result.found.cuts.push_back(cuts_.add(place.piece(place.choose({1, 0})), here));
     return result;
   }
   if (at != s.ends.to) result.falls_ahead = falls(ahead);
