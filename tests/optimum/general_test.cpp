@@ -97,6 +97,28 @@ TEST(General, SmoothTies) {
   }
 }
 
+// Terms that cancel to much less than their sizes. The optimum lies on a small circle around the
+// heavy site of the first problem; roundings of the terms of the second are near its tolerance.
+TEST(General, SmoothTermsThatCancel) {
+  const problem problems[] = {{{{3.1, 9.7, 4e-4}, {6, 7, 56206.7}, {1.2, 0.5, 4.76}},
+                               {gauge::lp(2.4)},
+                               order_weights({1, -1, 1})},
+                              {{{6.2, 3.4, 0.1433}, {2.3, 5.8, 154.2753}, {4.4, 2.6, 140.2159}},
+                               {gauge::lp(300)},
+                               order_weights({1, -1, 1})}};
+  for (const problem& p : problems) {
+    minimise_options options;
+    options.cells = 2000;
+    const solution s = minimise(p, options);
+    EXPECT_EQ(s.status, solution_status::optimal);
+    const verification v = verify(p, s);
+    EXPECT_TRUE(v.accepted) << v.reason;
+    double size = 0;  // of the terms amid the sites
+    for (const site& t : p.sites()) size += 5 * t.weight;
+    EXPECT_LE(v.gap, 1e-10 * s.value + 1e-14 * size);
+  }
+}
+
 // Places as far from all sites as from any other, one or a whole curve of them: no relative gap can
 // be reached at 0.
 TEST(General, SmoothOptimumOfZero) {

@@ -324,6 +324,20 @@ void cell_bounder::decide(cell& c) {
   substitute(c.runs);
   c.runs = std::move(left);
   join(c.runs);
+  c.bound = std::max(c.bound, least_by_tails(c.runs));
+}
+
+// The sorted distances are sums of steps between neighbours, each of which counts with the sum of
+// the order weights from there on.
+double cell_bounder::least_by_tails(const std::vector<order_run>& runs) const {
+  double tail = 0;
+  for (auto r = runs.rbegin(); r != runs.rend(); ++r) {
+    tail += r->weight * static_cast<double>(r->count);
+    if (tail < 0) return -std::numeric_limits<double>::infinity();
+  }
+  double nearest = std::numeric_limits<double>::infinity();
+  for (const site_view& v : undecided_) nearest = std::min(nearest, v.lower);
+  return undecided_.empty() ? 0 : tail * nearest;
 }
 
 // Sites at one place with one smooth gauge count as one, whose curvature is that of their sum.

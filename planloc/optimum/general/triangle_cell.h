@@ -75,7 +75,8 @@ class cell_bounder {
   // Decides what can be decided on the cell, then sets its bound to the larger of
   //   - the least value on it of planes below the convex part of f less what interpolates the
   //     concave part at the corners (d.c. programming, Tuy), and
-  //   - the sum of order weights times sorted bounds of the distances.
+  //   - the sum of order weights times sorted bounds of the distances, or of the nearest one with
+  //     all order weights where no sum of the last ones is negative.
   void process(cell& c);
 
   // Raises the bound of the cell that was processed last by more planes, each taken where the ones
@@ -123,6 +124,7 @@ class cell_bounder {
   void find_runs(std::size_t runs);
   void decide(cell& c);
   double interval_sum(const std::vector<order_run>& runs);
+  double least_by_tails(const std::vector<order_run>& runs) const;
   void keep(cell& c, const site_view& v, double lambda, double size);
   void keep_bent(cell& c, const site_view& v, double lambda, double size);
   void substitute(const std::vector<order_run>& runs);

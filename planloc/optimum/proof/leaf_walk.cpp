@@ -16,6 +16,24 @@ double least_of(const std::array<interval, 3>& a) {
   return std::min({a[0].low, a[1].low, a[2].low});
 }
 
+// Whether no sum of the last order weights is negative: without loss where intervals cannot tell.
+bool tails_rise(const std::vector<order_run>& runs) {
+  interval tail;
+  bool surely = true;
+  for (auto r = runs.rbegin(); r != runs.rend(); ++r) {
+    tail = tail + interval(r->weight) * interval(static_cast<double>(r->count));
+    if (tail.high < 0) return false;
+    surely = surely && tail.low >= 0;
+  }
+  if (surely) return true;
+  mpq_class sum;
+  for (auto r = runs.rbegin(); r != runs.rend(); ++r) {
+    sum += mpq_class(r->weight) * static_cast<unsigned long>(r->count);
+    if (sgn(sum) < 0) return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 // ----- Walk -----
@@ -346,6 +364,17 @@ interval leaf_walk::sorted_bounds(const triangle_state& t) const {
   return sum;
 }
 
+// The sorted distances are sums of steps between neighbours, each of which counts with the sum of
+// the order weights from there on. Where none of these is negative, neither are the steps' terms.
+interval leaf_walk::nearest_bound(const triangle_state& t) const {
+  interval total;
+  for (const order_run& r : t.runs)
+    total = total + interval(r.weight) * interval(static_cast<double>(r.count));
+  double nearest = std::numeric_limits<double>::infinity();
+  for (const site_on_triangle& v : undecided_) nearest = std::min(nearest, v.lower);
+  return interval(std::max(0.0, total.low)) * interval(nearest);
+}
+
 // f is a sum of order weights that rise, times sorted distances, less another such sum. Any order
 // of the sites gives a minorant of the first; the second is convex, so that its values at the
 // corners, where sorted bounds hold, bound it from above.
@@ -435,6 +464,7 @@ bool leaf_walk::bound_proves(const triangle_state& t, rows& planes) const {
   const double decided = least_of_planes(planes);
   if (undecided_.empty()) return reaches(decided);
   if (reaches((interval(decided) + sorted_bounds(t)).low)) return true;
+  if (tails_rise(t.runs) && reaches((interval(decided) + nearest_bound(t)).low)) return true;
   add_steps(t, planes);
   return reaches(least_of_planes(planes));
 }

@@ -119,6 +119,7 @@ class leaf_walk {
   static double least_of_planes(const rows& r);
   rows rest(const triangle_state& t) const;
   interval sorted_bounds(const triangle_state& t) const;
+  interval nearest_bound(const triangle_state& t) const;
   void add_steps(const triangle_state& t, rows& r) const;
 
   // ----- leaf_cuts.cpp -----
