@@ -14,6 +14,7 @@ import numpy as np
 import numpy.typing as npt
 
 from planloc import _core
+from planloc.checks import count, limit
 from planloc.cluster import Part, share_out
 from planloc.columns import Columns, Drawn, drawn
 from planloc.display import Density, Map, Shown
@@ -194,24 +195,28 @@ def scenarios(
     """
     columns = Columns.of(problem, changes)
     several = columns.new is not None
+    if at is not None and len(at) != 2:
+        raise ValueError(f"at is {at!r}: must be a place (x, y)")
     if several:
         require_plain(problem)
         if at is not None:
             raise ValueError("a place `at` is for scenarios of one facility, without new")
     limits = dict(
-        gap=gap if gap is not None else (1e-4 if several else 0.0), seconds=time_limit, at=at,
-        existing=places_beside(problem, existing), starts=starts, bound=bound,
+        gap=limit("gap", gap if gap is not None else (1e-4 if several else 0.0)), at=at,
+        seconds=limit("time_limit", time_limit), existing=places_beside(problem, existing),
+        starts=count("starts", starts), bound=bound,
     )  # fmt: skip
     bar = _Bar(columns.count) if progress else None
     if client is None:
-        cores = threads or len(os.sched_getaffinity(0))
+        cores = count("threads", threads or 0) or len(os.sched_getaffinity(0))
         arrays = _solve(problem, columns, cores, bar, **limits)
         if bar:
             bar(columns.count)
     else:
         places = int(columns.new.max(initial=1)) if columns.new is not None else 1
         gathered = _Gathered(columns.count, places, at is not None, bar)
-        size = chunk or (CHUNK_OF_SEVERAL if several else CHUNK)
+        size = CHUNK_OF_SEVERAL if several else CHUNK
+        size = size if chunk is None else count("chunk", chunk, least=1)
         share_out(client, problem, columns.chunks(size), partial(_solve, **limits), gathered.put)
         arrays = gathered.arrays
     points = arrays[0] if several else arrays[0][:, 0]

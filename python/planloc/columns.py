@@ -10,6 +10,7 @@ import numpy as np
 import numpy.typing as npt
 
 from planloc import _core
+from planloc.checks import count
 from planloc.order import Order
 from planloc.problem import Problem, as_gauges, as_order
 
@@ -53,9 +54,7 @@ def drawn(k: int, *, spread: float, seed: int = 0) -> Drawn:
     """
     if not 0.0 <= spread < 1.0:
         raise ValueError(f"spread is {spread}: must be from 0 to below 1")
-    if k < 0 or not 0 <= seed < 2**64:
-        raise ValueError(f"k is {k} and seed {seed}: must not be negative, nor the seed beyond 64 bits")
-    return Drawn(k, spread, seed)
+    return Drawn(count("k", k, most=2**53), spread, count("seed", seed, most=2**64 - 1))
 
 
 @dataclass(frozen=True)
@@ -119,11 +118,11 @@ class Columns:
             lengths.add(weight.k if isinstance(weight, Drawn) else len(weight))
         if len(lengths) != 1:
             raise ValueError("changes needs one or more columns, all of the same length")
-        (count,) = lengths
+        (rows,) = lengths
         for name in ("new", "seed"):
             if columns[name] is not None:
-                columns[name] = np.ascontiguousarray(np.broadcast_to(columns[name], count))
-        return Columns(0, count, weight, **columns)
+                columns[name] = np.ascontiguousarray(np.broadcast_to(columns[name], rows))
+        return Columns(0, rows, weight, **columns)
 
     def chunks(self, size: int) -> Iterator[Columns]:
         """Parts of so many scenarios each, made one at a time."""

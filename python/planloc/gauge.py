@@ -19,6 +19,7 @@ import numpy as np
 import numpy.typing as npt
 
 from planloc import _core
+from planloc.checks import limit
 
 __all__ = [
     "Gauge", "euclid", "l1", "linf", "lp", "octagon", "parse", "polygon", "read", "regular",
@@ -160,7 +161,7 @@ def speeds(by_direction: Mapping[str, float]) -> Gauge:
     """
     reached = []
     for direction, speed in by_direction.items():
-        if direction not in _COMPASS or not speed > 0:
+        if direction not in _COMPASS or not limit("speed", speed) > 0:
             raise ValueError(
                 f"speed {direction}={speed}: directions are {', '.join(_COMPASS)}, and speeds "
                 "above 0"

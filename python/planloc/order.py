@@ -30,6 +30,10 @@ class Order:
     name: str
     arguments: tuple[float, ...] = ()
 
+    def __str__(self) -> str:
+        numbers = self.arguments if self.name != "given" else ()
+        return f"{self.name}({', '.join(f'{a:g}' for a in numbers)})" if numbers else self.name
+
     def core(self) -> _core.OrderWeights:
         """What the compiled half takes."""
         if self.name == "given":

@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 from collections.abc import Sequence
-from dataclasses import dataclass, field
+from dataclasses import InitVar, dataclass, field
 from typing import Any, TypeAlias, Union
 
 import numpy as np
@@ -21,10 +21,20 @@ GaugeLike: TypeAlias = Union[str, Gauge, Sequence[Union[str, Gauge]]]
 OrderLike: TypeAlias = Union[str, Order, npt.ArrayLike]
 
 
+def _as_gauge(given: Any) -> Gauge:
+    if isinstance(given, str):
+        return gauges_of_plane.parse(given)
+    if not isinstance(given, Gauge):
+        raise ValueError(f"{given!r} is no gauge: see planloc.gauge")
+    return given
+
+
 def as_gauges(gauge: GaugeLike) -> list[Gauge]:
     """The gauges that are meant, by name or as they are."""
-    given = [gauge] if isinstance(gauge, (str, Gauge)) else list(gauge)
-    return [gauges_of_plane.parse(g) if isinstance(g, str) else g for g in given]
+    given: Any = gauge
+    if isinstance(gauge, (str, Gauge)) or not np.iterable(gauge):
+        given = [gauge]
+    return [_as_gauge(g) for g in given]
 
 
 def as_order(objective: OrderLike) -> Order:
@@ -61,7 +71,7 @@ def as_column(sites: Any, name: str, given: Any) -> Any:
     return sites[given].to_numpy()
 
 
-@dataclass(frozen=True, eq=False)
+@dataclass(frozen=True, eq=False, repr=False)
 class Problem:
     """A location problem with one new facility.
 
@@ -83,6 +93,8 @@ class Problem:
         The number of each site's gauge among `gauge`, from 0; all 0 if left out.
     objective : str, Order or array of shape (n,)
         See `planloc.order`; an array holds the order weights.
+    order_weights : array of shape (n,), optional
+        In place of `objective`: the order weights, that of the smallest distance first.
     allow, forbid : polygons, optional
         Build nowhere but in, and nowhere inside: corners of shape (k, 2), a list of such polygons, a
         list of polygons as lists of rings (an outer one and holes), polygons of Shapely, or a
@@ -108,12 +120,18 @@ class Problem:
     gauge: GaugeLike = "euclid"
     gauge_column: npt.ArrayLike | str | None = None
     objective: OrderLike = "median"
+    order_weights: InitVar[npt.ArrayLike | None] = None
     allow: Any = None
     forbid: Any = None
     core: _core.Problem = field(init=False, repr=False)
     frame: geo.Frame | None = field(default=None, init=False)
 
-    def __post_init__(self) -> None:
+    def __post_init__(self, order_weights: npt.ArrayLike | None) -> None:
+        objective: OrderLike = self.objective
+        if order_weights is not None:
+            if objective != "median":
+                raise ValueError("objective and order_weights say the same: give one of them")
+            objective = order_weights
         sites, frame = as_places(self.sites)
         n = len(sites)
         weight = as_column(self.sites, "weight", self.weight)
@@ -123,7 +141,7 @@ class Problem:
             np.ones(n) if weight is None else np.ascontiguousarray(weight, float),
             tuple(as_gauges(self.gauge)),
             as_numbers(chosen, n),
-            as_order(self.objective),
+            as_order(objective),
             None if self.allow is None else as_region(self.allow, frame),
             () if self.forbid is None else as_region(self.forbid, frame),
             frame,
@@ -174,6 +192,12 @@ class Problem:
 
     def __setstate__(self, state: tuple[Any, ...]) -> None:
         self._set(*state)
+
+    def __repr__(self) -> str:
+        assert isinstance(self.gauge, tuple) and isinstance(self.objective, Order)
+        gauges = ", ".join(sorted({g.name for g in self.gauge if isinstance(g, Gauge)}))
+        within = ", with regions" if self.allow is not None or self.forbid else ""
+        return f"Problem({len(self)} sites, {self.objective}, {gauges}{within})"
 
     def value(self, x: float, y: float) -> float:
         """The objective at (x, y)."""

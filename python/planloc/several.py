@@ -11,6 +11,7 @@ import numpy as np
 import numpy.typing as npt
 
 from planloc import _core, geo, order
+from planloc.checks import count, limit
 from planloc.display import Map
 from planloc.found import Found, Verification
 from planloc.gauge import Gauge
@@ -107,12 +108,12 @@ def depots(
     """
     problem = Problem.of(sites, weight=weight, gauge=gauge, gauge_column=gauge_column)
     require_plain(problem)
-    if min(new, seed, starts) < 0:
-        raise ValueError(f"new, seed and starts must not be negative: {new}, {seed}, {starts}")
     there = places_beside(problem, existing)
     found = _core.allocate(
-        problem.core, new, there, seed, starts, time_limit, threads, bound, gap, progress
-    )
+        problem.core, count("new", new), there, count("seed", seed, most=2**64 - 1),
+        count("starts", starts), limit("time_limit", time_limit), count("threads", threads), bound,
+        limit("gap", gap), progress,
+    )  # fmt: skip
     return Depots(problem, there, found)
 
 
@@ -131,7 +132,11 @@ def places_beside(problem: Problem, existing: Any) -> Places:
         if frame is not None and None not in (frame.planar, existing.crs):
             existing, frame = existing.to_crs(frame.planar), None
         existing = geo.coordinates(existing)
-    there = np.array(existing, float).reshape(-1, 2)
+    there = np.array(existing, float)
+    if there.size == 0:
+        return there.reshape(0, 2)
+    if there.ndim != 2 or there.shape[1] != 2:
+        raise ValueError("existing needs an array of shape (m, 2)")
     return there if frame is None else frame.to_planar(there)
 
 
@@ -212,4 +217,4 @@ def tied(
         (*gauges, *(as_gauges(tie_gauge) if tie_gauge is not None else gauges[:1])),
         frame,
     )
-    return Tied(data, _core.minimise_tied(data.core(), gap, time_limit))
+    return Tied(data, _core.minimise_tied(data.core(), limit("gap", gap), limit("time_limit", time_limit)))

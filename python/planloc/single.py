@@ -11,6 +11,7 @@ import numpy as np
 import numpy.typing as npt
 
 from planloc import _core
+from planloc.checks import count, limit
 from planloc.display import Map
 from planloc.found import Found, Verification
 from planloc.problem import GaugeLike, OrderLike, Problem
@@ -73,6 +74,7 @@ def solve(
     gauge: GaugeLike = "euclid",
     gauge_column: npt.ArrayLike | str | None = None,
     objective: OrderLike = "median",
+    order_weights: npt.ArrayLike | None = None,
     allow: Any = None,
     forbid: Any = None,
     gap: float = 0.0,
@@ -87,14 +89,14 @@ def solve(
     ----------
     sites : array of shape (n, 2), GeoDataFrame of points, or Problem
         A Problem has the arguments up to `forbid` itself.
-    weight, gauge, gauge_column, objective, allow, forbid
+    weight, gauge, gauge_column, objective, order_weights, allow, forbid
         As of `planloc.Problem`.
     gap : float
         The search ends when value and lower bound differ by no more than this share of the value.
     time_limit : float
         Seconds. The answer so far has the status `stopped`.
     threads : int
-        Of a search that is not convex. The answer does not depend on it.
+        Of a search that is not convex; 0: one for each core. The answer does not depend on it.
     whole_set : bool
         Whether to find all optima of a convex polyhedral problem.
     progress : callable, optional
@@ -118,6 +120,10 @@ def solve(
     """
     p = Problem.of(
         sites, weight=weight, gauge=gauge, gauge_column=gauge_column, objective=objective,
-        allow=allow, forbid=forbid,
+        order_weights=order_weights, allow=allow, forbid=forbid,
     )  # fmt: skip
-    return Answer(p, _core.minimise(p.core, gap, time_limit, threads, whole_set, progress))
+    found = _core.minimise(
+        p.core, limit("gap", gap), limit("time_limit", time_limit), count("threads", threads),
+        whole_set, progress,
+    )  # fmt: skip
+    return Answer(p, found)

@@ -11,6 +11,7 @@ import numpy as np
 import numpy.typing as npt
 
 from planloc import _core
+from planloc.checks import limit
 from planloc.display import Map, Shown
 from planloc.found import Verification
 from planloc.gauge import Gauge
@@ -173,6 +174,8 @@ def compare(
     True
     """
     places, frame = as_places(sites)
+    if not np.iterable(weights) or isinstance(weights, str) or len(weights) != 2:
+        raise ValueError("weights has to be two columns or arrays of weights")
     columns = [as_column(sites, "weights", w) for w in weights]
     first, second = objective if isinstance(objective, tuple) else (objective, objective)
     data = _BicriteriaData(
@@ -185,5 +188,6 @@ def compare(
     )
     core = data.core()
     if core.exact:
-        return Comparison(data, _core.efficient_set(core, time_limit))
-    return Comparison(data, _core.efficient_polyline(core, gap, time_limit))
+        return Comparison(data, _core.efficient_set(core, limit("time_limit", time_limit)))
+    line = _core.efficient_polyline(core, limit("gap", gap), limit("time_limit", time_limit))
+    return Comparison(data, line)

@@ -1,5 +1,6 @@
 #include "python/src/scenario_run.h"
 
+#include <string>
 #include <thread>
 #include <utility>
 
@@ -51,8 +52,11 @@ void scenario_run::run(std::size_t threads, const std::stop_token& stop) {
   for (std::size_t i = 1; i < threads; ++i) team.emplace_back([this] { work(); });
   work();
   team.clear();
-  if (!refusal_.empty()) {
-    throw bad_problem("scenario " + std::to_string(variants_.first + refused_) + ": " + refusal_);
+  if (!refusal_) return;
+  try {
+    std::rethrow_exception(refusal_);
+  } catch (const bad_problem& e) {
+    throw bad_problem("scenario " + std::to_string(variants_.first + refused_) + ": " + e.what());
   }
 }
 
@@ -64,8 +68,8 @@ void scenario_run::work() {
     if (i >= variants_.count || i >= refused_) return;
     try {
       solve(i, w);
-    } catch (const bad_problem& e) {
-      refuse(i, e.what());
+    } catch (...) {
+      refuse(i, std::current_exception());
     }
     ++done_;
   }
@@ -129,11 +133,11 @@ void scenario_run::place_several(std::size_t i, const workspace& w,
 
 // Keeps the first of them in order of the variants, whichever thread meets it; later ones are not
 // begun any more.
-void scenario_run::refuse(std::size_t i, const char* why) {
+void scenario_run::refuse(std::size_t i, std::exception_ptr why) {
   const std::scoped_lock hold(lock_);
   if (i >= refused_) return;
   refused_ = i;
-  refusal_ = why;
+  refusal_ = std::move(why);
 }
 
 }  // namespace planloc::python

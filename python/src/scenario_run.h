@@ -6,12 +6,12 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <limits>
 #include <mutex>
 #include <optional>
 #include <span>
 #include <stop_token>
-#include <string>
 #include <vector>
 
 #include "planloc/certified.h"
@@ -82,7 +82,7 @@ class scenario_run {
   void solve(std::size_t i, workspace& w) const;
   void place_one(std::size_t i, const problem& p) const;
   void place_several(std::size_t i, const workspace& w, const std::vector<gauge>& gauges) const;
-  void refuse(std::size_t i, const char* why);
+  void refuse(std::size_t i, std::exception_ptr why);
 
   const problem& base_;
   variants variants_;
@@ -94,7 +94,7 @@ class scenario_run {
   std::atomic<std::size_t> done_{0};
   std::mutex lock_;
   std::atomic<std::size_t> refused_{std::numeric_limits<std::size_t>::max()};
-  std::string refusal_;
+  std::exception_ptr refusal_;
 };
 
 }  // namespace planloc::python

@@ -80,13 +80,16 @@ def test_tied_facilities(distance):
 
 
 @pytest.mark.parametrize("call, text", [
-    (lambda: planloc.compare(SITES, weights=[np.ones(7)]), "two rows"),
+    (lambda: planloc.compare(SITES, weights=[np.ones(7)]), "two columns"),
+    (lambda: planloc.compare(SITES, weights="people"), "two columns"),
+    (lambda: planloc.compare(SITES, weights=np.ones((2, 7)), gauge=3), "3 is no gauge"),
     (lambda: planloc.compare(SITES, weights=np.ones((2, 7)), gap=0), "tolerance"),
     (lambda: planloc.compare(SITES, weights=np.ones((2, 7)), objective="range"), "order weight"),
     (lambda: planloc.depots(planloc.Problem(SITES, objective="centre"), new=2), "median"),
     (lambda: planloc.depots(planloc.Problem(SITES, forbid=SITES[:3]), new=2), "regions"),
     (lambda: planloc.depots(planloc.Problem(SITES), new=2, weight=np.ones(7)), "weight is given"),
-    (lambda: planloc.depots(SITES, new=-1), "negative"),
+    (lambda: planloc.depots(SITES, new=-1), "new is -1"),
+    (lambda: planloc.depots(SITES, new=1, existing=[(1, 2, 3)] * 2), "existing"),
     (lambda: planloc.depots(SITES, new=0), "facility"),
     (lambda: planloc.tied(SITES, share=np.ones((2, 3)), flow=np.zeros((2, 2))), "7 entries"),
     (lambda: planloc.tied(SITES, share=np.ones((2, 7)), flow=np.zeros((3, 3))), "2 in all"),

@@ -68,6 +68,13 @@ def test_pickles_are_the_same_and_still_proved():
     (lambda: planloc.solve([(0, 0)], objective="k-centrum:3"), "3"),
     (lambda: planloc.solve([(0, 0)], objective="best"), "unknown objective 'best'"),
     (lambda: planloc.solve([(0, 0)], gauge_column=[-1]), "gauge_column"),
+    (lambda: planloc.solve([(0, 0, 0)]), "shape"),
+    (lambda: planloc.solve([(0, np.nan)]), "y of site 0 is nan"),
+    (lambda: planloc.solve([(0, 0)], gap=-1), "gap is -1"),
+    (lambda: planloc.solve([(0, 0)], time_limit="long"), "time_limit is 'long'"),
+    (lambda: planloc.solve([(0, 0)], threads=1.5), "threads is 1.5"),
+    (lambda: planloc.solve([(0, 0)], objective="centre", order_weights=[1]), "give one of them"),
+    (lambda: planloc.solve([(0, 0)], order_weights=[1, 2]), "2 order weights for 1 site"),
     (lambda: gauge.polygon([(1, 0), (2, 0), (3, 1)]), "origin"),
 ])  # fmt: skip
 def test_bad_input_is_a_value_error(call, text):
