@@ -30,7 +30,9 @@ struct contest {
 
 using contests = std::map<std::string, contest>;  // by the name of the row
 
-// One function a file of rows.
+contests all_contests();
+
+// Its parts, one function a file of rows.
 void add_allocation(contests& all);
 void add_certified(contests& all);
 void add_efficient(contests& all);
