@@ -93,6 +93,33 @@ TEST(Convex, LimitsAreKept) {
   EXPECT_GE(early.value, minimise(p).value);
 }
 
+// Weights and coordinates over so many orders of magnitude that doubles neither know how far the
+// optimum may be nor tell its pieces apart, and a ball as thin.
+TEST(Convex, ManyOrdersOfMagnitude) {
+  const auto ball = [](double thin) {
+    return gauge::polyhedral({{1, -thin}, {1, thin}, {-1, thin}, {-1, -thin}});
+  };
+  const problem problems[] = {
+      {{{-0.032789127562335096, -237134869.04145089, 1.330801872472423e-28},
+        {6.4109974575999737e-08, -3.0056542655920677e-08, 0.00036170505055613982}},
+       {ball(1e-4)},
+       order_weights({0.312155, 0.687845})},
+      {{{-16.5838903685368, -3233.3978125495487, 1.181140252696745e-13},
+        {-24.460035327671971, 1.3229063693966572e-07, 1.0000000000000919},
+        {56712.403326916385, -2.2346793451479737e-10, 1.4789310051986975e+28}},
+       {ball(3e-7)},
+       order_weights({0.0328264, 0.879347, 1.13478})}};
+  for (const problem& p : problems) {
+    minimise_options options;
+    options.seconds = 20;
+    const solution s = minimise(p, options);
+    EXPECT_EQ(s.status, solution_status::optimal);
+    const verification v = verify(p, s);
+    EXPECT_TRUE(v.accepted) << v.reason;
+    EXPECT_EQ(v.gap, 0);
+  }
+}
+
 TEST(Convex, ManySites) {
   instance_source source(2);
   for (const layout l : {layout::scattered, layout::lattice, layout::far_away}) {

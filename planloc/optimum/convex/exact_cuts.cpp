@@ -9,6 +9,7 @@ namespace {
 using triple = std::array<mpq_class, 3>;
 
 constexpr std::size_t kSides = 4;
+constexpr int kWider = 1024;
 
 triple cross(const triple& a, const triple& b) {
   return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
@@ -22,24 +23,30 @@ mpq_class quotient(const mpz_class& numerator, const mpz_class& denominator) {
   return q;
 }
 
-constexpr unsigned kBits = 256;
-
-mpq_class rounded(const mpq_class& q) { return mpq_class(mpf_class(q, kBits)); }
+mpq_class rounded(const mpq_class& q, unsigned bits) { return mpq_class(mpf_class(q, bits)); }
 
 }  // namespace
 
 exact_cuts::exact_cuts(const exact_xy& centre, const mpq_class& half_width)
-    : rows_{{{1, 0, 0}, centre.x - half_width},
-            {{-1, 0, 0}, -centre.x - half_width},
-            {{0, 1, 0}, centre.y - half_width},
-            {{0, -1, 0}, -centre.y - half_width}},
-      exact_(rows_) {}
+    : centre_(centre), half_width_(half_width), rows_(kSides), exact_(kSides) {
+  set_sides();
+}
+
+void exact_cuts::set_sides() {
+  exact_[0] = {{1, 0, 0}, centre_.x - half_width_};
+  exact_[1] = {{-1, 0, 0}, -centre_.x - half_width_};
+  exact_[2] = {{0, 1, 0}, centre_.y - half_width_};
+  exact_[3] = {{0, -1, 0}, -centre_.y - half_width_};
+  std::copy_n(exact_.begin(), kSides, rows_.begin());
+}
 
 void exact_cuts::add_pieces_at(const exact_place& place, const exact_xy& u) {
   const mpq_class value = place.exact_value();
+  const std::size_t before = rows_.size();
   for (const exact_xy& v : {u, exact_xy{1, 0}, exact_xy{-1, 0}, exact_xy{0, 1}, exact_xy{0, -1}}) {
     add_piece(place, value, v);
   }
+  if (rows_.size() == before) start_again();
 }
 
 void exact_cuts::add_piece(const exact_place& place, const mpq_class& value, const exact_xy& u) {
@@ -50,12 +57,33 @@ void exact_cuts::add_piece(const exact_place& place, const mpq_class& value, con
     return other.right == r.right && other.normal == r.normal;
   };
   if (std::any_of(exact_.begin() + kSides, exact_.end(), same)) return;
-  rows_.push_back({{rounded(r.normal[0]), rounded(r.normal[1]), 1}, rounded(r.right)});
+  rows_.push_back(rounded_row(r));
   exact_.push_back(std::move(r));
-  if (rows_.size() > kSides + 1) return;
-  // Slope + multiplier of the sides == 0.
-  basis_ = {kSides, sgn(s.x) >= 0 ? 0U : 1U, sgn(s.y) >= 0 ? 2U : 3U};
+  if (rows_.size() == kSides + 1) start();
+}
+
+exact_cuts::row exact_cuts::rounded_row(const row& r) const {
+  return {{rounded(r.normal[0], bits_), rounded(r.normal[1], bits_), 1}, rounded(r.right, bits_)};
+}
+
+// From the first piece: slope + multiplier of the sides == 0.
+void exact_cuts::start() {
+  const triple& normal = rows_[kSides].normal;
+  basis_ = {kSides, sgn(normal[0]) <= 0 ? 0U : 1U, sgn(normal[1]) <= 0 ? 2U : 3U};
   locate();
+}
+
+// Where all pieces in force are known, f itself is least, unless a side of the square holds the
+// minimiser back, or it is one of the rounded rows only.
+void exact_cuts::start_again() {
+  if (std::any_of(basis_.begin(), basis_.end(), [](std::size_t k) { return k < kSides; })) {
+    half_width_ *= kWider;
+    set_sides();
+  } else {
+    bits_ *= 2;
+    for (std::size_t k = kSides; k < rows_.size(); ++k) rows_[k] = rounded_row(exact_[k]);
+  }
+  start();
 }
 
 void exact_cuts::locate() {

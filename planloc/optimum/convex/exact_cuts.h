@@ -15,10 +15,12 @@ namespace planloc::detail {
 
 class exact_cuts {
  public:
-  // Over the square |x - centre| <= half_width in both coordinates, which holds an optimum.
+  // Over the square |x - centre| <= half_width in both coordinates, which is made larger where no
+  // optimum is found in it.
   exact_cuts(const exact_xy& centre, const mpq_class& half_width);
 
-  // The pieces of f in force at a place beside it, in the direction of each axis and along `u`.
+  // The pieces of f in force at a place beside it, in the direction of each axis and along `u`. If
+  // all of them are known, the next minimiser is found in a larger square or with more digits.
   void add_pieces_at(const exact_place& place, const exact_xy& u);
 
   // Where the largest of the pieces is least.
@@ -34,12 +36,19 @@ class exact_cuts {
 
   exact_xy exact_vertex() const;
   void add_piece(const exact_place& place, const mpq_class& value, const exact_xy& u);
+  row rounded_row(const row& r) const;
+  void start();
+  void start_again();
+  void set_sides();
   void locate();
   mpq_class slack(const row& r) const;
   void pivot(std::size_t entering);
 
+  exact_xy centre_;
+  mpq_class half_width_;
   // The four sides first. Pivots work on rows rounded to some hundred bits, which choose the basis;
   // the vertex is that of the basis without roundings.
+  unsigned bits_ = 256;
   std::vector<row> rows_;
   std::vector<row> exact_;
   std::array<std::size_t, 3> basis_{};
