@@ -49,6 +49,35 @@ double best_mixture(const planes& rows) {
   return best;
 }
 
+// What is left of the triangle has up to four corners, so two triangles hold it.
+double least_above(const planes& rows, const corner_values& sides) {
+  using column = std::array<double, 4>;  // the planes at a place
+  const auto at_corner = [&](std::size_t m) {
+    return column{rows[0][m], rows[1][m], rows[2][m], rows[3][m]};
+  };
+  std::array<column, 4> left{};
+  std::size_t count = 0;
+  for (std::size_t m = 0; m < 3; ++m) {
+    const std::size_t n = (m + 1) % 3;
+    if (sides[m] >= 0) left[count++] = at_corner(m);
+    if (!((sides[m] < 0 && sides[n] > 0) || (sides[m] > 0 && sides[n] < 0))) continue;
+    const double share = sides[m] / (sides[m] - sides[n]);
+    for (std::size_t j = 0; j < 4; ++j)
+      left[count][j] = rows[j][m] + share * (rows[j][n] - rows[j][m]);
+    ++count;
+  }
+  const auto on_triangle = [&](std::size_t a, std::size_t b, std::size_t c) {
+    planes r{};
+    for (std::size_t j = 0; j < 4; ++j) r[j] = {left[a][j], left[b][j], left[c][j]};
+    return best_mixture(r);
+  };
+  if (count == 0) return std::numeric_limits<double>::infinity();
+  const std::size_t last = count - 1;
+  const double first =
+      on_triangle(0, std::min<std::size_t>(1, last), std::min<std::size_t>(2, last));
+  return count < 4 ? first : std::min(first, on_triangle(0, 2, 3));
+}
+
 // It is at a corner, where two planes are equal on a side, or where three are equal.
 corner_values lowest_place(const planes& rows) {
   corner_values best{};

@@ -15,6 +15,10 @@ using planes = std::array<corner_values, 4>;
 // bound of the largest plane that roundings do not spoil.
 double best_mixture(const planes& rows);
 
+// The same where none of `sides`, how far the corners are on one side of a line in any unit, is
+// below 0.
+double least_above(const planes& rows, const corner_values& sides);
+
 // Where the largest of the planes is least, as shares of the corners. They are not negative and add
 // up to 1, but for roundings.
 corner_values lowest_place(const planes& rows);

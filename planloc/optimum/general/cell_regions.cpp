@@ -5,15 +5,38 @@
 #include <cmath>
 #include <limits>
 
+#include "planloc/optimum/exact/exact_sign.h"
+
 namespace planloc::detail {
 
 namespace {
 
-// Cells with more sides are halved before they are looked at closely.
+// Cells with more sides, or with more whose boxes meet theirs, are halved before they are looked at
+// closely.
 constexpr std::size_t kMostSides = 16;
+constexpr std::size_t kMostBoxes = 32;
 
 double below(double d) { return std::nextafter(d, -std::numeric_limits<double>::infinity()); }
 double above(double d) { return std::nextafter(d, std::numeric_limits<double>::infinity()); }
+
+// Whether a segment lies beyond an edge of the triangle, told in doubles: all coordinates are off
+// by a few units in the last place of the largest one at most.
+bool surely_apart(const triangle& t, const xy& a, const xy& b) {
+  double most = 0;
+  for (const xy& p : {t[0], t[1], t[2], a, b})
+    most = std::max({most, std::fabs(p.x), std::fabs(p.y)});
+  for (std::size_t m = 0; m < 3; ++m) {
+    const xy& c = t[m];
+    const xy e{t[(m + 1) % 3].x - c.x, t[(m + 1) % 3].y - c.y};
+    const auto side = [&](const xy& p) { return e.x * (p.y - c.y) - e.y * (p.x - c.x); };
+    const double doubt = 0x1p-46 * most * (std::fabs(e.x) + std::fabs(e.y));
+    const double inner = side(t[(m + 2) % 3]);
+    const double at_a = inner > 0 ? side(a) : -side(a);
+    const double at_b = inner > 0 ? side(b) : -side(b);
+    if (std::fabs(inner) > doubt && at_a < -doubt && at_b < -doubt) return true;
+  }
+  return false;
+}
 
 }  // namespace
 
@@ -33,24 +56,29 @@ struct cell_regions::exact_triangle {
     return cross(exact_xy{b.x - a.x, b.y - a.y}, exact_xy{at.x - a.x, at.y - a.y});
   }
 
-  // Whether a segment meets it; clipped by one edge after the other (Cyrus and Beck 1978).
-  bool meets(const exact_xy& a, const exact_xy& b) const {
-    mpq_class from = 0;
-    mpq_class to = 1;
+  // What a segment has in common with it, in shares of the way from a to b; clipped by one edge
+  // after the other (Cyrus and Beck 1978).
+  struct shares {
+    mpq_class from, to;
+  };
+  std::optional<shares> common(const exact_xy& a, const exact_xy& b) const {
+    shares s{0, 1};
     for (std::size_t m = 0; m < 3; ++m) {
       const mpq_class at_a = side(m, a);
       const mpq_class at_b = side(m, b);
-      if (sgn(at_a) < 0 && sgn(at_b) < 0) return false;
+      if (sgn(at_a) < 0 && sgn(at_b) < 0) return {};
       if (sgn(at_a) >= 0 && sgn(at_b) >= 0) continue;
       const mpq_class share = at_a / (at_a - at_b);
       if (sgn(at_a) < 0) {
-        from = std::max(from, share);
+        s.from = std::max(s.from, share);
       } else {
-        to = std::min(to, share);
+        s.to = std::min(s.to, share);
       }
     }
-    return from <= to;
+    if (s.from > s.to) return {};
+    return s;
   }
+  bool meets(const exact_xy& a, const exact_xy& b) const { return common(a, b).has_value(); }
 
   std::array<exact_xy, 3> corner;
 };
@@ -92,22 +120,92 @@ bool cell_regions::crossed(const triangle& t) const {
   return any;
 }
 
+bool cell_regions::meets(const triangle& t, const exact_triangle& exact,
+                         const boundary::side& s) const {
+  const xy a{s.a.x - rounded_base_.x, s.a.y - rounded_base_.y};
+  const xy b{s.b.x - rounded_base_.x, s.b.y - rounded_base_.y};
+  return !surely_apart(t, a, b) && exact.meets(relative(to_exact(s.a)), relative(to_exact(s.b)));
+}
+
+std::optional<std::vector<const boundary::side*>> cell_regions::few_sides(
+    const triangle& t, const exact_triangle& exact) const {
+  std::vector<const boundary::side*> sides;
+  near(t, [&](const boundary::side& s) { sides.push_back(&s); });
+  if (sides.size() > kMostBoxes) return {};
+  std::erase_if(sides, [&](const boundary::side* s) { return !meets(t, exact, *s); });
+  if (sides.size() > kMostSides) return {};
+  return sides;
+}
+
 // Permitted places that are not all of the triangle have an end in it, on a permitted part of a
 // side.
 bool cell_regions::nothing_permitted(const triangle& t) {
-  std::vector<const boundary::side*> sides;
-  near(t, [&](const boundary::side& s) { sides.push_back(&s); });
-  if (sides.size() > kMostSides || permits(to_exact(t[0]))) return false;
+  if (permits(to_exact(t[0]))) return false;
   const exact_triangle exact(t);
-  for (const boundary::side* s : sides) {
-    if (!exact.meets(relative(to_exact(s->a)), relative(to_exact(s->b)))) continue;
-    auto& parts = permitted_[static_cast<std::size_t>(s - sides_.sides().data())];
-    if (!parts) parts = sides_.permitted(*s);
-    for (const boundary::piece& p : *parts) {
+  const auto sides = few_sides(t, exact);
+  if (!sides) return false;
+  for (const boundary::side* s : *sides) {
+    for (const boundary::piece& p : permitted_parts(*s)) {
       if (exact.meets(relative(p.from), relative(p.to))) return false;
     }
   }
   return true;
+}
+
+const boundary::side* cell_regions::only_line(const triangle& t) const {
+  const boundary::side* only = nullptr;
+  bool several = false;
+  std::optional<exact_triangle> exact;
+  near(t, [&](const boundary::side& s) {
+    if (several) return;
+    if (!exact) exact.emplace(t);
+    if (!meets(t, *exact, s)) return;
+    if (only == nullptr) only = &s;
+    several = turn_sign(only->a, only->b, s.a) != 0 || turn_sign(only->a, only->b, s.b) != 0;
+  });
+  return several ? nullptr : only;
+}
+
+// Beyond the line the triangle has no side, so one corner there tells of all places.
+std::optional<corner_values> cell_regions::cut(const triangle& t) const {
+  const boundary::side* s = only_line(t);
+  if (s == nullptr) return {};
+  const exact_xy a = relative(to_exact(s->a));
+  const exact_xy u{mpq_class(s->b.x) - s->a.x, mpq_class(s->b.y) - s->a.y};
+  corner_values turn{};
+  for (std::size_t m = 0; m < 3; ++m)
+    turn[m] = mpq_class(cross(u, {t[m].x - a.x, t[m].y - a.y})).get_d();
+  for (std::size_t m = 0; m < 3; ++m) {
+    if (turn[m] == 0 || permits(to_exact(t[m]))) continue;
+    if (turn[m] > 0) turn = {-turn[0], -turn[1], -turn[2]};
+    return turn;
+  }
+  return {};
+}
+
+const std::vector<boundary::piece>& cell_regions::permitted_parts(const boundary::side& s) {
+  auto& parts = permitted_[static_cast<std::size_t>(&s - sides_.sides().data())];
+  if (!parts) parts = sides_.permitted(s);
+  return *parts;
+}
+
+std::vector<exact_xy> cell_regions::places_on_sides(const triangle& t) {
+  if (!crossed(t)) return {};
+  const exact_triangle exact(t);
+  const auto sides = few_sides(t, exact);
+  if (!sides) return {};
+  std::vector<exact_xy> places;
+  for (const boundary::side* s : *sides) {
+    for (const boundary::piece& p : permitted_parts(*s)) {
+      const exact_xy a = relative(p.from);
+      const exact_xy b = relative(p.to);
+      const auto common = exact.common(a, b);
+      if (!common) continue;
+      const mpq_class share = (common->from + common->to) / 2;
+      places.push_back({a.x + share * (b.x - a.x), a.y + share * (b.y - a.y)});
+    }
+  }
+  return places;
 }
 
 bool cell_regions::add_lines(const triangle& t, std::size_t limit,

@@ -13,7 +13,8 @@
 
 namespace planloc::detail {
 
-// Places are relative to a base. All but `nothing_permitted` may be called from several threads.
+// Places are relative to a base. All but `nothing_permitted` and
+// `places_on_sides` may be called from several threads.
 class cell_regions {
  public:
   cell_regions(const regions& r, const xy& base);
@@ -29,6 +30,13 @@ class cell_regions {
   // Whether it is known that no place of the triangle is permitted.
   bool nothing_permitted(const triangle& t);
 
+  // Where all sides that cross the triangle lie on one line and nothing beyond it is permitted: how
+  // far the corners are on this side of the line.
+  std::optional<corner_values> cut(const triangle& t) const;
+  // Permitted places of the triangle on sides, one of each part of a side that has any; none where
+  // there are many sides.
+  std::vector<exact_xy> places_on_sides(const triangle& t);
+
   // Adds the lines of the sides that cross the triangle; false if there are more than `limit`.
   bool add_lines(const triangle& t, std::size_t limit, std::vector<exact_line>& lines) const;
   // Adds the corners of polygons in the triangle.
@@ -37,6 +45,13 @@ class cell_regions {
  private:
   struct exact_triangle;
 
+  bool meets(const triangle& t, const exact_triangle& exact, const boundary::side& s) const;
+  // The sides that meet the triangle, unless they are many.
+  std::optional<std::vector<const boundary::side*>> few_sides(const triangle& t,
+                                                              const exact_triangle& exact) const;
+  // One of them, if all lie on its line.
+  const boundary::side* only_line(const triangle& t) const;
+  const std::vector<boundary::piece>& permitted_parts(const boundary::side& s);
   template <class Visit>
   void near(const triangle& t, Visit visit) const;
   exact_xy relative(const exact_xy& at) const { return {at.x - base_.x, at.y - base_.y}; }

@@ -26,8 +26,10 @@ using reason = branch_certificate::reason;
 // the search aims at, so that intervals prove it.
 constexpr double kSmoothGap = 1e-10;
 constexpr double kSmoothAim = 5e-11;
-// Of the value: what a cell with sides of regions may hold better, where nothing is solved exactly.
+// Of the value: what a cell with sides of regions on several lines may hold better, where nothing
+// is solved exactly and more such cells were halved already.
 constexpr double kSideGap = 1e-7;
+constexpr std::size_t kMostCloseCalls = 2000;
 // Of a gap that is asked for: what the search aims at, so that roundings do not spoil it.
 constexpr double kAimed = 1 - 0x1p-30;
 // Halvings of a triangle of the sites' extent: smaller ones are beyond what doubles can tell.
@@ -118,6 +120,7 @@ class general_search {
   void settle_best(task& t);
   void take(std::unique_ptr<cell> c, const detail::evaluation& best_seen);
   void offer(const exact_xy& at, double value);
+  void offer_places_on_sides(const cell& c);
   void try_sites();
   bool least_possible();
   void step_to_zero();
@@ -161,6 +164,7 @@ class general_search {
   incumbent best_;
   double floor_ = std::numeric_limits<double>::infinity();  // bounds of cells that were given up
   std::vector<task> batch_;
+  std::size_t close_calls_ = 0;  // cells with sides on several lines and a small gap
   std::size_t cells_ = 0;
   std::size_t cells_to_report_ = 0;  // at which the next report is due
   double reported_bound_ = -std::numeric_limits<double>::infinity();
@@ -294,18 +298,28 @@ void general_search::take(std::unique_ptr<cell> c, const detail::evaluation& bes
   if (best_seen.value < best_.value) offer(detail::to_exact(best_seen.at), best_seen.value);
   if (where_ && where_->nothing_permitted(c->corners)) return tree_.close(*c, reason::forbidden);
   const double proved = c->bound - margin(*c);
+  if (where_ && !problem_.polyhedral() && proved < best_.value - tolerance())
+    offer_places_on_sides(*c);
   tree_.push(std::move(c), proved);
 }
 
-// Without exact solutions the cells on the sides of regions never end, nor do those that are short
-// of their aim by no more than roundings that are larger than the aim.
+// The best place is often on a side, where no centroid is.
+void general_search::offer_places_on_sides(const cell& c) {
+  for (const exact_xy& at : where_->places_on_sides(c.corners))
+    offer(at, workers_[0]->bounder.value(c, to_nearest(at)));
+}
+
+// Without exact solutions the cells on several sides of regions need not end: few do where two
+// sides meet, many do along a seam. Nor do those that are short of their aim by no more than
+// roundings that are larger than the aim.
 bool general_search::give_up(const cell& c) {
   if (problem_.polyhedral()) return false;
   const double proved = c.bound - margin(c);
-  const bool on_side = where_ && where_->crossed(c.corners) &&
-                       proved >= best_.value - kSideGap * std::fabs(best_.value);
+  const bool on_sides = where_ && !c.cut && where_->crossed(c.corners) &&
+                        proved >= best_.value - kSideGap * std::fabs(best_.value) &&
+                        ++close_calls_ > kMostCloseCalls;
   const bool rounded = margin(c) > tolerance() / 4 && c.bound >= best_.value - tolerance();
-  if (!on_side && !rounded) return false;
+  if (!on_sides && !rounded) return false;
   floor_ = std::min(floor_, proved);
   return true;
 }
@@ -350,6 +364,7 @@ void general_search::work_on(task& t, worker& w) const {
   t.halves[1].c = std::move(other);
   for (task::half& h : t.halves) {
     if (holds_all_sites(h.c->corners)) continue;  // nothing is decided there
+    if (where_ && !problem_.polyhedral()) h.c->cut = where_->cut(h.c->corners);
     w.bounder.process(*h.c);
     if (!problem_.polyhedral()) w.bounder.refine(*h.c, enough(*h.c));
     h.best_seen = w.bounder.best_seen();

@@ -138,6 +138,7 @@ std::pair<std::unique_ptr<cell>, std::unique_ptr<cell>> cell_bounder::split(cell
   second->corners = other;
   for (cell* half : {first.get(), second.get()}) {
     ++half->depth;
+    half->cut.reset();
     // Not that of the parent: a certificate names no other bound than the cell's own.
     half->bound = -std::numeric_limits<double>::infinity();
   }
@@ -527,14 +528,17 @@ void cell_bounder::process(cell& c) {
   }
   if (!undecided_.empty()) decide(c);
   c.size = size_of_terms(c);
+  const auto least_of_planes = [&] {
+    return c.cut ? least_above(rows_, *c.cut) : best_mixture(rows_);
+  };
   add_rest(c);
   if (undecided_.empty()) {
-    c.bound = best_mixture(rows_);
+    c.bound = least_of_planes();
     return;
   }
-  c.bound += best_mixture(rows_);
+  c.bound += least_of_planes();
   add_undecided(c);
-  c.bound = std::max(c.bound, best_mixture(rows_));
+  c.bound = std::max(c.bound, least_of_planes());
 }
 
 double cell_bounder::value(const cell& c, const xy& at) {

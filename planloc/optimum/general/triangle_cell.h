@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <span>
 #include <utility>
 #include <vector>
@@ -51,6 +52,8 @@ struct affine_sum {
 
 struct cell {
   triangle corners;
+  // How far the corners are on the side of a line where places count, in any unit.
+  std::optional<corner_values> cut;
   std::uint32_t node = 0;  // of the search tree
   int depth = 0;
   double bound = -std::numeric_limits<double>::infinity();
@@ -77,6 +80,7 @@ class cell_bounder {
   //     concave part at the corners (d.c. programming, Tuy), and
   //   - the sum of order weights times sorted bounds of the distances, or of the nearest one with
   //     all order weights where no sum of the last ones is negative.
+  // The first is taken on the places that count.
   void process(cell& c);
 
   // Raises the bound of the cell that was processed last by more planes, each taken where the ones

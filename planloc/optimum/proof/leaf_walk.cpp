@@ -129,11 +129,18 @@ void leaf_walk::visit(triangle_state t) {
 // prove what the triangle does not. A bound is above an optimum, so no crossing may be one.
 void leaf_walk::prove_by_bound(triangle_state t, int halvings) {
   const std::size_t linear_above = linear_.size();
+  std::optional<std::optional<side_values>> permitted;  // once asked for
+  const auto proved_on_part = [&] {
+    if (where_ == nullptr) return false;
+    if (!permitted) permitted = where_->cut(t.at);
+    rows planes;
+    return *permitted && bound_proves(t, planes, &**permitted);
+  };
   bool done = false;
   for (const aim a : {aim::nothing, aim::middle, aim::next_corner, aim::last_corner}) {
     look(t, a);
     rows planes;
-    done = bound_proves(t, planes) ||
+    done = bound_proves(t, planes) || proved_on_part() ||
            (a == aim::nothing && !sites_.owner().polyhedral() && cuts_prove(t, planes));
     if (done) break;
   }
@@ -459,14 +466,42 @@ double leaf_walk::least_of_planes(const rows& r) {
   return best;
 }
 
-bool leaf_walk::bound_proves(const triangle_state& t, rows& planes) const {
+// The same on the part of the triangle where its sides of a line are not below 0: it has up to four
+// corners, so two triangles hold it.
+double leaf_walk::least_on_part(const rows& r, const side_values& side) {
+  std::vector<std::array<interval, 4>> left;  // the planes at the corners of the part
+  for (std::size_t m = 0; m < 3; ++m) {
+    const std::size_t n = (m + 1) % 3;
+    if (sgn(side[m]) >= 0) left.push_back({r[0][m], r[1][m], r[2][m], r[3][m]});
+    if (sgn(side[m]) * sgn(side[n]) >= 0) continue;
+    const mpq_class share = side[m] / (side[m] - side[n]);
+    const interval of_n = around(share);
+    const interval of_m = around(1 - share);
+    std::array<interval, 4>& at = left.emplace_back();
+    for (std::size_t j = 0; j < 4; ++j) at[j] = of_m * r[j][m] + of_n * r[j][n];
+  }
+  double least = std::numeric_limits<double>::infinity();
+  for (std::size_t k = 1; !left.empty() && (k == 1 || k + 1 < left.size()); ++k) {
+    const auto& b = left[std::min(k, left.size() - 1)];
+    const auto& c = left[std::min(k + 1, left.size() - 1)];
+    rows part;
+    for (std::size_t j = 0; j < 4; ++j) part[j] = {left[0][j], b[j], c[j]};
+    least = std::min(least, least_of_planes(part));
+  }
+  return least;
+}
+
+bool leaf_walk::bound_proves(const triangle_state& t, rows& planes, const side_values* part) const {
+  const auto least = [&] {
+    return part == nullptr ? least_of_planes(planes) : least_on_part(planes, *part);
+  };
   planes = rest(t);
-  const double decided = least_of_planes(planes);
+  const double decided = least();
   if (undecided_.empty()) return reaches(decided);
   if (reaches((interval(decided) + sorted_bounds(t)).low)) return true;
   if (tails_rise(t.runs) && reaches((interval(decided) + nearest_bound(t)).low)) return true;
   add_steps(t, planes);
-  return reaches(least_of_planes(planes));
+  return reaches(least());
 }
 
 }  // namespace planloc::detail

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <set>
 #include <tuple>
 #include <utility>
@@ -114,9 +115,12 @@ class leaf_walk {
   bool reaches(double bound) const {
     return bound >= least_in_doubles_ || mpq_class(bound) >= least_;
   }
-  bool bound_proves(const triangle_state& t, rows& planes) const;
+  // How far the corners of a triangle are on the side of a line where places count.
+  using side_values = std::array<mpq_class, 3>;
+  bool bound_proves(const triangle_state& t, rows& planes, const side_values* part = nullptr) const;
   // A lower bound of the least value of the largest of the planes: that of one of their mixtures.
   static double least_of_planes(const rows& r);
+  static double least_on_part(const rows& r, const side_values& side);
   rows rest(const triangle_state& t) const;
   interval sorted_bounds(const triangle_state& t) const;
   interval nearest_bound(const triangle_state& t) const;

@@ -112,6 +112,30 @@ bool walked_regions::some_permitted(const std::array<xy, 3>& t) {
   return false;
 }
 
+// A part of the triangle without sides is permitted as a whole or not at all; so is the corner of
+// it.
+std::optional<std::array<mpq_class, 3>> walked_regions::cut(const std::array<xy, 3>& t) const {
+  const std::vector<std::size_t> met = numbers_in(t);
+  if (met.empty()) return {};
+  const segment& s = sides_[met[0]];
+  for (const std::size_t k : met) {
+    if (turn(s.a, s.b, sides_[k].a) != 0 || turn(s.a, s.b, sides_[k].b) != 0) return {};
+  }
+  const exact_corners exact = exactly(t);
+  std::array<mpq_class, 3> side;
+  for (std::size_t m = 0; m < 3; ++m) {
+    side[m] = (s.b.x - s.a.x) * (exact[m].y - s.a.y) - (s.b.y - s.a.y) * (exact[m].x - s.a.x);
+  }
+  for (std::size_t m = 0; m < 3; ++m) {
+    if (sgn(side[m]) == 0 || permits(exact[m])) continue;
+    if (sgn(side[m]) > 0) {
+      for (mpq_class& d : side) d = -d;
+    }
+    return side;
+  }
+  return {};
+}
+
 bool walked_regions::within(const xy& low, const xy& high) const {
   return std::all_of(sides_.begin(), sides_.end(), [&](const segment& s) {
     return low.x <= s.a.x && s.a.x <= high.x && low.y <= s.a.y && s.a.y <= high.y;

@@ -27,6 +27,9 @@ class walked_regions {
   // The sides that meet a triangle, and the corners of polygons in it.
   std::vector<segment> sides_in(const std::array<xy, 3>& t) const;
   std::vector<fraction_pair> corners_in(const std::array<xy, 3>& t) const;
+  // Where all sides that meet a triangle lie on one line and nothing beyond it is permitted: how
+  // far the corners of the triangle are on this side of the line, in any unit.
+  std::optional<std::array<mpq_class, 3>> cut(const std::array<xy, 3>& t) const;
   // Whether all corners lie in a rectangle.
   bool within(const xy& low, const xy& high) const;
 
