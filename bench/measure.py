@@ -137,9 +137,11 @@ class Race:
             self.batch[name] = 0
             return
         batch = 60 if name.startswith("R ") else self.effort.batch  # R's clock counts milliseconds
-        if spent < batch:
-            spent, _ = contestant.call(3)
-        self.batch[name] = max(1, round(batch / max(spent, 1e-3)))
+        count = 1
+        while spent * count < batch / 8:
+            count *= 8
+            spent, _ = contestant.call(count)
+        self.batch[name] = max(1, round(batch / spent))
 
     def measure(self, name, contestant):
         count = self.batch[name]

@@ -1,11 +1,23 @@
 #include "planloc/optimum/proof/interval.h"
 
+#include <array>
+#include <cstddef>
+
 namespace planloc::detail {
 
 namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 const interval kLog2(0x1.62e42fefa39efp-1, 0x1.62e42fefa39f0p-1);
+
+constexpr int kTerms = 14;
+
+// 1 / (2 k + 1)
+const std::array<interval, kTerms> kOddParts = [] {
+  std::array<interval, kTerms> parts;
+  for (int k = 0; k < kTerms; ++k) parts[static_cast<std::size_t>(k)] = divided(1, 2 * k + 1);
+  return parts;
+}();
 
 // log m = 2 artanh t with t = (m - 1) / (m + 1), for m in [1/2, 1), moved to [0.7, 1.4): |t| <=
 // 0.18. After fourteen terms the rest of the series is at most 0.04 times the next power.
@@ -19,7 +31,7 @@ interval log_of(double x) {
   const interval t = (interval(m) - 1) / (interval(m) + 1);
   const interval t2 = square(t);
   interval sum(0, 0.04);
-  for (int k = 13; k >= 0; --k) sum = sum * t2 + interval(1) / interval(2 * k + 1);
+  for (int k = kTerms - 1; k >= 0; --k) sum = sum * t2 + kOddParts[static_cast<std::size_t>(k)];
   return interval(2) * t * sum + interval(exponent) * kLog2;
 }
 
@@ -31,7 +43,7 @@ interval exp_of(double z) {
   const double k = std::nearbyint(z / kLog2.low);
   const interval r = interval(z) - interval(k) * kLog2;
   interval sum(0.9, 1.1);
-  for (int n = 15; n >= 1; --n) sum = interval(1) + sum * r / interval(n);
+  for (int n = 15; n >= 1; --n) sum = interval(1) + divided(sum * r, n);
   const double scale = std::ldexp(1, static_cast<int>(k));
   return sum * interval(scale);
 }
