@@ -136,7 +136,7 @@ class Race:
             self.times[name].append(spent)
             self.batch[name] = 0
             return
-        batch = 60 if name.startswith("R ") else self.effort.batch  # R's clock counts milliseconds
+        batch = 200 if name.startswith("R ") else self.effort.batch  # R's clock counts milliseconds
         count = 1
         while spent * count < batch / 8:
             count *= 8

@@ -4,13 +4,15 @@ namespace planloc::detail {
 
 planar_sites::planar_sites(const list<location>& locations, int k) {
   const std::size_t n = static_cast<std::size_t>(locations.size());
-  x.reserve(n);
-  y.reserve(n);
-  w.reserve(n);
+  x.resize(n);
+  y.resize(n);
+  w.resize(n);
+  std::size_t i = 0;
   for (const location& a : locations) {
-    x.push_back(a[0]);
-    y.push_back(a[1]);
-    w.push_back(a.weight(k));
+    x[i] = a[0];
+    y[i] = a[1];
+    w[i] = a.weight(k);
+    ++i;
   }
 }
 

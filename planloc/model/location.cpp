@@ -13,11 +13,6 @@ namespace {
 // and lists of locations behave accordingly.
 bool copies_empty(const location& a) { return a.dim() < 1 || a.nweights() < 1; }
 
-int checked(int i, int size, int code) {
-  if (i < 0 || i >= size) MaviError("Index out of range.", code, 1, true);
-  return i;
-}
-
 void write_coordinates(std::ostream& out, const location& a) {
   for (int i = 0; i < a.dim(); ++i) out << a[i] << " ";
   out << std::endl;
@@ -55,10 +50,7 @@ location& location::operator=(const location& other) {
 
 // ----- Access -----
 
-double& location::operator[](int i) { return coordinates_[checked(i, dim(), 1207)]; }
-double location::operator[](int i) const { return coordinates_[checked(i, dim(), 1208)]; }
-double& location::weight(int i) { return weight_values_[checked(i, nweights(), 1209)]; }
-double location::weight(int i) const { return weight_values_[checked(i, nweights(), 1210)]; }
+void location::report_index(int code) { MaviError("Index out of range.", code, 1, true); }
 
 // ----- Size and direction -----
 

@@ -51,11 +51,11 @@ class location {
   Loc_Vector weights() const { return weight_values_; }
 
   // Coordinate i, from 0. "Index out of range.": 1207, for a constant location 1208.
-  double& operator[](int i);
-  double operator[](int i) const;
+  double& operator[](int i) { return coordinates_[checked(i, dim(), 1207)]; }
+  double operator[](int i) const { return coordinates_[checked(i, dim(), 1208)]; }
   // Weight i, from 0. "Index out of range.": 1209, for a constant location 1210.
-  double& weight(int i);
-  double weight(int i) const;
+  double& weight(int i) { return weight_values_[checked(i, nweights(), 1209)]; }
+  double weight(int i) const { return weight_values_[checked(i, nweights(), 1210)]; }
 
   // ----- Size and direction -----
 
@@ -121,6 +121,12 @@ class location {
 
  private:
   void fill(std::initializer_list<double> values);
+
+  static int checked(int i, int size, int code) {
+    if (i < 0 || i >= size) report_index(code);
+    return i;
+  }
+  static void report_index(int code);
 
   Loc_Vector coordinates_;
   Loc_Vector weight_values_;
