@@ -166,7 +166,7 @@ class Race:
 
 def run_row(row, command_of, available, effort):
     """The measured row as plain data, for results/."""
-    names = [name for name in [row.ours] + row.peers if name in available]
+    names = [name for name in [row.ours] + row.also + row.peers if name in available]
     slow, sizes, complaints = {}, [], []
     for size in row.sizes:
         entry = {name: {"ms": [], "memory": 0} for name in names}

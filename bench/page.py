@@ -14,31 +14,36 @@ Measured, not claimed: `scripts/bench` installs the peers, builds and runs every
 writes nothing.
 
 A row is one call of planloc and what a user would pick instead, each in a process of its own on the same input. They
-take turns, nine times as a rule, and times are CPU milliseconds of one call (threads of a peer add up), medians; where a
-row says *instances*, that many inputs are pooled. The **ratio** is that of the fastest peer's time to ours in the
-same turn: its median, and in brackets its quartiles; above 1 planloc is faster. **Growth** is the exponent e of the
-line time = c n^e through the medians. **Memory** is how far the process rose above its size with the input made.
-A peer leaves a row above 5 s a call (–). The values must agree; what did not is said below the table.
+take turns, nine times as a rule, and times are CPU milliseconds of one call (threads of a peer add up), medians. The
+**ratio** is that of the fastest peer's time to ours in the same turn: its median, and in brackets its quartiles; above 1
+planloc is faster. Where a row says *instances*, median and quartiles are those of the instances. **Growth** is the
+exponent e of the line time = c n^e through the medians. **Memory** is how far the process rose above its size with the
+input made. A peer leaves a row above 5 s a call (–). The values must agree; what did not is said below the table.
 """
 
 
-def pooled(entry, name):
+def one_each(instances):
+    """The numbers of the repetitions, or of several instances the median of each."""
+    return instances[0] if len(instances) == 1 else [median_of(found) for found in instances if found]
+
+
+def times_of(entry, name):
     found = entry["contestants"].get(name)
-    return [t for seed in found["ms"] for t in seed] if found else []
+    return one_each(found["ms"]) if found else []
 
 
 def best_peer(row, entry):
-    timed = [name for name in row.peers if pooled(entry, name)]
-    return min(timed, key=lambda name: median_of(pooled(entry, name)), default=None)
+    timed = [name for name in row.peers if times_of(entry, name)]
+    return min(timed, key=lambda name: median_of(times_of(entry, name)), default=None)
 
 
 def ratio(row, entry):
-    """Median and quartiles of the best peer's time over ours, turn by turn."""
+    """Quartiles and median of the best peer's time over ours, turn by turn."""
     peer = best_peer(row, entry)
     if peer is None:
         return None
     own, other = (entry["contestants"][name]["ms"] for name in (row.ours, peer))
-    ratios = [b / a for mine, its in zip(own, other) for a, b in zip(mine, its)]
+    ratios = one_each([[b / a for a, b in zip(mine, its)] for mine, its in zip(own, other)])
     if len(ratios) < 2:
         return (ratios[0],) * 3 if ratios else None
     low, middle, high = statistics.quantiles(ratios, n=4, method="inclusive")
@@ -46,7 +51,8 @@ def ratio(row, entry):
 
 
 def exponent(row, result, name):
-    points = [(math.log(e["size"]), math.log(median_of(pooled(e, name)))) for e in result["sizes"] if pooled(e, name)]
+    points = [(math.log(e["size"]), math.log(median_of(times_of(e, name))))
+              for e in result["sizes"] if times_of(e, name)]
     if len(points) < 2:
         return None
     return statistics.linear_regression(*zip(*points)).slope
@@ -73,7 +79,7 @@ def size_text(size):
 
 def memory_text(entry, name):
     used = entry["contestants"].get(name, {}).get("memory", 0)
-    return "–" if not pooled(entry, name) else f"{used / 1048576:.1f}" if used >= 52429 else "< 0.1"
+    return "–" if not times_of(entry, name) else f"{used / 1048576:.1f}" if used >= 52429 else "< 0.1"
 
 
 def shown(name):
@@ -82,10 +88,10 @@ def shown(name):
 
 def cells(row, result):
     """The table of a row: its head and lines, as texts."""
-    names = [name for name in [row.ours] + row.peers if any(pooled(e, name) for e in result["sizes"])]
+    names = [name for name in [row.ours] + row.also + row.peers if any(times_of(e, name) for e in result["sizes"])]
     yield [row.what] + [shown(name) for name in names] + ["ratio", "memory, MB", "memory of the peer"]
     for e in result["sizes"]:
-        yield [size_text(e["size"]), *(number(median_of(pooled(e, name))) for name in names),
+        yield [size_text(e["size"]), *(number(median_of(times_of(e, name))) for name in names),
                ratio_text(ratio(row, e)), memory_text(e, row.ours), memory_text(e, best_peer(row, e))]
     yield ["growth", *(f"n^{x:.2f}" if x is not None else "–" for x in (exponent(row, result, n) for n in names)),
            "", "", ""]
@@ -124,8 +130,8 @@ WIDTH, HEIGHT, LEFT, RIGHT, TOP, BOTTOM = 560, 300, 64, 150, 14, 40
 
 def plot(row, result):
     """Time against size on logarithmic axes, a line for each contestant."""
-    lines = {name: [(e["size"], median_of(pooled(e, name))) for e in result["sizes"] if pooled(e, name)]
-             for name in [row.ours] + row.peers}
+    lines = {name: [(e["size"], median_of(times_of(e, name))) for e in result["sizes"] if times_of(e, name)]
+             for name in [row.ours] + row.also + row.peers}
     lines = {name: line for name, line in lines.items() if line}
     xs = [math.log10(x) for line in lines.values() for x, _ in line]
     ys = [math.log10(y) for line in lines.values() for _, y in line]

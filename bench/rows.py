@@ -21,6 +21,7 @@ class Row:
     may_be_worse: bool = False  # of peers that do not find the optimum
     known: dict = field(default_factory=dict)  # published values by size
     argument: str = ""  # of the peers in Python and R
+    also: list = field(default_factory=list)  # more of ours, shown beside it and not counted as peers
 
 
 LINEAR_PROGRAMS = ["CLP dual", "CLP primal", "py HiGHS simplex", "py HiGHS interior point"]
@@ -34,13 +35,15 @@ CERTIFIED = [
           "8 vertices, 10 gauges. The linear program has a row for each edge of each gauge; the peers' times leave "
           "out its building.", quick=2, seeds=3)
       for kind in ("median", "centre", "k-centrum", "cent-dian")],
-    *[Row(f"general-{kind}", f"Certified {kind.replace('-', ' ')}", "minimise", ["CBC", "py HiGHS mixed-integer"],
+    *[Row(f"general-{kind}", f"Certified {title}", "minimise", ["CBC", "py HiGHS mixed-integer"],
           [5, 10, 20, 50, 100, 300, 1000],
           f"{about} 8 vertices, 3 gauges, gap 0; the peers solve the mixed-integer program to a gap of 1e-9.",
           quick=2, seeds=2, tolerance=1e-5)
-      for kind, about in [("trimmed-mean", "A quarter left out at each end."), ("anti-centrum", "The nearer half."),
-                          ("range", "The largest distance less the smallest."),
-                          ("order-statistic", "The middle distance."), ("random", "Order weights in (0, 1).")]],
+      for kind, title, about in [("trimmed-mean", "trimmed mean", "A quarter left out at each end."),
+                                 ("anti-centrum", "anti-centrum", "The nearer half."),
+                                 ("range", "range", "The largest distance less the smallest."),
+                                 ("order-statistic", "order statistic", "The middle distance."),
+                                 ("random", "optimum, any order weights", "Order weights in (0, 1).")]],
 ]
 
 EUCLIDEAN = [
@@ -49,8 +52,10 @@ EUCLIDEAN = [
         "Euclidean distances, weights in 0.5 to 1.5. The peers begin at the centre of gravity; Weiszfeld's iteration "
         "ends at a step of 1e-6, the other two use the gradient. None of them proves anything.", argument="2"),
     Row("lp-median", "Certified lp median, p = 1.5", "minimise", ["R ucminf", "py SciPy minimize"],
-        [10, 100, 1000, 10000], "The same with lp distances. The peers are faster from some ten sites on: our cutting planes take sixty evaluations "
-        "where they take ten, and the proof encloses each power in an interval by a series of its own.", argument="1.5"),
+        [10, 100, 1000, 10000],
+        "The same with lp distances. The peers are faster from some ten sites on: our cutting planes take sixty "
+        "evaluations where they take ten, and the proof encloses each power in an interval by a series of its own.",
+        argument="1.5"),
     Row("l2-sum", "`l2_sum`", "l2_sum", ["R ucminf", "py NumPy Weiszfeld", "py SciPy minimize"],
         [10, 100, 1000, 10000, 100000],
         "Stated steps to 1e-6. Above some ten thousand sites half of the time is the returned value, whose power "
@@ -93,7 +98,8 @@ GEOMETRY = [
                                  ("lattice", "fans on a lattice, overlapping", [80, 240, 480, 1200])]],
     Row("hull", "Convex hull", "CONVEX_HULL", ["CGAL"], DECADES,
         "Points in a square; CGAL's `convex_hull_2` with exact predicates. Below some thousand points half of our time "
-        "is the random numbers of the shuffle that decides which vertex stands first; CGAL does not shuffle.", what="points", quick=4),
+        "is the random numbers of the shuffle that decides which vertex stands first; CGAL does not shuffle.",
+        what="points", quick=4),
 ]
 
 FACILITIES = [
@@ -122,8 +128,9 @@ FILES_AND_MODELS = [
     Row("modelling", "The modelling layer", "expressions", ["CLP row by row", "CLP at once"],
         [1000, 10000, 30000, 100000],
         "Three terms a row, through expressions and sent, beside building CLP's model by hand, from arrays that stand "
-        "already: row by row (`appendRow`), and as one matrix. Expressions are shared nodes that a table finds again, and cost some "
-        "twenty to thirty times as much as copying arrays, a twentieth of the solve that follows.", what="rows"),
+        "already: row by row (`appendRow`), and as one matrix. Expressions are shared nodes that a table finds again, "
+        "and cost some twenty to thirty times as much as copying arrays, a twentieth of the solve that follows.",
+        what="rows"),
     Row("tool", "`planloc solve` on a table", "py planloc solve", ["py ogrinfo -al"], [100, 1000, 10000, 100000],
         "From CSV to the answer and the table of the sites; the peer reads and prints the table. Whole processes, with "
         "their start, most of which is GDAL's, and their whole memory.", what="rows of the table"),
@@ -148,13 +155,16 @@ SEVERAL = [
         "To a proved gap of 1e-6; the peer smooths the distances, begins at the centres of gravity and proves "
         "nothing.", quick=3, seeds=2, tolerance=2e-6, may_be_worse=True),
     Row("allocation-published", "Location-allocation, the published optima of Eilon's 50 sites", "allocate",
-        ["allocate with a bound", "py NumPy alternation", "py HiGHS at sites"], list(PUBLISHED),
+        ["py NumPy alternation", "py HiGHS at sites"], list(PUBLISHED),
         "The size is the number of facilities. `allocate` with 8 starts; with a bound proved to 2e-5. Alternation of "
         "30 starts does not find the optimum as a rule, and HiGHS places facilities at sites only; both values are "
-        "worse. For 50 sites its program is done sooner than eight starts of the search are, at 1 to 2 % more.", what="facilities", quick=2, may_be_worse=True, known=PUBLISHED, argument="30"),
+        "worse. For 50 sites its program is done sooner than eight starts of the search are, at 1 to 2 % more.",
+        what="facilities", quick=2, may_be_worse=True, known=PUBLISHED, argument="30",
+        also=["allocate with a bound"]),
     Row("allocation", "Location-allocation, a facility for 20 sites", "allocate",
-        ["allocate with a bound", "py NumPy alternation", "py HiGHS at sites"], [50, 100, 200, 400, 1000],
-        "As above; the bound to 1e-3.", quick=2, may_be_worse=True, argument="30"),
+        ["py NumPy alternation", "py HiGHS at sites"], [50, 100, 200, 400, 1000],
+        "As above; the bound to 1e-3.", quick=2, may_be_worse=True, argument="30",
+        also=["allocate with a bound"]),
 ]
 
 ROWS = CERTIFIED + EUCLIDEAN + WALK + GEOMETRY + FACILITIES + FILES_AND_MODELS + SEVERAL

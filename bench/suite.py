@@ -42,7 +42,7 @@ class Programs:
 
     def available(self, row):
         names = set()
-        for name in [row.ours] + row.peers:
+        for name in [row.ours] + row.also + row.peers:
             if name.startswith("py ") or name == "R ucminf" and self.r or (row.name, name) in self.known:
                 names.add(name)
             else:
