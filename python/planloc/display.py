@@ -192,7 +192,8 @@ class Shown(ABC):
             d = m.density
             shown = np.where(d.counts, np.sqrt(d.counts / d.counts.max()), np.nan)
             ax.pcolormesh(d.xs, d.ys, shown.T, cmap="Reds", vmin=0)
-        ax.scatter(*m.places.T, marker="+", s=120, c="#d1495b", linewidths=3, label="new")
+        if len(m.places):
+            ax.scatter(*m.places.T, marker="+", s=120, c="#d1495b", linewidths=3, label="new")
         ax.set_aspect("equal")
         ax.legend()
         return ax

@@ -77,7 +77,10 @@ void bind_allocation(py::module_& m) {
   py::class_<allocation>(m, "Allocation")
       .def_property_readonly(
           "status", [](const allocation& a) { return kStatus[static_cast<int>(a.status)]; })
-      .def_property_readonly("points", [](const allocation& a) { return rows_from(a.points); })
+      .def_property_readonly("points",
+                             [](const py::object& self) {
+                               return view_of(self.cast<const allocation&>().points, self);
+                             })
       .def_property_readonly("assignment", &assignment_of)
       .def_readonly("value", &allocation::value)
       .def_property_readonly("lower_bound",

@@ -44,6 +44,15 @@ py::array_t<double> rows_from(std::span<const xy> places) {
   return rows;
 }
 
+py::array_t<double> view_of(std::span<const xy> places, const py::object& owner) {
+  static_assert(sizeof(xy) == 2 * sizeof(double));
+  if (places.empty()) return rows_from(places);
+  py::array_t<double> view({static_cast<py::ssize_t>(places.size()), py::ssize_t{2}}, &places[0].x,
+                           owner);
+  view.attr("setflags")(py::arg("write") = false);
+  return view;
+}
+
 namespace {
 
 // The members of a site that are shown as rows of an array.

@@ -65,6 +65,13 @@ py::object direction_of(const solution& s) {
   return py::make_tuple(certificate->direction.x, certificate->direction.y);
 }
 
+// None where no place is permitted.
+py::array_t<double> points_of(const py::object& self) {
+  const auto& s = self.cast<const solution&>();
+  if (s.status == solution_status::infeasible) return rows_from({});
+  return view_of({&s.point, 1}, self);
+}
+
 }  // namespace
 
 verdict verdict_of(const verification& v) {
@@ -75,17 +82,15 @@ void bind_search(py::module_& m) {
   py::class_<solution>(m, "Solution")
       .def_property_readonly("status",
                              [](const solution& s) { return kStatus[static_cast<int>(s.status)]; })
-      .def_property_readonly("points",
-                             [](const solution& s) {
-                               const bool any = s.status != solution_status::infeasible;
-                               return rows_from({&s.point, std::size_t{any}});
-                             })
+      .def_property_readonly("points", &points_of)
       .def_readonly("value", &solution::value)
       .def_readonly("lower_bound", &solution::lower_bound)
       .def_property_readonly("exact",
                              [](const solution& s) { return py::make_tuple(s.exact.x, s.exact.y); })
       .def_property_readonly("optima",
-                             [](const solution& s) { return rows_from(s.optima.corners); })
+                             [](const py::object& self) {
+                               return view_of(self.cast<const solution&>().optima.corners, self);
+                             })
       .def_property_readonly("whole_plane", [](const solution& s) { return s.optima.whole_plane; })
       .def_property_readonly("direction", &direction_of)
       .def_property_readonly("evaluations",

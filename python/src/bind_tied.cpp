@@ -104,7 +104,10 @@ void bind_tied(py::module_& m) {
   py::class_<tied_solution>(m, "TiedSolution")
       .def_property_readonly(
           "status", [](const tied_solution& s) { return kStatus[static_cast<int>(s.status)]; })
-      .def_property_readonly("points", [](const tied_solution& s) { return rows_from(s.points); })
+      .def_property_readonly("points",
+                             [](const py::object& self) {
+                               return view_of(self.cast<const tied_solution&>().points, self);
+                             })
       .def_readonly("value", &tied_solution::value)
       .def_readonly("lower_bound", &tied_solution::lower_bound)
       .def(py::pickle([](const tied_solution& s) { return state_of(s); }, &solution_from));

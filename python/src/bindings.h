@@ -40,6 +40,9 @@ xy place_from(const py::handle& state);
 std::vector<xy> places_from(const double_array& rows);
 py::array_t<double> rows_from(std::span<const xy> places);
 
+// The same as a view that cannot be written: the memory is the owner's, which it keeps.
+py::array_t<double> view_of(std::span<const xy> places, const py::object& owner);
+
 // What every check says: accepted, reason, value, lower bound, gap, whether the set of optima is
 // proved.
 using verdict = std::tuple<bool, std::string, double, double, double, bool>;

@@ -59,6 +59,16 @@ def test_regret_of_a_place(problem):
     assert np.array_equal(again.regret, runs.regret) and len(again.problem) == 12
 
 
+def test_regions_of_the_problem_hold_in_every_scenario():
+    lake = [(-9, -9), (0.4, -9), (0.4, 9), (-9, 9)]
+    ashore = planloc.Problem(np.random.default_rng(3).random((12, 2)), forbid=lake)
+    runs = planloc.scenarios(ashore, {"weight": planloc.drawn(200, spread=0.9)})
+    assert set(runs.statuses) == {"optimal"} and runs.points[:, 0].min() == 0.4
+    nowhere = planloc.Problem(ashore.sites, allow=[])
+    runs = planloc.scenarios(nowhere, {"objective": ["median", "centre"]})
+    assert set(runs.statuses) == {"infeasible"} and np.isnan(runs.points).all()
+
+
 def test_numbers_of_depots_and_seeds(problem):
     runs = planloc.scenarios(problem, {"new": [1, 3, 2], "seed": 4}, bound=True, existing=[(0.5, 0.5)])
     assert runs.points.shape == (3, 3, 2)
@@ -78,6 +88,14 @@ def test_rows_of_weights_are_read_where_they_are(problem):
     peak = tracemalloc.get_traced_memory()[1]
     tracemalloc.stop()
     assert rows.nbytes == 19_200_000 and peak < 9_000_000  # 33 bytes a scenario of answers
+
+
+def test_arrays_of_answers_outlive_them():
+    sites = np.random.default_rng(2).random((40, 2))
+    shown = [planloc.depots(sites, new=9).points, planloc.solve(sites[:4], gauge="l1").optima]
+    copies = [a.copy() for a in shown]
+    again = [planloc.depots(sites + 1, new=9) for _ in range(20)]
+    assert all(np.array_equal(a, b) and not a.flags.writeable for a, b in zip(shown, copies)), again
 
 
 def test_a_problem_shows_its_own_numbers():
