@@ -53,7 +53,10 @@ solution minimise_convex(const problem& p, const minimise_options& options = {})
 // Where f neither grows nor falls in some direction far from the sites, although the sites differ
 // in gauge or weight, a square that is known to hold an optimum is found only for polyhedral gauges
 // and few different pairs of gauge and weight (some thirty, or hundreds of one gauge). Else the
-// status is `stopped`, with the best value near the sites, and the bound is 0 or minus infinity.
+// value may come ever nearer to its infimum far away without reaching it; the status is `stopped`,
+// with the best value near the sites, unless that is as low as the bound. Up to 300 sites of one
+// gauge and one weight have a finite bound, the least value that differences of the distances
+// allow; others have 0 or minus infinity.
 solution minimise_general(const problem& p, const minimise_options& options = {});
 
 }  // namespace planloc

@@ -119,6 +119,34 @@ TEST(General, SmoothTermsThatCancel) {
   }
 }
 
+// Smooth f that levels off: the nearest less the farthest distance is least on a ray; other order
+// weights, whose value may fall for ever towards its infimum, have a bound all the same.
+TEST(General, SmoothAndLevelFarAway) {
+  const std::vector<site> sites = {{1, 2}, {4, 6}, {2, 3}, {3, 3}};
+  for (const gauge& g : {gauge::euclidean(), gauge::lp(1.5)}) {
+    const problem p(sites, {g}, order_weights({1, 0, 0, -1}));
+    const solution s = minimise(p);
+    EXPECT_EQ(s.status, solution_status::optimal);
+    EXPECT_NEAR(s.value, -g({3, 4}), 1e-9);
+    const verification v = verify(p, s);
+    EXPECT_TRUE(v.accepted) << v.reason;
+    EXPECT_LE(v.gap, 1e-10 * g({3, 4}));
+    solution spoiled = s;
+    spoiled.lower_bound = s.value + 1e-6;
+    EXPECT_FALSE(verify(p, spoiled).accepted);
+  }
+  minimise_options options;
+  options.cells = 500;
+  const problem p(sites, {gauge::euclidean()}, order_weights({0, 1, 1, -2}));
+  solution s = minimise(p, options);
+  EXPECT_EQ(s.status, solution_status::stopped);
+  EXPECT_GE(s.value, s.lower_bound);
+  EXPECT_NEAR(s.lower_bound, -10, 1e-9);
+  EXPECT_TRUE(verify(p, s).accepted);
+  s.lower_bound = -9.99;
+  EXPECT_FALSE(verify(p, s).accepted);
+}
+
 // Places as far from all sites as from any other, one or a whole curve of them: no relative gap can
 // be reached at 0.
 TEST(General, SmoothOptimumOfZero) {

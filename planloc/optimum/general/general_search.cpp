@@ -68,7 +68,8 @@ class general_search {
         pool_(options.threads),
         rounding_(rounding_of_sums(p)),
         doubt_(p.polyhedral() ? 0 : rounding_ * size_of_terms()),
-        never_negative_(detail::never_negative(p)) {
+        never_negative_(detail::never_negative(p)),
+        floor_of_f_(never_negative_ ? 0 : -std::numeric_limits<double>::infinity()) {
     workers_.reserve(pool_.threads());
     add_worker();
     if (!p.where().whole_plane()) where_.emplace(p.where(), table_.base);
@@ -122,6 +123,7 @@ class general_search {
   void offer(const exact_xy& at, double value);
   void offer_places_on_sides(const cell& c);
   void try_sites();
+  void use_steps();
   bool least_possible();
   void step_to_zero();
   void make_exact();
@@ -157,6 +159,7 @@ class general_search {
   double rounding_;                               // of sums, in units of a cell's size
   double doubt_;                                  // in a value near the sites that has no exact one
   bool never_negative_;
+  double floor_of_f_;  // f is nowhere less, as far as is known without a search
   std::optional<detail::cell_regions> where_;  // unless all of the plane is permitted
   search_tree tree_;
   int most_depth_ = kMostDepth;
@@ -186,7 +189,7 @@ double general_search::tolerance() const {
 double general_search::bound() const {
   const double open = tree_.empty() ? std::numeric_limits<double>::infinity() : tree_.least_bound();
   const double least = std::min({open, floor_, best_.value - tolerance()});
-  return never_negative_ ? std::max(least, 0.0) : least;
+  return std::max(least, floor_of_f_);
 }
 
 double general_search::proved_bound() { return std::min(tree_.prune(), best_.value - tolerance()); }
@@ -220,10 +223,22 @@ void general_search::try_sites() {
   }
 }
 
-// Whether the best value is 0, as far as can be told, and no other can be less.
+// Where f may come near its least value only far away, a bound without triangles.
+void general_search::use_steps() {
+  const std::optional<detail::level_steps> steps = detail::steps_to_level(problem_, table_);
+  if (!steps) return;
+  floor_of_f_ = std::max(floor_of_f_, steps->bound);
+  detail::evaluator evaluate(problem_, table_);
+  for (const xy& at : steps->places) offer(detail::to_exact(at), evaluate(at).value);
+}
+
+// Whether the best value is one that no other can be less than, as far as can be told.
 bool general_search::least_possible() {
-  if (!never_negative_ || !problem_.polyhedral())
-    return never_negative_ && best_.value <= 2 * doubt_;
+  if (!std::isfinite(floor_of_f_)) return false;
+  if (!problem_.polyhedral()) {
+    const double near = std::max(2 * doubt_, kSmoothAim * std::fabs(floor_of_f_));
+    return best_.value <= floor_of_f_ + near;
+  }
   if (best_.value > rounding_ * extent_) return false;
   make_exact();
   return sgn(*best_.exact) == 0;
@@ -447,21 +462,23 @@ solution general_search::finish(const detail::recession& far) {
   s.counters.cells = cells_;
   s.counters.seconds = seconds();
   const bool square_known = far.kind != growth::undecided;
-  const bool zero = least_possible();
-  s.lower_bound = square_known && !zero ? proved_bound() : -std::numeric_limits<double>::infinity();
-  if (zero || (never_negative_ && s.lower_bound <= 0)) {
-    s.lower_bound = 0;
+  const bool floor_known = std::isfinite(floor_of_f_);
+  const bool least = least_possible();
+  s.lower_bound =
+      square_known && !least ? proved_bound() : -std::numeric_limits<double>::infinity();
+  if (least || (floor_known && s.lower_bound <= floor_of_f_)) {
+    s.lower_bound = std::min(floor_of_f_, s.value);
     s.proof = branch_certificate{};
   } else if (std::isfinite(s.lower_bound)) {
     s.proof = branch_certificate{table_.base, half_of_square(far), far.outside, tree_.reasons()};
   }
   const double size = std::fabs(s.value);
-  if (zero || (!stopped_ && square_known &&
-               s.gap() <= (problem_.polyhedral() ? 0 : std::max(kSmoothGap * size, 2 * doubt_)))) {
+  if (least || (!stopped_ && square_known &&
+                s.gap() <= (problem_.polyhedral() ? 0 : std::max(kSmoothGap * size, 2 * doubt_)))) {
     s.status = solution_status::optimal;
   } else if (square_known && !stopped_ && !problem_.polyhedral()) {
     s.status = solution_status::within_gap;  // doubles cannot narrow it further
-  } else if (square_known &&
+  } else if ((square_known || floor_known) &&
              s.gap() <= std::max(options_.absolute_gap, options_.relative_gap * size)) {
     s.status = solution_status::within_gap;
   }
@@ -511,6 +528,7 @@ solution general_search::run() {
   }
   levels_ = far.kind == growth::levels;
   offer({0, 0}, problem_.value(table_.base));
+  if (far.kind == growth::undecided) use_steps();
   try_sites();
   if (!least_possible()) {
     start(half_of_square(far));

@@ -21,13 +21,6 @@ constexpr std::size_t kMostCells = 20000;
 constexpr double kCaution = 1 + 0x1p-20;
 constexpr double kRounding = 0x1p-30;
 
-bool one_kind(const problem& p) {
-  const site& first = p.sites()[0];
-  return std::all_of(p.sites().begin(), p.sites().end(), [&](const site& s) {
-    return s.gauge == first.gauge && s.weight == first.weight;
-  });
-}
-
 mpq_class sum_of_weights(const problem& p) {
   mpq_class sum;
   for (const order_run& r : p.runs())
@@ -56,6 +49,13 @@ double needed_growth(const problem& p, const distance_table& table, double level
 }
 
 }  // namespace
+
+bool has_one_kind(const problem& p) {
+  const site& first = p.sites()[0];
+  return std::all_of(p.sites().begin(), p.sites().end(), [&](const site& s) {
+    return s.gauge == first.gauge && s.weight == first.weight;
+  });
+}
 
 bool surely_falls(const problem& origin, const distance_table& table, const xy& u) {
   if (!origin.polyhedral()) {
@@ -94,7 +94,7 @@ std::array<triangle, 4> unit_sides() {
 
 recession test_recession(const problem& p, const distance_table& table, double level) {
   recession result;
-  if (one_kind(p)) {
+  if (has_one_kind(p)) {
     const int s = sgn(sum_of_weights(p));
     if (s < 0) {
       result.kind = growth::falls;

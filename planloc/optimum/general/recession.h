@@ -6,6 +6,7 @@
 
 #include <array>
 #include <limits>
+#include <optional>
 #include <vector>
 
 #include "planloc/optimum/evaluate.h"
@@ -48,6 +49,19 @@ bool never_negative(const problem& p);
 // that is positive; norms add up coordinates.
 //   - Two sites: d(x) and the growth c(x) towards x differ by at most max(c(s), c(-s)).
 recession test_sectors(const problem& p, const distance_table& table);
+
+// Whether all sites have one gauge and one weight.
+bool has_one_kind(const problem& p);
+
+// f of sites of one smooth gauge and one weight, whose order weights add up to 0, is a sum of steps
+// between sorted distances, each of which counts with the sum of the order weights from there on.
+// All steps together are at most the largest distance of two sites, and nearly that beyond one of
+// these two, on the line through both. Not known for hundreds of sites.
+struct level_steps {
+  double bound;
+  std::array<xy, 2> places;  // beyond the two sites
+};
+std::optional<level_steps> steps_to_level(const problem& p, const distance_table& table);
 
 // Whether the recession function, `origin` with its table, is surely negative in a direction.
 bool surely_falls(const problem& origin, const distance_table& table, const xy& u);

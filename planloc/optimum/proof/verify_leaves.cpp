@@ -56,10 +56,40 @@ void check_growth(const problem& p, const branch_certificate& c, const mpq_class
   sides.end();
 }
 
+// f is the sum of the steps between sorted distances, each times the sum of the order weights from
+// there on. If these are nowhere negative, neither is f. If all sites have one gauge and one weight
+// and the order weights add up to 0, all steps together are at most the largest distance of two
+// sites, so that f is at least that times the least such sum.
+void check_steps(const problem& p, const mpq_class& least) {
+  if (tail_sums_not_negative(p)) {
+    if (sgn(least) > 0) refuse("f is not negative, but the bound is more");
+    return;
+  }
+  const site& first = p.sites()[0];
+  const bool alike = std::all_of(p.sites().begin(), p.sites().end(), [&](const site& s) {
+    return s.gauge == first.gauge && s.weight == first.weight;
+  });
+  mpq_class tail;
+  mpq_class least_tail;
+  const std::vector<double> lambda = listed_weights(p);
+  for (std::size_t k = lambda.size(); k-- > 0;) {
+    tail += mpq_class(lambda[k]);
+    least_tail = std::min(least_tail, tail);
+  }
+  if (!alike || sgn(tail) != 0) refuse("triangles without a reason");
+  const verified_sites sites(p, {0, 0});
+  double most = 0;
+  for (const site& s : p.sites()) {
+    for (std::size_t i = 0; i < p.sites().size(); ++i)
+      most = std::max(most, sites.distance(i, exactly({s.x, s.y})).high);
+  }
+  if (!std::isfinite(most) || least > least_tail * mpq_class(most))
+    refuse("steps between distances do not prove the bound");
+}
+
 void check_square(const problem& p, const branch_certificate& c, const mpq_class& least) {
   if (c.cells.empty()) {
-    if (!tail_sums_not_negative(p)) refuse("triangles without a reason");
-    if (sgn(least) > 0) refuse("f is not negative, but the bound is more");
+    check_steps(p, least);
     return;
   }
   if (!std::isfinite(c.base.x) || !std::isfinite(c.base.y) || !std::isfinite(c.half) ||
