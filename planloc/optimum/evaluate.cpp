@@ -94,11 +94,17 @@ distance_table::distance_table(const problem& p) : base(mean_position(p.sites())
   std::vector<std::uint32_t> next(p.gauges().size() + 1);  // slot of each gauge
   for (const planloc::site& s : sites) ++next[s.gauge + 1];
   std::partial_sum(next.begin(), next.end(), next.begin());
+  std::size_t vertices = 0;
+  for (std::uint32_t g = 0; g < p.gauges().size(); ++g)
+    vertices += next[g] < next[g + 1] ? p.gauges()[g].vertices().size() : 0;
+  std::vector<ball_edge> all;
+  all.reserve(vertices);
   std::vector<std::uint32_t> block(p.gauges().size());
   for (std::uint32_t g = 0; g < block.size(); ++g) {
     block[g] = static_cast<std::uint32_t>(blocks.size());
-    if (next[g] < next[g + 1]) add_block(p.gauges()[g], next[g], next[g + 1]);
+    if (next[g] < next[g + 1]) add_block(p.gauges()[g], next[g], next[g + 1], all);
   }
+  edges = ball_edges(std::move(all));
   x.resize(n);
   y.resize(n);
   weight.resize(n);
@@ -122,13 +128,14 @@ distance_table::distance_table(const problem& p) : base(mean_position(p.sites())
   }
 }
 
-void distance_table::add_block(const gauge& g, std::uint32_t begin, std::uint32_t end) {
+void distance_table::add_block(const gauge& g, std::uint32_t begin, std::uint32_t end,
+                               std::vector<ball_edge>& all) {
   const std::span<const xy> v = g.vertices();
   gauge_block b{g.kind(),
                 g.p(),
                 begin,
                 end,
-                static_cast<std::uint32_t>(edges.size()),
+                static_cast<std::uint32_t>(all.size()),
                 static_cast<std::uint32_t>(v.size()),
                 0,
                 0};
@@ -136,7 +143,7 @@ void distance_table::add_block(const gauge& g, std::uint32_t begin, std::uint32_
     const xy& from = v[j];
     const xy& to = v[(j + 1) % v.size()];
     const double area = cross_product(from, to);
-    edges.push_back({from, {(to.y - from.y) / area, (from.x - to.x) / area}});
+    all.push_back({from, {(to.y - from.y) / area, (from.x - to.x) / area}});
     const bool upper_before = upper_half(v[(j + v.size() - 1) % v.size()]);
     const bool upper = upper_half(from);
     if (upper_before && !upper) b.first_lower = j;

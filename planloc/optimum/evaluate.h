@@ -5,7 +5,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "planloc/optimum/problem.h"
@@ -18,6 +20,22 @@ namespace planloc::detail {
 struct ball_edge {
   xy from;
   xy normal;
+};
+
+// The edges of all gauges of a table, one after the other. Copies share them.
+class ball_edges {
+ public:
+  ball_edges() = default;
+  explicit ball_edges(std::vector<ball_edge> edges)
+      : all_(std::make_shared<const std::vector<ball_edge>>(std::move(edges))),
+        first_(all_->data()) {}
+
+  const ball_edge& operator[](std::size_t k) const { return first_[k]; }
+  const ball_edge* data() const { return first_; }
+
+ private:
+  std::shared_ptr<const std::vector<ball_edge>> all_;
+  const ball_edge* first_ = nullptr;
 };
 
 // The sites of one gauge stand side by side, in slots [begin, end).
@@ -81,11 +99,12 @@ class distance_table {
   std::vector<std::uint32_t> site;      // of each slot
   std::vector<std::uint32_t> block_of;  // of each slot
   std::vector<gauge_block> blocks;
-  std::vector<ball_edge> edges;
+  ball_edges edges;
 
  private:
   distance_table() = default;
-  void add_block(const gauge& g, std::uint32_t begin, std::uint32_t end);
+  void add_block(const gauge& g, std::uint32_t begin, std::uint32_t end,
+                 std::vector<ball_edge>& all);
 };
 
 // f and a subgradient at `at`.

@@ -290,12 +290,6 @@ bool convex_search::prove_snapped(const exact_xy& at) {
 }
 
 void convex_search::accept(const exact_place& place, const optimality& o) {
-  convex_certificate c;
-  for (const auto& s : o.support) {
-    c.pieces.push_back(place.piece(s.choice));
-    c.pieces.back().multiplier = s.multiplier;
-  }
-  result_.proof = std::move(c);
   result_.status = solution_status::optimal;
   result_.point = to_nearest(place.at());
   if (to_exact(result_.point) != place.at()) result_.exact = to_text(place.at());
@@ -308,6 +302,13 @@ void convex_search::accept(const exact_place& place, const optimality& o) {
       result_.optima.corners.push_back(to_nearest(corner));
     }
   }
+  // Last, so that it is not there while the set of optima is walked around.
+  convex_certificate c;
+  for (const auto& s : o.support) {
+    c.pieces.push_back(place.piece(s.choice));
+    c.pieces.back().multiplier = s.multiplier;
+  }
+  result_.proof = std::move(c);
 }
 
 void convex_search::prove() {

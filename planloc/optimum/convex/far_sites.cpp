@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t kFewSites = 128;
 // Those that are looked at first: so many, or one in so many.
-constexpr std::size_t kFirstFar = 32;
+constexpr std::size_t kFirstFar = 64;
 constexpr std::size_t kFirstShare = 128;
 constexpr std::size_t kFewFar = 24;
 // To these relative gaps the centres of fewer and fewer sites are found.
@@ -42,9 +42,12 @@ std::uint32_t farthest_of(std::span<const double> distance, std::size_t begin, s
   return static_cast<std::uint32_t>(k);
 }
 
-// The farthest slots of as many stretches.
-std::vector<std::uint32_t> farthest_slots(const std::vector<double>& distance) {
-  const std::size_t n = distance.size();
+// The farthest slots of as many stretches, as the l1 norm tells.
+std::vector<std::uint32_t> farthest_slots(const distance_table& t) {
+  const std::size_t n = t.size();
+  std::vector<double> distance(n);
+  for (std::size_t k = 0; k < n; ++k)
+    distance[k] = t.weight[k] * (std::fabs(t.x[k]) + std::fabs(t.y[k]));
   const std::size_t count = std::max(kFirstFar, n / kFirstShare);
   std::vector<std::uint32_t> slots;
   for (std::size_t k = 0; k < count; ++k)
@@ -61,9 +64,9 @@ class far_search {
         all_(p),
         extent_(2 * largest_coordinate()),
         rounding_(rounding()),
-        best_(farthest(all_, {0, 0})),
-        looked_at_(farthest_slots(distance_)),
+        looked_at_(farthest_slots(all_)),
         some_(all_.only(looked_at_)),
+        best_(farthest(some_, {0, 0})),
         model_(best_, best_.at, extent_) {}
 
   std::optional<far_sites> run();
@@ -82,10 +85,10 @@ class far_search {
   double extent_;
   double rounding_;  // a bound of what the roundings of positions do to a distance
   std::vector<double> distance_;
-  evaluation best_;
-  std::uint32_t farthest_;  // slot of the table that was evaluated last
+  std::uint32_t farthest_ = 0;  // slot of the table that was evaluated last
   std::vector<std::uint32_t> looked_at_;
   distance_table some_;  // those slots
+  evaluation best_;
   cut_model model_;
 };
 
