@@ -40,18 +40,6 @@ problem convex_instance(const std::string& kind, std::size_t n, unsigned seed) {
   return random_problem(n, kVertices, 10, seed, lambda);
 }
 
-order_weights general_order(const std::string& kind, std::size_t n, unsigned seed) {
-  if (kind == "trimmed-mean") return order_weights::trimmed_mean(n / 4, n / 4);
-  if (kind == "anti-centrum") return order_weights::anti_centrum(n / 2);
-  if (kind == "order-statistic") return order_weights::order_statistic(n / 2);
-  if (kind == "range") return order_weights::range();
-  std::mt19937_64 random(seed + 1000);
-  std::uniform_real_distribution<double> unit(0, 1);
-  std::vector<double> lambda(n);
-  for (double& weight : lambda) weight = unit(random);
-  return order_weights(lambda);
-}
-
 }  // namespace
 
 void add_certified(contests& all) {
@@ -66,12 +54,11 @@ void add_certified(contests& all) {
       return by_clp(rewrite(make(n, seed)), &ClpSimplex::primal);
     };
   }
-  for (const std::string kind :
-       {"trimmed-mean", "anti-centrum", "range", "order-statistic", "random"}) {
+  for (const std::string kind : kGeneralKinds) {
     const instance make = [kind](auto n, auto seed) {
       return random_problem(n, kVertices, 3, seed, general_order(kind, n, seed));
     };
-    const program rewrite = kind == "range" ? range_program : sorted_program;
+    const program rewrite = [kind](const problem& p) { return general_program(p, kind); };
     contest& c = all["general-" + kind] = certified(make, rewrite);
     c.contestants["CBC"] = [=](std::size_t n, unsigned seed) {
       return by_cbc(rewrite(make(n, seed)));

@@ -198,6 +198,25 @@ inline linear_program range_program(const problem& p) {
   return lp;
 }
 
+constexpr const char* kGeneralKinds[] = {"trimmed-mean", "anti-centrum", "range", "order-statistic",
+                                         "random"};
+
+inline order_weights general_order(const std::string& kind, std::size_t n, unsigned seed) {
+  if (kind == "trimmed-mean") return order_weights::trimmed_mean(n / 4, n / 4);
+  if (kind == "anti-centrum") return order_weights::anti_centrum(n / 2);
+  if (kind == "order-statistic") return order_weights::order_statistic(n / 2);
+  if (kind == "range") return order_weights::range();
+  std::mt19937_64 random(seed + 1000);
+  std::uniform_real_distribution<double> unit(0, 1);
+  std::vector<double> lambda(n);
+  for (double& weight : lambda) weight = unit(random);
+  return order_weights(lambda);
+}
+
+inline linear_program general_program(const problem& p, const std::string& kind) {
+  return kind == "range" ? range_program(p) : sorted_program(p);
+}
+
 inline void write(const linear_program& lp, std::ostream& out) {
   out << std::setprecision(17) << lp.right.size() << ' ' << lp.columns.size() << ' '
       << lp.entries.size() << '\n';

@@ -1,13 +1,15 @@
-// Medians with forbidden polygons around the free optimum, beside the same problem as a
-// mixed-integer program. 8 vertices, 10 gauges, 20 hexagons.
+// Forbidden polygons around the free optimum, beside the same problem as a mixed-integer program. 8
+// vertices, 20 hexagons; 10 gauges under the median, 3 under order weights that do not rise.
 #include <algorithm>
 #include <cmath>
 #include <numbers>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "bench/contest.h"
 #include "bench/optimum_programs.h"
+#include "bench/solve_programs.h"
 #include "planloc/optimum/minimise.h"
 
 namespace planloc::bench {
@@ -64,30 +66,47 @@ void add_lakes(linear_program& lp, const region& lakes) {
 
 constexpr int kPolygons = 20;
 
-problem instance(std::size_t n, unsigned seed) {
-  const problem plane = random_problem(n, 8, 10, seed, order_weights::median());
+problem with_lakes(const problem& plane, const order_weights& lambda, unsigned seed) {
   regions where;
   where.forbidden = random_lakes(kPolygons, seed, minimise(plane).point);
   return {{plane.sites().begin(), plane.sites().end()},
           {plane.gauges().begin(), plane.gauges().end()},
-          order_weights::median(),
+          lambda,
           where};
+}
+
+problem instance(const std::string& kind, std::size_t n, unsigned seed) {
+  const bool median = kind == "median";
+  const order_weights lambda = median ? order_weights::median() : general_order(kind, n, seed);
+  return with_lakes(random_problem(n, 8, median ? 10 : 3, seed, lambda), lambda, seed);
+}
+
+linear_program program(const std::string& kind, std::size_t n, unsigned seed) {
+  const problem p = instance(kind, n, seed);
+  linear_program lp = kind == "median" ? convex_program(p, kind) : general_program(p, kind);
+  add_lakes(lp, p.where().forbidden);
+  return lp;
+}
+
+void add_row(contests& all, const std::string& name, const std::string& kind) {
+  contest& row = all[name];
+  row.contestants["minimise"] = [kind](std::size_t n, unsigned seed) -> contestant {
+    const problem p = instance(kind, n, seed);
+    return {.call = [p] { return minimise(p).value; }};
+  };
+  row.contestants["CBC"] = [kind](std::size_t n, unsigned seed) {
+    return by_cbc(program(kind, n, seed));
+  };
+  row.write = [kind](std::size_t n, unsigned seed, std::ostream& out) {
+    write(program(kind, n, seed), out);
+  };
 }
 
 }  // namespace
 
 void add_regions(contests& all) {
-  contest& row = all["regions"];
-  row.contestants["minimise"] = [](std::size_t n, unsigned seed) -> contestant {
-    const problem p = instance(n, seed);
-    return {.call = [p] { return minimise(p).value; }};
-  };
-  row.write = [](std::size_t n, unsigned seed, std::ostream& out) {
-    const problem p = instance(n, seed);
-    linear_program lp = convex_program(p, "median");
-    add_lakes(lp, p.where().forbidden);
-    write(lp, out);
-  };
+  add_row(all, "regions", "median");
+  for (const std::string kind : kGeneralKinds) add_row(all, "regions-" + kind, kind);
 }
 
 }  // namespace planloc::bench
