@@ -11,7 +11,7 @@ namespace planloc::detail {
 namespace {
 
 constexpr std::size_t kMostPairs = 100000;  // of edges of sites that differ
-constexpr std::size_t kMostSteps = 4000000;
+constexpr std::size_t kMostSteps = 2000000;
 constexpr double kCaution = 1 + 0x1p-20;
 
 // How the distances of some sites grow far from them: all have one gauge and one weight.

@@ -45,8 +45,10 @@ class sector_check {
     for (auto one = kinds_.begin(); one != kinds_.end(); ++one) {
       for (std::size_t e = 0; e < gauges_.edges(one->second.site); ++e)
         add(ray(one->second.site, e));
-      for (auto other = kinds_.begin(); other != one; ++other)
-        add_equal_growth(one->second.site, other->second.site);
+      for (auto other = kinds_.begin(); other != one; ++other) {
+        if (other->first.first != one->first.first)  // the same grows in proportion
+          add_equal_growth(one->second.site, other->second.site);
+      }
     }
   }
 
