@@ -121,7 +121,7 @@ class far_sectors {
     }
   }
 
-  // How far along u, in units of u, all is settled between u and its neighbour v: see levels.
+  // How far along u, in units of u, all is settled between u and its neighbour v: see test_sectors.
   double reach(const exact_xy& u, const exact_xy& v) {
     double most = 0;
     const int side = sgn(cross(u, v));
