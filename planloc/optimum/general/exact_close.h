@@ -32,10 +32,8 @@ exact_line normalised(exact_xy normal, mpq_class right);
 bool crosses_inside(const triangle& t, const exact_line& l);
 
 // How many break lines of a cell are worth an exact close. The smaller the cell beside the extent
-// of the sites, the more of them are there to stay, since they meet in one place. Where f levels
-// off far from the sites, large cells are crossed by bundles of them that are nearly parallel and
-// seldom meet.
-std::size_t lines_worth_a_close(const cell& c, double extent, bool levels);
+// of the sites, the more of them are there to stay, since they meet in one place.
+std::size_t lines_worth_a_close(const cell& c, double extent, std::size_t far_away);
 
 class exact_closer {
  public:

@@ -34,6 +34,13 @@ constexpr std::size_t kMostCloseCalls = 2000;
 constexpr double kAimed = 1 - 0x1p-30;
 // Halvings of a triangle of the sites' extent: smaller ones are beyond what doubles can tell.
 constexpr int kMostDepth = 100;
+// Break lines for which a large cell is solved exactly. Where f levels off far from the sites, it
+// is crossed by bundles of lines that are nearly parallel and seldom meet; with many lines that
+// costs more than halving, unless there is no end of it.
+constexpr std::size_t kLines = 20;
+constexpr std::size_t kLinesInBundles = 100;
+constexpr std::size_t kLinesAtLength = 400;
+constexpr std::size_t kCellsAtLength = 2500;
 // Of a cell's size: more than what f can be off by at a crossing in doubles.
 constexpr double kPromising = 1e-7;
 // Of sums, in units of the terms' size. Polyhedral gauges are solved exactly, so that only speed
@@ -138,6 +145,9 @@ class general_search {
   double tolerance() const;
   // The bound of a cell that holds nothing better.
   double enough(const cell& c) const { return best_.value - tolerance() + margin(c); }
+  std::size_t lines_far_away() const {
+    return !levels_ ? kLines : cells_ < kCellsAtLength ? kLinesInBundles : kLinesAtLength;
+  }
   double half_of_square(const detail::recession& far) const;
   bool give_up(const cell& c);
   double bound() const;
@@ -389,7 +399,7 @@ void general_search::work_on(task& t, worker& w) const {
 bool general_search::solve_exactly(task& t, worker& w) const {
   if (!problem_.polyhedral()) return false;
   const cell& c = *t.c;
-  const std::size_t limit = detail::lines_worth_a_close(c, extent_, levels_);
+  const std::size_t limit = detail::lines_worth_a_close(c, extent_, lines_far_away());
   auto lines = w.closer.lines(c, limit);
   if (!lines) return false;
   if (where_ && !where_->add_lines(c.corners, limit, *lines)) return false;
