@@ -66,6 +66,19 @@ struct allocation_counters {
   double seconds = 0;
 };
 
+// How many new facilities lie where, in the proof of a lower bound. A case is a list of rectangles,
+// each with a number of facilities; the first case is the whole plane with all of them. A case
+// without prices is divided: its rectangle `cell` is cut by the line x = at, or y = at. What is
+// below stays in place, what is above goes to the end of the list, and the cases with 0, 1, ... of
+// the rectangle's facilities below follow, each with all that it is divided into.
+struct allocation_case {
+  std::vector<double> prices;  // one a site; the bound of the case is the sum of prices + sum over
+  std::vector<double> least;   // the rectangles of count * least, a bound of the priced sum in each
+  std::uint32_t cell = 0;
+  bool by_x = true;
+  double at = 0;
+};
+
 struct allocation {
   allocation_status status = allocation_status::stopped;
   std::vector<xy> points;  // of the new facilities, ordered by x, then y
@@ -79,9 +92,10 @@ struct allocation {
   // What proves the bound. With one new facility and no existing one: the solution of that problem.
   // Else a price for each site, with which
   //   sum of prices + count * min over x of (sum over i of min(0, d_i(x) - price_i))
-  // is a lower bound, whatever the prices are.
+  // is a lower bound, whatever the prices are; or, where such prices leave a gap, cases.
   std::optional<solution> one_facility;
   std::vector<double> prices;
+  std::vector<allocation_case> cases;
   allocation_counters counters;
 
   double gap() const {
@@ -116,8 +130,9 @@ struct allocate_options {
 //
 // The lower bound comes from column generation (Krau 1997; du Merle, Villeneuve, Desrosiers and
 // Hansen 1999). Up to some twenty sites a facility it closes to 1e-4 or better within seconds for a
-// few hundred sites; some problems keep a gap that it cannot close. For more than 4000 sites the
-// prices of neighbours move together, in 250 groups and then in 1000: a few percent are left.
+// few hundred sites. Where prices leave a gap and there are at most 400 sites, the plane is cut
+// into cases, at most 400 of them. For more than 4000 sites the prices of neighbours move together,
+// in 250 groups and then in 1000: a few percent are left.
 allocation allocate(const allocation_problem& p, const allocate_options& options = {});
 
 struct allocation_check {

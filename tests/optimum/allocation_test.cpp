@@ -4,7 +4,9 @@
 #include <algorithm>
 #include <cmath>
 #include <fstream>
+#include <functional>
 #include <limits>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -107,6 +109,39 @@ TEST(LocationAllocation, AllPartitions) {
     EXPECT_NEAR(a.value, least, 1e-9 * least + 1e-12) << "instance " << k;
     EXPECT_LE(*a.lower_bound, least * (1 + 1e-14)) << "instance " << k;
     expect_proved(p, a);
+  }
+}
+
+// Prices of the whole plane leave a gap of some 1e-3 here.
+allocation_problem cut_into_cases(unsigned seed, std::size_t n, std::size_t count, const gauge& g) {
+  std::mt19937_64 random(seed);
+  const auto coordinate = [&] { return 100 * (static_cast<double>(random() >> 11) * 0x1p-53); };
+  std::vector<site> sites;
+  for (std::size_t i = 0; i < n; ++i) {
+    const double x = coordinate();
+    sites.push_back({x, coordinate()});
+  }
+  return {sites, {g}, count};
+}
+
+TEST(LocationAllocation, CasesCloseTheGap) {
+  for (const allocation_problem& p :
+       {cut_into_cases(6, 40, 6, gauge::l1()), cut_into_cases(6, 60, 6, gauge::euclidean())}) {
+    allocation a = allocate(p, {.starts = 4, .shakes = 20, .lower_bound = true});
+    EXPECT_EQ(a.status, allocation_status::within_gap);
+    ASSERT_FALSE(a.cases.empty());
+    expect_proved(p, a);
+    for (const auto& spoil : std::vector<std::function<void(std::vector<allocation_case>&)>>{
+             [](auto& c) { c.pop_back(); }, [](auto& c) { c.push_back(c.back()); },
+             [](auto& c) { c[0].at += 10; }, [](auto& c) { c[0].cell = 1; },
+             [](auto& c) { c.back().least[0] *= 0.5; }, [](auto& c) { c.back().least.pop_back(); },
+             [](auto& c) {
+               for (double& u : c.back().prices) u *= 0.5;
+             }}) {
+      allocation spoiled = a;
+      spoil(spoiled.cases);
+      EXPECT_FALSE(verify(p, spoiled).accepted);
+    }
   }
 }
 

@@ -21,19 +21,24 @@ constexpr std::size_t kClustersPerRow = 16;
 
 }  // namespace
 
-dual_master::dual_master(std::size_t count, price_groups groups)
-    : rows_(groups.size.size()), groups_(std::move(groups)), fixed_(2 * rows_ + 1) {
-  const std::size_t rows = rows_ + 1;
+dual_master::dual_master(std::vector<std::size_t> counts, price_groups groups)
+    : rows_(groups.size.size()),
+      groups_(std::move(groups)),
+      fixed_(2 * rows_ + counts.size()),
+      known_(counts.size()) {
+  const std::size_t rows = rows_ + counts.size();
   for (const double entry : {1.0, -1.0}) {
-    for (std::uint32_t i = 0; i < rows_; ++i) columns_.push_back({{i}, {entry}, 0, {}});
+    for (std::uint32_t i = 0; i < rows_; ++i) columns_.push_back({{i}, {entry}, 0, {}, {0, 0}, 0});
   }
-  columns_.push_back({{static_cast<std::uint32_t>(rows_)}, {1}, 0, {}});
+  for (auto c = static_cast<std::uint32_t>(rows_); c < rows; ++c)
+    columns_.push_back({{c}, {1}, 0, {}, {0, 0}, 0});
   basic_.assign(columns_.size(), 0);
   for (std::size_t i = 0; i < rows; ++i) {
-    basis_.push_back(i < rows_ ? i : fixed_ - 1);
+    basis_.push_back(i < rows_ ? i : rows_ + i);
     basic_[basis_[i]] = 1;
     const double spread = std::fmod(static_cast<double>(i) * 0.6180339887498949, 1.0);
-    right_.push_back(i < rows_ ? 1 + kPerturbation * spread : static_cast<double>(count));
+    right_.push_back(i < rows_ ? 1 + kPerturbation * spread
+                               : static_cast<double>(counts[i - rows_]));
   }
   level_ = right_;
   dual_.assign(rows, 0);
@@ -42,24 +47,25 @@ dual_master::dual_master(std::size_t count, price_groups groups)
   for (std::size_t i = 0; i < rows; ++i) inverse_[i * rows + i] = 1;
 }
 
-void dual_master::add_cluster(std::vector<std::uint32_t> slots, double cost) {
-  known_.insert(slots);
+void dual_master::add_cluster(std::vector<std::uint32_t> slots, const xy& at, std::uint32_t cell,
+                              double cost) {
+  known_[cell].insert(slots);
   std::vector<std::pair<std::uint32_t, double>> covered;
   for (const std::uint32_t i : slots) {
     covered.emplace_back(groups_.of[i], groups_.share[i]);
     cost -= groups_.base[i];
   }
   std::sort(covered.begin(), covered.end());
-  column c{{}, {}, cost, std::move(slots)};
-  for (const auto& [group, share] : covered) {
+  column c{{}, {}, cost, std::move(slots), at, cell};
+  for (const auto& [group, part] : covered) {
     if (!c.rows.empty() && c.rows.back() == group) {
-      c.entries.back() += share;
+      c.entries.back() += part;
     } else {
       c.rows.push_back(group);
-      c.entries.push_back(share);
+      c.entries.push_back(part);
     }
   }
-  c.rows.push_back(static_cast<std::uint32_t>(rows_));
+  c.rows.push_back(static_cast<std::uint32_t>(rows_ + cell));
   c.entries.push_back(1);
   columns_.push_back(std::move(c));
   basic_.push_back(0);
@@ -77,7 +83,7 @@ void dual_master::set_box(std::span<const double> middle, double half_width) {
 bool dual_master::at_box() const {
   for (std::size_t row = 0; row < basis_.size(); ++row) {
     const std::size_t k = basis_[row];
-    if (k + 1 >= fixed_ || level_[row] <= 2 * kPerturbation) continue;
+    if (k >= 2 * rows_ || level_[row] <= 2 * kPerturbation) continue;
     if (k < rows_ ? columns_[k].cost < groups_.most[k]
                   : -columns_[k].cost > groups_.least[k - rows_])
       return true;
@@ -106,12 +112,22 @@ std::vector<std::vector<std::uint32_t>> dual_master::foremost(std::size_t count)
   return result;
 }
 
+std::vector<dual_master::taken_cluster> dual_master::taken() const {
+  std::vector<taken_cluster> result;
+  for (std::size_t row = 0; row < basis_.size(); ++row) {
+    const column& c = columns_[basis_[row]];
+    if (basis_[row] >= fixed_ && level_[row] > kLeastShare)
+      result.push_back({c.at, c.cell, level_[row]});
+  }
+  return result;
+}
+
 std::vector<dual_master::cluster> dual_master::known_clusters() const {
   std::vector<cluster> result;
   for (std::size_t k = fixed_; k < columns_.size(); ++k) {
     double cost = columns_[k].cost;
     for (const std::uint32_t i : columns_[k].slots) cost += groups_.base[i];
-    result.push_back({columns_[k].slots, cost});
+    result.push_back({columns_[k].slots, columns_[k].at, columns_[k].cell, cost});
   }
   return result;
 }
@@ -264,7 +280,7 @@ void dual_master::drop_idle() {
   std::size_t kept = 0;
   for (std::size_t k = 0; k < columns_.size(); ++k) {
     if (drop[k] != 0) {
-      known_.erase(columns_[k].slots);
+      known_[columns_[k].cell].erase(columns_[k].slots);
       continue;
     }
     number[k] = kept;

@@ -4,7 +4,7 @@
 //
 // Prices are kept in a box around those that gave the best bound (Marsten, Hogan and Blankenship
 // 1975): else they swing wildly while few clusters are known. Revised simplex method with a dense
-// inverse, one row a group and one for the count.
+// inverse, one row a group and one a cell of the plane.
 #ifndef PLANLOC_OPTIMUM_ALLOCATION_DUAL_MASTER_H_
 #define PLANLOC_OPTIMUM_ALLOCATION_DUAL_MASTER_H_
 
@@ -21,11 +21,14 @@ namespace planloc::detail {
 
 class dual_master {
  public:
-  dual_master(std::size_t count, price_groups groups);
+  // `counts` facilities in each cell of the plane.
+  dual_master(std::vector<std::size_t> counts, price_groups groups);
 
-  // REQUIRES: slots in order, no cluster that is known.
-  void add_cluster(std::vector<std::uint32_t> slots, double cost);
-  bool knows(const std::vector<std::uint32_t>& slots) const { return known_.contains(slots); }
+  // Slots that a facility at a place serves. REQUIRES: slots in order, no cluster that is known.
+  void add_cluster(std::vector<std::uint32_t> slots, const xy& at, std::uint32_t cell, double cost);
+  bool knows(const std::vector<std::uint32_t>& slots, std::uint32_t cell) const {
+    return known_[cell].contains(slots);
+  }
   // Prices of groups within `half_width` of `middle` for each slot.
   void set_box(std::span<const double> middle, double half_width);
   // Solves from the basis at hand. False if `expired` ended it.
@@ -33,15 +36,24 @@ class dual_master {
 
   std::span<const double> prices() const { return std::span(dual_).first(rows_); }  // of groups
   const price_groups& groups() const { return groups_; }
-  // The price of a facility: no known cluster gains more than this.
-  double facility_price() const { return -dual_[rows_]; }
+  // The price of a facility in a cell: no known cluster gains more than this.
+  double facility_price(std::uint32_t cell) const { return -dual_[rows_ + cell]; }
   // Whether the box holds back some price.
   bool at_box() const;
   // The slots of the clusters with the largest shares in the solution, at most `count`.
   std::vector<std::vector<std::uint32_t>> foremost(std::size_t count) const;
+  // What the solution takes of the clusters at a place.
+  struct taken_cluster {
+    xy at;
+    std::uint32_t cell;
+    double level;
+  };
+  std::vector<taken_cluster> taken() const;
   std::size_t clusters() const { return columns_.size() - fixed_; }
   struct cluster {
     std::vector<std::uint32_t> slots;
+    xy at;
+    std::uint32_t cell;
     double cost;
   };
   std::vector<cluster> known_clusters() const;
@@ -52,6 +64,8 @@ class dual_master {
     std::vector<double> entries;
     double cost;
     std::vector<std::uint32_t> slots;  // of a cluster
+    xy at{0, 0};
+    std::uint32_t cell = 0;
   };
 
   double reduced_cost(const column& c) const;
@@ -68,11 +82,11 @@ class dual_master {
 
   std::size_t rows_;  // of groups
   price_groups groups_;
-  std::size_t fixed_;  // first: a group too little, one too much, a facility unused
+  std::size_t fixed_;  // first: a group too little, one too much, facilities unused
   std::vector<column> columns_;
-  std::set<std::vector<std::uint32_t>> known_;
-  std::vector<std::size_t> basis_;      // of each row
-  std::vector<std::size_t> promising_;  // columns that could come in
+  std::vector<std::set<std::vector<std::uint32_t>>> known_;  // by cell
+  std::vector<std::size_t> basis_;                           // of each row
+  std::vector<std::size_t> promising_;                       // columns that could come in
   double least_gain_ = 0;
   std::vector<char> basic_;      // of each column
   std::vector<double> inverse_;  // by columns

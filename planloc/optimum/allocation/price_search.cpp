@@ -11,12 +11,15 @@ namespace planloc::detail {
 
 namespace {
 
-constexpr int kParts = 32;      // of the region, in each direction
+// Of the region, along its sides: so many that the parts are nearly squares.
+constexpr int kParts = 32;
+constexpr int kLeastParts = 8;
 constexpr int kMostDepth = 60;  // of halvings: where doubles end
 constexpr std::size_t kCellsToAsk = 512;
 constexpr std::size_t kMostOpen = 2;  // sites of a cell whose sums are minimised one by one
 constexpr int kMostCuts = 24;
 constexpr double kOutwards = 1 + 1e-12;
+constexpr double kTiny = 1e-300;
 
 }  // namespace
 
@@ -57,7 +60,7 @@ double price_search::value(std::span<const double> prices, const xy& at) const {
 }
 
 // A site gains only within its price; so nowhere else is the sum below 0.
-std::optional<price_search::square> price_search::region(std::span<const double> prices) {
+std::optional<price_search::rectangle> price_search::region(std::span<const double> prices) {
   std::optional<xy_box> box;
   for (std::uint32_t i = 0; i < prices.size(); ++i) {
     if (!(prices[i] > 0)) continue;
@@ -70,28 +73,39 @@ std::optional<price_search::square> price_search::region(std::span<const double>
     box->extend(high);
   }
   if (!box) return std::nullopt;
-  const xy centre{(box->low.x + box->high.x) / 2, (box->low.y + box->high.y) / 2};
-  return square{centre, std::max(box->high.x - centre.x, box->high.y - centre.y) * kOutwards};
+  const xy low{std::max(box->low.x, where_.low.x), std::max(box->low.y, where_.low.y)};
+  const xy high{std::min(box->high.x, where_.high.x), std::min(box->high.y, where_.high.y)};
+  if (!(low.x <= high.x && low.y <= high.y)) return std::nullopt;
+  const xy centre{(low.x + high.x) / 2, (low.y + high.y) / 2};
+  return rectangle{centre, {high.x - centre.x, high.y - centre.y}};
 }
 
-std::optional<double> price_search::run(std::span<const double> prices, double known,
-                                        double tolerance, const std::function<bool()>& expired) {
+std::optional<double> price_search::run(std::span<const double> prices, const price_cell& where,
+                                        double known, double tolerance,
+                                        const std::function<bool()>& expired) {
+  where_ = where;
   stack_.clear();
   places_.clear();
   least_ = bound_ = std::min(known, 0.0);
   tolerance_ = tolerance;
   expired_ = &expired;
   ended_ = false;
-  const std::optional<square> all = region(prices);
+  const std::optional<rectangle> all = region(prices);
   if (!all) return 0;
   const std::size_t end = stack_.size();
-  const double half = all->half / kParts;
-  const xy first{all->centre.x - all->half + half, all->centre.y - all->half + half};
-  for (int i = 0; i < kParts && !ended_; ++i) {
-    for (int j = 0; j < kParts && !ended_; ++j) {
+  const double longer = std::max({all->half.x, all->half.y, kTiny});
+  const double shorter = std::clamp(std::min(all->half.x, all->half.y), longer / kParts, longer);
+  const double part = std::min(longer / kParts, shorter / kLeastParts);
+  const int columns = std::max(1, static_cast<int>(std::lround(all->half.x / part)));
+  const int rows = std::max(1, static_cast<int>(std::lround(all->half.y / part)));
+  const xy half{all->half.x / columns, all->half.y / rows};
+  const xy first{all->centre.x - all->half.x + half.x, all->centre.y - all->half.y + half.y};
+  const xy outwards{half.x * kOutwards, half.y * kOutwards};
+  for (int i = 0; i < columns && !ended_; ++i) {
+    for (int j = 0; j < rows && !ended_; ++j) {
       met best{{0, 0}, 0};
       here_ = &best;
-      visit({{first.x + 2 * i * half, first.y + 2 * j * half}, half * kOutwards}, 0, end, 0);
+      visit({{first.x + 2 * i * half.x, first.y + 2 * j * half.y}, outwards}, 0, end, 0);
       if (best.value < 0) places_.push_back(best);
     }
   }
@@ -107,7 +121,7 @@ void price_search::meet(const xy& at, double value) {
 // Each distance is replaced by its tangent at the centre, which is nowhere above it; then the sum
 // is concave, and least at a corner. Leaves the sites that can gain in the cell on top of the
 // stack.
-price_search::view price_search::look(const square& cell, std::size_t begin, std::size_t end) {
+price_search::view price_search::look(const rectangle& cell, std::size_t begin, std::size_t end) {
   ++cells_;
   std::array<double, 4> corner{};
   double centre = 0;
@@ -116,15 +130,16 @@ price_search::view price_search::look(const square& cell, std::size_t begin, std
     priced_site s = stack_[k];
     const distance_table::linear_piece piece = table_.piece(s.slot, cell.centre);
     const double gain = piece.distance - s.price;
-    const double by_x = piece.slope.x * cell.half;
-    const double by_y = piece.slope.y * cell.half;
+    const double by_x = piece.slope.x * cell.half.x;
+    const double by_y = piece.slope.y * cell.half.y;
     if (gain - std::fabs(by_x) - std::fabs(by_y) >= 0) continue;
     centre += std::min(0.0, gain);
     corner[0] += std::min(0.0, gain + by_x + by_y);
     corner[1] += std::min(0.0, gain + by_x - by_y);
     corner[2] += std::min(0.0, gain - by_x + by_y);
     corner[3] += std::min(0.0, gain - by_x - by_y);
-    const double rise = table_.weight[s.slot] * widest_[table_.block_of[s.slot]] * cell.half;
+    const double rise = table_.weight[s.slot] * widest_[table_.block_of[s.slot]] *
+                        std::max(cell.half.x, cell.half.y);
     s.open = s.open && gain + rise > 0;
     open += s.open ? 1 : 0;
     stack_.push_back(s);
@@ -132,7 +147,7 @@ price_search::view price_search::look(const square& cell, std::size_t begin, std
   return {*std::min_element(corner.begin(), corner.end()), centre, open};
 }
 
-void price_search::visit(const square& cell, std::size_t begin, std::size_t end, int depth) {
+void price_search::visit(const rectangle& cell, std::size_t begin, std::size_t end, int depth) {
   if (cells_ % kCellsToAsk == 0 && (*expired_)()) ended_ = true;
   if (ended_) return;
   const std::size_t top = stack_.size();
@@ -146,17 +161,17 @@ void price_search::visit(const square& cell, std::size_t begin, std::size_t end,
   stack_.resize(top);
 }
 
-void price_search::divide(const square& cell, std::size_t begin, int depth) {
+void price_search::divide(const rectangle& cell, std::size_t begin, int depth) {
   const std::size_t end = stack_.size();
-  const double h = cell.half / 2;
-  for (const auto& [x, y] : {std::pair(-h, -h), {-h, h}, {h, -h}, {h, h}}) {
+  const xy h{cell.half.x / 2, cell.half.y / 2};
+  for (const auto& [x, y] : {std::pair(-h.x, -h.y), {-h.x, h.y}, {h.x, -h.y}, {h.x, h.y}}) {
     visit({{cell.centre.x + x, cell.centre.y + y}, h}, begin, end, depth + 1);
   }
 }
 
 // A sum of min(0, d_i - price_i) is the least of the sums of d_i - price_i over all choices of
 // sites. Where few are open to choice, each sum is minimised on its own: it is convex.
-bool price_search::close(const square& cell, std::size_t begin) {
+bool price_search::close(const rectangle& cell, std::size_t begin) {
   std::vector<priced_site> open;
   std::vector<std::uint32_t> sure;
   double sure_prices = 0;
@@ -186,20 +201,25 @@ bool price_search::close(const square& cell, std::size_t begin) {
   return true;
 }
 
-// Cutting planes; none if they do not come near enough.
-std::optional<double> price_search::least_sum(const square& cell, double prices) {
+// Cutting planes over a square around the cell; none if they do not come near enough, or only
+// outside.
+std::optional<double> price_search::least_sum(const rectangle& cell, double prices) {
   evaluation e = sum_of_distances(table_, chosen_, cell.centre);
   double best = e.value;
-  cut_model model(e, cell.centre, cell.half);
+  bool inside = true;
+  cut_model model(e, cell.centre, std::max(cell.half.x, cell.half.y));
   for (int k = 0; k < kMostCuts; ++k) {
-    meet(e.at, e.value - prices);
+    if (where_.contains(e.at)) meet(e.at, e.value - prices);
     model.solve();
     const double bound = model.bound() - prices;
-    if (bound >= least_ - tolerance_ || bound >= best - prices - tolerance_ / 2) return bound;
+    if (bound >= least_ - tolerance_) return bound;
+    if (bound >= best - prices - tolerance_ / 2)
+      return inside ? std::optional(bound) : std::nullopt;
     e = sum_of_distances(table_, chosen_, model.minimiser());
     model.add(e);
     if (e.value >= best) continue;
     best = e.value;
+    inside = where_.contains(e.at);
     model.recentre(e.at);
   }
   return std::nullopt;

@@ -1,11 +1,13 @@
 // The least of the priced problem of one facility, sum over i of min(0, d_i(x) - price_i): which
-// sites would gain the most together if a facility came. Branch and bound over squares. Internal.
+// sites would gain the most together if a facility came. Branch and bound over rectangles.
+// Internal.
 #ifndef PLANLOC_OPTIMUM_ALLOCATION_PRICE_SEARCH_H_
 #define PLANLOC_OPTIMUM_ALLOCATION_PRICE_SEARCH_H_
 
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <optional>
 #include <span>
 #include <vector>
@@ -15,6 +17,16 @@
 
 namespace planloc::detail {
 
+// A rectangle, counted from the table's base.
+struct price_cell {
+  xy low{-std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()};
+  xy high{std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity()};
+
+  bool contains(const xy& at) const {
+    return low.x <= at.x && at.x <= high.x && low.y <= at.y && at.y <= high.y;
+  }
+};
+
 class price_search {
  public:
   // Distances and prices are by slot.
@@ -23,11 +35,11 @@ class price_search {
   // The priced sum at a place.
   double value(std::span<const double> prices, const xy& at) const;
 
-  // A bound below the least value, within twice the tolerance of it, and half of it away from what
-  // could only just be shown; none if `expired` ended the search.
-  // `known` is a value that is taken somewhere.
-  std::optional<double> run(std::span<const double> prices, double known, double tolerance,
-                            const std::function<bool()>& expired);
+  // A bound below the least value in a cell, within twice the tolerance of it, and half of it away
+  // from what could only just be shown; none if `expired` ended the search. `known` is a value that
+  // is taken somewhere in it.
+  std::optional<double> run(std::span<const double> prices, const price_cell& where, double known,
+                            double tolerance, const std::function<bool()>& expired);
 
   // The best place that the last search met in each part of the plane, with its value.
   struct met {
@@ -43,9 +55,9 @@ class price_search {
     double price;
     bool open;  // whether it gains in a part of the cell only, or may do so
   };
-  struct square {
+  struct rectangle {
     xy centre;
-    double half;
+    xy half;
   };
   struct view {
     double bound;
@@ -54,15 +66,16 @@ class price_search {
   };
 
   double widest(const gauge_block& b) const;
-  std::optional<square> region(std::span<const double> prices);
-  void divide(const square& cell, std::size_t begin, int depth);
-  void visit(const square& cell, std::size_t begin, std::size_t end, int depth);
-  view look(const square& cell, std::size_t begin, std::size_t end);
-  bool close(const square& cell, std::size_t begin);
-  std::optional<double> least_sum(const square& cell, double prices);
+  std::optional<rectangle> region(std::span<const double> prices);
+  void divide(const rectangle& cell, std::size_t begin, int depth);
+  void visit(const rectangle& cell, std::size_t begin, std::size_t end, int depth);
+  view look(const rectangle& cell, std::size_t begin, std::size_t end);
+  bool close(const rectangle& cell, std::size_t begin);
+  std::optional<double> least_sum(const rectangle& cell, double prices);
   void meet(const xy& at, double value);
 
   const distance_table& table_;
+  price_cell where_;
   std::vector<double> reach_;          // of each block: |x|, |y| <= reach * gauge((x, y))
   std::vector<double> widest_;         // of each block: gauge((x, y)) <= widest if |x|, |y| <= 1
   std::vector<priced_site> stack_;     // along the walk: the sites that can gain in a cell

@@ -87,6 +87,9 @@ class allocation_checker {
       proved = value.low;
     } else if (answer_.one_facility) {
       proved = bound_of_one();
+    } else if (!answer_.cases.empty() && *answer_.lower_bound > 0) {
+      detail::prove_cases(problem_, answer_.cases, *answer_.lower_bound);
+      proved = *answer_.lower_bound;
     } else if (!answer_.prices.empty() && *answer_.lower_bound > 0) {
       detail::prove_prices(problem_, answer_.prices, *answer_.lower_bound);
       proved = *answer_.lower_bound;

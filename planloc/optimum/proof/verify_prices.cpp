@@ -47,7 +47,8 @@ class price_walk {
     }
   }
 
-  void run() {
+  // In absolute coordinates.
+  void run(const rectangle& where) {
     rectangle all{INFINITY, -INFINITY, INFINITY, -INFINITY};
     for (std::uint32_t i = 0; i < prices_.size(); ++i) {
       if (!(prices_[i] > 0)) continue;
@@ -59,11 +60,24 @@ class price_walk {
       all = {std::min(all.left, below(at.x - reach)), std::max(all.right, above(at.x + reach)),
              std::min(all.low, below(at.y - reach)), std::max(all.high, above(at.y + reach))};
     }
-    if (!open_.empty()) visit(all, 0, 0);
+    all = common(all, relative(where));
+    if (!open_.empty() && all.left <= all.right && all.low <= all.high) visit(all, 0, 0);
   }
 
  private:
   const planloc::problem& problem() const { return sites_.owner(); }
+
+  // Rounded outwards.
+  rectangle relative(const rectangle& r) const {
+    const site& base = problem().sites()[0];
+    return {below(r.left - base.x), above(r.right - base.x), below(r.low - base.y),
+            above(r.high - base.y)};
+  }
+
+  static rectangle common(const rectangle& a, const rectangle& b) {
+    return {std::max(a.left, b.left), std::min(a.right, b.right), std::max(a.low, b.low),
+            std::min(a.high, b.high)};
+  }
 
   // In doubles, for what is nowhere part of the proof.
   double distance(std::uint32_t i, const xy& at) const {
@@ -222,22 +236,99 @@ class price_walk {
 
 }  // namespace
 
-void prove_prices(const allocation_problem& p, const std::vector<double>& prices, double claimed) {
+namespace {
+
+constexpr rectangle kPlane{-INFINITY, INFINITY, -INFINITY, INFINITY};
+
+// At most the distance from the nearest existing facility.
+std::vector<double> capped_prices(const allocation_problem& p, const std::vector<double>& prices) {
   if (prices.size() != p.sites().size()) refuse("one price a site is needed");
   const verified_sites sites(p.single(), {0, 0});
   std::vector<double> capped = prices;
-  interval sum(0);
   for (std::size_t i = 0; i < prices.size(); ++i) {
     if (!std::isfinite(prices[i]))
       refuse("the price of site " + std::to_string(i) + " is not finite");
-    for (const xy& e : p.existing()) {
+    for (const xy& e : p.existing())
       capped[i] = std::min(capped[i], sites.distance(i, {interval(e.x), interval(e.y)}).low);
-    }
-    sum = sum + interval(capped[i]);
   }
-  const interval least = (interval(claimed) - sum) / interval(static_cast<double>(p.count()));
+  return capped;
+}
+
+interval sum_of(const std::vector<double>& prices) {
+  interval sum(0);
+  for (const double u : prices) sum = sum + interval(u);
+  return sum;
+}
+
+class case_walk {
+ public:
+  case_walk(const allocation_problem& p, const std::vector<allocation_case>& cases, double claimed)
+      : problem_(p), cases_(cases), claimed_(claimed) {}
+
+  void run() {
+    visit({{kPlane, problem_.count()}});
+    if (next_ != cases_.size()) refuse("there are more cases than the cuts make");
+  }
+
+ private:
+  struct cell {
+    rectangle where;
+    std::size_t count;
+  };
+
+  void visit(const std::vector<cell>& cells) {
+    if (next_ == cases_.size()) refuse("a case of the lower bound is missing");
+    const allocation_case& c = cases_[next_++];
+    if (!c.prices.empty()) {
+      prove(c, cells);
+      return;
+    }
+    if (c.cell >= cells.size() || !std::isfinite(c.at)) refuse("a case is cut where nothing is");
+    for (std::size_t below = 0; below <= cells[c.cell].count; ++below) {
+      std::vector<cell> parts = cells;
+      cell& low = parts[c.cell];
+      cell high = low;
+      high.count -= below;
+      low.count = below;
+      (c.by_x ? low.where.right : low.where.high) = c.at;
+      (c.by_x ? high.where.left : high.where.low) = c.at;
+      parts.push_back(high);
+      visit(parts);
+    }
+  }
+
+  void prove(const allocation_case& c, const std::vector<cell>& cells) const {
+    if (c.least.size() != cells.size()) refuse("one least priced sum a rectangle is needed");
+    const std::vector<double> prices = capped_prices(problem_, c.prices);
+    interval bound = sum_of(prices);
+    for (std::size_t k = 0; k < cells.size(); ++k) {
+      if (cells[k].count == 0) continue;
+      if (!(c.least[k] <= 0)) refuse("the prices do not prove the lower bound");
+      bound = bound + interval(static_cast<double>(cells[k].count)) * interval(c.least[k]);
+      price_walk(problem_, prices, c.least[k]).run(cells[k].where);
+    }
+    if (!(bound.low >= claimed_)) refuse("the prices do not prove the lower bound");
+  }
+
+  const allocation_problem& problem_;
+  const std::vector<allocation_case>& cases_;
+  double claimed_;
+  std::size_t next_ = 0;
+};
+
+}  // namespace
+
+void prove_prices(const allocation_problem& p, const std::vector<double>& prices, double claimed) {
+  std::vector<double> capped = capped_prices(p, prices);
+  const interval least =
+      (interval(claimed) - sum_of(capped)) / interval(static_cast<double>(p.count()));
   if (!(least.high <= 0)) refuse("the prices do not prove the lower bound");
-  price_walk(p, std::move(capped), least.high).run();
+  price_walk(p, std::move(capped), least.high).run(kPlane);
+}
+
+void prove_cases(const allocation_problem& p, const std::vector<allocation_case>& cases,
+                 double claimed) {
+  case_walk(p, cases, claimed).run();
 }
 
 }  // namespace planloc::detail

@@ -18,6 +18,11 @@ namespace planloc::detail {
 // its price.
 void prove_prices(const allocation_problem& p, const std::vector<double>& prices, double claimed);
 
+// The same of cases: in each, the minimum of the facilities in a rectangle is that over the
+// rectangle. Every way to place the facilities belongs to a case.
+void prove_cases(const allocation_problem& p, const std::vector<allocation_case>& cases,
+                 double claimed);
+
 }  // namespace planloc::detail
 
 #endif  // PLANLOC_OPTIMUM_PROOF_VERIFY_PRICES_H_
