@@ -135,6 +135,9 @@ TEST(General, SmoothAndLevelFarAway) {
     spoiled.lower_bound = s.value + 1e-6;
     EXPECT_FALSE(verify(p, spoiled).accepted);
   }
+  const problem nowhere({{0.1, -0.7}, {0.1, -0.7}}, {gauge::lp(1.5)}, order_weights({1, -1}));
+  EXPECT_EQ(minimise(nowhere).status, solution_status::optimal);
+  EXPECT_TRUE(verify(nowhere, minimise(nowhere)).accepted);
   minimise_options options;
   options.cells = 500;
   const problem p(sites, {gauge::euclidean()}, order_weights({0, 1, 1, -2}));
