@@ -15,7 +15,8 @@
 namespace planloc {
 
 enum class solution_status : std::uint8_t {
-  optimal,     // the gap is 0 (polyhedral gauges) or at most 1e-11 of the value (others)
+  optimal,     // polyhedral gauges: the gap is 0; others: at most 1e-11 of the value, 1e-10 where f
+               // is not convex, or what the rounding of f leaves open
   within_gap,  // the gap is at most the one that was asked for, or, with gauges that are not
                // polyhedral, doubles cannot narrow it further
   unbounded,   // the value falls without end along `direction_certificate::direction`

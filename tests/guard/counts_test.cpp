@@ -26,9 +26,13 @@ void* counted(std::size_t size) {
 
 }  // namespace
 
-void* operator new(std::size_t size) {
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   ++allocations;
-  if (void* const p = std::malloc(size)) return p;
+  return std::malloc(size);
+}
+
+void* operator new(std::size_t size) {
+  if (void* const p = operator new(size, std::nothrow)) return p;
   throw std::bad_alloc();
 }
 

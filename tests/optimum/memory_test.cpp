@@ -18,12 +18,16 @@ std::atomic<std::size_t> peak{0};
 
 }  // namespace
 
-void* operator new(std::size_t size) {
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   void* const p = std::malloc(size);
-  if (p == nullptr) throw std::bad_alloc();
-  const std::size_t now = live += malloc_usable_size(p);
+  const std::size_t now = live += malloc_usable_size(p);  // 0 for none
   if (now > peak) peak = now;
   return p;
+}
+
+void* operator new(std::size_t size) {
+  if (void* const p = operator new(size, std::nothrow)) return p;
+  throw std::bad_alloc();
 }
 
 void operator delete(void* p, std::size_t) noexcept {
