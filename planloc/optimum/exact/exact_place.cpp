@@ -486,7 +486,7 @@ void exact_place::slope_sum::add(const distance_table& t, std::span<const term> 
 
 exact_place::rounded_slope exact_place::slope_in_doubles(const piece_choice& c) const {
   if (!untied_) {
-    untied_.emplace();
+    untied_ = slope_sum{};
     std::array<term, kChunk> chunk;
     std::size_t filled = 0;
     each_untied_term([&](const term& t) {

@@ -130,9 +130,9 @@ class exact_place {
     double lambda;
   };
   struct slope_sum {
-    long double x = 0;
-    long double y = 0;
-    double size = 0;  // of the magnitudes
+    long double x;
+    long double y;
+    double size;  // of the magnitudes
 
     void add(const distance_table& t, std::span<const term> terms);
   };

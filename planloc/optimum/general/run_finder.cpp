@@ -43,8 +43,8 @@ double key_of_rank(std::span<const double> keys, std::size_t rank) {
   double found = keys[0];
   for (std::size_t i = 0; i < keys.size(); ++i) {
     std::size_t before = 0;
-    for (std::size_t j = 0; j < keys.size(); ++j)
-      before += ((keys[j] < keys[i]) | ((keys[j] == keys[i]) & (j < i))) ? 1 : 0;
+    for (std::size_t j = 0; j < i; ++j) before += keys[j] <= keys[i] ? 1 : 0;
+    for (std::size_t j = i + 1; j < keys.size(); ++j) before += keys[j] < keys[i] ? 1 : 0;
     found = before == rank ? keys[i] : found;
   }
   return found;
