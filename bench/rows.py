@@ -135,7 +135,7 @@ FILES_AND_MODELS = [
     Row("tool", "`planloc solve` on a table", "py planloc solve", ["py ogrinfo -al"], [100, 1000, 10000, 100000],
         "From CSV to the answer and the table of the sites; the peer reads and prints the table. Whole processes, with "
         "their start, most of which is GDAL's, and their whole memory.", what="rows of the table"),
-    Row("scenarios", "Scenarios in Python", "py planloc.scenarios", ["C++ loop"], [30, 100, 300, 1000],
+    Row("scenarios", "Scenarios in Python", "py planloc.scenarios", ["C++ loop"], [100, 1000, 10_000, 30_000],
         "The median of 100 sites under an octagon with other weights a scenario, on one thread; the peer is the same "
         "loop in C++.", what="scenarios", tolerance=1e-12),
 ]
