@@ -71,6 +71,15 @@ class distance_table {
     return v.x * u.y - v.y * u.x >= 0 && u.x * w.y - u.y * w.x > 0;
   }
 
+  // The same, looked for next to a guess first.
+  std::uint32_t active_edge(const gauge_block& b, const xy& u, std::uint32_t guess) const {
+    if (in_cone(b, guess, u)) return guess;
+    const std::uint32_t next = guess + 1 == b.edges ? 0 : guess + 1;
+    if (in_cone(b, next, u)) return next;
+    const std::uint32_t last = (guess == 0 ? b.edges : guess) - 1;
+    return in_cone(b, last, u) ? last : active_edge(b, u);
+  }
+
   // The distance of one slot, and its slope: a subgradient of the weighted distance.
   struct linear_piece {
     double distance;

@@ -35,7 +35,8 @@ struct exact_point {
 
 // All places with the least value, where a convex polyhedral problem was solved to the end: a
 // vertex, an edge or a polygon by the number of corners. Not known if there is no corner and not
-// the whole plane.
+// the whole plane: always so where regions forbid the best places of the plane, or where these are
+// more than one and there are regions: what they leave of such a set need not be convex.
 struct optimal_set {
   // Counterclockwise. Each coordinate is the nearest double of the exact one.
   std::vector<xy> corners;

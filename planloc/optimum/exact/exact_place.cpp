@@ -81,7 +81,7 @@ const exact_xy& exact_edges::normal(std::size_t edge) {
 // ----- What meets at the place -----
 
 exact_place::exact_place(const problem& p, const distance_table& table, exact_edges& edges,
-                         exact_xy at)
+                         exact_xy at, std::span<const std::uint32_t> guess)
     : problem_(p),
       table_(table),
       edges_(edges),
@@ -89,7 +89,7 @@ exact_place::exact_place(const problem& p, const distance_table& table, exact_ed
       rounded_(to_nearest(at_)),
       rest_{to_nearest(mpq_class(at_.x - rounded_.x)), to_nearest(mpq_class(at_.y - rounded_.y))},
       edge_(table.size()) {
-  find_edges();
+  find_edges(guess);
   if (p.runs().size() > 1) {
     find_ranks();
   } else {
@@ -114,11 +114,11 @@ xy exact_place::offset(std::uint32_t slot) const {
   return {difference(rounded_.x, s.x, rest_.x), difference(rounded_.y, s.y, rest_.y)};
 }
 
-void exact_place::find_edges() {
+void exact_place::find_edges(std::span<const std::uint32_t> guess) {
   for (std::uint32_t slot = 0; slot < table_.size(); ++slot) {
     const gauge_block& b = table_.blocks[table_.block_of[slot]];
     const xy u = offset(slot);
-    edge_[slot] = table_.active_edge(b, u);
+    edge_[slot] = guess.empty() ? table_.active_edge(b, u) : table_.active_edge(b, u, guess[slot]);
     if (surely_inside(b, edge_[slot], u)) continue;
     const tied_slot tie = exact_edges_of(slot);
     edge_[slot] = tie.first_edge;

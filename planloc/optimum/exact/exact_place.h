@@ -88,7 +88,9 @@ struct piece_choice {
 // REQUIRES: polyhedral gauges.
 class exact_place {
  public:
-  exact_place(const problem& p, const distance_table& table, exact_edges& edges, exact_xy at);
+  // `guess`: edges that may be in force there, by slots; empty if none are known.
+  exact_place(const problem& p, const distance_table& table, exact_edges& edges, exact_xy at,
+              std::span<const std::uint32_t> guess = {});
 
   const exact_xy& at() const { return at_; }
 
@@ -146,7 +148,7 @@ class exact_place {
   const exact_xy& normal(std::uint32_t slot, std::uint32_t edge) const {
     return edges_.normal(first_edge_of(slot) + edge);
   }
-  void find_edges();
+  void find_edges(std::span<const std::uint32_t> guess);
   void find_ranks();
   void find_tied_ranks(distance_order& by_distance);
   bool surely_inside(const gauge_block& b, std::uint32_t edge, const xy& u) const;

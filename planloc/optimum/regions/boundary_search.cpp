@@ -131,6 +131,7 @@ void boundary_search::start() {
   const xy at = relative(outside_);
   if (const auto* c = std::get_if<convex_certificate>(&free_.proof)) {
     const xy shift = relative(c->base);
+    solver_.expect(c->pieces.front().edge);
     for (affine_piece piece : c->pieces) {
       piece.taken_at = {piece.taken_at.x + shift.x, piece.taken_at.y + shift.y};
       cuts_.add(std::move(piece), at);

@@ -14,7 +14,6 @@ namespace {
 // Of the magnitudes that a value on a segment is made of: more than its roundings, with sums in
 // doubles of as many terms as a chunk has.
 constexpr double kRounding = 0x1p-46;
-constexpr std::uint32_t kChunk = 64;
 // Above this many runs of order weights, terms are sorted.
 constexpr std::size_t kRunsToSplit = 12;
 
@@ -75,33 +74,22 @@ std::size_t cut_pool::add(affine_piece piece, const xy& at) {
     if (!kink.empty() && kink[i] != nullptr) return xy{w * kink[i]->slope.x, w * kink[i]->slope.y};
     return table_.piece(slot, piece.taken_at).slope;
   };
-  long double value = 0;
-  long double slope_x = 0;
-  long double slope_y = 0;
-  for (const gauge_block& b : table_.blocks) {
-    for (std::uint32_t begin = b.begin; begin < b.end; begin += kChunk) {
-      double v = 0;
-      double x = 0;
-      double y = 0;
-      for (std::uint32_t slot = begin; slot < std::min(begin + kChunk, b.end); ++slot) {
+  const affine_sum sum =
+      sum_in_chunks(table_, [&](const gauge_block& b, std::uint32_t slot, affine_sum& s) {
         const std::uint32_t i = table_.site[slot];
         const double l = lambda_[ranked ? piece.rank[i] : 0];
-        if (l == 0) continue;
+        if (l == 0) return;
         const xy slope = slope_of(b, slot, i);
-        v += l * (slope.x * (at.x - table_.x[slot]) + slope.y * (at.y - table_.y[slot]));
-        x += l * slope.x;
-        y += l * slope.y;
-      }
-      value += v;
-      slope_x += x;
-      slope_y += y;
-    }
-  }
+        s.value += l * (slope.x * (at.x - table_.x[slot]) + slope.y * (at.y - table_.y[slot]));
+        s.slope.x += l * slope.x;
+        s.slope.y += l * slope.y;
+      });
+  return add(std::move(piece), {at, sum.value, sum.slope});
+}
+
+std::size_t cut_pool::add(affine_piece piece, const evaluation& e) {
   all_.push_back(cuts_.size());
-  cuts_.push_back({at,
-                   static_cast<double>(value),
-                   {static_cast<double>(slope_x), static_cast<double>(slope_y)},
-                   std::move(piece)});
+  cuts_.push_back({e.at, e.value, e.slope, std::move(piece)});
   return all_.back();
 }
 

@@ -3,7 +3,9 @@
 #ifndef PLANLOC_OPTIMUM_REGIONS_CUT_POOL_H_
 #define PLANLOC_OPTIMUM_REGIONS_CUT_POOL_H_
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <span>
 #include <vector>
 
@@ -11,6 +13,33 @@
 #include "planloc/optimum/exact/exact_place.h"
 
 namespace planloc::detail {
+
+// A value and a slope.
+struct affine_sum {
+  double value = 0;
+  xy slope{0, 0};
+};
+
+// Adds up what `term(block, slot, sum)` adds to `sum` for all slots: few terms in doubles, their
+// sums in more digits, so that the roundings do not grow with the number of sites.
+template <class Term>
+affine_sum sum_in_chunks(const distance_table& table, Term term) {
+  constexpr std::uint32_t kChunk = 64;
+  long double value = 0;
+  long double slope_x = 0;
+  long double slope_y = 0;
+  for (const gauge_block& b : table.blocks) {
+    for (std::uint32_t begin = b.begin; begin < b.end; begin += kChunk) {
+      affine_sum sum;
+      for (std::uint32_t slot = begin; slot < std::min(begin + kChunk, b.end); ++slot)
+        term(b, slot, sum);
+      value += sum.value;
+      slope_x += sum.slope.x;
+      slope_y += sum.slope.y;
+    }
+  }
+  return {static_cast<double>(value), {static_cast<double>(slope_x), static_cast<double>(slope_y)}};
+}
 
 // Places are relative to the table's base.
 class cut_pool {
@@ -20,6 +49,8 @@ class cut_pool {
   // Value and slope are worked out from the piece, with `at` as the place that they count from.
   // The result is the number of the function.
   std::size_t add(affine_piece piece, const xy& at);
+  // Value and slope are known. REQUIRES: they are sums as those of `sum_in_chunks`.
+  std::size_t add(affine_piece piece, const evaluation& e);
   double value(std::size_t k) const { return cuts_[k].value; }
   double value_at(std::size_t k, const xy& at) const {
     const cut& c = cuts_[k];

@@ -64,7 +64,12 @@ xy gradient(const gauge& g, const xy& u) {
 }  // namespace
 
 piece_solver::piece_solver(const problem& p, const distance_table& table, cut_pool& cuts)
-    : problem_(p), table_(table), cuts_(cuts), evaluate_(p, table), edges_(table) {
+    : problem_(p),
+      table_(table),
+      cuts_(cuts),
+      evaluate_(p, table),
+      edges_(table),
+      edge_(table.size()) {
   for (std::size_t k = 0; k < table.size(); ++k)
     extent_ = std::max({extent_, std::fabs(table.x[k]), std::fabs(table.y[k])});
   if (extent_ == 0) extent_ = 1;
@@ -93,22 +98,29 @@ void piece_solver::add_kinks(const affine_piece& piece, const xy& at, const xy& 
   }
 }
 
-// Of a sum mostly the edges that were in force at the last place.
-affine_piece piece_solver::piece_at(const xy& at) {
-  if (!problem_.polyhedral() || problem_.runs().size() > 1) return evaluate_.piece_at(at);
+void piece_solver::expect(std::span<const std::uint32_t> edges) {
+  for (std::uint32_t slot = 0; slot < edges.size(); ++slot) edge_[slot] = edges[table_.site[slot]];
+}
+
+// Mostly the edges that were in force at the last place, or their neighbours.
+std::size_t piece_solver::add_sum_at(const xy& at) {
   ++evaluations_;
-  edge_.resize(table_.size());
+  const double lambda = problem_.runs().front().weight;
   affine_piece piece;
   piece.taken_at = at;
   piece.edge.resize(table_.size());
-  for (const gauge_block& b : table_.blocks) {
-    for (std::uint32_t slot = b.begin; slot < b.end; ++slot) {
-      const xy u{at.x - table_.x[slot], at.y - table_.y[slot]};
-      if (!table_.in_cone(b, edge_[slot], u)) edge_[slot] = table_.active_edge(b, u);
-      piece.edge[table_.site[slot]] = edge_[slot];
-    }
-  }
-  return piece;
+  const affine_sum sum =
+      sum_in_chunks(table_, [&](const gauge_block& b, std::uint32_t slot, affine_sum& s) {
+        const xy u{at.x - table_.x[slot], at.y - table_.y[slot]};
+        edge_[slot] = table_.active_edge(b, u, edge_[slot]);
+        piece.edge[table_.site[slot]] = edge_[slot];
+        const xy& n = table_.edges[b.first_edge + edge_[slot]].normal;
+        const double w = lambda * table_.weight[slot];
+        s.value += w * (n.x * u.x + n.y * u.y);
+        s.slope.x += w * n.x;
+        s.slope.y += w * n.y;
+      });
+  return cuts_.add(std::move(piece), {at, sum.value, sum.slope});
 }
 
 found_place piece_solver::evaluate(side_part& s, double share) {
@@ -130,9 +142,13 @@ found_place piece_solver::evaluate(side_part& s, double share) {
       at = {table_.x[*s.site], table_.y[*s.site]};
     }
   }
-  affine_piece piece = piece_at(at);
-  if (!piece.kinks.empty() && (u.x != 0 || u.y != 0)) add_kinks(piece, at, u, found);
-  found.cuts.push_back(cuts_.add(std::move(piece), at));
+  if (problem_.polyhedral() && problem_.runs().size() == 1) {
+    found.cuts.push_back(add_sum_at(at));
+  } else {
+    affine_piece piece = evaluate_.piece_at(at);
+    if (!piece.kinks.empty() && (u.x != 0 || u.y != 0)) add_kinks(piece, at, u, found);
+    found.cuts.push_back(cuts_.add(std::move(piece), at));
+  }
   found.value = cuts_.value(found.cuts.back());
   s.value = std::min(s.value, found.value);
   return found;
@@ -184,7 +200,7 @@ double piece_solver::find_least(const side_part& s, const cut_pool::minimum& m) 
 
 piece_solver::test piece_solver::try_place(const side_part& s, const exact_xy& at) {
   ++evaluations_;
-  const exact_place place(problem_, table_, edges_, at);
+  const exact_place place(problem_, table_, edges_, at, edge_);
   const xy here = to_nearest(exact_xy{at.x - table_.base.x, at.y - table_.base.y});
   exact_xy ahead{s.ends.to.x - s.ends.from.x, s.ends.to.y - s.ends.from.y};
   test result{false, false, {at, place.value(), {}, {}}};

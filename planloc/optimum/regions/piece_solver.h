@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "planloc/optimum/evaluate.h"
@@ -38,6 +39,8 @@ class piece_solver {
  public:
   piece_solver(const problem& p, const distance_table& table, cut_pool& cuts);
 
+  // Edges that may be in force where f is evaluated first, by sites.
+  void expect(std::span<const std::uint32_t> edges);
   // Adds what f is like at a share of the way to the pool.
   found_place evaluate(side_part& s, double share);
 
@@ -62,7 +65,7 @@ class piece_solver {
     found_place found;  // if neither
   };
 
-  affine_piece piece_at(const xy& at);
+  std::size_t add_sum_at(const xy& at);
   test try_place(const side_part& s, const exact_xy& at);
   found_place solve_in_fractions(const side_part& s);
   mpq_class exact_value(const exact_xy& at);
