@@ -138,7 +138,8 @@ void distance_table::add_block(const gauge& g, std::uint32_t begin, std::uint32_
                 static_cast<std::uint32_t>(all.size()),
                 static_cast<std::uint32_t>(v.size()),
                 0,
-                0};
+                0,
+                g.kind() == gauge::shape::lp ? lp_norm(g.p()) : lp_norm()};
   for (std::uint32_t j = 0; j < v.size(); ++j) {
     const xy& from = v[j];
     const xy& to = v[(j + 1) % v.size()];

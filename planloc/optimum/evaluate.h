@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "planloc/optimum/lp_norm.h"
 #include "planloc/optimum/problem.h"
 #include "planloc/optimum/solution.h"
 
@@ -46,6 +47,7 @@ struct gauge_block {
   std::uint32_t first_edge, edges;  // in distance_table::edges
   // The first edge, from 0, whose `from` is in the lower half-plane, and the one in the upper.
   std::uint32_t first_lower, first_upper;
+  lp_norm norm;  // where the kind is lp
 };
 
 // The sites in slots, by gauge. Constant; any number of threads may read it.

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "instances.h"
+#include "planloc/optimum/lp_norm.h"
 #include "planloc/optimum/minimise.h"
 #include "planloc/optimum/verify.h"
 
@@ -182,6 +183,40 @@ TEST(Convex, SmoothGaugesProvedByIntervals) {
       EXPECT_EQ(s.status, solution_status::optimal);
       EXPECT_TRUE(v.accepted) << v.reason;
       EXPECT_LE(v.gap, 1e-10 * v.value);
+    }
+  }
+}
+
+// The kernel of the searches against the library's powers in long doubles.
+TEST(Convex, NormsAndTheirDerivatives) {
+  instance_source source(9);
+  for (const double p : {1.003, 1.25, 1.5, 1.7, 2.5, 3.0, 4.0, 9.0, 9.6, 40.0, 700.0}) {
+    const detail::lp_norm norm(p);
+    for (int trial = 0; trial < 400; ++trial) {
+      const double tilt = std::ldexp(source.below(1000) / 1000.0, -source.below(60));
+      const double x = trial % 7 == 0 ? 0 : trial % 2 == 0 ? -tilt : 3 * tilt;
+      const double y = trial % 3 == 0 ? 1 : -tilt * 2.5;
+      double n, gx, gy, xx, xy, yy;
+      norm.expand({&x, &y, 1}, &n, {&gx, &gy}, {&xx, &xy, &yy});
+      if (x == 0 && y == 0) {
+        EXPECT_EQ(n, 0);
+        continue;
+      }
+      const long double large = std::max(std::fabs(x), std::fabs(y));
+      const long double a = std::fabs(x) / large, b = std::fabs(y) / large, q = p;
+      const long double s = std::pow(a, q) + std::pow(b, q), root = std::pow(s, 1 / q);
+      const long double bend = (q - 1) * root / (s * s) / large;
+      const auto near = [&](double is, long double should, double error) {
+        return is == should || std::fabs(is - should) <= error;
+      };
+      const double rounding = (10 + p) * 0x1p-52;
+      EXPECT_TRUE(near(n, large * root, rounding * n)) << p << ' ' << x << ' ' << y;
+      EXPECT_TRUE(near(gx, std::copysign(root / s * std::pow(a, q - 1), x), rounding));
+      EXPECT_TRUE(near(gy, std::copysign(root / s * std::pow(b, q - 1), y), rounding));
+      // These only steer; powers below 2^-1000 count as 0.
+      EXPECT_TRUE(near(xx, bend * std::pow(a, q - 2) * std::pow(b, q), 1e-12 * xx + 1e-200));
+      EXPECT_TRUE(near(yy, bend * std::pow(b, q - 2) * std::pow(a, q), 1e-12 * yy + 1e-200));
+      EXPECT_TRUE(near(xy, -bend * std::copysign(std::pow(a * b, q - 1), x * y), 1e-12 * p / n));
     }
   }
 }

@@ -8,10 +8,10 @@
 
 #include "planloc/optimum/convex/cut_model.h"
 #include "planloc/optimum/convex/euclidean_centre.h"
-#include "planloc/optimum/convex/euclidean_median.h"
 #include "planloc/optimum/convex/exact_cuts.h"
 #include "planloc/optimum/convex/far_sites.h"
 #include "planloc/optimum/convex/optimal_face.h"
+#include "planloc/optimum/convex/smooth_median.h"
 #include "planloc/optimum/convex/snap.h"
 #include "planloc/optimum/exact/optimality.h"
 #include "planloc/optimum/minimise.h"
@@ -350,7 +350,7 @@ void convex_search::prove_by_exact_cuts() {
 
 solution over_the_plane(const problem& p, const minimise_options& options) {
   if (std::optional<solution> s = detail::euclidean_centre(p, options)) return std::move(*s);
-  if (std::optional<solution> s = detail::euclidean_median(p, options)) return std::move(*s);
+  if (std::optional<solution> s = detail::smooth_median(p, options)) return std::move(*s);
   if (const std::optional<detail::far_sites> far = detail::find_far_sites(p)) {
     solution s = convex_search(far->centre, options).run();
     if (far->hold(s)) return far->expand(p, std::move(s));

@@ -1,0 +1,236 @@
+#include "planloc/optimum/convex/smooth_median.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "planloc/optimum/evaluate.h"
+#include "planloc/optimum/exact/exact_place.h"
+
+namespace planloc::detail {
+
+namespace {
+
+constexpr std::size_t kChunk = lp_norm::kChunk;
+constexpr std::size_t kFewSites = 16;
+constexpr std::size_t kSitesToSample = 1000;
+constexpr std::size_t kSampled = 16;  // one site in so many
+constexpr int kMostSteps = 30;
+constexpr int kMostHalvings = 30;
+// Of the weights: a slope that is roundings only, and one that leaves too large a gap.
+constexpr double kFlat = 1e-15;
+constexpr double kRoundings = 50;  // times that: where a step may fail by roundings
+constexpr double kClosed = 2e-13;
+constexpr double kProofMargin = 3e-12;  // of the value: what intervals prove stays behind doubles
+constexpr double kUlp = 0x1p-52;
+// The slope loses p roundings, which the margin must hold.
+constexpr double kLargestPower = 1000;
+// Within this many roundings of the line through a site along a coordinate the slope under p < 2
+// may be any.
+constexpr double kNearAxis = 64;
+
+using chunk = lp_norm::chunk;
+
+template <std::size_t Size>
+double sum_of(const double* terms) {
+  if constexpr (Size == 1) {
+    return *terms;
+  } else {
+    std::array<double, Size / 2> sums;
+    for (std::size_t k = 0; k < Size / 2; ++k) sums[k] = terms[k] + terms[k + Size / 2];
+    return sum_of<Size / 2>(sums.data());
+  }
+}
+
+double sum_of(const chunk& terms) { return sum_of<kChunk>(terms.data()); }
+
+// The sum of the distances with its first and second derivatives.
+struct expansion {
+  xy at;
+  double value = 0;
+  xy slope{0, 0};
+  double xx = 0, xy_ = 0, yy = 0;
+
+  double steepness() const { return std::sqrt(slope.x * slope.x + slope.y * slope.y); }
+};
+
+// The terms of a chunk of sites.
+struct chunk_terms {
+  chunk norm, x, y, xx, cross, yy;
+};
+
+void expand_euclidean(const chunk& x, const chunk& y, std::size_t size, chunk_terms& t) {
+  for (std::size_t k = 0; k < size; ++k) {
+    const double square = x[k] * x[k] + y[k] * y[k];
+    const double norm = std::sqrt(square);
+    const double pull = 1 / norm;
+    const double turn = pull / square;
+    t.norm[k] = norm;
+    t.x[k] = pull * x[k];
+    t.y[k] = pull * y[k];
+    t.xx[k] = turn * (y[k] * y[k]);
+    t.cross[k] = -turn * (x[k] * y[k]);
+    t.yy[k] = turn * (x[k] * x[k]);
+  }
+}
+
+expansion expand(const distance_table& s, const xy& at) {
+  expansion e{at};
+  long double value = 0;
+  long double slope_x = 0;
+  long double slope_y = 0;
+  chunk ux, uy;
+  chunk_terms t;
+  for (const gauge_block& b : s.blocks) {
+    for (std::size_t begin = b.begin; begin < b.end; begin += kChunk) {
+      const std::size_t size = std::min(kChunk, b.end - begin);
+      for (std::size_t k = 0; k < size; ++k) {
+        ux[k] = at.x - s.x[begin + k];
+        uy[k] = at.y - s.y[begin + k];
+      }
+      if (b.kind == gauge::shape::euclidean) {
+        expand_euclidean(ux, uy, size, t);
+      } else {
+        b.norm.expand({ux.data(), uy.data(), size}, t.norm.data(), {t.x.data(), t.y.data()},
+                      {t.xx.data(), t.cross.data(), t.yy.data()});
+      }
+      for (chunk* c : {&t.norm, &t.x, &t.y, &t.xx, &t.cross, &t.yy}) {
+        for (std::size_t k = 0; k < size; ++k) (*c)[k] *= s.weight[begin + k];
+        std::fill(c->begin() + size, c->end(), 0.0);
+      }
+      value += sum_of(t.norm);
+      slope_x += sum_of(t.x);
+      slope_y += sum_of(t.y);
+      e.xx += sum_of(t.xx);
+      e.xy_ += sum_of(t.cross);
+      e.yy += sum_of(t.yy);
+    }
+  }
+  e.value = static_cast<double>(value);
+  e.slope = {static_cast<double>(slope_x), static_cast<double>(slope_y)};
+  return e;
+}
+
+// Empty where the steps end elsewhere than at a slope of 0.
+std::optional<expansion> newton(const distance_table& s, const xy& start, double flat) {
+  expansion best = expand(s, start);
+  for (int step = 0; step < kMostSteps; ++step) {
+    if (best.steepness() <= flat) return best;
+    const double determinant = best.xx * best.yy - best.xy_ * best.xy_;
+    if (!(determinant > 0) || !std::isfinite(determinant)) return {};
+    xy u{(best.xy_ * best.slope.y - best.yy * best.slope.x) / determinant,
+         (best.xy_ * best.slope.x - best.xx * best.slope.y) / determinant};
+    // A value that roundings raise is no worse where the slope is flatter.
+    expansion next;
+    for (int halving = 0; halving < kMostHalvings; ++halving) {
+      next = expand(s, {best.at.x + u.x, best.at.y + u.y});
+      if (next.value < best.value || next.steepness() < best.steepness()) break;
+      if (best.steepness() <= kRoundings * flat) return best;
+      u = {u.x / 2, u.y / 2};
+      if (best.at.x + u.x == best.at.x && best.at.y + u.y == best.at.y) return best;
+    }
+    if (!(next.value < best.value) && !(next.steepness() < best.steepness())) return best;
+    best = next;
+  }
+  return best;
+}
+
+distance_table every(const distance_table& s, std::size_t step) {
+  std::vector<std::uint32_t> slots;
+  for (std::size_t k = 0; k < s.size(); k += step) slots.push_back(static_cast<std::uint32_t>(k));
+  return s.only(slots);
+}
+
+xy weighted_mean(const distance_table& s, double weights) {
+  double x = 0;
+  double y = 0;
+  for (std::size_t k = 0; k < s.size(); ++k) {
+    x += s.weight[k] * s.x[k];
+    y += s.weight[k] * s.y[k];
+  }
+  return {x / weights, y / weights};
+}
+
+double total(const std::vector<double>& weights) {
+  long double sum = 0;
+  for (const double w : weights) sum += w;
+  return static_cast<double>(sum);
+}
+
+double largest(const std::vector<double>& coordinates) {
+  double most = 0;
+  for (const double c : coordinates) most = std::max(most, std::fabs(c));
+  return most;
+}
+
+solution as_solution(const problem& p, const xy& base, const expansion& e, double bound) {
+  const double lambda = p.runs()[0].weight;
+  solution s;
+  s.status = solution_status::optimal;
+  convex_certificate c;
+  c.base = base;
+  c.pieces.emplace_back();
+  c.pieces[0].multiplier = 1;
+  c.pieces[0].taken_at = e.at;
+  s.proof = std::move(c);
+  s.value = lambda * e.value;
+  s.lower_bound = lambda * (bound - kProofMargin * e.value);
+  const exact_xy at{mpq_class(base.x) + e.at.x, mpq_class(base.y) + e.at.y};
+  s.point = to_nearest(at);
+  if (to_exact(s.point) != at) s.exact = to_text(at);
+  return s;
+}
+
+// By how much the slope may change by the rounding of the sites' positions: the second derivatives
+// tell, unless they change themselves.
+double slope_in_doubt(const distance_table& s, const expansion& e) {
+  const double rounding = kUlp * (largest(s.x) + largest(s.y));
+  for (const gauge_block& b : s.blocks) {
+    if (b.kind != gauge::shape::lp || b.p > 2) continue;
+    double nearest = std::numeric_limits<double>::infinity();
+    for (std::size_t k = b.begin; k < b.end; ++k)
+      nearest = std::min({nearest, std::fabs(e.at.x - s.x[k]), std::fabs(e.at.y - s.y[k])});
+    if (!(nearest > kNearAxis * rounding)) return std::numeric_limits<double>::infinity();
+  }
+  return (e.xx + e.yy) * rounding;
+}
+
+bool is_smooth_median(const problem& p, const distance_table& s) {
+  return p.runs().size() == 1 && p.runs()[0].weight > 0 && s.size() >= kFewSites &&
+         std::all_of(s.blocks.begin(), s.blocks.end(), [](const gauge_block& b) {
+           return b.kind == gauge::shape::euclidean ||
+                  (b.kind == gauge::shape::lp && b.p <= kLargestPower);
+         });
+}
+
+}  // namespace
+
+std::optional<solution> smooth_median(const problem& p, const minimise_options& options) {
+  if (p.polyhedral() || options.stop.stop_requested() || !(options.seconds > 0)) return {};
+  const auto begin = std::chrono::steady_clock::now();
+  const distance_table sites(p);
+  if (!is_smooth_median(p, sites)) return {};
+  const double weights = total(sites.weight);
+  xy start = weighted_mean(sites, weights);
+  if (sites.size() >= kSitesToSample) {
+    const auto sample = newton(every(sites, kSampled), start, 1e-6 * weights / kSampled);
+    if (sample) start = sample->at;
+  }
+  const std::optional<expansion> e = newton(sites, start, kFlat * weights);
+  if (!e || !std::isfinite(e->value)) return {};
+  // Places that are no worse lie within 2 f / weights in the norm of the largest p, by a third more
+  // in that of Euclid, and the slope falls by no more than itself on the way.
+  const double gap = 3 * (e->steepness() + slope_in_doubt(sites, *e)) / weights;
+  if (!(gap <= kClosed)) return {};
+  solution s = as_solution(p, sites.base, *e, e->value * (1 - gap));
+  if (options.progress) options.progress({s.value, s.lower_bound, 0});
+  s.counters.evaluations = 1;
+  s.counters.seconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+  return s;
+}
+
+}  // namespace planloc::detail
