@@ -98,14 +98,19 @@ TEST(General, SmoothTies) {
 }
 
 // Terms that cancel to much less than their sizes. The optimum lies on a small circle around the
-// heavy site of the first problem; roundings of the terms of the second are near its tolerance.
+// heavy site of the first problem; roundings of the terms of the second are near its tolerance. On
+// triangles of the third, planes that nearly all tie and one that is steep prove a bound together.
 TEST(General, SmoothTermsThatCancel) {
-  const problem problems[] = {{{{3.1, 9.7, 4e-4}, {6, 7, 56206.7}, {1.2, 0.5, 4.76}},
-                               {gauge::lp(2.4)},
-                               order_weights({1, -1, 1})},
-                              {{{6.2, 3.4, 0.1433}, {2.3, 5.8, 154.2753}, {4.4, 2.6, 140.2159}},
-                               {gauge::lp(300)},
-                               order_weights({1, -1, 1})}};
+  const problem problems[] = {
+      {{{3.1, 9.7, 4e-4}, {6, 7, 56206.7}, {1.2, 0.5, 4.76}},
+       {gauge::lp(2.4)},
+       order_weights({1, -1, 1})},
+      {{{6.2, 3.4, 0.1433}, {2.3, 5.8, 154.2753}, {4.4, 2.6, 140.2159}},
+       {gauge::lp(300)},
+       order_weights({1, -1, 1})},
+      {{{0.4, 5.5, 0.01, 1}, {6.6, 5.8, 1000}, {3.1, 5.3, 0.01}, {8.1, 5.7, 1, 1}},
+       {gauge::euclidean(), gauge::l1()},
+       order_weights::anti_centrum(3)}};
   for (const problem& p : problems) {
     minimise_options options;
     options.cells = 2000;

@@ -9,21 +9,23 @@ namespace {
 
 double least(const std::array<double, 3>& a) { return std::min({a[0], a[1], a[2]}); }
 
-}  // namespace
-
 // A matrix game with four rows and three columns: some best mixture takes at most three rows and
-// makes as many columns equal. Every mixture gives a bound, so that roundings do no harm.
-double best_mixture(const planes& rows) {
-  double best = -std::numeric_limits<double>::infinity();
-  for (const auto& row : rows) best = std::max(best, least(row));
+// makes as many columns equal. Every mixture gives a bound, so that roundings do no harm. Offers
+// bounds with the rows that they need as bits.
+template <class Offer>
+void offer_mixtures(const planes& rows, Offer offer) {
+  for (std::size_t i = 0; i < rows.size(); ++i) offer(least(rows[i]), 1U << i);
   if (std::all_of(rows.begin(), rows.end(), [&](const auto& row) { return row == rows[0]; }))
-    return best;
-  const auto try_mixture = [&](const auto& a, double s, const auto& b, double t, const auto& c) {
+    return;
+  const auto try_mixture = [&](std::size_t i, double s, std::size_t k, double t, std::size_t l) {
     if (!(s >= 0 && t >= 0 && s + t <= 1)) return;
     const double rest = 1 - s - t;
-    best =
-        std::max(best, least({s * a[0] + t * b[0] + rest * c[0], s * a[1] + t * b[1] + rest * c[1],
-                              s * a[2] + t * b[2] + rest * c[2]}));
+    const auto& a = rows[i];
+    const auto& b = rows[k];
+    const auto& c = rows[l];
+    offer(least({s * a[0] + t * b[0] + rest * c[0], s * a[1] + t * b[1] + rest * c[1],
+                 s * a[2] + t * b[2] + rest * c[2]}),
+          1U << i | 1U << k | 1U << l);
   };
   for (std::size_t i = 0; i < 4; ++i) {
     for (std::size_t k = 0; k < i; ++k) {
@@ -31,7 +33,7 @@ double best_mixture(const planes& rows) {
         const std::size_t n = (m + 1) % 3;
         const double a = rows[i][m] - rows[i][n];
         const double b = rows[k][m] - rows[k][n];
-        if (a * b < 0) try_mixture(rows[i], b / (b - a), rows[k], a / (a - b), rows[k]);
+        if (a * b < 0) try_mixture(i, b / (b - a), k, a / (a - b), k);
       }
       for (std::size_t l = 0; l < k; ++l) {
         const auto across = [&](std::size_t r, std::size_t m) {
@@ -41,11 +43,26 @@ double best_mixture(const planes& rows) {
         const double right2 = rows[l][0] - rows[l][2];
         const double area = across(i, 1) * across(k, 2) - across(i, 2) * across(k, 1);
         if (area == 0) continue;
-        try_mixture(rows[i], (right1 * across(k, 2) - right2 * across(k, 1)) / area, rows[k],
-                    (across(i, 1) * right2 - across(i, 2) * right1) / area, rows[l]);
+        try_mixture(i, (right1 * across(k, 2) - right2 * across(k, 1)) / area, k,
+                    (across(i, 1) * right2 - across(i, 2) * right1) / area, l);
       }
     }
   }
+}
+
+}  // namespace
+
+double best_mixture(const planes& rows) {
+  double best = -std::numeric_limits<double>::infinity();
+  offer_mixtures(rows, [&](double bound, std::uint32_t) { best = std::max(best, bound); });
+  return best;
+}
+
+mixture best_mixture_and_rows(const planes& rows) {
+  mixture best{-std::numeric_limits<double>::infinity(), 0};
+  offer_mixtures(rows, [&](double bound, std::uint32_t needed) {
+    if (bound > best.bound) best = {bound, needed};
+  });
   return best;
 }
 

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 
 namespace planloc::detail {
 
@@ -14,6 +15,13 @@ using planes = std::array<corner_values, 4>;
 // The largest of the least values over the corners of all convex combinations of planes: a lower
 // bound of the largest plane that roundings do not spoil.
 double best_mixture(const planes& rows);
+
+// The same bound, and which planes are needed for it (bits): the others may go.
+struct mixture {
+  double bound;
+  std::uint32_t rows;
+};
+mixture best_mixture_and_rows(const planes& rows);
 
 // The same where none of `sides`, how far the corners are on one side of a line in any unit, is
 // below 0.

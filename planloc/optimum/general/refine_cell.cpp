@@ -80,19 +80,22 @@ corner_values cell_bounder::plane_at(const cell& c, const corner_values& shares,
 // The bound that planes reach until it is `target` or they show that they cannot raise it so far;
 // `lowest_` then holds the place that shows it.
 double cell_bounder::raise(const cell& c, planes rows, double target, const selection& selected) {
-  double bound = best_mixture(rows);
-  for (int cut = 0; cut < kMostCuts && bound < target; ++cut) {
+  mixture best = best_mixture_and_rows(rows);
+  for (int cut = 0; cut < kMostCuts && best.bound < target; ++cut) {
     lowest_ = lowest_place(rows);
     const corner_values plane = plane_at(c, lowest_, selected);
-    // The plane that matters least there makes room.
-    *std::min_element(rows.begin(), rows.end(),
-                      [&](const corner_values& a, const corner_values& b) {
-                        return value_at(a, lowest_) < value_at(b, lowest_);
-                      }) = plane;
-    bound = std::max(bound, best_mixture(rows));
+    // Of the planes that the bound does without, the one that matters least there makes room.
+    std::size_t least = rows.size();
+    for (std::size_t j = 0; j < rows.size(); ++j) {
+      if ((best.rows >> j & 1) != 0) continue;
+      if (least == rows.size() || value_at(rows[j], lowest_) < value_at(rows[least], lowest_))
+        least = j;
+    }
+    rows[least] = plane;
+    best = best_mixture_and_rows(rows);
     if (value_at(plane, lowest_) < target) break;
   }
-  return bound;
+  return best.bound;
 }
 
 // The sum of the largest few of the undecided distances is the largest sum of as many of them. Sets

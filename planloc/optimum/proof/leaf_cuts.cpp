@@ -27,6 +27,19 @@ double highest_at(const plane_rows& planes, const std::array<double, 3>& shares)
   return most;
 }
 
+// Of the planes that are not needed the one that is lowest at a place. A mixture needs three at
+// most.
+std::size_t place_for_another(const plane_rows& planes, std::uint32_t needed,
+                              const std::array<double, 3>& shares) {
+  std::size_t lowest = planes.size();
+  for (std::size_t j = 0; j < planes.size(); ++j) {
+    if ((needed >> j & 1) != 0) continue;
+    if (lowest == planes.size() || at_place(planes[j], shares) < at_place(planes[lowest], shares))
+      lowest = j;
+  }
+  return lowest;
+}
+
 // Where the largest of four planes is about least, as shares of the corners: tried are the corners
 // and the places on the sides and inside where planes are equal. Any place will do for a proof.
 std::array<double, 3> low_place(const plane_rows& planes) {
@@ -169,16 +182,16 @@ bool leaf_walk::cuts_prove(const triangle_state& t, const rows& first) const {
   if (!list_choices(t, drops, choices)) return false;
   return std::all_of(choices.begin(), choices.end(), [&](const choice& c) {
     rows planes = first;
+    mixture best = best_mixture(planes);
     for (int cut = 0; cut < kMostCuts; ++cut) {
       const std::array<double, 3> shares = low_place(planes);
       xy at{0, 0};
       for (std::size_t m = 0; m < 3; ++m)
         at = {at.x + shares[m] * t.at[m].x, at.y + shares[m] * t.at[m].y};
       const std::array<interval, 3> plane = plane_at(t, at, drops, c);
-      *std::min_element(planes.begin(), planes.end(), [&](const auto& a, const auto& b) {
-        return at_place(a, shares) < at_place(b, shares);
-      }) = plane;
-      if (reaches(least_of_planes(planes))) return true;
+      planes[place_for_another(planes, best.planes, shares)] = plane;
+      best = best_mixture(planes);
+      if (reaches(best.least)) return true;
       if (at_place(plane, shares) < least_in_doubles_) return false;
     }
     return false;

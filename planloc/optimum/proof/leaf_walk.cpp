@@ -421,26 +421,31 @@ void leaf_walk::add_steps(const triangle_state& t, rows& r) const {
 }
 
 // The shares come from doubles; their sum is made up for in intervals.
-double leaf_walk::least_of_planes(const rows& r) {
-  double best = -std::numeric_limits<double>::infinity();
+leaf_walk::mixture leaf_walk::best_mixture(const rows& r) {
+  mixture best{-std::numeric_limits<double>::infinity(), 0};
+  const auto offer = [&](double least, std::uint32_t planes) {
+    if (least > best.least) best = {least, planes};
+  };
   const auto mix = [&](const std::array<double, 4>& share) {
     interval total;
     std::array<interval, 3> sum{};
+    std::uint32_t taken = 0;
     for (std::size_t j = 0; j < 4; ++j) {
       if (!(share[j] >= 0)) return;
       if (share[j] == 0) continue;
+      taken |= 1U << j;
       total = total + interval(share[j]);
       for (std::size_t m = 0; m < 3; ++m) sum[m] = sum[m] + interval(share[j]) * r[j][m];
     }
     if (!(total.low > 0) || !(total.high < 2)) return;
     for (interval& s : sum) s = s / total;
-    best = std::max(best, least_of(sum));
+    offer(least_of(sum), taken);
   };
   const auto d = [&](std::size_t j, std::size_t m, std::size_t n) {
     return r[j][m].low - r[j][n].low;
   };
   for (std::size_t i = 0; i < 4; ++i) {
-    best = std::max(best, least_of(r[i]));
+    offer(least_of(r[i]), 1U << i);
     for (std::size_t k = i + 1; k < 4; ++k) {
       for (std::size_t m = 0; m < 3; ++m) {
         std::array<double, 4> share{};

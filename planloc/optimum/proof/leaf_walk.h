@@ -119,7 +119,12 @@ class leaf_walk {
   using side_values = std::array<mpq_class, 3>;
   bool bound_proves(const triangle_state& t, rows& planes, const side_values* part = nullptr) const;
   // A lower bound of the least value of the largest of the planes: that of one of their mixtures.
-  static double least_of_planes(const rows& r);
+  static double least_of_planes(const rows& r) { return best_mixture(r).least; }
+  struct mixture {
+    double least;
+    std::uint32_t planes;  // that it needs, as bits
+  };
+  static mixture best_mixture(const rows& r);
   static double least_on_part(const rows& r, const side_values& side);
   rows rest(const triangle_state& t) const;
   interval sorted_bounds(const triangle_state& t) const;
