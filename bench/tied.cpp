@@ -131,6 +131,7 @@ contest tied(const std::string& kind, std::uint32_t facilities, double gap) {
 void add_tied(contests& all) {
   all["tied-l1"] = tied("l1", 10, 0);
   all["tied-polyhedral"] = tied("polyhedral", 5, 0);
+  all["tied-many"] = tied("polyhedral", 20, 0);
   all["tied-euclidean"] = tied("euclidean", 10, 1e-6);
 }
 

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <vector>
 
 #include "planloc/engine/heap.h"
@@ -19,6 +20,7 @@ enum class IlcExpKind : unsigned char {
   kNegativeProduct,  // constant * left, constant < 0
   kNegation,         // -left
   kOffset,           // left + constant
+  kOther,            // not linear
 };
 
 // What makes two nodes equal: kind, operands (by identity) and constant (bit for bit).
@@ -35,31 +37,35 @@ struct IlcExpKey {
 // forgotten with it.
 class IlcExpressionTable final : public IlcHeap::Listener {
  public:
-  // The node with this key, null if there is none.
-  IlcFloatExpI* find(const IlcExpKey& key) const;
-  // REQUIRES: no equal node is known. `index` is the heap's index before the node was built.
-  void insert(IlcFloatExpI* node, IlcHeap::Index index);
+  // The node with this key; where there is none, the one that build() makes on the heap.
+  template <typename Build>
+  IlcFloatExpI* findOrInsert(const IlcExpKey& key, const Build& build) {
+    const std::uint32_t hash = hashOf(key);
+    const std::size_t at = slotOf(key, hash);
+    if (slots_[at].node) return nodes_[slots_[at].node - 1];
+    nodes_.push_back(build());
+    slots_[at] = {hash, static_cast<std::uint32_t>(nodes_.size())};
+    if (2 * nodes_.size() > slots_.size()) rebuild(2 * slots_.size());
+    return nodes_.back();
+  }
 
-  void heapReset(IlcHeap::Index index) override;
+  void heapReset(const IlcHeap& heap, IlcHeap::Index index) override;
 
  private:
-  struct Entry {
-    IlcFloatExpI* node;
-    IlcHeap::Index index;
-    std::uint32_t hash;
-  };
-
   // The hash tells most other nodes apart without a look at them.
   struct Slot {
     std::uint32_t hash = 0;
     std::uint32_t node = 0;  // its number counted from 1, 0 in an empty slot
   };
 
-  void place(Slot slot);
+  static std::uint32_t hashOf(const IlcExpKey& key);
+  // The slot of the node with this key, an empty one where there is none.
+  std::size_t slotOf(const IlcExpKey& key, std::uint32_t hash) const;
   void rebuild(std::size_t slots);
 
-  std::vector<Entry> nodes_;  // in order of allocation
-  std::vector<Slot> slots_;   // a power of two, at most half full; linear probing
+  std::deque<IlcFloatExpI*> nodes_;  // in order of allocation
+  // A power of two, at most half full; linear probing.
+  std::vector<Slot> slots_ = std::vector<Slot>(1024);
 };
 
 }  // namespace planloc

@@ -23,10 +23,6 @@ class SumI final : public IlcFloatExpI {
  public:
   SumI(IlcManagerI* manager, const IlcExpKey& key) : IlcFloatExpI(manager, key) {}
 
-  void linParse(IlcLinearVisitor& visitor, double coefficient) override {
-    visitor.visit(key().right, coefficient);
-    visitor.visit(key().left, coefficient);
-  }
   void display(std::ostream& out) const override {
     out << '(' << IlcFloatExp(key().left) << " + " << IlcFloatExp(key().right) << ')';
   }
@@ -50,9 +46,6 @@ class ProductI final : public IlcFloatExpI {
  public:
   ProductI(IlcManagerI* manager, const IlcExpKey& key) : IlcFloatExpI(manager, key) {}
 
-  void linParse(IlcLinearVisitor& visitor, double coefficient) override {
-    visitor.visit(key().left, coefficient * factor());
-  }
   void display(std::ostream& out) const override {
     if (key().kind == IlcExpKind::kNegation) {
       out << "- " << IlcFloatExp(key().left);
@@ -72,19 +65,12 @@ class ProductI final : public IlcFloatExpI {
     if (factor() < 0.0) std::swap(min, max);
     narrow(key().left, min / factor(), max / factor(), narrowings);
   }
-
- private:
-  double factor() const { return key().kind == IlcExpKind::kNegation ? -1.0 : key().constant; }
 };
 
 class OffsetI final : public IlcFloatExpI {
  public:
   OffsetI(IlcManagerI* manager, const IlcExpKey& key) : IlcFloatExpI(manager, key) {}
 
-  void linParse(IlcLinearVisitor& visitor, double coefficient) override {
-    visitor.addConstant(coefficient * key().constant);
-    visitor.visit(key().left, coefficient);
-  }
   void display(std::ostream& out) const override {
     if (is_zero(key().left)) {
       out << key().constant;
@@ -117,12 +103,7 @@ IlcFloatExpI* build(IlcManagerI* manager, const IlcExpKey& key) {
 
 IlcFloatExp shared(const IlcExpKey& key) {
   IlcManagerI* const manager = key.left->getManager();
-  IlcExpressionTable& table = manager->expressions();
-  if (IlcFloatExpI* const known = table.find(key)) return known;
-  const IlcHeap::Index index = manager->getHeap()->getIndex();
-  IlcFloatExpI* const node = build(manager, key);
-  table.insert(node, index);
-  return node;
+  return manager->expressions().findOrInsert(key, [&] { return build(manager, key); });
 }
 
 IlcFloatExpI* checked(const IlcFloatExpI* exp) {
@@ -136,11 +117,33 @@ IlcFloatExpI* checked(const IlcFloatExpI* exp) {
 
 void IlcLinearVisitor::walk(IlcFloatExpI* exp, double coefficient) {
   const std::size_t bottom = open_.size();
-  visit(exp, coefficient);
-  while (open_.size() > bottom) {
-    const Open next = open_.back();
+  for (;;) {
+    switch (exp->kind_) {
+      case IlcExpKind::kSum:
+        open_.push_back({exp->right_, coefficient});
+        exp = exp->left_;
+        continue;
+      case IlcExpKind::kOffset:
+        addConstant(coefficient * exp->constant_);
+        exp = exp->left_;
+        continue;
+      case IlcExpKind::kPositiveProduct:
+      case IlcExpKind::kNegativeProduct:
+      case IlcExpKind::kNegation:
+        coefficient *= exp->factor();
+        exp = exp->left_;
+        continue;
+      case IlcExpKind::kVariable:
+        addTerm(coefficient, static_cast<IlcFloatVarI*>(exp));
+        break;
+      case IlcExpKind::kOther:
+        exp->getManager()->getErrorReporter()->error(kIlcNotLinear, "Not a linear expression");
+        break;
+    }
+    if (open_.size() == bottom) return;
+    exp = open_.back().exp;
+    coefficient = open_.back().coefficient;
     open_.pop_back();
-    next.exp->linParse(*this, next.coefficient);
   }
 }
 
@@ -193,7 +196,7 @@ void IlcFloatExpI::recompute() {
   while (!open.empty()) {
     IlcFloatExpI* const exp = open.back();
     const std::size_t depth = open.size();
-    for (IlcFloatExpI* operand : {exp->key_.right, exp->key_.left}) {
+    for (IlcFloatExpI* operand : {exp->right_, exp->left_}) {
       if (operand && !operand->isFresh()) open.push_back(operand);
     }
     if (open.size() > depth) continue;
@@ -253,10 +256,6 @@ bool IlcFloatExpI::setOwnRange(double min, double max) {
   return true;
 }
 
-void IlcFloatExpI::linParse(IlcLinearVisitor&, double) {
-  manager_->getErrorReporter()->error(kIlcNotLinear, "Not a linear expression");
-}
-
 void IlcFloatExpI::computeBounds(double&, double&) const {
   manager_->getErrorReporter()->error(kIlcUsageError, "access to uninitialised floatvar");
 }
@@ -268,7 +267,6 @@ void IlcFloatExpI::narrowOperands(double, double, std::vector<IlcNarrowing>&) co
 IlcFloatVarI::IlcFloatVarI(IlcManagerI* manager, double min, double max, const char* name,
                            bool is_integer)
     : IlcFloatExpI(manager, {IlcExpKind::kVariable, nullptr, nullptr, 0.0}),
-      precision_(manager->getDefaultPrecision()),
       name_(ilc_copy_text(manager, name)),
       is_integer_(is_integer) {
   if (min > max) manager->fail(nullptr);
@@ -276,17 +274,15 @@ IlcFloatVarI::IlcFloatVarI(IlcManagerI* manager, double min, double max, const c
   max_ = max;
 }
 
+double IlcFloatVarI::getPrecision() const { return getManager()->getDefaultPrecision(); }
+
 // A bound that rests on a computation can miss a whole number by rounding.
 double IlcFloatVarI::roundedMin(double min) const {
-  return is_integer_ ? std::ceil(min - precision_ * std::max(1.0, std::fabs(min))) : min;
+  return is_integer_ ? std::ceil(min - getPrecision() * std::max(1.0, std::fabs(min))) : min;
 }
 
 double IlcFloatVarI::roundedMax(double max) const {
-  return is_integer_ ? std::floor(max + precision_ * std::max(1.0, std::fabs(max))) : max;
-}
-
-void IlcFloatVarI::linParse(IlcLinearVisitor& visitor, double coefficient) {
-  visitor.addTerm(coefficient, this);
+  return is_integer_ ? std::floor(max + getPrecision() * std::max(1.0, std::fabs(max))) : max;
 }
 
 void IlcFloatVarI::display(std::ostream& out) const {
@@ -397,7 +393,7 @@ IlcFloatExp operator+(double c, IlcFloatExp e) { return e + c; }
 
 // A product takes the sign into its constant, so that a - 2 * b has no more nodes than a + 2 * b.
 IlcFloatExp operator-(IlcFloatExp e) {
-  const IlcExpKey& key = checked(e.getImpl())->key();
+  const IlcExpKey key = checked(e.getImpl())->key();
   switch (key.kind) {
     case IlcExpKind::kNegation:
       return key.left;

@@ -15,7 +15,8 @@
 namespace planloc {
 
 // Walks a linear expression from left to right. A chain of sums is as long as a model is large, so
-// the walk keeps its own stack instead of recurring.
+// the walk keeps its own stack instead of recurring. A node that is not linear reports "Not a
+// linear expression".
 class IlcLinearVisitor {
  public:
   // One product of a coefficient and a variable, in order of occurrence.
@@ -24,8 +25,6 @@ class IlcLinearVisitor {
 
   // Visits coefficient * exp.
   void walk(IlcFloatExpI* exp, double coefficient);
-  // Called by nodes: visit an operand later; of several, the last one named comes first.
-  void visit(IlcFloatExpI* exp, double coefficient) { open_.push_back({exp, coefficient}); }
 
   // Gives the memory of the walk back; for visitors that are never destroyed.
   void releaseStack() { std::vector<Open>().swap(open_); }
@@ -77,8 +76,10 @@ struct IlcNarrowing {
 class IlcFloatExpI {
  public:
   IlcManagerI* getManager() const { return manager_; }
-  const IlcExpKey& key() const { return key_; }
-  bool isVariable() const { return key_.kind == IlcExpKind::kVariable; }
+  IlcExpKey key() const { return {kind_, left_, right_, constant_}; }
+  bool isVariable() const { return kind_ == IlcExpKind::kVariable; }
+  // c in c * left.
+  double factor() const { return kind_ == IlcExpKind::kNegation ? -1.0 : constant_; }
 
   double getMin() {
     refresh();
@@ -91,13 +92,15 @@ class IlcFloatExpI {
   double getValue();
   void setRange(double min, double max);
 
-  // Hands the node's operands, terms and constant to the visitor. A node that is not linear reports
-  // "Not a linear expression".
-  virtual void linParse(IlcLinearVisitor& visitor, double coefficient);
   virtual void display(std::ostream& out) const = 0;
 
  protected:
-  IlcFloatExpI(IlcManagerI* manager, const IlcExpKey& key) : manager_(manager), key_(key) {}
+  IlcFloatExpI(IlcManagerI* manager, const IlcExpKey& key)
+      : manager_(manager),
+        kind_(key.kind),
+        left_(key.left),
+        right_(key.right),
+        constant_(key.constant) {}
   ~IlcFloatExpI() = default;
 
   // Bounds that follow from those of the operands. REQUIRES: the operands' bounds are up to date.
@@ -114,6 +117,7 @@ class IlcFloatExpI {
 
  private:
   friend class IlcFloatVarI;
+  friend class IlcLinearVisitor;
 
   bool isFresh() const;
   void refresh();
@@ -121,12 +125,15 @@ class IlcFloatExpI {
   bool setOwnRange(double min, double max);
 
   IlcManagerI* manager_;
-  IlcExpKey key_;
+  IlcExpKind kind_;
+  std::uint32_t epoch_ = 0;  // of the manager when the bounds were computed
+  IlcFloatExpI* left_;
+  IlcFloatExpI* right_;
+  double constant_;
   // Bounds only ever get narrower, so a recomputed bound is the common part with the old one, and a
   // range set on the node itself is not lost.
   double min_ = -std::numeric_limits<double>::infinity();
   double max_ = std::numeric_limits<double>::infinity();
-  std::uint32_t epoch_ = 0;  // of the manager when the bounds were computed
 };
 
 class IlcFloatVarI final : public IlcFloatExpI {
@@ -134,8 +141,11 @@ class IlcFloatVarI final : public IlcFloatExpI {
   IlcFloatVarI(IlcManagerI* manager, double min, double max, const char* name,
                bool is_integer = false);
 
+  // Those of a variable are always up to date.
+  double getMin() const { return min_; }
+  double getMax() const { return max_; }
   const char* getName() const { return name_; }
-  double getPrecision() const { return precision_; }
+  double getPrecision() const;
   bool isInteger() const { return is_integer_; }
   // The least and the largest value that bounds allow.
   double roundedMin(double min) const;
@@ -149,11 +159,9 @@ class IlcFloatVarI final : public IlcFloatExpI {
   // Whether this is the first call with `mark` since the last with another one.
   bool setMark(std::uint32_t mark) { return std::exchange(mark_, mark) != mark; }
 
-  void linParse(IlcLinearVisitor& visitor, double coefficient) override;
   void display(std::ostream& out) const override;
 
  private:
-  double precision_;
   const char* name_;
   IlcFloatExpI* definition_ = nullptr;
   std::uint32_t mark_ = 0;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <functional>
 #include <new>
 
 #include "planloc/engine/error_reporter.h"
@@ -38,14 +39,27 @@ IlcHeap::Index IlcHeap::getIndex() const {
   return current_->first + (position_ - current_->data()) / static_cast<Index>(kWordSize);
 }
 
+bool IlcHeap::isSince(const void* memory, Index index) const {
+  const std::less_equal<const void*> not_behind;
+  for (Block* block = current_; block; block = block->previous) {
+    const bool all = index <= block->first;
+    if (not_behind(all ? block->data() : block->at(index), memory) &&
+        not_behind(memory, block->data() + block->size())) {
+      return true;
+    }
+    if (!all) break;
+  }
+  return false;
+}
+
 void IlcHeap::reset(Index index) {
   if (!isActive()) {
     return report_heap(index == 0 ? "unstacking an empty stack" : "non null index for empty stack");
   }
   if (index < 0 || index > getIndex()) return report_heap("unstacking an empty stack");
-  if (listener_) listener_->heapReset(index);
+  if (listener_) listener_->heapReset(*this, index);
   while (index < current_->first) enter(current_->previous);
-  position_ = current_->data() + (index - current_->first) * static_cast<Index>(kWordSize);
+  position_ = current_->at(index);
 }
 
 // Appends a block behind the last one; the caller enters it.

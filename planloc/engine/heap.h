@@ -20,7 +20,7 @@ class IlcHeap {
   // Told of every reset, before the memory is used again.
   class Listener {
    public:
-    virtual void heapReset(Index index) = 0;
+    virtual void heapReset(const IlcHeap& heap, Index index) = 0;
 
    protected:
     ~Listener() = default;
@@ -50,6 +50,9 @@ class IlcHeap {
   // The current index, in words.
   Index getIndex() const;
 
+  // Whether memory of this heap was allocated since getIndex() gave `index`.
+  bool isSince(const void* memory, Index index) const;
+
   // Releases what was allocated since getIndex() gave `index`; the blocks are kept. Reports
   // "unstacking an empty stack" for an index above the current one or an inactive heap at index 0,
   // and "non null index for empty stack" for an inactive heap at any other index.
@@ -66,6 +69,7 @@ class IlcHeap {
     Block* next;
     Block* previous;
     char* data() { return reinterpret_cast<char*>(this + 1); }
+    char* at(Index index) { return data() + (index - first) * static_cast<Index>(kWordSize); }
     std::size_t size() const { return words * kWordSize; }
   };
 

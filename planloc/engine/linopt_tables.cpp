@@ -31,11 +31,36 @@ void IlcDynamicArrayOfAny::erase(int i, int size) {
   std::copy(entries_.begin() + i + 1, entries_.begin() + size, entries_.begin() + i);
 }
 
+// ----- IlcNumbering -----
+
+int IlcNumbering::find(IlcAny object) const {
+  for (; mapped_ < size_; ++mapped_) numbers_[objects_[mapped_]] = mapped_;
+  const auto found = numbers_.find(object);
+  return found == numbers_.end() ? -1 : found->second;
+}
+
+void IlcNumbering::erase(int i) {
+  forgetMap(i);
+  objects_.erase(i, size_--);
+}
+
+void IlcNumbering::truncate(int size) {
+  forgetMap(size);
+  size_ = std::min(size_, size);
+}
+
+void IlcNumbering::forgetMap(int from) {
+  if (from >= mapped_) return;
+  numbers_.clear();
+  mapped_ = 0;
+}
+
 // ----- IlcColumnTable -----
 
-int IlcColumnTable::find(const IlcFloatVarI* var) const {
-  const auto found = index_.find(var);
-  return found == index_.end() ? -1 : found->second;
+int IlcColumnTable::find(IlcFloatVarI* var) const {
+  const int hint = var->columnHint();
+  if (hint < 0 || (hint < size() && vars_[hint] == var)) return hint;
+  return vars_.find(var);
 }
 
 void IlcColumnTable::growStaging(int needed, IlcCplex& cplex) {
@@ -68,8 +93,7 @@ void IlcColumnTable::mapToColumns(const IlcArray<Var>& vars, IlcCplex& cplex,
   columns.resize(static_cast<std::size_t>(n));
   const struct Settle {
     ~Settle() {
-      if (table.size() == first) return;
-      if (table.size() > cplex.getNumCols()) table.forget(std::max(first, cplex.getNumCols()));
+      if (table.size() > first) table.vars_.truncate(std::max(first, cplex.getNumCols()));
     }
     IlcColumnTable& table;
     IlcCplex& cplex;
@@ -80,14 +104,13 @@ void IlcColumnTable::mapToColumns(const IlcArray<Var>& vars, IlcCplex& cplex,
     IlcFloatVarI* const var = vars.getImpl()->values[k].getImpl();
     detail::ilc_assert(var != nullptr, "var.getImpl() != 0");
     int& column = columns[static_cast<std::size_t>(k)];
-    column = var->columnHint();
-    if (column >= 0 && column < size() && vars_[column] == var) continue;
-    const auto [place, is_new] = index_.try_emplace(var, size());
-    column = place->second;
+    column = find(var);
+    if (column < 0) {
+      column = size();
+      vars_.append(var, cplex);
+      stage(var, added++);
+    }
     var->setColumnHint(column);
-    if (!is_new) continue;
-    vars_.set(column, var, cplex);
-    stage(var, added++);
   }
   if (added == 0) return;
   cplex.newCols(added, bounds_.data(), bounds_.data() + staging_capacity_, types_.data(),
@@ -98,40 +121,5 @@ template void IlcColumnTable::mapToColumns(const IlcArray<IlcFloatVar>&, IlcCple
                                            std::vector<int>&);
 template void IlcColumnTable::mapToColumns(const IlcArray<IlcIntVar>&, IlcCplex&,
                                            std::vector<int>&);
-
-void IlcColumnTable::forget(int first) {
-  std::erase_if(index_, [first](const auto& entry) { return entry.second >= first; });
-}
-
-// ----- IlcRowTable -----
-
-int IlcRowTable::find(const IlcConstraintI* ct) const {
-  const auto found = index_.find(ct);
-  return found == index_.end() ? -1 : found->second;
-}
-
-void IlcRowTable::append(IlcConstraintI* ct, IlcCplex& cplex) {
-  constraints_.set(size_, ct, cplex);
-  index_[ct] = size_++;
-}
-
-void IlcRowTable::erase(int row) {
-  IlcConstraintI* const ct = constraint(row);
-  index_.erase(ct);
-  constraints_.erase(row, size_);
-  --size_;
-  for (int i = row; i < size_; ++i) index_[constraint(i)] = i;
-  // A constraint that was added twice has another row.
-  for (int i = row - 1; i >= 0; --i) {
-    if (constraint(i) == ct) {
-      index_.try_emplace(ct, i);
-      break;
-    }
-  }
-}
-
-void IlcRowTable::truncate(int rows) {
-  while (size_ > rows) index_.erase(constraint(--size_));
-}
 
 }  // namespace planloc

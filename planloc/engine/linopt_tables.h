@@ -31,14 +31,34 @@ class IlcDynamicArrayOfAny {
   std::vector<IlcAny> entries_;
 };
 
+// Objects with their numbers from 0 in order. Most programs never ask for the number of an object,
+// so the map behind find is filled when it is asked.
+class IlcNumbering {
+ public:
+  IlcNumbering() : objects_(1) {}
+
+  int size() const { return size_; }
+  IlcAny operator[](int i) const { return objects_[i]; }
+  int find(IlcAny object) const;  // the last number of an object, -1 without one
+  void append(IlcAny object, IlcCplex& cplex) { objects_.set(size_++, object, cplex); }
+  void erase(int i);        // later objects move up by one
+  void truncate(int size);  // forgets the objects behind
+
+ private:
+  void forgetMap(int from);
+
+  IlcDynamicArrayOfAny objects_;
+  int size_ = 0;
+  mutable std::unordered_map<IlcAny, int> numbers_;
+  mutable int mapped_ = 0;  // how many objects the map knows
+};
+
 // Variables and their columns.
 class IlcColumnTable {
  public:
-  IlcColumnTable() : vars_(1) {}
-
-  int size() const { return static_cast<int>(index_.size()); }
+  int size() const { return vars_.size(); }
   // -1 for a variable without a column.
-  int find(const IlcFloatVarI* var) const;
+  int find(IlcFloatVarI* var) const;
   IlcFloatVarI* var(int column) const { return static_cast<IlcFloatVarI*>(vars_[column]); }
 
   // Writes the column of each variable to `columns`. Variables without one get one now, in order,
@@ -49,10 +69,8 @@ class IlcColumnTable {
  private:
   void growStaging(int needed, IlcCplex& cplex);
   void stage(IlcFloatVarI* var, int place);
-  void forget(int first);
 
-  std::unordered_map<const IlcFloatVarI*, int> index_;
-  IlcDynamicArrayOfAny vars_;
+  IlcNumbering vars_;
   // The batch of new columns; lower bounds in the first half of `bounds_`, upper in the second.
   int staging_capacity_ = 0;
   std::vector<double> bounds_;
@@ -63,21 +81,18 @@ class IlcColumnTable {
 // Constraints and their rows.
 class IlcRowTable {
  public:
-  IlcRowTable() : constraints_(1) {}
-
-  int size() const { return size_; }
-  int find(const IlcConstraintI* ct) const;  // -1 for a constraint without a row
+  int size() const { return constraints_.size(); }
+  // -1 for a constraint without a row, the last row of one that was added twice.
+  int find(IlcConstraintI* ct) const { return constraints_.find(ct); }
   IlcConstraintI* constraint(int row) const {
     return static_cast<IlcConstraintI*>(constraints_[row]);
   }
-  void append(IlcConstraintI* ct, IlcCplex& cplex);
-  void erase(int row);      // later rows move up by one
-  void truncate(int rows);  // forgets the rows behind
+  void append(IlcConstraintI* ct, IlcCplex& cplex) { constraints_.append(ct, cplex); }
+  void erase(int row) { constraints_.erase(row); }
+  void truncate(int rows) { constraints_.truncate(rows); }
 
  private:
-  std::unordered_map<const IlcConstraintI*, int> index_;
-  IlcDynamicArrayOfAny constraints_;
-  int size_ = 0;
+  IlcNumbering constraints_;
 };
 
 // Bounds at or beyond 1e20 are infinite to the library.

@@ -153,7 +153,7 @@ TEST_F(ExpressionTest, NumbersAreNoHandles) {
 
 struct SquareI final : IlcFloatExpI {
   explicit SquareI(IlcFloatExp e)
-      : IlcFloatExpI(e.getManager().getImpl(), {IlcExpKind::kOffset, e.getImpl(), nullptr, 0.0}) {}
+      : IlcFloatExpI(e.getManager().getImpl(), {IlcExpKind::kOther, e.getImpl(), nullptr, 0.0}) {}
   void display(std::ostream& out) const override { out << "square"; }
 };
 
