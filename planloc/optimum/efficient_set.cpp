@@ -1,7 +1,9 @@
 #include "planloc/optimum/efficient_set.h"
 
 #include <chrono>
+#include <optional>
 #include <utility>
+#include <vector>
 
 #include "planloc/optimum/efficient/chain_walk.h"
 #include "planloc/optimum/minimise.h"
@@ -24,7 +26,8 @@ class chain_search {
  private:
   using pieces = std::vector<efficient_piece>;
 
-  exact_xy optimum_of_sum();
+  std::optional<exact_xy> optimum(std::vector<site> sites);
+  std::optional<chain_walk> corner_of_sum(detail::ray_arrangement& arrangement);
   // Faces and levels in turns from the walk's corner on; false if it was stopped.
   bool walk(chain_walk& w, std::size_t criterion, pieces& found);
   bool must_stop(std::size_t found) const;
@@ -36,14 +39,8 @@ class chain_search {
   std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 
-// Both weights of a site as sites of their own: their sum may not be a double.
-exact_xy chain_search::optimum_of_sum() {
-  std::vector<site> sites;
-  for (const bicriteria_site& s : problem_.sites()) {
-    for (const double w : {s.weight1, s.weight2}) {
-      if (w > 0) sites.push_back({s.x, s.y, w, s.gauge});
-    }
-  }
+// Of the sum of the distances; none if it was not found in time.
+std::optional<exact_xy> chain_search::optimum(std::vector<site> sites) {
   minimise_options options;
   options.whole_set = false;
   options.seconds = options_.seconds;
@@ -51,11 +48,35 @@ exact_xy chain_search::optimum_of_sum() {
   const problem p(std::move(sites), {problem_.gauges().begin(), problem_.gauges().end()},
                   order_weights::median());
   const solution s = minimise(p, options);
-  chain_.counters.evaluations = s.counters.evaluations;
-  chain_.status =
-      s.status == solution_status::optimal ? efficient_status::complete : efficient_status::stopped;
+  chain_.counters.evaluations += s.counters.evaluations;
+  if (s.status != solution_status::optimal) return std::nullopt;
   if (s.exact.empty()) return detail::to_exact(s.point);
-  return {mpq_class(s.exact.x), mpq_class(s.exact.y)};
+  return exact_xy{mpq_class(s.exact.x), mpq_class(s.exact.y)};
+}
+
+// A walk at a corner of the optima of f_1 + f_2. Rounded sums of the two weights of a site mostly
+// have one; else each weight is a site of its own.
+std::optional<chain_walk> chain_search::corner_of_sum(detail::ray_arrangement& arrangement) {
+  std::vector<site> rounded;
+  std::vector<site> apart;
+  bool in_range = true;
+  for (const bicriteria_site& s : problem_.sites()) {
+    const double sum = s.weight1 + s.weight2;
+    in_range = in_range && sum <= kMostNumber;
+    rounded.push_back({s.x, s.y, sum, s.gauge});
+    for (const double w : {s.weight1, s.weight2}) {
+      if (w > 0) apart.push_back({s.x, s.y, w, s.gauge});
+    }
+  }
+  if (in_range) {
+    const std::optional<exact_xy> start = optimum(std::move(rounded));
+    if (!start) return std::nullopt;
+    chain_walk w(arrangement, *start);
+    if (w.at_optimum_of_sum()) return w;
+  }
+  const std::optional<exact_xy> start = optimum(std::move(apart));
+  if (!start) return std::nullopt;
+  return chain_walk(arrangement, *start);
 }
 
 bool chain_search::must_stop(std::size_t found) const {
@@ -92,10 +113,10 @@ void chain_search::join(pieces down, efficient_piece start, pieces up) {
 }
 
 efficient_chain chain_search::run() {
-  const exact_xy start = optimum_of_sum();
-  if (chain_.status == efficient_status::complete) {
-    detail::ray_arrangement arrangement(problem_);
-    chain_walk up(arrangement, start);
+  detail::ray_arrangement arrangement(problem_);
+  if (std::optional<chain_walk> start = corner_of_sum(arrangement)) {
+    chain_walk& up = *start;
+    chain_.status = efficient_status::complete;
     // Of a polygon of optima any corner may have been found.
     if (up.between_two_faces()) up.advance(0);
     chain_walk down = up;

@@ -223,6 +223,10 @@ TEST(EfficientSet, KnownChains) {
        {{0, 0, 1, 0}, {1, 0, 0, 1}, {5, 0, 0, 1}, {3, 0, 0, 1}},
        {{{0, 0}}, {{0, 0}, {1, 0}}, {{1, 0}}, {{1, 0}, {3, 0}}, {{3, 0}}}},
       {"at one place", {{1, 1, 1, 2}, {1, 1, 2, 1}, {1, 1, 0, 1}}, {{{1, 1}}}},
+      // The sums of the two weights of a site are no doubles: rounded, the other site is as good.
+      {"rounded sums tie", {{0, 0, 1, 0x1p-54}, {0, 0, 0x1p-54, 1}, {4, 0, 1, 1}}, {{{0, 0}}}},
+      {"the same mirrored", {{4, 0, 1, 0x1p-54}, {4, 0, 0x1p-54, 1}, {0, 0, 1, 1}}, {{{4, 0}}}},
+      {"a sum that no weight may have", {{0, 0, 1e36, 1e36}, {2, 1, 1, 1}}, {{{0, 0}}}},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);

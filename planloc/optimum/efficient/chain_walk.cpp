@@ -350,6 +350,15 @@ std::vector<efficient_corner> chain_walk::level_corners() {
   return walk_round(level[0], level[1]);
 }
 
+bool chain_walk::at_optimum_of_sum() {
+  return std::all_of(directions_.begin(), directions_.end(), [this](direction& d) {
+    const double_double sum = d.rise[0].value + d.rise[1].value;
+    const bounded rise{sum, 2 * (d.rise[0].error + d.rise[1].error)};
+    if (const auto s = rise.sign()) return *s > 0;
+    return exact(d, 0) + exact(d, 1) >= 0;
+  });
+}
+
 bool chain_walk::between_two_faces() {
   const outlook first = look_to(0);
   const outlook second = look_to(1);

@@ -28,9 +28,12 @@ struct chain_face {
 
 class chain_walk {
  public:
-  // `start` is an optimum of f_1/2. The walk begins at a corner of all these optima.
+  // `start` is an optimum of f_1/2, or thought to be one (see `at_optimum_of_sum`). The walk begins
+  // at a corner of all these optima.
   chain_walk(ray_arrangement& arrangement, const exact_xy& start);
 
+  // Whether the corner is an optimum of f_1/2.
+  bool at_optimum_of_sum();
   // The next face towards the optima of a criterion, 0 or 1. The walk goes on to a corner with the
   // least value of it. Nothing if there is none: the walk has arrived.
   std::optional<chain_face> advance(std::size_t criterion);

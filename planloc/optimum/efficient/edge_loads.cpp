@@ -77,16 +77,29 @@ void edge_loads::change(std::uint32_t site, std::uint32_t edge, int sign) {
     const double_double factor = from(sign * w);
     s.slope = {s.slope.x + factor * n.x, s.slope.y + factor * n.y};
     s.at_base = s.at_base - factor * at_site;
-    int exponent = 0;
-    term_ = static_cast<long>(std::ldexp(std::frexp(w, &exponent), 53));
-    term_ <<= static_cast<unsigned>(exponent - 53 - exponent_);
-    if (sign > 0) {
-      s.load[edge] += term_;
-    } else {
-      s.load[edge] -= term_;
-    }
     s.exact_slope.reset();
   }
+  late_.push_back({site, edge, sign});
+}
+
+void edge_loads::add_up() {
+  mpz_class term;
+  for (const changed& c : late_) {
+    for (std::size_t k = 0; k < 2; ++k) {
+      const double w = arrangement_.problem().weight(k, c.site);
+      if (w == 0) continue;
+      int exponent = 0;
+      term = static_cast<long>(std::ldexp(std::frexp(w, &exponent), 53));
+      term <<= static_cast<unsigned>(exponent - 53 - exponent_);
+      mpz_class& load = sides_[k].load[c.edge];
+      if (c.sign > 0) {
+        load += term;
+      } else {
+        load -= term;
+      }
+    }
+  }
+  late_.clear();
 }
 
 const exact_xy& edge_loads::normal(std::uint32_t edge) {
@@ -111,6 +124,7 @@ bounded edge_loads::rise(std::size_t criterion, const xy& v) const {
 mpq_class edge_loads::exact_rise(std::size_t criterion, const exact_xy& v) {
   side& s = sides_[criterion];
   if (!s.exact_slope) {
+    add_up();
     s.exact_slope = exact_xy{};
     for (std::uint32_t e = 0; e < s.load.size(); ++e) {
       if (sgn(s.load[e]) == 0) continue;

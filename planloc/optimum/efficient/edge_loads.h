@@ -52,10 +52,15 @@ class edge_loads {
 
  private:
   void change(std::uint32_t site, std::uint32_t edge, int sign);
+  void add_up();
   double_double_xy from_base(const rung_place& at) const;
 
+  struct changed {
+    std::uint32_t site, edge;
+    int sign;
+  };
   struct side {                   // of one criterion
-    std::vector<mpz_class> load;  // by edge, in units of 2^exponent
+    std::vector<mpz_class> load;  // by edge, in units of 2^exponent, without `late_`
     double_double_xy slope{{0, 0}, {0, 0}};
     double_double at_base{0, 0};
     double steepness = 0;  // no slope of all sites is greater in either coordinate
@@ -66,9 +71,9 @@ class edge_loads {
   std::vector<double_double_xy> normal_;  // by edge
   std::vector<std::optional<exact_xy>> exact_normal_;
   std::array<side, 2> sides_;
+  std::vector<changed> late_;  // changes that the loads lack, until they are asked for
   int exponent_ = 0;
   double changes_ = 1;
-  mpz_class term_;
 };
 
 }  // namespace planloc::detail

@@ -36,6 +36,36 @@ xy direction_of(const bicriteria_problem& p, const ray_line& l) {
   return p.gauge_of(l.site).vertices()[l.vertex];
 }
 
+using offsets = std::vector<std::pair<double, std::uint32_t>>;  // and sites
+
+// Spreads them over as many bins as there are, which leaves little to be sorted where they are
+// spread evenly.
+void sort_by_bins(offsets& all, offsets& scratch, std::vector<std::uint32_t>& bins) {
+  constexpr std::uint32_t kMostInBin = 16;
+  if (all.size() < 2) return;
+  const auto [least, most] = std::minmax_element(all.begin(), all.end());
+  const double low = least->first;
+  const double bins_per_unit = static_cast<double>(all.size() - 1) / (most->first - low);
+  const auto bin_of = [&](double offset) {
+    return static_cast<std::size_t>((offset - low) * bins_per_unit);
+  };
+  if (!std::isfinite(bins_per_unit)) return std::sort(all.begin(), all.end());
+  bins.assign(all.size() + 1, 0);
+  for (const auto& o : all) ++bins[bin_of(o.first) + 1];
+  if (*std::max_element(bins.begin(), bins.end()) > kMostInBin)
+    return std::sort(all.begin(), all.end());
+  std::partial_sum(bins.begin(), bins.end(), bins.begin());
+  scratch.resize(all.size());
+  for (const auto& o : all) scratch[bins[bin_of(o.first)]++] = o;
+  all.swap(scratch);
+  for (auto next = all.begin() + 1; next != all.end(); ++next) {
+    const auto moving = *next;
+    auto to = next;
+    for (; to != all.begin() && moving < *(to - 1); --to) *to = *(to - 1);
+    *to = moving;
+  }
+}
+
 }  // namespace
 
 // ----- Places -----
@@ -153,12 +183,14 @@ void ray_arrangement::sort_families() {
   std::vector<std::vector<std::uint32_t>> members(first_.size() - 1);
   for (std::uint32_t i = 0; i < relative_.size(); ++i)
     members[problem_.sites()[i].gauge].push_back(i);
-  std::vector<std::pair<double, std::uint32_t>> sorted;
+  offsets sorted;
+  offsets scratch;
+  std::vector<std::uint32_t> bins;
   for (std::uint32_t r = 0; r < rays(); ++r) {
     sorted.clear();
     for (const std::uint32_t i : members[gauge_[r]])
       sorted.emplace_back(cross(direction_[r], relative_[i]), i);
-    std::sort(sorted.begin(), sorted.end());
+    sort_by_bins(sorted, scratch, bins);
     const auto begin = static_cast<std::uint32_t>(offset_.size());
     for (const auto& [offset, i] : sorted) {
       offset_.push_back(offset);
