@@ -31,19 +31,21 @@ namespace {
 
 // (1 + t^p)^(1/p) times the larger coordinate, t the ratio of the smaller one to it.
 struct lp_parts {
-  interval ratio, larger, total;  // total = 1 + t^p
+  interval larger, power, total, root;  // power = t^(p-1), total = 1 + t^p, root = total^(1/p)
 };
 
 lp_parts split_lp(const interval_pair& u, double p) {
   const interval x = magnitude(u.x);
   const interval y = magnitude(u.y);
-  interval most = larger(x, y);
-  interval least{std::min(x.low, y.low), std::min(x.high, y.high)};
-  if (!(most.low > 0)) return {{0, 1}, most, {1, 2}};
+  const interval most = larger(x, y);
+  const interval least{std::min(x.low, y.low), std::min(x.high, y.high)};
+  if (!(most.low > 0)) return {most, {0, 1}, {1, 2}, {1, 2}};
   interval ratio = least / most;
   ratio = {std::max(0.0, ratio.low), std::min(1.0, ratio.high)};
-  const interval total = interval(1) + power(ratio, p);
-  return {ratio, most, {std::max(1.0, total.low), std::min(2.0, total.high)}};
+  const interval of_ratio = power(ratio, interval(p) - 1);
+  interval total = interval(1) + ratio * of_ratio;
+  total = {std::max(1.0, total.low), std::min(2.0, total.high)};
+  return {most, of_ratio, total, power(total, interval(1) / interval(p))};
 }
 
 interval with_sign(const interval& size, const interval& sign) {
@@ -58,7 +60,7 @@ interval gauge_value(const gauge& g, const interval_pair& u) {
   if (g.kind() == gauge::shape::euclidean) return sqrt(square(u.x) + square(u.y));
   if (g.kind() == gauge::shape::lp) {
     const lp_parts parts = split_lp(u, g.p());
-    return parts.larger * power(parts.total, interval(1) / interval(g.p()));
+    return parts.larger * parts.root;
   }
   interval most = dot(edge_normal(g, 0), u);
   for (std::size_t j = 1; j < g.vertices().size(); ++j)
@@ -74,9 +76,8 @@ interval_pair tangent(const gauge& g, const interval_pair& u) {
   }
   const lp_parts parts = split_lp(u, g.p());
   if (!(parts.larger.low > 0)) return {{-1, 1}, {-1, 1}};
-  const interval of_larger =
-      interval(1) / power(parts.total, (interval(g.p()) - 1) / interval(g.p()));
-  const interval of_smaller = of_larger * power(parts.ratio, interval(g.p()) - 1);
+  const interval of_larger = parts.root / parts.total;
+  const interval of_smaller = of_larger * parts.power;
   const interval x = magnitude(u.x);
   const interval y = magnitude(u.y);
   const interval either{std::min(of_larger.low, of_smaller.low),

@@ -16,18 +16,39 @@ rounded_sum two_sum(double a, double b) {
   return {sum, (a - (sum - b_part)) + (b - b_part)};
 }
 
-// base - site + offset, exact where doubles can tell it: near a site the direction hangs on it.
-interval difference(double base, double site, double offset) {
+// base + offset - site, exact where doubles can tell it: near a site the direction hangs on it.
+interval difference(double base, double site, const interval& offset) {
   const auto [near, lost] = two_sum(base, -site);
-  const auto [sum, lost_again] = two_sum(near, offset);
-  return interval(sum) + (interval(lost) + interval(lost_again));
+  const auto [sum, lost_again] = two_sum(near, offset.low);
+  const interval open = offset.low == offset.high ? 0 : interval(offset.high) - offset.low;
+  return interval(sum) + (interval(lost) + interval(lost_again) + interval(0, open.high));
 }
+
+// A coordinate less those of sites, with their last bits or nearly so.
+class differences {
+ public:
+  explicit differences(const mpq_class& at)
+      : at_(at), near_(at.get_d()), rest_(enclosed(at - near_)) {}
+
+  interval from(double site) const {
+    const interval d = difference(near_, site, rest_);
+    // Where all digits of `near_` cancel, and most of the rest do.
+    return d.high - d.low <= 0x1p-48 * magnitude(d).low ? d : enclosed(at_ - site);
+  }
+
+ private:
+  const mpq_class& at_;
+  double near_;
+  interval rest_;
+};
 
 }  // namespace
 
 interval_place::interval_place(const problem& p, const fraction_pair& at)
     : problem_(p), lambda_(listed_weights(p)) {
-  for (const site& t : p.sites()) offset_.push_back({enclosed(at.x - t.x), enclosed(at.y - t.y)});
+  const differences x(at.x);
+  const differences y(at.y);
+  for (const site& t : p.sites()) offset_.push_back({x.from(t.x), y.from(t.y)});
 }
 
 interval interval_place::value() const {
