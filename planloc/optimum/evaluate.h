@@ -53,8 +53,8 @@ struct gauge_block {
 // The sites in slots, by gauge. Constant; any number of threads may read it.
 //
 // All places are relative to `base`, amid the sites, so that sites close together far from the
-// origin lose nothing in doubles. Relative positions are rounded; what is exact starts from the
-// problem's.
+// origin lose nothing in doubles. Relative positions are rounded where all gauges are polyhedral,
+// and after `count_from`; what is exact starts from the problem's.
 class distance_table {
  public:
   explicit distance_table(const problem& p);
