@@ -83,9 +83,14 @@ TEST(General, SmoothTies) {
        {{{-1, 9}, {2, 3}, {2, 3}, {0, 7, 1, 1}},
         {nearly_l1, gauge::lp(300)},
         order_weights({0, 1, 1, 0})},
-       4}};
+       4},
+      {"a segment on a line of sites, the farthest but one of which takes off",
+       {{{-1, 9, 2}, {0, 7, 2}, {1, 5, 1}, {0, 7, 3}},
+        {gauge::euclidean()},
+        order_weights({0, 1, -1, 1})},
+       std::sqrt(5)}};
   minimise_options options;
-  options.cells = 2000;
+  options.cells = 8000;
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     const solution s = minimise(c.p, options);
@@ -94,12 +99,17 @@ TEST(General, SmoothTies) {
     const verification v = verify(c.p, s);
     EXPECT_TRUE(v.accepted) << v.reason;
     EXPECT_LE(v.gap, 1.01e-10 * c.value);
+    solution spoiled = s;
+    spoiled.lower_bound = c.value * (1 + 1e-9);
+    EXPECT_FALSE(verify(c.p, spoiled).accepted);
   }
 }
 
 // Terms that cancel to much less than their sizes. The optimum lies on a small circle around the
 // heavy site of the first problem; roundings of the terms of the second are near its tolerance. On
 // triangles of the third, planes that nearly all tie and one that is steep prove a bound together.
+// The optimum of the last is at a heavy site whose difference to the middle of the sites is no
+// double.
 TEST(General, SmoothTermsThatCancel) {
   const problem problems[] = {
       {{{3.1, 9.7, 4e-4}, {6, 7, 56206.7}, {1.2, 0.5, 4.76}},
@@ -110,7 +120,10 @@ TEST(General, SmoothTermsThatCancel) {
        order_weights({1, -1, 1})},
       {{{0.4, 5.5, 0.01, 1}, {6.6, 5.8, 1000}, {3.1, 5.3, 0.01}, {8.1, 5.7, 1, 1}},
        {gauge::euclidean(), gauge::l1()},
-       order_weights::anti_centrum(3)}};
+       order_weights::anti_centrum(3)},
+      {{{7.9, 5.7, 0.001}, {3.6, 3.8, 0.001, 1}, {3.9, 1.7, 1000}},
+       {gauge::euclidean(), gauge::linf()},
+       order_weights::anti_centrum(2)}};
   for (const problem& p : problems) {
     minimise_options options;
     options.cells = 2000;

@@ -1,6 +1,7 @@
 // The bound of cells that gauges without edges leave open, raised before they are halved.
 #include <algorithm>
 #include <bit>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <numeric>
@@ -19,6 +20,9 @@ constexpr int kMostCuts = 16;
 // Undecided sites among which all sets are looked at, and how many ways to take sets count.
 constexpr std::size_t kMostToSelectFrom = 8;
 constexpr std::size_t kMostSelections = 12;
+
+// For what is computed in doubles and checked in intervals.
+constexpr double kCaution = 1 + 0x1p-30;
 
 void add_to(corner_values& sum, double factor, const corner_values& plane) {
   for (std::size_t m = 0; m < 3; ++m) sum[m] += factor * plane[m];
@@ -48,17 +52,13 @@ corner_values cell_bounder::interpolation(const site_view& v) const {
   return {tangent[0][0], tangent[1][1], tangent[2][2]};
 }
 
-// A plane that is taken at a place of the cell, below f wherever the concave part of f has the
-// weights of `selected`. With these, the sites can be taken one by one.
-corner_values cell_bounder::plane_at(const cell& c, const corner_values& shares,
-                                     const selection& selected) {
+// What each bent or undecided site weighs around a place, and its tangent there.
+void cell_bounder::weigh(const cell& c, const corner_values& shares, const selection& selected) {
   const xy at = place_of(shares);
-  corner_values sum{};
-  for (std::size_t m = 0; m < 3; ++m) sum[m] = c.folded.at_base + dot(c.folded.slope, points_[m]);
-  for (std::size_t k = 0; k < decided_.size(); ++k) {
-    const double lambda = c.decided[k].lambda;
-    add_to(sum, lambda, lambda > 0 ? tangent_at(decided_[k].site, at) : decided_[k].value);
-  }
+  weighed_.clear();
+  for (std::size_t k = 0; k < decided_.size(); ++k)
+    weighed_.push_back(
+        {&decided_[k], c.decided[k].lambda, tangent_at(decided_[k].site, at), false});
   taken_.clear();
   for (std::uint32_t k = 0; k < undecided_.size(); ++k) {
     const site_view& v = undecided_[k];
@@ -70,11 +70,142 @@ corner_values cell_bounder::plane_at(const cell& c, const corner_values& shares,
   auto next = taken_.begin();
   for (std::size_t r = 0; next != taken_.end(); ++r) {
     for (const auto end = next + static_cast<std::ptrdiff_t>(c.runs[r].count); next < end; ++next) {
-      const double weight = rising_[r] - selected[next->view];
-      add_to(sum, weight, weight > 0 ? next->plane : interpolation(undecided_[next->view]));
+      weighed_.push_back(
+          {&undecided_[next->view], rising_[r] - selected[next->view], next->plane, false});
     }
   }
-  return sum;
+}
+
+namespace {
+
+// Of the second derivative of an lp norm: (p - 1) (|x y| / N^2)^(p - 2) / N^3, N the norm of (x,
+// y).
+double bend_factor(const gauge_block& b, double ratio, double norm) {
+  const double cube = norm * norm * norm;
+  return b.kind == gauge::shape::euclidean ? 1 / cube : (b.p - 1) * std::pow(ratio, b.p - 2) / cube;
+}
+
+}  // namespace
+
+// The sites whose distances have a second derivative all over the cell; false if none of them has a
+// negative weight, so that it would be of no use.
+bool cell_bounder::find_bending() {
+  bending_.clear();
+  bool some_negative = false;
+  for (weighed_site& s : weighed_) {
+    const std::uint32_t slot = s.view->site.slot;
+    const gauge_block& b = table_.blocks[table_.block_of[slot]];
+    if (s.view->bent == kFlat || b.kind == gauge::shape::polyhedral || !(s.view->lower > 0))
+      continue;
+    const double w = table_.weight[slot];
+    const range norm{s.view->lower / w, s.view->upper / w};
+    range x{std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()};
+    range y = x;
+    for (std::size_t m = 0; m < 3; ++m) {
+      const xy u = minus(points_[m], {table_.x[slot], table_.y[slot]});
+      x = {std::min(x.low, u.x), std::max(x.high, u.x)};
+      y = {std::min(y.low, u.y), std::max(y.high, u.y)};
+    }
+    const auto least = [](const range& r) { return std::max({r.low, -r.high, 0.0}); };
+    const auto most = [](const range& r) { return std::max(-r.low, r.high); };
+    const range ratio{least(x) * least(y) / (norm.high * norm.high),
+                      std::min(1.0, most(x) * most(y) / (norm.low * norm.low))};
+    const bool falls = b.p < 2;
+    const range factor{w * bend_factor(b, falls ? ratio.high : ratio.low, norm.high),
+                       w * bend_factor(b, falls ? ratio.low : ratio.high, norm.low)};
+    if (!std::isfinite(factor.high)) continue;
+    s.bends = true;
+    some_negative = some_negative || s.weight < 0;
+    bending_.push_back({slot, s.weight, factor});
+  }
+  return some_negative;
+}
+
+// That of the least second derivative of all the bending sites together at a place.
+xy cell_bounder::least_bent_direction(const xy& at) const {
+  double xx = 0;
+  double cross = 0;
+  double yy = 0;
+  for (const second_derivative& d : bending_) {
+    const xy u = minus(at, {table_.x[d.slot], table_.y[d.slot]});
+    const double k = d.weight * (d.factor.low + d.factor.high);
+    xx += k * u.y * u.y;
+    cross -= k * u.x * u.y;
+    yy += k * u.x * u.x;
+  }
+  const double most = std::atan2(2 * cross, xx - yy) / 2;
+  return {-std::sin(most), std::cos(most)};
+}
+
+// How much must be added to the second derivative along a direction to make it nowhere negative on
+// the cell, if that is enough. With a, b the coordinates of v along the direction and across,
+// [aa + lift, ab; ab, bb] has no negative eigenvalue if bb > 0 and (aa + lift) bb >= ab^2.
+std::optional<double> cell_bounder::lift(const xy& along) const {
+  double least_aa = 0;
+  double least_bb = 0;
+  range ab;
+  for (const second_derivative& d : bending_) {
+    range a{std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()};
+    range b = a;
+    for (std::size_t m = 0; m < 3; ++m) {
+      const xy u = minus(points_[m], {table_.x[d.slot], table_.y[d.slot]});
+      const double of_a = along.y * u.x - along.x * u.y;
+      const double of_b = dot(along, u);
+      a = {std::min(a.low, of_a), std::max(a.high, of_a)};
+      b = {std::min(b.low, of_b), std::max(b.high, of_b)};
+    }
+    const auto least_square = [](const range& r) {
+      const double near = std::max({r.low, -r.high, 0.0});
+      return near * near;
+    };
+    const auto most_square = [](const range& r) {
+      return std::max(r.low * r.low, r.high * r.high);
+    };
+    const bool adds = d.weight > 0;
+    const double k = d.weight * (adds ? d.factor.low : d.factor.high);
+    least_aa += k * (adds ? least_square(a) : most_square(a));
+    least_bb += k * (adds ? least_square(b) : most_square(b));
+    const auto [low, high] =
+        std::minmax({a.low * b.low, a.low * b.high, a.high * b.low, a.high * b.high});
+    const double most = d.weight * d.factor.high;
+    const double least = d.weight * d.factor.low;
+    ab.low += std::min({most * low, least * low, most * high, least * high});
+    ab.high += std::max({most * low, least * low, most * high, least * high});
+  }
+  if (!(least_bb > 0)) return {};
+  const double across = std::max(ab.low * ab.low, ab.high * ab.high);
+  return std::max(0.0, kCaution * (across / least_bb) - least_aa);
+}
+
+// A plane that is taken at a place of the cell, below f wherever the concave part of f has the
+// weights of `selected`. With these, the sites can be taken one by one: a tangent where a distance
+// adds to f, the interpolation of the corners where it takes off. Or those that have second
+// derivatives are taken together: their sum is convex once the square of a coordinate is added, so
+// that its tangent less the interpolation of that square will do (Adjiman, Dallwig, Floudas and
+// Neumaier 1998). The plane that is higher at the place is taken.
+corner_values cell_bounder::plane_at(const cell& c, const corner_values& shares,
+                                     const selection& selected) {
+  weigh(c, shares, selected);
+  corner_values one_by_one{};
+  for (std::size_t m = 0; m < 3; ++m)
+    one_by_one[m] = c.folded.at_base + dot(c.folded.slope, points_[m]);
+  corner_values together = one_by_one;
+  const bool may_bend = find_bending();
+  for (const weighed_site& s : weighed_) {
+    const corner_values plane = s.weight > 0 ? s.tangent : interpolation(*s.view);
+    add_to(one_by_one, s.weight, plane);
+    add_to(together, s.weight, s.bends ? s.tangent : plane);
+  }
+  if (!may_bend) return one_by_one;
+  const xy at = place_of(shares);
+  const xy along = least_bent_direction(at);
+  const std::optional<double> lifted = lift(along);
+  if (!lifted) return one_by_one;
+  for (std::size_t m = 0; m < 3; ++m) {
+    const double off = dot(along, minus(points_[m], at));
+    together[m] -= *lifted / 2 * off * off;
+  }
+  return value_at(together, shares) > value_at(one_by_one, shares) ? together : one_by_one;
 }
 
 // The bound that planes reach until it is `target` or they show that they cannot raise it so far;

@@ -150,9 +150,29 @@ class cell_bounder {
   // ----- refine_cell.cpp -----
   // What the undecided sites weigh in the concave part of f.
   using selection = std::vector<double>;
+  struct weighed_site {
+    const site_view* view;
+    double weight;          // the order weight, less what is selected
+    corner_values tangent;  // at the place of the plane
+    bool bends;             // with a second derivative in `bending_`
+  };
+  struct range {
+    double low = 0;
+    double high = 0;
+  };
+  // factor * weight * v v^T, where v is the offset from the site turned by a quarter.
+  struct second_derivative {
+    std::uint32_t slot;
+    double weight;
+    range factor;  // on the cell
+  };
   xy place_of(const corner_values& shares) const;
   corner_values tangent_at(const placed_site& s, const xy& at) const;
   corner_values interpolation(const site_view& v) const;
+  void weigh(const cell& c, const corner_values& shares, const selection& selected);
+  bool find_bending();
+  std::optional<double> lift(const xy& along) const;
+  xy least_bent_direction(const xy& at) const;
   corner_values plane_at(const cell& c, const corner_values& shares, const selection& selected);
   double raise(const cell& c, planes rows, double target, const selection& selected);
   std::vector<std::uint32_t> farthest_sets(std::size_t count) const;
@@ -182,6 +202,8 @@ class cell_bounder {
     std::uint32_t view;
   };
   std::vector<taken_plane> taken_;  // of the undecided sites
+  std::vector<weighed_site> weighed_;
+  std::vector<second_derivative> bending_;  // of those that have one on the cell
   planes rows_{};
   corner_values lowest_{};  // shares of the place that `raise` came to last
   evaluation seen_{};

@@ -1,7 +1,9 @@
 // Planes that are taken where those so far leave a triangle open, for gauges without edges.
 #include <algorithm>
 #include <bit>
+#include <cmath>
 #include <limits>
+#include <optional>
 #include <vector>
 
 #include "planloc/optimum/proof/leaf_walk.h"
@@ -127,24 +129,20 @@ bool leaf_walk::may_be_farthest(std::uint32_t set) const {
   return true;
 }
 
-// A plane nowhere above f where `c` tells the farthest sites. With the drops put back the order
-// weights rise, so that any order of the sites is a minorant; so a site of rank k has the order
-// weight of that rank but for the drops about which rank and set disagree.
-std::array<interval, 3> leaf_walk::plane_at(const triangle_state& t, const xy& at,
-                                            const std::vector<drop>& drops, const choice& c) const {
-  std::array<interval, 3> sum;
-  for (std::size_t m = 0; m < 3; ++m) sum[m] = t.sum_at_base + dot(t.slope, exactly(t.at[m]));
+// What each site weighs in a plane that is taken at a place where `c` tells the farthest sites, and
+// its slope there. With the drops put back the order weights rise, so that any order of the sites
+// is a minorant; so a site of rank k has the order weight of that rank but for the drops about
+// which rank and set disagree.
+std::vector<leaf_walk::weighed_site> leaf_walk::weighed_at(const triangle_state& t, const xy& at,
+                                                           const std::vector<drop>& drops,
+                                                           const choice& c) const {
   const auto slope_of = [&](std::uint32_t site) {
     return sites_.polyhedral(site) ? sites_.weighted_normal(site, sites_.likely_edge(site, at))
                                    : sites_.slope(site, at);
   };
-  const auto add = [&](const interval& weight, const seen_site& seen, const interval_pair& slope) {
-    for (std::size_t m = 0; m < 3; ++m) {
-      const interval tangent = dot(slope, sites_.offset(seen.site, exactly(t.at[m])));
-      sum[m] = sum[m] + least_product(weight, tangent, seen.corner[m].value);
-    }
-  };
-  for (const seen_site& seen : t.decided) add(seen.lambda, seen, slope_of(seen.site));
+  std::vector<weighed_site> all;
+  for (std::size_t k = 0; k < decided_.size(); ++k)
+    all.push_back({&decided_[k], t.decided[k].lambda, slope_of(t.decided[k].site)});
   struct ranked {
     double height;
     std::size_t k;
@@ -169,9 +167,166 @@ std::array<interval, 3> leaf_walk::plane_at(const triangle_state& t, const xy& a
         if (behind && !farthest) weight = weight + drops[d].size;
         if (!behind && farthest) weight = weight - drops[d].size;
       }
-      add(weight, undecided_[o.k].seen, o.slope);
+      all.push_back({&undecided_[o.k], weight, o.slope});
     }
   }
+  return all;
+}
+
+namespace {
+
+interval hull(const interval& a, const interval& b) {
+  return {std::min(a.low, b.low), std::max(a.high, b.high)};
+}
+
+// a^e for any e; a > 0 or e >= 0.
+interval any_power(const interval& a, const interval& e) {
+  if (e.low >= 0 && e.high <= 0) return 1;
+  return e.low >= 0 ? power(a, e) : interval(1) / power(a, -e);
+}
+
+}  // namespace
+
+leaf_walk::cut_place leaf_walk::place_of(const corners& t, std::array<double, 3> shares) {
+  cut_place place{shares, {0, 0}, 0};
+  interval total, x, y;
+  for (std::size_t m = 0; m < 3; ++m) {
+    const double share = std::max(0.0, shares[m]);
+    place.at = {place.at.x + share * t[m].x, place.at.y + share * t[m].y};
+    total = total + interval(share);
+    x = x + interval(share) * interval(t[m].x);
+    y = y + interval(share) * interval(t[m].y);
+  }
+  place.off =
+      (magnitude(interval(place.at.x) - x / total) + magnitude(interval(place.at.y) - y / total))
+          .high;
+  return place;
+}
+
+// The second derivative of an lp norm N at u is (p - 1) (|u.x u.y| / N^2)^(p - 2) / N^3 times v
+// v^T. Here it is bounded on the triangle and the way from there to the place.
+std::optional<leaf_walk::bent_site> leaf_walk::bent_on(const triangle_state& t,
+                                                       const cut_place& place,
+                                                       const weighed_site& s) const {
+  const std::uint32_t site = s.of->seen.site;
+  if (sites_.polyhedral(site)) return {};
+  const interval w(sites_.owner().sites()[site].weight);
+  interval norm = interval(s.of->lower, s.of->upper) / w;
+  norm = {(interval(norm.low) - interval(place.off)).low,
+          (interval(norm.high) + interval(place.off)).high};
+  if (!(norm.low > 0)) return {};
+  bent_site b;
+  b.offset = b.from[3] = sites_.offset(site, exactly(place.at));
+  for (std::size_t m = 0; m < 3; ++m) {
+    const interval_pair& u = b.from[m] = sites_.offset(site, exactly(t.at[m]));
+    b.offset = {hull(b.offset.x, u.x), hull(b.offset.y, u.y)};
+  }
+  b.factor = s.weight * w / (norm * square(norm));
+  const gauge& g = sites_.owner().gauge_of(site);
+  if (g.kind() == gauge::shape::lp) {
+    const interval exponent = interval(g.p()) - interval(2);
+    interval ratio = magnitude(b.offset.x) * magnitude(b.offset.y) / square(norm);
+    ratio = {std::max(0.0, ratio.low), std::min(1.0, ratio.high)};  // as no ratio is more
+    if (exponent.low < 0 && !(ratio.low > 0)) return {};
+    b.factor = b.factor * (interval(g.p()) - interval(1)) * any_power(ratio, exponent);
+  }
+  if (!std::isfinite(b.factor.low) || !std::isfinite(b.factor.high)) return {};
+  return b;
+}
+
+namespace {
+
+// About the direction of the least second derivative, of which `bent` tells the parts.
+template <class Bent>
+interval_pair least_bent_direction(const std::vector<Bent>& bent) {
+  double xx = 0;
+  double cross = 0;
+  double yy = 0;
+  for (const Bent& b : bent) {
+    const double k = b.factor.low + b.factor.high;
+    const double x = b.offset.x.low + b.offset.x.high;
+    const double y = b.offset.y.low + b.offset.y.high;
+    xx += k * y * y;
+    cross -= k * x * y;
+    yy += k * x * x;
+  }
+  const double most = std::atan2(2 * cross, xx - yy) / 2;
+  if (!std::isfinite(most)) return {1, 0};
+  return {-std::sin(most), std::cos(most)};
+}
+
+// Let H be any sum of second derivatives, e a vector and n the one turned from it. If n H n > 0 and
+// (e H e + l |e|^4) (n H n) >= (e H n)^2, then H + l e e^T has no negative eigenvalue. Finds such
+// l.
+template <class Bent>
+std::optional<interval> lift_along(const interval_pair& e, const std::vector<Bent>& bent) {
+  interval ee, en, nn;
+  for (const Bent& b : bent) {
+    const auto along = [&](const interval_pair& u) { return dot(e, {-u.y, u.x}); };
+    const auto across = [&](const interval_pair& u) { return dot(e, u); };
+    interval of_e = along(b.from[0]);
+    interval of_n = across(b.from[0]);
+    for (const interval_pair& u : b.from) {  // linear between these
+      of_e = hull(of_e, along(u));
+      of_n = hull(of_n, across(u));
+    }
+    ee = ee + b.factor * square(of_e);
+    en = en + b.factor * (of_e * of_n);
+    nn = nn + b.factor * square(of_n);
+  }
+  if (!(nn.low > 0)) return {};
+  const interval size = square(e.x) + square(e.y);
+  const interval needed =
+      (interval(square(en).high) / interval(nn.low) - interval(ee.low)) / square(size);
+  return interval(std::max(0.0, needed.high));
+}
+
+}  // namespace
+
+// The distances that have a second derivative are taken together. With the square of a coordinate,
+// which makes up for the least bent direction, their sum is convex on the triangle: so its tangent,
+// less the interpolation of the square, is nowhere above it. Far below all where that is of no use.
+std::array<interval, 3> leaf_walk::taken_together(const triangle_state& t, const cut_place& place,
+                                                  const std::vector<weighed_site>& all) const {
+  std::array<interval, 3> sum;
+  std::vector<bent_site> bent;
+  bool useful = false;
+  for (const weighed_site& s : all) {
+    const std::optional<bent_site> b = bent_on(t, place, s);
+    for (std::size_t m = 0; m < 3; ++m) {
+      const interval tangent = dot(s.slope, sites_.offset(s.of->seen.site, exactly(t.at[m])));
+      sum[m] = sum[m] + (b ? s.weight * tangent
+                           : least_product(s.weight, tangent, s.of->seen.corner[m].value));
+    }
+    useful = useful || (b && s.weight.low < 0);
+    if (b) bent.push_back(*b);
+  }
+  const interval_pair e = useful ? least_bent_direction(bent) : interval_pair{1, 0};
+  const std::optional<interval> lift = useful ? lift_along(e, bent) : std::nullopt;
+  for (std::size_t m = 0; m < 3; ++m) {
+    const interval off = dot(e, {interval(t.at[m].x) - interval(place.at.x),
+                                 interval(t.at[m].y) - interval(place.at.y)});
+    sum[m] = lift ? sum[m] - *lift * square(off) / interval(2)
+                  : interval(-std::numeric_limits<double>::infinity());
+  }
+  return sum;
+}
+
+// Nowhere above f where the sites weigh so: each by itself, or those together that can be,
+// whichever is higher at the place.
+std::array<interval, 3> leaf_walk::plane_at(const triangle_state& t, const cut_place& place,
+                                            const std::vector<weighed_site>& all) const {
+  std::array<interval, 3> sum;
+  for (const weighed_site& s : all) {
+    for (std::size_t m = 0; m < 3; ++m) {
+      const interval tangent = dot(s.slope, sites_.offset(s.of->seen.site, exactly(t.at[m])));
+      sum[m] = sum[m] + least_product(s.weight, tangent, s.of->seen.corner[m].value);
+    }
+  }
+  const std::array<interval, 3> together = taken_together(t, place, all);
+  if (at_place(together, place.shares) > at_place(sum, place.shares)) sum = together;
+  for (std::size_t m = 0; m < 3; ++m)
+    sum[m] = sum[m] + t.sum_at_base + dot(t.slope, exactly(t.at[m]));
   return sum;
 }
 
@@ -184,15 +339,12 @@ bool leaf_walk::cuts_prove(const triangle_state& t, const rows& first) const {
     rows planes = first;
     mixture best = best_mixture(planes);
     for (int cut = 0; cut < kMostCuts; ++cut) {
-      const std::array<double, 3> shares = low_place(planes);
-      xy at{0, 0};
-      for (std::size_t m = 0; m < 3; ++m)
-        at = {at.x + shares[m] * t.at[m].x, at.y + shares[m] * t.at[m].y};
-      const std::array<interval, 3> plane = plane_at(t, at, drops, c);
-      planes[place_for_another(planes, best.planes, shares)] = plane;
+      const cut_place place = place_of(t.at, low_place(planes));
+      const std::array<interval, 3> plane = plane_at(t, place, weighed_at(t, place.at, drops, c));
+      planes[place_for_another(planes, best.planes, place.shares)] = plane;
       best = best_mixture(planes);
       if (reaches(best.least)) return true;
-      if (at_place(plane, shares) < least_in_doubles_) return false;
+      if (at_place(plane, place.shares) < least_in_doubles_) return false;
     }
     return false;
   });

@@ -141,8 +141,32 @@ class leaf_walk {
   bool list_choices(const triangle_state& t, std::vector<drop>& drops,
                     std::vector<choice>& choices) const;
   bool may_be_farthest(std::uint32_t set) const;
-  std::array<interval, 3> plane_at(const triangle_state& t, const xy& at,
-                                   const std::vector<drop>& drops, const choice& c) const;
+  // Where a plane is taken: as shares of the corners, and as doubles, which may be as far off the
+  // triangle as roundings bring them.
+  struct cut_place {
+    std::array<double, 3> shares;
+    xy at;
+    double off;
+  };
+  static cut_place place_of(const corners& t, std::array<double, 3> shares);
+  struct weighed_site {
+    const site_on_triangle* of;
+    interval weight;
+    interval_pair slope;  // at the place
+  };
+  std::vector<weighed_site> weighed_at(const triangle_state& t, const xy& at,
+                                       const std::vector<drop>& drops, const choice& c) const;
+  struct bent_site {  // its second derivative on the triangle: factor * v v^T, v = (-u.y, u.x)
+    interval factor;
+    interval_pair offset;               // u on the triangle
+    std::array<interval_pair, 4> from;  // u at the corners and at the place
+  };
+  std::optional<bent_site> bent_on(const triangle_state& t, const cut_place& place,
+                                   const weighed_site& s) const;
+  std::array<interval, 3> taken_together(const triangle_state& t, const cut_place& place,
+                                         const std::vector<weighed_site>& all) const;
+  std::array<interval, 3> plane_at(const triangle_state& t, const cut_place& place,
+                                   const std::vector<weighed_site>& all) const;
   bool cuts_prove(const triangle_state& t, const rows& first) const;
 
   void check_exactly(const triangle_state& t) const;
