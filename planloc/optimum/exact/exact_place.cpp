@@ -99,14 +99,14 @@ exact_place::exact_place(const problem& p, const distance_table& table, exact_ed
   }
 }
 
-// Certain although u is rounded: each coordinate of u is off by at most 2^-52 |u| + 2^-104 |at|,
-// the cross product of a vertex v with it by 2 |v| times this and its own roundings, in maximum
-// norms.
-bool exact_place::surely_inside(const gauge_block& b, std::uint32_t edge, const xy& u) const {
-  const xy& v = table_.edges[b.first_edge + edge].from;
-  const xy& w = table_.edges[b.first_edge + (edge + 1 == b.edges ? 0 : edge + 1)].from;
-  const double bound = 0x1p-49 * largest(u) + 0x1p-100 * largest(rounded_);
-  return v.x * u.y - v.y * u.x > bound * largest(v) && u.x * w.y - u.y * w.x > bound * largest(w);
+// The sign of the cross product of v and the offset u from a site, or 0 where doubles cannot tell:
+// each coordinate of u is off by at most 2^-52 |u| + 2^-104 |at|, the product by 2 |v| times this
+// and its own roundings, in maximum norms.
+int exact_place::sure_side(const xy& v, const xy& u) const {
+  const double bound = (0x1p-49 * largest(u) + 0x1p-100 * largest(rounded_)) * largest(v);
+  const double cross = v.x * u.y - v.y * u.x;
+  if (std::fabs(cross) > bound) return cross > 0 ? 1 : -1;
+  return 0;
 }
 
 xy exact_place::offset(std::uint32_t slot) const {
@@ -119,7 +119,10 @@ void exact_place::find_edges(std::span<const std::uint32_t> guess) {
     const gauge_block& b = table_.blocks[table_.block_of[slot]];
     const xy u = offset(slot);
     edge_[slot] = guess.empty() ? table_.active_edge(b, u) : table_.active_edge(b, u, guess[slot]);
-    if (surely_inside(b, edge_[slot], u)) continue;
+    const std::uint32_t next = edge_[slot] + 1 == b.edges ? 0 : edge_[slot] + 1;
+    if (sure_side(table_.edges[b.first_edge + edge_[slot]].from, u) > 0 &&
+        sure_side(table_.edges[b.first_edge + next].from, u) < 0)
+      continue;
     const tied_slot tie = exact_edges_of(slot);
     edge_[slot] = tie.first_edge;
     if (tie.edges > 1) tied_slots_.push_back(tie);
@@ -138,10 +141,13 @@ exact_place::tied_slot exact_place::exact_edges_of(std::uint32_t slot) const {
   const gauge_block& b = table_.blocks[table_.block_of[slot]];
   const exact_xy u{at_.x - site_of(slot).x, at_.y - site_of(slot).y};
   if (sgn(u.x) == 0 && sgn(u.y) == 0) return {slot, 0, b.edges, 0};
+  const xy rounded = offset(slot);
   std::vector<bool> holds(b.edges);
   std::vector<int> side(b.edges);  // of u at each ray
   for (std::uint32_t j = 0; j < b.edges; ++j) {
-    side[j] = sgn(cross(to_exact(table_.edges[b.first_edge + j].from), u));
+    const xy& ray = table_.edges[b.first_edge + j].from;
+    side[j] = sure_side(ray, rounded);
+    if (side[j] == 0) side[j] = sgn(cross(to_exact(ray), u));
   }
   for (std::uint32_t j = 0; j < b.edges; ++j)
     holds[j] = side[j] >= 0 && side[(j + 1) % b.edges] <= 0;
@@ -289,6 +295,7 @@ std::uint32_t exact_place::steepest_edge(const tied_slot& t, const exact_xy& u) 
   const gauge_block& b = table_.blocks[table_.block_of[t.slot]];
   const xy rounded = to_nearest(u);
   std::vector<rounded_rise> rises;
+  rises.reserve(t.edges);
   double least = -std::numeric_limits<double>::infinity();  // of the largest rise
   for (std::uint32_t k = 0; k < t.edges; ++k) {
     const std::uint32_t e = (t.first_edge + k) % b.edges;
@@ -397,6 +404,7 @@ void exact_place::each_untied_term(Use use) const {
 
 std::vector<exact_place::term> exact_place::tied_terms(const piece_choice& c) const {
   std::vector<term> result;
+  result.reserve(c.slot.size() + tied_slots_.size());
   auto next = c.slot.begin();
   for (const tied_ranks& t : tied_ranks_) {
     for (std::uint32_t k = t.begin; k < t.end; ++k, ++next)

@@ -151,7 +151,7 @@ class exact_place {
   void find_edges(std::span<const std::uint32_t> guess);
   void find_ranks();
   void find_tied_ranks(distance_order& by_distance);
-  bool surely_inside(const gauge_block& b, std::uint32_t edge, const xy& u) const;
+  int sure_side(const xy& v, const xy& u) const;
   tied_slot exact_edges_of(std::uint32_t slot) const;
   xy offset(std::uint32_t slot) const;
   rounded_distance distance(std::uint32_t slot) const;

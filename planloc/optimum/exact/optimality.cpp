@@ -121,7 +121,11 @@ origin_test locate_origin(const std::vector<exact_slope>& s) {
 
 // The pieces of f in force beside the place in some directions.
 struct probes {
-  explicit probes(const exact_place& p) : place(p) {}
+  // Room for `first` directions and some more: fractions are copied where a vector grows.
+  probes(const exact_place& p, std::size_t first) : place(p) {
+    directions.reserve(first + 4);
+    choices.reserve(first + 4);
+  }
 
   void add(exact_xy u) {
     choices.push_back(place.choose(u));
@@ -130,8 +134,9 @@ struct probes {
   std::size_t size() const { return choices.size(); }
   optimality supported_by(std::span<const std::pair<std::size_t, double>> shares) {
     optimality result;
+    result.support.reserve(shares.size());
     for (const auto& [k, share] : shares)
-      result.support.push_back({share, std::move(choices[k]), directions[k]});
+      result.support.push_back({share, std::move(choices[k]), std::move(directions[k])});
     return result;
   }
 
@@ -210,7 +215,7 @@ std::optional<optimality> test_in_doubles(probes& found) {
 }  // namespace
 
 optimality test_optimality(const exact_place& place, const std::vector<xy>& first) {
-  probes found(place);
+  probes found(place, first.size());
   for (const xy& u : first) {
     if (u.x != 0 || u.y != 0) found.add(to_exact(u));
   }
