@@ -44,4 +44,6 @@ def verify(answer: Answer | Comparison | Depots | Tied) -> Verification:
     >>> bool(planloc.verify(answer))
     True
     """
+    if not isinstance(answer, (Answer, Comparison, Depots, Tied)):
+        raise ValueError(f"{answer!r} is no answer of a search")
     return answer.verify()

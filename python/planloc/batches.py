@@ -14,7 +14,7 @@ import numpy as np
 import numpy.typing as npt
 
 from planloc import _core
-from planloc.checks import count, limit
+from planloc.checks import array, count, limit
 from planloc.cluster import Part, share_out
 from planloc.columns import Columns, Drawn, drawn
 from planloc.display import Density, Map, Shown
@@ -193,10 +193,15 @@ def scenarios(
     >>> planloc.scenarios(problem, {"new": [1, 2, 3]}).values
     array([7., 4., 0.])
     """
+    if not isinstance(problem, Problem):
+        raise ValueError(f"{problem!r} is no planloc.Problem")
     columns = Columns.of(problem, changes)
     several = columns.new is not None
-    if at is not None and len(at) != 2:
-        raise ValueError(f"at is {at!r}: must be a place (x, y)")
+    if at is not None:
+        place = array("at", at)
+        if place.shape != (2,):
+            raise ValueError(f"at is {at!r}: must be a place (x, y)")
+        at = float(place[0]), float(place[1])
     if several:
         require_plain(problem)
         if at is not None:
@@ -204,7 +209,7 @@ def scenarios(
     limits = dict(
         gap=limit("gap", gap if gap is not None else (1e-4 if several else 0.0)), at=at,
         seconds=limit("time_limit", time_limit), existing=places_beside(problem, existing),
-        starts=count("starts", starts), bound=bound,
+        starts=count("starts", starts), bound=bool(bound),
     )  # fmt: skip
     bar = _Bar(columns.count) if progress else None
     if client is None:

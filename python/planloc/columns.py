@@ -10,7 +10,7 @@ import numpy as np
 import numpy.typing as npt
 
 from planloc import _core
-from planloc.checks import count
+from planloc.checks import array, count, counts, number
 from planloc.order import Order
 from planloc.problem import Problem, as_gauges, as_order
 
@@ -52,9 +52,10 @@ def drawn(k: int, *, spread: float, seed: int = 0) -> Drawn:
     array([[ 9.02, 16.71],
            [ 9.29, 20.5 ]])
     """
-    if not 0.0 <= spread < 1.0:
+    share = number("spread", spread)
+    if not 0.0 <= share < 1.0:
         raise ValueError(f"spread is {spread}: must be from 0 to below 1")
-    return Drawn(count("k", k, most=2**53), spread, count("seed", seed, most=2**64 - 1))
+    return Drawn(count("k", k, most=2**53), share, count("seed", seed, most=2**64 - 1))
 
 
 @dataclass(frozen=True)
@@ -97,6 +98,8 @@ class Columns:
         ValueError
             If a column is unknown or does not fit the others.
         """
+        if not isinstance(changes, Mapping):
+            raise ValueError("changes has to be a mapping from names to columns")
         unknown = set(changes) - {"weight", "objective", "gauge", "new", "seed"}
         if unknown:
             raise ValueError(f"changes has {sorted(unknown)}: known are weight, objective, gauge, "
@@ -107,8 +110,8 @@ class Columns:
             raise ValueError("several depots minimise the plain sum: leave objective out")
         weight = _weight(changes.get("weight"), len(problem))
         columns: dict[str, Any] = {
-            "objective": _choices(changes.get("objective"), as_order),
-            "gauge": _choices(changes.get("gauge"), lambda g: tuple(as_gauges(g))),
+            "objective": _choices("objective", changes.get("objective"), as_order),
+            "gauge": _choices("gauge", changes.get("gauge"), lambda g: tuple(as_gauges(g))),
             "new": _counts("new", changes.get("new"), np.uint32),
             "seed": _counts("seed", changes.get("seed"), np.uint64),
         }
@@ -159,21 +162,25 @@ class Columns:
 def _weight(given: Any, n: int) -> npt.NDArray[np.float64] | Drawn | None:
     if given is None or isinstance(given, Drawn):
         return given
-    rows = np.asarray(given, float)
+    rows = array("weight", given)
     if rows.ndim != 2 or rows.shape[1] != n:
         raise ValueError(f"weight has to have a row a scenario, of {n} entries each")
     return rows
 
 
-def _choices(given: Sequence[Any] | None, read: Any) -> Choices | None:
-    return None if given is None else Choices.of([read(entry) for entry in given])
+def _choices(name: str, given: Sequence[Any] | None, read: Any) -> Choices | None:
+    if given is None:
+        return None
+    if isinstance(given, str) or not np.iterable(given):
+        raise ValueError(f"{name} needs an entry for each scenario")
+    return Choices.of([read(entry) for entry in given])
 
 
 def _counts(name: str, given: Any, kind: Any) -> Any:
     """A column of numbers, or one for all scenarios."""
     if given is None:
         return None
-    numbers = np.asarray(given)
-    if numbers.ndim > 1 or numbers.dtype.kind not in "iu" or (numbers < 0).any():
-        raise ValueError(f"{name} needs a number from 0 on for each scenario, or one for all")
-    return numbers.astype(kind)
+    numbers = counts(name, given, kind)
+    if numbers.ndim > 1:
+        raise ValueError(f"{name} needs a number for each scenario, or one for all")
+    return numbers

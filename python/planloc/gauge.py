@@ -19,7 +19,7 @@ import numpy as np
 import numpy.typing as npt
 
 from planloc import _core
-from planloc.checks import limit
+from planloc.checks import array, count, limit, number
 
 __all__ = [
     "Gauge", "euclid", "l1", "linf", "lp", "octagon", "parse", "polygon", "read", "regular",
@@ -55,7 +55,7 @@ class Gauge:
         return _core.Gauge.polyhedral(np.array(self.vertices, float).reshape(-1, 2))
 
     def __call__(self, x: float, y: float) -> float:
-        return self.core(x, y)
+        return self.core(number("x", x), number("y", y))
 
     def __getstate__(self) -> tuple[str, float, tuple[tuple[float, float], ...]]:
         return self.name, self.p, self.vertices
@@ -67,7 +67,7 @@ class Gauge:
         """The unit ball as a polygon: its vertices, or `corners` places around a smooth one."""
         if self.vertices:
             return np.array(self.vertices)
-        angle = np.linspace(0.0, 2.0 * math.pi, corners, endpoint=False)
+        angle = np.linspace(0.0, 2.0 * math.pi, count("corners", corners), endpoint=False)
         places = np.column_stack([np.cos(angle), np.sin(angle)])
         lengths = np.array([self(x, y) for x, y in places])
         return np.divide(places, lengths[:, np.newaxis])
@@ -86,19 +86,32 @@ def polygon(vertices: npt.ArrayLike) -> Gauge:
     ValueError
         If the polygon is not convex or does not hold the origin in its interior.
     """
-    return _of(_core.Gauge.polyhedral(np.asarray(vertices, float)))
+    return _of(_core.Gauge.polyhedral(array("vertices", vertices)))
+
+
+def _direction(k: int, n: int) -> tuple[float, float]:
+    """The k-th of n directions that divide the turn evenly, the first to the east: symmetric to the
+    axes and diagonals, without the rounding of multiples of pi."""
+    octant, rest = divmod(8 * k, n)
+    odd = octant % 2 == 1
+    share = (n - rest if odd else rest) / n
+    c, s = math.cos(share * math.pi / 4), math.sin(share * math.pi / 4)
+    if share == 1:
+        c = s = math.sqrt(0.5)
+    turned = [(c, s), (s, c), (-s, c), (-c, s), (-c, -s), (-s, -c), (s, -c), (c, -s)]
+    x, y = turned[octant % 8]
+    return x + 0.0, y + 0.0  # no -0
 
 
 def regular(n: int) -> Gauge:
     """The regular polygon with n vertices at distance 1, the first at (1, 0)."""
-    angle = 2.0 * math.pi * np.arange(n) / n
-    return polygon(np.column_stack([np.cos(angle), np.sin(angle)]))
+    corners = count("n", n, least=3, most=10_000)
+    return polygon([_direction(k, corners) for k in range(corners)])
 
 
 def octagon() -> Gauge:
     """The regular octagon with its vertices at distance 1 on axes and diagonals."""
-    d = math.sqrt(0.5)
-    return polygon([(1, 0), (d, d), (0, 1), (-d, d), (-1, 0), (-d, -d), (0, -1), (d, -d)])
+    return regular(8)
 
 
 def l1() -> Gauge:
@@ -118,7 +131,7 @@ def euclid() -> Gauge:
 
 def lp(p: float) -> Gauge:
     """(|x|^p + |y|^p)^(1/p), p from 1 on, infinity included."""
-    return _of(_core.Gauge.lp(p))
+    return _of(_core.Gauge.lp(number("p", p)))
 
 
 _COMPASS = ("E", "ENE", "NE", "NNE", "N", "NNW", "NW", "WNW",
@@ -160,14 +173,15 @@ def speeds(by_direction: Mapping[str, float]) -> Gauge:
     2.0
     """
     reached = []
+    if not isinstance(by_direction, Mapping):
+        raise ValueError("speeds needs a mapping from directions to speeds")
     for direction, speed in by_direction.items():
         if direction not in _COMPASS or not limit("speed", speed) > 0:
             raise ValueError(
                 f"speed {direction}={speed}: directions are {', '.join(_COMPASS)}, and speeds "
                 "above 0"
             )
-        angle = 2 * math.pi * _COMPASS.index(direction) / len(_COMPASS)
-        x, y = (round(f(angle), 15) for f in (math.cos, math.sin))
+        x, y = _direction(_COMPASS.index(direction), len(_COMPASS))
         reached.append((x * speed, y * speed))
     hull = _hull(reached)
     if len(hull) < 3:
@@ -195,33 +209,46 @@ _NAMED: dict[str, Callable[[], Gauge]] = {
     "l1": l1,
     "linf": linf,
     "euclid": euclid,
+    "euclidean": euclid,
+    "l2": euclid,
     "octagon": octagon,
 }
 
 
-def _pairs(text: str) -> dict[str, float]:
-    parts = [part.partition("=") for part in text.split(",")]
-    return {direction.strip(): float(speed) for direction, _, speed in parts}
+def _speeds_of(text: str) -> Gauge:
+    by_direction: dict[str, float] = {}
+    for part in text.split(","):
+        direction, _, speed = (field.strip() for field in part.partition("="))
+        if direction in by_direction:
+            raise ValueError(f"the speed to the {direction} is given twice")
+        by_direction[direction] = number(f"speed {direction}", speed)
+    return speeds(by_direction)
+
+
+_WITH_NUMBERS: dict[str, tuple[str, Callable[[str], Gauge]]] = {
+    "lp": ("lp:P", lambda text: lp(number("p", text))),
+    "regular": ("regular:N", lambda text: regular(int(number("n", text)))),
+    "speed": ("speed:E=60,N=30,...", _speeds_of),
+}
 
 
 def parse(text: str) -> Gauge:
     """What the tool's option `--gauge` takes: `l1`, `linf`, `euclid`, `octagon`, `lp:1.5`,
-    `regular:12`, `speed:E=60,N=30,W=60,S=30`.
+    `regular:12`, `speed:E=60,N=30,W=60,S=30`. Files are for `read`.
 
     Raises
     ------
     ValueError
         If there is no such gauge.
     """
-    if text in _NAMED:
-        return _NAMED[text]()
-    name, _, argument = text.partition(":")
-    makers: dict[str, Callable[[], Gauge]] = {
-        "lp": lambda: lp(float(argument)),
-        "regular": lambda: regular(int(argument)),
-        "speed": lambda: speeds(_pairs(argument)),
-    }
-    if name not in makers:
-        known = ", ".join([*_NAMED, "lp:P", "regular:N", "speed:E=60,N=30,..."])
+    name, colon, rest = text.partition(":") if isinstance(text, str) else ("", "", "")
+    if name in _NAMED and not colon:
+        return _NAMED[name]()
+    if name not in _WITH_NUMBERS:
+        known = ", ".join(["l1", "linf", "euclid", "octagon", *(f for f, _ in _WITH_NUMBERS.values())])
         raise ValueError(f"unknown gauge {text!r}: one of {known}")
-    return makers[name]()
+    form, make = _WITH_NUMBERS[name]
+    try:
+        return make(rest)
+    except ValueError as error:
+        raise ValueError(f"gauge {text!r}: must be {form}: {error}") from None

@@ -16,6 +16,7 @@ import numpy as np
 import numpy.typing as npt
 
 from planloc import _core
+from planloc.checks import array, count, number
 
 __all__ = [
     "Order", "anti_centrum", "cent_dian", "centre", "given", "k_centrum", "median",
@@ -43,7 +44,7 @@ class Order:
 
     def weights(self, n: int) -> npt.NDArray[np.float64]:
         """One order weight for each of n sites."""
-        places = np.zeros((n, 2))
+        places = np.zeros((count("n", n), 2))
         places[:, 0] = np.arange(n)
         p = _core.Problem(
             places, np.ones(n), np.zeros(n, np.uint32), [_core.Gauge.l1()], self.core(), None, []
@@ -63,22 +64,22 @@ def centre() -> Order:
 
 def k_centrum(k: int) -> Order:
     """The sum of the k largest distances."""
-    return Order("k_centrum", (k,))
+    return Order("k_centrum", (count("k", k),))
 
 
 def cent_dian(alpha: float) -> Order:
     """(1 - alpha) times the mean of the distances, and alpha times the largest."""
-    return Order("cent_dian", (alpha,))
+    return Order("cent_dian", (number("alpha", alpha),))
 
 
 def trimmed(low: int, high: int) -> Order:
     """The sum without the `low` smallest and the `high` largest distances."""
-    return Order("trimmed_mean", (low, high))
+    return Order("trimmed_mean", (count("low", low), count("high", high)))
 
 
 def anti_centrum(k: int) -> Order:
     """The sum of the k smallest distances."""
-    return Order("anti_centrum", (k,))
+    return Order("anti_centrum", (count("k", k),))
 
 
 def range() -> Order:
@@ -88,22 +89,26 @@ def range() -> Order:
 
 def order_statistic(k: int) -> Order:
     """The k-th smallest distance, k from 1."""
-    return Order("order_statistic", (k,))
+    return Order("order_statistic", (count("k", k),))
 
 
 def quantile(q: float) -> Order:
     """The smallest distance within which a share q of the sites lies."""
-    return Order("quantile", (q,))
+    return Order("quantile", (number("q", q),))
 
 
 def given(weights: npt.ArrayLike) -> Order:
     """These weights, one for each site, the one of the smallest distance first."""
-    return Order("given", tuple(float(w) for w in np.asarray(weights, float).ravel()))
+    row = array("order_weights", weights)
+    if row.ndim != 1:
+        raise ValueError("order_weights needs one number for each site")
+    return Order("given", tuple(row.tolist()))
 
 
 _NAMED: dict[str, tuple[Callable[..., Order], tuple[type, ...]]] = {
     "median": (median, ()),
     "centre": (centre, ()),
+    "center": (centre, ()),
     "k-centrum": (k_centrum, (int,)),
     "cent-dian": (cent_dian, (float,)),
     "trimmed": (trimmed, (int, int)),
@@ -115,16 +120,21 @@ _NAMED: dict[str, tuple[Callable[..., Order], tuple[type, ...]]] = {
 
 
 def parse(text: str) -> Order:
-    """What the tool's option `--objective` takes: `median`, `k-centrum:5`, `trimmed:2,3`.
+    """What the tool's option `--objective` takes: `median`, `k-centrum:5`, `trimmed:2,3`, and
+    `weights:FILE` with order weights between blanks.
 
     Raises
     ------
     ValueError
         If the name is unknown, or does not go with the numbers behind it.
     """
-    name, _, rest = text.partition(":")
+    name, _, rest = text.partition(":") if isinstance(text, str) else ("", "", "")
+    if name == "weights" and rest:
+        with open(rest, encoding="utf-8") as file:
+            return given(file.read().split())
     if name not in _NAMED:
-        raise ValueError(f"unknown objective {text!r}: one of {', '.join(_NAMED)}")
+        known = ", ".join(known for known in _NAMED if known != "center")
+        raise ValueError(f"unknown objective {text!r}: one of {known}, weights:FILE")
     make, kinds = _NAMED[name]
     fields = rest.split(",") if rest else []
     try:

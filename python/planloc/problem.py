@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import os
 from collections.abc import Sequence
 from dataclasses import InitVar, dataclass, field
 from typing import Any, TypeAlias, Union
@@ -13,6 +14,7 @@ from planloc import _core
 from planloc import gauge as gauges_of_plane
 from planloc import geo
 from planloc import order as orders
+from planloc.checks import array, counts, number
 from planloc.gauge import Gauge
 from planloc.order import Order
 from planloc.region import Region, as_region
@@ -30,9 +32,16 @@ def _as_gauge(given: Any) -> Gauge:
 
 
 def as_gauges(gauge: GaugeLike) -> list[Gauge]:
-    """The gauges that are meant, by name or as they are."""
+    """The gauges that are meant, by name, those of a file, or as they are."""
     given: Any = gauge
-    if isinstance(gauge, (str, Gauge)) or not np.iterable(gauge):
+    if isinstance(gauge, str):
+        try:
+            return [gauges_of_plane.parse(gauge)]
+        except ValueError:
+            if not os.path.isfile(gauge):
+                raise
+            return gauges_of_plane.read(gauge)
+    if isinstance(gauge, Gauge) or not np.iterable(gauge):
         given = [gauge]
     return [_as_gauge(g) for g in given]
 
@@ -46,18 +55,19 @@ def as_order(objective: OrderLike) -> Order:
 
 def as_numbers(given: npt.ArrayLike | None, n: int) -> npt.NDArray[np.uint32]:
     """The gauge numbers of n sites; all 0 if none are given."""
-    numbers = np.zeros(n, np.uint32) if given is None else np.asarray(given)
-    if numbers.shape != (n,) or numbers.dtype.kind not in "iu" or (numbers < 0).any():
-        raise ValueError(f"gauge_column has to hold a number from 0 on for each of {n} sites")
-    return np.ascontiguousarray(numbers, np.uint32)
+    return np.zeros(n, np.uint32) if given is None else counts("gauge_column", given, np.uint32)
 
 
 def as_places(sites: Any) -> tuple[npt.NDArray[np.float64], geo.Frame | None]:
     """The coordinates of an array or a frame, and where those of a frame come from."""
     if geo.is_frame(sites):
         return geo.read(sites)
-    places = np.ascontiguousarray(sites, float)
-    return places if places.size else places.reshape(-1, 2), None
+    places = array("sites", sites)
+    if not places.size:
+        return np.empty((0, 2)), None
+    if places.ndim != 2 or places.shape[1] != 2:
+        raise ValueError(f"sites needs an array of shape (n, 2), not {places.shape}")
+    return places, None
 
 
 def as_column(sites: Any, name: str, given: Any) -> Any:
@@ -88,7 +98,7 @@ class Problem:
     weight : array of shape (n,), or a column of the frame, optional
         Positive; 1 if left out.
     gauge : str, Gauge, or a sequence of them
-        See `planloc.gauge`.
+        See `planloc.gauge`; also the name of a gauge file.
     gauge_column : array of shape (n,), or a column of the frame, optional
         The number of each site's gauge among `gauge`, from 0; all 0 if left out.
     objective : str, Order or array of shape (n,)
@@ -129,7 +139,7 @@ class Problem:
     def __post_init__(self, order_weights: npt.ArrayLike | None) -> None:
         objective: OrderLike = self.objective
         if order_weights is not None:
-            if objective != "median":
+            if not isinstance(objective, str) or objective != "median":
                 raise ValueError("objective and order_weights say the same: give one of them")
             objective = order_weights
         sites, frame = as_places(self.sites)
@@ -137,8 +147,8 @@ class Problem:
         weight = as_column(self.sites, "weight", self.weight)
         chosen = as_column(self.sites, "gauge_column", self.gauge_column)
         self._set(
-            np.ascontiguousarray(sites, float),
-            np.ones(n) if weight is None else np.ascontiguousarray(weight, float),
+            sites,
+            np.ones(n) if weight is None else array("weight", weight),
             tuple(as_gauges(self.gauge)),
             as_numbers(chosen, n),
             as_order(objective),
@@ -201,8 +211,8 @@ class Problem:
 
     def value(self, x: float, y: float) -> float:
         """The objective at (x, y)."""
-        return self.core.value(x, y)
+        return self.core.value(number("x", x), number("y", y))
 
     def distances(self, x: float, y: float) -> npt.NDArray[np.float64]:
         """The weighted distance of every site at (x, y)."""
-        return self.core.distances(x, y)
+        return self.core.distances(number("x", x), number("y", y))

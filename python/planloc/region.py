@@ -9,6 +9,7 @@ import numpy as np
 import numpy.typing as npt
 
 from planloc import geo
+from planloc.checks import array
 
 __all__ = ["Region", "as_region"]
 
@@ -77,7 +78,7 @@ def _depth(value: Any) -> int:
 
 
 def _ring(corners: Any) -> Places:
-    places = np.asarray(corners, float)
+    places = array("the ring of a region", corners)
     if places.ndim != 2 or places.shape[1] != 2:
         raise ValueError("the ring of a region needs an array of shape (k, 2)")
     return places

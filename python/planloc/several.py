@@ -11,7 +11,7 @@ import numpy as np
 import numpy.typing as npt
 
 from planloc import _core, geo, order
-from planloc.checks import count, limit
+from planloc.checks import array, callback, count, limit
 from planloc.display import Map
 from planloc.found import Found, Verification
 from planloc.gauge import Gauge
@@ -111,8 +111,8 @@ def depots(
     there = places_beside(problem, existing)
     found = _core.allocate(
         problem.core, count("new", new), there, count("seed", seed, most=2**64 - 1),
-        count("starts", starts), limit("time_limit", time_limit), count("threads", threads), bound,
-        limit("gap", gap), progress,
+        count("starts", starts), limit("time_limit", time_limit), count("threads", threads),
+        bool(bound), limit("gap", gap), callback("progress", progress),
     )  # fmt: skip
     return Depots(problem, there, found)
 
@@ -132,7 +132,7 @@ def places_beside(problem: Problem, existing: Any) -> Places:
         if frame is not None and None not in (frame.planar, existing.crs):
             existing, frame = existing.to_crs(frame.planar), None
         existing = geo.coordinates(existing)
-    there = np.array(existing, float)
+    there = array("existing", existing).copy()
     if there.size == 0:
         return there.reshape(0, 2)
     if there.ndim != 2 or there.shape[1] != 2:
@@ -208,12 +208,14 @@ def tied(
     """
     places, frame = as_places(sites)
     gauges = as_gauges(gauge)
-    shares = [as_column(sites, "share", row) for row in share]
+    if not np.iterable(share) or isinstance(share, str):
+        raise ValueError("share needs a column or an array of weights for each facility")
+    shares = [array("share", as_column(sites, "share", row)) for row in share]
     data = _TiedData(
         places.copy(),
         as_numbers(as_column(sites, "gauge_column", gauge_column), len(places)),
-        np.atleast_2d(np.array(shares, float)),
-        np.atleast_2d(np.array(flow, float)),
+        np.atleast_2d(array("share", shares)),
+        np.atleast_2d(array("flow", flow).copy()),
         (*gauges, *(as_gauges(tie_gauge) if tie_gauge is not None else gauges[:1])),
         frame,
     )

@@ -11,7 +11,7 @@ import numpy as np
 import numpy.typing as npt
 
 from planloc import _core
-from planloc.checks import count, limit
+from planloc.checks import callback, count, limit
 from planloc.display import Map
 from planloc.found import Found, Verification
 from planloc.problem import GaugeLike, OrderLike, Problem
@@ -64,7 +64,10 @@ class Answer(Found):
 
     def verify(self, problem: Problem | None = None) -> Verification:
         """Prove the lower bound anew, from the certificate and the problem alone."""
-        return Verification(*_core.verify((problem or self.problem).core, self.solution))
+        of = self.problem if problem is None else problem
+        if not isinstance(of, Problem):
+            raise ValueError(f"{of!r} is no planloc.Problem")
+        return Verification(*_core.verify(of.core, self.solution))
 
 
 def solve(
@@ -124,6 +127,6 @@ def solve(
     )  # fmt: skip
     found = _core.minimise(
         p.core, limit("gap", gap), limit("time_limit", time_limit), count("threads", threads),
-        whole_set, progress,
+        bool(whole_set), callback("progress", progress),
     )  # fmt: skip
     return Answer(p, found)

@@ -11,7 +11,7 @@ import numpy as np
 import numpy.typing as npt
 
 from planloc import _core
-from planloc.checks import limit
+from planloc.checks import array, limit
 from planloc.display import Map, Shown
 from planloc.found import Verification
 from planloc.gauge import Gauge
@@ -176,11 +176,11 @@ def compare(
     places, frame = as_places(sites)
     if not np.iterable(weights) or isinstance(weights, str) or len(weights) != 2:
         raise ValueError("weights has to be two columns or arrays of weights")
-    columns = [as_column(sites, "weights", w) for w in weights]
+    columns = [array("weights", as_column(sites, "weights", w)) for w in weights]
     first, second = objective if isinstance(objective, tuple) else (objective, objective)
     data = _BicriteriaData(
         places.copy(),
-        np.array(columns, float),
+        array("weights", columns),
         as_numbers(as_column(sites, "gauge_column", gauge_column), len(places)),
         tuple(as_gauges(gauge)),
         (as_order(first), as_order(second)),

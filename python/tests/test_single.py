@@ -76,6 +76,18 @@ def test_pickles_are_the_same_and_still_proved():
     (lambda: planloc.solve([(0, 0)], objective="centre", order_weights=[1]), "give one of them"),
     (lambda: planloc.solve([(0, 0)], order_weights=[1, 2]), "2 order weights for 1 site"),
     (lambda: gauge.polygon([(1, 0), (2, 0), (3, 1)]), "origin"),
+    (lambda: gauge.l1()("a", 1), "x is 'a': must be a number"),
+    (lambda: gauge.parse("regular:x"), "must be regular:N"),
+    (lambda: gauge.parse("speed:E=1,N=1,E=2"), "E is given twice"),
+    (lambda: order.k_centrum(-1), "k is -1"),
+    (lambda: planloc.Problem([(0, 0)]).value(0, None), "y is None"),
+    (lambda: planloc.solve(7), "shape"),
+    (lambda: planloc.solve([(0, 0)], weight=[1j]), "weight needs .*complex"),
+    (lambda: planloc.solve([(0, 0)], weight=[10**400]), "weight needs .*too large"),
+    (lambda: planloc.solve([(0, 0)], weight=np.ma.array([1.0], mask=[True])), "weight .*masked"),
+    (lambda: planloc.solve([(0, 0)], gauge_column=[2**32]), "gauge_column needs whole numbers"),
+    (lambda: planloc.solve([(0, 0)], progress=True), "progress is True"),
+    (lambda: planloc.verify("optimal"), "'optimal' is no answer"),
 ])  # fmt: skip
 def test_bad_input_is_a_value_error(call, text):
     with pytest.raises(ValueError, match=text):
@@ -132,12 +144,23 @@ def test_gauges_from_speeds_and_files(tmp_path):
     block = "begin {polygauge}\n2 0\n0 2\n-2 0\n0 -2\nend {polygauge}\n"
     file.write_text("begin {polygaugelist}\n" + 2 * block + "end {polygaugelist}\n")
     assert [g(1, 1) for g in gauge.read(file)] == [1, 1]
+    by_file = planloc.solve([(0, 0), (4, 0), (1, 3)], gauge=str(file), gauge_column=[0, 1, 1])
+    assert len(by_file.problem.gauge) == 2
     file.write_text(block.replace("0 2", "0 two"))
     with pytest.raises(ValueError, match="two.gauge:3:"):
         gauge.read(file)
     for bad in ("speed:E=60,W=60", "speed:E=0,N=1,S=1", "speed:up=3"):
         with pytest.raises(ValueError):
             gauge.parse(bad)
+
+
+def test_words_are_those_of_the_tool(tmp_path):
+    (tmp_path / "weights").write_text("0 0.5\n1\n")
+    assert order.parse(f"weights:{tmp_path}/weights") == order.given([0, 0.5, 1])
+    assert order.parse("center") == order.centre()
+    assert gauge.parse("l2") == gauge.parse("euclidean") == gauge.euclid()
+    assert gauge.parse("lp:inf") == gauge.linf()
+    assert gauge.regular(8) == gauge.octagon() and gauge.regular(4) == gauge.l1()
 
 
 def test_order_weights_by_name():
