@@ -148,8 +148,8 @@ auto limited(double seconds, Search search) {
   Options options;
   options.seconds = seconds;
   return interruptible(
-      [&](std::stop_token stop) {
-        options.stop = std::move(stop);
+      [&](const std::stop_token& stop) {
+        options.stop = stop;
         return search(options);
       },
       [] {});
