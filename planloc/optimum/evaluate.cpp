@@ -365,7 +365,7 @@ evaluator::evaluator(const problem& p, const distance_table& table)
 }
 
 // The slope of a slot's distance at the place that was evaluated last.
-inline xy evaluator::slope_of(std::size_t slot, const xy& at) const {
+xy evaluator::slope_of(std::size_t slot, const xy& at) const {
   const gauge_block& b = table_.blocks[table_.block_of[slot]];
   if (b.kind != gauge::shape::polyhedral || edge_.empty()) return table_.piece(slot, at).slope;
   const xy& n = table_.edges[b.first_edge + edge_[slot]].normal;

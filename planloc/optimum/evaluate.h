@@ -136,6 +136,20 @@ class evaluator {
   // The piece in force at `at`, by sites. The multiplier is left at 0.
   affine_piece piece_at(const xy& at);
 
+  // Evaluates at `at`, where the gauges are polyhedral, and passes each slot with its order weight
+  // and the slope of its distance.
+  template <class Use>
+  void each_term(const xy& at, Use use) {
+    (*this)(at);
+    std::size_t k = 0;
+    for (const order_run& run : problem_.runs()) {
+      for (const std::size_t end = k + run.count; k < end; ++k) {
+        const auto slot = order_.empty() ? static_cast<std::uint32_t>(k) : order_[k].slot;
+        use(slot, run.weight, slope_of(slot, at));
+      }
+    }
+  }
+
   // A distance from `at` within which, in either coordinate, all places lie that are no worse.
   double level_radius(const evaluation& e);
 

@@ -38,7 +38,7 @@ fraction_pair exact_place_of(const xy& point, const exact_point& exact) {
 namespace {
 
 void check_ranks(const problem& p, const affine_piece& piece, const std::string& name) {
-  if (p.runs().size() == 1) return;
+  if (p.runs().size() == 1 && piece.rank.empty()) return;
   if (piece.rank.size() != p.sites().size()) refuse(name + ": one rank a site is needed");
   std::vector<bool> taken(piece.rank.size());
   for (std::size_t i = 0; i < piece.rank.size(); ++i) {

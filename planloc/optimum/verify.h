@@ -1,11 +1,13 @@
 // Checks an answer without trusting the search. The bound is recomputed from the certificate and
 // the problem alone, by code that the search does not use.
 //
-// Polyhedral gauges: in fractions. The value is that of the exact place (`solution::exact`, or the
-// point itself); `gap` is exactly 0 if and only if this place is proved to be an optimum. The
-// doubles `point`, `value` and `lower_bound` must then be roundings of the exact ones: the point
-// within one unit in the last place, value and bound within 2^-44 of the sum of the terms'
-// magnitudes. Other gauges: in intervals that are rounded outwards.
+// Polyhedral gauges: in fractions; `value` and `lower_bound` are the doubles next to the exact
+// number, or of convex problems with more than 256 edges in force within 1e-13 of it. The value is
+// that of the exact place (`solution::exact`, or the point itself); `gap` is exactly 0 if and only
+// if this place is proved to be an optimum. The doubles `point`, `value` and `lower_bound` must
+// then be roundings of the exact ones: the point within one unit in the last place, value and bound
+// within 2^-44 of the sum of the terms' magnitudes. Other gauges: in intervals that are rounded
+// outwards.
 //
 // A certificate that does not hold is refused with the reason: a multiplier, an edge or an order
 // that was changed, a piece left out.

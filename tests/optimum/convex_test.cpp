@@ -224,6 +224,40 @@ TEST(Convex, NormsAndTheirDerivatives) {
   }
 }
 
+// Break lines by the ten millions: values in doubles do not tell neighbouring crossings apart, and
+// sums in fractions would take minutes.
+TEST(Convex, ManyVertices) {
+  const struct {
+    unsigned seed;
+    int vertices;
+    order_weights lambda;
+  } cases[] = {{1, 1000, order_weights::median()}, {3, 2000, order_weights::cent_dian(0.5)}};
+  for (const auto& c : cases) {
+    instance_source source(c.seed);
+    std::vector<gauge> gauges;
+    for (int g = 0; g < 200; ++g) gauges.push_back(source.ball(c.vertices));
+    auto sites = source.sites(layout::scattered, 20000, 200);
+    for (site& s : sites) s.weight = source.uniform(0.5, 3);
+    const problem p(sites, gauges, c.lambda);
+    minimise_options options;
+    options.seconds = 60;
+    const solution s = minimise(p, options);
+    expect_proved(p, s);
+    EXPECT_TRUE(verify(p, s).optima_proved);
+    const std::function<void(solution&)> spoils[] = {
+        [](solution& t) { t.value *= 1 + 1e-12; }, [](solution& t) { t.lower_bound *= 1 + 1e-12; },
+        [](solution& t) {
+          for (auto& e : std::get<convex_certificate>(t.proof).pieces[0].edge) e ^= 1;
+        },
+        [](solution& t) { std::get<convex_certificate>(t.proof).pieces[0].multiplier += 1e-4; }};
+    for (const auto& spoil : spoils) {
+      solution spoiled = s;
+      spoil(spoiled);
+      EXPECT_FALSE(verify(p, spoiled).accepted);
+    }
+  }
+}
+
 TEST(Convex, PublishedPlaces) {
   const gauge e = gauge::euclidean();
   const auto solve = [](const std::vector<site>& sites, const gauge& g, const order_weights& o) {

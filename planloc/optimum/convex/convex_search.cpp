@@ -9,6 +9,7 @@
 #include "planloc/optimum/convex/cut_model.h"
 #include "planloc/optimum/convex/euclidean_centre.h"
 #include "planloc/optimum/convex/exact_cuts.h"
+#include "planloc/optimum/convex/excess.h"
 #include "planloc/optimum/convex/far_sites.h"
 #include "planloc/optimum/convex/optimal_face.h"
 #include "planloc/optimum/convex/smooth_median.h"
@@ -45,6 +46,11 @@ constexpr double kSiteReach = 1e-4;
 constexpr double kLevelReach = 32;
 // Of the extent: how far from the model's minimiser break lines are looked for.
 constexpr std::array kSnapReaches{1e-13, 1e-10, 1e-7};
+constexpr std::array kCloserReaches{1e-14, 1e-13, 1e-12, 1e-11, 1e-10, 1e-9};
+// Of the value and of the extent: the square in which the search goes on by differences holds the
+// places that are not surely worse, and is no smaller than this.
+constexpr double kCloserLevel = 4 * kRoundingGap;
+constexpr double kLeastSquare = 1e-10;
 // Up to this many sites are not folded.
 constexpr std::size_t kFewSites = 2000;
 constexpr int kMostRounds = 200;
@@ -105,7 +111,9 @@ class convex_search {
   // ----- Exactly -----
 
   void prove();
-  bool prove_snapped(const exact_xy& at);
+  bool prove_near(const cut_model& model, std::span<const double> reaches);
+  cut_model closer_model();
+  bool prove_snapped(const exact_xy& at, const cut_model& model);
   void accept(const exact_place& place, const optimality& o);
   void prove_by_exact_cuts();
   exact_xy absolute(const xy& at) const;
@@ -270,11 +278,11 @@ exact_xy convex_search::absolute(const xy& at) const {
   return {mpq_class(table_.base.x) + at.x, mpq_class(table_.base.y) + at.y};
 }
 
-bool convex_search::prove_snapped(const exact_xy& at) {
+bool convex_search::prove_snapped(const exact_xy& at, const cut_model& model) {
   const exact_place place(problem_, table_, *edges_, at);
   const xy here = to_nearest(exact_xy{at.x - table_.base.x, at.y - table_.base.y});
   std::vector<xy> hints;
-  for (const cut_model::support& s : model_.supports()) {
+  for (const cut_model::support& s : model.supports()) {
     hints.push_back({s.place.x - here.x, s.place.y - here.y});
   }
   const optimality o = test_optimality(place, hints);
@@ -311,21 +319,57 @@ void convex_search::accept(const exact_place& place, const optimality& o) {
   result_.proof = std::move(c);
 }
 
+// At the vertex that the minimiser of a model stands for.
+bool convex_search::prove_near(const cut_model& model, std::span<const double> reaches) {
+  const detail::break_lines lines(problem_, table_, *edges_, model.minimiser(),
+                                  reaches.back() * extent_);
+  std::optional<exact_xy> last;
+  for (const double reach : reaches) {
+    auto snapped = lines.snap(reach * extent_);
+    // A vertex, unless the minimiser lies on an edge or a polygon of optima.
+    if (snapped.lines < 2 && reach != reaches.back()) continue;
+    if (last == snapped.at) continue;
+    if (prove_snapped(snapped.at, model)) return true;
+    last = std::move(snapped.at);
+  }
+  return false;
+}
+
 void convex_search::prove() {
   edges_.emplace(table_);
   for (int round = 0; round < kMostSnaps; ++round) {
-    const detail::break_lines lines(problem_, table_, *edges_, model_.minimiser(),
-                                    kSnapReaches.back() * extent_);
-    for (const double reach : kSnapReaches) {
-      const auto snapped = lines.snap(reach * extent_);
-      // A vertex, unless the minimiser lies on an edge or a polygon of optima.
-      if (snapped.lines < 2 && reach != kSnapReaches.back()) continue;
-      if (prove_snapped(snapped.at)) return;
-    }
+    if (prove_near(model_, kSnapReaches)) return;
+    const cut_model closer = closer_model();
+    if (ended_ || prove_near(closer, kCloserReaches)) return;
     close_gap();
     if (ended_) return;
   }
   prove_by_exact_cuts();
+}
+
+// Many sites and vertices have break lines so close together that values of f cannot tell their
+// crossings apart, but what they are above one of them can.
+cut_model convex_search::closer_model() {
+  const xy from = best_.at;
+  detail::excess f(table_, evaluate_, from);
+  evaluation best = f(from);
+  const double level = best_.value * (1 + kCloserLevel);
+  cut_model model(best, from, std::max(model_.level_box(level).size(), kLeastSquare * extent_));
+  xy last{NAN, NAN};
+  for (int round = 0; round < kMostRounds; ++round) {
+    model.solve();
+    const xy at = model.minimiser();
+    if (at == last || must_end(best_.value - model_.bound())) break;
+    last = at;
+    const evaluation e = f(at);
+    model.add(e);
+    if (e.value < best.value) {
+      best = e;
+      model.recentre(at);
+    }
+    if (model.near_border(best.at)) model.widen(8);
+  }
+  return model;
 }
 
 // Weights over many orders of magnitude leave doubles too far from the vertex to be snapped.

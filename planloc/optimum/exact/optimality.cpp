@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <optional>
 #include <utility>
 
@@ -147,17 +148,28 @@ struct probes {
 
 double dot(const xy& a, const xy& b) { return a.x * b.x + a.y * b.y; }
 
-// The point of the convex hull that is nearest to the origin, if the origin is outside.
-xy nearest_of_hull(const std::vector<rounded_slope>& s) {
-  xy best = s[0].slope;
+// Away from the point of the convex hull that is nearest to the origin, if the origin is outside.
+// Inside a side of the hull it is the side's normal, not the difference of two long slopes that may
+// be nearly opposite.
+xy away_from_hull(const std::vector<rounded_slope>& s) {
+  xy best{0, 0};
+  double least = std::numeric_limits<double>::infinity();
+  const auto try_point = [&](double distance, const xy& direction) {
+    if (distance >= least) return;
+    least = distance;
+    best = direction;
+  };
   for (std::size_t a = 0; a < s.size(); ++a) {
-    for (std::size_t b = 0; b < s.size(); ++b) {
-      const xy& from = s[a].slope;
+    const xy& from = s[a].slope;
+    try_point(std::sqrt(dot(from, from)), {-from.x, -from.y});
+    for (std::size_t b = 0; b < a; ++b) {
       const xy step{s[b].slope.x - from.x, s[b].slope.y - from.y};
+      const double along = -dot(from, step);
       const double length = dot(step, step);
-      const double share = length > 0 ? std::clamp(-dot(from, step) / length, 0.0, 1.0) : 0.0;
-      const xy at{from.x + share * step.x, from.y + share * step.y};
-      if (dot(at, at) < dot(best, best)) best = at;
+      if (!(along > 0 && along < length)) continue;
+      const xy turned{-step.y, step.x};
+      const double side = dot(turned, from);
+      try_point(std::fabs(side) / std::sqrt(length), side > 0 ? xy{-turned.x, -turned.y} : turned);
     }
   }
   return best;
@@ -194,10 +206,10 @@ std::optional<optimality> test_in_doubles(probes& found) {
     if (add_slope()) return found.supported_by(support);
   }
   while (found.size() < kMostRounded) {
-    const xy nearest = nearest_of_hull(slopes);
-    const double size = std::fabs(nearest.x) + std::fabs(nearest.y);
+    const xy away = away_from_hull(slopes);
+    const double size = std::fabs(away.x) + std::fabs(away.y);
     if (!(size > 0)) return {};
-    const xy u{-nearest.x / size, -nearest.y / size};
+    const xy u{away.x / size, away.y / size};
     for (const rounded_slope& s : slopes) {
       if (!surely_falls(s, u)) return {};
     }

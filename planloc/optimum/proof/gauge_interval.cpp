@@ -17,11 +17,26 @@ interval enclosed(const mpq_class& q) {
   return q == d ? interval(d) : widened(d, d);
 }
 
+namespace {
+
+// The cross product of two exact vectors. Their products' roundings count, so a thin cone loses
+// nothing; unless the roundings themselves are below the least numbers.
+interval cone_area(const xy& a, const xy& b) {
+  const double p = a.x * b.y;
+  const double q = a.y * b.x;
+  const auto small = [](double d) { return d != 0 && std::fabs(d) < 0x1p-900; };
+  if (small(p) || small(q)) return cross({a.x, a.y}, {b.x, b.y});
+  const interval lost = interval(std::fma(a.x, b.y, -p)) - interval(std::fma(a.y, b.x, -q));
+  return interval(p) - interval(q) + lost;
+}
+
+}  // namespace
+
 interval_pair edge_normal(const gauge& g, std::size_t j) {
   const std::span<const xy> v = g.vertices();
   const interval_pair a{v[j].x, v[j].y};
   const interval_pair b{v[(j + 1) % v.size()].x, v[(j + 1) % v.size()].y};
-  interval area = cross(a, b);
+  interval area = cone_area(v[j], v[(j + 1) % v.size()]);
   // Positive, since the origin is strictly inside; too thin a cone leaves no more than that.
   area.low = std::max(area.low, std::numeric_limits<double>::denorm_min());
   return {(b.y - a.y) / area, (a.x - b.x) / area};

@@ -51,10 +51,8 @@ class boundary_check {
     const interval_place here(p, place);
     for (const affine_piece& piece : c.pieces) rounded_.push_back(here.seen(piece, c.base));
     if (!p.polyhedral()) return;
-    const normal_table normals = edge_normals(p.gauges());
     const std::vector<double> lambda = listed_weights(p);
-    for (const affine_piece& piece : c.pieces)
-      exact_.push_back(exact_function(p, normals, lambda, piece));
+    for (const affine_piece& piece : c.pieces) exact_.push_back(exact_function(p, lambda, piece));
   }
 
   const verified_regions& where() const { return where_; }

@@ -10,6 +10,8 @@
 #include <optional>
 #include <utility>
 
+#include "planloc/optimum/proof/place_of_contact.h"
+
 namespace planloc::detail {
 
 double rounded_up(const mpq_class& q) {
@@ -25,17 +27,20 @@ mpq_class sum_of(std::span<const mpq_class> terms) {
   return sum_of(terms.first(terms.size() / 2)) + sum_of(terms.subspan(terms.size() / 2));
 }
 
+fraction_pair exact_edge_normal(const gauge& g, std::size_t j) {
+  const std::span<const xy> v = g.vertices();
+  const mpq_class ax(v[j].x), ay(v[j].y);
+  const mpq_class bx(v[(j + 1) % v.size()].x), by(v[(j + 1) % v.size()].y);
+  const mpq_class area = ax * by - ay * bx;
+  return {(by - ay) / area, (ax - bx) / area};
+}
+
 std::vector<std::vector<fraction_pair>> edge_normals(std::span<const gauge> gauges) {
   std::vector<std::vector<fraction_pair>> all;
   for (const gauge& g : gauges) {
-    const std::span<const xy> v = g.vertices();
     std::vector<fraction_pair>& normals = all.emplace_back();
-    for (std::size_t j = 0; j < v.size(); ++j) {
-      const mpq_class ax(v[j].x), ay(v[j].y);
-      const mpq_class bx(v[(j + 1) % v.size()].x), by(v[(j + 1) % v.size()].y);
-      const mpq_class area = ax * by - ay * bx;
-      normals.push_back({(by - ay) / area, (ax - bx) / area});
-    }
+    for (std::size_t j = 0; j < g.vertices().size(); ++j)
+      normals.push_back(exact_edge_normal(g, j));
   }
   return all;
 }
@@ -63,8 +68,8 @@ mpq_class exact_value(const problem& p, const normal_table& normals, const fract
   return sum_of(d);
 }
 
-affine_function exact_function(const problem& p, const normal_table& normals,
-                               const std::vector<double>& lambda, const affine_piece& piece) {
+affine_function exact_function(const problem& p, const std::vector<double>& lambda,
+                               const affine_piece& piece) {
   // Sites with the same edge of the same gauge share its denominator.
   struct load {
     mpq_class weight, x, y;
@@ -82,7 +87,7 @@ affine_function exact_function(const problem& p, const normal_table& normals,
   }
   std::vector<mpq_class> x, y, at_origin;
   for (const auto& [key, total] : loads) {
-    const fraction_pair& n = normals[key.first][key.second];
+    const fraction_pair n = exact_edge_normal(p.gauges()[key.first], key.second);
     x.emplace_back(total.weight * n.x);
     y.emplace_back(total.weight * n.y);
     at_origin.emplace_back(-(total.x * n.x + total.y * n.y));
@@ -121,49 +126,98 @@ std::vector<mpq_class> exact_multipliers(const std::vector<affine_function>& f) 
   return {share[0] / total, share[1] / total, share[2] / total};
 }
 
-struct exact_bound {
-  mpq_class value;
-  fraction_pair slope;  // of the first piece
-};
+constexpr double kMultiplierRounding = 1e-6;
 
-exact_bound bound_of(const problem& p, const normal_table& normals, const convex_certificate& c) {
+[[noreturn]] void refuse_multiplier(std::size_t k) {
+  refuse(piece_name(k) + ": its multiplier is not the one that the slopes determine");
+}
+
+[[noreturn]] void refuse_value() { refuse("the value is not that of the point"); }
+
+[[noreturn]] void refuse_bound() {
+  refuse("the lower bound is above the one that the certificate proves");
+}
+
+// The first piece, if the slopes of all cancel.
+affine_function first_that_cancels(const problem& p, const convex_certificate& c) {
   const std::vector<double> lambda = listed_weights(p);
   std::vector<affine_function> f;
-  for (std::size_t k = 0; k < c.pieces.size(); ++k) {
-    f.push_back(exact_function(p, normals, lambda, c.pieces[k]));
-  }
+  for (const affine_piece& piece : c.pieces) f.push_back(exact_function(p, lambda, piece));
   const std::vector<mpq_class> mu = exact_multipliers(f);
-  mpq_class bound;
   for (std::size_t k = 0; k < f.size(); ++k) {
-    if (!(std::fabs(c.pieces[k].multiplier - mu[k].get_d()) <= 1e-6)) {
-      refuse(piece_name(k) + ": its multiplier is not the one that the slopes determine");
-    }
-    bound += mu[k] * f[k].at_origin;
+    if (!(std::fabs(c.pieces[k].multiplier - mu[k].get_d()) <= kMultiplierRounding))
+      refuse_multiplier(k);
   }
-  return {std::move(bound), f[0].slope};
+  return std::move(f[0]);
+}
+
+// Whether three slopes surely surround 0, with multipliers that the certificate's stand for.
+bool surely_cancel(const convex_certificate& c, const place_of_contact& place) {
+  if (c.pieces.size() != 3) return false;
+  std::array<interval_pair, 3> slope;
+  for (std::size_t k = 0; k < 3; ++k) slope[k] = place.slope(c.pieces[k]);
+  std::array<interval, 3> share;
+  for (std::size_t k = 0; k < 3; ++k) share[k] = cross(slope[(k + 1) % 3], slope[(k + 2) % 3]);
+  if (share[0].high < 0) {
+    for (interval& s : share) s = -s;
+  }
+  for (const interval& s : share) {
+    if (!(s.low > 0)) return false;
+  }
+  const interval total = share[0] + share[1] + share[2];
+  for (std::size_t k = 0; k < 3; ++k) {
+    const interval off = magnitude(interval(c.pieces[k].multiplier) - share[k] / total);
+    if (off.low > kMultiplierRounding) refuse_multiplier(k);
+    if (!(off.high <= kMultiplierRounding)) return false;
+  }
+  return true;
+}
+
+// Nothing if intervals cannot tell whether the slopes cancel and the claims fit.
+std::optional<verification> verify_rounded(const problem& p, const solution& s,
+                                           const convex_certificate& c, const fraction_pair& at,
+                                           const place_of_contact& place) {
+  if (!surely_cancel(c, place)) return std::nullopt;
+  const interval value = place.value(c.pieces[0]);
+  if (!std::isfinite(value.low) || !std::isfinite(value.high)) return std::nullopt;
+  const bool fits_low = stands_for(s.value, mpq_class(value.low));
+  const bool fits_high = stands_for(s.value, mpq_class(value.high));
+  if (s.value < value.low ? !fits_low : s.value > value.high && !fits_high) refuse_value();
+  if (s.lower_bound > value.high && !stands_for(s.lower_bound, mpq_class(value.high)))
+    refuse_bound();
+  if (!fits_low || !fits_high || !(s.lower_bound <= std::max(value.low, s.value)))
+    return std::nullopt;
+  verification v;
+  v.value = value.high;
+  v.lower_bound = value.low;
+  v.accepted = true;
+  v.optima_proved = p.where().whole_plane() && optima_proved(p, s.optima, at, 0, 3, {});
+  return v;
 }
 
 }  // namespace
 
+// Where all pieces touch f and their slopes cancel, the value of the place is the bound.
 verification verify_fractions(const problem& p, const solution& s, const convex_certificate& c) {
-  const auto normals = edge_normals(p.gauges());
-  const auto [bound, slope] = bound_of(p, normals, c);
   const fraction_pair at = exact_place_of(s.point, s.exact);
-  const mpq_class value = exact_value(p, normals, at);
+  const place_of_contact place(p, at);
+  for (std::size_t k = 0; k < c.pieces.size(); ++k) {
+    if (!place.touched_by(c.pieces[k]))
+      refuse("called optimal, but " + piece_name(k) + " is below the value of the place");
+  }
+  if (!place.has_few_edges(c.pieces[0])) {
+    if (std::optional<verification> v = verify_rounded(p, s, c, at, place)) return *v;
+  }
+  const affine_function first = first_that_cancels(p, c);
+  const mpq_class value = first.at_origin + first.slope.x * at.x + first.slope.y * at.y;
+  if (!stands_for(s.value, value)) refuse_value();
+  if (s.lower_bound > value && !stands_for(s.lower_bound, value)) refuse_bound();
   verification v;
   v.value = rounded_up(value);
-  v.lower_bound = rounded_down(bound);
-  v.gap = rounded_up(mpq_class(value - bound));
-  if (value < bound) refuse("the value is below the bound");
-  if (!stands_for(s.value, value)) refuse("the value is not that of the point");
-  if (s.lower_bound > bound && !stands_for(s.lower_bound, bound)) {
-    refuse("the lower bound is above the one that the certificate proves");
-  }
-  if (s.status == solution_status::optimal && value != bound)
-    refuse("called optimal, but the gap is not 0");
+  v.lower_bound = rounded_down(value);
   v.accepted = true;
-  v.optima_proved = value == bound && p.where().whole_plane() &&
-                    optima_proved(p, s.optima, at, value, c.pieces.size(), slope);
+  v.optima_proved = p.where().whole_plane() &&
+                    optima_proved(p, s.optima, at, value, c.pieces.size(), first.slope);
   return v;
 }
 

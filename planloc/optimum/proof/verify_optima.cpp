@@ -43,10 +43,6 @@ class least_set {
     std::iota(all_.begin(), all_.end(), 0U);
   }
 
-  bool is_point(const optimal_set& claimed, const fraction_pair& optimum) const {
-    return claimed.corners.size() == 1 && is_nearest(claimed.corners[0], optimum);
-  }
-
   // The set lies on the line through the optimum along u.
   bool is_on_line(const optimal_set& claimed, const fraction_pair& optimum,
                   const fraction_pair& u) const {
@@ -184,8 +180,8 @@ bool optima_proved(const problem& p, const optimal_set& claimed, const fraction_
   for (const xy& c : claimed.corners) {
     if (!std::isfinite(c.x) || !std::isfinite(c.y)) return false;
   }
+  if (pieces == 3) return claimed.corners.size() == 1 && is_nearest(claimed.corners[0], optimum);
   const least_set set(p, least);
-  if (pieces == 3) return set.is_point(claimed, optimum);
   if (pieces == 2) return set.is_on_line(claimed, optimum, {-slope.y, slope.x});
   return claimed.corners.size() == 2 ? set.is_segment(claimed) : set.is_polygon(claimed);
 }

@@ -38,8 +38,9 @@ bool stands_for(double d, const mpq_class& q);
 // Adjacent terms first: the denominators of different gauges have nothing in common.
 mpq_class sum_of(std::span<const mpq_class> terms);
 
-// For u in the cone of edge j of gauge k, the gauge is normal [k][j] . u. None of a gauge that is
-// not polyhedral.
+// For u in the cone of edge j of a polyhedral gauge, the gauge is normal . u.
+fraction_pair exact_edge_normal(const gauge& g, std::size_t j);
+// Of all gauges and their edges. None of a gauge that is not polyhedral.
 std::vector<std::vector<fraction_pair>> edge_normals(std::span<const gauge> gauges);
 
 // lambda_1 ... lambda_n.
@@ -61,8 +62,8 @@ struct affine_function {
 // By gauge and edge.
 using normal_table = std::vector<std::vector<fraction_pair>>;
 mpq_class exact_value(const problem& p, const normal_table& normals, const fraction_pair& at);
-affine_function exact_function(const problem& p, const normal_table& normals,
-                               const std::vector<double>& lambda, const affine_piece& piece);
+affine_function exact_function(const problem& p, const std::vector<double>& lambda,
+                               const affine_piece& piece);
 
 // Whether the claimed set is the one of all optima of a convex polyhedral problem, given an optimum
 // with its value and a certificate of so many pieces, the first of which has this slope.
