@@ -53,6 +53,26 @@ TEST_F(ToolOutput, GeoJsonHasTheAnswerInTheCoordinatesOfTheInput) {
   EXPECT_EQ(answer("solve plan.csv --output - --gauge l1")["type"], "FeatureCollection");
 }
 
+// Each corner of a level set has its value, and none is cut off where the set leaves the map.
+TEST_F(ToolOutput, LevelSetsAreWhole) {
+  ASSERT_EQ(planloc("solve plan.csv --gauge l1 --output map.geojson").status, 0);
+  const json map = json::parse(read("map.geojson"));
+  std::size_t levels = 0;
+  for (const json& f : map["features"]) {
+    if (f["properties"]["layer"] != "level") continue;
+    ++levels;
+    const double level = f["properties"]["value"];
+    for (const json& corner : f["geometry"]["coordinates"][0]) {
+      const double x = corner[0];
+      const double y = corner[1];
+      const double value = std::abs(x) + std::abs(y) + 2 * (std::abs(x - 40) + std::abs(y)) +
+                           std::abs(x - 10) + std::abs(y - 30);
+      EXPECT_NEAR(value, level, 0.01 * level) << corner;
+    }
+  }
+  EXPECT_GE(levels, 3U);
+}
+
 TEST_F(ToolOutput, GeoPackagesAreReadByOgrinfo) {
   ASSERT_EQ(planloc("solve towns.csv --gauge octagon --output map.gpkg").status, 0);
   const result info = shell("ogrinfo -ro -al -so map.gpkg");

@@ -41,6 +41,17 @@ double sampled_function::quantile(double share) const {
   return sorted[static_cast<std::size_t>(k)];
 }
 
+bool sampled_function::goes_on_outside(double level) const {
+  const auto across = columns_ - 1;
+  for (std::ptrdiff_t j = 0; j < rows_; ++j) {
+    const bool edge = j == 0 || j == rows_ - 1;
+    for (std::ptrdiff_t i = 0; i < columns_; i += edge ? 1 : across) {
+      if (at(i, j) <= level) return true;
+    }
+  }
+  return false;
+}
+
 // Nodes one step outside of the grid are above every level, so that all rings close.
 double sampled_function::at(std::ptrdiff_t i, std::ptrdiff_t j) const {
   if (i < 0 || j < 0 || i >= columns_ || j >= rows_) {

@@ -28,8 +28,12 @@ class sampled_function {
   sampled_function(const rectangle& frame, std::size_t columns,
                    const std::function<double(const xy&)>& f);
 
+  const rectangle& frame() const { return frame_; }
+
   // The share of the grid's values that are below the result, from 0 to 1.
   double quantile(double share) const;
+  // Whether the places with values of at most `level` reach the frame's edge.
+  bool goes_on_outside(double level) const;
   // The boundary of the places with values of at most `level`, its inside to the left of each ring.
   // It runs along the frame where the set goes on outside.
   std::vector<std::vector<xy>> rings(double level) const;

@@ -65,22 +65,56 @@ void add_balls(map_scene& scene, const solve_report& r) {
   scene.ball_name = r.gauge.measured(r.sites.unit()) + " to the answer";
 }
 
+// The values of the objective around the answer: on the frame of the map, and on wider ones for
+// the level sets that run out of it.
+class level_sets {
+ public:
+  level_sets(const solve_report& r, const rectangle& frame) : report_(r) {
+    constexpr double kEvaluations = 4e6;
+    const double n = static_cast<double>(r.sites.size());
+    columns_ = static_cast<std::size_t>(std::clamp(std::sqrt(kEvaluations / n), 24.0, 120.0));
+    sample(frame);
+  }
+
+  double quantile(double share) const { return samples_.front().quantile(share); }
+
+  // Within four times the frame.
+  std::vector<std::vector<xy>> rings(double level) {
+    constexpr std::size_t kFrames = 3;
+    std::size_t k = 0;
+    while (samples_[k].goes_on_outside(level) && k + 1 < kFrames) {
+      if (++k == samples_.size()) sample(doubled(samples_.back().frame()));
+    }
+    return samples_[k].rings(level);
+  }
+
+ private:
+  static rectangle doubled(const rectangle& r) {
+    const double x = r.width() / 2;
+    const double y = r.height() / 2;
+    return {{r.low.x - x, r.low.y - y}, {r.high.x + x, r.high.y + y}};
+  }
+  void sample(const rectangle& frame) {
+    samples_.emplace_back(frame, columns_, [&](const xy& p) { return report_.question.value(p); });
+  }
+
+  const solve_report& report_;
+  std::size_t columns_ = 0;
+  std::vector<sampled_function> samples_;
+};
+
 void add_levels(map_scene& scene, const solve_report& r) {
   constexpr std::size_t kMostSites = 5000;
-  constexpr double kEvaluations = 4e6;
   if (r.sites.size() > kMostSites) return;
-  const double n = static_cast<double>(r.sites.size());
-  const auto columns =
-      static_cast<std::size_t>(std::clamp(std::sqrt(kEvaluations / n), 24.0, 120.0));
-  const sampled_function f(scene.frame, columns, [&](const xy& p) { return r.question.value(p); });
+  level_sets sets(r, scene.frame);
   double before = *r.value;
   for (const double share : {0.04, 0.15, 0.35, 0.6}) {
-    const double level = f.quantile(share);
+    const double level = sets.quantile(share);
     if (!(level > before)) continue;
     before = level;
     scene.features.push_back({.layer = map_layer::level,
-                              .name = rounded(level, 4),
-                              .rings = f.rings(level),
+                              .name = in_round_digits(level, 4),
+                              .rings = sets.rings(level),
                               .numbers = {{"value", level}}});
   }
 }

@@ -75,6 +75,14 @@ std::string rounded(double value, int digits) {
   return {text.data(), end.ptr};
 }
 
+std::string in_round_digits(double value, int digits) {
+  constexpr int kLongest = 9;
+  const std::string text = rounded(value, digits);
+  double read = 0;
+  std::from_chars(text.data(), text.data() + text.size(), read);
+  return rounded(read, kLongest);
+}
+
 std::string exact(double value) {
   std::array<char, 32> text;
   return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr};

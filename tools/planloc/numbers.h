@@ -27,6 +27,8 @@ std::vector<std::string_view> split(std::string_view text, char separator);
 
 // With so many significant digits, as %g writes it; without a locale.
 std::string rounded(double value, int digits = 6);
+// The same digits, with zeros in place of an exponent up to 10^9: 525900 for 525923 and 4 digits.
+std::string in_round_digits(double value, int digits);
 std::string exact(double value);  // the shortest text that reads as the value
 
 std::string in_quotes(std::string_view text);  // 'text', shortened where it is long

@@ -174,15 +174,16 @@ class map_drawing {
     label_lines(map_layer::level, kLevel, false);
   }
 
-  // At the top of a ball, at the right of a level set.
+  // At the top of a ball, at the right of a level set, or next to there where it is free.
   void label_lines(map_layer layer, rgb colour, bool top) {
     for (const map_feature& f : scene_.features) {
       if (f.layer != layer || f.rings.empty()) continue;
-      const std::vector<xy>& r = f.rings.front();
-      const xy best = *std::max_element(r.begin(), r.end(), [&](const xy& a, const xy& b) {
-        return top ? a.y < b.y : a.x < b.x;
-      });
-      canvas_.label(best, 0, f.name, kTextSize - 3, colour);
+      std::vector<xy> places = f.rings.front();
+      std::stable_sort(places.begin(), places.end(),
+                       [&](const xy& a, const xy& b) { return top ? a.y > b.y : a.x > b.x; });
+      for (const xy& p : places) {
+        if (canvas_.label(p, 0, f.name, kTextSize - 3, colour)) break;
+      }
     }
   }
 
