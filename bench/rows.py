@@ -34,6 +34,7 @@ GENERAL = [("trimmed-mean", "trimmed mean", "A quarter left out at each end."),
            ("order-statistic", "order statistic", "The middle distance."),
            ("random", "optimum, any order weights", "Order weights in (0, 1).")]
 DECADES = [100, 1000, 10000, 100000, 1000000]
+TURNS = " Small inputs come in several instances that calls take in turns, or the processor learns their branches."
 
 CERTIFIED = [
     *[Row(f"convex-{kind}", f"Certified {kind}", "minimise", LINEAR_PROGRAMS, [100, 300, 1000, 3000],
@@ -66,11 +67,15 @@ EUCLIDEAN = [
         "median of the row above grows with n.", argument="3",
         tolerance=1e-3),
     Row("euclidean-centre", "Certified Euclidean centre", "minimise", ["CGAL"], DECADES,
-        "Equal weights, sites in a square; CGAL's `Min_sphere_of_spheres_d` on plain doubles.", quick=4),
+        "Equal weights, sites in a square; CGAL's `Min_sphere_of_spheres_d` on plain doubles. At a hundred sites the "
+        "copy of the sites and the record of the answer count as much as the search; the peer gives the radius "
+        "alone." + TURNS, quick=4),
     Row("euclidean-centre-ring", "Certified Euclidean centre, sites near a circle", "minimise", ["CGAL"], DECADES,
-        "Within a hundredth of the radius, where many sites nearly count.", quick=4),
+        "Within a hundredth of the radius, where many sites nearly count. The smallest sizes as above.", quick=4),
     Row("l2-max", "`l2_max` with equal weights", "l2_max", ["CGAL"], DECADES,
-        "The sites and the peer of the certified centre.", quick=4, tolerance=1e-5),
+        "The sites and the peer of the certified centre. At a hundred sites half of the time is copying sites from the "
+        "list, with their weights, and the stated steps, which exchange one site at a time." + TURNS, quick=4,
+        tolerance=1e-5),
 ]
 
 WALK = [
@@ -98,15 +103,16 @@ GEOMETRY = [
                                  ("fans", "fans of eight long segments", [80, 240, 480, 1200]),
                                  ("lattice", "fans on a lattice, overlapping", [80, 240, 480, 1200])]],
     Row("hull", "Convex hull", "CONVEX_HULL", ["CGAL"], DECADES,
-        "Points in a square; CGAL's `convex_hull_2` with exact predicates. Below some thousand points half of our time "
-        "is the random numbers of the shuffle that decides which vertex stands first; CGAL does not shuffle.",
+        "Points in a square; CGAL's `convex_hull_2` with exact predicates. A quarter of our time at a hundred points "
+        "is the random numbers of the shuffle that decides which vertex stands first; CGAL does not shuffle." + TURNS,
         what="points", quick=4),
 ]
 
 FACILITIES = [
     Row("l1-sum", "`l1_sum`", "l1_sum", ["std::sort"], DECADES,
-        "The peer sorts both coordinates and does nothing else, which a solver by sorting cannot do without.",
-        quick=4),
+        "The peer sorts both coordinates and does nothing else. Where one median is clear, we select it by weight in "
+        "time n, and copying the sites and the sum of distances are most of the time. Ties, such as an even number of "
+        "equal weights, are sorted by stated exchanges and take three to six times as long." + TURNS, quick=4),
     *[Row(f"gauge-sum{suffix}", f"`gauge_sum`{about}", "gauge_sum", ["CLP dual", "CLP primal"],
           [25, 100, 400, 1600], "The whole optimal set; the peer finds one optimum of one linear program, with "
           f"presolve. {gauges}", tolerance=1e-6)

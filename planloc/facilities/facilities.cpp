@@ -154,9 +154,22 @@ double sum_of_sizes(const Loc_Vector& v) {
   return sum;
 }
 
+// The weighted sum of l1 distances in the plane, without vectors of differences.
+double planar_l1_objective(const list<location>& facilities, const location& x, int k) {
+  const double x0 = x[0];
+  const double x1 = x[1];
+  double sum = 0.0;
+  for (const location& a : facilities) {
+    const double d = a.dim() == 2 ? std::fabs(a[0] - x0) + std::fabs(a[1] - x1) : 0.0;
+    sum += a.weight(k) * d;
+  }
+  return sum;
+}
+
 }  // namespace
 
 double facilities::objective(int p, const planloc::location& x, int k) const {
+  if (p == 1 && x.dim() == 2) return planar_l1_objective(*this, x, k);
   // Facilities of another dimension than x count with the distance 0.0.
   const Loc_Vector none(x.dim());
   Loc_Vector difference(x.dim());

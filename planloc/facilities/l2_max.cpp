@@ -25,8 +25,13 @@ class site_arrays {
       const std::size_t end = std::min(begin + kBlock, sites_.size());
       // What a site has to exceed; nothing that counts on relative errors for a negative radius.
       const double bar = c.radius >= 0.0 ? std::max(largest, c.radius + kCoveringTolerance) : 0.0;
-      if (all_below(bar, c, begin, end)) continue;
+      const double limit = bar * bar * kMargin;
+      const double top = largest_square(c, begin, end);
+      if (top < limit) continue;
+      // A site whose square is clearly not the largest is not the worst.
+      const double least = bar > 0.0 ? std::max(limit, top * kMargin) : 0.0;
       for (std::size_t i = begin; i < end; ++i) {
+        if (square(c, i) < least) continue;
         const weighted_site site = at(i);
         const double value = site.weight * site.distance(c.x, c.y);
         if (value - c.radius > kCoveringTolerance && value > largest) {
@@ -41,33 +46,37 @@ class site_arrays {
  private:
   static constexpr std::size_t kBlock = 128;
   static constexpr std::size_t kLanes = 8;
+  static constexpr double kMargin = 1.0 - 0x1p-47;  // 64u
 
   weighted_site at(std::size_t i) const { return {sites_.x[i], sites_.y[i], sites_.w[i]}; }
 
-  // Whether no site of the block can have a weighted distance above `bar`, told without a root.
+  // The square of the weighted distance, by which sites are told apart without a root.
   //
   // With u = 2^-53 and s the rounded dx^2 + dy^2, which both computations share, the weighted
   // distance is w sqrt(s) (1 + 2u) and the square w^2 s (1 + 2u), at most. The bar is a rounded sum
   // that stands for the rounded difference value - radius, 2u. So a site beyond the bar has a
   // square above bar^2 (1 - 10u), and the limit, with two roundings of its own, is below that. The
   // products are taken in an order that cannot underflow for a bar from kCoveringTolerance up;
-  // overflow gives infinity, which is below nothing. A bar of 0.0 rules nothing out.
-  bool all_below(double bar, const circle_record& c, std::size_t begin, std::size_t end) const {
-    constexpr double kMargin = 1.0 - 0x1p-47;  // 64u
-    const double limit = bar * bar * kMargin;
+  // overflow gives infinity, which is below nothing. A bar of 0.0 rules nothing out. In the same
+  // way a site whose square is below (1 - 64u) times that of another has the smaller distance.
+  double square(const circle_record& c, std::size_t i) const {
+    const double dx = sites_.x[i] - c.x;
+    const double dy = sites_.y[i] - c.y;
+    return sites_.w[i] * (dx * dx + dy * dy) * sites_.w[i];
+  }
+
+  double largest_square(const circle_record& c, std::size_t begin, std::size_t end) const {
     double largest[kLanes] = {};
     const auto look = [&](std::size_t i, double& best) {
-      const double dx = sites_.x[i] - c.x;
-      const double dy = sites_.y[i] - c.y;
-      const double square = sites_.w[i] * (dx * dx + dy * dy) * sites_.w[i];
-      best = square > best ? square : best;
+      const double s = square(c, i);
+      best = s > best ? s : best;
     };
     std::size_t i = begin;
     for (; i + kLanes <= end; i += kLanes) {
       for (std::size_t lane = 0; lane < kLanes; ++lane) look(i + lane, largest[lane]);
     }
     for (; i < end; ++i) look(i, largest[0]);
-    return *std::max_element(largest, largest + kLanes) < limit;
+    return *std::max_element(largest, largest + kLanes);
   }
 
   detail::planar_sites sites_;

@@ -41,6 +41,12 @@ double facilities::l2squared_sum(int k, bool clear) {
 double facilities::l1_sum(int k, bool clear) {
   if (clear) opt.clear();
   const detail::planar_sites sites(*this, k);
+  if (const auto clear_x = clear_median(sites.x, sites.w)) {
+    if (const auto clear_y = clear_median(sites.y, sites.w)) {
+      opt.append(detail::labelled({*clear_x, *clear_y}, k));
+      return result_value(1, k);
+    }
+  }
   weighted_median x = median_of(sites.x, sites.w);
   weighted_median y = median_of(sites.y, sites.w);
   if (x.total() == 0.0) {

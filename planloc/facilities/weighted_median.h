@@ -13,6 +13,7 @@
 #define PLANLOC_FACILITIES_WEIGHTED_MEDIAN_H_
 
 #include <cstddef>
+#include <optional>
 #include <vector>
 
 namespace planloc {
@@ -22,6 +23,12 @@ struct line_site {
   double weight;
   int number;  // the caller's; of joined sites, that of the one that the sort put first
 };
+
+// The median, in time n and without a sort, where it is the only one and rounding cannot change
+// that, whatever the order in which weights are added. Nothing where that is not certain: ties,
+// weights or coordinates that are not finite, a median at 0 (of either sign).
+std::optional<double> clear_median(const std::vector<double>& coordinates,
+                                   const std::vector<double>& weights);
 
 class weighted_median {
  public:

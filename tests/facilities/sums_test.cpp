@@ -3,9 +3,13 @@
 #include <algorithm>
 #include <cmath>
 #include <iostream>
+#include <limits>
+#include <random>
+#include <utility>
 #include <vector>
 
 #include "planloc/facilities/facilities.h"
+#include "planloc/facilities/weighted_median.h"
 #include "tests/facilities/gauge_problems.h"
 #include "tests/facilities/site_families.h"
 #include "tests/model/own_process.h"
@@ -43,6 +47,37 @@ TEST(SquaredSum, BalancesThePulls) {
 }
 
 // ----- l1_sum -----
+
+// Where the median without a sort answers, the sorted one is that, and the only one.
+TEST(RectilinearSum, AClearMedianIsTheSortedOne) {
+  std::mt19937 random(3);
+  int answers = 0;
+  for (int round = 0; round < 3000; ++round) {
+    const bool lattice = round % 3 == 0;
+    std::vector<double> c(1 + random() % 70), w(c.size());
+    std::vector<line_site> sites;
+    for (std::size_t i = 0; i < c.size(); ++i) {
+      c[i] = lattice ? static_cast<int>(random() % 9) - 4 : std::ldexp(random(), -20) - 2000.0;
+      w[i] = round % 2 ? static_cast<double>(random() % 3) : std::ldexp(random(), -32);
+      sites.push_back({c[i], w[i], static_cast<int>(i)});
+    }
+    const auto clear = clear_median(c, w);
+    weighted_median sorted(sites);
+    if (!clear || sorted.total() == 0.0) continue;
+    ++answers;
+    const double half = 0.5 * sorted.total();
+    sorted.find(half);
+    ASSERT_TRUE(sorted.passes(half));
+    ASSERT_EQ(sorted.site().coordinate, *clear);
+  }
+  EXPECT_GT(answers, 2000);
+  const double infinite = std::numeric_limits<double>::infinity();
+  const std::pair<std::vector<double>, std::vector<double>> unclear[] = {
+      {{1, 2}, {1, 1}}, {{1, 2, 3}, {0.1, 0.2, 0.3}},  {{-0.0, 0.0}, {1, 1}},   {{}, {}},
+      {{1}, {0}},       {{1, infinite, 2}, {1, 1, 1}}, {{1, 2, 3}, {3, -1, 3}},
+  };
+  for (const auto& [c, w] : unclear) EXPECT_FALSE(clear_median(c, w)) << c.size();
+}
 
 // The corners in walking order, also where a site without weight stands in a tie.
 TEST(RectilinearSum, AllOfTheOptimalSetByTheSlopes) {
