@@ -12,7 +12,9 @@
 #include <vector>
 
 #include "planloc/facilities/gauged_sites.h"
+#include "planloc/optimum/efficient_polyline.h"
 #include "planloc/optimum/efficient_set.h"
+#include "planloc/optimum/location_allocation.h"
 #include "planloc/optimum/problem.h"
 #include "planloc/optimum/solution.h"
 #include "planloc/optimum/tied_facilities.h"
@@ -23,6 +25,46 @@ namespace detail {
 
 inline site certified_site(const location& l, int k, std::uint32_t gauge) {
   return {.x = l[0], .y = l[1], .weight = l.weight(k), .gauge = gauge};
+}
+
+inline bicriteria_site certified_bicriteria_site(const location& l, std::uint32_t gauge) {
+  return {.x = l[0], .y = l[1], .weight1 = l.weight(0), .weight2 = l.weight(1), .gauge = gauge};
+}
+
+// All sites under one distance.
+inline std::vector<site> certified_sites(const facilities& F, int k) {
+  std::vector<site> sites;
+  for (const location& l : F) sites.push_back(certified_site(l, k, 0));
+  return sites;
+}
+
+// Each with its own gauge: make(location, number of its gauge).
+template <class Make>
+auto certified_gauged_sites(const gauged_sites& data, const Make& make) {
+  std::vector<decltype(make(std::declval<const location&>(), 0U))> sites;
+  auto number = data.gauge_of.begin();
+  data.for_each([&](const location& l, const polygauge&) {
+    sites.push_back(make(l, static_cast<std::uint32_t>(*number)));
+    ++number;
+  });
+  return sites;
+}
+
+inline std::vector<site> certified_sites(const gauged_sites& data, int k) {
+  return certified_gauged_sites(
+      data, [k](const location& l, std::uint32_t gauge) { return certified_site(l, k, gauge); });
+}
+
+inline list<location> certified_points(const std::vector<xy>& at, double weight) {
+  list<location> result;
+  for (const xy& p : at) result.append(location(2.0, 1.0, p.x, p.y, weight));
+  return result;
+}
+
+inline std::vector<xy> certified_places(const list<location>& at) {
+  std::vector<xy> places;
+  for (const location& l : at) places.push_back({l[0], l[1]});
+  return places;
 }
 
 inline std::vector<gauge> certified_gauges(const gauged_sites& data) {
@@ -43,36 +85,44 @@ inline std::vector<gauge> certified_gauges(const gauged_sites& data) {
 // weights end with the reports of `location`.
 inline problem certified_problem(const facilities& F, int k, const gauge& distance,
                                  const order_weights& lambda) {
-  std::vector<site> sites;
-  for (const location& l : F) sites.push_back(detail::certified_site(l, k, 0));
-  return {std::move(sites), {distance}, lambda};
+  return {detail::certified_sites(F, k), {distance}, lambda};
 }
 
 // Each site with its own gauge. Reports of `for_each_with_gauge` besides. A gauge whose unit ball
 // does not hold the origin strictly inside is refused with `bad_problem`.
 inline problem certified_problem(const gauged_sites& data, int k, const order_weights& lambda) {
-  std::vector<site> sites;
-  auto number = data.gauge_of.begin();
-  data.for_each([&](const location& l, const polygauge&) {
-    sites.push_back(detail::certified_site(l, k, static_cast<std::uint32_t>(*number)));
-    ++number;
-  });
-  return {std::move(sites), detail::certified_gauges(data), lambda};
+  return {detail::certified_sites(data, k), detail::certified_gauges(data), lambda};
+}
+
+// As many new facilities as told, beside the existing ones: each site with its weight number k goes
+// to the nearest. Throws `bad_problem` as `allocation_problem` does.
+inline allocation_problem certified_allocation_problem(const facilities& F, int k,
+                                                       const gauge& distance, std::size_t count,
+                                                       const list<location>& existing = {}) {
+  return {detail::certified_sites(F, k), {distance}, count, detail::certified_places(existing)};
+}
+
+inline allocation_problem certified_allocation_problem(const gauged_sites& data, int k,
+                                                       std::size_t count,
+                                                       const list<location>& existing = {}) {
+  return {detail::certified_sites(data, k), detail::certified_gauges(data), count,
+          detail::certified_places(existing)};
 }
 
 // The problem of `gauge_bicriteria`: the weights 0 and 1 of each location.
 inline bicriteria_problem certified_bicriteria_problem(const gauged_sites& data) {
+  return {detail::certified_gauged_sites(data, detail::certified_bicriteria_site),
+          detail::certified_gauges(data)};
+}
+
+// The same under one distance, for any convex criteria.
+inline bicriteria_problem certified_bicriteria_problem(
+    const facilities& F, const gauge& distance,
+    const order_weights& first = order_weights::median(),
+    const order_weights& second = order_weights::median()) {
   std::vector<bicriteria_site> sites;
-  auto number = data.gauge_of.begin();
-  data.for_each([&](const location& l, const polygauge&) {
-    sites.push_back({.x = l[0],
-                     .y = l[1],
-                     .weight1 = l.weight(0),
-                     .weight2 = l.weight(1),
-                     .gauge = static_cast<std::uint32_t>(*number)});
-    ++number;
-  });
-  return {std::move(sites), detail::certified_gauges(data)};
+  for (const location& l : F) sites.push_back(detail::certified_bicriteria_site(l, 0));
+  return {std::move(sites), {distance}, first, second};
 }
 
 // The problem of `N_l1_sum` with any distance and number of new facilities: facility j has weight j
@@ -94,10 +144,23 @@ inline tied_problem certified_tied_problem(const facilities& F, std::size_t new_
 
 // The corners of the set of optima if it is known, else the point; each with one weight, the value.
 inline list<location> certified_locations(const solution& s) {
+  if (s.optima.corners.empty()) return detail::certified_points({s.point}, s.value);
+  return detail::certified_points(s.optima.corners, s.value);
+}
+
+// One a facility, each with one weight, the value of all together.
+inline list<location> certified_locations(const tied_solution& s) {
+  return detail::certified_points(s.points, s.value);
+}
+inline list<location> certified_locations(const allocation& a) {
+  return detail::certified_points(a.points, a.value);
+}
+
+// The points, each with its two values as weights.
+inline list<location> certified_locations(const efficient_polyline& l) {
   list<location> result;
-  const auto append = [&](const xy& at) { result.append(location(2.0, 1.0, at.x, at.y, s.value)); };
-  for (const xy& corner : s.optima.corners) append(corner);
-  if (s.optima.corners.empty()) append(s.point);
+  for (const polyline_point& p : l.points)
+    result.append(location(2.0, 2.0, p.at.x, p.at.y, p.value1, p.value2));
   return result;
 }
 

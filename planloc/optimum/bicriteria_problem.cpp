@@ -1,9 +1,10 @@
 #include "planloc/optimum/bicriteria_problem.h"
 
 #include <algorithm>
-#include <charconv>
 #include <string>
 #include <utility>
+
+#include "planloc/optimum/input_check.h"
 
 namespace planloc {
 
@@ -11,11 +12,22 @@ namespace {
 
 void check_weight(std::size_t i, int which, double w) {
   if (w == 0 || (w >= kLeastNumber && w <= kMostNumber)) return;
-  std::array<char, 32> text;
-  const std::string value(text.data(),
-                          std::to_chars(text.data(), text.data() + text.size(), w).ptr);
   throw bad_problem("weight " + std::to_string(which) + " of site " + std::to_string(i) + " is " +
-                    value + ": must be 0 or from 1e-36 to 1e36");
+                    detail::number_text(w) + ": must be 0 or from 1e-36 to 1e36");
+}
+
+void check_rise(std::size_t criterion, std::span<const order_run> runs) {
+  std::size_t place = 0;
+  double least = 0;
+  for (const order_run& r : runs) {
+    if (r.weight < least)
+      throw bad_problem("order weight " + std::to_string(place) + " of criterion " +
+                        std::to_string(criterion + 1) + " is " + detail::number_text(r.weight) +
+                        ": must be at least " + detail::number_text(least) +
+                        ", since they rise from 0 or more");
+    least = r.weight;
+    place += r.count;
+  }
 }
 
 }  // namespace
@@ -36,12 +48,7 @@ bicriteria_problem::bicriteria_problem(std::vector<bicriteria_site> sites,
   polyhedral_ = problem(std::move(plain), gauges_, order_weights::median()).polyhedral();
   for (std::size_t k = 0; k < 2; ++k) {
     runs_[k] = (k == 0 ? first : second).runs(sites_.size());
-    const bool rises =
-        std::is_sorted(runs_[k].begin(), runs_[k].end(),
-                       [](const order_run& a, const order_run& b) { return a.weight < b.weight; });
-    if (!rises || runs_[k].front().weight < 0)
-      throw bad_problem("the order weights of criterion " + std::to_string(k + 1) +
-                        " do not rise from 0 or more: it is not convex");
+    check_rise(k, runs_[k]);
   }
 }
 

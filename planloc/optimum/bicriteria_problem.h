@@ -39,6 +39,7 @@ class bicriteria_problem {
   }
   // Whether every gauge that a site uses is polyhedral.
   bool polyhedral() const { return polyhedral_; }
+  std::span<const order_run> runs(std::size_t criterion) const { return runs_[criterion]; }
   // Whether all order weights of both criteria are 1.
   bool plain_sums() const;
 

@@ -65,7 +65,7 @@ struct efficient_polyline {
 };
 
 struct polyline_options {
-  double seconds = std::numeric_limits<double>::infinity();
+  double seconds = std::numeric_limits<double>::infinity();           // throws unless from 0 up
   std::size_t evaluations = std::numeric_limits<std::size_t>::max();  // of both criteria
   std::stop_token stop;
 };

@@ -2,10 +2,12 @@
 
 #include <chrono>
 #include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
 #include "planloc/optimum/efficient/chain_walk.h"
+#include "planloc/optimum/input_check.h"
 #include "planloc/optimum/minimise.h"
 
 namespace planloc {
@@ -28,9 +30,10 @@ class chain_search {
 
   std::optional<exact_xy> optimum(std::vector<site> sites);
   std::optional<chain_walk> corner_of_sum(detail::ray_arrangement& arrangement);
-  // Faces and levels in turns from the walk's corner on; false if it was stopped.
-  bool walk(chain_walk& w, std::size_t criterion, pieces& found);
-  bool must_stop(std::size_t found) const;
+  // Faces and levels in turns from the walk's corner on, beside so many others; false if it was
+  // stopped.
+  bool walk(chain_walk& w, std::size_t criterion, std::size_t others, pieces& found);
+  bool must_stop(std::size_t wanted) const;
   void join(pieces down, efficient_piece start, pieces up);
 
   const bicriteria_problem& problem_;
@@ -79,17 +82,17 @@ std::optional<chain_walk> chain_search::corner_of_sum(detail::ray_arrangement& a
   return chain_walk(arrangement, *start);
 }
 
-bool chain_search::must_stop(std::size_t found) const {
-  return found >= options_.pieces || options_.stop.stop_requested() ||
+bool chain_search::must_stop(std::size_t wanted) const {
+  return wanted > options_.pieces || options_.stop.stop_requested() ||
          std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count() >
              options_.seconds;
 }
 
-bool chain_search::walk(chain_walk& w, std::size_t criterion, pieces& found) {
+bool chain_search::walk(chain_walk& w, std::size_t criterion, std::size_t others, pieces& found) {
   while (std::optional<chain_face> face = w.advance(criterion)) {
+    if (must_stop(others + found.size() + 2)) return false;
     found.push_back({std::move(face->corners), face->t, face->t});
     found.push_back({w.level_corners(), 0, 1});
-    if (must_stop(found.size() + chain_.pieces.size())) return false;
   }
   return true;
 }
@@ -123,7 +126,8 @@ efficient_chain chain_search::run() {
     efficient_piece middle{up.level_corners(), 0, 1};
     pieces above;
     pieces below;
-    if (!walk(up, 1, above) || !walk(down, 0, below)) chain_.status = efficient_status::stopped;
+    if (!walk(up, 1, 1, above) || !walk(down, 0, 1 + above.size(), below))
+      chain_.status = efficient_status::stopped;
     join(std::move(below), std::move(middle), std::move(above));
   }
   chain_.counters.seconds =
@@ -131,12 +135,27 @@ efficient_chain chain_search::run() {
   return std::move(chain_);
 }
 
+void check_plain(const bicriteria_problem& p) {
+  for (std::size_t i = 0; i < p.sites().size(); ++i) {
+    if (p.gauge_of(i).kind() != gauge::shape::polyhedral)
+      throw bad_problem("efficient set: the gauge of site " + std::to_string(i) +
+                        " is not polyhedral");
+  }
+  for (std::size_t k = 0; k < 2; ++k) {
+    for (const order_run& r : p.runs(k)) {
+      if (r.weight != 1)
+        throw bad_problem("efficient set: an order weight of criterion " + std::to_string(k + 1) +
+                          " is " + detail::number_text(r.weight) +
+                          ": must be 1, the criteria plain sums");
+    }
+  }
+}
+
 }  // namespace
 
 efficient_chain efficient_set(const bicriteria_problem& p, const efficient_options& options) {
-  if (!p.polyhedral()) throw bad_problem("efficient set: a gauge is not polyhedral");
-  if (!p.plain_sums())
-    throw bad_problem("efficient set: an order weight is not 1: the criteria are no plain sums");
+  check_plain(p);
+  detail::check_options({{"seconds", options.seconds}});
   return chain_search(p, options).run();
 }
 

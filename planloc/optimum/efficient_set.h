@@ -77,7 +77,9 @@ struct efficient_chain {
 };
 
 struct efficient_options {
-  double seconds = std::numeric_limits<double>::infinity();
+  double seconds = std::numeric_limits<double>::infinity();  // throws unless from 0 up
+  // At most so many; the chain is `stopped` where it has more. The optimum of f_1 + f_2 is found
+  // first and counts as one even for 0.
   std::size_t pieces = std::numeric_limits<std::size_t>::max();
   std::stop_token stop;
 };

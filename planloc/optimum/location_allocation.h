@@ -50,7 +50,8 @@ class allocation_problem {
 };
 
 enum class allocation_status : std::uint8_t {
-  optimal,     // proved: the value is 0, or the one new facility is at the optimum (solution.h)
+  optimal,     // proved: the value is 0, no new facility is asked for, or the one new facility,
+               // without existing ones, is at the optimum (solution.h)
   within_gap,  // proved: value - lower_bound <= relative_gap * value
   searched,    // all starts were made; the bound was not asked for or is further away
   stopped      // the time or the stop token ended the search: this is the best until then
@@ -87,7 +88,8 @@ struct allocation {
   std::vector<std::uint32_t> assignment;
   double value = 0;
   // No places have a value below this. Empty if it was not asked for (it is there anyway where it
-  // costs nothing: with one new facility and no existing one, and where the value is 0).
+  // costs nothing: without a new facility, with one and no existing one, and where the value is
+  // 0).
   std::optional<double> lower_bound;
   // What proves the bound. With one new facility and no existing one: the solution of that problem.
   // Else a price for each site, with which
@@ -109,12 +111,13 @@ struct allocation_progress {
   std::size_t starts;  // rounds of shakes that were made to their end
 };
 
+// Throws `bad_problem` if a number here is not from 0 up.
 struct allocate_options {
   std::uint64_t seed = 1;
   std::size_t starts = 8;
   std::size_t shakes = 100;  // of each start, and again from what it found
   double seconds = std::numeric_limits<double>::infinity();
-  int threads = 0;  // 0: one for each core
+  int threads = 0;  // 0: one for each core (`minimise` takes one unless told otherwise)
   bool lower_bound = false;
   double relative_gap = 1e-4;  // of the bound
   std::function<void(const allocation_progress&)> progress =

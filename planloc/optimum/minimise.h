@@ -24,16 +24,18 @@ struct search_progress {
   std::size_t cells;  // open ones; 0 in a convex search
 };
 
+// Throws `bad_problem` if a number here is not from 0 up: "option seconds is -1: must be 0 or
+// more".
 struct minimise_options {
   // The search ends when value - bound <= max(absolute_gap, relative_gap * |value|). With 0 for
-  // both it ends where the gap is closed: exactly for polyhedral gauges, at 1e-12 relative for the
-  // others.
+  // both it ends where the gap is closed: as far as `optimal` promises (solution.h).
   double relative_gap = 0;
   double absolute_gap = 0;
   double seconds = std::numeric_limits<double>::infinity();
   std::size_t cells = std::numeric_limits<std::size_t>::max();
   // That work on the branch and bound, the caller's among them; 0: as many as the machine runs at
   // once. Searches that are done in milliseconds start none. What is found does not depend on it.
+  // (`allocate` takes all cores unless told otherwise.)
   int threads = 1;
   bool whole_set = true;                                 // fill in solution::optima
   std::function<void(const search_progress&)> progress;  // called from the thread of the caller
@@ -47,8 +49,8 @@ solution minimise(const problem& p, const minimise_options& options = {});
 solution minimise_convex(const problem& p, const minimise_options& options = {});
 
 // Branch and bound over triangles (Drezner and Suzuki 2004) with bounds from differences of convex
-// functions (Tuy 1996), for any order weights. Polyhedral gauges: to a gap of 0. Others: to 1e-10
-// of the value, or as far as doubles can tell.
+// functions (Tuy 1996), for any order weights. Polyhedral gauges: to a gap of 0. Others: as
+// far as `optimal` promises, or as doubles can tell.
 //
 // Where f neither grows nor falls in some direction far from the sites, although the sites differ
 // in gauge or weight, a square that is known to hold an optimum is found only for polyhedral gauges

@@ -1,12 +1,11 @@
 #include "planloc/optimum/problem.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <cmath>
 #include <string>
 
 #include "planloc/optimum/exact/exact_sign.h"
+#include "planloc/optimum/input_check.h"
 #include "planloc/optimum/regions/ring_check.h"
 
 namespace planloc {
@@ -14,15 +13,10 @@ namespace planloc {
 namespace {
 
 using detail::cross_sign;
+using detail::number_text;
 using detail::turn_sign;
 
 [[noreturn]] void fail(const std::string& text) { throw bad_problem(text); }
-
-// The shortest text that reads as the value.
-std::string number(double d) {
-  std::array<char, 32> text;
-  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), d).ptr};
-}
 
 // Products of any few numbers within this range, and their squares, are doubles.
 constexpr const char* kAtMost = "at most 1e36 in magnitude";
@@ -72,8 +66,8 @@ gauge gauge::polyhedral(std::span<const xy> vertices) {
   for (std::size_t j = 0; j < vertices.size(); ++j) {
     if (!too_large(vertices[j])) continue;
     const bool finite = std::isfinite(vertices[j].x) && std::isfinite(vertices[j].y);
-    fail("gauge: vertex " + std::to_string(j) + " is (" + number(vertices[j].x) + ", " +
-         number(vertices[j].y) + "): must be " + (finite ? kAtMost : "finite"));
+    fail("gauge: vertex " + std::to_string(j) + " is (" + number_text(vertices[j].x) + ", " +
+         number_text(vertices[j].y) + "): must be " + (finite ? kAtMost : "finite"));
   }
   std::vector<xy> v(vertices.begin(), vertices.end());
   const bool clockwise = cross_sign(v[0], v[1]) < 0;
@@ -87,6 +81,9 @@ gauge gauge::polyhedral(std::span<const xy> vertices) {
         clockwise ? (v.size() + first - 1) % v.size() : (first + 1) % v.size();
     const std::string edge =
         " the edge of the vertices " + std::to_string(first) + " and " + std::to_string(second);
+    if (v[j] == next)
+      fail("gauge: the vertices " + std::to_string(first) + " and " + std::to_string(second) +
+           " are both (" + number_text(next.x) + ", " + number_text(next.y) + ")");
     if (inside) fail("gauge: the origin is within 1e-36 of" + edge);
     fail("gauge: the origin is not strictly inside at" + edge);
   }
@@ -105,7 +102,7 @@ gauge gauge::linf() { return polyhedral({{1, -1}, {1, 1}, {-1, 1}, {-1, -1}}); }
 gauge gauge::euclidean() { return gauge(shape::euclidean, 2); }
 
 gauge gauge::lp(double p) {
-  if (!(p >= 1)) fail("gauge: p is " + number(p) + ": must be at least 1");
+  if (!(p >= 1)) fail("gauge: p is " + number_text(p) + ": must be at least 1");
   if (p == 1) return l1();
   if (p == 2) return euclidean();
   if (std::isinf(p)) return linf();
@@ -165,12 +162,14 @@ order_weights::order_weights(std::vector<double> lambda) {
   for (std::size_t k = 0; k < lambda.size(); ++k) {
     const double size = std::fabs(lambda[k]);
     if (size == 0 || (size >= kLeastNumber && size <= kMostNumber)) continue;
-    fail("order weight " + std::to_string(k) + " is " + number(lambda[k]) + ": must be " +
+    fail("order weight " + std::to_string(k) + " is " + number_text(lambda[k]) + ": must be " +
          (std::isfinite(size) ? "0 or from 1e-36 to 1e36 in magnitude" : "finite"));
   }
   runs_ = [all = std::move(lambda)](std::size_t n) {
     if (all.size() != n) {
-      fail(std::to_string(all.size()) + " order weights for " + std::to_string(n) + " sites");
+      fail(std::to_string(all.size()) +
+           (all.size() == 1 ? " order weight for " : " order weights for ") + std::to_string(n) +
+           (n == 1 ? " site" : " sites"));
     }
     std::vector<order_run> runs;
     for (const double l : all) runs.push_back({l, 1});
@@ -193,7 +192,7 @@ order_weights order_weights::k_centrum(std::size_t k) {
 
 order_weights order_weights::cent_dian(double alpha) {
   if (!(alpha >= 0 && alpha <= 1))
-    fail("cent-dian: alpha is " + number(alpha) + ": must be from 0 to 1");
+    fail("cent-dian: alpha is " + number_text(alpha) + ": must be from 0 to 1");
   return order_weights([alpha](std::size_t n) {
     const double each = (1 - alpha) / static_cast<double>(n);
     return std::vector<order_run>{{each, n - 1}, {each + alpha, 1}};
@@ -222,7 +221,7 @@ order_weights order_weights::order_statistic(std::size_t k) {
 }
 
 order_weights order_weights::quantile(double q) {
-  if (!(q >= 0 && q <= 1)) fail("quantile: q is " + number(q) + ": must be from 0 to 1");
+  if (!(q >= 0 && q <= 1)) fail("quantile: q is " + number_text(q) + ": must be from 0 to 1");
   return order_weights([q](std::size_t n) {
     const auto k = static_cast<std::size_t>(std::ceil(q * static_cast<double>(n)));
     return order_statistic(std::clamp<std::size_t>(k, 1, n)).runs(n);
@@ -250,14 +249,14 @@ void check_site(std::size_t i, const site& s, std::size_t gauges) {
     fail(std::string(what) + " of site " + std::to_string(i) + " is " + value + ": must be " +
          rule);
   };
-  if (!std::isfinite(s.x)) bad("x", number(s.x), "finite");
-  if (!std::isfinite(s.y)) bad("y", number(s.y), "finite");
-  if (!std::isfinite(s.weight)) bad("weight", number(s.weight), "finite");
-  if (!(s.weight > 0)) bad("weight", number(s.weight), "positive");
-  if (!(std::fabs(s.x) <= kMostNumber)) bad("x", number(s.x), kAtMost);
-  if (!(std::fabs(s.y) <= kMostNumber)) bad("y", number(s.y), kAtMost);
+  if (!std::isfinite(s.x)) bad("x", number_text(s.x), "finite");
+  if (!std::isfinite(s.y)) bad("y", number_text(s.y), "finite");
+  if (!std::isfinite(s.weight)) bad("weight", number_text(s.weight), "finite");
+  if (!(s.weight > 0)) bad("weight", number_text(s.weight), "positive");
+  if (!(std::fabs(s.x) <= kMostNumber)) bad("x", number_text(s.x), kAtMost);
+  if (!(std::fabs(s.y) <= kMostNumber)) bad("y", number_text(s.y), kAtMost);
   if (s.weight < kLeastNumber || s.weight > kMostNumber)
-    bad("weight", number(s.weight), "from 1e-36 to 1e36");
+    bad("weight", number_text(s.weight), "from 1e-36 to 1e36");
   if (s.gauge < gauges) return;
   bad("gauge", std::to_string(s.gauge),
       ("less than the number of gauges, " + std::to_string(gauges)).c_str());
@@ -270,20 +269,22 @@ void check_extent(std::span<const site> sites) {
       sites.begin(), sites.end(), [](const site& a, const site& b) { return a.y < b.y; });
   const double extent = std::max(right->x - left->x, high->y - low->y);
   if (extent == 0 || extent >= kLeastNumber) return;
-  fail("the sites lie within " + number(extent) +
+  fail("the sites lie within " + number_text(extent) +
        " of each other: must be at one place or 1e-36 apart");
 }
 
 void check_region(const region& polygons, const char* role) {
   for (std::size_t k = 0; k < polygons.size(); ++k) {
+    if (polygons[k].empty())
+      fail(std::string(role) + " polygon " + std::to_string(k) + " has no rings");
     for (std::size_t r = 0; r < polygons[k].size(); ++r) {
       const std::string name =
           "ring " + std::to_string(r) + " of " + role + " polygon " + std::to_string(k);
       for (const xy& c : polygons[k][r]) {
         if (!too_large(c)) continue;
         const bool finite = std::isfinite(c.x) && std::isfinite(c.y);
-        fail(name + " has a corner at (" + number(c.x) + ", " + number(c.y) + "): must be " +
-             (finite ? kAtMost : "finite"));
+        fail(name + " has a corner at (" + number_text(c.x) + ", " + number_text(c.y) +
+             "): must be " + (finite ? kAtMost : "finite"));
       }
       const std::string fault = detail::ring_fault(polygons[k][r]);
       if (!fault.empty()) fail(name + " " + fault);

@@ -127,9 +127,10 @@ class problem {
  public:
   // Throws if there is no site, a coordinate is above 1e36 in magnitude, a weight is not from 1e-36
   // to 1e36, the sites are neither at one place nor 1e-36 apart, a site's gauge is not among
-  // `gauges`, or the order weights do not fit the number of sites. Throws if a ring of the regions
-  // crosses itself, or runs along itself, or has fewer than three corners, or a corner above 1e36
-  // in magnitude: "ring 2 of forbidden polygon 3 crosses itself at (4, 1)".
+  // `gauges`, or the order weights do not fit the number of sites. Throws if a polygon of the
+  // regions has no rings, or if a ring crosses itself, or runs along itself, or has fewer than
+  // three corners, or a corner above 1e36 in magnitude: "ring 2 of forbidden polygon 3 crosses
+  // itself at (4, 1)".
   problem(std::vector<site> sites, std::vector<gauge> gauges, const order_weights& lambda,
           regions where = {});
 

@@ -23,8 +23,8 @@ namespace planloc {
 // itself nor run along itself.
 using ring = std::vector<detail::xy>;
 
-// Inside is what lies on no ring and within an odd number of them: an outer ring and its holes, an
-// island in a hole, several parts.
+// At least one ring. Inside is what lies on no ring and within an odd number of them: an outer ring
+// and its holes, an island in a hole, several parts.
 using region_polygon = std::vector<ring>;
 
 // The union of its polygons.

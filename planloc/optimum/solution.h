@@ -14,6 +14,10 @@
 
 namespace planloc {
 
+// Of the value: the gap up to which a convex problem under gauges that are not polyhedral counts as
+// solved.
+inline constexpr double kOptimalGap = 1e-11;
+
 enum class solution_status : std::uint8_t {
   optimal,     // polyhedral gauges: the gap is 0; others: at most 1e-11 of the value, 1e-10 where f
                // is not convex, or what the rounding of f leaves open

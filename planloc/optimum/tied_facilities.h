@@ -111,6 +111,10 @@ struct tied_counters {
   double seconds = 0;
 };
 
+// Of the value: the gap up to which a tied problem under gauges that are not polyhedral counts as
+// solved.
+inline constexpr double kOptimalTiedGap = 1e-9;
+
 struct tied_solution {
   // `optimal`: polyhedral gauges: the gap is 0. Others: it is at most 1e-9 of the value.
   // `within_gap`: it is what was asked for, or doubles cannot narrow it further. `stopped`.
@@ -129,9 +133,10 @@ struct tied_solution {
   double gap() const { return value - lower_bound; }
 };
 
+// Throws `bad_problem` if a number here is not from 0 up.
 struct tied_options {
   // The search ends when value - bound <= max(absolute_gap, relative_gap * value). With 0 for both
-  // it ends where the gap is closed.
+  // it ends where the gap is closed: as far as `optimal` promises.
   double relative_gap = 0;
   double absolute_gap = 0;
   double seconds = std::numeric_limits<double>::infinity();

@@ -10,6 +10,15 @@ namespace planloc {
 
 namespace detail {
 
+void check_finite(double value, double lower_bound) {
+  if (!std::isfinite(value)) refuse("the value is not finite");
+  if (!std::isfinite(lower_bound)) refuse("the lower bound is not finite");
+}
+
+void check_gap(double value, double lower_bound, double most) {
+  if (!(value - lower_bound <= most)) refuse("called optimal, but the gap is larger than that");
+}
+
 std::vector<double> listed_weights(const problem& p) {
   std::vector<double> lambda;
   for (const order_run& r : p.runs()) lambda.insert(lambda.end(), r.count, r.weight);
@@ -77,36 +86,53 @@ void check_pieces(const problem& p, std::span<const affine_piece> pieces) {
   }
 }
 
+namespace {
+
+constexpr double kInfinite = std::numeric_limits<double>::infinity();
+
+void check_infinite(const solution& s, double all) {
+  if (s.value != all || s.lower_bound != all)
+    refuse("called infeasible or unbounded, but value or bound is not the infinite one");
+}
+
+verification verify_unbounded(const problem& p, const solution& s) {
+  check_infinite(s, -kInfinite);
+  const auto* c = std::get_if<direction_certificate>(&s.proof);
+  if (c == nullptr) refuse("called unbounded, but without a direction");
+  if (p.where().allowed) refuse("a direction, but places far away are not allowed");
+  return verify_direction(p, *c);
+}
+
+verification verify_place(const problem& p, const solution& s) {
+  const bool claims_no_bound = s.status == solution_status::stopped &&
+                               s.lower_bound == -kInfinite &&
+                               std::holds_alternative<std::monostate>(s.proof);
+  check_finite(s.value, claims_no_bound ? 0 : s.lower_bound);
+  check_permitted(p, exact_place_of(s.point, s.exact));
+  if (claims_no_bound) return verify_without_bound(p, s);
+  if (const auto* c = std::get_if<boundary_certificate>(&s.proof)) return verify_boundary(p, s, *c);
+  if (const auto* c = std::get_if<branch_certificate>(&s.proof)) return verify_leaves(p, s, *c);
+  if (const auto* c = std::get_if<convex_certificate>(&s.proof)) {
+    if (c->pieces.empty() || c->pieces.size() > 3) refuse("one to three pieces are needed");
+    check_pieces(p, c->pieces);
+    return p.polyhedral() && s.status == solution_status::optimal ? verify_fractions(p, s, *c)
+                                                                  : verify_intervals(p, s, *c);
+  }
+  if (std::holds_alternative<direction_certificate>(s.proof))
+    refuse("a direction, but not unbounded");
+  refuse("no certificate");
+}
+
+}  // namespace
+
 }  // namespace detail
 
 verification verify(const problem& p, const solution& s) {
   try {
-    if (s.status == solution_status::infeasible) return detail::verify_infeasible(p);
-    if (s.status != solution_status::unbounded)
-      detail::check_permitted(p, detail::exact_place_of(s.point, s.exact));
-    if (const auto* c = std::get_if<boundary_certificate>(&s.proof))
-      return detail::verify_boundary(p, s, *c);
-    if (const auto* c = std::get_if<convex_certificate>(&s.proof)) {
-      if (c->pieces.empty() || c->pieces.size() > 3)
-        detail::refuse("one to three pieces are needed");
-      detail::check_pieces(p, c->pieces);
-      return p.polyhedral() && s.status == solution_status::optimal
-                 ? detail::verify_fractions(p, s, *c)
-                 : detail::verify_intervals(p, s, *c);
-    }
-    if (const auto* c = std::get_if<branch_certificate>(&s.proof)) {
-      return detail::verify_leaves(p, s, *c);
-    }
-    if (const auto* c = std::get_if<direction_certificate>(&s.proof)) {
-      if (s.status != solution_status::unbounded) detail::refuse("a direction, but not unbounded");
-      if (p.where().allowed) detail::refuse("a direction, but places far away are not allowed");
-      return detail::verify_direction(p, *c);
-    }
-    if (s.status == solution_status::stopped &&
-        s.lower_bound == -std::numeric_limits<double>::infinity()) {
-      return detail::verify_without_bound(p, s);
-    }
-    detail::refuse("no certificate");
+    if (s.status == solution_status::unbounded) return detail::verify_unbounded(p, s);
+    if (s.status != solution_status::infeasible) return detail::verify_place(p, s);
+    detail::check_infinite(s, detail::kInfinite);
+    return detail::verify_infeasible(p);
   } catch (detail::refusal& r) {
     verification v;
     v.reason = std::move(r.reason);

@@ -86,6 +86,46 @@ TEST(CertifiedProblem, GaugesByNumber) {
   EXPECT_EQ(found.head().weight(0), s.value);
 }
 
+// Back and forth: the same sites under one distance and with gauges by number.
+TEST(CertifiedProblem, SeveralFacilitiesAndTwoCriteria) {
+  gauged_sites data;
+  data.gauges.append(polygauge::linf_gauge());
+  for (const xy& at : {xy{0, 0}, xy{1, 0}, xy{8, 0}, xy{9, 1}, xy{4, 6}}) {
+    data.sites.append(location(2.0, 2.0, at.x, at.y, 1.0, 1.0 + at.x));
+    data.gauge_of.append(0);
+  }
+  list<location> existing;
+  existing.append(location(2.0, 1.0, 4.0, 6.0, 0.0));
+  const allocation_problem by_number = certified_allocation_problem(data, 0, 2, existing);
+  const allocation_problem by_distance =
+      certified_allocation_problem(data.sites, 0, gauge::linf(), 2, existing);
+  EXPECT_EQ(by_number.existing()[0], (xy{4, 6}));
+  const allocation a = allocate(by_number);
+  EXPECT_DOUBLE_EQ(a.value, 2);
+  EXPECT_TRUE(verify(by_distance, a).accepted);
+  EXPECT_EQ(certified_locations(a).size(), 2);
+  EXPECT_EQ(certified_locations(a).head()[0], a.points[0].x);
+
+  matrix V(2, 2);
+  V(0, 1) = 1;
+  const tied_solution t = minimise(certified_tied_problem(data.sites, 2, V, gauge::linf()));
+  const list<location> tied = certified_locations(t);
+  EXPECT_EQ(tied.size(), 2);
+  EXPECT_EQ(tied.tail()[1], t.points[1].y);
+  EXPECT_EQ(tied.tail().weight(0), t.value);
+
+  const efficient_chain chain = efficient_set(certified_bicriteria_problem(data));
+  const bicriteria_problem both = certified_bicriteria_problem(data.sites, gauge::linf());
+  EXPECT_TRUE(verify(both, chain).accepted);
+  const bicriteria_problem mixed = certified_bicriteria_problem(
+      data.sites, gauge::euclidean(), order_weights::median(), order_weights::centre());
+  const efficient_polyline line = approximate_efficient_set(mixed, 1e-2);
+  EXPECT_TRUE(verify(mixed, line).accepted);
+  const list<location> points = certified_locations(line);
+  EXPECT_EQ(points.size(), line.points.size());
+  EXPECT_EQ(points.head().weight(1), line.points[0].value2);
+}
+
 gauged_sites two_weights(const polygauge& g, const std::vector<bicriteria_site>& sites) {
   gauged_sites data;
   data.gauges.append(g);

@@ -250,7 +250,9 @@ TEST(LocationAllocation, BadInputIsNamed) {
   };
   EXPECT_EQ(message_of(0, {}), "no facility, new or existing");
   EXPECT_EQ(message_of(0, {{0, 0}, {0, INFINITY}}),
-            "a coordinate of existing facility 1 is not finite or above 1e36 in magnitude");
+            "y of existing facility 1 is inf: must be finite");
+  EXPECT_EQ(message_of(0, {{-1e40, 0}}),
+            "x of existing facility 0 is -1e+40: must be at most 1e36 in magnitude");
 }
 
 }  // namespace

@@ -301,9 +301,14 @@ TEST(EfficientSet, LimitsAndBadInput) {
       with_second_weights(source, source.sites(layout::scattered, 100, 1),
                           source.gauges(layout::scattered, 1, 8), relation::apart);
   efficient_options few;
-  few.pieces = 5;
-  EXPECT_EQ(efficient_set(p, few).status, efficient_status::stopped);
-  EXPECT_LE(efficient_set(p, few).pieces.size(), 7);
+  const std::size_t all = efficient_set(p).pieces.size();
+  for (const std::size_t most : {std::size_t{0}, std::size_t{1}, std::size_t{6}, all - 1, all}) {
+    few.pieces = most;
+    const efficient_chain c = efficient_set(p, few);
+    EXPECT_EQ(c.status, most < all ? efficient_status::stopped : efficient_status::complete);
+    EXPECT_LE(c.pieces.size(), std::max<std::size_t>(most, 1));
+    EXPECT_GE(c.pieces.size() + 1, most);
+  }
   const struct {
     std::vector<bicriteria_site> sites;
     gauge g;
@@ -318,7 +323,7 @@ TEST(EfficientSet, LimitsAndBadInput) {
       {{{0, 0, 1, 1, 3}},
        gauge::l1(),
        "gauge of site 0 is 3: must be less than the number of gauges, 1"},
-      {{{0, 0}}, gauge::euclidean(), "efficient set: a gauge is not polyhedral"},
+      {{{0, 0}}, gauge::euclidean(), "efficient set: the gauge of site 0 is not polyhedral"},
   };
   for (const auto& c : cases) {
     try {
@@ -485,7 +490,7 @@ TEST(EfficientPolyline, LimitsAndBadInput) {
     std::function<void()> call;
     const char* text;
   } cases[] = {
-      {[&] { approximate_efficient_set(p, 0); }, "tolerance is 0.000000: must be positive"},
+      {[&] { approximate_efficient_set(p, -1e-9); }, "tolerance is -1e-09: must be positive"},
       {[&] {
          approximate_efficient_set({{{0, 0, 0, 1}}, {gauge::l1()}}, 0.1);
        },
@@ -493,9 +498,9 @@ TEST(EfficientPolyline, LimitsAndBadInput) {
       {[&] {
          bicriteria_problem(two, {gauge::l1()}, order_weights::median(), order_weights::range());
        },
-       "the order weights of criterion 2 do not rise from 0 or more: it is not convex"},
+       "order weight 0 of criterion 2 is -1: must be at least 0, since they rise from 0 or more"},
       {[&] { efficient_set(bicriteria_problem(two, {gauge::l1()}, order_weights::centre())); },
-       "efficient set: an order weight is not 1: the criteria are no plain sums"},
+       "efficient set: an order weight of criterion 1 is 0: must be 1, the criteria plain sums"},
   };
   for (const auto& c : cases) {
     try {

@@ -55,7 +55,9 @@ TEST(Problem, BadInputIsNamed) {
       {ball({{1, 0}, {-1, 1}, {-1, -1}, {1, -0.5}, {1, 0.5}, {-1, 1.5}, {-1, -1.5}}),
        "gauge: the vertices go around the origin more than once"},
       {[] { gauge::lp(0.5); }, "gauge: p is 0.5: must be at least 1"},
-      {order(order_weights({1})), "1 order weights for 2 sites"},
+      {ball({{1, 0}, {0, 1}, {-1, 0}, {0, -1}, {1, 0}}),
+       "gauge: the vertices 4 and 0 are both (1, 0)"},
+      {order(order_weights({1})), "1 order weight for 2 sites"},
       {[] {
          order_weights({0, kNan});
        },

@@ -329,6 +329,13 @@ TEST(Regions, BadRingsAreRefusedByName) {
       }
     }
   }
+  std::string said;
+  try {
+    const problem p({{0, 0}}, {gauge::l1()}, order_weights::median(), {region{{square}, {}}, {}});
+  } catch (const bad_problem& e) {
+    said = e.what();
+  }
+  EXPECT_EQ(said, "allowed polygon 1 has no rings");
 }
 
 TEST(Regions, SpoiledProofsAreRefused) {

@@ -260,7 +260,9 @@ certificate_file read_certificate(const std::string& file, std::string_view text
     c.answer.point = pair_from(answer.at("point"));
     c.answer.value = number_from(
         answer.at("value"), c.answer.status == solution_status::unbounded ? -HUGE_VAL : HUGE_VAL);
-    c.answer.lower_bound = number_from(answer.at("lower_bound"), -HUGE_VAL);
+    c.answer.lower_bound =
+        number_from(answer.at("lower_bound"),
+                    c.answer.status == solution_status::infeasible ? HUGE_VAL : -HUGE_VAL);
     c.answer.exact = exact_from(answer.at("exact"));
     c.answer.proof = proof_from(all.at("proof"));
     return c;

@@ -10,6 +10,7 @@
 #include "planloc/optimum/allocation/assignment.h"
 #include "planloc/optimum/allocation/local_search.h"
 #include "planloc/optimum/allocation/lower_bound.h"
+#include "planloc/optimum/input_check.h"
 #include "planloc/optimum/location_allocation.h"
 #include "planloc/optimum/minimise.h"
 
@@ -198,6 +199,11 @@ bool allocator::place_one() {
   options.seconds = options_.seconds;
   options.stop = options_.stop;
   options.whole_set = false;
+  if (options_.progress) {
+    options.progress = [this](const search_progress& now) {
+      options_.progress({now.value, now.lower_bound, 0});
+    };
+  }
   solution s = minimise(problem_.single(), options);
   const solution_status ended = s.status;
   accept({s.point}, ended == solution_status::optimal   ? allocation_status::optimal
@@ -247,14 +253,19 @@ allocation_problem::allocation_problem(std::vector<site> sites, std::vector<gaug
       existing_(std::move(existing)) {
   if (count_ == 0 && existing_.empty()) throw bad_problem("no facility, new or existing");
   for (std::size_t k = 0; k < existing_.size(); ++k) {
-    const xy& e = existing_[k];
-    if (std::fabs(e.x) <= kMostNumber && std::fabs(e.y) <= kMostNumber) continue;
-    throw bad_problem("a coordinate of existing facility " + std::to_string(k) +
-                      " is not finite or above 1e36 in magnitude");
+    for (const auto& [name, c] : {std::pair("x", existing_[k].x), {"y", existing_[k].y}}) {
+      if (std::fabs(c) <= kMostNumber) continue;
+      throw bad_problem(std::string(name) + " of existing facility " + std::to_string(k) + " is " +
+                        detail::number_text(c) + ": must be " +
+                        (std::isfinite(c) ? "at most 1e36 in magnitude" : "finite"));
+    }
   }
 }
 
 allocation allocate(const allocation_problem& p, const allocate_options& options) {
+  detail::check_options({{"seconds", options.seconds},
+                         {"relative_gap", options.relative_gap},
+                         {"threads", options.threads}});
   return allocator(p, options).run();
 }
 

@@ -15,6 +15,7 @@
 #include "planloc/optimum/convex/smooth_median.h"
 #include "planloc/optimum/convex/snap.h"
 #include "planloc/optimum/exact/optimality.h"
+#include "planloc/optimum/input_check.h"
 #include "planloc/optimum/minimise.h"
 #include "planloc/optimum/regions/boundary_search.h"
 #include "planloc/optimum/verify.h"
@@ -34,10 +35,8 @@ using detail::optimality;
 constexpr double kHalfWayGap = 1e-3;
 // Where doubles cannot narrow the gap further.
 constexpr double kRoundingGap = 4e-15;
-// Of the value: how far what intervals prove may stay behind the bound in doubles, and the gap up
-// to which a problem without exact optimum counts as solved.
+// Of the value: how far what intervals prove may stay behind the bound in doubles.
 constexpr double kProofMargin = 3e-12;
-constexpr double kSmoothGap = 1e-11;
 // Of the value: when places begin to be counted from the nearest site.
 constexpr double kSiteGap = 1e-6;
 // Not if the site is further away than this share of the sites' extent, and the extent within this
@@ -242,7 +241,7 @@ void convex_search::claim_what_is_proved() {
   const bool powers =
       std::any_of(table_.blocks.begin(), table_.blocks.end(),
                   [](const detail::gauge_block& b) { return b.kind == gauge::shape::lp; });
-  const bool margin_will_do = ended_ || (!powers && result_.gap() <= kSmoothGap * best_.value);
+  const bool margin_will_do = ended_ || (!powers && result_.gap() <= kOptimalGap * best_.value);
   if (margin_will_do && model_.share_of_square() <= kProofMargin * best_.value) return;
   const double in_doubles = std::exchange(result_.lower_bound, 0);
   const verification v = verify(problem_, result_);
@@ -267,7 +266,7 @@ void convex_search::close_in_doubles() {
   if (to_exact(result_.point) != at) result_.exact = to_text(at);
   claim_what_is_proved();
   const double gap = result_.gap();
-  if (!problem_.polyhedral() && gap <= kSmoothGap * best_.value) {
+  if (!problem_.polyhedral() && gap <= kOptimalGap * best_.value) {
     result_.status = solution_status::optimal;
   } else if (!ended_ || gap <= asked_gap()) {
     result_.status = solution_status::within_gap;
@@ -407,6 +406,7 @@ solution over_the_plane(const problem& p, const minimise_options& options) {
 solution minimise_convex(const problem& p, const minimise_options& options) {
   if (!p.convex())
     throw bad_problem("the order weights do not rise from 0 or more: f is not convex");
+  detail::check_options(options);
   if (p.where().whole_plane()) return over_the_plane(p, options);
   // A place is at its best in the whole plane only if the search ends there.
   minimise_options to_the_end = options;

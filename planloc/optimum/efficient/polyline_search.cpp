@@ -8,6 +8,7 @@
 #include "planloc/optimum/convex/cut_model.h"
 #include "planloc/optimum/efficient_polyline.h"
 #include "planloc/optimum/evaluate.h"
+#include "planloc/optimum/input_check.h"
 
 namespace planloc {
 
@@ -373,7 +374,8 @@ efficient_polyline polyline_search::run() {
 efficient_polyline approximate_efficient_set(const bicriteria_problem& p, double tolerance,
                                              const polyline_options& options) {
   if (!(tolerance > 0))
-    throw bad_problem("tolerance is " + std::to_string(tolerance) + ": must be positive");
+    throw bad_problem("tolerance is " + detail::number_text(tolerance) + ": must be positive");
+  detail::check_options({{"seconds", options.seconds}});
   return polyline_search(p, tolerance, options).run();
 }
 

@@ -10,6 +10,7 @@
 #include "planloc/optimum/general/recession.h"
 #include "planloc/optimum/general/search_tree.h"
 #include "planloc/optimum/general/task_pool.h"
+#include "planloc/optimum/input_check.h"
 #include "planloc/optimum/minimise.h"
 
 namespace planloc {
@@ -550,6 +551,7 @@ solution general_search::run() {
 }  // namespace
 
 solution minimise_general(const problem& p, const minimise_options& options) {
+  detail::check_options(options);
   return general_search(p, options).run();
 }
 

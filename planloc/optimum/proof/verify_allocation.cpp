@@ -26,6 +26,7 @@ class allocation_checker {
   }
 
   allocation_check run() const {
+    detail::check_finite(answer_.value, answer_.lower_bound.value_or(0));
     check_shape();
     allocation_check c;
     const interval value = value_of_points();
@@ -106,6 +107,9 @@ class allocation_checker {
     }
     const verification v = verify(problem_.single(), *answer_.one_facility);
     if (!v.accepted) refuse(v.reason);
+    if (answer_.status == allocation_status::optimal &&
+        answer_.one_facility->status != solution_status::optimal)
+      refuse("called optimal, but the one facility is not");
     return v.lower_bound;
   }
 

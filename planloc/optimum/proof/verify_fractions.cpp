@@ -135,7 +135,7 @@ constexpr double kMultiplierRounding = 1e-6;
 [[noreturn]] void refuse_value() { refuse("the value is not that of the point"); }
 
 [[noreturn]] void refuse_bound() {
-  refuse("the lower bound is above the one that the certificate proves");
+  refuse("the lower bound is not the one that the certificate proves");
 }
 
 // The first piece, if the slopes of all cancel.
@@ -173,6 +173,15 @@ bool surely_cancel(const convex_certificate& c, const place_of_contact& place) {
   return true;
 }
 
+// Whether a double stands for the number that the interval holds; nothing if it depends on it.
+std::optional<bool> stands_for_held(double d, const interval& held) {
+  const bool fits_low = stands_for(d, mpq_class(held.low));
+  const bool fits_high = stands_for(d, mpq_class(held.high));
+  if (fits_low && fits_high) return true;
+  if (d < held.low ? !fits_low : d > held.high && !fits_high) return false;
+  return std::nullopt;
+}
+
 // Nothing if intervals cannot tell whether the slopes cancel and the claims fit.
 std::optional<verification> verify_rounded(const problem& p, const solution& s,
                                            const convex_certificate& c, const fraction_pair& at,
@@ -180,13 +189,11 @@ std::optional<verification> verify_rounded(const problem& p, const solution& s,
   if (!surely_cancel(c, place)) return std::nullopt;
   const interval value = place.value(c.pieces[0]);
   if (!std::isfinite(value.low) || !std::isfinite(value.high)) return std::nullopt;
-  const bool fits_low = stands_for(s.value, mpq_class(value.low));
-  const bool fits_high = stands_for(s.value, mpq_class(value.high));
-  if (s.value < value.low ? !fits_low : s.value > value.high && !fits_high) refuse_value();
-  if (s.lower_bound > value.high && !stands_for(s.lower_bound, mpq_class(value.high)))
-    refuse_bound();
-  if (!fits_low || !fits_high || !(s.lower_bound <= std::max(value.low, s.value)))
-    return std::nullopt;
+  const std::optional<bool> value_fits = stands_for_held(s.value, value);
+  if (value_fits == false) refuse_value();
+  const std::optional<bool> bound_fits = stands_for_held(s.lower_bound, value);
+  if (bound_fits == false) refuse_bound();
+  if (!value_fits || !bound_fits) return std::nullopt;
   verification v;
   v.value = value.high;
   v.lower_bound = value.low;
@@ -211,7 +218,7 @@ verification verify_fractions(const problem& p, const solution& s, const convex_
   const affine_function first = first_that_cancels(p, c);
   const mpq_class value = first.at_origin + first.slope.x * at.x + first.slope.y * at.y;
   if (!stands_for(s.value, value)) refuse_value();
-  if (s.lower_bound > value && !stands_for(s.lower_bound, value)) refuse_bound();
+  if (!stands_for(s.lower_bound, value)) refuse_bound();
   verification v;
   v.value = rounded_up(value);
   v.lower_bound = rounded_down(value);

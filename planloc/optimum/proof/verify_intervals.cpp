@@ -38,13 +38,15 @@ verification verify_intervals(const problem& p, const solution& s, const convex_
   v.value = value.high;
   v.lower_bound = std::max(0.0, bound(place, c, value));
   v.gap = v.value > v.lower_bound ? above(v.value - v.lower_bound) : 0;
-  const double rounding = 0x1p-44 * value.high;
+  const double rounding = rounding_of(value.high);
   if (!(s.value >= value.low - rounding && s.value <= value.high + rounding)) {
     refuse("the value is not that of the point");
   }
   if (!(s.lower_bound <= v.lower_bound)) {
     refuse("the lower bound is above the one that the certificate proves");
   }
+  if (s.status == solution_status::optimal)
+    check_gap(s.value, s.lower_bound, kOptimalGap * value.high + rounding);
   v.accepted = true;
   return v;
 }

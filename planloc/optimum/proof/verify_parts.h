@@ -19,6 +19,12 @@ struct refusal {
 
 [[noreturn]] inline void refuse(std::string reason) { throw refusal{std::move(reason)}; }
 
+// Refuses what does not compare with fractions.
+void check_finite(double value, double lower_bound);
+
+// Of a claim of `optimal` where the gap need not be 0.
+void check_gap(double value, double lower_bound, double most);
+
 inline std::string piece_name(std::size_t k) { return "piece " + std::to_string(k); }
 
 // The next double that is not below, not above q.
@@ -31,6 +37,9 @@ struct fraction_pair {
 
 // The place that an answer speaks of, which `point` must be a rounding of.
 fraction_pair exact_place_of(const xy& point, const exact_point& exact);
+
+// What the rounding of terms of one sign does to their sum.
+inline double rounding_of(double sum) { return 0x1p-44 * sum; }
 
 // Whether a double stands for an exact number up to roundings.
 bool stands_for(double d, const mpq_class& q);

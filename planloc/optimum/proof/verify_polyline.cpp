@@ -73,8 +73,8 @@ void polyline_check::check_cuts() const {
     check_pieces(criterion_[0], {&c.first, 1});
     check_pieces(criterion_[1], {&c.second, 1});
     for (const affine_piece* piece : {&c.first, &c.second}) {
-      if (!std::isfinite(piece->taken_at.x) || !std::isfinite(piece->taken_at.y))
-        refuse("a cut is not finite");
+      const xy at{piece->taken_at.x + line_.base.x, piece->taken_at.y + line_.base.y};
+      if (!std::isfinite(at.x) || !std::isfinite(at.y)) refuse("a cut is not finite");
     }
   }
 }
@@ -112,7 +112,8 @@ double polyline_check::proved_bound(const polyline_bound& b, const xy& at) const
   }
   const double reach = pull.low > 0 ? ((here + back) / pull).high : 0;
   const interval steep = sqrt(square(rest.x) + square(rest.y)) / total;
-  return std::min(here.low, below((level / total).low - above(steep.high * reach)));
+  const double bound = below((level / total).low - above(steep.high * reach));
+  return std::isnan(bound) ? 0 : std::min(here.low, bound);
 }
 
 void polyline_check::check_bound(std::size_t k) const {

@@ -55,6 +55,9 @@ void check_certificate(const tied_problem& p, const tied_certificate& c) {
 
 verification verify(const tied_problem& p, const tied_solution& s) {
   try {
+    if (s.status == solution_status::infeasible || s.status == solution_status::unbounded)
+      detail::refuse("tied facilities are neither infeasible nor unbounded");
+    detail::check_finite(s.value, s.lower_bound);
     detail::check_certificate(p, s.proof);
     return p.polyhedral() && s.status == solution_status::optimal
                ? detail::verify_tied_fractions(p, s)

@@ -25,10 +25,8 @@ constexpr double kExactGap = 1e-13;
 constexpr double kDoneGap = 2e-13;
 constexpr int kMostEvaluations = 100;  // of one part
 constexpr int kFirstLook = 3;          // before a part is folded
-// Of the value: how far what intervals prove may stay behind the bound in doubles, and the gap up
-// to which a problem without exact optimum counts as solved.
+// Of the value: how far what intervals prove may stay behind the bound in doubles.
 constexpr double kProofMargin = 3e-12;
-constexpr double kSmoothGap = 1e-11;
 
 exact_xy place_of(const solution& s) {
   if (s.exact.empty()) return to_exact(s.point);
@@ -206,7 +204,7 @@ bool boundary_search::as_good_as_free() {
   if (!best_ || free_.status != solution_status::optimal) return false;
   free_value_ = problem_.polyhedral()
                     ? solver_.same_value(*best_, outside_, free_.value)
-                    : best_->value - free_.lower_bound <= kSmoothGap * best_->value;
+                    : best_->value - free_.lower_bound <= kOptimalGap * best_->value;
   return free_value_;
 }
 
@@ -266,7 +264,7 @@ solution boundary_search::finish() {
     s.lower_bound = least;
     prove(s);
   }
-  const double solved = problem_.polyhedral() ? 0 : kSmoothGap * s.value;
+  const double solved = problem_.polyhedral() ? 0 : kOptimalGap * s.value;
   if (exact || (!problem_.polyhedral() && s.gap() <= solved)) {
     s.status = solution_status::optimal;
   } else if (!ended_ || s.gap() <= asked_gap()) {

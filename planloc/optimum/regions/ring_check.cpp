@@ -1,23 +1,17 @@
 #include "planloc/optimum/regions/ring_check.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <numeric>
 #include <optional>
 
 #include "planloc/optimum/exact/exact_sign.h"
+#include "planloc/optimum/input_check.h"
 
 namespace planloc::detail {
 
 namespace {
 
-std::string number(double d) {
-  std::array<char, 32> text;
-  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), d).ptr};
-}
-
-std::string at(const xy& p) { return " at (" + number(p.x) + ", " + number(p.y) + ")"; }
+std::string at(const xy& p) { return " at (" + number_text(p.x) + ", " + number_text(p.y) + ")"; }
 
 bool in_box(const xy& p, const xy& a, const xy& b) {
   return std::min(a.x, b.x) <= p.x && p.x <= std::max(a.x, b.x) && std::min(a.y, b.y) <= p.y &&

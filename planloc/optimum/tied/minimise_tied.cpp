@@ -1,5 +1,7 @@
 #include <algorithm>
+#include <optional>
 
+#include "planloc/optimum/input_check.h"
 #include "planloc/optimum/tied/part_answer.h"
 #include "planloc/optimum/tied/polyhedral.h"
 #include "planloc/optimum/tied/separable.h"
@@ -11,8 +13,34 @@ namespace {
 
 using namespace detail;
 
+// The place of all sites that hold a part, if it is one.
+std::optional<xy> only_place(const tied_problem& p, const tied_part& part) {
+  std::optional<xy> place;
+  for (const std::uint32_t j : part.facilities) {
+    for (std::size_t i = 0; i < p.sites().size(); ++i) {
+      if (p.weight(j, i) == 0) continue;
+      const xy at{p.sites()[i].x, p.sites()[i].y};
+      if (place && *place != at) return {};
+      place = at;
+    }
+  }
+  return place;
+}
+
+// Of the value 0, which slopes of 0 prove.
+part_answer put_at_site(const tied_problem& p, const tied_part& part, const xy& place,
+                        tied_solution& s) {
+  for (const std::uint32_t j : part.facilities) {
+    s.points[j] = place;
+    for (std::uint32_t i = 0; i < p.sites().size(); ++i)
+      if (p.weight(j, i) > 0) s.proof.bends.push_back({j, i, {}});
+  }
+  return {};
+}
+
 part_answer solve_part(const tied_problem& p, const std::optional<frame>& f, const tied_part& part,
                        const tied_limits& limits, tied_solution& s) {
+  if (const std::optional<xy> place = only_place(p, part)) return put_at_site(p, part, *place, s);
   if (f) {
     const double value = solve_separable(p, *f, part, s);
     return {value, value, solution_status::optimal};
@@ -30,14 +58,18 @@ solution_status worse(solution_status a, solution_status b) {
 }  // namespace
 
 tied_solution minimise(const tied_problem& p, const tied_options& options) {
-  const tied_limits limits(options);
+  check_options({{"relative_gap", options.relative_gap},
+                 {"absolute_gap", options.absolute_gap},
+                 {"seconds", options.seconds}});
+  const std::vector<tied_part> parts = held_parts(p);
+  const tied_limits limits(options, parts.size());
   tied_solution s;
   s.points.assign(p.facilities(), {p.sites()[0].x, p.sites()[0].y});
   s.proof.edge.assign(p.weights().size(), 0);
   s.proof.ties.resize(p.ties().size());
   s.status = solution_status::optimal;
   const std::optional<frame> f = separable_frame(p);
-  for (const tied_part& part : held_parts(p)) {
+  for (const tied_part& part : parts) {
     const part_answer a = solve_part(p, f, part, limits, s);
     s.value += a.value;
     s.lower_bound += a.lower_bound;

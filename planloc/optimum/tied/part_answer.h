@@ -2,6 +2,7 @@
 #ifndef PLANLOC_OPTIMUM_TIED_PART_ANSWER_H_
 #define PLANLOC_OPTIMUM_TIED_PART_ANSWER_H_
 
+#include <algorithm>
 #include <chrono>
 #include <vector>
 
@@ -17,18 +18,22 @@ struct part_answer {
 
 class tied_limits {
  public:
-  explicit tied_limits(const tied_options& o) : options_(o) {}
+  // The gaps of the parts add up.
+  tied_limits(const tied_options& o, std::size_t parts)
+      : options_(o), absolute_gap_(o.absolute_gap / static_cast<double>(parts)) {}
 
   bool stopped() const { return options_.stop.stop_requested() || seconds() >= options_.seconds; }
   double seconds() const { return std::chrono::duration<double>(clock::now() - begin_).count(); }
-  // Whether the caller asked for no more than this.
-  bool enough(double gap, double value) const { return gap <= options_.relative_gap * value; }
-  double absolute_gap() const { return options_.absolute_gap; }
+  // Whether the caller asked for no more than this, of a part and in this unit.
+  bool enough(double gap, double value, double unit) const {
+    return gap <= std::max(options_.relative_gap * value, absolute_gap_ / unit);
+  }
 
  private:
   using clock = std::chrono::steady_clock;
 
   const tied_options& options_;
+  double absolute_gap_;
   clock::time_point begin_ = clock::now();
 };
 

@@ -45,7 +45,7 @@ class polyhedral_search {
   double unit() const { return terms_.scale * terms_.weight_scale; }
 
   static bool enough(const tied_limits& limits, const part_answer& a) {
-    return limits.enough(a.value - a.lower_bound, a.value);
+    return limits.enough(a.value - a.lower_bound, a.value, 1);
   }
 
   // Goes on until the crossing is the optimum.
@@ -58,7 +58,7 @@ class polyhedral_search {
       ++s.counters.rounds;
       const double gap = method().gap();
       const double value = method().value();
-      if (limits.enough(gap, value)) {
+      if (limits.enough(gap, value, unit())) {
         const part_answer a = rounded(solution_status::within_gap, s);
         if (enough(limits, a)) return a;
         s.proof.bends.resize(bends_of_others_);

@@ -27,7 +27,6 @@ constexpr double kSumCanTell = 1e-13;
 constexpr int kMendings = 3;
 constexpr double kNothingLeft = 1e-16;
 constexpr std::size_t kStepsPerWidth = 25;
-constexpr double kProvedOptimal = 1e-9;
 constexpr double kCloseEnough = 1e-12;
 
 double length(const xy& u) { return std::sqrt(u.x * u.x + u.y * u.y); }
@@ -57,20 +56,21 @@ class smooth_search {
       s.counters.rounds += steps;
       stopped = limits.stopped();
       if (width <= kWidthOfFirstAnswer || stopped) consider(width);
-      if (found_ && (gap_ <= kCloseEnough * value_ || limits.enough(gap_, value_))) break;
+      if (found_ && (gap_ <= kCloseEnough * value_ || limits.enough(gap_, value_, unit()))) break;
       const double next = width * (steps <= 3 ? 0.01 : 0.1);
       follow(width, next);
       width = next;
     }
     write_rounded(problem_, part_, terms_, best_, s);
-    const double unit = terms_.scale * terms_.weight_scale;
-    const solution_status status = gap_ <= kProvedOptimal * value_ ? solution_status::optimal
-                                   : stopped                       ? solution_status::stopped
-                                                                   : solution_status::within_gap;
-    return {value_ * unit, (value_ - gap_) * unit, status};
+    const solution_status status = gap_ <= kOptimalTiedGap * value_ ? solution_status::optimal
+                                   : stopped                        ? solution_status::stopped
+                                                                    : solution_status::within_gap;
+    return {value_ * unit(), (value_ - gap_) * unit(), status};
   }
 
  private:
+  double unit() const { return terms_.scale * terms_.weight_scale; }
+
   smoothed_value smoothed(const part_term& t, const xy& u, double width) const {
     const gauge& g = problem_.gauges()[t.gauge];
     if (g.kind() == gauge::shape::euclidean) return smoothed_euclidean(u, width);

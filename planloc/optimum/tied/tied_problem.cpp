@@ -1,19 +1,15 @@
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <cmath>
 #include <string>
 
+#include "planloc/optimum/input_check.h"
 #include "planloc/optimum/tied_facilities.h"
 
 namespace planloc {
 
 namespace {
 
-std::string number(double d) {
-  std::array<char, 32> text;
-  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), d).ptr};
-}
+using detail::number_text;
 
 [[noreturn]] void refuse(const std::string& what, const std::string& value,
                          const std::string& rule) {
@@ -21,15 +17,15 @@ std::string number(double d) {
 }
 
 void check_weight(const std::string& what, double weight) {
-  if (!std::isfinite(weight)) refuse(what, number(weight), "finite");
-  if (weight < 0) refuse(what, number(weight), "0 or positive");
+  if (!std::isfinite(weight)) refuse(what, number_text(weight), "finite");
+  if (weight < 0) refuse(what, number_text(weight), "0 or positive");
   if (weight == 0 || (weight >= kLeastNumber && weight <= kMostNumber)) return;
-  refuse(what, number(weight), "0 or from 1e-36 to 1e36");
+  refuse(what, number_text(weight), "0 or from 1e-36 to 1e36");
 }
 
 void check_coordinate(const std::string& what, double c) {
-  if (!std::isfinite(c)) refuse(what, number(c), "finite");
-  if (std::fabs(c) > kMostNumber) refuse(what, number(c), "at most 1e36 in magnitude");
+  if (!std::isfinite(c)) refuse(what, number_text(c), "finite");
+  if (std::fabs(c) > kMostNumber) refuse(what, number_text(c), "at most 1e36 in magnitude");
 }
 
 void check_number(const std::string& what, std::size_t k, const std::string& of, std::size_t n) {
@@ -51,7 +47,7 @@ void check_sites(std::span<const tied_site> sites, std::size_t gauges) {
   }
   const double extent = std::max(high.x - low.x, high.y - low.y);
   if (extent == 0 || extent >= kLeastNumber) return;
-  throw bad_problem("the sites lie within " + number(extent) +
+  throw bad_problem("the sites lie within " + number_text(extent) +
                     " of each other: must be at one place or 1e-36 apart");
 }
 
