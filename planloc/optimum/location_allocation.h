@@ -69,12 +69,15 @@ struct allocation_counters {
 
 // How many new facilities lie where, in the proof of a lower bound. A case is a list of rectangles,
 // each with a number of facilities; the first case is the whole plane with all of them. A case
-// without prices is divided: its rectangle `cell` is cut by the line x = at, or y = at. What is
+// without `least` is divided: its rectangle `cell` is cut by the line x = at, or y = at. What is
 // below stays in place, what is above goes to the end of the list, and the cases with 0, 1, ... of
 // the rectangle's facilities below follow, each with all that it is divided into.
 struct allocation_case {
-  std::vector<double> prices;  // one a site; the bound of the case is the sum of prices + sum over
-  std::vector<double> least;   // the rectangles of count * least, a bound of the priced sum in each
+  // One a site; empty if they are those of the case that it is part of. The bound of a case that is
+  // not divided is the sum of prices + sum over the rectangles of count * least, a bound of the
+  // priced sum in each.
+  std::vector<double> prices;
+  std::vector<double> least;
   std::uint32_t cell = 0;
   bool by_x = true;
   double at = 0;
@@ -133,9 +136,9 @@ struct allocate_options {
 //
 // The lower bound comes from column generation (Krau 1997; du Merle, Villeneuve, Desrosiers and
 // Hansen 1999). Up to some twenty sites a facility it closes to 1e-4 or better within seconds for a
-// few hundred sites. Where prices leave a gap and there are at most 400 sites, the plane is cut
-// into cases, at most 400 of them. For more than 4000 sites the prices of neighbours move together,
-// in 250 groups and then in 1000: a few percent are left.
+// few hundred sites. Where prices leave a gap and there are at most 4000 sites, the plane is cut
+// into cases, at most 400 of which get prices of their own. For more than 4000 sites the prices of
+// neighbours move together, in 250 groups and then in 1000: a few percent are left.
 allocation allocate(const allocation_problem& p, const allocate_options& options = {});
 
 struct allocation_check {

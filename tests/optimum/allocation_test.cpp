@@ -8,6 +8,7 @@
 #include <limits>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "instances.h"
@@ -131,12 +132,18 @@ TEST(LocationAllocation, CasesCloseTheGap) {
     EXPECT_EQ(a.status, allocation_status::within_gap);
     ASSERT_FALSE(a.cases.empty());
     expect_proved(p, a);
+    a.cases[0].prices = std::exchange(a.cases[1].prices, {});  // prices may be handed down
+    expect_proved(p, a);
     for (const auto& spoil : std::vector<std::function<void(std::vector<allocation_case>&)>>{
              [](auto& c) { c.pop_back(); }, [](auto& c) { c.push_back(c.back()); },
              [](auto& c) { c[0].at += 10; }, [](auto& c) { c[0].cell = 1; },
              [](auto& c) { c.back().least[0] *= 0.5; }, [](auto& c) { c.back().least.pop_back(); },
              [](auto& c) {
-               for (double& u : c.back().prices) u *= 0.5;
+               for (allocation_case& k : c) k.prices.clear();
+             },
+             [](auto& c) {
+               for (allocation_case& k : c)
+                 for (double& u : k.prices) u *= 0.5;
              }}) {
       allocation spoiled = a;
       spoil(spoiled.cases);

@@ -50,20 +50,25 @@ bool column_generation::run() {
   return bound_ > -std::numeric_limits<double>::infinity();
 }
 
-bool column_generation::run_from(const column_generation& other, std::size_t rounds) {
-  std::vector<double> least;
-  if (!search(other.best_prices_, task_.goal, least, {})) return false;
-  take(other.best_prices_, std::move(least));
-  if (rounds == 0 || task_.answer.value - bound_ <= task_.goal) return true;
+void column_generation::run_from(const std::vector<double>& prices, std::vector<double> least,
+                                 const std::vector<dual_master::cluster>& clusters,
+                                 std::size_t rounds) {
+  take(prices, std::move(least));
   make_master(0);
-  for (const dual_master::cluster& c : other.master_->known_clusters()) {
+  for (const dual_master::cluster& c : clusters) {
     const std::uint32_t cell = cell_of(c.at);
     if (cells_[cell].count > 0 && !master_->knows(c.slots, cell))
       master_->add_cluster(c.slots, c.at, cell, c.cost);
   }
   half_width_ = first_width();
   go_on(rounds);
-  return true;
+}
+
+std::optional<std::vector<double>> column_generation::least_with(
+    const std::vector<double>& prices) {
+  std::vector<double> least;
+  if (!search(prices, task_.goal, least, {})) return std::nullopt;
+  return least;
 }
 
 void column_generation::go_on(std::size_t rounds) {

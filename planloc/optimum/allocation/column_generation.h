@@ -44,16 +44,21 @@ class column_generation {
   column_generation(const bound_task& task, std::vector<peopled_cell> cells);
 
   // Until the gap is small enough, nothing is left to gain or the time has expired: from the
-  // answer's clusters, or from those and the prices of another one. With `rounds` of 0 the other's
-  // prices are all that is tried. False if there is no bound.
+  // answer's clusters, or for some rounds from the prices and clusters of another one. `run`
+  // returns false if there is no bound.
   bool run();
-  bool run_from(const column_generation& other, std::size_t rounds);
+  void run_from(const std::vector<double>& prices, std::vector<double> least,
+                const std::vector<dual_master::cluster>& clusters, std::size_t rounds);
+  // `least` with other prices; none if the time has expired.
+  std::optional<std::vector<double>> least_with(const std::vector<double>& prices);
 
   double bound() const { return bound_; }
   const std::vector<double>& prices() const { return best_prices_; }  // by slot
   // The least priced sum in each cell, from below.
   const std::vector<double>& least() const { return least_; }
-  const std::vector<peopled_cell>& cells() const { return cells_; }
+  std::vector<dual_master::cluster> known_clusters() const {
+    return master_ ? master_->known_clusters() : std::vector<dual_master::cluster>();
+  }
   // A cut far from the places of the master's solution, with numbers of facilities on either side
   // that are far from whole.
   std::optional<cell_cut> fractional_cut() const;

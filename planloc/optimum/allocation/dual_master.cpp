@@ -18,6 +18,7 @@ constexpr std::size_t kPivotsToAsk = 32;
 constexpr double kLeastShare = 1e-3;  // of a cluster in a solution
 constexpr std::size_t kPromising = 64;
 constexpr std::size_t kClustersPerRow = 16;
+constexpr std::size_t kFewReached = 3;  // one in so many: the others are passed over
 
 }  // namespace
 
@@ -185,13 +186,19 @@ void dual_master::transform(const column& c) {
 // The inverse after the column of `alpha_` has come into a row.
 void dual_master::exchange(std::size_t row) {
   const std::size_t rows = basis_.size();
+  const auto changed = [](double entry) { return std::fabs(entry) > kNoise ? entry : 0; };
+  reached_.clear();
+  for (std::uint32_t i = 0; i < rows; ++i)
+    if (alpha_[i] != 0) reached_.push_back(i);
+  const bool few = reached_.size() < rows / kFewReached;
   for (std::size_t j = 0; j < rows; ++j) {
     double* entry = inverse_.data() + j * rows;
     const double share = entry[row] / alpha_[row];
     if (share == 0) continue;
-    for (std::size_t i = 0; i < rows; ++i) {
-      const double next = entry[i] - share * alpha_[i];
-      entry[i] = std::fabs(next) > kNoise ? next : 0;
+    if (few) {
+      for (const std::uint32_t i : reached_) entry[i] = changed(entry[i] - share * alpha_[i]);
+    } else {
+      for (std::size_t i = 0; i < rows; ++i) entry[i] = changed(entry[i] - share * alpha_[i]);
     }
     entry[row] = share;
   }

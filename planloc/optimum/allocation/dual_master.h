@@ -94,6 +94,7 @@ class dual_master {
   std::vector<double> level_;  // of each basic column
   std::vector<double> dual_;
   std::vector<double> alpha_;
+  std::vector<std::uint32_t> reached_;  // where it is not 0
   std::size_t pivots_ = 0;
 };
 

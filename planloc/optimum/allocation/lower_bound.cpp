@@ -1,8 +1,13 @@
 #include "planloc/optimum/allocation/lower_bound.h"
 
 #include <algorithm>
+#include <functional>
+#include <memory>
 #include <numeric>
+#include <optional>
+#include <queue>
 #include <utility>
+#include <vector>
 
 #include "planloc/optimum/allocation/column_generation.h"
 
@@ -12,35 +17,58 @@ namespace {
 
 // Of the sum of prices: what roundings in the bound may come to, and more.
 constexpr double kMargin = 1e-10;
-constexpr std::size_t kMostSitesOfCases = 400;
-constexpr std::size_t kMostCases = 400;
+constexpr std::size_t kMostSitesOfCases = 4000;  // beyond, prices move in groups
+constexpr std::size_t kMostCases = 400;          // with prices of their own
 constexpr std::size_t kRoundsOfCase = 100;
 
-// Cuts the plane where the prices of all of it leave a gap: how many facilities lie on either side
-// makes the cases, each with prices of its own.
+// Where the prices of the whole plane leave a gap, it is cut in two: how many facilities lie on
+// either side makes the cases, each with prices of its own. The case with the least bound comes
+// first, to be given prices, and then to be cut itself.
 class case_tree {
  public:
-  explicit case_tree(const bound_task& task) : task_(task) {}
+  explicit case_tree(const bound_task& task)
+      : task_(task), of_case_{task.ground, task.answer, task.goal, task.expired, silent_} {}
 
   void run() {
-    column_generation all(task_, {{price_cell(), task_.answer.points.size()}});
-    if (!all.run()) return;
-    claim(all.bound(), all);
-    if (closed(all.bound()) || all.prices().size() > kMostSitesOfCases) return;
-    bound_ = task_.answer.value;
-    divide(all);
-    if (!cases_.empty() && cases_[0].prices.empty() && bound_ > *task_.answer.lower_bound) {
-      task_.answer.lower_bound = bound_;
-      task_.answer.prices.clear();
-      task_.answer.cases = std::move(cases_);
+    cases_.push_back({.cells = {{price_cell(), task_.answer.points.size()}}});
+    {
+      column_generation all(task_, cases_[0].cells);
+      if (!all.run()) return;
+      take(all, cases_[0]);
+    }
+    bound_ = cases_[0].bound;
+    if (cases_[0].prices->size() <= kMostSitesOfCases) divide_until_closed();
+    // A better answer may have taken the place of the one that there was.
+    task_.answer.lower_bound = bound_;
+    task_.answer.prices.clear();
+    task_.answer.cases.clear();
+    if (bound_ > cases_[0].bound) {
+      write(cases_[0]);
+    } else {
+      task_.answer.prices = by_site(*cases_[0].prices);
     }
   }
 
  private:
+  struct priced_case {
+    std::vector<peopled_cell> cells;
+    std::shared_ptr<const std::vector<double>> prices = {};  // by slot
+    std::vector<double> least = {};                          // by cell, with these prices
+    double bound = 0;
+    std::shared_ptr<const std::vector<dual_master::cluster>> clusters = {};
+    bool own_prices = false;  // else they are those of the case that it is part of
+    std::optional<cell_cut> cut = {};
+    std::vector<std::size_t> parts = {};
+  };
+  using bound_and_case = std::pair<double, std::size_t>;
+
   bool closed(double bound) const { return task_.answer.value - bound <= task_.goal; }
 
-  static double safe(double bound, const column_generation& prices) {
-    const double sum = std::accumulate(prices.prices().begin(), prices.prices().end(), 0.0);
+  static double bound_of(const priced_case& c) {
+    const double sum = std::accumulate(c.prices->begin(), c.prices->end(), 0.0);
+    double bound = sum;
+    for (std::size_t k = 0; k < c.cells.size(); ++k)
+      bound += static_cast<double>(c.cells[k].count) * c.least[k];
     return std::max(0.0, bound - kMargin * sum);
   }
 
@@ -51,53 +79,96 @@ class case_tree {
     return result;
   }
 
-  void claim(double bound, const column_generation& prices) {
-    task_.answer.lower_bound = safe(bound, prices);
-    task_.answer.prices = by_site(prices.prices());
+  static void take(const column_generation& found, priced_case& c) {
+    c.prices = std::make_shared<const std::vector<double>>(found.prices());
+    c.least = found.least();
+    c.bound = bound_of(c);
+    c.own_prices = true;
+    c.cut = found.fractional_cut();
+    c.clusters = std::make_shared<const std::vector<dual_master::cluster>>(found.known_clusters());
   }
 
-  // Appends the cases that a case falls into, itself if it does not.
-  void divide(const column_generation& whole) {
-    const bool goes_on = !closed(whole.bound()) && tried_ < kMostCases && !task_.expired();
-    const std::optional<cell_cut> cut = goes_on ? whole.fractional_cut() : std::nullopt;
-    if (!cut) {
-      bound_ = std::min(bound_, safe(whole.bound(), whole));
-      cases_.push_back({by_site(whole.prices()), whole.least(), 0, true, 0});
-      return;
+  void divide_until_closed() {
+    open_.push({bound_, 0});
+    while (!closed(bound_) && !task_.expired()) {
+      const std::size_t k = open_.top().second;
+      if (!(cases_[k].own_prices ? divide(k) : price(k))) return;
+      if (open_.top().first <= bound_) continue;
+      bound_ = open_.top().first;
+      if (task_.told) task_.told(bound_);
     }
-    const double base = cut->by_x ? task_.ground.table.base.x : task_.ground.table.base.y;
-    const double at = base + cut->at;
-    cases_.push_back({{}, {}, cut->cell, cut->by_x, at});
-    for (std::size_t below = 0; below <= whole.cells()[cut->cell].count; ++below) {
-      ++tried_;
-      column_generation part(task_, cut_cells(whole.cells(), *cut, at - base, below));
-      // Without time the other's prices are what is left: they are a bound of each case.
-      if (part.run_from(whole, tried_ < kMostCases ? kRoundsOfCase : 0)) {
-        divide(part);
-      } else {
-        bound_ = std::min(bound_, safe(whole.bound(), whole));
-        std::vector<double> least = whole.least();
-        least.push_back(least[cut->cell]);
-        cases_.push_back({by_site(whole.prices()), std::move(least), 0, true, 0});
-      }
+  }
+
+  // The case on top; false if enough were tried.
+  bool price(std::size_t k) {
+    if (++tried_ > kMostCases) return false;
+    open_.pop();
+    priced_case& c = cases_[k];
+    column_generation part(of_case_, c.cells);
+    part.run_from(*c.prices, c.least, *c.clusters, kRoundsOfCase);
+    take(part, c);
+    open_.push({c.bound, k});
+    return true;
+  }
+
+  // The case on top; false if there is nothing to cut, or not enough time.
+  bool divide(std::size_t k) {
+    const std::optional<cell_cut> cut = cases_[k].cut;
+    if (!cut) return false;
+    std::vector<peopled_cell> sides =
+        cut_cells({cases_[k].cells[cut->cell]}, {0, cut->by_x, cut->at}, 1);
+    sides[1].count = 1;
+    const auto least = column_generation(of_case_, std::move(sides)).least_with(*cases_[k].prices);
+    if (!least) return false;
+    open_.pop();
+    for (std::size_t below = 0; below <= cases_[k].cells[cut->cell].count; ++below) {
+      priced_case part{.cells = cut_cells(cases_[k].cells, *cut, below),
+                       .prices = cases_[k].prices,
+                       .least = cases_[k].least,
+                       .clusters = cases_[k].clusters};
+      const double whole = part.least[cut->cell];
+      part.least[cut->cell] = std::max(whole, (*least)[0]);
+      part.least.push_back(std::max(whole, (*least)[1]));
+      part.bound = bound_of(part);
+      open_.push({part.bound, cases_.size()});
+      cases_[k].parts.push_back(cases_.size());
+      cases_.push_back(std::move(part));
     }
+    cases_[k].clusters.reset();
+    return true;
   }
 
   static std::vector<peopled_cell> cut_cells(std::vector<peopled_cell> cells, const cell_cut& cut,
-                                             double at, std::size_t below) {
+                                             std::size_t below) {
     peopled_cell& low = cells[cut.cell];
     peopled_cell high = low;
     high.count -= below;
     low.count = below;
-    (cut.by_x ? low.where.high.x : low.where.high.y) = at;
-    (cut.by_x ? high.where.low.x : high.where.low.y) = at;
+    (cut.by_x ? low.where.high.x : low.where.high.y) = cut.at;
+    (cut.by_x ? high.where.low.x : high.where.low.y) = cut.at;
     cells.push_back(high);
     return cells;
   }
 
+  void write(const priced_case& c) {
+    const std::vector<double> prices = c.own_prices ? by_site(*c.prices) : std::vector<double>();
+    if (c.parts.empty()) {
+      task_.answer.cases.push_back({prices, c.least, 0, true, 0});
+      return;
+    }
+    const xy& base = task_.ground.table.base;
+    const double at = (c.cut->by_x ? base.x : base.y) + c.cut->at;
+    task_.answer.cases.push_back({prices, {}, c.cut->cell, c.cut->by_x, at});
+    for (const std::size_t k : c.parts) write(cases_[k]);
+  }
+
   const bound_task& task_;
-  std::vector<allocation_case> cases_;
-  double bound_ = 0;  // the least of the cases
+  const std::function<void(double)> silent_;
+  const bound_task of_case_;
+  std::vector<priced_case> cases_;
+  // The least bound first, of the cases that are not divided.
+  std::priority_queue<bound_and_case, std::vector<bound_and_case>, std::greater<>> open_;
+  double bound_ = 0;
   std::size_t tried_ = 0;
 };
 

@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "planloc/optimum/proof/verify_leaves.h"
 
@@ -23,6 +26,8 @@ using corner_values = std::array<double, 4>;
 
 struct rectangle {
   double left, right, low, high;
+
+  friend bool operator==(const rectangle&, const rectangle&) = default;
 };
 
 // A number c with |x| <= c * gauge(u) and |y| <= c * gauge(u) for u = (x, y).
@@ -260,27 +265,70 @@ interval sum_of(const std::vector<double>& prices) {
   return sum;
 }
 
+struct allocation_cell {
+  rectangle where;
+  std::size_t count;
+};
+
+// Prices, and what was shown of them. The cases that a case is divided into have most of their
+// rectangles in common.
+class proved_prices {
+ public:
+  proved_prices(const allocation_problem& p, const std::vector<double>& prices)
+      : problem_(p), prices_(capped_prices(p, prices)), sum_(sum_of(prices_)) {}
+
+  void prove(const std::vector<double>& least, const std::vector<allocation_cell>& cells,
+             double claimed) {
+    if (least.size() != cells.size()) refuse("one least priced sum a rectangle is needed");
+    interval bound = sum_;
+    for (std::size_t k = 0; k < cells.size(); ++k) {
+      if (cells[k].count == 0) continue;
+      if (!(least[k] <= 0)) refuse("the prices do not prove the lower bound");
+      bound = bound + interval(static_cast<double>(cells[k].count)) * interval(least[k]);
+      prove_cell(cells[k].where, least[k]);
+    }
+    if (!(bound.low >= claimed)) refuse("the prices do not prove the lower bound");
+  }
+
+ private:
+  void prove_cell(const rectangle& where, double least) {
+    const bool known = std::any_of(proved_.begin(), proved_.end(), [&](const auto& p) {
+      return p.first == where && p.second >= least;
+    });
+    if (known) return;
+    price_walk(problem_, prices_, least).run(where);
+    proved_.emplace_back(where, least);
+  }
+
+  const allocation_problem& problem_;
+  std::vector<double> prices_;
+  interval sum_;
+  std::vector<std::pair<rectangle, double>> proved_;
+};
+
 class case_walk {
  public:
   case_walk(const allocation_problem& p, const std::vector<allocation_case>& cases, double claimed)
       : problem_(p), cases_(cases), claimed_(claimed) {}
 
   void run() {
-    visit({{kPlane, problem_.count()}});
+    visit({{kPlane, problem_.count()}}, nullptr);
     if (next_ != cases_.size()) refuse("there are more cases than the cuts make");
   }
 
  private:
-  struct cell {
-    rectangle where;
-    std::size_t count;
-  };
+  using cell = allocation_cell;
 
-  void visit(const std::vector<cell>& cells) {
+  // `inherited`: the prices of the case that it is part of, if that has any.
+  void visit(const std::vector<cell>& cells, proved_prices* inherited) {
     if (next_ == cases_.size()) refuse("a case of the lower bound is missing");
     const allocation_case& c = cases_[next_++];
-    if (!c.prices.empty()) {
-      prove(c, cells);
+    std::optional<proved_prices> own;
+    if (!c.prices.empty()) own.emplace(problem_, c.prices);
+    if (!c.least.empty()) {
+      proved_prices* const prices = own ? &*own : inherited;
+      if (prices == nullptr) refuse("a case has no prices");
+      prices->prove(c.least, cells, claimed_);
       return;
     }
     if (c.cell >= cells.size() || !std::isfinite(c.at)) refuse("a case is cut where nothing is");
@@ -293,21 +341,8 @@ class case_walk {
       (c.by_x ? low.where.right : low.where.high) = c.at;
       (c.by_x ? high.where.left : high.where.low) = c.at;
       parts.push_back(high);
-      visit(parts);
+      visit(parts, own ? &*own : nullptr);
     }
-  }
-
-  void prove(const allocation_case& c, const std::vector<cell>& cells) const {
-    if (c.least.size() != cells.size()) refuse("one least priced sum a rectangle is needed");
-    const std::vector<double> prices = capped_prices(problem_, c.prices);
-    interval bound = sum_of(prices);
-    for (std::size_t k = 0; k < cells.size(); ++k) {
-      if (cells[k].count == 0) continue;
-      if (!(c.least[k] <= 0)) refuse("the prices do not prove the lower bound");
-      bound = bound + interval(static_cast<double>(cells[k].count)) * interval(c.least[k]);
-      price_walk(problem_, prices, c.least[k]).run(cells[k].where);
-    }
-    if (!(bound.low >= claimed_)) refuse("the prices do not prove the lower bound");
   }
 
   const allocation_problem& problem_;
