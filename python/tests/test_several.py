@@ -57,6 +57,15 @@ def test_two_depots_are_the_best_of_all_partitions(distance):
     assert again.verify() and again.assignment.tolist() == found.assignment.tolist()
 
 
+def test_a_bound_by_cases_outlives_a_pickle():
+    sites = [((i * 37 + 3 * i * i) % 101, (i * 59 + 6 * i * i) % 97) for i in range(40)]
+    found = planloc.depots(sites, new=6, gauge="l1", bound=True, gap=1e-4)
+    cases = found.solution.__getstate__()[-1]
+    assert len(cases) > 1 and found.gap <= 1e-4
+    again = pickle.loads(pickle.dumps(found))
+    assert again.verify() and again.solution.__getstate__()[-1] == cases
+
+
 def test_existing_depots_serve_too():
     found = planloc.depots([(0, 0), (1, 0), (9, 9), (9, 8)], new=1, existing=[(0.0, 0.0)])
     assert found.value == pytest.approx(2) and found.assignment.tolist() == [1, 1, 0, 0]
