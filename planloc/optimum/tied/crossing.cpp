@@ -5,7 +5,6 @@
 #include <limits>
 
 #include "planloc/optimum/exact/exact_place.h"
-#include "planloc/optimum/exact/exact_sum.h"
 #include "planloc/optimum/tied/exact_equations.h"
 #include "planloc/optimum/tied/grid.h"
 
@@ -238,9 +237,9 @@ class crossing {
     return {from.x + b.share * (to.x - from.x), from.y + b.share * (to.y - from.y)};
   }
 
-  // The sums of the weights of each edge for each facility's sites.
+  // The sums of the weights of each edge for each facility's sites, in units of 2^unit.
   template <class Number>
-  std::vector<mpq_class> weights_by_edge(int unit) const {
+  std::vector<mpz_class> weights_by_edge(int unit) const {
     const std::size_t edges = terms_.normals.size();
     std::vector<Number> sums(terms_.facilities * edges, Number(0));
     for (std::size_t k = 0; k < edge_.size(); ++k) {
@@ -249,65 +248,73 @@ class crossing {
       sums[t.first * edges + terms_.first_edge[t.gauge] + edge_[k]] +=
           in_units<Number>(t.weight, unit);
     }
-    const mpq_class scale(std::ldexp(terms_.weight_scale, unit));
-    std::vector<mpq_class> result;
-    for (const Number& n : sums) result.emplace_back(n == 0 ? mpq_class(0) : to_mpz(n) * scale);
+    std::vector<mpz_class> result;
+    for (const Number& n : sums) result.push_back(to_mpz(n));
     return result;
+  }
+
+  // A denominator that all normals have in common: sums of slopes over it need no common factors to
+  // be looked for.
+  void find_denominator() {
+    denominator_ = 1;
+    for (std::uint32_t g = 0; g + 1 < terms_.first_edge.size(); ++g) {
+      for (std::uint32_t e = 0; e < terms_.normals_of(g).size(); ++e)
+        denominator_ *= lcm(normal(g, e).x.get_den(), normal(g, e).y.get_den());
+    }
   }
 
   // Changes the slopes of the chosen bent terms so that all slopes cancel.
   bool balance() {
     for (const bent_term& b : bent_) slopes_.push_back(slope_of(b));
-    std::vector<mpq_class> rest(2 * terms_.facilities);
-    const auto add = [&](const part_term& t, const mpq_class& w, const exact_xy& slope) {
-      rest[2 * t.first] += w * slope.x;
-      rest[2 * t.first + 1] += w * slope.y;
+    find_denominator();
+    std::vector<mpq_class> rest = straight_sites();
+    const auto add = [&](const part_term& t, const exact_xy& slope) {
+      const mpq_class w = weight(t) * mpq_class(denominator_);
+      const mpq_class x = w * slope.x;
+      const mpq_class y = w * slope.y;
+      rest[2 * t.first] += x;
+      rest[2 * t.first + 1] += y;
       if (t.second == kNoFacility) return;
-      rest[2 * t.second] -= w * slope.x;
-      rest[2 * t.second + 1] -= w * slope.y;
+      rest[2 * t.second] -= x;
+      rest[2 * t.second + 1] -= y;
     };
-    add_straight_sites(rest);
     for (std::size_t k = 0; k < edge_.size(); ++k) {
       const part_term& t = terms_.terms[k];
-      if (t.second != kNoFacility && edge_[k] != kNone)
-        add(t, mpq_class(weight(t)), normal(t.gauge, edge_[k]));
+      if (t.second != kNoFacility && edge_[k] != kNone) add(t, normal(t.gauge, edge_[k]));
     }
-    for (std::size_t k = 0; k < bent_.size(); ++k) {
-      const part_term& t = terms_.terms[bent_[k].term];
-      add(t, mpq_class(weight(t)), slopes_[k]);
-    }
+    for (std::size_t k = 0; k < bent_.size(); ++k) add(terms_.terms[bent_[k].term], slopes_[k]);
     return absorb(rest);
   }
 
-  void add_straight_sites(std::vector<mpq_class>& rest) {
+  // Of the sites whose terms are not bent: the slope of each facility, times the denominator.
+  std::vector<mpq_class> straight_sites() {
     grid units;
     for (const part_term& t : terms_.terms) units.add(t.weight);
-    const std::vector<mpq_class> sums = units.fits_wide()
-                                            ? weights_by_edge<wide>(units.unit())
-                                            : weights_by_edge<mpz_class>(units.unit());
-    for (std::size_t j = 0; j < terms_.facilities; ++j) {
-      fraction_sum x;
-      fraction_sum y;
-      for (std::uint32_t g = 0; g + 1 < terms_.first_edge.size(); ++g) {
-        for (std::uint32_t e = 0; e < terms_.normals_of(g).size(); ++e) {
-          const mpq_class& w = sums[j * terms_.normals.size() + terms_.first_edge[g] + e];
+    const std::vector<mpz_class> weights = units.fits_wide()
+                                               ? weights_by_edge<wide>(units.unit())
+                                               : weights_by_edge<mpz_class>(units.unit());
+    std::vector<mpz_class> sums(2 * terms_.facilities);
+    const std::size_t edges = terms_.normals.size();
+    for (std::uint32_t g = 0; g + 1 < terms_.first_edge.size(); ++g) {
+      for (std::uint32_t e = 0; e < terms_.normals_of(g).size(); ++e) {
+        const exact_xy& n = normal(g, e);
+        const mpz_class x = n.x.get_num() * mpz_class(denominator_ / n.x.get_den());
+        const mpz_class y = n.y.get_num() * mpz_class(denominator_ / n.y.get_den());
+        for (std::size_t j = 0; j < terms_.facilities; ++j) {
+          const mpz_class& w = weights[j * edges + terms_.first_edge[g] + e];
           if (sgn(w) == 0) continue;
-          x.add(w, normal(g, e).x);
-          y.add(w, normal(g, e).y);
+          sums[2 * j] += w * x;
+          sums[2 * j + 1] += w * y;
         }
       }
-      rest[2 * j] = quotient(x);
-      rest[2 * j + 1] = quotient(y);
     }
-  }
-
-  static mpq_class quotient(fraction_sum& sum) {
-    const fraction_sum::quotient q = sum.value();
-    mpq_class result(q.numerator, q.denominator);
-    result.canonicalize();
+    const mpq_class unit(std::ldexp(terms_.weight_scale, units.unit()));
+    std::vector<mpq_class> result;
+    for (const mpz_class& sum : sums) result.emplace_back(sum * unit);
     return result;
   }
 
+  // `rest` is times the denominator.
   bool absorb(const std::vector<mpq_class>& rest) {
     std::vector<exact_equation> equations(rest.size());
     for (std::size_t c = 0; c < lines_.size(); ++c) {
@@ -325,7 +332,7 @@ class crossing {
     if (!change) return false;
     for (std::size_t c = 0; c < lines_.size(); ++c) {
       const part_term& t = terms_.terms[bent_[lines_[c].bent].term];
-      const mpq_class share = (*change)[c] / mpq_class(weight(t));
+      const mpq_class share = (*change)[c] / (mpq_class(weight(t)) * denominator_);
       exact_xy& slope = slopes_[lines_[c].bent];
       slope.x += share * lines_[c].line.x;
       slope.y += share * lines_[c].line.y;
@@ -396,6 +403,7 @@ class crossing {
   std::vector<std::uint32_t> edge_;  // of each term that is not bent
   std::vector<exact_xy> slopes_;     // of each bent term
   std::vector<std::optional<exact_xy>> normals_;
+  mpz_class denominator_;
 };
 
 }  // namespace
