@@ -1,3 +1,6 @@
+#include <exception>
+#include <utility>
+
 #include "python/src/bindings.h"
 
 PYBIND11_MODULE(_core, m) {
@@ -5,7 +8,7 @@ PYBIND11_MODULE(_core, m) {
   // A bad problem is a bad value: the text is the library's.
   planloc::python::py::register_exception_translator([](std::exception_ptr p) {
     try {
-      if (p) std::rethrow_exception(p);
+      if (p) std::rethrow_exception(std::move(p));
     } catch (const planloc::bad_problem& e) {
       PyErr_SetString(PyExc_ValueError, e.what());
     }
