@@ -9,10 +9,11 @@ from typing import Any, Union
 import numpy as np
 import numpy.typing as npt
 
-from planloc import _core
-from planloc.checks import array, count, counts, number
+from planloc import _core, checks
+from planloc.checks import array, counts, number
 from planloc.order import Order
 from planloc.problem import Problem, as_gauges, as_order
+from planloc.several import MOST_DEPOTS
 
 __all__ = ["Drawn", "drawn"]
 
@@ -30,7 +31,8 @@ class Drawn:
 
     def rows(self, problem: Problem, first: int = 0, count: int | None = None) -> npt.NDArray[np.float64]:
         """The weights of some scenarios of a problem, a row each; by default of all."""
-        some = self.k - first if count is None else count
+        left = self.k - checks.count("first", first, most=self.k)
+        some = left if count is None else checks.count("count", count, most=left)
         return _core.draw_weights(problem.core, self.spread, self.seed, first, some)
 
 
@@ -55,7 +57,7 @@ def drawn(k: int, *, spread: float, seed: int = 0) -> Drawn:
     share = number("spread", spread)
     if not 0.0 <= share < 1.0:
         raise ValueError(f"spread is {spread}: must be from 0 to below 1")
-    return Drawn(count("k", k, most=2**53), share, count("seed", seed, most=2**64 - 1))
+    return Drawn(checks.count("k", k, most=2**53), share, checks.count("seed", seed, most=2**64 - 1))
 
 
 @dataclass(frozen=True)
@@ -181,6 +183,8 @@ def _counts(name: str, given: Any, kind: Any) -> Any:
     if given is None:
         return None
     numbers = counts(name, given, kind)
+    if name == "new" and (numbers > MOST_DEPOTS).any():
+        raise ValueError(f"new is {numbers.max()}: must be at most {MOST_DEPOTS}")
     if numbers.ndim > 1:
         raise ValueError(f"{name} needs a number for each scenario, or one for all")
     return numbers

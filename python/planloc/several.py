@@ -21,6 +21,7 @@ from planloc.problem import GaugeLike, Problem, as_column, as_gauges, as_numbers
 __all__ = ["Depots", "Tied", "depots", "tied"]
 
 Places = npt.NDArray[np.float64]
+MOST_DEPOTS = 1_000_000
 
 
 @dataclass(frozen=True, eq=False, repr=False)
@@ -110,7 +111,7 @@ def depots(
     require_plain(problem)
     there = places_beside(problem, existing)
     found = _core.allocate(
-        problem.core, count("new", new), there, count("seed", seed, most=2**64 - 1),
+        problem.core, count("new", new, most=MOST_DEPOTS), there, count("seed", seed, most=2**64 - 1),
         count("starts", starts), limit("time_limit", time_limit), count("threads", threads),
         bool(bound), limit("gap", gap), callback("progress", progress),
     )  # fmt: skip

@@ -139,6 +139,7 @@ def test_a_map_of_the_density(problem):
     ({"new": [-1]}, "whole numbers from 0"),
     ({"new": [1.5]}, "whole numbers from 0"),
     ({"new": [2**32 + 1]}, "whole numbers from 0"),
+    ({"new": [1, 10**9]}, "must be at most 1000000"),
     ({"objective": "median"}, "an entry for each scenario"),
     ([1.0] * 12, "mapping"),
     ({"seed": [1]}, "new"),
