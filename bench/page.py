@@ -125,7 +125,7 @@ def summary(measured):
 # ----- Plots -----
 
 COLOURS = ["#c02020", "#2060c0", "#208040", "#a06000", "#7040a0", "#606060"]
-WIDTH, HEIGHT, LEFT, RIGHT, TOP, BOTTOM = 560, 300, 64, 150, 14, 40
+WIDTH, HEIGHT, LEFT, RIGHT, TOP, BOTTOM = 590, 300, 64, 180, 14, 42
 
 
 def plot(row, result):
@@ -135,20 +135,25 @@ def plot(row, result):
     lines = {name: line for name, line in lines.items() if line}
     xs = [math.log10(x) for line in lines.values() for x, _ in line]
     ys = [math.log10(y) for line in lines.values() for _, y in line]
-    x0, x1, y0, y1 = min(xs), max(max(xs), min(xs) + 0.1), math.floor(min(ys)), math.ceil(max(ys) + 1e-9)
+    x0, x1 = min(xs), max(max(xs), min(xs) + 0.1)
+    heights = levels(10 ** min(ys), 10 ** max(ys))
+    y0, y1 = math.log10(heights[0]), math.log10(heights[-1])
     across = lambda x: LEFT + (math.log10(x) - x0) / (x1 - x0) * (WIDTH - LEFT - RIGHT)
     up = lambda y: HEIGHT - BOTTOM - (math.log10(y) - y0) / (y1 - y0) * (HEIGHT - TOP - BOTTOM)
     out = [f'<svg xmlns="http://www.w3.org/2000/svg" width="{WIDTH}" height="{HEIGHT}" font-family="sans-serif" '
            f'font-size="12"><title>{row.title}: milliseconds against {row.what}</title>',
            f'<rect width="{WIDTH}" height="{HEIGHT}" fill="white"/>']
-    for power in range(y0, y1 + 1):
-        y = up(10.0 ** power)
+    for height in heights:
+        y = up(height)
         out.append(f'<path d="M{LEFT} {y:.1f}H{WIDTH - RIGHT}" stroke="#ddd"/>'
-                   f'<text x="{LEFT - 6}" y="{y + 4:.1f}" text-anchor="end">{duration(power)}</text>')
-    for size in [e["size"] for e in result["sizes"]]:
-        x = across(size)
-        out.append(f'<path d="M{x:.1f} {TOP}V{HEIGHT - BOTTOM}" stroke="#ddd"/>'
-                   f'<text x="{x:.1f}" y="{HEIGHT - BOTTOM + 16}" text-anchor="middle">{size_text(size)}</text>')
+                   f'<text x="{LEFT - 6}" y="{y + 4:.1f}" text-anchor="end">{duration(height)}</text>')
+    free = -math.inf  # where the last label ends
+    for size in sorted({size for line in lines.values() for size, _ in line}):
+        x, half = across(size), 3.5 * len(size_text(size))
+        out.append(f'<path d="M{x:.1f} {TOP}V{HEIGHT - BOTTOM}" stroke="#ddd"/>')
+        if x - half > free:
+            free = x + half + 3
+            out.append(f'<text x="{x:.1f}" y="{HEIGHT - BOTTOM + 19}" text-anchor="middle">{size_text(size)}</text>')
     out.append(f'<text x="{(LEFT + WIDTH - RIGHT) / 2}" y="{HEIGHT - 6}" text-anchor="middle">{row.what}</text>')
     labels = []
     for (name, line), colour in zip(lines.items(), COLOURS):
@@ -161,10 +166,19 @@ def plot(row, result):
     return "\n".join(out) + "\n</svg>\n"
 
 
-def duration(power):
-    """10^power milliseconds."""
-    unit, shift = ("ns", 6) if power < -3 else ("µs", 3) if power < 0 else ("ms", 0) if power < 3 else ("s", -3)
-    return f"{10 ** (power + shift):g} {unit}"
+def levels(low, high):
+    """Round numbers around low to high: powers of ten; over less than two decades 1, 2 and 5 times these."""
+    steps = (1,) if high > 100 * low else (1, 2, 5)
+    every = [k * 10.0 ** p for p in range(-9, 9) for k in steps]
+    first = max(i for i, x in enumerate(every) if x <= low)
+    last = min(i for i, x in enumerate(every) if x >= high and i > first)
+    return every[first:last + 1]
+
+
+def duration(milliseconds):
+    unit, factor = (("ns", 1e6) if milliseconds < 0.99e-3 else ("µs", 1e3) if milliseconds < 0.99 else
+                    ("ms", 1) if milliseconds < 990 else ("s", 1e-3))
+    return f"{milliseconds * factor:g} {unit}"
 
 
 def placed(labels):
