@@ -30,6 +30,9 @@ struct scene {
       const double angle = 0.2 + 2.0 * M_PI * i / vertices;
       ball.append(point(2.0 * std::cos(angle), std::sin(angle)));
     }
+    fac.clear();
+    gauge_of.clear();
+    gauges.clear();
     gauges.append(polygauge(ball));
     rows.push_back(std::vector<double>(n, 1.0));
     for (std::size_t f = 0; f < n; ++f) {

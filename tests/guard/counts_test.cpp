@@ -1,8 +1,9 @@
-// What calls cost, in counts: allocations, numbers that GMP allocates for exact work, evaluations
-// and cells of searches. The limits leave room for other libraries; a change that passes one of
-// them is a change of the method, wanted or not.
+// What calls cost, in counts: allocations, numbers that GMP allocates for exact work, calls into
+// the linear programming libraries, evaluations and cells of searches. The limits leave room for
+// other libraries; a change that passes one of them is a change of the method, wanted or not.
 #include <gmp.h>
 #include <gtest/gtest.h>
+#include <lpsolve/lp_lib.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -13,11 +14,13 @@
 
 #include "bench/contest.h"
 #include "bench/optimum_programs.h"
+#include "tests/engine/recording_library.h"
 
 namespace {
 
 std::atomic<long> allocations{0};
 std::atomic<long> big_numbers{0};
+long lp_solve_calls = 0;
 
 void* counted(std::size_t size) {
   ++big_numbers;
@@ -25,6 +28,20 @@ void* counted(std::size_t size) {
 }
 
 }  // namespace
+
+// The linker sends calls of lp_solve's functions here (--wrap).
+#define PLANLOC_COUNTED(function, parameters, ...)            \
+  int real_##function parameters asm("__real_" #function);    \
+  int counted_##function parameters asm("__wrap_" #function); \
+  int counted_##function parameters {                         \
+    ++lp_solve_calls;                                         \
+    return real_##function(__VA_ARGS__);                      \
+  }
+extern "C" {
+PLANLOC_COUNTED(solve, (lprec * lp), lp)
+PLANLOC_COUNTED(add_columnex, (lprec * lp, int n, double* values, int* rows), lp, n, values, rows)
+}
+#undef PLANLOC_COUNTED
 
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   ++allocations;
@@ -69,6 +86,37 @@ TEST(Guard, AllocationsAndBigNumbersOfCalls) {
     ++rows;
   }
   EXPECT_GT(rows, 20);
+}
+
+// However many rows, a program goes to CLP in a few calls and is solved once; lp_solve gets a call
+// a column and two solves.
+TEST(Guard, CallsIntoLibrariesOfLinearPrograms) {
+  struct {
+    const char* row;
+    const char* name;
+    std::size_t size;
+    std::size_t clp_calls;
+    long lp_solve_calls;
+  } const cases[] = {
+      {"modelling", "expressions", 1000, 50, 0},
+      {"pass-8", "pass", 50, 50, 0},
+      {"n-l1-sum", "N_l1_sum", 20, 0, 140},
+      {"n-linf-max", "N_linf_max", 20, 0, 8},
+  };
+  const contests all = all_contests();
+  RecordingLibrary clp;
+  CplexLibrary* const before = set_cplex_library(&clp);
+  for (const auto& c : cases) {
+    const contestant who = all.at(c.row).contestants.at(c.name)(c.size, 1);
+    clp.take();
+    lp_solve_calls = 0;
+    who.call();
+    EXPECT_LE(clp.calls.size(), c.clp_calls) << c.row;
+    EXPECT_LE(clp.count("addrows"), 1) << c.row;
+    EXPECT_LE(clp.count("dualopt"), 1) << c.row;
+    EXPECT_LE(lp_solve_calls, c.lp_solve_calls) << c.row;
+  }
+  set_cplex_library(before);
 }
 
 TEST(Guard, EvaluationsAndCellsOfSearches) {
