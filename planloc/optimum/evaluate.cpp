@@ -14,7 +14,7 @@ namespace {
 // faster than a search: it has no branches, and the sites of a block go side by side.
 constexpr std::uint32_t kEdgesToScan = 24;
 constexpr std::uint32_t kSitesToScan = 4;
-constexpr std::size_t kChunk = 64;
+constexpr std::size_t kChunk = lp_norm::kChunk;
 // Above this many jumps of the order weights the distances are sorted.
 constexpr std::size_t kJumpsToSplit = 12;
 
@@ -26,19 +26,6 @@ double norm_lp(const xy& u, double p) {
   const double large = std::max(std::fabs(u.x), std::fabs(u.y));
   if (large == 0) return 0;
   return large * std::pow(1 + std::pow(std::min(std::fabs(u.x), std::fabs(u.y)) / large, p), 1 / p);
-}
-
-// The gradient of the lp norm; 0 at the origin. From the ratio of the coordinates, since the norm's
-// rounding would count p times.
-xy slope_lp(const xy& u, double p) {
-  const double x = std::fabs(u.x);
-  const double y = std::fabs(u.y);
-  if (x == 0 && y == 0) return {0, 0};
-  const double ratio = std::min(x, y) / std::max(x, y);
-  const double of_larger = std::pow(1 + std::pow(ratio, p), (1 - p) / p);
-  const double of_smaller = of_larger * std::pow(ratio, p - 1);
-  return {std::copysign(x >= y ? of_larger : of_smaller, u.x),
-          std::copysign(x >= y ? of_smaller : of_larger, u.y)};
 }
 
 // Within 2 units in the last place, however thin the cone (Kahan).
@@ -246,15 +233,33 @@ std::uint32_t distance_table::active_edge(const gauge_block& b, const xy& u) con
   return low == 0 ? (start == 0 ? b.edges - 1 : start - 1) : at(low - 1);
 }
 
+namespace {
+
+void smooth_norms(const gauge_block& b, const lp_norm::vectors& u, double* norm) {
+  if (b.kind == gauge::shape::lp) return b.norm.values(u, norm);
+  for (std::size_t k = 0; k < u.size; ++k) norm[k] = std::sqrt(u.x[k] * u.x[k] + u.y[k] * u.y[k]);
+}
+
+void smooth_slopes(const gauge_block& b, const lp_norm::vectors& u, double* norm,
+                   const lp_norm::gradients& g) {
+  if (b.kind == gauge::shape::lp) return b.norm.slopes(u, norm, g);
+  for (std::size_t k = 0; k < u.size; ++k) {
+    norm[k] = std::sqrt(u.x[k] * u.x[k] + u.y[k] * u.y[k]);
+    g.x[k] = norm[k] > 0 ? u.x[k] / norm[k] : 0;
+    g.y[k] = norm[k] > 0 ? u.y[k] / norm[k] : 0;
+  }
+}
+
+}  // namespace
+
 distance_table::linear_piece distance_table::piece(std::size_t slot, const xy& at) const {
   const gauge_block& b = blocks[block_of[slot]];
   const double w = weight[slot];
   const xy u{at.x - x[slot], at.y - y[slot]};
   if (b.kind == gauge::shape::polyhedral) return piece_of_edge(slot, at, active_edge(b, u));
-  const bool euclidean = b.kind == gauge::shape::euclidean;
-  const double norm = euclidean ? std::sqrt(dot(u, u)) : norm_lp(u, b.p);
-  if (norm == 0) return {0, {0, 0}, 0};
-  const xy g = euclidean ? xy{u.x / norm, u.y / norm} : slope_lp(u, b.p);
+  double norm = 0;
+  xy g{0, 0};
+  smooth_slopes(b, {&u.x, &u.y, 1}, &norm, {&g.x, &g.y});
   return {w * norm, {w * g.x, w * g.y}, 0};
 }
 
@@ -315,10 +320,32 @@ void scan_edges(const distance_table& t, const gauge_block& b, const xy& at, sit
   }
 }
 
+// Of a gauge that is not polyhedral.
+void smooth_values(const distance_table& t, const gauge_block& b, const xy& at, site_chunk c,
+                   double* distance, const distance_table::slope_spans& slope) {
+  std::array<double, kChunk> ux, uy;
+  offsets(t, at, c, ux.data(), uy.data());
+  const lp_norm::vectors u{ux.data(), uy.data(), c.size};
+  const double* w = t.weight.data() + c.begin;
+  distance += c.begin;
+  if (slope.x.empty()) {
+    smooth_norms(b, u, distance);
+    for (std::size_t k = 0; k < c.size; ++k) distance[k] *= w[k];
+    return;
+  }
+  const lp_norm::gradients g{slope.x.data() + c.begin, slope.y.data() + c.begin};
+  smooth_slopes(b, u, distance, g);
+  for (std::size_t k = 0; k < c.size; ++k) {
+    distance[k] *= w[k];
+    g.x[k] *= w[k];
+    g.y[k] *= w[k];
+  }
+}
+
 }  // namespace
 
 void distance_table::distances(const xy& at, std::span<double> distance,
-                               std::span<std::uint32_t> edge) const {
+                               std::span<std::uint32_t> edge, const slope_spans& slope) const {
   for (const gauge_block& b : blocks) {
     if (b.kind == gauge::shape::polyhedral && b.edges <= kEdgesToScan &&
         b.end - b.begin >= kSitesToScan) {
@@ -337,15 +364,10 @@ void distance_table::distances(const xy& at, std::span<double> distance,
         distance[k] = weight[k] * dot(edges[b.first_edge + j].normal, u);
         if (!edge.empty()) edge[k] = j;
       }
-    } else if (b.kind == gauge::shape::euclidean) {
-      for (std::size_t k = b.begin; k < b.end; ++k) {
-        const double ux = at.x - x[k];
-        const double uy = at.y - y[k];
-        distance[k] = weight[k] * std::sqrt(ux * ux + uy * uy);
-      }
     } else {
-      for (std::size_t k = b.begin; k < b.end; ++k) {
-        distance[k] = weight[k] * norm_lp({at.x - x[k], at.y - y[k]}, b.p);
+      for (std::size_t k = b.begin; k < b.end; k += kChunk) {
+        smooth_values(*this, b, at, {k, std::min<std::size_t>(kChunk, b.end - k)}, distance.data(),
+                      slope);
       }
     }
   }
@@ -358,7 +380,15 @@ evaluator::evaluator(const problem& p, const distance_table& table)
   // Where few sites count, their edges are found when they are asked for.
   std::size_t counting = 0;
   for (const order_run& r : p.runs()) counting += r.weight != 0 ? r.count : 0;
-  if (counting > table.size() / 8) edge_.resize(table.size());
+  if (counting > table.size() / 8) {
+    const bool edges =
+        std::any_of(table.blocks.begin(), table.blocks.end(),
+                    [](const gauge_block& b) { return b.kind == gauge::shape::polyhedral; });
+    edge_.resize(edges ? table.size() : 0);
+    // Not beside edges and ranks, which already take as much memory as a search may.
+    slope_x_.resize(p.polyhedral() || (edges && p.runs().size() > 1) ? 0 : table.size());
+    slope_y_.resize(slope_x_.size());
+  }
   if (p.runs().size() == 1) return;
   order_.resize(table.size());
   for (std::uint32_t slot = 0; slot < order_.size(); ++slot) order_[slot].slot = slot;
@@ -367,14 +397,16 @@ evaluator::evaluator(const problem& p, const distance_table& table)
 // The slope of a slot's distance at the place that was evaluated last.
 xy evaluator::slope_of(std::size_t slot, const xy& at) const {
   const gauge_block& b = table_.blocks[table_.block_of[slot]];
-  if (b.kind != gauge::shape::polyhedral || edge_.empty()) return table_.piece(slot, at).slope;
+  const bool polyhedral = b.kind == gauge::shape::polyhedral;
+  if (polyhedral ? edge_.empty() : slope_x_.empty()) return table_.piece(slot, at).slope;
+  if (!polyhedral) return {slope_x_[slot], slope_y_[slot]};
   const xy& n = table_.edges[b.first_edge + edge_[slot]].normal;
   return {table_.weight[slot] * n.x, table_.weight[slot] * n.y};
 }
 
 evaluation evaluator::operator()(const xy& at) {
   ++count_;
-  table_.distances(at, distance_, edge_);
+  table_.distances(at, distance_, edge_, {slope_x_, slope_y_});
   const std::span<const order_run> runs = problem_.runs();
   if (runs.size() == 1) {
     evaluation e = sum_all(at, runs[0].weight);
@@ -449,8 +481,10 @@ affine_piece evaluator::piece_at(const xy& at) {
   affine_piece result;
   result.taken_at = at;
   result.edge.resize(table_.size());
-  for (std::uint32_t slot = 0; slot < table_.size(); ++slot) {
-    result.edge[table_.site[slot]] = edge_.empty() ? table_.piece(slot, at).edge : edge_[slot];
+  for (const gauge_block& b : table_.blocks) {
+    if (b.kind != gauge::shape::polyhedral) continue;
+    for (std::uint32_t slot = b.begin; slot < b.end; ++slot)
+      result.edge[table_.site[slot]] = edge_.empty() ? table_.piece(slot, at).edge : edge_[slot];
   }
   for (const kink& k : kinks_) result.kinks.push_back({table_.site[k.slot], k.slope});
   if (order_.empty()) return result;

@@ -101,8 +101,13 @@ class distance_table {
   // The slot whose site is nearest to a place, in the maximum norm.
   std::size_t nearest(const xy& at) const;
 
-  // All distances at a place; `edge` may be empty if it is not wanted.
-  void distances(const xy& at, std::span<double> distance, std::span<std::uint32_t> edge) const;
+  // All distances at a place; `edge` may be empty if it is not wanted. So may the slopes, which are
+  // those of gauges that are not polyhedral, 0 at the site.
+  struct slope_spans {
+    std::span<double> x, y;
+  };
+  void distances(const xy& at, std::span<double> distance, std::span<std::uint32_t> edge,
+                 const slope_spans& slope = {}) const;
 
   xy base;
   double steepest = 0;  // no polyhedral distance grows faster, per unit of x and y each
@@ -168,6 +173,7 @@ class evaluator {
   const distance_table& table_;
   std::vector<double> distance_;
   std::vector<std::uint32_t> edge_;
+  std::vector<double> slope_x_, slope_y_;  // as `edge_`, where there are smooth gauges
   std::vector<ranked> order_;  // by rank class; kept, since the next place is often near
   struct kink {
     std::uint32_t slot;

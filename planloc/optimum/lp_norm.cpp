@@ -112,14 +112,12 @@ void lp_norm::powers_by_roots(const chunk& t, std::size_t size, chunk& result) c
 // never more than half of them.
 void lp_norm::powers_by_logarithms(const chunk& t, std::size_t size, chunk& result) const {
   const double e = p_ - 1;
-  double least = 1;
   for (std::size_t k = 0; k < size; ++k) {
-    const double y = e * log2_of(std::max(t[k], kTiny));
-    const double power = exp2_of(std::max(y, -1000.0));
+    const double y = e * log2_of(t[k] > kTiny ? t[k] : kTiny);
+    const double power = exp2_of(y > -1000 ? y : -1000);
     result[k] = y > -1000 ? power : 0;
-    least = std::min(least, t[k]);
   }
-  if (least >= kTiny) return;
+  if (std::all_of(t.begin(), t.begin() + size, [](double r) { return r >= kTiny; })) return;
   for (std::size_t k = 0; k < size; ++k) {
     if (t[k] < kTiny) result[k] = std::pow(t[k], e);
   }

@@ -172,6 +172,7 @@ TEST(Convex, SmoothGaugesProvedByIntervals) {
       {gauge::lp(1.5)},
       {gauge::lp(3.3)},
       {gauge::lp(1.0001), gauge::lp(300)},
+      {gauge::lp(2.6), gauge::euclidean()},
       {gauge::euclidean(), gauge::lp(1.2), gauge::lp(7), gauge::l1(), source.ball(7)}};
   for (const layout l : {layout::scattered, layout::lattice, layout::line, layout::one_place,
                          layout::far_away, layout::uneven}) {
@@ -180,7 +181,7 @@ TEST(Convex, SmoothGaugesProvedByIntervals) {
       const auto& gauges = families[static_cast<std::size_t>(trial) % families.size()];
       const int n = 1 + source.below(trial % 10 == 0 ? 200 : 12);
       const problem p(source.sites(l, n, static_cast<int>(gauges.size())), gauges,
-                      source.convex_order(n));
+                      trial % 3 == 0 ? order_weights::median() : source.convex_order(n));
       const solution s = minimise(p);
       const verification v = verify(p, s);
       EXPECT_EQ(s.status, solution_status::optimal);

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cmath>
 #include <limits>
+#include <utility>
 #include <vector>
 
 #include "planloc/optimum/evaluate.h"
@@ -15,7 +16,7 @@ namespace planloc::detail {
 namespace {
 
 constexpr std::size_t kChunk = lp_norm::kChunk;
-constexpr std::size_t kFewSites = 16;
+constexpr std::size_t kFewSites = 3;
 constexpr std::size_t kSitesToSample = 1000;
 constexpr std::size_t kSampled = 16;  // one site in so many
 constexpr int kMostSteps = 30;
@@ -114,13 +115,13 @@ expansion expand(const distance_table& s, const xy& at) {
   return e;
 }
 
-// Empty where the steps end elsewhere than at a slope of 0.
-std::optional<expansion> newton(const distance_table& s, const xy& start, double flat) {
+// The place where the steps end, at a slope of 0 or not.
+expansion newton(const distance_table& s, const xy& start, double flat) {
   expansion best = expand(s, start);
   for (int step = 0; step < kMostSteps; ++step) {
     if (best.steepness() <= flat) return best;
     const double determinant = best.xx * best.yy - best.xy_ * best.xy_;
-    if (!(determinant > 0) || !std::isfinite(determinant)) return {};
+    if (!(determinant > 0) || !std::isfinite(determinant)) return best;
     xy u{(best.xy_ * best.slope.y - best.yy * best.slope.x) / determinant,
          (best.xy_ * best.slope.x - best.xx * best.slope.y) / determinant};
     // A value that roundings raise is no worse where the slope is flatter.
@@ -166,19 +167,17 @@ double largest(const std::vector<double>& coordinates) {
   return most;
 }
 
-solution as_solution(const problem& p, const xy& base, const expansion& e, double bound) {
-  const double lambda = p.runs()[0].weight;
+solution as_solution(const xy& base, affine_piece tangent, double value, double bound) {
   solution s;
   s.status = solution_status::optimal;
+  const exact_xy at{mpq_class(base.x) + tangent.taken_at.x, mpq_class(base.y) + tangent.taken_at.y};
   convex_certificate c;
   c.base = base;
-  c.pieces.emplace_back();
+  c.pieces.push_back(std::move(tangent));
   c.pieces[0].multiplier = 1;
-  c.pieces[0].taken_at = e.at;
   s.proof = std::move(c);
-  s.value = lambda * e.value;
-  s.lower_bound = lambda * (bound - kProofMargin * e.value);
-  const exact_xy at{mpq_class(base.x) + e.at.x, mpq_class(base.y) + e.at.y};
+  s.value = value;
+  s.lower_bound = bound - kProofMargin * value;
   s.point = to_nearest(at);
   if (to_exact(s.point) != at) s.exact = to_text(at);
   return s;
@@ -198,37 +197,55 @@ double slope_in_doubt(const distance_table& s, const expansion& e) {
   return (e.xx + e.yy) * rounding;
 }
 
-bool is_smooth_median(const problem& p, const distance_table& s) {
-  return p.runs().size() == 1 && p.runs()[0].weight > 0 && s.size() >= kFewSites &&
-         std::all_of(s.blocks.begin(), s.blocks.end(), [](const gauge_block& b) {
-           return b.kind == gauge::shape::euclidean ||
-                  (b.kind == gauge::shape::lp && b.p <= kLargestPower);
+bool is_smooth_median(const problem& p) {
+  return p.runs().size() == 1 && p.runs()[0].weight > 0 && p.sites().size() >= kFewSites &&
+         std::all_of(p.gauges().begin(), p.gauges().end(), [](const gauge& g) {
+           return g.kind() == gauge::shape::euclidean ||
+                  (g.kind() == gauge::shape::lp && g.p() <= kLargestPower);
          });
+}
+
+std::optional<solution> at_slope_of_0(const problem& p, const distance_table& sites,
+                                      const expansion& e, double weights) {
+  // Places that are no worse lie within 2 f / weights in the norm of the largest p, by less than
+  // half more in that of Euclid, and the slope falls by no more than itself on the way.
+  const double gap = 3 * (e.steepness() + slope_in_doubt(sites, e)) / weights;
+  if (!(gap <= kClosed) || !std::isfinite(e.value)) return {};
+  const double value = p.runs()[0].weight * e.value;
+  affine_piece tangent;
+  tangent.taken_at = e.at;
+  return as_solution(sites.base, std::move(tangent), value, value * (1 - gap));
+}
+
+// At the site that is nearest to a place, where it outweighs the slope of the others.
+std::optional<solution> at_nearest_site(const problem& p, distance_table& sites, const xy& place) {
+  const site& origin = p.sites()[sites.site[sites.nearest(place)]];
+  sites.count_from(p, {origin.x, origin.y});
+  evaluator evaluate(p, sites);
+  const evaluation e = evaluate({0, 0});
+  if (e.slope != xy{0, 0}) return {};
+  return as_solution(sites.base, evaluate.piece_at(e.at), e.value, e.value);
 }
 
 }  // namespace
 
 std::optional<solution> smooth_median(const problem& p, const minimise_options& options) {
-  if (p.polyhedral() || options.stop.stop_requested() || !(options.seconds > 0)) return {};
+  if (!is_smooth_median(p) || options.stop.stop_requested() || !(options.seconds > 0)) return {};
   const auto begin = std::chrono::steady_clock::now();
-  const distance_table sites(p);
-  if (!is_smooth_median(p, sites)) return {};
+  distance_table sites(p);
   const double weights = total(sites.weight);
   xy start = weighted_mean(sites, weights);
   if (sites.size() >= kSitesToSample) {
-    const auto sample = newton(every(sites, kSampled), start, 1e-6 * weights / kSampled);
-    if (sample) start = sample->at;
+    const xy sampled = newton(every(sites, kSampled), start, 1e-6 * weights / kSampled).at;
+    if (std::isfinite(sampled.x + sampled.y)) start = sampled;
   }
-  const std::optional<expansion> e = newton(sites, start, kFlat * weights);
-  if (!e || !std::isfinite(e->value)) return {};
-  // Places that are no worse lie within 2 f / weights in the norm of the largest p, by a third more
-  // in that of Euclid, and the slope falls by no more than itself on the way.
-  const double gap = 3 * (e->steepness() + slope_in_doubt(sites, *e)) / weights;
-  if (!(gap <= kClosed)) return {};
-  solution s = as_solution(p, sites.base, *e, e->value * (1 - gap));
-  if (options.progress) options.progress({s.value, s.lower_bound, 0});
-  s.counters.evaluations = 1;
-  s.counters.seconds =
+  const expansion e = newton(sites, start, kFlat * weights);
+  std::optional<solution> s = at_slope_of_0(p, sites, e, weights);
+  if (!s) s = at_nearest_site(p, sites, e.at);
+  if (!s) return {};
+  if (options.progress) options.progress({s->value, s->lower_bound, 0});
+  s->counters.evaluations = 1;
+  s->counters.seconds =
       std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
   return s;
 }
