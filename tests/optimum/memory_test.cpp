@@ -64,6 +64,20 @@ TEST(Memory, OfASite) {
   }
 }
 
+// Where all sites tie, what meets at the optimum takes memory too.
+TEST(Memory, OfASiteAmongManyAtAPlace) {
+  constexpr int kSites = 20000;
+  for (const layout l : {layout::lattice, layout::one_place}) {
+    instance_source source(1);
+    const auto gauges = source.gauges(l, 3, 8);
+    const auto sites = source.sites(l, kSites, 3);
+    for (const order_weights& lambda :
+         {order_weights::median(), order_weights::centre(), order_weights::k_centrum(kSites / 2)}) {
+      EXPECT_LE(bytes_of_search(problem(sites, gauges, lambda)), 130 * kSites);
+    }
+  }
+}
+
 TEST(Memory, OfAVertex) {
   constexpr int kSites = 1000;
   constexpr int kGauges = 200;

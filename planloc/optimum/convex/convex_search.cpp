@@ -312,7 +312,7 @@ void convex_search::accept(const exact_place& place, const optimality& o) {
   // Last, so that it is not there while the set of optima is walked around.
   convex_certificate c;
   for (const auto& s : o.support) {
-    c.pieces.push_back(place.piece(s.choice));
+    c.pieces.push_back(place.piece(place.choose(s.direction)));
     c.pieces.back().multiplier = s.multiplier;
   }
   result_.proof = std::move(c);

@@ -152,7 +152,7 @@ std::vector<exact_xy> optimal_corners(const problem& p, const distance_table& ta
   if (o.support.size() == 3) return {optimum.at()};
   exact_xy along = o.support[0].direction;
   if (o.support.size() == 2) {
-    along = optimum.slope(o.support[0].choice).turned_left();
+    along = optimum.slope(optimum.choose(along)).turned_left();
     if (optimum.rise_sign(along) > 0) along = opposite(along);
   }
   if (optimum.rise_sign(along) > 0) return {optimum.at()};

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 #include <utility>
 
 namespace planloc::detail {
@@ -13,6 +14,8 @@ constexpr double kLeastSine = 1e-7;
 // Slopes that differ by less than this share of themselves are told apart by fractions.
 constexpr double kLeastDifference = 0x1p-26;
 constexpr std::size_t kMostTied = 32;
+// From this many lines on, those that are there twice are left out.
+constexpr std::size_t kManyLines = 1024;
 // Above this many jumps of the order weights the distances are sorted.
 constexpr std::size_t kJumpsToSplit = 12;
 
@@ -53,14 +56,33 @@ class line_collector {
     } else {
       add_lines_by_rank();
     }
-    std::sort(lines_.begin(), lines_.end(),
-              [](const break_line& a, const break_line& b) { return a.distance < b.distance; });
+    sort_lines();
     return std::move(lines_);
   }
 
  private:
   std::uint32_t first_edge(std::uint32_t slot) const {
     return table_.blocks[table_.block_of[slot]].first_edge;
+  }
+
+  void sort_lines() {
+    std::sort(lines_.begin(), lines_.end(), [](const break_line& a, const break_line& b) {
+      return std::tie(a.distance, a.unit.x, a.unit.y, a.slot) <
+             std::tie(b.distance, b.unit.x, b.unit.y, b.slot);
+    });
+  }
+
+  // Tens of thousands of sites at few places have few lines.
+  void add(const break_line& line) {
+    if (lines_.size() == most_lines_) {
+      sort_lines();
+      const auto same = [](const break_line& a, const break_line& b) {
+        return a.distance == b.distance && a.unit == b.unit;
+      };
+      lines_.erase(std::unique(lines_.begin(), lines_.end(), same), lines_.end());
+      most_lines_ = std::max(most_lines_, 2 * lines_.size());
+    }
+    lines_.push_back(line);
   }
 
   void add_ray(std::uint32_t slot, std::uint32_t edge) {
@@ -70,7 +92,7 @@ class line_collector {
     if (area > 2 * reach_ * (std::fabs(v.x) + std::fabs(v.y))) return;  // surely too far
     const double size = length(v);
     if (!(area <= reach_ * size)) return;
-    lines_.push_back({slot, edge, slot, edge, {-v.y / size, v.x / size}, area / size});
+    add({slot, edge, slot, edge, {-v.y / size, v.x / size}, area / size});
   }
 
   void add_rays(std::uint32_t slot) {
@@ -103,7 +125,7 @@ class line_collector {
       size = scaled / line.scale.value().get_d();
     }
     const double distance = std::fabs(distance_[s] - distance_[t]) / size;
-    if (distance <= reach_) lines_.push_back({s, es, t, et, unit, distance});
+    if (distance <= reach_) add({s, es, t, et, unit, distance});
   }
 
   using ranked = std::pair<double, std::uint32_t>;  // distance and slot
@@ -144,13 +166,17 @@ class line_collector {
       begin = std::lower_bound(begin, end, ranked{at_jump - most, 0});
       end = std::upper_bound(begin, end, ranked{at_jump + most, ~0U});
     }
-    std::vector<ranked> tied;  // by difference
+    std::vector<ranked> tied;  // by difference, the nearest ones
     for (auto it = begin; it != end; ++it) {
       const double difference = std::fabs(it->first - at_jump);
-      if (difference <= most) tied.emplace_back(difference, it->second);
+      if (difference > most) continue;
+      add_rays(it->second);
+      tied.emplace_back(difference, it->second);
+      if (tied.size() < kManyLines) continue;
+      std::nth_element(tied.begin(), tied.begin() + kMostTied, tied.end());
+      tied.resize(kMostTied);
     }
     std::sort(tied.begin(), tied.end());
-    for (const ranked& r : tied) add_rays(r.second);
     for (std::size_t k = 1; k < tied.size() && k < kMostTied; ++k) {
       add_bisector(tied[k].second, tied[0].second);
     }
@@ -164,6 +190,7 @@ class line_collector {
   std::vector<double> distance_;  // of each slot
   std::vector<std::uint32_t> edge_;
   std::vector<break_line> lines_;
+  std::size_t most_lines_ = kManyLines;
 };
 
 mpq_class quotient(const mpq_class& a, const mpq_class& b) { return a / b; }

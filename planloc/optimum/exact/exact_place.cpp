@@ -1,10 +1,10 @@
 #include "planloc/optimum/exact/exact_place.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <limits>
 #include <map>
+#include <utility>
 
 #include "planloc/foundation/numeric/round_quotient.h"
 #include "planloc/optimum/exact/exact_sum.h"
@@ -15,6 +15,8 @@ namespace {
 
 constexpr std::size_t kChunk = 64;
 constexpr std::size_t kJumpsToSplit = 12;
+// Of the exact distances that are kept while distances are compared.
+constexpr std::size_t kMostLevels = 1024;
 
 double to_nearest(const mpq_class& q) { return round_quotient(q.get_num(), q.get_den()); }
 
@@ -185,11 +187,21 @@ class exact_place::distance_order {
     if (std::fabs(difference) > 4 * widest_error_) return difference > 0 ? 1 : -1;
     const double doubt = 2 * (place_.distance(a).error + place_.distance(b).error);
     if (std::fabs(difference) > doubt) return difference > 0 ? 1 : -1;
-    if (a == b) return 0;
+    if (a == b || same_distance(a, b)) return 0;
+    if (levels_.size() >= kMostLevels) levels_.clear();
     return sgn(level(a) * area(b) - level(b) * area(a));
   }
 
  private:
+  // As sites at one place often have.
+  bool same_distance(std::uint32_t a, std::uint32_t b) const {
+    const site& p = place_.site_of(a);
+    const site& q = place_.site_of(b);
+    if (p.x != q.x || p.y != q.y) return false;
+    const bool here = place_.at_.x == p.x && place_.at_.y == p.y;
+    return here ||
+           (p.weight == q.weight && p.gauge == q.gauge && place_.edge_[a] == place_.edge_[b]);
+  }
   const dyadic& level(std::uint32_t slot) {
     const auto it = levels_.find(slot);
     return it != levels_.end() ? it->second
@@ -315,31 +327,37 @@ std::uint32_t exact_place::steepest_edge(const tied_slot& t, const exact_xy& u) 
   return best;
 }
 
-// Equal rises by the slot.
+// Equal rises by the slot. With little memory, since all sites may be tied.
 void exact_place::sort_by_rise(std::span<std::uint32_t> slots, const piece_choice& c,
                                const exact_xy& u) const {
-  const xy rounded = to_nearest(u);
-  std::vector<rounded_rise> rises;
-  for (const std::uint32_t slot : slots) {
-    const xy& n = table_.edges[first_edge_of(slot) + edge_of(slot, c)].normal;
-    rises.emplace_back(n, rounded, table_.weight[slot], slot);
-  }
-  std::sort(rises.begin(), rises.end(),
-            [](const rounded_rise& a, const rounded_rise& b) { return a.value < b.value; });
-  const auto in_doubt = [](const rounded_rise& a, const rounded_rise& b) {
-    return !(a.high() < b.low());
+  struct sorted {
+    std::uint32_t slot, edge;
   };
-  if (std::adjacent_find(rises.begin(), rises.end(), in_doubt) == rises.end()) {
-    std::transform(rises.begin(), rises.end(), slots.begin(),
-                   [](const rounded_rise& r) { return r.of; });
-    return;
-  }
-  std::vector<std::pair<mpq_class, std::uint32_t>> exact;
+  std::vector<sorted> order;
+  order.reserve(slots.size());
   for (const std::uint32_t slot : slots)
-    exact.emplace_back(dot(normal(slot, edge_of(slot, c)), u) * table_.weight[slot], slot);
-  std::sort(exact.begin(), exact.end());
-  std::transform(exact.begin(), exact.end(), slots.begin(),
-                 [](const auto& rise) { return rise.second; });
+    order.push_back({slot, first_edge_of(slot) + edge_of(slot, c)});
+  const xy rounded = to_nearest(u);
+  const auto rise = [&](const sorted& s) {
+    return rounded_rise(table_.edges[s.edge].normal, rounded, table_.weight[s.slot], s.slot);
+  };
+  std::map<std::pair<std::uint32_t, double>, mpq_class> known;  // by edge and weight
+  const auto exact = [&](const sorted& s) -> const mpq_class& {
+    const double w = table_.weight[s.slot];
+    const auto [it, is_new] = known.try_emplace({s.edge, w});
+    if (is_new) it->second = dot(edges_.normal(s.edge), u) * w;
+    return it->second;
+  };
+  std::sort(order.begin(), order.end(), [&](const sorted& a, const sorted& b) {
+    const rounded_rise of_a = rise(a);
+    const rounded_rise of_b = rise(b);
+    if (of_a.high() < of_b.low()) return true;
+    if (of_b.high() < of_a.low()) return false;
+    if (a.edge == b.edge && table_.weight[a.slot] == table_.weight[b.slot]) return a.slot < b.slot;
+    const int sign = cmp(exact(a), exact(b));
+    return sign != 0 ? sign < 0 : a.slot < b.slot;
+  });
+  std::transform(order.begin(), order.end(), slots.begin(), [](const sorted& s) { return s.slot; });
 }
 
 piece_choice exact_place::any_choice() const {
@@ -352,6 +370,10 @@ piece_choice exact_place::any_choice() const {
 
 piece_choice exact_place::choose(const exact_xy& u) const {
   piece_choice c;
+  c.edge.reserve(tied_slots_.size());
+  std::size_t tied = 0;
+  for (const tied_ranks& t : tied_ranks_) tied += t.end - t.begin;
+  c.slot.reserve(tied);
   for (const tied_slot& t : tied_slots_) c.edge.push_back(steepest_edge(t, u));
   for (const tied_ranks& t : tied_ranks_) {
     const std::size_t first = c.slot.size();
@@ -402,13 +424,12 @@ void exact_place::each_untied_term(Use use) const {
   }
 }
 
-std::vector<exact_place::term> exact_place::tied_terms(const piece_choice& c) const {
-  std::vector<term> result;
-  result.reserve(c.slot.size() + tied_slots_.size());
+template <class Use>
+void exact_place::each_tied_term(const piece_choice& c, Use use) const {
   auto next = c.slot.begin();
   for (const tied_ranks& t : tied_ranks_) {
     for (std::uint32_t k = t.begin; k < t.end; ++k, ++next)
-      result.push_back({*next, first_edge_of(*next) + edge_of(*next, c), lambda_at(k)});
+      use(term{*next, first_edge_of(*next) + edge_of(*next, c), lambda_at(k)});
   }
   for (std::size_t k = 0; k < tied_slots_.size(); ++k) {
     const tied_slot& s = tied_slots_[k];
@@ -417,13 +438,14 @@ std::vector<exact_place::term> exact_place::tied_terms(const piece_choice& c) co
     };
     if (std::any_of(tied_ranks_.begin(), tied_ranks_.end(), holds_rank)) continue;
     const double lambda = order_.empty() ? problem_.runs()[0].weight : lambda_at(s.rank);
-    result.push_back({s.slot, first_edge_of(s.slot) + c.edge[k], lambda});
+    use(term{s.slot, first_edge_of(s.slot) + c.edge[k], lambda});
   }
-  return result;
 }
 
 std::vector<exact_place::term> exact_place::terms_by_edge(const piece_choice& c) const {
-  std::vector<term> terms = tied_terms(c);
+  std::vector<term> terms;
+  terms.reserve(table_.size());
+  each_tied_term(c, [&](const term& t) { terms.push_back(t); });
   each_untied_term([&](const term& t) { terms.push_back(t); });
   std::sort(terms.begin(), terms.end(),
             [](const term& a, const term& b) { return a.edge < b.edge; });
@@ -474,39 +496,48 @@ exact_slope exact_place::slope(const piece_choice& c) const {
 // A normal is off by 2^-50 of itself; a product adds two roundings, a sum of k terms k - 1, in
 // units of 2^-53 of the sum of the magnitudes: with chunks of 64 terms less than 2^-46 of it in
 // all.
-void exact_place::slope_sum::add(const distance_table& t, std::span<const term> terms) {
-  for (; !terms.empty(); terms = terms.subspan(std::min(kChunk, terms.size()))) {
-    double part_x = 0;
-    double part_y = 0;
-    double part_size = 0;
-    for (const term& k : terms.first(std::min(kChunk, terms.size()))) {
-      const double l = k.lambda * t.weight[k.slot];
-      const xy& n = t.edges[k.edge].normal;
-      part_x += l * n.x;
-      part_y += l * n.y;
-      part_size += l * (std::fabs(n.x) + std::fabs(n.y));
-    }
-    x += part_x;
-    y += part_y;
-    size += part_size;
+class exact_place::slope_adder {
+ public:
+  slope_adder(const distance_table& t, slope_sum& sum) : table_(t), sum_(sum) {}
+  ~slope_adder() { flush(); }
+
+  void operator()(const term& k) {
+    const double l = k.lambda * table_.weight[k.slot];
+    const xy& n = table_.edges[k.edge].normal;
+    x_ += l * n.x;
+    y_ += l * n.y;
+    size_ += l * (std::fabs(n.x) + std::fabs(n.y));
+    if (++terms_ == kChunk) flush();
   }
-}
+
+ private:
+  void flush() {
+    sum_.x += x_;
+    sum_.y += y_;
+    sum_.size += size_;
+    x_ = y_ = size_ = 0;
+    terms_ = 0;
+  }
+
+  const distance_table& table_;
+  slope_sum& sum_;
+  double x_ = 0;
+  double y_ = 0;
+  double size_ = 0;
+  std::size_t terms_ = 0;
+};
 
 exact_place::rounded_slope exact_place::slope_in_doubles(const piece_choice& c) const {
   if (!untied_) {
     untied_ = slope_sum{};
-    std::array<term, kChunk> chunk;
-    std::size_t filled = 0;
-    each_untied_term([&](const term& t) {
-      chunk[filled++] = t;
-      if (filled < kChunk) return;
-      untied_->add(table_, chunk);
-      filled = 0;
-    });
-    untied_->add(table_, std::span(chunk).first(filled));
+    slope_adder add(table_, *untied_);
+    each_untied_term([&](const term& t) { add(t); });
   }
   slope_sum sum = *untied_;
-  sum.add(table_, tied_terms(c));
+  {
+    slope_adder add(table_, sum);
+    each_tied_term(c, [&](const term& t) { add(t); });
+  }
   return {{static_cast<double>(sum.x), static_cast<double>(sum.y)}, 0x1p-45 * sum.size};
 }
 

@@ -135,9 +135,8 @@ class exact_place {
     long double x;
     long double y;
     double size;  // of the magnitudes
-
-    void add(const distance_table& t, std::span<const term> terms);
   };
+  class slope_adder;
   struct rounded_rise;
   class distance_order;
 
@@ -165,7 +164,8 @@ class exact_place {
   template <class Use>
   void each_untied_term(Use use) const;
   piece_choice any_choice() const;
-  std::vector<term> tied_terms(const piece_choice& c) const;
+  template <class Use>
+  void each_tied_term(const piece_choice& c, Use use) const;
   std::vector<term> terms_by_edge(const piece_choice& c) const;
 
   const problem& problem_;

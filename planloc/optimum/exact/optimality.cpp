@@ -120,30 +120,26 @@ origin_test locate_origin(const std::vector<exact_slope>& s) {
   return {{}, falling_direction(s, right, left)};
 }
 
-// The pieces of f in force beside the place in some directions.
+// Directions, and the slopes of f in them. Choices of pieces take memory for every tied site, so
+// they are made again where they are needed again.
 struct probes {
   // Room for `first` directions and some more: fractions are copied where a vector grows.
-  probes(const exact_place& p, std::size_t first) : place(p) {
-    directions.reserve(first + 4);
-    choices.reserve(first + 4);
-  }
+  probes(const exact_place& p, std::size_t first) : place(p) { directions.reserve(first + 4); }
 
-  void add(exact_xy u) {
-    choices.push_back(place.choose(u));
-    directions.push_back(std::move(u));
+  rounded_slope rounded(std::size_t k) const {
+    return place.slope_in_doubles(place.choose(directions[k]));
   }
-  std::size_t size() const { return choices.size(); }
+  exact_slope exact(std::size_t k) const { return place.slope(place.choose(directions[k])); }
   optimality supported_by(std::span<const std::pair<std::size_t, double>> shares) {
     optimality result;
     result.support.reserve(shares.size());
     for (const auto& [k, share] : shares)
-      result.support.push_back({share, std::move(choices[k]), std::move(directions[k])});
+      result.support.push_back({share, std::move(directions[k])});
     return result;
   }
 
   const exact_place& place;
   std::vector<exact_xy> directions;
-  std::vector<piece_choice> choices;
 };
 
 double dot(const xy& a, const xy& b) { return a.x * b.x + a.y * b.y; }
@@ -198,14 +194,14 @@ std::optional<optimality> test_in_doubles(probes& found) {
   std::vector<rounded_slope> slopes;
   std::vector<std::pair<std::size_t, double>> support;
   const auto add_slope = [&] {
-    slopes.push_back(found.place.slope_in_doubles(found.choices[slopes.size()]));
+    slopes.push_back(found.rounded(slopes.size()));
     support = sure_support(slopes);
     return !support.empty();
   };
-  while (slopes.size() < found.size()) {
+  while (slopes.size() < found.directions.size()) {
     if (add_slope()) return found.supported_by(support);
   }
-  while (found.size() < kMostRounded) {
+  while (found.directions.size() < kMostRounded) {
     const xy away = away_from_hull(slopes);
     const double size = std::fabs(away.x) + std::fabs(away.y);
     if (!(size > 0)) return {};
@@ -213,7 +209,7 @@ std::optional<optimality> test_in_doubles(probes& found) {
     for (const rounded_slope& s : slopes) {
       if (!surely_falls(s, u)) return {};
     }
-    found.add(to_exact(u));
+    found.directions.push_back(to_exact(u));
     if (add_slope()) return found.supported_by(support);
     if (surely_falls(slopes.back(), u)) {
       optimality result;
@@ -229,17 +225,17 @@ std::optional<optimality> test_in_doubles(probes& found) {
 optimality test_optimality(const exact_place& place, const std::vector<xy>& first) {
   probes found(place, first.size());
   for (const xy& u : first) {
-    if (u.x != 0 || u.y != 0) found.add(to_exact(u));
+    if (u.x != 0 || u.y != 0) found.directions.push_back(to_exact(u));
   }
-  if (found.size() == 0) found.add({1, 0});
+  if (found.directions.empty()) found.directions.push_back({1, 0});
   if (std::optional<optimality> sure = test_in_doubles(found)) return std::move(*sure);
   std::vector<exact_slope> slopes;
-  for (const piece_choice& c : found.choices) slopes.push_back(place.slope(c));
+  for (std::size_t k = 0; k < found.directions.size(); ++k) slopes.push_back(found.exact(k));
   for (;;) {
     const origin_test t = locate_origin(slopes);
     if (!t.support.empty()) return found.supported_by(t.support);
-    found.add(t.separating);
-    slopes.push_back(place.slope(found.choices.back()));
+    found.directions.push_back(t.separating);
+    slopes.push_back(found.exact(slopes.size()));
     if (dot_sign(slopes.back(), t.separating) < 0) {
       optimality result;
       result.descent = t.separating;

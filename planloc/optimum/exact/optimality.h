@@ -13,8 +13,7 @@ namespace planloc::detail {
 struct optimality {
   struct supporting_piece {
     double multiplier;
-    piece_choice choice;
-    exact_xy direction;  // that it was chosen for
+    exact_xy direction;  // that it is chosen for
   };
   std::vector<supporting_piece> support;  // 1 to 3 with positive multipliers, affinely independent
   exact_xy descent;                       // if `support` is empty
