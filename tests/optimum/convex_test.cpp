@@ -97,6 +97,32 @@ TEST(Convex, LimitsAreKept) {
   EXPECT_GE(early.value, minimise(p).value);
 }
 
+// Lopsided balls, and sites with so many digits that places count from the origin: where a side of
+// the square that is searched first holds the search back, the bound says nothing of the plane.
+TEST(Convex, GapsThatAreAskedForHoldInThePlane) {
+  instance_source source(8);
+  for (int trial = 0; trial < 150; ++trial) {
+    SCOPED_TRACE(trial);
+    const double wide = 1 + source.below(9);
+    const std::vector<gauge> gauges = {gauge::polyhedral({{20 * wide, 0}, {-1, wide}, {-1, -wide}}),
+                                       gauge::euclidean(), gauge::lp(1.7)};
+    const int n = 1 + source.below(9);
+    std::vector<site> sites = source.sites(layout::scattered, n, 1 + trial % 3);
+    for (site& s : sites) s = {5 + s.x / 30, s.y / 30, s.weight, s.gauge};
+    const problem p(sites, gauges,
+                    trial % 2 == 0 ? order_weights::median() : order_weights::centre());
+    const double least = minimise(p).value;
+    for (const double gap : {0.5, 0.05, 1e-3}) {
+      minimise_options options;
+      options.relative_gap = gap;
+      const solution s = minimise(p, options);
+      EXPECT_LE(s.lower_bound, least * (1 + 1e-11));
+      EXPECT_LE(s.gap(), gap * s.value);
+      EXPECT_EQ(verify(p, s).reason, "");
+    }
+  }
+}
+
 // Weights and coordinates over so many orders of magnitude that doubles neither know how far the
 // optimum may be nor tell its pieces apart, and a ball as thin.
 TEST(Convex, ManyOrdersOfMagnitude) {

@@ -56,6 +56,16 @@ constexpr int kMostRounds = 200;
 constexpr int kMostSnaps = 4;
 constexpr int kMostIdle = 3;
 
+// The base, or, where places are counted from elsewhere, the middle: the square around it holds the
+// sites.
+xy amid_sites(const detail::distance_table& t) {
+  const auto middle = [](const std::vector<double>& c) {
+    const auto [low, high] = std::minmax_element(c.begin(), c.end());
+    return *low <= 0 && *high >= 0 ? 0 : *low + (*high - *low) / 2;
+  };
+  return {middle(t.x), middle(t.y)};
+}
+
 double extent(std::span<const site> sites) {
   const auto [left, right] = std::minmax_element(
       sites.begin(), sites.end(), [](const site& a, const site& b) { return a.x < b.x; });
@@ -73,7 +83,7 @@ class convex_search {
         options_(options),
         table_(p),
         evaluate_(p, table_),
-        best_(evaluate_({0, 0})),
+        best_(evaluate_(amid_sites(table_))),
         extent_(extent(p.sites())),
         model_(best_, best_.at, extent_),
         reduced_(p, table_, evaluate_, kFewSites) {}
@@ -165,10 +175,13 @@ void convex_search::close_gap() {
     model_.solve();
     const double gap = best_.value - model_.bound();
     if (must_end(gap)) return;
-    if (gap <= kRoundingGap * best_.value) {
-      if (!model_.near_border(best_.at)) return;
-      model_.widen(8);
-      continue;
+    const bool closed = gap <= kRoundingGap * best_.value;
+    if (closed || gap <= asked_gap()) {
+      if (model_.near_border(best_.at)) {
+        model_.widen(8);
+        continue;
+      }
+      if (closed) return;
     }
     // What is left is told from next to the nearest site.
     if (!problem_.polyhedral() && !nearest_ && gap <= kSiteGap * best_.value) return;

@@ -126,12 +126,13 @@ cut_model::bound_parts cut_model::parts_of(const triple& share) const {
         left > 0 ? middle + half_width_ - centre : centre - (middle - half_width_);
     return std::fabs(left) * std::max(to_side, 0.0);
   };
-  return {value, fall(rest.x, middle_.x, centre_.x) + fall(rest.y, middle_.y, centre_.y)};
+  return {value, std::fabs(rest.x) + std::fabs(rest.y),
+          fall(rest.x, middle_.x, centre_.x) + fall(rest.y, middle_.y, centre_.y)};
 }
 
 double cut_model::bound_of(const triple& share) const {
-  const auto [value, fall] = parts_of(share);
-  return value - fall;
+  const bound_parts parts = parts_of(share);
+  return parts.value - parts.fall;
 }
 
 // The multipliers of the basis, or where roundings have made one of them useless those of two cuts

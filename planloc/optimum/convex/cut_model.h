@@ -34,8 +34,8 @@ class cut_model {
   // Whether a place is so near to a side of the square that the side may hold back the search.
   bool near_border(const xy& at) const;
 
-  // What of the bound holds over the square only, and not in the whole plane.
-  double share_of_square() const { return parts_of(best_shares()).fall; }
+  // What of the bound holds over the square only, and not in the whole plane: at a side of it, too.
+  double share_of_square() const { return parts_of(best_shares()).slope * 2 * half_width_; }
 
   // The places of the cuts that the minimiser rests on, with their multipliers.
   struct support {
@@ -56,6 +56,7 @@ class cut_model {
 
   struct bound_parts {
     double value;  // of the mixture at the centre
+    double slope;  // of the mixture, the sum of both coordinates' magnitudes
     double fall;   // the most by which it falls towards the sides
   };
   bound_parts parts_of(const triple& share) const;
