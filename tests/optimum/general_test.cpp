@@ -4,6 +4,8 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <numbers>
+#include <vector>
 
 #include "arrangement.h"
 #include "instances.h"
@@ -166,6 +168,90 @@ TEST(General, SmoothAndLevelFarAway) {
   EXPECT_TRUE(verify(p, s).accepted);
   s.lower_bound = -9.99;
   EXPECT_FALSE(verify(p, s).accepted);
+}
+
+// The narrowest ring that holds all points: its middle has two of them on each circle, or three on
+// one, so it is a crossing of two bisectors, unless strips between parallel lines are narrower.
+struct narrowest {
+  double ring = std::numeric_limits<double>::infinity();
+  double strip = std::numeric_limits<double>::infinity();
+};
+
+narrowest narrowest_ring(const std::vector<site>& s) {
+  const problem p(s, {gauge::euclidean()}, order_weights::range());
+  struct bisector {
+    double a, b, c;  // a x + b y == c
+  };
+  narrowest best;
+  std::vector<bisector> lines;
+  for (const site& q : s) {
+    for (const site& r : s) {
+      const double a = r.x - q.x;
+      const double b = r.y - q.y;
+      if (a < 0 || (a == 0 && b <= 0)) continue;
+      lines.push_back({a, b, (a * (q.x + r.x) + b * (q.y + r.y)) / 2});
+      const auto across = [&](const site& t) { return (a * t.y - b * t.x) / std::hypot(a, b); };
+      const auto [low, high] = std::minmax_element(
+          s.begin(), s.end(), [&](const site& t, const site& u) { return across(t) < across(u); });
+      best.strip = std::min(best.strip, across(*high) - across(*low));
+    }
+  }
+  for (const bisector& l : lines) {
+    for (const bisector& m : lines) {
+      const double d = l.a * m.b - m.a * l.b;
+      const xy at{(l.c * m.b - m.c * l.b) / d, (l.a * m.c - m.a * l.c) / d};
+      if (std::hypot(at.x, at.y) < 1e6) best.ring = std::min(best.ring, p.value(at));
+    }
+  }
+  return best;
+}
+
+TEST(General, NarrowestRing) {
+  instance_source source(16);
+  std::vector<std::vector<site>> cases;
+  for (int n = 3; n <= 12; ++n) {
+    cases.emplace_back();
+    for (int i = 0; i < n; ++i)
+      cases.back().push_back({.x = source.uniform(0, 1), .y = source.uniform(0, 1)});
+  }
+  for (const int n : {8, 24}) {  // points near a circle
+    cases.emplace_back();
+    for (int i = 0; i < n; ++i) {
+      const double r = 1 + source.uniform(-0.02, 0.02);
+      const double angle = 2 * std::numbers::pi * i / n;
+      cases.back().push_back({.x = 5 + r * std::cos(angle), .y = r * std::sin(angle)});
+    }
+  }
+  cases.emplace_back();  // a lattice
+  for (int i = 0; i < 16; ++i)
+    cases.back().push_back({.x = static_cast<double>(i % 4), .y = static_cast<double>(i / 4)});
+  int rings = 0;
+  for (const std::vector<site>& sites : cases) {
+    SCOPED_TRACE(sites.size());
+    const narrowest best = narrowest_ring(sites);
+    const problem p(sites, {gauge::euclidean()}, order_weights::range());
+    minimise_options options;
+    options.cells = 20000;
+    const solution s = minimise(p, options);
+    const verification v = verify(p, s);
+    EXPECT_TRUE(v.accepted) << v.reason;
+    EXPECT_LE(v.lower_bound, std::min(best.ring, best.strip) + 1e-12);
+    if (best.ring < best.strip * (1 - 1e-6)) {
+      ++rings;
+      EXPECT_EQ(s.status, solution_status::optimal);
+      EXPECT_NEAR(s.value, best.ring, 1e-9 * best.ring + 1e-14);
+      EXPECT_LE(v.gap, 1e-10 * static_cast<double>(sites.size()));
+      solution spoiled = s;
+      spoiled.point = {s.point.x + 1e15, s.point.y};
+      spoiled.exact = {};
+      spoiled.value = p.value(spoiled.point);
+      EXPECT_FALSE(verify(p, spoiled).accepted) << "a place where doubles tell nothing";
+    } else {
+      EXPECT_GE(v.lower_bound, best.strip * (1 - 1e-4));
+      EXPECT_LE(s.value, best.strip * (1 + 1e-4));
+    }
+  }
+  EXPECT_GE(rings, 6);
 }
 
 // Places as far from all sites as from any other, one or a whole curve of them: no relative gap can

@@ -5,15 +5,17 @@
 //   $ optimum_trials 1 7 2369       instance 2369 of seed 7
 //
 // One line a fault, then a table; status 1 if there was a fault. Beside the faults the table counts
-// what was left open: f that levels off far from sites that differ under smooth gauges, of which no
-// least value is known.
+// what was left open: f that levels off far away under smooth gauges, of which no least value is
+// known, or that is least nowhere.
 #include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <iomanip>
 #include <iostream>
+#include <limits>
 #include <map>
+#include <numbers>
 #include <string>
 #include <utility>
 #include <vector>
@@ -31,6 +33,8 @@ constexpr std::size_t kCells = 200000;
 constexpr std::size_t kSmoothCells = 20000;
 // Of the terms of f: roundings of values of crossings.
 constexpr double kRounding = 1e-12;
+// Of the value, or of the terms of f amid the sites: what `optimal` leaves open.
+constexpr double kSmoothGap = 1e-10;
 
 struct trial {
   problem p;
@@ -59,23 +63,39 @@ std::vector<gauge> smooth_gauges(instance_source& source) {
   }
 }
 
+order_weights level_order(instance_source& source, int n) {
+  if (n == 1 || source.below(2) == 0) return order_weights::range();
+  std::vector<double> lambda(static_cast<std::size_t>(n));
+  for (int steps = 1 + source.below(3); steps > 0; --steps) {
+    const int low = source.below(n - 1);
+    lambda[static_cast<std::size_t>(low)] -= 1;
+    lambda[static_cast<std::size_t>(low + 1 + source.below(n - 1 - low))] += 1;
+  }
+  return order_weights(lambda);
+}
+
 trial draw(instance_source& source) {
   const layout l = kLayouts[source.below(std::size(kLayouts))];
   const int kind = source.below(200);
   const bool general = kind < 100;
-  const bool smooth = kind == 0 || kind >= 180;
+  const bool level = kind == 1 || kind == 2;  // one kind of sites, order weights that add up to 0
+  const bool smooth = kind <= 4 || kind >= 180;
   const int n = kind == 0 ? 1 + source.below(4) : number_of_sites(source, general);
-  const auto gauges =
-      smooth ? smooth_gauges(source) : source.gauges(l, 1 + source.below(3), 3 + source.below(6));
+  const auto gauges = level ? std::vector{source.below(2) == 0 ? gauge::euclidean() : gauge::lp(3)}
+                      : smooth ? smooth_gauges(source)
+                               : source.gauges(l, 1 + source.below(3), 3 + source.below(6));
   auto sites = source.sites(l, n, static_cast<int>(gauges.size()));
-  if (source.below(3) == 0) {
+  if (source.below(3) == 0 || level) {
     for (site& s : sites) s.weight = 1;
   }
   for (std::size_t i = 1; source.below(6) == 0 && i < sites.size(); i += 2) {
     sites[i].x = sites[i - 1].x;
     sites[i].y = sites[i - 1].y;
   }
-  return {problem(std::move(sites), gauges, general ? source.any_order(n) : source.convex_order(n)),
+  return {problem(std::move(sites), gauges,
+                  level     ? level_order(source, n)
+                  : general ? source.any_order(n)
+                            : source.convex_order(n)),
           std::string(smooth ? "smooth" : "polyhedral") + (general ? " general" : " convex")};
 }
 
@@ -118,14 +138,79 @@ std::string fault_of_value(const problem& p, const solution& s, bool optima_prov
   return optima_proved ? fault_of_set(p, s, exact, all) : "the set of optima is not proved";
 }
 
-// Places around the answer.
-std::string fault_of_smooth_value(instance_source& source, const problem& p, const solution& s) {
+struct frame {
+  xy middle;
+  double extent = 0;
+  double size = 0;  // the sum of the terms' magnitudes amid the sites
+};
+
+frame frame_of(const problem& p) {
+  xy low{p.sites()[0].x, p.sites()[0].y};
+  xy high = low;
+  for (const site& s : p.sites()) {
+    low = {std::min(low.x, s.x), std::min(low.y, s.y)};
+    high = {std::max(high.x, s.x), std::max(high.y, s.y)};
+  }
+  frame f{{low.x + (high.x - low.x) / 2, low.y + (high.y - low.y) / 2}, 0, 0};
+  f.extent = std::max({high.x - low.x, high.y - low.y, 1e-3});
+  double steepest = 0;
+  for (const order_run& r : p.runs()) steepest = std::max(steepest, std::fabs(r.weight));
+  for (std::size_t i = 0; i < p.sites().size(); ++i) f.size += steepest * p.distance(i, f.middle);
+  return f;
+}
+
+// The least value found by shrinking steps from the best places of a grid over the sites' frame and
+// some way around it.
+double descent(const problem& p, const frame& f) {
+  constexpr int kGrid = 24;
+  std::vector<std::pair<double, xy>> places;
+  for (const site& s : p.sites()) places.emplace_back(p.value({s.x, s.y}), xy{s.x, s.y});
+  for (int j = 0; j <= kGrid; ++j) {
+    for (int k = 0; k <= kGrid; ++k) {
+      const xy at{f.middle.x + f.extent * (3.0 * j / kGrid - 1.5),
+                  f.middle.y + f.extent * (3.0 * k / kGrid - 1.5)};
+      places.emplace_back(p.value(at), at);
+    }
+  }
+  std::sort(places.begin(), places.end(),
+            [](const auto& a, const auto& b) { return a.first < b.first; });
+  places.resize(4);
+  for (auto& [value, at] : places) {
+    for (double step = f.extent / kGrid; step > 1e-12 * f.extent; step /= 2) {
+      const xy from = at;
+      for (int k = 0; k < 12; ++k) {
+        const double angle = k * std::numbers::pi / 6;
+        const xy to{from.x + step * std::cos(angle), from.y + step * std::sin(angle)};
+        if (const double there = p.value(to); there < value) {
+          value = there;
+          at = to;
+        }
+      }
+    }
+  }
+  double best = places[0].first;
+  for (const auto& [value, at] : places) best = std::min(best, value);
+  return best;
+}
+
+// Of the proved gap, and against places around the answer and some descent.
+std::string fault_of_smooth_value(instance_source& source, const problem& p, const solution& s,
+                                  const verification& v) {
+  const frame f = frame_of(p);
+  const double rounding = std::max(kSmoothGap * std::max(std::fabs(s.value), f.size),
+                                   std::numeric_limits<double>::min());
+  if (s.status == solution_status::optimal && v.gap > rounding) return "proved gap not closed";
   for (int k = 0; k < 20; ++k) {
     const double size = std::pow(10, source.uniform(-7, 2));
     const xy at{s.point.x + size * source.uniform(-1, 1), s.point.y + size * source.uniform(-1, 1)};
-    if (p.value(at) < s.lower_bound - 1e-11 * std::fabs(s.lower_bound)) return "below the bound";
+    if (p.value(at) < s.lower_bound - 1e-11 * std::fabs(s.lower_bound) - 1e-13 * f.size)
+      return "below the bound";
   }
-  return "";
+  const double found = descent(p, f);
+  if (found < v.lower_bound - rounding) return "a descent ends below the bound";
+  return s.status == solution_status::optimal && found < s.value - 2 * rounding
+             ? "worse than where a descent ends"
+             : "";
 }
 
 class stopwatch {
@@ -142,7 +227,8 @@ class stopwatch {
 
 struct seconds_spent {
   double search = 0, verify = 0, enumeration = 0;
-  bool open = false;  // the search ended early for want of a square that holds an optimum
+  bool open = false;  // the search ended early: f levels off far away
+  bool wide = false;  // with a wide gap or no bound
 };
 
 // Whether f does not grow in some direction, as far as can be told by trying directions.
@@ -191,10 +277,14 @@ std::string fault_of(instance_source& source, const problem& p, seconds_spent& s
   spent.verify = watch.lap();
   if (!v.accepted) return "no proof: " + v.reason;
   if (s.status != solution_status::optimal && s.status != solution_status::unbounded) {
-    spent.open = !p.polyhedral() && levels_off(p);
-    return spent.open ? "" : "not solved to the end";
+    if (p.polyhedral() || !levels_off(p)) return "not solved to the end";
+    spent.open = true;
+    spent.wide = !(v.gap <= 1e-6 * frame_of(p).size);
+    return fault_of_smooth_value(source, p, s, v);
   }
-  if (!p.polyhedral()) return fault_of_smooth_value(source, p, s);
+  if (!p.polyhedral()) {
+    return s.status == solution_status::unbounded ? "" : fault_of_smooth_value(source, p, s, v);
+  }
   if (s.status == solution_status::optimal && v.gap != 0) return "proved gap above 0";
   if (s.status == solution_status::optimal && source.below(8) == 0) {
     const std::string fault = fault_of_early_end(source, p, s.value);
@@ -215,7 +305,7 @@ struct tally {
       slowest = instance;
     }
   };
-  std::size_t instances = 0, faults = 0, open = 0;
+  std::size_t instances = 0, faults = 0, open = 0, wide = 0;
   total search, verify, enumeration;
 };
 
@@ -223,7 +313,7 @@ void tell(const std::map<std::string, tally>& families) {
   std::cout << std::setprecision(3);
   for (const auto& [name, f] : families) {
     std::cout << name << ": " << f.instances << " instances, " << f.faults << " faults, " << f.open
-              << " left open\n";
+              << " left open, of them " << f.wide << " with a gap above 1e-6 of the terms\n";
     for (const auto& [what, t] :
          {std::pair{"search", f.search}, {"verify", f.verify}, {"enumeration", f.enumeration}}) {
       std::cout << "  " << what << ' ' << t.seconds << " s, at most " << t.most << " (instance "
@@ -250,6 +340,7 @@ int run(std::size_t count, unsigned seed, std::size_t first) {
     tally& family = families[t.family];
     ++family.instances;
     family.open += spent.open ? 1 : 0;
+    family.wide += spent.wide ? 1 : 0;
     family.search.add(spent.search, k);
     family.verify.add(spent.verify, k);
     family.enumeration.add(spent.enumeration, k);

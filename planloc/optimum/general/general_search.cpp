@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <numbers>
 #include <optional>
 
 #include "planloc/optimum/general/cell_regions.h"
@@ -50,8 +51,10 @@ double rounding_of_sums(const problem& p) {
   const auto sites = static_cast<double>(p.sites().size());
   return 0x1p-53 * (p.polyhedral() ? 256 + 16 * sites : 48 + 4 * sites);
 }
-// Steps towards a value of 0 from a better place.
+// Steps towards a value of 0 from a better place, and how far from amid the sites they may lead, in
+// extents: where f levels off far away slopes vanish, so that a step may end anywhere.
 constexpr int kStepsToZero = 40;
+constexpr double kStepExtents = 16;
 // Sites that are tried as places before the search.
 constexpr std::size_t kSitesTried = 16;
 constexpr std::size_t kCellsBetweenReports = 64;
@@ -63,6 +66,13 @@ constexpr std::size_t kOpenPerTask = 8;
 constexpr std::size_t kBatchSites = 1 << 18;
 // Of the sites of a batch: less is done before other threads wake up.
 constexpr std::size_t kSitesForThreads = 500;
+// Where f levels off in all directions: half of the first square, and how far away a best place may
+// be for a larger square to be made around it; if it is farther, f falls towards its infimum.
+constexpr double kLevelExtents = 4;
+constexpr double kFarthestExtents = 4096;
+// Places that are tried first then, in each coordinate, and halvings of the steps from the best.
+constexpr int kTriedPlaces = 33;
+constexpr int kFinerSteps = 24;
 // Half of the square that is searched when no square is known to hold an optimum, in extents.
 constexpr double kNearExtents = 16;
 
@@ -132,6 +142,7 @@ class general_search {
   void offer_places_on_sides(const cell& c);
   void try_sites();
   void use_steps();
+  double more_doubt(const xy& at) const;
   bool least_possible();
   void step_to_zero();
   void make_exact();
@@ -150,6 +161,8 @@ class general_search {
     return !levels_ ? kLines : cells_ < kCellsAtLength ? kLinesInBundles : kLinesAtLength;
   }
   double half_of_square(const detail::recession& far) const;
+  void try_places();
+  void bound_far_places(detail::recession& far);
   bool give_up(const cell& c);
   double bound() const;
   double proved_bound();
@@ -176,6 +189,8 @@ class general_search {
   int most_depth_ = kMostDepth;
   bool levels_ = false;  // far from the sites
   incumbent best_;
+  // f is nowhere less outside of the square, where it levels off in all directions.
+  double outside_ = std::numeric_limits<double>::infinity();
   double floor_ = std::numeric_limits<double>::infinity();  // bounds of cells that were given up
   std::vector<task> batch_;
   std::size_t close_calls_ = 0;  // cells with sides on several lines and a small gap
@@ -199,11 +214,13 @@ double general_search::tolerance() const {
 
 double general_search::bound() const {
   const double open = tree_.empty() ? std::numeric_limits<double>::infinity() : tree_.least_bound();
-  const double least = std::min({open, floor_, best_.value - tolerance()});
+  const double least = std::min({open, floor_, outside_, best_.value - tolerance()});
   return std::max(least, floor_of_f_);
 }
 
-double general_search::proved_bound() { return std::min(tree_.prune(), best_.value - tolerance()); }
+double general_search::proved_bound() {
+  return std::min({tree_.prune(), outside_, best_.value - tolerance()});
+}
 
 bool general_search::must_stop() {
   if (options_.progress && cells_ >= cells_to_report_) {
@@ -214,8 +231,15 @@ bool general_search::must_stop() {
   return options_.stop.stop_requested() || seconds() > options_.seconds || cells_ >= options_.cells;
 }
 
+// How much more roundings can do at a place than amid the sites.
+double general_search::more_doubt(const xy& at) const {
+  const double far = std::max(std::fabs(at.x), std::fabs(at.y));
+  return far > extent_ ? doubt_ * (far / extent_ - 1) : 0;
+}
+
 void general_search::offer(const exact_xy& at, double value) {
-  if (value < best_.value && (!where_ || where_->permits(at))) best_ = {at, value, {}};
+  if (value + more_doubt(to_nearest(at)) >= best_.value + more_doubt(to_nearest(best_.at))) return;
+  if (!where_ || where_->permits(at)) best_ = {at, value, {}};
 }
 
 void general_search::make_exact() {
@@ -248,7 +272,7 @@ bool general_search::least_possible() {
   if (!std::isfinite(floor_of_f_)) return false;
   if (!problem_.polyhedral()) {
     const double near = std::max(2 * doubt_, kSmoothAim * std::fabs(floor_of_f_));
-    return best_.value <= floor_of_f_ + near;
+    return best_.value + more_doubt(to_nearest(best_.at)) <= floor_of_f_ + near;
   }
   if (best_.value > rounding_ * extent_) return false;
   make_exact();
@@ -263,6 +287,7 @@ void general_search::step_to_zero() {
   detail::evaluator evaluate(problem_, table_);
   xy at{best_.at.x.get_d(), best_.at.y.get_d()};
   for (int i = 0; i < kStepsToZero && !least_possible(); ++i) {
+    if (std::max(std::fabs(at.x), std::fabs(at.y)) > kStepExtents * extent_) return;
     const detail::evaluation e = evaluate(at);
     offer({at.x, at.y}, e.value);
     const double steep = e.slope.x * e.slope.x + e.slope.y * e.slope.y;
@@ -304,6 +329,54 @@ double general_search::size_of_terms() const {
 double general_search::half_of_square(const detail::recession& far) const {
   const double least = far.half > 0 ? far.half : kNearExtents * extent_;
   return std::ldexp(1, std::ilogb(least / branch_certificate::kInside) + 1);
+}
+
+// Some descent, for a value that places far away can be compared with.
+void general_search::try_places() {
+  detail::evaluator evaluate(problem_, table_);
+  const auto offer_at = [&](const xy& at) {
+    const double before = best_.value;
+    offer(detail::to_exact(at), evaluate(at).value);
+    return best_.value < before;
+  };
+  const double spacing = kLevelExtents * extent_ / (kTriedPlaces - 1);
+  for (int j = 0; j < kTriedPlaces; ++j) {
+    for (int k = 0; k < kTriedPlaces; ++k)
+      offer_at({(2.0 * j / (kTriedPlaces - 1) - 1) * kLevelExtents / 2 * extent_,
+                (2.0 * k / (kTriedPlaces - 1) - 1) * kLevelExtents / 2 * extent_});
+  }
+  double step = spacing;
+  for (int finer = 0; finer < kFinerSteps; step /= 2, ++finer) {
+    for (int tries = 0, k = 0; k < 8 && tries < 64; ++tries) {
+      const xy from = to_nearest(best_.at);
+      const double angle = k * std::numbers::pi / 4;
+      k = offer_at({from.x + step * std::cos(angle), from.y + step * std::sin(angle)}) ? 0 : k + 1;
+    }
+  }
+}
+
+// A square outside of which nothing is better than the best place, or hardly.
+void general_search::bound_far_places(detail::recession& far) {
+  if (least_possible()) return;
+  try_places();
+  detail::evaluator evaluate(problem_, table_);
+  const auto try_place = [&](const xy& at) {
+    offer(detail::to_exact(at), evaluate(at).value);
+    return best_.value - tolerance();
+  };
+  far.half = std::max(far.half, kLevelExtents * extent_);
+  far.kind = growth::levels;
+  for (;;) {
+    const double reach = half_of_square(far) * branch_certificate::kInside;
+    detail::far_level level =
+        detail::search_far_boxes(problem_, table_, reach, best_.value - tolerance(), try_place);
+    outside_ = level.bound;
+    far.outside = std::move(level.outside);
+    const xy at = to_nearest(best_.at);
+    const double away = std::max(std::fabs(at.x), std::fabs(at.y));
+    if (2 * away <= reach || away > kFarthestExtents * extent_) return;
+    far.half = 4 * away;
+  }
 }
 
 void general_search::start(double half) {
@@ -487,7 +560,7 @@ solution general_search::finish(const detail::recession& far) {
   if (least || (!stopped_ && square_known &&
                 s.gap() <= (problem_.polyhedral() ? 0 : std::max(kSmoothGap * size, 2 * doubt_)))) {
     s.status = solution_status::optimal;
-  } else if (square_known && !stopped_ && !problem_.polyhedral()) {
+  } else if (square_known && !stopped_ && !problem_.polyhedral() && s.lower_bound < outside_) {
     s.status = solution_status::within_gap;  // doubles cannot narrow it further
   } else if ((square_known || floor_known) &&
              s.gap() <= std::max(options_.absolute_gap, options_.relative_gap * size)) {
@@ -527,7 +600,7 @@ solution general_search::run() {
     s.counters.seconds = seconds();
     return s;
   }
-  const detail::recession far = far_away();
+  detail::recession far = far_away();
   if (far.kind == growth::falls) {
     solution s;
     s.status = solution_status::unbounded;
@@ -541,6 +614,7 @@ solution general_search::run() {
   offer({0, 0}, problem_.value(table_.base));
   if (far.kind == growth::undecided) use_steps();
   try_sites();
+  if (far.kind == growth::undecided && detail::levels_everywhere(problem_)) bound_far_places(far);
   if (!least_possible()) {
     start(half_of_square(far));
     search();

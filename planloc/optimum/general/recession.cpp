@@ -21,13 +21,6 @@ constexpr std::size_t kMostCells = 20000;
 constexpr double kCaution = 1 + 0x1p-20;
 constexpr double kRounding = 0x1p-30;
 
-mpq_class sum_of_weights(const problem& p) {
-  mpq_class sum;
-  for (const order_run& r : p.runs())
-    sum += mpq_class(r.weight) * static_cast<unsigned long>(r.count);
-  return sum;
-}
-
 // The sum of |lambda| times the most by which d_i(x) and its gauge at x - base can differ, and f at
 // the base, or the level: so much must the recession function be on the border of the square.
 double needed_growth(const problem& p, const distance_table& table, double level) {
@@ -49,6 +42,13 @@ double needed_growth(const problem& p, const distance_table& table, double level
 }
 
 }  // namespace
+
+mpq_class sum_of_weights(const problem& p) {
+  mpq_class sum;
+  for (const order_run& r : p.runs())
+    sum += mpq_class(r.weight) * static_cast<unsigned long>(r.count);
+  return sum;
+}
 
 bool has_one_kind(const problem& p) {
   const site& first = p.sites()[0];

@@ -5,9 +5,12 @@
 #define PLANLOC_OPTIMUM_GENERAL_RECESSION_H_
 
 #include <array>
+#include <functional>
 #include <limits>
 #include <optional>
 #include <vector>
+
+#include <gmpxx.h>
 
 #include "planloc/optimum/evaluate.h"
 #include "planloc/optimum/general/triangle_cell.h"
@@ -50,6 +53,8 @@ bool never_negative(const problem& p);
 //   - Two sites: d(x) and the growth c(x) towards x differ by at most max(c(s), c(-s)).
 recession test_sectors(const problem& p, const distance_table& table);
 
+mpq_class sum_of_weights(const problem& p);
+
 // Whether all sites have one gauge and one weight.
 bool has_one_kind(const problem& p);
 
@@ -62,6 +67,24 @@ struct level_steps {
   std::array<xy, 2> places;  // beyond the two sites
 };
 std::optional<level_steps> steps_to_level(const problem& p, const distance_table& table);
+
+// Whether all sites have one smooth gauge and one weight, and the order weights add up to 0. Then f
+// comes near a limit in each direction: the ordered sum of the sites' projections, by the slope of
+// the gauge there.
+bool levels_everywhere(const problem& p);
+
+// Such f outside of the square of half side `reach` around the table's base, by boxes of directions
+// and inverse distances: x = base + reach / t * y, with y on the unit square and 0 <= t <= 1. The
+// distance of a site exceeds that of the base by what the gauge's slopes along the way from the
+// base to the site, seen from x, say; they hardly change where x is far, and without end in the
+// same direction. Tried until f is nowhere less than `target` or what `try_place` returns for a
+// place outside, or enough was tried.
+struct far_level {
+  double bound;
+  std::vector<branch_certificate::reason> outside;
+};
+far_level search_far_boxes(const problem& p, const distance_table& table, double reach,
+                           double target, const std::function<double(const xy&)>& try_place);
 
 // Whether the recession function, `origin` with its table, is surely negative in a direction.
 bool surely_falls(const problem& origin, const distance_table& table, const xy& u);

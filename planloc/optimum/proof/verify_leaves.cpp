@@ -56,6 +56,13 @@ void check_growth(const problem& p, const branch_certificate& c, const mpq_class
   sides.end();
 }
 
+bool sites_alike(const problem& p) {
+  const site& first = p.sites()[0];
+  return std::all_of(p.sites().begin(), p.sites().end(), [&](const site& s) {
+    return s.gauge == first.gauge && s.weight == first.weight;
+  });
+}
+
 // f is the sum of the steps between sorted distances, each times the sum of the order weights from
 // there on. If these are nowhere negative, neither is f. If all sites have one gauge and one weight
 // and the order weights add up to 0, all steps together are at most the largest distance of two
@@ -65,10 +72,6 @@ void check_steps(const problem& p, const mpq_class& least) {
     if (sgn(least) > 0) refuse("f is not negative, but the bound is more");
     return;
   }
-  const site& first = p.sites()[0];
-  const bool alike = std::all_of(p.sites().begin(), p.sites().end(), [&](const site& s) {
-    return s.gauge == first.gauge && s.weight == first.weight;
-  });
   mpq_class tail;
   mpq_class least_tail;
   const std::vector<double> lambda = listed_weights(p);
@@ -76,7 +79,7 @@ void check_steps(const problem& p, const mpq_class& least) {
     tail += mpq_class(lambda[k]);
     least_tail = std::min(least_tail, tail);
   }
-  if (!alike || sgn(tail) != 0) refuse("triangles without a reason");
+  if (!sites_alike(p) || sgn(tail) != 0) refuse("triangles without a reason");
   const verified_sites sites(p, {0, 0});
   double most = 0;
   for (const site& s : p.sites()) {
@@ -88,6 +91,12 @@ void check_steps(const problem& p, const mpq_class& least) {
   }
   if (!std::isfinite(most) || least > least_tail * mpq_class(most))
     refuse("steps between distances do not prove the bound");
+}
+
+bool levels_in_all_directions(const problem& p) {
+  mpq_class sum;
+  for (const double l : listed_weights(p)) sum += mpq_class(l);
+  return !p.polyhedral() && sites_alike(p) && sgn(sum) == 0;
 }
 
 void check_square(const problem& p, const branch_certificate& c, const mpq_class& least) {
@@ -104,6 +113,8 @@ void check_square(const problem& p, const branch_certificate& c, const mpq_class
   } else if (c.outside.empty()) {
     if (!p.polyhedral()) refuse("nothing is said of places outside of the square");
     check_sectors(p, c);
+  } else if (levels_in_all_directions(p)) {
+    check_far(p, c, least);
   } else {
     check_growth(p, c, least);
   }
@@ -138,8 +149,11 @@ struct proved_value {
 };
 
 proved_value value_of(const problem& p, const fraction_pair& at) {
-  const verified_sites sites(p, {0, 0});
-  const interval_pair near{around(at.x), around(at.y)};
+  // Positions count from the place: its fractions need not be doubles.
+  const xy base{at.x.get_d(), at.y.get_d()};
+  const fraction_pair rest{at.x - base.x, at.y - base.y};
+  const verified_sites sites(p, base);
+  const interval_pair near{around(rest.x), around(rest.y)};
   proved_value v;
   double steepest = 0;
   for (const order_run& r : p.runs()) steepest = std::max(steepest, std::fabs(r.weight));
@@ -150,7 +164,7 @@ proved_value value_of(const problem& p, const fraction_pair& at) {
   }
   v.value = ordered_sum(p, std::move(rounded));
   if (!p.polyhedral()) return v;
-  v.exact = ordered_sum(sites, at);
+  v.exact = ordered_sum(sites, rest);
   v.value = around(*v.exact);
   return v;
 }
@@ -161,6 +175,22 @@ proved_value value_of(const problem& p, const solution& s) {
   if (!(s.value >= v.value.low - v.doubt() && s.value <= v.value.high + v.doubt()))
     refuse("the value is not that of the point");
   return v;
+}
+
+// Of the value, or of the terms amid the sites where these are larger and cancel: the most that
+// `optimal` leaves open under gauges that are not polyhedral.
+constexpr double kMostGap = 1e-10;
+
+double size_of_terms(const problem& p) {
+  const auto middle = [&p](auto of) {
+    const auto [low, high] =
+        std::minmax_element(p.sites().begin(), p.sites().end(),
+                            [&of](const site& a, const site& b) { return of(a) < of(b); });
+    return of(*low) + (of(*high) - of(*low)) / 2;
+  };
+  const xy amid{middle([](const site& s) { return s.x; }),
+                middle([](const site& s) { return s.y; })};
+  return value_of(p, fraction_pair{mpq_class(amid.x), mpq_class(amid.y)}).size;
 }
 
 }  // namespace
@@ -179,6 +209,10 @@ verification verify_leaves(const problem& p, const solution& s, const branch_cer
   result.lower_bound = rounded_down(least);
   result.gap = v.exact ? rounded_up(mpq_class(*v.exact - least))
                        : (interval(v.value.high) - interval(s.lower_bound)).high;
+  if (s.status == solution_status::optimal && !v.exact &&
+      !(result.gap <= above(kMostGap * std::max(std::fabs(result.value), size_of_terms(p))))) {
+    refuse("called optimal, but the gap is not closed");
+  }
   return result;
 }
 

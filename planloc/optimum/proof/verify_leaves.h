@@ -37,7 +37,7 @@ class verified_sites {
   // touches it at a place. Holds a slope that is surely one.
   interval_pair slope(std::size_t i, const xy& at) const;
   interval_pair offset(std::size_t i, const interval_pair& at) const {
-    return {at.x - position_[i].x, at.y - position_[i].y};
+    return {difference(at.x, position_[i].x), difference(at.y, position_[i].y)};
   }
   interval_pair weighted_normal(std::size_t i, std::size_t edge) const;
 
@@ -54,6 +54,10 @@ class verified_sites {
 
  private:
   std::uint32_t gauge_of(std::size_t i) const { return problem_.sites()[i].gauge; }
+  // 0 of equal numbers, so that f is 0 where all sites are.
+  static interval difference(const interval& a, const interval& b) {
+    return a.low == b.high && a.high == b.low ? 0 : a - b;
+  }
   interval gauge_value(std::size_t i, const interval_pair& u) const;
   template <class Visitor>
   void visit_likely_edges(std::uint32_t gauge, const interval_pair& u, Visitor visit) const;
@@ -108,6 +112,13 @@ inline mpq_class reach(const branch_certificate& c) {
 // that grows faster along u is farther. Then f falls by the growth of f along u with each step
 // along -u. Where that growth is nowhere negative, some optimum has a and b up to these limits.
 void check_sectors(const problem& p, const branch_certificate& c);
+
+// Refuses a square outside of which f, of sites of one smooth gauge and one weight with order
+// weights that add up to 0, might be below `least`. Outside, x = base + reach / t * y with y on a
+// side of the square of half side 1 and 0 <= t <= 1. The sides are, in order, halved along y or
+// along t, whichever matters more. On each part the slopes of the gauge, along the way from x -
+// base to x - site, bound the difference of the two distances; f is the ordered sum of these.
+void check_far(const problem& p, const branch_certificate& c, const mpq_class& least);
 
 // The sum of order weights times sorted distances.
 interval ordered_sum(const problem& p, std::vector<interval> distances);
