@@ -56,9 +56,12 @@ solution minimise_convex(const problem& p, const minimise_options& options = {})
 // in gauge or weight, a square that is known to hold an optimum is found only for polyhedral gauges
 // and few different pairs of gauge and weight (some thirty, or hundreds of one gauge). Else the
 // value may come ever nearer to its infimum far away without reaching it; the status is `stopped`,
-// with the best value near the sites, unless that is as low as the bound. Up to 300 sites of one
-// gauge and one weight have a finite bound, the least value that differences of the distances
-// allow; others have 0 or minus infinity.
+// with the best value near the sites, unless that is as low as the bound, which is 0 or minus
+// infinity.
+//
+// Sites of one smooth gauge and one weight, whose order weights add up to 0 (the narrowest ring
+// around points), are searched to infinity. Where f is least far away only, so that no place has
+// that value, the status is `stopped`, with a place far away and a bound near its value.
 solution minimise_general(const problem& p, const minimise_options& options = {});
 
 }  // namespace planloc
