@@ -92,6 +92,15 @@ class Picture:
                 f"fill='#d1495b' fill-opacity='{np.sqrt(share):.2f}'/>"
             )
 
+    def squares(self, places: Places) -> None:
+        """Open squares where facilities exist."""
+        for place in places:
+            x, y = self._at(place)
+            self.parts.append(
+                f"<path d='M{x - 5:.1f} {y - 5:.1f}h10v10h-10z' fill='none' stroke='#d1495b' "
+                "stroke-width='2'/>"
+            )
+
     def places(self, places: Places) -> None:
         """Crosses where the new facilities go."""
         for place in places:
@@ -150,6 +159,7 @@ class Map:
     allow: Region | None = None
     forbid: Region = ()
     density: Density | None = None
+    existing: Places | None = None
 
 
 class Shown(ABC):
@@ -163,7 +173,8 @@ class Shown(ABC):
 
     def _repr_svg_(self) -> str:
         m = self._map()
-        picture = Picture(m.sites, m.places, *m.shapes)
+        existing = np.empty((0, 2)) if m.existing is None else m.existing
+        picture = Picture(m.sites, m.places, existing, *m.shapes)
         picture.region(m.allow or (), "fill='#eef5ea' stroke='#7fa66b'")
         picture.region(m.forbid, "fill='#cfe0ee' stroke='#7b9cb8'")
         picture.lines(m.lines)
@@ -172,6 +183,7 @@ class Shown(ABC):
             picture.shape(corners)
         if m.density:
             picture.density(m.density)
+        picture.squares(existing)
         picture.places(m.places)
         return picture.svg()
 
@@ -192,6 +204,9 @@ class Shown(ABC):
             d = m.density
             shown = np.where(d.counts, np.sqrt(d.counts / d.counts.max()), np.nan)
             ax.pcolormesh(d.xs, d.ys, shown.T, cmap="Reds", vmin=0)
+        if m.existing is not None and len(m.existing):
+            ax.scatter(*m.existing.T, marker="s", s=80, facecolors="none", edgecolors="#d1495b",
+                       linewidths=2, label="existing")  # fmt: skip
         if len(m.places):
             ax.scatter(*m.places.T, marker="+", s=120, c="#d1495b", linewidths=3, label="new")
         ax.set_aspect("equal")

@@ -57,7 +57,8 @@ class Depots(Found):
         sites = np.asarray(p.sites)
         served_by = np.vstack([self.points, self.existing])[self.assignment]
         return Map(sites, np.asarray(p.weight), self.points, [],
-                   list(zip(sites, served_by, strict=True)), self._figures(), p.frame)  # fmt: skip
+                   list(zip(sites, served_by, strict=True)), self._figures(), p.frame,
+                   existing=self.existing)  # fmt: skip
 
 
 def depots(

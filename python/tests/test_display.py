@@ -36,8 +36,10 @@ def test_plot_draws_on_the_axes_that_are_given():
     pyplot = pytest.importorskip("matplotlib.pyplot")
     pyplot.switch_backend("agg")
     axes = pyplot.subplots()[1]
-    assert planloc.depots(SITES, new=2).plot(axes) is axes
-    assert len(axes.collections) == 2 and len(axes.lines) == 3
+    depots = planloc.depots(SITES, new=2, existing=[(9, 9)])
+    assert depots.plot(axes) is axes
+    assert len(axes.collections) == 3 and len(axes.lines) == 3
+    assert depots._repr_svg_().count("h10v10h-10z") == 1
 
 
 @pytest.fixture
