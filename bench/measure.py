@@ -16,6 +16,9 @@ import time
 HERE = os.path.dirname(os.path.abspath(__file__))
 
 
+NOT_CALLED = "not called: it left at a smaller size, or its time there foretells that it would"
+
+
 class TooLong(Exception):
     pass
 
@@ -84,9 +87,10 @@ class Effort:
     def __init__(self, quick):
         self.quick = quick
         self.repetitions = 5 if quick else 9
+        self.least = 1 if quick else 5  # repetitions, whatever they take, but for calls above half a second
         self.batch = 2 if quick else 8  # least CPU milliseconds of a measured batch of calls
-        self.patience = 1 if quick else 5  # seconds of one call, above which a contestant leaves
-        self.budget = 2 if quick else 5  # seconds of one size
+        self.patience = 1 if quick else 5  # CPU seconds of one call, above which a contestant leaves
+        self.budget = 2 if quick else 5  # CPU seconds of one size
 
 
 class Race:
@@ -105,22 +109,26 @@ class Race:
                 self.left[name] = "its input took too long"
 
     def run(self):
-        end = time.monotonic() + self.effort.budget / self.row.seeds
         for name in list(self.running):
             self.step(name, self.warm_up)
+        before = self.spent()
         for repetition in range(self.effort.repetitions):
-            if repetition > 0 and time.monotonic() > end:
+            if repetition >= self.effort.least and self.spent() - before > self.effort.budget / self.row.seeds:
                 break
             for name in list(self.running):
                 self.step(name, self.measure)
         for contestant in self.running.values():
             contestant.end()
 
+    def spent(self):
+        return sum(contestant.cpu_seconds() for contestant in self.running.values())
+
     def step(self, name, what):
         try:
             what(name, self.running[name])
         except TooLong:
-            self.left[name] = f"more than {self.effort.patience} s"
+            self.times[name] = []
+            self.left[name] = f"more than {self.effort.patience} s a call"
             self.running.pop(name).end()
         except Ended as reason:
             if name == self.row.ours:
@@ -169,17 +177,16 @@ def run_row(row, command_of, available, effort):
     names = [name for name in [row.ours] + row.also + row.peers if name in available]
     slow, sizes, complaints = {}, [], []
     for size in row.sizes:
-        entry = {name: {"ms": [], "memory": 0} for name in names}
+        entry = {name: {"ms": [], "left": [], "memory": 0} for name in names}
+        now = [name for name in names if slow.get(name, 0) <= effort.patience]
         for seed in range(1, (1 if effort.quick else row.seeds) + 1):
-            now = [name for name in names if slow.get(name, 0) <= effort.patience]
             race = Race(row, size, seed, now, command_of, effort)
             race.run()
             complaints += race.check()
             for name in names:
                 entry[name]["ms"].append([float(f"{t:.4g}") for t in race.times.get(name, [])])
+                entry[name]["left"].append(race.left.get(name, "" if name in now else NOT_CALLED))
                 entry[name]["memory"] = max(entry[name]["memory"], race.memory.get(name, 0))
-                if name in race.left:
-                    slow[name] = math.inf
         expect_next(row, size, entry, slow)
         sizes.append({"size": size, "contestants": entry})
     for line in dict.fromkeys(complaints):
@@ -188,11 +195,13 @@ def run_row(row, command_of, available, effort):
 
 
 def expect_next(row, size, entry, slow):
-    """Guesses the seconds at the next size, as if time grew with the size."""
+    """Guesses the seconds at the next size, as if time grew with the size; who left does not come back."""
     later = [s for s in row.sizes if s > size]
     for name, found in entry.items():
         times = [t for seed in found["ms"] for t in seed]
-        if times and later and slow.get(name) != math.inf:
+        if any(found["left"]):
+            slow[name] = math.inf
+        elif times and later:
             slow[name] = 1e-3 * median_of(times) * later[0] / size
 
 

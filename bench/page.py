@@ -14,27 +14,70 @@ Measured, not claimed: `scripts/bench` installs the peers, builds and runs every
 writes nothing.
 
 A row is one call of planloc and what a user would pick instead, each in a process of its own on the same input. They
-take turns, nine times as a rule, and times are CPU milliseconds of one call (threads of a peer add up), medians. The
-**ratio** is that of the fastest peer's time to ours in the same turn: its median, and in brackets its quartiles; above 1
-planloc is faster. Where a row says *instances*, median and quartiles are those of the instances. **Growth** is the
-exponent e of the line time = c n^e through the medians. **Memory** is how far the process rose above its size with the
-input made. A peer leaves a row above 5 s a call (–). The values must agree; what did not is said below the table.
+take turns, five to nine times, fewer where a call takes more than half a second (**turns** has the numbers), and
+times are CPU milliseconds of one call (threads of a peer add up), medians. The **ratio** is that of the fastest
+peer's time to ours in the same turn: its median, and in brackets its quartiles; above 1 planloc is faster. Where a
+row says *instances*, median and quartiles are those of the instances. **Growth** is the exponent e of the line time =
+c n^e through the medians, and of memory alike. **Memory** is how far the process rose above its size with the input
+made, that of the peer which is fastest at the largest size. Whoever takes more than 5 s for a call, planloc too,
+leaves the row (> 5,000); in the ratios that instance counts as 5 s. A dash stands where a contestant was not called,
+since it had left at a smaller size or its time there foretold it. The values must agree; what did not is said below
+the table.
 """
+
+
+PATIENCE = 5000.0  # milliseconds, at least, of a contestant that left
 
 
 def one_each(instances):
     """The numbers of the repetitions, or of several instances the median of each."""
-    return instances[0] if len(instances) == 1 else [median_of(found) for found in instances if found]
+    return instances[0] if len(instances) == 1 else [median_of(found) for found in instances]
+
+
+def instances_of(found):
+    """The times of each instance; one that the contestant left counts as its patience."""
+    if not any(found["ms"]):
+        return []
+    return [times or [PATIENCE] for times in found["ms"]]
 
 
 def times_of(entry, name):
     found = entry["contestants"].get(name)
-    return one_each(found["ms"]) if found else []
+    return one_each(instances_of(found)) if found and any(found["ms"]) else []
+
+
+def time_text(entry, name):
+    """The median, and how many of the instances ended where not all did."""
+    found = entry["contestants"].get(name)
+    if not found:
+        return "–"
+    ended, asked = sum(map(bool, found["ms"])), len(found["ms"])
+    if not ended:
+        return "> 5,000" if any("more than" in reason for reason in found["left"]) else "–"
+    middle = median_of(times_of(entry, name))
+    text = "> 5,000" if middle >= PATIENCE else number(middle)
+    return text if ended == asked else f"{text} ({ended} of {asked})"
 
 
 def best_peer(row, entry):
-    timed = [name for name in row.peers if times_of(entry, name)]
+    timed = [name for name in row.peers if times_of(entry, name) and times_of(entry, row.ours)]
     return min(timed, key=lambda name: median_of(times_of(entry, name)), default=None)
+
+
+def turn_by_turn(row, entry, peer):
+    """The ratios of each instance that not both have left."""
+    own, other = (instances_of(entry["contestants"][name]) for name in (row.ours, peer))
+    return [[b / a for a, b in zip(mine, its)] for mine, its in zip(own, other)
+            if [PATIENCE] not in (mine, its) or mine != its]
+
+
+def turns(row, entry):
+    """How many turns the ratio of an instance rests on."""
+    peer = best_peer(row, entry)
+    if peer is None:
+        return "–"
+    counts = [len(found) for found in turn_by_turn(row, entry, peer)]
+    return f"{min(counts)}" if min(counts) == max(counts) else f"{min(counts)}–{max(counts)}"
 
 
 def ratio(row, entry):
@@ -42,8 +85,7 @@ def ratio(row, entry):
     peer = best_peer(row, entry)
     if peer is None:
         return None
-    own, other = (entry["contestants"][name]["ms"] for name in (row.ours, peer))
-    ratios = one_each([[b / a for a, b in zip(mine, its)] for mine, its in zip(own, other)])
+    ratios = one_each(turn_by_turn(row, entry, peer))
     if len(ratios) < 2:
         return (ratios[0],) * 3 if ratios else None
     low, middle, high = statistics.quantiles(ratios, n=4, method="inclusive")
@@ -51,11 +93,18 @@ def ratio(row, entry):
 
 
 def exponent(row, result, name):
-    points = [(math.log(e["size"]), math.log(median_of(times_of(e, name))))
-              for e in result["sizes"] if times_of(e, name)]
+    return slope([(e["size"], median_of(times_of(e, name))) for e in result["sizes"] if times_of(e, name)])
+
+
+def memory_exponent(result, name):
+    return slope([(e["size"], e["contestants"][name]["memory"]) for e in result["sizes"]
+                  if memory_text(e, name) not in NO_MEMORY])
+
+
+def slope(points):
     if len(points) < 2:
         return None
-    return statistics.linear_regression(*zip(*points)).slope
+    return statistics.linear_regression(*([math.log(number) for number in axis] for axis in zip(*points))).slope
 
 
 def number(x):
@@ -77,24 +126,35 @@ def size_text(size):
     return f"{size:,}"
 
 
+NO_MEMORY = ("–", "< 0.1")
+
+
 def memory_text(entry, name):
-    used = entry["contestants"].get(name, {}).get("memory", 0)
-    return "–" if not times_of(entry, name) else f"{used / 1048576:.1f}" if used >= 52429 else "< 0.1"
+    if not times_of(entry, name):
+        return NO_MEMORY[0]
+    used = entry["contestants"][name]["memory"]
+    return f"{used / 1048576:.1f}" if used >= 52429 else NO_MEMORY[1]
 
 
 def shown(name):
     return re.sub("^(py|R) ", "", name)
 
 
+def growth_text(found):
+    return "–" if found is None else f"n^{found:.2f}"
+
+
 def cells(row, result):
     """The table of a row: its head and lines, as texts."""
     names = [name for name in [row.ours] + row.also + row.peers if any(times_of(e, name) for e in result["sizes"])]
-    yield [row.what] + [shown(name) for name in names] + ["ratio", "memory, MB", "memory of the peer"]
+    peer = next((best_peer(row, e) for e in reversed(result["sizes"]) if best_peer(row, e)), None)
+    remembered = [row.ours] + ([peer] if peer else [])
+    yield [row.what, *map(shown, names), "ratio", "turns", *(f"memory of {shown(n)}, MB" for n in remembered)]
     for e in result["sizes"]:
-        yield [size_text(e["size"]), *(number(median_of(times_of(e, name))) for name in names),
-               ratio_text(ratio(row, e)), memory_text(e, row.ours), memory_text(e, best_peer(row, e))]
-    yield ["growth", *(f"n^{x:.2f}" if x is not None else "–" for x in (exponent(row, result, n) for n in names)),
-           "", "", ""]
+        yield [size_text(e["size"]), *(time_text(e, name) for name in names), ratio_text(ratio(row, e)), turns(row, e),
+               *(memory_text(e, name) for name in remembered)]
+    yield ["growth", *(growth_text(exponent(row, result, n)) for n in names), "", "",
+           *(growth_text(memory_exponent(result, n)) for n in remembered)]
 
 
 def text_table(row, result):

@@ -55,20 +55,33 @@ def highs_milp(path, _):
 # ----- Sums of weighted distances -----
 
 
-def weiszfeld(path, eps):
-    """The textbook: no test of the facilities, no guard."""
+def weiszfeld(path, p):
+    """The textbook, for p from 1 to 2: no test of the facilities, no guard."""
+    p = float(p)
     x, y, w = np.loadtxt(path, unpack=True)
+
+    def pulls(px, py):
+        if p == 2:
+            q = w / np.sqrt((px - x) ** 2 + (py - y) ** 2)
+            return q, q
+        across, up = np.abs(px - x), np.abs(py - y)
+        far = (across ** p + up ** p) ** ((p - 1) / p)
+        return w * across ** (p - 2) / far, w * up ** (p - 2) / far
+
+    def value(px, py):
+        if p == 2:
+            return (w * np.sqrt((px - x) ** 2 + (py - y) ** 2)).sum()
+        return (w * (np.abs(px - x) ** p + np.abs(py - y) ** p) ** (1 / p)).sum()
 
     def solve():
         px, py = np.average(x, weights=w), np.average(y, weights=w)
         while True:
-            q = w / np.sqrt((px - x) ** 2 + (py - y) ** 2)
-            total = q.sum()
-            nx, ny = (q * x).sum() / total, (q * y).sum() / total
+            q, r = pulls(px, py)
+            nx, ny = (q * x).sum() / q.sum(), (r * y).sum() / r.sum()
             step = math.hypot(nx - px, ny - py)
             px, py = nx, ny
             if step < 1e-6:
-                return (w * np.sqrt((px - x) ** 2 + (py - y) ** 2)).sum()
+                return value(px, py)
     return solve
 
 

@@ -43,7 +43,7 @@ CERTIFIED = [
           "out its building.", quick=2, seeds=3)
       for kind in ("median", "centre", "k-centrum", "cent-dian")],
     *[Row(f"general-{kind}", f"Certified {title}", "minimise", ["CBC", "py HiGHS mixed-integer"],
-          [5, 10, 20, 50, 100, 300, 1000],
+          [3, 4, 5, 7, 10, 20, 50, 100, 300, 1000],
           f"{about} 8 vertices, 3 gauges, gap 0; the peers solve the mixed-integer program to a gap of 1e-9.",
           quick=2, seeds=2, tolerance=1e-5)
       for kind, title, about in GENERAL],
@@ -54,10 +54,11 @@ EUCLIDEAN = [
         [10, 100, 1000, 10000, 100000],
         "Euclidean distances, weights in 0.5 to 1.5. The peers begin at the centre of gravity; Weiszfeld's iteration "
         "ends at a step of 1e-6, the other two use the gradient. None of them proves anything.", argument="2"),
-    Row("lp-median", "Certified lp median, p = 1.5", "minimise", ["R ucminf", "py SciPy minimize"],
+    Row("lp-median", "Certified lp median, p = 1.5", "minimise",
+        ["R ucminf", "py NumPy Weiszfeld", "py SciPy minimize"],
         [10, 100, 1000, 10000],
-        "The same with lp distances: Newton's method from the optimum of a sample, two powers a site and step, of which "
-        "one is a square root at this p. Where p is near 1 the optimum often lies straight above or beside a site; "
+        "The same with lp distances: Newton's method from the optimum of a sample, two powers a site and step, of "
+        "which one is a square root at this p. Where p is near 1 the optimum often lies straight above or beside a site; "
         "cutting planes then take forty evaluations.",
         argument="1.5"),
     Row("l2-sum", "`l2_sum`", "l2_sum", ["R ucminf", "py NumPy Weiszfeld", "py SciPy minimize"],
@@ -66,8 +67,8 @@ EUCLIDEAN = [
         "functions are part of its definition.", argument="2"),
     Row("lp-sum", "`lp_sum`, p = 3", "lp_sum", ["R ucminf", "py SciPy minimize"], [10, 100, 1000, 3000],
         "Stated steps. Of its tests of all sites those are made whose outcome a few tangents of the sum leave open; "
-        "the tangents and the steps take most of the time. The certified median of the row above needs fewer steps.", argument="3",
-        tolerance=1e-3),
+        "the tangents and the steps take most of the time. The certified median of the row above needs fewer steps.",
+        argument="3", tolerance=1e-3),
     Row("euclidean-centre", "Certified Euclidean centre", "minimise", ["CGAL"], DECADES,
         "Equal weights, sites in a square; CGAL's `Min_sphere_of_spheres_d` on plain doubles. At a hundred sites the "
         "copy of the sites and the record of the answer count as much as the search; the peer gives the radius "
@@ -124,7 +125,7 @@ FACILITIES = [
         "A random octagon for each site. Where a problem ends in the second phase, stated steps look at all triples of "
         "edges, which one linear program does without. The steps may end above the optimum (docs/solvers.md), so the "
         "values are not compared.", seeds=15, quick=4, tolerance=math.inf),
-    Row("n-l1-sum", "`N_l1_sum`, 3 facilities", "N_l1_sum", ["lp_solve"], [50, 200, 800, 2000],
+    Row("n-l1-sum", "`N_l1_sum`, 3 facilities", "N_l1_sum", ["lp_solve"], [50, 100, 200, 800, 2000],
         "The peer is lp_solve's bare solves of both coordinates, on a model that stands already.", quick=2),
     Row("n-linf-max", "`N_linf_max`, 3 facilities", "N_linf_max", ["lp_solve"], [50, 200, 800, 2000],
         "As above. What is left is building the programs, which the peer's time leaves out: putting the entries in "
@@ -158,12 +159,12 @@ SEVERAL = [
     *[Row(f"efficient-{kind}", f"Efficient set, weights {about}", "efficient_set", ["py HiGHS dichotomy"], sizes,
           "Polyhedral, 10 gauges. Dichotomy: a linear program for each corner of the trade-off curve and each edge.",
           quick=1)
-      for kind, about, sizes in [("independent", "independent", [20, 50, 200, 1000, 5000]),
-                                 ("apart", "apart", [20, 50, 200, 1000])]],
+      for kind, about, sizes in [("independent", "independent", [10, 20, 50, 200, 1000, 5000]),
+                                 ("apart", "apart", [10, 20, 35, 50, 200, 1000])]],
     Row("regions", "Median with 20 forbidden hexagons", "minimise", ["CBC", "py HiGHS mixed-integer"],
         [25, 50, 100, 1000, 10000], "One of them around the free optimum.", quick=2, seeds=3),
     *[Row(f"regions-{kind}", f"Certified {title}, 20 forbidden hexagons", "minimise",
-          ["CBC", "py HiGHS mixed-integer"], [5, 10, 20, 50, 100, 300, 1000],
+          ["CBC", "py HiGHS mixed-integer"], [3, 4, 5, 7, 10, 20, 50, 100, 300, 1000],
           f"{about} 8 vertices, 3 gauges, gap 0; one of the hexagons is around the free optimum.", quick=1, seeds=2,
           tolerance=1e-5)
       for kind, title, about in GENERAL],
