@@ -521,7 +521,8 @@ double evaluator::level_radius(const evaluation& e) {
       back += w * dot(table_.edges[b.first_edge + table_.active_edge(b, u)].normal, u);
     }
   }
-  return pull > 0 ? (e.value + back) / pull * (1 + 1e-9) : 1;
+  // Beside an optimum of 0 roundings may take the sum below it.
+  return pull > 0 ? std::max(e.value + back, 0.0) / pull * (1 + 1e-9) : 1;
 }
 
 evaluation evaluator::sum_all(const xy& at, double lambda) const {

@@ -138,7 +138,11 @@ TEST(Convex, ManyOrdersOfMagnitude) {
         {-24.460035327671971, 1.3229063693966572e-07, 1.0000000000000919},
         {56712.403326916385, -2.2346793451479737e-10, 1.4789310051986975e+28}},
        {ball(3e-7)},
-       order_weights({0.0328264, 0.879347, 1.13478})}};
+       order_weights({0.0328264, 0.879347, 1.13478})},
+      // The value of the best place in doubles, 4e-307, is all roundings.
+      {{{-2238849.0503436388, 1.8477655894381706e-09}},
+       {ball(1.1449457578735169e-08)},
+       order_weights::median()}};
   for (const problem& p : problems) {
     minimise_options options;
     options.seconds = 20;

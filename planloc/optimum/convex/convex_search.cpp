@@ -107,6 +107,7 @@ class convex_search {
   void close_gap();
   double seconds() const;
   double asked_gap() const;
+  bool limit_reached() const;
   bool must_end(double gap);
   void take(const evaluation& e);
 
@@ -157,13 +158,17 @@ double convex_search::asked_gap() const {
   return std::max(options_.absolute_gap, options_.relative_gap * best_.value);
 }
 
+bool convex_search::limit_reached() const {
+  return options_.stop.stop_requested() || seconds() > options_.seconds;
+}
+
 bool convex_search::must_end(double gap) {
   if (options_.progress) options_.progress({best_.value, best_.value - gap, 0});
   // What intervals prove is a little less than the bound in doubles.
   const double asked = asked_gap();
   const bool close_enough = asked > 0 && gap + 2 * kProofMargin * best_.value <= asked &&
                             model_.share_of_square() <= kProofMargin * best_.value;
-  ended_ = close_enough || options_.stop.stop_requested() || seconds() > options_.seconds;
+  ended_ = close_enough || limit_reached();
   return ended_;
 }
 
@@ -386,7 +391,8 @@ cut_model convex_search::closer_model() {
 
 // Weights over many orders of magnitude leave doubles too far from the vertex to be snapped.
 void convex_search::prove_by_exact_cuts() {
-  detail::exact_cuts cuts(absolute(best_.at), mpq_class(2 * evaluate_.level_radius(best_)));
+  const double radius = evaluate_.level_radius(best_);  // 0 where the optimum is, or nearly
+  detail::exact_cuts cuts(absolute(best_.at), mpq_class(radius > 0 ? 2 * radius : extent_));
   for (const cut_model::support& s : model_.supports()) {
     cuts.add_pieces_at({problem_, table_, *edges_, absolute(s.place)}, {1, 0});
   }
@@ -400,7 +406,9 @@ void convex_search::prove_by_exact_cuts() {
     if (e.value < best_.value) best_ = e;
     if (must_end(best_.value - model_.bound())) return;
     cuts.add_pieces_at(place, o.descent);
-    at = cuts.minimiser();
+    std::optional<exact_xy> next = cuts.minimiser([this] { return ended_ = limit_reached(); });
+    if (!next) return;
+    at = std::move(*next);
   }
 }
 

@@ -121,13 +121,14 @@ void exact_cuts::pivot(std::size_t entering) {
   locate();
 }
 
-exact_xy exact_cuts::minimiser() {
-  for (;;) {
+std::optional<exact_xy> exact_cuts::minimiser(const std::function<bool()>& must_end) {
+  while (!must_end()) {
     std::size_t violated = 0;
     while (violated < rows_.size() && sgn(slack(rows_[violated])) >= 0) ++violated;
     if (violated == rows_.size()) return exact_vertex();
     pivot(violated);
   }
+  return {};
 }
 
 exact_xy exact_cuts::exact_vertex() const {

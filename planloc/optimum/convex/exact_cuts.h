@@ -7,6 +7,8 @@
 
 #include <array>
 #include <cstddef>
+#include <functional>
+#include <optional>
 #include <vector>
 
 #include "planloc/optimum/exact/exact_place.h"
@@ -17,14 +19,16 @@ class exact_cuts {
  public:
   // Over the square |x - centre| <= half_width in both coordinates, which is made larger where no
   // optimum is found in it.
+  // REQUIRES: half_width > 0.
   exact_cuts(const exact_xy& centre, const mpq_class& half_width);
 
   // The pieces of f in force at a place beside it, in the direction of each axis and along `u`. If
   // all of them are known, the next minimiser is found in a larger square or with more digits.
   void add_pieces_at(const exact_place& place, const exact_xy& u);
 
-  // Where the largest of the pieces is least.
-  exact_xy minimiser();
+  // Where the largest of the pieces is least, or nothing: asked before each pivot, the search had
+  // to end.
+  std::optional<exact_xy> minimiser(const std::function<bool()>& must_end);
 
  private:
   using triple = std::array<mpq_class, 3>;
