@@ -152,6 +152,20 @@ TEST(Convex, ManyOrdersOfMagnitude) {
     EXPECT_TRUE(v.accepted) << v.reason;
     EXPECT_EQ(v.gap, 0);
   }
+  instance_source source(4);
+  for (int trial = 0; trial < 100; ++trial) {
+    SCOPED_TRACE(trial);
+    const auto coordinate = [&] {
+      return source.uniform(-1, 1) * std::pow(10, source.uniform(-9, 9));
+    };
+    std::vector<site> sites;
+    for (int i = 0; i <= trial % 8; ++i)
+      sites.push_back({coordinate(), coordinate(), 1, static_cast<std::uint32_t>(source.below(2))});
+    const problem p(sites, {gauge::euclidean(), ball(std::pow(10, source.uniform(-8, -1)))},
+                    source.convex_order(static_cast<int>(sites.size())));
+    const verification v = verify(p, minimise(p));
+    EXPECT_TRUE(v.accepted) << v.reason;
+  }
 }
 
 TEST(Convex, ManySites) {

@@ -37,6 +37,9 @@ constexpr double kHalfWayGap = 1e-3;
 constexpr double kRoundingGap = 4e-15;
 // Of the value: how far what intervals prove may stay behind the bound in doubles.
 constexpr double kProofMargin = 3e-12;
+// Of the terms of a distance to the distance: more than that and intervals lose more than the
+// margin.
+constexpr double kMostCancellation = 64;
 // Of the value: when places begin to be counted from the nearest site.
 constexpr double kSiteGap = 1e-6;
 // Not if the site is further away than this share of the sites' extent, and the extent within this
@@ -254,12 +257,30 @@ void convex_search::polish(const std::vector<cut_model::support>& supports) {
   if (e.value <= best_.value * (1 + kRoundingGap) && steepness(e) < steepness(best_)) best_ = e;
 }
 
-// Intervals lose more than the margin where powers are taken, and where doubles end early.
+// By how much the terms of a polyhedral distance are larger than it: much, where the ball is thin.
+double cancellation(const detail::distance_table& t, const detail::gauge_block& b) {
+  double steepest = 0;
+  double farthest = 0;
+  for (std::uint32_t e = b.first_edge; e < b.first_edge + b.edges; ++e) {
+    const xy& n = t.edges[e].normal;
+    const xy& v = t.edges[e].from;
+    steepest = std::max(steepest, std::fabs(n.x) + std::fabs(n.y));
+    farthest = std::max(farthest, std::fabs(v.x) + std::fabs(v.y));
+  }
+  return steepest * farthest;
+}
+
+// Intervals lose more than the margin where powers are taken, terms cancel, positions are rounded
+// (those of a site that has come nearer than the one they are counted from), and doubles end early.
 void convex_search::claim_what_is_proved() {
-  const bool powers =
-      std::any_of(table_.blocks.begin(), table_.blocks.end(),
-                  [](const detail::gauge_block& b) { return b.kind == gauge::shape::lp; });
-  const bool margin_will_do = ended_ || (!powers && result_.gap() <= kOptimalGap * best_.value);
+  const bool rounded =
+      nearest_ && *nearest_ < table_.size() && table_.nearest(best_.at) != *nearest_;
+  const bool rough =
+      rounded ||
+      std::any_of(table_.blocks.begin(), table_.blocks.end(), [&](const detail::gauge_block& b) {
+        return b.kind == gauge::shape::lp || cancellation(table_, b) > kMostCancellation;
+      });
+  const bool margin_will_do = ended_ || (!rough && result_.gap() <= kOptimalGap * best_.value);
   if (margin_will_do && model_.share_of_square() <= kProofMargin * best_.value) return;
   const double in_doubles = std::exchange(result_.lower_bound, 0);
   const verification v = verify(problem_, result_);
