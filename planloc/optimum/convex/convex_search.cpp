@@ -6,6 +6,7 @@
 #include <optional>
 #include <utility>
 
+#include "planloc/foundation/numeric/round_quotient.h"
 #include "planloc/optimum/convex/cut_model.h"
 #include "planloc/optimum/convex/euclidean_centre.h"
 #include "planloc/optimum/convex/exact_cuts.h"
@@ -79,6 +80,25 @@ double extent(std::span<const site> sites) {
   return std::max({std::fabs(left->x), std::fabs(left->y), 1.0});
 }
 
+// By how much the terms of a polyhedral distance are larger than it: much, where the ball is thin.
+double cancellation(const detail::distance_table& t, const detail::gauge_block& b) {
+  double steepest = 0;
+  double farthest = 0;
+  for (std::uint32_t e = b.first_edge; e < b.first_edge + b.edges; ++e) {
+    const xy& n = t.edges[e].normal;
+    const xy& v = t.edges[e].from;
+    steepest = std::max(steepest, std::fabs(n.x) + std::fabs(n.y));
+    farthest = std::max(farthest, std::fabs(v.x) + std::fabs(v.y));
+  }
+  return steepest * farthest;
+}
+
+bool has_thin_ball(const detail::distance_table& t) {
+  return std::any_of(t.blocks.begin(), t.blocks.end(), [&](const detail::gauge_block& b) {
+    return cancellation(t, b) > kMostCancellation;
+  });
+}
+
 class convex_search {
  public:
   convex_search(const problem& p, const minimise_options& options)
@@ -127,6 +147,7 @@ class convex_search {
   bool prove_near(const cut_model& model, std::span<const double> reaches);
   cut_model closer_model();
   bool prove_snapped(const exact_xy& at, const cut_model& model);
+  double value_at(const exact_place& place) const;
   void accept(const exact_place& place, const optimality& o);
   void prove_by_exact_cuts();
   exact_xy absolute(const xy& at) const;
@@ -257,29 +278,15 @@ void convex_search::polish(const std::vector<cut_model::support>& supports) {
   if (e.value <= best_.value * (1 + kRoundingGap) && steepness(e) < steepness(best_)) best_ = e;
 }
 
-// By how much the terms of a polyhedral distance are larger than it: much, where the ball is thin.
-double cancellation(const detail::distance_table& t, const detail::gauge_block& b) {
-  double steepest = 0;
-  double farthest = 0;
-  for (std::uint32_t e = b.first_edge; e < b.first_edge + b.edges; ++e) {
-    const xy& n = t.edges[e].normal;
-    const xy& v = t.edges[e].from;
-    steepest = std::max(steepest, std::fabs(n.x) + std::fabs(n.y));
-    farthest = std::max(farthest, std::fabs(v.x) + std::fabs(v.y));
-  }
-  return steepest * farthest;
-}
-
 // Intervals lose more than the margin where powers are taken, terms cancel, positions are rounded
 // (those of a site that has come nearer than the one they are counted from), and doubles end early.
 void convex_search::claim_what_is_proved() {
   const bool rounded =
       nearest_ && *nearest_ < table_.size() && table_.nearest(best_.at) != *nearest_;
   const bool rough =
-      rounded ||
-      std::any_of(table_.blocks.begin(), table_.blocks.end(), [&](const detail::gauge_block& b) {
-        return b.kind == gauge::shape::lp || cancellation(table_, b) > kMostCancellation;
-      });
+      rounded || has_thin_ball(table_) ||
+      std::any_of(table_.blocks.begin(), table_.blocks.end(),
+                  [](const detail::gauge_block& b) { return b.kind == gauge::shape::lp; });
   const bool margin_will_do = ended_ || (!rough && result_.gap() <= kOptimalGap * best_.value);
   if (margin_will_do && model_.share_of_square() <= kProofMargin * best_.value) return;
   const double in_doubles = std::exchange(result_.lower_bound, 0);
@@ -335,11 +342,17 @@ bool convex_search::prove_snapped(const exact_xy& at, const cut_model& model) {
   return false;
 }
 
+double convex_search::value_at(const exact_place& place) const {
+  if (!has_thin_ball(table_)) return place.value();
+  const mpq_class value = place.exact_value();
+  return detail::round_quotient(value.get_num(), value.get_den());
+}
+
 void convex_search::accept(const exact_place& place, const optimality& o) {
   result_.status = solution_status::optimal;
   result_.point = to_nearest(place.at());
   if (to_exact(result_.point) != place.at()) result_.exact = to_text(place.at());
-  result_.value = result_.lower_bound = place.value();
+  result_.value = result_.lower_bound = value_at(place);
   if (problem_.runs().front().weight == 0 && problem_.runs().size() == 1) {
     result_.optima.whole_plane = true;
   } else if (options_.whole_set) {
