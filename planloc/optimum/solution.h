@@ -89,8 +89,9 @@ struct convex_certificate {
 // allowed region the square holds that, and `outside` is empty.
 //
 // No cells at all: the sums of the last k order weights are not negative, so neither is f; or all
-// sites have one gauge and one weight and the order weights add up to 0: then f is at least the
-// least of these sums times the largest distance of two sites.
+// sites lie at one place and `outside` proves that the recession function, which f is there, is not
+// negative; or all sites have one gauge and one weight and the order weights add up to 0: then f is
+// at least the least of these sums times the largest distance of two sites.
 struct branch_certificate {
   // The square stands off the base, by these parts of its half side in x and y, lest many halvings
   // meet in the base, near which the optimum often is. So all places up to `kInside` * half from

@@ -313,6 +313,33 @@ TEST(General, LimitsAndNarrowCases) {
   EXPECT_EQ(verify(zero, minimise(zero)).gap, 0);
 }
 
+// f is its own recession function there: 0 is the least value if that is nowhere negative.
+TEST(General, AllSitesAtOnePlace) {
+  const gauge triangle = gauge::polyhedral({{3, 1}, {-1, 2}, {-1, -2}});
+  for (const auto& gauges : {std::vector{gauge::euclidean(), gauge::lp(1.5), triangle},
+                             std::vector{gauge::l1(), gauge::linf(), triangle}}) {
+    const auto problem_of = [&](double last_x, double middle_weight) {
+      return problem({{37.1, -2.3, 1.3, 0}, {37.1, -2.3, 2.1, 1}, {last_x, -2.3, 0.7, 2}}, gauges,
+                     order_weights({1.5, middle_weight, 0.3}));
+    };
+    const problem p = problem_of(37.1, -0.4);
+    solution s = minimise(p);
+    EXPECT_EQ(s.status, solution_status::optimal);
+    EXPECT_EQ(s.value, 0);
+    EXPECT_EQ(s.lower_bound, 0);
+    const verification v = verify(p, s);
+    EXPECT_TRUE(v.accepted) << v.reason;
+    EXPECT_LE(v.gap, 1e-300);
+    EXPECT_FALSE(verify(problem_of(37.1, -3), s).accepted) << "f falls there";
+    s.status = solution_status::stopped;
+    s.value = problem_of(37.2, -0.4).value(s.point);
+    EXPECT_EQ(verify(problem_of(37.2, -0.4), s).reason, "the sites do not lie at one place");
+    s.value = 0;
+    s.lower_bound = 1e-9;
+    EXPECT_FALSE(verify(p, s).accepted);
+  }
+}
+
 // Each ends with a proved gap of 0, which all but one of the means would miss.
 TEST(General, HardEndings) {
   const gauge triangle = gauge::polyhedral({{2, 0}, {0, 1}, {-1, -1}});

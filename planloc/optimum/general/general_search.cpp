@@ -184,6 +184,7 @@ class general_search {
   double doubt_;                                  // in a value near the sites that has no exact one
   bool never_negative_;
   double floor_of_f_;  // f is nowhere less, as far as is known without a search
+  bool growth_is_floor_ = false;
   std::optional<detail::cell_regions> where_;  // unless all of the plane is permitted
   search_tree tree_;
   int most_depth_ = kMostDepth;
@@ -552,7 +553,9 @@ solution general_search::finish(const detail::recession& far) {
       square_known && !least ? proved_bound() : -std::numeric_limits<double>::infinity();
   if (least || (floor_known && s.lower_bound <= floor_of_f_)) {
     s.lower_bound = std::min(floor_of_f_, s.value);
-    s.proof = branch_certificate{};
+    branch_certificate c;
+    if (growth_is_floor_) c.outside = far.outside;
+    s.proof = std::move(c);
   } else if (std::isfinite(s.lower_bound)) {
     s.proof = branch_certificate{table_.base, half_of_square(far), far.outside, tree_.reasons()};
   }
@@ -613,6 +616,10 @@ solution general_search::run() {
   levels_ = far.kind == growth::levels;
   offer({0, 0}, problem_.value(table_.base));
   if (far.kind == growth::undecided) use_steps();
+  if (!never_negative_ && !far.outside.empty() && detail::has_one_place(problem_)) {
+    growth_is_floor_ = true;
+    floor_of_f_ = 0;
+  }
   try_sites();
   if (far.kind == growth::undecided && detail::levels_everywhere(problem_)) bound_far_places(far);
   if (!least_possible()) {

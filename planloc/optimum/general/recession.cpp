@@ -57,6 +57,12 @@ bool has_one_kind(const problem& p) {
   });
 }
 
+bool has_one_place(const problem& p) {
+  const site& first = p.sites()[0];
+  return std::all_of(p.sites().begin(), p.sites().end(),
+                     [&](const site& s) { return s.x == first.x && s.y == first.y; });
+}
+
 bool surely_falls(const problem& origin, const distance_table& table, const xy& u) {
   if (!origin.polyhedral()) {
     double size = 0;

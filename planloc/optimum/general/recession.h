@@ -58,6 +58,9 @@ mpq_class sum_of_weights(const problem& p);
 // Whether all sites have one gauge and one weight.
 bool has_one_kind(const problem& p);
 
+// Whether all sites lie at one place: then f is its own recession function, moved there.
+bool has_one_place(const problem& p);
+
 // f of sites of one smooth gauge and one weight, whose order weights add up to 0, is a sum of steps
 // between sorted distances, each of which counts with the sum of the order weights from there on.
 // All steps together are at most the largest distance of two sites, and nearly that beyond one of

@@ -24,6 +24,18 @@ bool tail_sums_not_negative(const problem& p) {
   return true;
 }
 
+// That the ordered median of the gauges is nowhere less than this on the sides of the unit square.
+void check_sides(const verified_sites& gauges, const branch_certificate& c,
+                 const mpq_class& least) {
+  if (std::count(c.outside.begin(), c.outside.end(), reason::exact) > 0)
+    refuse("a side of the square is no triangle");
+  leaf_walk sides(gauges, c.outside, least);
+  const std::array<xy, 4> square{xy{1, -1}, xy{1, 1}, xy{-1, 1}, xy{-1, -1}};
+  for (std::size_t k = 0; k < 4; ++k)
+    sides.walk({square[k], square[(k + 1) % 4], square[(k + 1) % 4]});
+  sides.end();
+}
+
 // f(x) is at least the recession function at x - base less the sum of |lambda| times the most by
 // which a distance differs from its gauge at x - base, both sorted.
 void check_growth(const problem& p, const branch_certificate& c, const mpq_class& least) {
@@ -47,13 +59,18 @@ void check_growth(const problem& p, const branch_certificate& c, const mpq_class
   for (std::size_t k = 0; k < size.size(); ++k)
     needed = needed + interval(size[k]) * interval(apart[k]);
   if (!std::isfinite(needed.high)) refuse("the distances are too large");
-  if (std::count(c.outside.begin(), c.outside.end(), reason::exact) > 0)
-    refuse("a side of the square is no triangle");
-  leaf_walk sides(gauges, c.outside, mpq_class(needed.high) / reach(c));
-  const std::array<xy, 4> square{xy{1, -1}, xy{1, 1}, xy{-1, 1}, xy{-1, -1}};
-  for (std::size_t k = 0; k < 4; ++k)
-    sides.walk({square[k], square[(k + 1) % 4], square[(k + 1) % 4]});
-  sides.end();
+  check_sides(gauges, c, mpq_class(needed.high) / reach(c));
+}
+
+// Sites at one place: f is the recession function, moved there.
+void check_cone(const problem& p, const branch_certificate& c, const mpq_class& least) {
+  const site& first = p.sites()[0];
+  for (const site& s : p.sites()) {
+    if (s.x != first.x || s.y != first.y) refuse("the sites do not lie at one place");
+  }
+  if (sgn(least) > 0) refuse("f is 0 at the sites, but the bound is more");
+  const problem centred = at_one_place(p);
+  check_sides(verified_sites(centred, {0, 0}), c, 0);
 }
 
 bool sites_alike(const problem& p) {
@@ -101,7 +118,11 @@ bool levels_in_all_directions(const problem& p) {
 
 void check_square(const problem& p, const branch_certificate& c, const mpq_class& least) {
   if (c.cells.empty()) {
-    check_steps(p, least);
+    if (c.outside.empty()) {
+      check_steps(p, least);
+    } else {
+      check_cone(p, c, least);
+    }
     return;
   }
   if (!std::isfinite(c.base.x) || !std::isfinite(c.base.y) || !std::isfinite(c.half) ||
