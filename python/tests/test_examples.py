@@ -37,7 +37,7 @@ def test_value_against_the_number_of_depots():
     runs = said["runs"]
     assert len(runs) == 20 and (np.diff(runs.values) < 0).all()
     gaps = (runs.values - runs.lower_bounds) / runs.values
-    assert (gaps >= 0).all() and gaps.max() < 0.05 and np.median(gaps) < 1e-4
+    assert (gaps >= 0).all() and gaps.max() <= 1e-4
 
 
 def test_notebooks_are_their_scripts():

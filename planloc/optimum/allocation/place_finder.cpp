@@ -48,9 +48,12 @@ struct place_finder::euclidean_step {
     const double share = 1 - here / std::max(std::hypot(slope.x, slope.y), here);
     return {-slope.x / pull * share, -slope.y / pull * share};
   }
+  double det() const { return xx * yy - xy_ * xy_; }
+  // Else all sites lie on a line through the place, or nearly so.
+  bool bends() const { return det() > 1e-12 * pull * pull; }
   xy newton() const {
-    const double det = xx * yy - xy_ * xy_;
-    if (here > 0 || !(det > 1e-12 * pull * pull)) return safe();
+    if (here > 0 || !bends()) return safe();
+    const double det = this->det();
     return {(xy_ * slope.y - yy * slope.x) / det, (xy_ * slope.x - xx * slope.y) / det};
   }
 };
@@ -83,6 +86,26 @@ place_finder::euclidean_step place_finder::step_at(const xy& at) const {
   return s;
 }
 
+// The weighted median of the sites on a line, which Weiszfeld's steps near ever more slowly.
+xy place_finder::median_on_line() {
+  const weighted_site& a = sites_.front();
+  const weighted_site& b =
+      *std::max_element(sites_.begin(), sites_.end(), [&](const auto& p, const auto& q) {
+        return std::hypot(p.x - a.x, p.y - a.y) < std::hypot(q.x - a.x, q.y - a.y);
+      });
+  const xy along{b.x - a.x, b.y - a.y};
+  std::sort(sites_.begin(), sites_.end(), [&](const auto& p, const auto& q) {
+    return p.x * along.x + p.y * along.y < q.x * along.x + q.y * along.y;
+  });
+  double left = 0;
+  for (const auto& s : sites_) left += s.weight / 2;
+  for (const auto& s : sites_) {
+    left -= s.weight;
+    if (left <= 0) return {s.x, s.y};
+  }
+  return {sites_.back().x, sites_.back().y};
+}
+
 // Newton's steps, Weiszfeld's where they fail. A site that the steps make for is tried itself: the
 // sum has a kink there, which derivatives elsewhere do not show.
 placed place_finder::newton(std::span<const std::uint32_t> slots, const xy& start) {
@@ -95,6 +118,16 @@ placed place_finder::newton(std::span<const std::uint32_t> slots, const xy& star
   std::size_t tried = sites_.size();
   for (int k = 0; k < kMostSteps; ++k) {
     if (now.held() || now.pull == 0) break;
+    if (now.here == 0 && !now.bends()) {
+      const xy median = median_on_line();
+      tried = sites_.size();  // their order is another one
+      const euclidean_step there = step_at(median);
+      if (there.value < now.value) {
+        at = median;
+        now = there;
+        continue;
+      }
+    }
     xy by = now.newton();
     const double fall = -(by.x * now.slope.x + by.y * now.slope.y);
     if (fall <= kGap * 1e-2 * now.value) break;

@@ -35,6 +35,7 @@ class place_finder {
   struct euclidean_step;
 
   placed newton(std::span<const std::uint32_t> slots, const xy& start);
+  xy median_on_line();  // reorders sites_
   euclidean_step step_at(const xy& at) const;
   placed cutting_planes(std::span<const std::uint32_t> slots, const xy& start) const;
 
