@@ -16,6 +16,7 @@ import time
 HERE = os.path.dirname(os.path.abspath(__file__))
 
 
+NOTHING = 1e-6  # an optimum of 0 is compared as if it were this
 NOT_CALLED = "not called: it left at a smaller size, or its time there foretells that it would"
 
 
@@ -167,7 +168,7 @@ class Race:
         if known and abs(own - known) > 1e-4:
             yield f"{self.row.name}: {own!r}, published {known!r}"
         for name, value in self.values.items():
-            allowed = self.row.tolerance * abs(own)
+            allowed = self.row.tolerance * max(abs(own), NOTHING)
             if not math.isnan(own) and not (abs(value - own) <= allowed or self.row.may_be_worse and value > own):
                 yield f"{self.row.name}: {name} found {value!r}, {self.row.ours} {own!r}"
 
