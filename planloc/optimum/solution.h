@@ -20,7 +20,8 @@ inline constexpr double kOptimalGap = 1e-11;
 
 enum class solution_status : std::uint8_t {
   optimal,     // polyhedral gauges: the gap is 0; others: at most 1e-11 of the value, 1e-10 where f
-               // is not convex, or what the rounding of f leaves open
+               // is not convex, or what the rounding of f leaves open: less than 1e-10 of the sum
+               // of the terms' magnitudes amid the sites. `verify` sees to it
   within_gap,  // the gap is at most the one that was asked for, or, with gauges that are not
                // polyhedral, doubles cannot narrow it further
   unbounded,   // the value falls without end along `direction_certificate::direction`
@@ -84,7 +85,10 @@ struct convex_certificate {
 // same problem with all sites at one place) by no more than a constant, and `outside` proves in the
 // same way that this function is large enough on the sides of the square of half side 1. It is
 // empty where that function is 0 in some direction: then it is nowhere negative, and the square is
-// so large that from any place outside some way back to its border is nowhere up. With forbidden
+// so large that from any place outside some way back to its border is nowhere up. Where all sites
+// have one smooth gauge and one weight and the order weights add up to 0, `outside` stands for all
+// places outside, base + kInside * half / t * y with y on the sides of the square of half side 1
+// and 0 <= t <= 1, halved along y or t; f is nowhere less than the bound there. With forbidden
 // regions the square holds them, and f is above the bound outside, or no way back is up; with an
 // allowed region the square holds that, and `outside` is empty.
 //

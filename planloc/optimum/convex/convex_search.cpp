@@ -287,7 +287,7 @@ void convex_search::claim_what_is_proved() {
       rounded || has_thin_ball(table_) ||
       std::any_of(table_.blocks.begin(), table_.blocks.end(),
                   [](const detail::gauge_block& b) { return b.kind == gauge::shape::lp; });
-  const bool margin_will_do = ended_ || (!rough && result_.gap() <= kOptimalGap * best_.value);
+  const bool margin_will_do = !rough && (ended_ || result_.gap() <= kOptimalGap * best_.value);
   if (margin_will_do && model_.share_of_square() <= kProofMargin * best_.value) return;
   const double in_doubles = std::exchange(result_.lower_bound, 0);
   const verification v = verify(problem_, result_);
