@@ -3,9 +3,10 @@
 #include <cmath>
 #include <limits>
 #include <memory>
-#include <numbers>
 #include <optional>
+#include <utility>
 
+#include "planloc/optimum/general/best_place.h"
 #include "planloc/optimum/general/cell_regions.h"
 #include "planloc/optimum/general/exact_close.h"
 #include "planloc/optimum/general/recession.h"
@@ -45,18 +46,6 @@ constexpr std::size_t kLinesAtLength = 400;
 constexpr std::size_t kCellsAtLength = 2500;
 // Of a cell's size: more than what f can be off by at a crossing in doubles.
 constexpr double kPromising = 1e-7;
-// Of sums, in units of the terms' size. Polyhedral gauges are solved exactly, so that only speed
-// suffers from caution; others end where roundings do, of some ten operations a term.
-double rounding_of_sums(const problem& p) {
-  const auto sites = static_cast<double>(p.sites().size());
-  return 0x1p-53 * (p.polyhedral() ? 256 + 16 * sites : 48 + 4 * sites);
-}
-// Steps towards a value of 0 from a better place, and how far from amid the sites they may lead, in
-// extents: where f levels off far away slopes vanish, so that a step may end anywhere.
-constexpr int kStepsToZero = 40;
-constexpr double kStepExtents = 16;
-// Sites that are tried as places before the search.
-constexpr std::size_t kSitesTried = 16;
 constexpr std::size_t kCellsBetweenReports = 64;
 // Cells that are worked on side by side, of how many open ones each, and how many sites they may
 // have together. None may depend on the number of threads, since the course of the search depends
@@ -70,11 +59,13 @@ constexpr std::size_t kSitesForThreads = 500;
 // be for a larger square to be made around it; if it is farther, f falls towards its infimum.
 constexpr double kLevelExtents = 4;
 constexpr double kFarthestExtents = 4096;
-// Places that are tried first then, in each coordinate, and halvings of the steps from the best.
-constexpr int kTriedPlaces = 33;
-constexpr int kFinerSteps = 24;
 // Half of the square that is searched when no square is known to hold an optimum, in extents.
 constexpr double kNearExtents = 16;
+
+std::optional<detail::cell_regions> regions_of(const problem& p, const xy& base) {
+  if (p.where().whole_plane()) return {};
+  return std::optional<detail::cell_regions>(std::in_place, p.where(), base);
+}
 
 class general_search {
  public:
@@ -82,15 +73,14 @@ class general_search {
       : problem_(p),
         options_(options),
         table_(p),
-        extent_(extent()),
+        where_(regions_of(p, table_.base)),
         pool_(options.threads),
-        rounding_(rounding_of_sums(p)),
-        doubt_(p.polyhedral() ? 0 : rounding_ * size_of_terms()),
+        roundings_(detail::roundings_of(p, table_)),
+        best_(p, table_, where_ ? &*where_ : nullptr, roundings_),
         never_negative_(detail::never_negative(p)),
         floor_of_f_(never_negative_ ? 0 : -std::numeric_limits<double>::infinity()) {
     workers_.reserve(pool_.threads());
     add_worker();
-    if (!p.where().whole_plane()) where_.emplace(p.where(), table_.base);
     for (const order_run& r : p.runs())
       steepest_ = std::max(steepest_, std::fabs(r.weight) * table_.steepest);
   }
@@ -98,12 +88,6 @@ class general_search {
   solution run();
 
  private:
-  struct incumbent {
-    exact_xy at{0, 0};  // relative to the base
-    double value = std::numeric_limits<double>::infinity();
-    std::optional<mpq_class> exact;
-  };
-
   // What a thread works with.
   struct worker {
     worker(const problem& p, const detail::distance_table& table)
@@ -138,58 +122,49 @@ class general_search {
   void settle(task& t);
   void settle_best(task& t);
   void take(std::unique_ptr<cell> c, const detail::evaluation& best_seen);
-  void offer(const exact_xy& at, double value);
   void offer_places_on_sides(const cell& c);
-  void try_sites();
   void use_steps();
-  double more_doubt(const xy& at) const;
   bool least_possible();
-  void step_to_zero();
-  void make_exact();
+  void make_exact() { best_.make_exact(workers_[0]->closer); }
 
   // With what the rounding of a place on the cell can do, which next to a heavy site is more than
   // the roundings of the terms.
   double margin(const cell& c) const {
     double far = 0;
     for (const detail::xy& at : c.corners) far = std::max({far, std::fabs(at.x), std::fabs(at.y)});
-    return rounding_ * c.size + 0x1p-50 * steepest_ * far;
+    return roundings_.of_sums * c.size + 0x1p-50 * steepest_ * far;
   }
   double tolerance() const;
   // The bound of a cell that holds nothing better.
-  double enough(const cell& c) const { return best_.value - tolerance() + margin(c); }
+  double enough(const cell& c) const { return best_.value() - tolerance() + margin(c); }
   std::size_t lines_far_away() const {
     return !levels_ ? kLines : cells_ < kCellsAtLength ? kLinesInBundles : kLinesAtLength;
   }
   double half_of_square(const detail::recession& far) const;
-  void try_places();
   void bound_far_places(detail::recession& far);
   bool give_up(const cell& c);
   double bound() const;
   double proved_bound();
   bool must_stop();
   double seconds() const;
-  double extent() const;
   bool holds_all_sites(const detail::triangle& t) const;
-  double size_of_terms() const;
   solution finish(const detail::recession& far);
 
   const problem& problem_;
   const minimise_options& options_;
   detail::distance_table table_;
-  double extent_;  // of the sites
+  std::optional<detail::cell_regions> where_;  // unless all of the plane is permitted
   detail::task_pool pool_;
   std::vector<std::unique_ptr<worker>> workers_;  // by thread; made when they are needed
   double steepest_ = 0;                           // of the slopes of the terms
-  double rounding_;                               // of sums, in units of a cell's size
-  double doubt_;                                  // in a value near the sites that has no exact one
+  detail::value_roundings roundings_;
+  detail::best_place best_;
   bool never_negative_;
   double floor_of_f_;  // f is nowhere less, as far as is known without a search
   bool growth_is_floor_ = false;
-  std::optional<detail::cell_regions> where_;  // unless all of the plane is permitted
   search_tree tree_;
   int most_depth_ = kMostDepth;
   bool levels_ = false;  // far from the sites
-  incumbent best_;
   // f is nowhere less outside of the square, where it levels off in all directions.
   double outside_ = std::numeric_limits<double>::infinity();
   double floor_ = std::numeric_limits<double>::infinity();  // bounds of cells that were given up
@@ -198,7 +173,6 @@ class general_search {
   std::size_t cells_ = 0;
   std::size_t cells_to_report_ = 0;  // at which the next report is due
   double reported_bound_ = -std::numeric_limits<double>::infinity();
-  double stepped_from_ = std::numeric_limits<double>::infinity();  // a value, to zero
   bool stopped_ = false;
   std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
@@ -208,55 +182,29 @@ double general_search::seconds() const {
 }
 
 double general_search::tolerance() const {
-  const double size = std::fabs(best_.value);
+  const double size = std::fabs(best_.value());
   const double asked = std::max(options_.absolute_gap, options_.relative_gap * size);
-  return std::max(kAimed * asked, problem_.polyhedral() ? 0 : std::max(kSmoothAim * size, doubt_));
+  return std::max(kAimed * asked,
+                  problem_.polyhedral() ? 0 : std::max(kSmoothAim * size, roundings_.of_value));
 }
 
 double general_search::bound() const {
   const double open = tree_.empty() ? std::numeric_limits<double>::infinity() : tree_.least_bound();
-  const double least = std::min({open, floor_, outside_, best_.value - tolerance()});
+  const double least = std::min({open, floor_, outside_, best_.value() - tolerance()});
   return std::max(least, floor_of_f_);
 }
 
 double general_search::proved_bound() {
-  return std::min({tree_.prune(), outside_, best_.value - tolerance()});
+  return std::min({tree_.prune(), outside_, best_.value() - tolerance()});
 }
 
 bool general_search::must_stop() {
   if (options_.progress && cells_ >= cells_to_report_) {
     reported_bound_ = std::max(reported_bound_, bound());
-    options_.progress({best_.value, reported_bound_, tree_.open_cells().size()});
+    options_.progress({best_.value(), reported_bound_, tree_.open_cells().size()});
     cells_to_report_ = cells_ + kCellsBetweenReports;
   }
   return options_.stop.stop_requested() || seconds() > options_.seconds || cells_ >= options_.cells;
-}
-
-// How much more roundings can do at a place than amid the sites.
-double general_search::more_doubt(const xy& at) const {
-  const double far = std::max(std::fabs(at.x), std::fabs(at.y));
-  return far > extent_ ? doubt_ * (far / extent_ - 1) : 0;
-}
-
-void general_search::offer(const exact_xy& at, double value) {
-  if (value + more_doubt(to_nearest(at)) >= best_.value + more_doubt(to_nearest(best_.at))) return;
-  if (!where_ || where_->permits(at)) best_ = {at, value, {}};
-}
-
-void general_search::make_exact() {
-  if (best_.exact) return;
-  best_.exact = workers_[0]->closer.value(best_.at);
-  best_.value = best_.exact->get_d();
-}
-
-void general_search::try_sites() {
-  detail::evaluator evaluate(problem_, table_);
-  const std::size_t step = (table_.size() + kSitesTried - 1) / kSitesTried;
-  for (std::size_t slot = 0; slot < table_.size(); slot += step) {
-    const site& s = problem_.sites()[table_.site[slot]];
-    const exact_xy at{mpq_class(s.x) - table_.base.x, mpq_class(s.y) - table_.base.y};
-    offer(at, evaluate({table_.x[slot], table_.y[slot]}).value);
-  }
 }
 
 // Where f may come near its least value only far away, a bound without triangles.
@@ -265,43 +213,19 @@ void general_search::use_steps() {
   if (!steps) return;
   floor_of_f_ = std::max(floor_of_f_, steps->bound);
   detail::evaluator evaluate(problem_, table_);
-  for (const xy& at : steps->places) offer(detail::to_exact(at), evaluate(at).value);
+  for (const xy& at : steps->places) best_.offer(detail::to_exact(at), evaluate(at).value);
 }
 
 // Whether the best value is one that no other can be less than, as far as can be told.
 bool general_search::least_possible() {
   if (!std::isfinite(floor_of_f_)) return false;
   if (!problem_.polyhedral()) {
-    const double near = std::max(2 * doubt_, kSmoothAim * std::fabs(floor_of_f_));
-    return best_.value + more_doubt(to_nearest(best_.at)) <= floor_of_f_ + near;
+    const double near = std::max(2 * roundings_.of_value, kSmoothAim * std::fabs(floor_of_f_));
+    return best_.value() + roundings_.more_at(to_nearest(best_.at())) <= floor_of_f_ + near;
   }
-  if (best_.value > rounding_ * extent_) return false;
+  if (best_.value() > roundings_.of_sums * roundings_.extent) return false;
   make_exact();
-  return sgn(*best_.exact) == 0;
-}
-
-// Where a value of 0 is possible and taken on along a curve, halving triangles would follow all of
-// the curve. The step length is Polyak's (1969) for this least value.
-void general_search::step_to_zero() {
-  if (!never_negative_ || problem_.polyhedral() || best_.value > stepped_from_ / 2) return;
-  stepped_from_ = best_.value;
-  detail::evaluator evaluate(problem_, table_);
-  xy at{best_.at.x.get_d(), best_.at.y.get_d()};
-  for (int i = 0; i < kStepsToZero && !least_possible(); ++i) {
-    if (std::max(std::fabs(at.x), std::fabs(at.y)) > kStepExtents * extent_) return;
-    const detail::evaluation e = evaluate(at);
-    offer({at.x, at.y}, e.value);
-    const double steep = e.slope.x * e.slope.x + e.slope.y * e.slope.y;
-    if (steep == 0) return;
-    at = {at.x - e.value / steep * e.slope.x, at.y - e.value / steep * e.slope.y};
-  }
-}
-
-double general_search::extent() const {
-  double most = 0;
-  for (std::size_t k = 0; k < table_.size(); ++k)
-    most = std::max({most, std::fabs(table_.x[k]), std::fabs(table_.y[k])});
-  return most > 0 ? most : 1;
+  return sgn(*best_.exact()) == 0;
 }
 
 // Whether the square of the extent lies in the triangle.
@@ -311,71 +235,37 @@ bool general_search::holds_all_sites(const detail::triangle& t) const {
     const detail::xy& a = t[m];
     const double x = std::copysign(1, turn) * (t[(m + 1) % 3].x - a.x);
     const double y = std::copysign(1, turn) * (t[(m + 1) % 3].y - a.y);
-    if (x * -a.y - y * -a.x < extent_ * (std::fabs(x) + std::fabs(y))) return false;
+    if (x * -a.y - y * -a.x < roundings_.extent * (std::fabs(x) + std::fabs(y))) return false;
   }
   return true;
 }
 
-// The sum of all terms' magnitudes amid the sites.
-double general_search::size_of_terms() const {
-  double steepest = 0;
-  for (const order_run& r : problem_.runs()) steepest = std::max(steepest, std::fabs(r.weight));
-  double sum = 0;
-  for (std::size_t i = 0; i < problem_.sites().size(); ++i)
-    sum += steepest * problem_.distance(i, table_.base);
-  return sum;
-}
-
 // A power of two, so that many halvings are exact.
 double general_search::half_of_square(const detail::recession& far) const {
-  const double least = far.half > 0 ? far.half : kNearExtents * extent_;
+  const double least = far.half > 0 ? far.half : kNearExtents * roundings_.extent;
   return std::ldexp(1, std::ilogb(least / branch_certificate::kInside) + 1);
-}
-
-// Some descent, for a value that places far away can be compared with.
-void general_search::try_places() {
-  detail::evaluator evaluate(problem_, table_);
-  const auto offer_at = [&](const xy& at) {
-    const double before = best_.value;
-    offer(detail::to_exact(at), evaluate(at).value);
-    return best_.value < before;
-  };
-  const double spacing = kLevelExtents * extent_ / (kTriedPlaces - 1);
-  for (int j = 0; j < kTriedPlaces; ++j) {
-    for (int k = 0; k < kTriedPlaces; ++k)
-      offer_at({(2.0 * j / (kTriedPlaces - 1) - 1) * kLevelExtents / 2 * extent_,
-                (2.0 * k / (kTriedPlaces - 1) - 1) * kLevelExtents / 2 * extent_});
-  }
-  double step = spacing;
-  for (int finer = 0; finer < kFinerSteps; step /= 2, ++finer) {
-    for (int tries = 0, k = 0; k < 8 && tries < 64; ++tries) {
-      const xy from = to_nearest(best_.at);
-      const double angle = k * std::numbers::pi / 4;
-      k = offer_at({from.x + step * std::cos(angle), from.y + step * std::sin(angle)}) ? 0 : k + 1;
-    }
-  }
 }
 
 // A square outside of which nothing is better than the best place, or hardly.
 void general_search::bound_far_places(detail::recession& far) {
   if (least_possible()) return;
-  try_places();
+  best_.try_grid(kLevelExtents * roundings_.extent / 2);
   detail::evaluator evaluate(problem_, table_);
   const auto try_place = [&](const xy& at) {
-    offer(detail::to_exact(at), evaluate(at).value);
-    return best_.value - tolerance();
+    best_.offer(detail::to_exact(at), evaluate(at).value);
+    return best_.value() - tolerance();
   };
-  far.half = std::max(far.half, kLevelExtents * extent_);
+  far.half = std::max(far.half, kLevelExtents * roundings_.extent);
   far.kind = growth::levels;
   for (;;) {
     const double reach = half_of_square(far) * branch_certificate::kInside;
     detail::far_level level =
-        detail::search_far_boxes(problem_, table_, reach, best_.value - tolerance(), try_place);
+        detail::search_far_boxes(problem_, table_, reach, best_.value() - tolerance(), try_place);
     outside_ = level.bound;
     far.outside = std::move(level.outside);
-    const xy at = to_nearest(best_.at);
+    const xy at = to_nearest(best_.at());
     const double away = std::max(std::fabs(at.x), std::fabs(at.y));
-    if (2 * away <= reach || away > kFarthestExtents * extent_) return;
+    if (2 * away <= reach || away > kFarthestExtents * roundings_.extent) return;
     far.half = 4 * away;
   }
 }
@@ -383,7 +273,7 @@ void general_search::bound_far_places(detail::recession& far) {
 void general_search::start(double half) {
   const auto x = [half](double shift) { return half * (branch_certificate::kShiftX + shift); };
   const auto y = [half](double shift) { return half * (branch_certificate::kShiftY + shift); };
-  most_depth_ += 2 * std::max(0, std::ilogb(half / extent_));
+  most_depth_ += 2 * std::max(0, std::ilogb(half / roundings_.extent));
   const detail::xy a{x(-1), y(-1)}, b{x(1), y(-1)}, c{x(1), y(1)}, d{x(-1), y(1)};
   for (const detail::triangle& t : {detail::triangle{a, b, d}, detail::triangle{c, d, b}}) {
     std::unique_ptr<cell> root = workers_[0]->bounder.whole(problem_, t);
@@ -395,10 +285,10 @@ void general_search::start(double half) {
 
 void general_search::take(std::unique_ptr<cell> c, const detail::evaluation& best_seen) {
   ++cells_;
-  if (best_seen.value < best_.value) offer(detail::to_exact(best_seen.at), best_seen.value);
+  if (best_seen.value < best_.value()) best_.offer(detail::to_exact(best_seen.at), best_seen.value);
   if (where_ && where_->nothing_permitted(c->corners)) return tree_.close(*c, reason::forbidden);
   const double proved = c->bound - margin(*c);
-  if (where_ && !problem_.polyhedral() && proved < best_.value - tolerance())
+  if (where_ && !problem_.polyhedral() && proved < best_.value() - tolerance())
     offer_places_on_sides(*c);
   tree_.push(std::move(c), proved);
 }
@@ -406,7 +296,7 @@ void general_search::take(std::unique_ptr<cell> c, const detail::evaluation& bes
 // The best place is often on a side, where no centroid is.
 void general_search::offer_places_on_sides(const cell& c) {
   for (const exact_xy& at : where_->places_on_sides(c.corners))
-    offer(at, workers_[0]->bounder.value(c, to_nearest(at)));
+    best_.offer(at, workers_[0]->bounder.value(c, to_nearest(at)));
 }
 
 // Without exact solutions the cells on several sides of regions need not end: few do where two
@@ -416,9 +306,9 @@ bool general_search::give_up(const cell& c) {
   if (problem_.polyhedral()) return false;
   const double proved = c.bound - margin(c);
   const bool on_sides = where_ && !c.cut && where_->crossed(c.corners) &&
-                        proved >= best_.value - kSideGap * std::fabs(best_.value) &&
+                        proved >= best_.value() - kSideGap * std::fabs(best_.value()) &&
                         ++close_calls_ > kMostCloseCalls;
-  const bool rounded = margin(c) > tolerance() / 4 && c.bound >= best_.value - tolerance();
+  const bool rounded = margin(c) > tolerance() / 4 && c.bound >= best_.value() - tolerance();
   if (!on_sides && !rounded) return false;
   floor_ = std::min(floor_, proved);
   return true;
@@ -474,15 +364,15 @@ void general_search::work_on(task& t, worker& w) const {
 bool general_search::solve_exactly(task& t, worker& w) const {
   if (!problem_.polyhedral()) return false;
   const cell& c = *t.c;
-  const std::size_t limit = detail::lines_worth_a_close(c, extent_, lines_far_away());
+  const std::size_t limit = detail::lines_worth_a_close(c, roundings_.extent, lines_far_away());
   auto lines = w.closer.lines(c, limit);
   if (!lines) return false;
   if (where_ && !where_->add_lines(c.corners, limit, *lines)) return false;
   const auto promising = [&](const detail::xy& at) {
-    return w.bounder.value(c, at) <= best_.value + kPromising * c.size + 0x1p10 * margin(c);
+    return w.bounder.value(c, at) <= best_.value() + kPromising * c.size + 0x1p10 * margin(c);
   };
   std::vector<std::pair<double, exact_xy>> places;
-  double least = best_.value;
+  double least = best_.value();
   std::vector<exact_xy> vertices = detail::exact_closer::vertices(c.corners, *lines, promising);
   if (where_) where_->add_corners(c.corners, vertices);
   for (exact_xy& at : vertices) {
@@ -492,7 +382,7 @@ bool general_search::solve_exactly(task& t, worker& w) const {
     places.emplace_back(value, std::move(at));
   }
   for (auto& [rounded, at] : places) {
-    if (rounded > least + margin(c) || (best_.exact && at == best_.at)) continue;
+    if (rounded > least + margin(c) || (best_.exact() && at == best_.at())) continue;
     mpq_class value = w.closer.value(at);
     if (!t.best || value < t.best->second) t.best = {std::move(at), std::move(value)};
   }
@@ -518,9 +408,9 @@ void general_search::settle(task& t) {
 void general_search::settle_best(task& t) {
   auto& [at, value] = *t.best;
   const double rounded = value.get_d();
-  const bool surely = !best_.exact && rounded < best_.value - margin(*t.c);
+  const bool surely = !best_.exact() && rounded < best_.value() - margin(*t.c);
   if (!surely) make_exact();
-  if (surely || value < *best_.exact) best_ = {std::move(at), rounded, std::move(value)};
+  if (surely || value < *best_.exact()) best_.take(std::move(at), std::move(value));
 }
 
 void general_search::search() {
@@ -533,17 +423,18 @@ void general_search::search() {
     if (!next_batch()) return;
     work_on_batch();
     for (task& t : batch_) settle(t);
-    step_to_zero();
+    if (never_negative_ && !problem_.polyhedral())
+      best_.step_to_zero([this] { return least_possible(); });
   }
 }
 
 solution general_search::finish(const detail::recession& far) {
   solution s;
   if (problem_.polyhedral()) make_exact();
-  const exact_xy at{best_.at.x + table_.base.x, best_.at.y + table_.base.y};
+  const exact_xy at{best_.at().x + table_.base.x, best_.at().y + table_.base.y};
   s.point = to_nearest(at);
   if (to_exact(s.point) != at) s.exact = to_text(at);
-  s.value = best_.value;
+  s.value = best_.value();
   s.counters.cells = cells_;
   s.counters.seconds = seconds();
   const bool square_known = far.kind != growth::undecided;
@@ -560,8 +451,10 @@ solution general_search::finish(const detail::recession& far) {
     s.proof = branch_certificate{table_.base, half_of_square(far), far.outside, tree_.reasons()};
   }
   const double size = std::fabs(s.value);
-  if (least || (!stopped_ && square_known &&
-                s.gap() <= (problem_.polyhedral() ? 0 : std::max(kSmoothGap * size, 2 * doubt_)))) {
+  if (least ||
+      (!stopped_ && square_known &&
+       s.gap() <=
+           (problem_.polyhedral() ? 0 : std::max(kSmoothGap * size, 2 * roundings_.of_value)))) {
     s.status = solution_status::optimal;
   } else if (square_known && !stopped_ && !problem_.polyhedral() && s.lower_bound < outside_) {
     s.status = solution_status::within_gap;  // doubles cannot narrow it further
@@ -577,7 +470,7 @@ bool general_search::find_permitted() {
   const std::optional<exact_xy> first = where_->some_place();
   if (!first) return !problem_.where().allowed;
   const exact_xy at{first->x + table_.base.x, first->y + table_.base.y};
-  offer(*first, problem_.value(to_nearest(at)));
+  best_.offer(*first, problem_.value(to_nearest(at)));
   return true;
 }
 
@@ -589,7 +482,7 @@ detail::recession general_search::far_away() const {
   if (problem_.where().allowed) {
     far.kind = growth::grows;
   } else {
-    far = test_recession(problem_, table_, best_.value);
+    far = test_recession(problem_, table_, best_.value());
   }
   far.half = std::max(far.half, where_->farthest());
   return far;
@@ -614,13 +507,13 @@ solution general_search::run() {
     return s;
   }
   levels_ = far.kind == growth::levels;
-  offer({0, 0}, problem_.value(table_.base));
+  best_.offer({0, 0}, problem_.value(table_.base));
   if (far.kind == growth::undecided) use_steps();
   if (!never_negative_ && !far.outside.empty() && detail::has_one_place(problem_)) {
     growth_is_floor_ = true;
     floor_of_f_ = 0;
   }
-  try_sites();
+  best_.try_sites();
   if (far.kind == growth::undecided && detail::levels_everywhere(problem_)) bound_far_places(far);
   if (!least_possible()) {
     start(half_of_square(far));
