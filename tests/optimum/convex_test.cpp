@@ -14,6 +14,7 @@
 #include "planloc/optimum/minimise.h"
 #include "planloc/optimum/proof/interval.h"
 #include "planloc/optimum/verify.h"
+#include "proved.h"
 
 namespace planloc {
 namespace {
@@ -23,14 +24,6 @@ const std::vector<site> kCapitals = {
     {-3.5975, 37.1758333333333},           {-6.96305555555556, 37.2638888888889},
     {-3.76666666666667, 37.7666666666667}, {-4.42, 36.7194444444444},
     {-5.99638888888889, 37.3830555555556}, {-2.4675, 36.84}};
-
-// Solved to the end, and proved so by fractions.
-void expect_proved(const problem& p, const solution& s) {
-  EXPECT_EQ(s.status, solution_status::optimal);
-  const verification v = verify(p, s);
-  EXPECT_TRUE(v.accepted) << v.reason;
-  EXPECT_EQ(v.gap, 0);
-}
 
 TEST(Convex, TheWholeSetOfOptima) {
   // Four sites under l1: all of the square between the middle ones.
@@ -146,11 +139,7 @@ TEST(Convex, ManyOrdersOfMagnitude) {
   for (const problem& p : problems) {
     minimise_options options;
     options.seconds = 20;
-    const solution s = minimise(p, options);
-    EXPECT_EQ(s.status, solution_status::optimal);
-    const verification v = verify(p, s);
-    EXPECT_TRUE(v.accepted) << v.reason;
-    EXPECT_EQ(v.gap, 0);
+    expect_solved(p, {}, options);
   }
   instance_source source(4);
   for (int trial = 0; trial < 100; ++trial) {
@@ -175,7 +164,7 @@ TEST(Convex, ManySites) {
       const int n = 200;
       const auto gauges = source.gauges(l, 5, 8);
       const problem p(source.sites(l, n, 5), gauges, source.convex_order(n));
-      expect_proved(p, minimise(p));
+      expect_solved(p);
     }
   }
   // The centre, of which only the far sites are solved; under smooth gauges they may be polyhedral.
@@ -186,22 +175,14 @@ TEST(Convex, ManySites) {
          {gauges, {gauge::euclidean(), gauges[0], gauges[1]}, {gauge::lp(1.5)}}) {
       const problem p(source.sites(l, 600, static_cast<int>(used.size())), used,
                       order_weights::centre());
-      const solution s = minimise(p);
-      if (p.polyhedral()) {
-        expect_proved(p, s);
-        EXPECT_FALSE(s.optima.corners.empty());
-      }
-      EXPECT_EQ(s.status, solution_status::optimal);
-      const verification v = verify(p, s);
-      EXPECT_TRUE(v.accepted) << v.reason;
-      EXPECT_LE(v.gap, 1e-10 * v.value);
+      const solution s = expect_solved(p, {.relative = p.polyhedral() ? 0 : 1e-10});
+      EXPECT_FALSE(p.polyhedral() && s.optima.corners.empty());
     }
   }
   // Enough for those that are linear near the optimum to be summed up.
   for (const layout l : {layout::scattered, layout::lattice}) {
     const problem p(source.sites(l, 5000, 2), source.gauges(l, 2, 8), order_weights::median());
-    const solution s = minimise(p);
-    expect_proved(p, s);
+    const solution s = expect_solved(p);
     if (l == layout::scattered) {
       EXPECT_LT(s.counters.evaluations, 30);
     }
@@ -226,11 +207,7 @@ TEST(Convex, SmoothGaugesProvedByIntervals) {
       const int n = 1 + source.below(trial % 10 == 0 ? 200 : 12);
       const problem p(source.sites(l, n, static_cast<int>(gauges.size())), gauges,
                       trial % 3 == 0 ? order_weights::median() : source.convex_order(n));
-      const solution s = minimise(p);
-      const verification v = verify(p, s);
-      EXPECT_EQ(s.status, solution_status::optimal);
-      EXPECT_TRUE(v.accepted) << v.reason;
-      EXPECT_LE(v.gap, 1e-10 * v.value);
+      expect_solved(p, {.relative = 1e-10});
     }
   }
 }
@@ -286,8 +263,7 @@ TEST(Convex, ManyVertices) {
     const problem p(sites, gauges, c.lambda);
     minimise_options options;
     options.seconds = 60;
-    const solution s = minimise(p, options);
-    expect_proved(p, s);
+    const solution s = expect_solved(p, {}, options);
     EXPECT_TRUE(verify(p, s).optima_proved);
     const std::function<void(solution&)> spoils[] = {
         [](solution& t) { t.value *= 1 + 1e-12; }, [](solution& t) { t.lower_bound *= 1 + 1e-12; },
@@ -306,11 +282,7 @@ TEST(Convex, ManyVertices) {
 TEST(Convex, PublishedPlaces) {
   const gauge e = gauge::euclidean();
   const auto solve = [](const std::vector<site>& sites, const gauge& g, const order_weights& o) {
-    const problem p(sites, {g}, o);
-    const solution s = minimise(p);
-    EXPECT_EQ(s.status, solution_status::optimal);
-    EXPECT_TRUE(verify(p, s).accepted);
-    return s;
+    return expect_solved({sites, {g}, o}, {.relative = 1e-10});
   };
   // The eight provincial capitals of Andalusia.
   const solution weber = solve(kCapitals, e, order_weights::median());
@@ -369,12 +341,7 @@ TEST(Convex, SmallestCircleByBruteForceAndManySitesUnderEuclid) {
     }
     for (const order_weights& lambda : {order_weights::centre(), order_weights::median()}) {
       const problem p(sites, {gauge::euclidean()}, lambda);
-      const solution s = minimise(p);
-      EXPECT_EQ(s.status, solution_status::optimal);
-      EXPECT_LT(s.counters.evaluations, 10);
-      const verification v = verify(p, s);
-      EXPECT_TRUE(v.accepted) << v.reason;
-      EXPECT_LE(v.gap, 1e-11 * v.value);
+      EXPECT_LT(expect_solved(p, {.relative = 1e-11}).counters.evaluations, 10);
     }
   }
 }

@@ -11,6 +11,7 @@
 #include "instances.h"
 #include "planloc/optimum/minimise.h"
 #include "planloc/optimum/verify.h"
+#include "proved.h"
 
 namespace planloc {
 namespace {
@@ -41,11 +42,7 @@ TEST(General, SmoothGaugesProvedByIntervals) {
     const problem p(source.sites(layout::scattered, n, static_cast<int>(gauges.size())), gauges,
                     trial % 2 == 0 ? order_weights::trimmed_mean(1, 1)
                                    : order_weights::anti_centrum(static_cast<std::size_t>(n - 1)));
-    const solution s = minimise(p);
-    EXPECT_EQ(s.status, solution_status::optimal);
-    const verification v = verify(p, s);
-    EXPECT_TRUE(v.accepted) << v.reason;
-    EXPECT_LE(v.gap, 1.01e-10 * v.value);
+    const solution s = expect_solved(p, {.relative = 1.01e-10});
     EXPECT_LE(s.value, p.value({s.point.x + 1e-3, s.point.y}));
   }
 }
@@ -95,12 +92,8 @@ TEST(General, SmoothTies) {
   options.cells = 8000;
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
-    const solution s = minimise(c.p, options);
-    EXPECT_EQ(s.status, solution_status::optimal);
+    const solution s = expect_solved(c.p, {.relative = 1.01e-10}, options);
     EXPECT_NEAR(s.value, c.value, 2e-10 * c.value);
-    const verification v = verify(c.p, s);
-    EXPECT_TRUE(v.accepted) << v.reason;
-    EXPECT_LE(v.gap, 1.01e-10 * c.value);
     solution spoiled = s;
     spoiled.lower_bound = c.value * (1 + 1e-9);
     EXPECT_FALSE(verify(c.p, spoiled).accepted);
@@ -129,13 +122,9 @@ TEST(General, SmoothTermsThatCancel) {
   for (const problem& p : problems) {
     minimise_options options;
     options.cells = 2000;
-    const solution s = minimise(p, options);
-    EXPECT_EQ(s.status, solution_status::optimal);
-    const verification v = verify(p, s);
-    EXPECT_TRUE(v.accepted) << v.reason;
     double size = 0;  // of the terms amid the sites
     for (const site& t : p.sites()) size += 5 * t.weight;
-    EXPECT_LE(v.gap, 1e-10 * s.value + 1e-14 * size);
+    expect_solved(p, {.relative = 1e-10, .absolute = 1e-14 * size}, options);
   }
 }
 
@@ -145,19 +134,14 @@ TEST(General, SmoothAndLevelFarAway) {
   const std::vector<site> sites = {{1, 2}, {4, 6}, {2, 3}, {3, 3}};
   for (const gauge& g : {gauge::euclidean(), gauge::lp(1.5)}) {
     const problem p(sites, {g}, order_weights({1, 0, 0, -1}));
-    const solution s = minimise(p);
-    EXPECT_EQ(s.status, solution_status::optimal);
+    const solution s = expect_solved(p, {.relative = 1e-10});
     EXPECT_NEAR(s.value, -g({3, 4}), 1e-9);
-    const verification v = verify(p, s);
-    EXPECT_TRUE(v.accepted) << v.reason;
-    EXPECT_LE(v.gap, 1e-10 * g({3, 4}));
     solution spoiled = s;
     spoiled.lower_bound = s.value + 1e-6;
     EXPECT_FALSE(verify(p, spoiled).accepted);
   }
   const problem nowhere({{0.1, -0.7}, {0.1, -0.7}}, {gauge::lp(1.5)}, order_weights({1, -1}));
-  EXPECT_EQ(minimise(nowhere).status, solution_status::optimal);
-  EXPECT_TRUE(verify(nowhere, minimise(nowhere)).accepted);
+  expect_solved(nowhere, {.absolute = 1e-300});
   minimise_options options;
   options.cells = 500;
   const problem p(sites, {gauge::euclidean()}, order_weights({0, 1, 1, -2}));
@@ -267,12 +251,8 @@ TEST(General, SmoothOptimumOfZero) {
   for (const problem& p : problems) {
     minimise_options options;
     options.cells = 10000;
-    const solution s = minimise(p, options);
-    EXPECT_EQ(s.status, solution_status::optimal);
-    const verification v = verify(p, s);
-    EXPECT_TRUE(v.accepted) << v.reason;
-    EXPECT_EQ(v.lower_bound, 0);
-    EXPECT_LT(v.gap, 1e-11);
+    const solution s = expect_solved(p, {.absolute = 1e-11}, options);
+    EXPECT_EQ(s.lower_bound, 0);
   }
 }
 
@@ -309,8 +289,7 @@ TEST(General, LimitsAndNarrowCases) {
   // Half of all sites lie at one place: the median distance is 0 there.
   const problem zero({{1, 1}, {1, 1}, {4, 2}, {0, 5}}, {gauge::l1()},
                      order_weights::order_statistic(2));
-  EXPECT_EQ(minimise(zero).value, 0);
-  EXPECT_EQ(verify(zero, minimise(zero)).gap, 0);
+  EXPECT_EQ(expect_solved(zero).value, 0);
 }
 
 // f is its own recession function there: 0 is the least value if that is nowhere negative.
@@ -323,13 +302,9 @@ TEST(General, AllSitesAtOnePlace) {
                      order_weights({1.5, middle_weight, 0.3}));
     };
     const problem p = problem_of(37.1, -0.4);
-    solution s = minimise(p);
-    EXPECT_EQ(s.status, solution_status::optimal);
+    solution s = expect_solved(p, {.absolute = 1e-300});
     EXPECT_EQ(s.value, 0);
     EXPECT_EQ(s.lower_bound, 0);
-    const verification v = verify(p, s);
-    EXPECT_TRUE(v.accepted) << v.reason;
-    EXPECT_LE(v.gap, 1e-300);
     EXPECT_FALSE(verify(problem_of(37.1, -3), s).accepted) << "f falls there";
     s.status = solution_status::stopped;
     s.value = problem_of(37.2, -0.4).value(s.point);
@@ -405,11 +380,7 @@ TEST(General, HardEndings) {
     SCOPED_TRACE(c.name);
     minimise_options options;
     options.cells = 20000;
-    const solution s = minimise(c.p, options);
-    EXPECT_EQ(s.status, solution_status::optimal);
-    const verification v = verify(c.p, s);
-    EXPECT_TRUE(v.accepted) << v.reason;
-    EXPECT_EQ(v.gap, 0);
+    const solution s = expect_solved(c.p, {}, options);
     const branch_certificate& proof = std::get<branch_certificate>(s.proof);
     if (proof.outside.empty() && !proof.cells.empty()) {
       solution spoiled = s;
