@@ -111,6 +111,8 @@ TEST(Guard, CallsIntoLibrariesOfLinearPrograms) {
     clp.take();
     lp_solve_calls = 0;
     who.call();
+    EXPECT_EQ(clp.calls.empty(), c.clp_calls == 0) << c.row;
+    EXPECT_EQ(lp_solve_calls == 0, c.lp_solve_calls == 0) << c.row;
     EXPECT_LE(clp.calls.size(), c.clp_calls) << c.row;
     EXPECT_LE(clp.count("addrows"), 1) << c.row;
     EXPECT_LE(clp.count("dualopt"), 1) << c.row;
