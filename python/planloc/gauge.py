@@ -14,6 +14,7 @@ import os
 from collections.abc import Callable, Mapping
 from dataclasses import dataclass
 from functools import cached_property
+from typing import Any
 
 import numpy as np
 import numpy.typing as npt
@@ -172,9 +173,9 @@ def speeds(by_direction: Mapping[str, float]) -> Gauge:
     >>> gauge.speeds({"E": 100, "N": 50, "W": 100, "S": 50})(200, 0)
     2.0
     """
-    reached = []
     if not isinstance(by_direction, Mapping):
         raise ValueError("speeds needs a mapping from directions to speeds")
+    reached = []
     for direction, speed in by_direction.items():
         if direction not in _COMPASS or not limit("speed", speed) > 0:
             raise ValueError(
@@ -182,7 +183,7 @@ def speeds(by_direction: Mapping[str, float]) -> Gauge:
                 "above 0"
             )
         x, y = _direction(_COMPASS.index(direction), len(_COMPASS))
-        reached.append((x * speed, y * speed))
+        reached.append((x * float(speed), y * float(speed)))
     hull = _hull(reached)
     if len(hull) < 3:
         raise ValueError("give speeds to at least three directions that surround the start")
@@ -225,9 +226,14 @@ def _speeds_of(text: str) -> Gauge:
     return speeds(by_direction)
 
 
+def _regular_of(text: str) -> Gauge:
+    corners: Any = int(text) if text.isdecimal() else text
+    return regular(corners)
+
+
 _WITH_NUMBERS: dict[str, tuple[str, Callable[[str], Gauge]]] = {
     "lp": ("lp:P", lambda text: lp(number("p", text))),
-    "regular": ("regular:N", lambda text: regular(int(number("n", text)))),
+    "regular": ("regular:N", _regular_of),
     "speed": ("speed:E=60,N=30,...", _speeds_of),
 }
 

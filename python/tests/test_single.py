@@ -78,6 +78,8 @@ def test_pickles_are_the_same_and_still_proved():
     (lambda: gauge.polygon([(1, 0), (2, 0), (3, 1)]), "origin"),
     (lambda: gauge.l1()("a", 1), "x is 'a': must be a number"),
     (lambda: gauge.parse("regular:x"), "must be regular:N"),
+    (lambda: gauge.parse("regular:12.5"), "n is '12.5': must be a whole number"),
+    (lambda: gauge.parse("regular:1e400"), "must be regular:N"),
     (lambda: gauge.parse("speed:E=1,N=1,E=2"), "E is given twice"),
     (lambda: order.k_centrum(-1), "k is -1"),
     (lambda: planloc.Problem([(0, 0)]).value(0, None), "y is None"),
@@ -160,6 +162,7 @@ def test_words_are_those_of_the_tool(tmp_path):
     assert order.parse("center") == order.centre()
     assert gauge.parse("l2") == gauge.parse("euclidean") == gauge.euclid()
     assert gauge.parse("lp:inf") == gauge.linf()
+    assert gauge.speeds(dict.fromkeys("ENWS", "2")) == gauge.parse("speed:E=2,N=2,W=2,S=2")
     assert gauge.regular(8) == gauge.octagon() and gauge.regular(4) == gauge.l1()
 
 
