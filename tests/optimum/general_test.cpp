@@ -154,6 +154,37 @@ TEST(General, SmoothAndLevelFarAway) {
   EXPECT_FALSE(verify(p, s).accepted);
 }
 
+// The least value is 0, along a curve or far from where a search looks first; or what the rounding
+// of the terms leaves open is more than 1e-10 of it.
+TEST(General, SmoothAndNearlyZero) {
+  const problem problems[] = {
+      {{{0, -2}, {2, 0}, {-1, -3}, {2, 0}}, {gauge::euclidean()}, order_weights({-3, 0, 3, 0})},
+      {{{10000008.797589848, -9999994.9960840791}, {10000005.744107654, -9999993.6845367774}},
+       {gauge::euclidean()},
+       order_weights({-3, 3})},
+      {{{1, 1, 2}, {3, 2, 3}, {2, 2, 2}}, {gauge::euclidean()}, order_weights({-1, 1, 0})},
+      {{{2, 3}, {0, 0}, {0, 1}}, {gauge::lp(3)}, order_weights({0, -1, 1})},
+      {{{3, 3}, {3, 4, 1, 1}, {3, 5, 1, 1}, {3, 2, 1, 1}},
+       {gauge::euclidean(), gauge::linf()},
+       order_weights::range()},
+      {{{10000003.010227375, -9999998.0721853711},
+        {10000001.962485451, -9999999.703194581},
+        {10000006.474352833, -9999991.4874532744},
+        {10000005.059813142, -9999994.6006261092}},
+       {gauge::euclidean()},
+       order_weights::range()}};
+  for (const problem& p : problems) {
+    minimise_options options;
+    options.cells = 5000;
+    const solution s = minimise(p, options);
+    EXPECT_EQ(s.status, solution_status::optimal);
+    EXPECT_LT(s.value, 0.1);
+    const verification v = verify(p, s);
+    EXPECT_TRUE(v.accepted) << v.reason;
+    EXPECT_LE(v.gap, 1e-10);
+  }
+}
+
 // The narrowest ring that holds all points: its middle has two of them on each circle, or three on
 // one, so it is a crossing of two bisectors, unless strips between parallel lines are narrower.
 struct narrowest {

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 #include <numbers>
+#include <span>
 #include <utility>
 
 namespace planloc::detail {
@@ -33,6 +34,15 @@ double extent_of(const distance_table& table) {
   return most > 0 ? most : 1;
 }
 
+xy middle_of(std::span<const site> sites) {
+  const auto middle = [&](double site::*of) {
+    const auto [low, high] = std::minmax_element(
+        sites.begin(), sites.end(), [of](const site& a, const site& b) { return a.*of < b.*of; });
+    return (*low).*of + ((*high).*of - (*low).*of) / 2;
+  };
+  return {middle(&site::x), middle(&site::y)};
+}
+
 // The sum of all terms' magnitudes amid the sites.
 double size_of_terms(const problem& p, const xy& amid) {
   double steepest = 0;
@@ -51,7 +61,8 @@ double value_roundings::more_at(const xy& at) const {
 
 value_roundings roundings_of(const problem& p, const distance_table& table) {
   const double of_sums = rounding_of_sums(p);
-  return {extent_of(table), of_sums, p.polyhedral() ? 0 : of_sums * size_of_terms(p, table.base)};
+  return {extent_of(table), of_sums, p.polyhedral() ? 0 : of_sums * size_of_terms(p, table.base),
+          size_of_terms(p, middle_of(p.sites()))};
 }
 
 best_place::best_place(const problem& p, const distance_table& table, const cell_regions* where,
@@ -91,21 +102,26 @@ void best_place::try_sites() {
 
 void best_place::try_grid(double half) {
   evaluator evaluate(problem_, table_);
-  const auto offer_at = [&](const xy& at) {
-    const double before = value_;
-    offer(to_exact(at), evaluate(at).value);
-    return value_ < before;
-  };
   const auto along = [half](int k) { return (2.0 * k / (kGridPlaces - 1) - 1) * half; };
   for (int j = 0; j < kGridPlaces; ++j) {
-    for (int k = 0; k < kGridPlaces; ++k) offer_at({along(j), along(k)});
+    for (int k = 0; k < kGridPlaces; ++k) {
+      const xy at{along(j), along(k)};
+      offer(to_exact(at), evaluate(at).value);
+    }
   }
+}
+
+void best_place::walk_down(double half) {
+  evaluator evaluate(problem_, table_);
   double step = 2 * half / (kGridPlaces - 1);
   for (int finer = 0; finer < kFinerSteps; step /= 2, ++finer) {
     for (int tries = 0, k = 0; k < 8 && tries < 64; ++tries) {
       const xy from = to_nearest(at_);
       const double angle = k * std::numbers::pi / 4;
-      k = offer_at({from.x + step * std::cos(angle), from.y + step * std::sin(angle)}) ? 0 : k + 1;
+      const xy to{from.x + step * std::cos(angle), from.y + step * std::sin(angle)};
+      const double before = value_;
+      offer(to_exact(to), evaluate(to).value);
+      k = value_ < before ? 0 : k + 1;
     }
   }
 }

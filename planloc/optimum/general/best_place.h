@@ -19,6 +19,7 @@ struct value_roundings {
   double extent;    // of the sites, in either coordinate
   double of_sums;   // in units of the terms' size
   double of_value;  // of one amid the sites; 0 where it can be exact
+  double terms;     // the sum of the terms' magnitudes at the middle of the sites
 
   // How much more they can do at a place than amid the sites.
   double more_at(const xy& at) const;
@@ -43,8 +44,10 @@ class best_place {
 
   // Offers some of the sites.
   void try_sites();
-  // Offers the places of a grid over the square of half side `half`, then walks from the best one.
+  // Offers the places of a grid over the square of half side `half`.
   void try_grid(double half);
+  // Walks from the best place, with steps that shrink from those of that grid on.
+  void walk_down(double half);
   // Where gauges are smooth and f is nowhere negative: steps towards a value of 0, until `done`
   // says that the best value is small enough, if much was gained since the last time.
   void step_to_zero(const std::function<bool()>& done);

@@ -29,6 +29,10 @@ using reason = branch_certificate::reason;
 // the search aims at, so that intervals prove it.
 constexpr double kSmoothGap = 1e-10;
 constexpr double kSmoothAim = 5e-11;
+// Of the sum of the terms' magnitudes: what the rounding of f may leave open of an optimum.
+constexpr double kRoundedGap = 5e-11;
+// Of what roundings do amid the sites: what more they may do where a least value is.
+constexpr double kMostDoubt = 100;
 // Of the value: what a cell with sides of regions on several lines may hold better, where nothing
 // is solved exactly and more such cells were halved already.
 constexpr double kSideGap = 1e-7;
@@ -125,6 +129,7 @@ class general_search {
   void offer_places_on_sides(const cell& c);
   void use_steps();
   bool least_possible();
+  void step_to_zero();
   void make_exact() { best_.make_exact(workers_[0]->closer); }
 
   // With what the rounding of a place on the cell can do, which next to a heavy site is more than
@@ -220,12 +225,19 @@ void general_search::use_steps() {
 bool general_search::least_possible() {
   if (!std::isfinite(floor_of_f_)) return false;
   if (!problem_.polyhedral()) {
-    const double near = std::max(2 * roundings_.of_value, kSmoothAim * std::fabs(floor_of_f_));
-    return best_.value() + roundings_.more_at(to_nearest(best_.at())) <= floor_of_f_ + near;
+    const double more = roundings_.more_at(to_nearest(best_.at()));
+    const double doubt = 2 * roundings_.of_value + more;
+    return more <= kMostDoubt * roundings_.of_value &&
+           best_.value() <= floor_of_f_ + std::max(doubt, kSmoothAim * std::fabs(floor_of_f_));
   }
   if (best_.value() > roundings_.of_sums * roundings_.extent) return false;
   make_exact();
   return sgn(*best_.exact()) == 0;
+}
+
+void general_search::step_to_zero() {
+  if (never_negative_ && !problem_.polyhedral())
+    best_.step_to_zero([this] { return least_possible(); });
 }
 
 // Whether the square of the extent lies in the triangle.
@@ -249,7 +261,12 @@ double general_search::half_of_square(const detail::recession& far) const {
 // A square outside of which nothing is better than the best place, or hardly.
 void general_search::bound_far_places(detail::recession& far) {
   if (least_possible()) return;
-  best_.try_grid(kLevelExtents * roundings_.extent / 2);
+  const double near = kLevelExtents * roundings_.extent / 2;
+  best_.try_grid(near);
+  step_to_zero();
+  if (!least_possible()) best_.walk_down(near);
+  step_to_zero();
+  if (least_possible()) return;
   detail::evaluator evaluate(problem_, table_);
   const auto try_place = [&](const xy& at) {
     best_.offer(detail::to_exact(at), evaluate(at).value);
@@ -423,8 +440,7 @@ void general_search::search() {
     if (!next_batch()) return;
     work_on_batch();
     for (task& t : batch_) settle(t);
-    if (never_negative_ && !problem_.polyhedral())
-      best_.step_to_zero([this] { return least_possible(); });
+    step_to_zero();
   }
 }
 
@@ -451,12 +467,14 @@ solution general_search::finish(const detail::recession& far) {
     s.proof = branch_certificate{table_.base, half_of_square(far), far.outside, tree_.reasons()};
   }
   const double size = std::fabs(s.value);
-  if (least ||
-      (!stopped_ && square_known &&
-       s.gap() <=
-           (problem_.polyhedral() ? 0 : std::max(kSmoothGap * size, 2 * roundings_.of_value)))) {
+  const bool rounded =
+      square_known && !stopped_ && !problem_.polyhedral() && s.lower_bound < outside_;
+  const double left_open =
+      rounded && !where_ ? kRoundedGap * roundings_.terms : 2 * roundings_.of_value;
+  if (least || (!stopped_ && square_known &&
+                s.gap() <= (problem_.polyhedral() ? 0 : std::max(kSmoothGap * size, left_open)))) {
     s.status = solution_status::optimal;
-  } else if (square_known && !stopped_ && !problem_.polyhedral() && s.lower_bound < outside_) {
+  } else if (rounded) {
     s.status = solution_status::within_gap;  // doubles cannot narrow it further
   } else if ((square_known || floor_known) &&
              s.gap() <= std::max(options_.absolute_gap, options_.relative_gap * size)) {
