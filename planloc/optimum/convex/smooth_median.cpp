@@ -122,8 +122,12 @@ expansion expand(const distance_table& s, const xy& at) {
 }
 
 // The place where the steps end, at a slope of 0 or not.
-expansion newton(const distance_table& s, const xy& start, double flat) {
-  expansion best = expand(s, start);
+expansion newton(const distance_table& s, const xy& start, double flat, std::size_t& evaluations) {
+  const auto expanded_at = [&](const xy& at) {
+    ++evaluations;
+    return expand(s, at);
+  };
+  expansion best = expanded_at(start);
   for (int step = 0; step < kMostSteps; ++step) {
     if (best.steepness() <= flat) return best;
     const double determinant = best.xx * best.yy - best.xy_ * best.xy_;
@@ -133,7 +137,7 @@ expansion newton(const distance_table& s, const xy& start, double flat) {
     // A value that roundings raise is no worse where the slope is flatter.
     expansion next;
     for (int halving = 0; halving < kMostHalvings; ++halving) {
-      next = expand(s, {best.at.x + u.x, best.at.y + u.y});
+      next = expanded_at({best.at.x + u.x, best.at.y + u.y});
       if (next.value < best.value || next.steepness() < best.steepness()) break;
       if (best.steepness() <= kRoundings * flat) return best;
       u = {u.x / 2, u.y / 2};
@@ -253,15 +257,21 @@ std::optional<solution> smooth_median(const problem& p, const minimise_options& 
   const double weights = total(sites.weight);
   xy start = weighted_mean(sites, weights);
   if (sites.size() >= kSitesToSample) {
-    const xy sampled = newton(every(sites, kSampled), start, 1e-6 * weights / kSampled).at;
+    std::size_t of_sample = 0;
+    const xy sampled =
+        newton(every(sites, kSampled), start, 1e-6 * weights / kSampled, of_sample).at;
     if (std::isfinite(sampled.x + sampled.y)) start = sampled;
   }
-  const expansion e = newton(sites, start, kFlat * weights);
+  std::size_t evaluations = 0;
+  const expansion e = newton(sites, start, kFlat * weights, evaluations);
   std::optional<solution> s = at_slope_of_0(p, sites, e, weights);
-  if (!s) s = at_nearest_site(p, sites, e.at);
+  if (!s) {
+    s = at_nearest_site(p, sites, e.at);
+    ++evaluations;
+  }
   if (!s) return {};
   if (options.progress) options.progress({s->value, s->lower_bound, 0});
-  s->counters.evaluations = 1;
+  s->counters.evaluations = evaluations;
   s->counters.seconds =
       std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
   return s;
