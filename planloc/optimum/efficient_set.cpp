@@ -1,5 +1,6 @@
 #include "planloc/optimum/efficient_set.h"
 
+#include <algorithm>
 #include <chrono>
 #include <optional>
 #include <string>
@@ -33,6 +34,9 @@ class chain_search {
   // Faces and levels in turns from the walk's corner on, beside so many others; false if it was
   // stopped.
   bool walk(chain_walk& w, std::size_t criterion, std::size_t others, pieces& found);
+  double seconds() const {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+  }
   bool must_stop(std::size_t wanted) const;
   void join(pieces down, efficient_piece start, pieces up);
 
@@ -46,7 +50,7 @@ class chain_search {
 std::optional<exact_xy> chain_search::optimum(std::vector<site> sites) {
   minimise_options options;
   options.whole_set = false;
-  options.seconds = options_.seconds;
+  options.seconds = std::max(0.0, options_.seconds - seconds());
   options.stop = options_.stop;
   const problem p(std::move(sites), {problem_.gauges().begin(), problem_.gauges().end()},
                   order_weights::median());
@@ -83,9 +87,7 @@ std::optional<chain_walk> chain_search::corner_of_sum(detail::ray_arrangement& a
 }
 
 bool chain_search::must_stop(std::size_t wanted) const {
-  return wanted > options_.pieces || options_.stop.stop_requested() ||
-         std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count() >
-             options_.seconds;
+  return wanted > options_.pieces || options_.stop.stop_requested() || seconds() > options_.seconds;
 }
 
 bool chain_search::walk(chain_walk& w, std::size_t criterion, std::size_t others, pieces& found) {
@@ -130,8 +132,7 @@ efficient_chain chain_search::run() {
       chain_.status = efficient_status::stopped;
     join(std::move(below), std::move(middle), std::move(above));
   }
-  chain_.counters.seconds =
-      std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+  chain_.counters.seconds = seconds();
   return std::move(chain_);
 }
 
