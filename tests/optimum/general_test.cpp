@@ -5,6 +5,7 @@
 #include <functional>
 #include <limits>
 #include <numbers>
+#include <stop_token>
 #include <vector>
 
 #include "arrangement.h"
@@ -267,6 +268,16 @@ TEST(General, NarrowestRing) {
     }
   }
   EXPECT_GE(rings, 6);
+  // A search that is to end does not look for better places first, neither near nor far away.
+  const problem p(cases[9], {gauge::euclidean()}, order_weights::range());
+  std::stop_source stop;
+  stop.request_stop();
+  minimise_options stopped;
+  stopped.stop = stop.get_token();
+  const solution s = minimise(p, stopped);
+  EXPECT_EQ(s.status, solution_status::stopped);
+  EXPECT_GT(s.value, 1.001 * minimise(p).value);
+  EXPECT_EQ(verify(p, s).reason, "");
 }
 
 // Places as far from all sites as from any other, one or a whole curve of them: no relative gap can

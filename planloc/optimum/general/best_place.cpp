@@ -100,22 +100,24 @@ void best_place::try_sites() {
   }
 }
 
-void best_place::try_grid(double half) {
+void best_place::try_grid(double half, const std::function<bool()>& done) {
   evaluator evaluate(problem_, table_);
   const auto along = [half](int k) { return (2.0 * k / (kGridPlaces - 1) - 1) * half; };
   for (int j = 0; j < kGridPlaces; ++j) {
     for (int k = 0; k < kGridPlaces; ++k) {
+      if (done()) return;
       const xy at{along(j), along(k)};
       offer(to_exact(at), evaluate(at).value);
     }
   }
 }
 
-void best_place::walk_down(double half) {
+void best_place::walk_down(double half, const std::function<bool()>& done) {
   evaluator evaluate(problem_, table_);
   double step = 2 * half / (kGridPlaces - 1);
   for (int finer = 0; finer < kFinerSteps; step /= 2, ++finer) {
     for (int tries = 0, k = 0; k < 8 && tries < 64; ++tries) {
+      if (done()) return;
       const xy from = to_nearest(at_);
       const double angle = k * std::numbers::pi / 4;
       const xy to{from.x + step * std::cos(angle), from.y + step * std::sin(angle)};

@@ -44,12 +44,12 @@ class best_place {
 
   // Offers some of the sites.
   void try_sites();
-  // Offers the places of a grid over the square of half side `half`.
-  void try_grid(double half);
-  // Walks from the best place, with steps that shrink from those of that grid on.
-  void walk_down(double half);
-  // Where gauges are smooth and f is nowhere negative: steps towards a value of 0, until `done`
-  // says that the best value is small enough, if much was gained since the last time.
+  // Offers the places of a grid over the square of half side `half`, until `done`.
+  void try_grid(double half, const std::function<bool()>& done);
+  // Walks from the best place, with steps that shrink from those of that grid on, until `done`.
+  void walk_down(double half, const std::function<bool()>& done);
+  // Where gauges are smooth and f is nowhere negative: steps towards a value of 0, until `done`, if
+  // much was gained since the last time.
   void step_to_zero(const std::function<bool()>& done);
 
  private:

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "planloc/optimum/general/recession.h"
+#include "planloc/optimum/general/search_tree.h"
 
 namespace planloc::detail {
 
@@ -59,7 +60,8 @@ class far_boxes {
     margin_ = kRounding * steep * most;
   }
 
-  far_level search(double target, const std::function<double(const xy&)>& try_place) {
+  far_level search(double target, const std::function<double(const xy&)>& try_place,
+                   const std::function<bool()>& done) {
     const auto later = [](const far_box& a, const far_box& b) { return a.bound > b.bound; };
     for (int side = 0; side < 4; ++side) {
       nodes_.push_back({});
@@ -69,7 +71,7 @@ class far_boxes {
     std::make_heap(open_.begin(), open_.end(), later);
     const bool slow = gauge_.kind() == gauge::shape::lp;
     const std::size_t most = slow ? kMostSlowBoxes : kMostBoxes;
-    while (open_.front().bound < target && nodes_.size() < most) {
+    while (open_.front().bound < target && nodes_.size() < most && !done()) {
       std::pop_heap(open_.begin(), open_.end(), later);
       const far_box b = open_.back();
       if (b.s.high - b.s.low < kLeastWidth) break;
@@ -87,7 +89,7 @@ class far_boxes {
     }
     double least = std::numeric_limits<double>::infinity();
     for (const far_box& b : open_) least = std::min(least, b.bound);
-    return {least, reasons()};
+    return {least, reasons_from(nodes_, {0, 1, 2, 3})};
   }
 
  private:
@@ -171,20 +173,6 @@ class far_boxes {
     return sum;
   }
 
-  std::vector<reason> reasons() const {
-    std::vector<reason> result;
-    std::vector<std::uint32_t> left{3, 2, 1, 0};
-    while (!left.empty()) {
-      const node& n = nodes_[left.back()];
-      left.pop_back();
-      result.push_back(n.why);
-      if (n.first_child == 0) continue;
-      left.push_back(n.first_child + 1);
-      left.push_back(n.first_child);
-    }
-    return result;
-  }
-
   const problem& problem_;
   const distance_table& table_;
   const gauge& gauge_;
@@ -204,8 +192,9 @@ bool levels_everywhere(const problem& p) {
 }
 
 far_level search_far_boxes(const problem& p, const distance_table& table, double reach,
-                           double target, const std::function<double(const xy&)>& try_place) {
-  return far_boxes(p, table, reach).search(target, try_place);
+                           double target, const std::function<double(const xy&)>& try_place,
+                           const std::function<bool()>& done) {
+  return far_boxes(p, table, reach).search(target, try_place, done);
 }
 
 }  // namespace planloc::detail

@@ -150,6 +150,7 @@ class general_search {
   bool give_up(const cell& c);
   double bound() const;
   double proved_bound();
+  bool limit_reached() const;
   bool must_stop();
   double seconds() const;
   bool holds_all_sites(const detail::triangle& t) const;
@@ -203,13 +204,17 @@ double general_search::proved_bound() {
   return std::min({tree_.prune(), outside_, best_.value() - tolerance()});
 }
 
+bool general_search::limit_reached() const {
+  return options_.stop.stop_requested() || seconds() > options_.seconds;
+}
+
 bool general_search::must_stop() {
   if (options_.progress && cells_ >= cells_to_report_) {
     reported_bound_ = std::max(reported_bound_, bound());
     options_.progress({best_.value(), reported_bound_, tree_.open_cells().size()});
     cells_to_report_ = cells_ + kCellsBetweenReports;
   }
-  return options_.stop.stop_requested() || seconds() > options_.seconds || cells_ >= options_.cells;
+  return limit_reached() || cells_ >= options_.cells;
 }
 
 // Where f may come near its least value only far away, a bound without triangles.
@@ -237,7 +242,7 @@ bool general_search::least_possible() {
 
 void general_search::step_to_zero() {
   if (never_negative_ && !problem_.polyhedral())
-    best_.step_to_zero([this] { return least_possible(); });
+    best_.step_to_zero([this] { return least_possible() || limit_reached(); });
 }
 
 // Whether the square of the extent lies in the triangle.
@@ -261,10 +266,11 @@ double general_search::half_of_square(const detail::recession& far) const {
 // A square outside of which nothing is better than the best place, or hardly.
 void general_search::bound_far_places(detail::recession& far) {
   if (least_possible()) return;
+  const auto ended = [this] { return limit_reached(); };
   const double near = kLevelExtents * roundings_.extent / 2;
-  best_.try_grid(near);
+  best_.try_grid(near, ended);
   step_to_zero();
-  if (!least_possible()) best_.walk_down(near);
+  if (!least_possible()) best_.walk_down(near, ended);
   step_to_zero();
   if (least_possible()) return;
   detail::evaluator evaluate(problem_, table_);
@@ -276,13 +282,13 @@ void general_search::bound_far_places(detail::recession& far) {
   far.kind = growth::levels;
   for (;;) {
     const double reach = half_of_square(far) * branch_certificate::kInside;
-    detail::far_level level =
-        detail::search_far_boxes(problem_, table_, reach, best_.value() - tolerance(), try_place);
+    detail::far_level level = detail::search_far_boxes(
+        problem_, table_, reach, best_.value() - tolerance(), try_place, ended);
     outside_ = level.bound;
     far.outside = std::move(level.outside);
     const xy at = to_nearest(best_.at());
     const double away = std::max(std::fabs(at.x), std::fabs(at.y));
-    if (2 * away <= reach || away > kFarthestExtents * roundings_.extent) return;
+    if (2 * away <= reach || away > kFarthestExtents * roundings_.extent || ended()) return;
     far.half = 4 * away;
   }
 }

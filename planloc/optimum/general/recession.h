@@ -81,13 +81,14 @@ bool levels_everywhere(const problem& p);
 // distance of a site exceeds that of the base by what the gauge's slopes along the way from the
 // base to the site, seen from x, say; they hardly change where x is far, and without end in the
 // same direction. Tried until f is nowhere less than `target` or what `try_place` returns for a
-// place outside, or enough was tried.
+// place outside, or enough was tried, or `done`; the bound holds whenever it ends.
 struct far_level {
   double bound;
   std::vector<branch_certificate::reason> outside;
 };
 far_level search_far_boxes(const problem& p, const distance_table& table, double reach,
-                           double target, const std::function<double(const xy&)>& try_place);
+                           double target, const std::function<double(const xy&)>& try_place,
+                           const std::function<bool()>& done);
 
 // Whether the recession function, `origin` with its table, is surely negative in a direction.
 bool surely_falls(const problem& origin, const distance_table& table, const xy& u);

@@ -65,18 +65,4 @@ double search_tree::prune() {
   return least;
 }
 
-std::vector<search_tree::reason> search_tree::reasons() const {
-  std::vector<reason> result;
-  std::vector<std::uint32_t> left(roots_.rbegin(), roots_.rend());
-  while (!left.empty()) {
-    const node& n = nodes_[left.back()];
-    left.pop_back();
-    result.push_back(n.why);
-    if (n.first_child == 0) continue;
-    left.push_back(n.first_child + 1);
-    left.push_back(n.first_child);
-  }
-  return result;
-}
-
 }  // namespace planloc::detail

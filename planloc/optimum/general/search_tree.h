@@ -12,6 +12,24 @@
 
 namespace planloc::detail {
 
+// The reasons of all nodes, as a certificate has them: each followed by those of its two halves.
+// `first_child` is 0 in a leaf.
+template <class Node>
+std::vector<branch_certificate::reason> reasons_from(const std::vector<Node>& nodes,
+                                                     const std::vector<std::uint32_t>& roots) {
+  std::vector<branch_certificate::reason> result;
+  std::vector<std::uint32_t> left(roots.rbegin(), roots.rend());
+  while (!left.empty()) {
+    const Node& n = nodes[left.back()];
+    left.pop_back();
+    result.push_back(n.why);
+    if (n.first_child == 0) continue;
+    left.push_back(n.first_child + 1);
+    left.push_back(n.first_child);
+  }
+  return result;
+}
+
 class search_tree {
  public:
   using reason = branch_certificate::reason;
@@ -33,7 +51,7 @@ class search_tree {
   // Halves with a worse bound than their cell had are taken back, so a search that goes on longer
   // proves no less. Returns the least bound of a leaf.
   double prune();
-  std::vector<reason> reasons() const;
+  std::vector<reason> reasons() const { return reasons_from(nodes_, roots_); }
 
  private:
   struct node {
