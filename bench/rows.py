@@ -139,15 +139,16 @@ FILES_AND_MODELS = [
         "Three numbers and a name a line, from memory; the peer is a loop of `strtod` that skips the names and keeps "
         "nothing. We also check every character, and make locations and texts: two fifths of our time are the "
         "scanner's table of states, a quarter the memory of a location's arrays and of its name.", what="records"),
-    Row("modelling", "The modelling layer", "expressions",
-        ["CLP addRow", "CoinModel", "CoinPackedMatrix", "CLP at once"], [1000, 10000, 30000, 100000],
-        "Three terms a row, through expressions and sent, beside the ways to build CLP's model by hand: a row at a "
-        "time into the solver (`addRow`, whose time grows with the square of the rows), `CoinModel`, CLP's own "
-        "modelling tool, which finds entries again by row and column, rows appended to a matrix with room for them, "
-        "and arrays that stand already handed over at once. The last two copy memory and nothing else: a lower bound. "
-        "An expression is six nodes a row that a table finds again, so that equal ones are one object; their memory, "
-        "and the table's, is what the time goes to. The solve that follows takes some twenty times as long.",
-        what="rows"),
+    Row("modelling", "The modelling layer", "expressions", ["arrays by hand", "CoinModel", "CLP addRow"],
+        [1000, 10000, 30000, 100000],
+        "Three terms a row, through expressions and up to where CLP could solve, beside the same by hand: arrays that "
+        "grow and are loaded once; `CoinModel`, CLP's own modelling tool, which finds entries again by row and column; "
+        "and `addRow`, a row at a time into the solver, whose time grows with the square of the rows. Rows appended to "
+        "a matrix with room for them and arrays that stand already are the floor. An expression is five nodes a row "
+        "that stay and of which equal ones are one object: that is what the arrays do without. Half of our time is "
+        "the system giving out memory for them, most of the rest waiting for that of variables, which rows meet in any "
+        "order. The solve that follows takes some twenty times as long.",
+        what="rows", also=["CoinPackedMatrix", "CLP at once"]),
     Row("tool", "`planloc solve` on a table", "py planloc solve", ["py ogrinfo -al"], [100, 1000, 10000, 100000],
         "From CSV to the answer and the table of the sites; the peer reads and prints the table. Whole processes, with "
         "their start, most of which is GDAL's, and their whole memory. What we take longer is the solve and the table "

@@ -1,6 +1,7 @@
 #include "planloc/engine/constraint.h"
 
 #include <algorithm>
+#include <cmath>
 #include <ostream>
 
 #include "planloc/engine/float_exp_impl.h"
@@ -10,120 +11,166 @@
 namespace planloc {
 namespace {
 
-struct Sides {
-  IlcVariableRange::Range left;
-  IlcVariableRange::Range right;
-  bool repeated;
-};
-
-Sides sidesOf(IlcFloatExpI* left, IlcFloatExpI* right) {
-  IlcVariableRange& range = left->getManager()->variableRange();
-  range.start();
-  const auto left_range = range.of(left);
-  const auto right_range = range.of(right);
-  return {left_range, right_range, range.repeated()};
-}
-
-// left <= right. With the flag set it was written right >= left, and keeps that form as a row.
-class LessOrEqualI final : public IlcConstraintI {
+// A side of a constraint: an expression, or a number that needs no node.
+class Side {
  public:
-  LessOrEqualI(IlcManagerI* manager, bool flag, IlcFloatExpI* left, IlcFloatExpI* right)
-      : IlcConstraintI(manager), flag_(flag), left_(left), right_(right) {}
+  explicit Side(IlcFloatExpI* exp) : exp_(exp) {}
+  explicit Side(double number) : number_(number) {}
 
-  void post() override { propagate(); }
-  void propagate() override {
-    left_->setRange(-IlcInfinity, right_->getMax());
-    right_->setRange(left_->getMin(), IlcInfinity);
+  double getMin() const { return exp_ ? exp_->getMin() : number_; }
+  double getMax() const { return exp_ ? exp_->getMax() : number_; }
+  void setRange(IlcManagerI* manager, double min, double max) const {
+    if (exp_) return exp_->setRange(min, max);
+    if (!(min <= number_ && max >= number_)) manager->fail(nullptr);
   }
-  bool isAlreadySatisfied() override { return standing().satisfied; }
-  bool hasAUniqueSolution() override { return standing().unique; }
-  Standing standing() override {
-    const auto [left, right, repeated] = sidesOf(left_, right_);
-    return {left.max <= right.min, !repeated && left.min == right.max};
+  void walk(IlcLinearVisitor& visitor, double coefficient) const {
+    if (exp_) return visitor.walk(exp_, coefficient);
+    visitor.addConstant(coefficient * number_);
   }
-  void linParse(IlcLinearVisitor& visitor) override {
-    visitor.walk(flag_ ? right_ : left_, 1.0);
-    visitor.walk(flag_ ? left_ : right_, -1.0);
-  }
-  void linPost(IlcLinearSolverI& solver, IlcFloatArray coefficients, IlcFloatVarArray vars,
-               double rhs) override {
-    if (flag_) {
-      solver.greaterOrEqual(coefficients, vars, rhs - knownExcess());
-    } else {
-      solver.lessOrEqual(coefficients, vars, rhs + knownExcess());
-    }
-  }
-  void display(std::ostream& out) const override {
-    if (flag_) {
-      out << IlcFloatExp(right_) << " >= " << IlcFloatExp(left_);
-    } else {
-      out << IlcFloatExp(left_) << " <= " << IlcFloatExp(right_);
-    }
+  bool operator==(const Side&) const = default;
+  friend std::ostream& operator<<(std::ostream& out, const Side& side) {
+    return side.exp_ ? out << IlcFloatExp(side.exp_) : out << side.number_;
   }
 
  private:
-  // The manager can know ranges of both sides by which the constraint holds, from another
-  // constraint of the same expression. The program does not know them, so its row takes the limit
-  // of left - right that they give; 0 otherwise.
-  double knownExcess() {
-    if (!getManager()->knowsRanges()) return 0.0;
-    return std::min(0.0, left_->getMax() - right_->getMin());
-  }
-
-  bool flag_;
-  IlcFloatExpI* left_;
-  IlcFloatExpI* right_;
+  IlcFloatExpI* exp_ = nullptr;
+  double number_ = 0.0;
 };
 
-class EqualI final : public IlcConstraintI {
+// What the kinds of constraints share: two sides, of which the row has the first positive.
+class ComparisonI : public IlcConstraintI {
  public:
-  EqualI(IlcManagerI* manager, IlcFloatExpI* left, IlcFloatExpI* right)
+  ComparisonI(IlcManagerI* manager, const Side& left, const Side& right)
       : IlcConstraintI(manager), left_(left), right_(right) {}
 
   void post() override { propagate(); }
-  void propagate() override {
-    left_->setRange(right_->getMin(), right_->getMax());
-    right_->setRange(left_->getMin(), left_->getMax());
-  }
   bool isAlreadySatisfied() override { return standing().satisfied; }
   bool hasAUniqueSolution() override { return standing().unique; }
-  Standing standing() override {
-    const auto [left, right, repeated] = sidesOf(left_, right_);
-    const bool fixed = left.max == right.min && left.min == right.max;
-    return {left_ == right_ || fixed,
-            !repeated && (left.min == right.max || left.max == right.min)};
-  }
   void linParse(IlcLinearVisitor& visitor) override {
-    visitor.walk(left_, 1.0);
-    visitor.walk(right_, -1.0);
+    left_.walk(visitor, 1.0);
+    right_.walk(visitor, -1.0);
+  }
+  Standing linJudge(IlcRangeVisitor& visitor) override {
+    IlcVariableRange& range = visitor.range();
+    range.start();
+    left_.walk(visitor, 1.0);
+    const auto left = range.take();
+    right_.walk(visitor, -1.0);
+    const auto right = -range.take();
+    return judge(left, right, range.repeated());
+  }
+
+ protected:
+  using Range = IlcVariableRange::Range;
+
+  ~ComparisonI() = default;
+
+  virtual Standing judge(const Range& left, const Range& right, bool repeated) const = 0;
+  void display(std::ostream& out, const char* sign) const { out << left_ << sign << right_; }
+
+  Side left_;
+  Side right_;
+
+ private:
+  Standing standing() {
+    IlcRangeVisitor visitor(getManager()->variableRange());
+    return linJudge(visitor);
+  }
+};
+
+void narrow_to_order(IlcManagerI* manager, const Side& less, const Side& more) {
+  less.setRange(manager, -IlcInfinity, more.getMax());
+  more.setRange(manager, less.getMin(), IlcInfinity);
+}
+
+// The manager can know ranges of both sides by which less <= more holds, from another constraint of
+// the same expression. The program does not know them, so its row takes the limit of less - more
+// that they give; 0 otherwise.
+double known_excess(IlcManagerI* manager, const Side& less, const Side& more) {
+  if (!manager->knowsRanges()) return 0.0;
+  return std::min(0.0, less.getMax() - more.getMin());
+}
+
+class LessOrEqualI final : public ComparisonI {
+ public:
+  using ComparisonI::ComparisonI;
+
+  void propagate() override { narrow_to_order(getManager(), left_, right_); }
+  void linPost(IlcLinearSolverI& solver, IlcFloatArray coefficients, IlcFloatVarArray vars,
+               double rhs) override {
+    solver.lessOrEqual(coefficients, vars, rhs + known_excess(getManager(), left_, right_));
+  }
+  void display(std::ostream& out) const override { ComparisonI::display(out, " <= "); }
+
+ protected:
+  Standing judge(const Range& left, const Range& right, bool repeated) const override {
+    return {left.max <= right.min, !repeated && left.min == right.max};
+  }
+};
+
+class GreaterOrEqualI final : public ComparisonI {
+ public:
+  using ComparisonI::ComparisonI;
+
+  void propagate() override { narrow_to_order(getManager(), right_, left_); }
+  void linPost(IlcLinearSolverI& solver, IlcFloatArray coefficients, IlcFloatVarArray vars,
+               double rhs) override {
+    solver.greaterOrEqual(coefficients, vars, rhs - known_excess(getManager(), right_, left_));
+  }
+  void display(std::ostream& out) const override { ComparisonI::display(out, " >= "); }
+
+ protected:
+  Standing judge(const Range& left, const Range& right, bool repeated) const override {
+    return {right.max <= left.min, !repeated && right.min == left.max};
+  }
+};
+
+class EqualI final : public ComparisonI {
+ public:
+  using ComparisonI::ComparisonI;
+
+  void propagate() override {
+    left_.setRange(getManager(), right_.getMin(), right_.getMax());
+    right_.setRange(getManager(), left_.getMin(), left_.getMax());
   }
   void linPost(IlcLinearSolverI& solver, IlcFloatArray coefficients, IlcFloatVarArray vars,
                double rhs) override {
     solver.equal(coefficients, vars, rhs);
   }
-  void display(std::ostream& out) const override {
-    out << IlcFloatExp(left_) << " == " << IlcFloatExp(right_);
-  }
+  void display(std::ostream& out) const override { ComparisonI::display(out, " == "); }
 
- private:
-  IlcFloatExpI* left_;
-  IlcFloatExpI* right_;
+ protected:
+  Standing judge(const Range& left, const Range& right, bool repeated) const override {
+    const bool fixed = left.max == right.min && left.min == right.max;
+    return {left_ == right_ || fixed,
+            !repeated && (left.min == right.max || left.max == right.min)};
+  }
 };
 
-template <typename Kind, typename... Args>
-IlcConstraint new_constraint(IlcManagerI* manager, Args... args) {
-  IlcConstraintI* const impl = new (manager) Kind(manager, args...);
-  return impl;
-}
-
-IlcManagerI* common_manager(IlcFloatExp a, IlcFloatExp b) {
+template <typename Kind>
+IlcConstraint compared(IlcFloatExp a, IlcFloatExp b) {
   detail::ilc_assert(a.getImpl() != nullptr && b.getImpl() != nullptr, "exp.getImpl() != 0");
-  return a.getImpl()->getManager();
+  IlcManagerI* const m = a.getImpl()->getManager();
+  return IlcConstraint(new (m) Kind(m, Side(a.getImpl()), Side(b.getImpl())));
 }
 
-IlcFloatExp number_beside(IlcFloatExp e, double c) {
+// Zero is a variable of the manager, and a number that is none has bounds as an expression alone.
+Side side_of(IlcManagerI* manager, double c) {
+  return c == 0.0 || !std::isfinite(c) ? Side(ilc_number(manager, c).getImpl()) : Side(c);
+}
+
+template <typename Kind>
+IlcConstraint compared(IlcFloatExp e, double c) {
   detail::ilc_assert(e.getImpl() != nullptr, "exp.getImpl() != 0");
-  return ilc_number(e.getImpl()->getManager(), c);
+  IlcManagerI* const m = e.getImpl()->getManager();
+  return IlcConstraint(new (m) Kind(m, Side(e.getImpl()), side_of(m, c)));
+}
+
+template <typename Kind>
+IlcConstraint compared(double c, IlcFloatExp e) {
+  detail::ilc_assert(e.getImpl() != nullptr, "exp.getImpl() != 0");
+  IlcManagerI* const m = e.getImpl()->getManager();
+  return IlcConstraint(new (m) Kind(m, side_of(m, c), Side(e.getImpl())));
 }
 
 }  // namespace
@@ -140,9 +187,11 @@ bool IlcConstraintI::hasAUniqueSolution() {
   return false;
 }
 
-IlcConstraintI::Standing IlcConstraintI::standing() {
-  const bool satisfied = isAlreadySatisfied();
-  return {satisfied, !satisfied && hasAUniqueSolution()};
+IlcConstraintI::Standing IlcConstraintI::linJudge(IlcRangeVisitor& visitor) {
+  if (isAlreadySatisfied()) return {true, false};
+  const bool unique = hasAUniqueSolution();
+  linParse(visitor);
+  return {false, unique};
 }
 
 void IlcConstraintI::linParse(IlcLinearVisitor&) { notImplemented("linParse not implemented"); }
@@ -155,32 +204,23 @@ void IlcConstraintI::notImplemented(const char* text) const {
   manager_->getErrorReporter()->error(kIlcUsageError, text);
 }
 
-IlcConstraint operator<=(IlcFloatExp a, IlcFloatExp b) {
-  IlcManagerI* const m = common_manager(a, b);
-  return new_constraint<LessOrEqualI>(m, false, a.getImpl(), b.getImpl());
-}
+IlcConstraint operator<=(IlcFloatExp a, IlcFloatExp b) { return compared<LessOrEqualI>(a, b); }
 
-IlcConstraint operator<=(IlcFloatExp e, double c) { return e <= number_beside(e, c); }
+IlcConstraint operator<=(IlcFloatExp e, double c) { return compared<LessOrEqualI>(e, c); }
 
-IlcConstraint operator<=(double c, IlcFloatExp e) { return number_beside(e, c) <= e; }
+IlcConstraint operator<=(double c, IlcFloatExp e) { return compared<LessOrEqualI>(c, e); }
 
-IlcConstraint operator>=(IlcFloatExp a, IlcFloatExp b) {
-  IlcManagerI* const m = common_manager(a, b);
-  return new_constraint<LessOrEqualI>(m, true, b.getImpl(), a.getImpl());
-}
+IlcConstraint operator>=(IlcFloatExp a, IlcFloatExp b) { return compared<GreaterOrEqualI>(a, b); }
 
-IlcConstraint operator>=(IlcFloatExp e, double c) { return e >= number_beside(e, c); }
+IlcConstraint operator>=(IlcFloatExp e, double c) { return compared<GreaterOrEqualI>(e, c); }
 
-IlcConstraint operator>=(double c, IlcFloatExp e) { return number_beside(e, c) >= e; }
+IlcConstraint operator>=(double c, IlcFloatExp e) { return compared<GreaterOrEqualI>(c, e); }
 
-IlcConstraint operator==(IlcFloatExp a, IlcFloatExp b) {
-  IlcManagerI* const m = common_manager(a, b);
-  return new_constraint<EqualI>(m, a.getImpl(), b.getImpl());
-}
+IlcConstraint operator==(IlcFloatExp a, IlcFloatExp b) { return compared<EqualI>(a, b); }
 
-IlcConstraint operator==(IlcFloatExp e, double c) { return e == number_beside(e, c); }
+IlcConstraint operator==(IlcFloatExp e, double c) { return compared<EqualI>(e, c); }
 
-IlcConstraint operator==(double c, IlcFloatExp e) { return number_beside(e, c) == e; }
+IlcConstraint operator==(double c, IlcFloatExp e) { return compared<EqualI>(c, e); }
 
 std::ostream& operator<<(std::ostream& out, IlcConstraint ct) {
   detail::ilc_assert(ct.getImpl() != nullptr, "ct.getImpl() != 0");

@@ -13,6 +13,7 @@ namespace planloc {
 
 class IlcLinearSolverI;
 class IlcLinearVisitor;
+class IlcRangeVisitor;
 
 // Implementation of a constraint; lives on the manager's heap and is never destroyed.
 class IlcConstraintI {
@@ -29,14 +30,15 @@ class IlcConstraintI {
   // What a kind without a rule of its own reports: "<member> not implemented".
   virtual bool isAlreadySatisfied();  // by every value that the variables' bounds allow
   virtual bool hasAUniqueSolution();  // the variables' bounds allow exactly one
-  // The answers of both, for the price of one where they rest on the same ranges.
+  // Hands the terms of a row "terms + constant (<=, >=, =) 0" to the visitor.
+  virtual void linParse(IlcLinearVisitor& visitor);
+  // The same, and the answers of both questions, for the price of one walk where they rest on the
+  // same terms. Of a satisfied constraint the terms may be missing.
   struct Standing {
     bool satisfied;
     bool unique;
   };
-  virtual Standing standing();
-  // Hands the terms of a row "terms + constant (<=, >=, =) 0" to the visitor.
-  virtual void linParse(IlcLinearVisitor& visitor);
+  virtual Standing linJudge(IlcRangeVisitor& visitor);
   // Makes the row of the constraint's sense from the parsed terms.
   virtual void linPost(IlcLinearSolverI& solver, IlcFloatArray coefficients, IlcFloatVarArray vars,
                        double rhs);

@@ -2,15 +2,18 @@
 #ifndef PLANLOC_ENGINE_EXPRESSION_TABLE_H_
 #define PLANLOC_ENGINE_EXPRESSION_TABLE_H_
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <limits>
 #include <vector>
 
 #include "planloc/engine/heap.h"
 
 namespace planloc {
 
+class IlcCompoundExpI;
 class IlcFloatExpI;
 
 enum class IlcExpKind : unsigned char {
@@ -33,21 +36,15 @@ struct IlcExpKey {
   bool operator==(const IlcExpKey& other) const;
 };
 
-// An open hash table of nodes on the manager's heap. Nodes that a reset of the heap releases are
-// forgotten with it.
+// All nodes with operands that are on the manager's heap. Building a model is mostly finding out
+// that a node is new, so operands note what can be known without a look at the table, an open hash
+// table: a node with operands, which of the nodes was the first with it on the left; a variable, a
+// bit for each of a few classes of hashes. Nodes that a reset of the heap releases are forgotten
+// with it.
 class IlcExpressionTable final : public IlcHeap::Listener {
  public:
-  // The node with this key; where there is none, the one that build() makes on the heap.
-  template <typename Build>
-  IlcFloatExpI* findOrInsert(const IlcExpKey& key, const Build& build) {
-    const std::uint32_t hash = hashOf(key);
-    const std::size_t at = slotOf(key, hash);
-    if (slots_[at].node) return nodes_[slots_[at].node - 1];
-    nodes_.push_back(build());
-    slots_[at] = {hash, static_cast<std::uint32_t>(nodes_.size())};
-    if (2 * nodes_.size() > slots_.size()) rebuild(2 * slots_.size());
-    return nodes_.back();
-  }
+  // The node with this key; where there is none, a new one on the heap of its left operand.
+  IlcCompoundExpI* findOrInsert(const IlcExpKey& key);
 
   void heapReset(const IlcHeap& heap, IlcHeap::Index index) override;
 
@@ -58,14 +55,25 @@ class IlcExpressionTable final : public IlcHeap::Listener {
     std::uint32_t node = 0;  // its number counted from 1, 0 in an empty slot
   };
 
+  static constexpr std::uint32_t kSeveral = std::numeric_limits<std::uint32_t>::max();
+
+  IlcCompoundExpI* append(const IlcExpKey& key);
+  std::uint32_t number() const { return static_cast<std::uint32_t>(nodes_.size()); }
   static std::uint32_t hashOf(const IlcExpKey& key);
   // The slot of the node with this key, an empty one where there is none.
   std::size_t slotOf(const IlcExpKey& key, std::uint32_t hash) const;
+  void enterLater(const Slot& slot);
+  void enterPending();
+  void enter(const Slot& slot);
   void rebuild(std::size_t slots);
 
-  std::deque<IlcFloatExpI*> nodes_;  // in order of allocation
-  // A power of two, at most half full; linear probing.
+  std::deque<IlcCompoundExpI*> nodes_;  // in order of allocation
+  // A power of two, at most two thirds full; linear probing.
   std::vector<Slot> slots_ = std::vector<Slot>(1024);
+  std::size_t used_ = 0;
+  // Not entered yet.
+  std::array<Slot, 64> waiting_;
+  std::size_t pending_ = 0;
 };
 
 }  // namespace planloc

@@ -17,93 +17,10 @@ void narrow(IlcFloatExpI* exp, double min, double max, std::vector<IlcNarrowing>
   narrowings.push_back({exp, std::min(min, exp->getMax()), std::max(max, exp->getMin())});
 }
 
-bool is_zero(const IlcFloatExpI* exp) { return exp == exp->getManager()->getZero(); }
-
-class SumI final : public IlcFloatExpI {
- public:
-  SumI(IlcManagerI* manager, const IlcExpKey& key) : IlcFloatExpI(manager, key) {}
-
-  void display(std::ostream& out) const override {
-    out << '(' << IlcFloatExp(key().left) << " + " << IlcFloatExp(key().right) << ')';
-  }
-
- protected:
-  void computeBounds(double& min, double& max) const override {
-    min = knownMin(key().left) + knownMin(key().right);
-    max = knownMax(key().left) + knownMax(key().right);
-  }
-  void narrowOperands(double min, double max,
-                      std::vector<IlcNarrowing>& narrowings) const override {
-    IlcFloatExpI* const a = key().left;
-    IlcFloatExpI* const b = key().right;
-    narrow(a, min - b->getMax(), max - b->getMin(), narrowings);
-    narrow(b, min - a->getMax(), max - a->getMin(), narrowings);
-  }
-};
-
-// constant * left for a constant of either sign, and the negation, which is the product by -1.
-class ProductI final : public IlcFloatExpI {
- public:
-  ProductI(IlcManagerI* manager, const IlcExpKey& key) : IlcFloatExpI(manager, key) {}
-
-  void display(std::ostream& out) const override {
-    if (key().kind == IlcExpKind::kNegation) {
-      out << "- " << IlcFloatExp(key().left);
-    } else {
-      out << factor() << " * " << IlcFloatExp(key().left);
-    }
-  }
-
- protected:
-  void computeBounds(double& min, double& max) const override {
-    min = factor() * knownMin(key().left);
-    max = factor() * knownMax(key().left);
-    if (factor() < 0.0) std::swap(min, max);
-  }
-  void narrowOperands(double min, double max,
-                      std::vector<IlcNarrowing>& narrowings) const override {
-    if (factor() < 0.0) std::swap(min, max);
-    narrow(key().left, min / factor(), max / factor(), narrowings);
-  }
-};
-
-class OffsetI final : public IlcFloatExpI {
- public:
-  OffsetI(IlcManagerI* manager, const IlcExpKey& key) : IlcFloatExpI(manager, key) {}
-
-  void display(std::ostream& out) const override {
-    if (is_zero(key().left)) {
-      out << key().constant;
-    } else {
-      out << '(' << IlcFloatExp(key().left) << " + " << key().constant << ')';
-    }
-  }
-
- protected:
-  void computeBounds(double& min, double& max) const override {
-    min = knownMin(key().left) + key().constant;
-    max = knownMax(key().left) + key().constant;
-  }
-  void narrowOperands(double min, double max,
-                      std::vector<IlcNarrowing>& narrowings) const override {
-    narrow(key().left, min - key().constant, max - key().constant, narrowings);
-  }
-};
-
-IlcFloatExpI* build(IlcManagerI* manager, const IlcExpKey& key) {
-  switch (key.kind) {
-    case IlcExpKind::kSum:
-      return new (manager) SumI(manager, key);
-    case IlcExpKind::kOffset:
-      return new (manager) OffsetI(manager, key);
-    default:
-      return new (manager) ProductI(manager, key);
-  }
-}
+bool is_zero(const IlcFloatExpI* exp) { return exp->getManager()->isZero(exp); }
 
 IlcFloatExp shared(const IlcExpKey& key) {
-  IlcManagerI* const manager = key.left->getManager();
-  return manager->expressions().findOrInsert(key, [&] { return build(manager, key); });
+  return key.left->getManager()->expressions().findOrInsert(key);
 }
 
 IlcFloatExpI* checked(const IlcFloatExpI* exp) {
@@ -118,32 +35,29 @@ IlcFloatExpI* checked(const IlcFloatExpI* exp) {
 void IlcLinearVisitor::walk(IlcFloatExpI* exp, double coefficient) {
   const std::size_t bottom = open_.size();
   for (;;) {
-    switch (exp->kind_) {
+    if (exp->isVariable()) {
+      addTerm(coefficient, static_cast<IlcFloatVarI*>(exp));
+      if (open_.size() == bottom) return;
+      exp = open_.back().exp;
+      coefficient = open_.back().coefficient;
+      open_.pop_back();
+      continue;
+    }
+    const auto* const node = static_cast<const IlcCompoundExpI*>(exp);
+    switch (node->kind()) {
       case IlcExpKind::kSum:
-        open_.push_back({exp->right_, coefficient});
-        exp = exp->left_;
-        continue;
+        open_.push_back({node->right(), coefficient});
+        break;
       case IlcExpKind::kOffset:
-        addConstant(coefficient * exp->constant_);
-        exp = exp->left_;
-        continue;
-      case IlcExpKind::kPositiveProduct:
-      case IlcExpKind::kNegativeProduct:
-      case IlcExpKind::kNegation:
-        coefficient *= exp->factor();
-        exp = exp->left_;
-        continue;
-      case IlcExpKind::kVariable:
-        addTerm(coefficient, static_cast<IlcFloatVarI*>(exp));
+        addConstant(coefficient * node->constant());
         break;
       case IlcExpKind::kOther:
-        exp->getManager()->getErrorReporter()->error(kIlcNotLinear, "Not a linear expression");
-        break;
+        return exp->getManager()->getErrorReporter()->error(kIlcNotLinear,
+                                                            "Not a linear expression");
+      default:
+        coefficient *= node->factor();
     }
-    if (open_.size() == bottom) return;
-    exp = open_.back().exp;
-    coefficient = open_.back().coefficient;
-    open_.pop_back();
+    exp = node->left();
   }
 }
 
@@ -151,13 +65,8 @@ void IlcLinearVisitor::walk(IlcFloatExpI* exp, double coefficient) {
 
 void IlcVariableRange::start() {
   ++mark_;
+  range_ = {};
   repeated_ = false;
-}
-
-IlcVariableRange::Range IlcVariableRange::of(IlcFloatExpI* exp) {
-  range_ = {0.0, 0.0};
-  walk(exp, 1.0);
-  return range_;
 }
 
 void IlcVariableRange::addTerm(double coefficient, IlcFloatVarI* var) {
@@ -177,37 +86,28 @@ void IlcVariableRange::addConstant(double constant) {
 // ----- IlcFloatExpI -----
 
 double IlcFloatExpI::getValue() {
-  refresh();
-  if (min_ != max_) {
+  const auto [min, max] = bounds();
+  if (min != max) {
     manager_->getErrorReporter()->error(kIlcUnboundValue, "IlcFloatExpI::getValue",
                                         "unbound constrained variable", this);
   }
-  return min_;
+  return min;
 }
 
-bool IlcFloatExpI::isFresh() const { return isVariable() || epoch_ == manager_->boundsEpoch(); }
-
-void IlcFloatExpI::refresh() {
-  if (!isFresh()) recompute();
+bool IlcFloatExpI::isFresh() const {
+  if (isVariable()) return true;
+  const auto* const known = static_cast<const IlcCompoundExpI*>(this)->bounds_;
+  return known && known->epoch == manager_->boundsEpoch();
 }
 
-void IlcFloatExpI::recompute() {
-  std::vector<IlcFloatExpI*> open{this};
-  while (!open.empty()) {
-    IlcFloatExpI* const exp = open.back();
-    const std::size_t depth = open.size();
-    for (IlcFloatExpI* operand : {exp->right_, exp->left_}) {
-      if (operand && !operand->isFresh()) open.push_back(operand);
-    }
-    if (open.size() > depth) continue;
-    open.pop_back();
-    double min = exp->min_;
-    double max = exp->max_;
-    exp->computeBounds(min, max);
-    exp->min_ = std::max(exp->min_, min);
-    exp->max_ = std::min(exp->max_, max);
-    exp->epoch_ = manager_->boundsEpoch();
-  }
+const IlcFloatExpI::Bounds& IlcFloatExpI::bounds() {
+  if (!isFresh()) static_cast<IlcCompoundExpI*>(this)->recompute();
+  return knownBounds();
+}
+
+IlcFloatExpI::Bounds& IlcFloatExpI::knownBounds() {
+  if (isVariable()) return static_cast<IlcFloatVarI*>(this)->bounds_;
+  return *static_cast<IlcCompoundExpI*>(this)->bounds_;
 }
 
 // The whole narrowing rests on the bounds at its start: noting a change at each step would have the
@@ -226,9 +126,7 @@ void IlcFloatExpI::setRange(double min, double max) {
     open.pop_back();
     if (!next.exp->setOwnRange(next.min, next.max)) continue;
     note.changed = true;
-    if (!next.exp->isVariable()) {
-      next.exp->narrowOperands(next.exp->knownMin(), next.exp->knownMax(), open);
-    }
+    if (!next.exp->isVariable()) static_cast<IlcCompoundExpI*>(next.exp)->narrowOperands(open);
   }
 }
 
@@ -242,36 +140,118 @@ bool IlcFloatExpI::setOwnRange(double min, double max) {
   const double infinity = std::numeric_limits<double>::infinity();
   bool consistent = min <= max;
   if (consistent) {
-    refresh();
-    consistent = max >= min_ && min <= max_ && min != infinity && max != -infinity;
+    const Bounds& own = bounds();
+    consistent = max >= own.min && min <= own.max && min != infinity && max != -infinity;
   }
   if (!consistent) {
     manager_->fail(nullptr);
     return false;
   }
-  if (min <= min_ && max >= max_) return false;
+  Bounds& own = knownBounds();
+  if (min <= own.min && max >= own.max) return false;
   if (!isVariable()) manager_->rangeSet();
-  min_ = std::max(min, min_);
-  max_ = std::min(max, max_);
+  own = {std::max(min, own.min), std::min(max, own.max)};
   return true;
 }
 
-void IlcFloatExpI::computeBounds(double&, double&) const {
-  manager_->getErrorReporter()->error(kIlcUsageError, "access to uninitialised floatvar");
+void IlcFloatExpI::display(std::ostream& out) const {
+  if (isVariable()) return static_cast<const IlcFloatVarI*>(this)->displayVariable(out);
+  const auto& node = static_cast<const IlcCompoundExpI&>(*this);
+  const IlcFloatExp left(node.left());
+  switch (kind_) {
+    case IlcExpKind::kSum:
+      out << '(' << left << " + " << IlcFloatExp(node.right()) << ')';
+      break;
+    case IlcExpKind::kOffset:
+      if (is_zero(node.left())) {
+        out << node.constant();
+      } else {
+        out << '(' << left << " + " << node.constant() << ')';
+      }
+      break;
+    case IlcExpKind::kNegation:
+      out << "- " << left;
+      break;
+    case IlcExpKind::kOther:
+      out << '?';
+      break;
+    default:
+      out << node.constant() << " * " << left;
+  }
 }
 
-void IlcFloatExpI::narrowOperands(double, double, std::vector<IlcNarrowing>&) const {}
+// ----- IlcCompoundExpI -----
+
+void IlcCompoundExpI::recompute() {
+  IlcManagerI* const manager = getManager();
+  std::vector<IlcCompoundExpI*> open{this};
+  while (!open.empty()) {
+    IlcCompoundExpI* const node = open.back();
+    const std::size_t depth = open.size();
+    for (IlcFloatExpI* operand : {node->right(), node->left()}) {
+      if (operand && !operand->isFresh()) open.push_back(static_cast<IlcCompoundExpI*>(operand));
+    }
+    if (open.size() > depth) continue;
+    open.pop_back();
+    if (!node->bounds_) node->bounds_ = new (manager->getGlobalHeap()) KnownBounds;
+    const Bounds computed = node->computeBounds();
+    KnownBounds& known = *node->bounds_;
+    known.min = std::max(known.min, computed.min);
+    known.max = std::min(known.max, computed.max);
+    known.epoch = manager->boundsEpoch();
+  }
+}
+
+IlcFloatExpI::Bounds IlcCompoundExpI::computeBounds() const {
+  const auto known = [](IlcFloatExpI* exp) { return exp->knownBounds(); };
+  switch (kind()) {
+    case IlcExpKind::kSum: {
+      const Bounds a = known(left_);
+      const Bounds b = known(right_);
+      return {a.min + b.min, a.max + b.max};
+    }
+    case IlcExpKind::kOffset: {
+      const Bounds a = known(left_);
+      return {a.min + constant_, a.max + constant_};
+    }
+    case IlcExpKind::kOther:
+      getManager()->getErrorReporter()->error(kIlcUsageError, "access to uninitialised floatvar");
+      return {};
+    default: {
+      const Bounds a = known(left_);
+      const double c = factor();
+      return c < 0.0 ? Bounds{c * a.max, c * a.min} : Bounds{c * a.min, c * a.max};
+    }
+  }
+}
+
+void IlcCompoundExpI::narrowOperands(std::vector<IlcNarrowing>& narrowings) {
+  auto [min, max] = knownBounds();
+  switch (kind()) {
+    case IlcExpKind::kSum:
+      narrow(left_, min - right_->getMax(), max - right_->getMin(), narrowings);
+      narrow(right_, min - left_->getMax(), max - left_->getMin(), narrowings);
+      break;
+    case IlcExpKind::kOffset:
+      narrow(left_, min - constant_, max - constant_, narrowings);
+      break;
+    case IlcExpKind::kOther:
+      break;
+    default:
+      if (factor() < 0.0) std::swap(min, max);
+      narrow(left_, min / factor(), max / factor(), narrowings);
+  }
+}
 
 // ----- IlcFloatVarI -----
 
 IlcFloatVarI::IlcFloatVarI(IlcManagerI* manager, double min, double max, const char* name,
                            bool is_integer)
-    : IlcFloatExpI(manager, {IlcExpKind::kVariable, nullptr, nullptr, 0.0}),
-      name_(ilc_copy_text(manager, name)),
-      is_integer_(is_integer) {
+    : IlcFloatExpI(manager, IlcExpKind::kVariable),
+      bounds_{min, max},
+      name_(ilc_copy_text(manager, name)) {
+  is_integer_ = is_integer;
   if (min > max) manager->fail(nullptr);
-  min_ = min;
-  max_ = max;
 }
 
 double IlcFloatVarI::getPrecision() const { return getManager()->getDefaultPrecision(); }
@@ -285,13 +265,13 @@ double IlcFloatVarI::roundedMax(double max) const {
   return is_integer_ ? std::floor(max + getPrecision() * std::max(1.0, std::fabs(max))) : max;
 }
 
-void IlcFloatVarI::display(std::ostream& out) const {
+void IlcFloatVarI::displayVariable(std::ostream& out) const {
   if (name_) {
     out << name_;
-  } else if (knownMin() == knownMax()) {
-    out << knownMin();
+  } else if (getMin() == getMax()) {
+    out << getMin();
   } else {
-    out << '[' << knownMin() << ".." << knownMax() << ']';
+    out << '[' << getMin() << ".." << getMax() << ']';
   }
 }
 
@@ -393,13 +373,13 @@ IlcFloatExp operator+(double c, IlcFloatExp e) { return e + c; }
 
 // A product takes the sign into its constant, so that a - 2 * b has no more nodes than a + 2 * b.
 IlcFloatExp operator-(IlcFloatExp e) {
-  const IlcExpKey key = checked(e.getImpl())->key();
-  switch (key.kind) {
+  const auto* const node = static_cast<const IlcCompoundExpI*>(checked(e.getImpl()));
+  switch (node->kind()) {
     case IlcExpKind::kNegation:
-      return key.left;
+      return node->left();
     case IlcExpKind::kPositiveProduct:
     case IlcExpKind::kNegativeProduct:
-      return -key.constant * IlcFloatExp(key.left);
+      return -node->constant() * IlcFloatExp(node->left());
     default:
       return -1.0 * e;
   }

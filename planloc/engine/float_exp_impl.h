@@ -42,27 +42,42 @@ class IlcLinearVisitor {
 
 // What the bounds of variables alone say of linear expressions, without ranges that were set on the
 // expressions: a linear program knows the bounds of its columns and nothing else.
-class IlcVariableRange final : public IlcLinearVisitor {
+class IlcVariableRange {
  public:
   struct Range {
-    double min;
-    double max;
+    double min = 0.0;
+    double max = 0.0;
+    Range operator-() const { return {-max, -min}; }
   };
 
   // Begins a group of expressions, in which a repeated variable is looked for.
   void start();
-  // Both ends are attained where no variable is repeated.
-  Range of(IlcFloatExpI* exp);
+  // The range of what was added since the last call. Both ends are attained where no variable is
+  // repeated.
+  Range take() { return std::exchange(range_, {}); }
   // Whether a variable that is not fixed occurred twice since the start.
   bool repeated() const { return repeated_; }
 
-  void addTerm(double coefficient, IlcFloatVarI* var) override;
-  void addConstant(double constant) override;
+  void addTerm(double coefficient, IlcFloatVarI* var);
+  void addConstant(double constant);
 
  private:
-  Range range_{0.0, 0.0};
+  Range range_;
   std::uint32_t mark_ = 0;
   bool repeated_ = false;
+};
+
+// Adds what it walks to the manager's range.
+class IlcRangeVisitor : public IlcLinearVisitor {
+ public:
+  explicit IlcRangeVisitor(IlcVariableRange& range) : range_(range) {}
+  IlcVariableRange& range() { return range_; }
+
+  void addTerm(double coefficient, IlcFloatVarI* var) override { range_.addTerm(coefficient, var); }
+  void addConstant(double constant) override { range_.addConstant(constant); }
+
+ private:
+  IlcVariableRange& range_;
 };
 
 // A bound to pass on to an operand.
@@ -72,68 +87,95 @@ struct IlcNarrowing {
   double max;
 };
 
-// A node: its key and its bounds. Nodes are never destroyed.
+// A node: a variable or, with operands, an IlcCompoundExpI. Nodes are never destroyed, and a model
+// has several a row, so they are kept small.
 class IlcFloatExpI {
  public:
   IlcManagerI* getManager() const { return manager_; }
-  IlcExpKey key() const { return {kind_, left_, right_, constant_}; }
+  IlcExpKind kind() const { return kind_; }
   bool isVariable() const { return kind_ == IlcExpKind::kVariable; }
-  // c in c * left.
-  double factor() const { return kind_ == IlcExpKind::kNegation ? -1.0 : constant_; }
+  // What the expression table notes of the nodes whose left operand this is; 0 without one.
+  std::uint32_t users() const { return users_; }
+  void setUsers(std::uint32_t users) { users_ = users; }
 
-  double getMin() {
-    refresh();
-    return min_;
-  }
-  double getMax() {
-    refresh();
-    return max_;
-  }
+  double getMin() { return bounds().min; }
+  double getMax() { return bounds().max; }
   double getValue();
   void setRange(double min, double max);
 
-  virtual void display(std::ostream& out) const = 0;
+  void display(std::ostream& out) const;
 
  protected:
-  IlcFloatExpI(IlcManagerI* manager, const IlcExpKey& key)
-      : manager_(manager),
-        kind_(key.kind),
-        left_(key.left),
-        right_(key.right),
-        constant_(key.constant) {}
+  struct Bounds {
+    double min = -std::numeric_limits<double>::infinity();
+    double max = std::numeric_limits<double>::infinity();
+  };
+
+  IlcFloatExpI(IlcManagerI* manager, IlcExpKind kind) : manager_(manager), kind_(kind) {}
   ~IlcFloatExpI() = default;
 
-  // Bounds that follow from those of the operands. REQUIRES: the operands' bounds are up to date.
-  virtual void computeBounds(double& min, double& max) const;
-  // Appends what bounds [min, max] of the node mean for its operands. REQUIRES: the common part
-  // with the node's own bounds is not empty.
-  virtual void narrowOperands(double min, double max, std::vector<IlcNarrowing>& narrowings) const;
-
-  // Bounds as of the last refresh.
-  double knownMin() const { return min_; }
-  double knownMax() const { return max_; }
-  static double knownMin(const IlcFloatExpI* exp) { return exp->min_; }
-  static double knownMax(const IlcFloatExpI* exp) { return exp->max_; }
+  bool isFresh() const;
+  // Up to date; of a compound node they are computed when they are asked for.
+  const Bounds& bounds();
+  // As of the last time. REQUIRES: they were asked for.
+  Bounds& knownBounds();
 
  private:
-  friend class IlcFloatVarI;
-  friend class IlcLinearVisitor;
+  friend class IlcCompoundExpI;
 
-  bool isFresh() const;
-  void refresh();
-  void recompute();
   bool setOwnRange(double min, double max);
 
   IlcManagerI* manager_;
   IlcExpKind kind_;
-  std::uint32_t epoch_ = 0;  // of the manager when the bounds were computed
-  IlcFloatExpI* left_;
-  IlcFloatExpI* right_;
-  double constant_;
+
+ protected:
+  bool is_integer_ = false;  // of variables alone, here for the sake of size
+
+ private:
+  std::uint32_t users_ = 0;
+};
+
+class IlcCompoundExpI final : public IlcFloatExpI {
+ public:
+  IlcCompoundExpI(IlcManagerI* manager, const IlcExpKey& key)
+      : IlcFloatExpI(manager, key.kind), left_(key.left) {
+    if (key.kind == IlcExpKind::kSum) {
+      right_ = key.right;
+    } else {
+      constant_ = key.constant;
+    }
+  }
+
+  IlcExpKey key() const { return {kind(), left_, right(), constant()}; }
+  IlcFloatExpI* left() const { return left_; }
+  IlcFloatExpI* right() const { return kind() == IlcExpKind::kSum ? right_ : nullptr; }
+  double constant() const { return kind() == IlcExpKind::kSum ? 0.0 : constant_; }
+  // c in c * left.
+  double factor() const { return kind() == IlcExpKind::kNegation ? -1.0 : constant_; }
+
+ private:
+  friend class IlcFloatExpI;
+
   // Bounds only ever get narrower, so a recomputed bound is the common part with the old one, and a
   // range set on the node itself is not lost.
-  double min_ = -std::numeric_limits<double>::infinity();
-  double max_ = std::numeric_limits<double>::infinity();
+  struct KnownBounds : Bounds {
+    std::uint32_t epoch = 0;  // of the manager when they were computed
+  };
+
+  void recompute();
+  // Bounds that follow from those of the operands. REQUIRES: the operands' bounds are up to date.
+  Bounds computeBounds() const;
+  // Appends what the node's own bounds mean for its operands.
+  void narrowOperands(std::vector<IlcNarrowing>& narrowings);
+
+  IlcFloatExpI* left_;
+  union {
+    IlcFloatExpI* right_;  // of a sum
+    double constant_;      // of the others
+  };
+  // Linear programs never ask for them. On the global heap, since the node can be older than a
+  // reset of the other.
+  KnownBounds* bounds_ = nullptr;
 };
 
 class IlcFloatVarI final : public IlcFloatExpI {
@@ -142,8 +184,8 @@ class IlcFloatVarI final : public IlcFloatExpI {
                bool is_integer = false);
 
   // Those of a variable are always up to date.
-  double getMin() const { return min_; }
-  double getMax() const { return max_; }
+  double getMin() const { return bounds_.min; }
+  double getMax() const { return bounds_.max; }
   const char* getName() const { return name_; }
   double getPrecision() const;
   bool isInteger() const { return is_integer_; }
@@ -159,14 +201,16 @@ class IlcFloatVarI final : public IlcFloatExpI {
   // Whether this is the first call with `mark` since the last with another one.
   bool setMark(std::uint32_t mark) { return std::exchange(mark_, mark) != mark; }
 
-  void display(std::ostream& out) const override;
-
  private:
+  friend class IlcFloatExpI;
+
+  void displayVariable(std::ostream& out) const;
+
+  Bounds bounds_;
+  int column_hint_ = -1;
+  std::uint32_t mark_ = 0;
   const char* name_;
   IlcFloatExpI* definition_ = nullptr;
-  std::uint32_t mark_ = 0;
-  int column_hint_ = -1;
-  bool is_integer_;
 };
 
 // The number c as an expression of the manager.

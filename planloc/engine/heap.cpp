@@ -99,10 +99,6 @@ void* IlcHeap::allocateInNextBlock(std::size_t size) {
 
 }  // namespace planloc
 
-void* operator new(std::size_t size, planloc::IlcHeap* heap) {
-  return heap && heap->isActive() ? heap->allocate(size) : ::operator new(size);
-}
-
 void* operator new(std::size_t size, planloc::IlcManagerI* manager) {
   return ::operator new(size, manager ? manager->getHeap() : nullptr);
 }

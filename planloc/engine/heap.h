@@ -86,7 +86,9 @@ class IlcHeap {
 }  // namespace planloc
 
 // Allocate on an active heap, else on the general heap. A manager stands for its heap.
-void* operator new(std::size_t size, planloc::IlcHeap* heap);
+inline void* operator new(std::size_t size, planloc::IlcHeap* heap) {
+  return heap && heap->isActive() ? heap->allocate(size) : ::operator new(size);
+}
 void* operator new(std::size_t size, planloc::IlcManagerI* manager);
 // Called when a constructor throws; memory of a heap stays there.
 void operator delete(void* memory, planloc::IlcHeap* heap) noexcept;

@@ -83,17 +83,14 @@ void IlcLinOptI::add(IlcConstraint ct, int level) {
   if (level >= 1) getManager()->add(ct.getImpl());
   if (level >= 2) return;
   if (deferred_) return enqueue(ct.getImpl(), level);
-  if (substitute_) {
-    const auto [satisfied, unique] = ct.getImpl()->standing();
-    if (satisfied) return;
-    if (unique && level < 1) return getManager()->add(ct.getImpl());
-  }
-  extract(ct.getImpl());
+  extract(ct.getImpl(), level);
 }
 
-void IlcLinOptI::extract(IlcConstraintI* ct) {
-  parse(ct);
-  if (termCount() == 0 || (substitute_ && termCount() < 2)) return getManager()->add(ct);
+void IlcLinOptI::extract(IlcConstraintI* ct, int level) {
+  const auto [satisfied, unique] = parse(ct);
+  if (substitute_ && satisfied) return;
+  const bool bound = termCount() == 0 || (substitute_ && termCount() < 2);
+  if (bound || (substitute_ && unique && level < 1)) return getManager()->add(ct);
   makeRow(ct);
 }
 

@@ -139,7 +139,7 @@ class IlcLinOptI final : public IlcLinearSolverI {
   template <typename Work>
   void reportingNoMemory(Work work) const;
 
-  void extract(IlcConstraintI* ct);
+  void extract(IlcConstraintI* ct, int level);
   void makeRow(IlcConstraintI* ct);
   void enterRow(IlcFloatArray coefficients, IlcFloatVarArray vars, char sense, double rhs);
   int mapTerms(IlcFloatArray coefficients, IlcFloatVarArray vars);

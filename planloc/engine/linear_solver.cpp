@@ -14,6 +14,7 @@ constexpr int kScratchSize = 1000;
 
 IlcLinearSolverI::IlcLinearSolverI(IlcManagerI* manager)
     : IlcConstraintI(manager),
+      IlcRangeVisitor(manager->variableRange()),
       coefficients_(manager, kScratchSize, 0.0),
       vars_(manager, kScratchSize),
       capacity_(kScratchSize) {}
@@ -64,9 +65,9 @@ void IlcLinearSolverI::startParse() {
   constant_ = 0.0;
 }
 
-void IlcLinearSolverI::parse(IlcConstraintI* ct) {
+IlcConstraintI::Standing IlcLinearSolverI::parse(IlcConstraintI* ct) {
   startParse();
-  ct->linParse(*this);
+  return ct->linJudge(*this);
 }
 
 void IlcLinearSolverI::parse(IlcFloatExpI* exp) {
@@ -76,6 +77,7 @@ void IlcLinearSolverI::parse(IlcFloatExpI* exp) {
 
 void IlcLinearSolverI::addTerm(double coefficient, IlcFloatVarI* var) {
   if (coefficient == 0.0) return;
+  IlcRangeVisitor::addTerm(coefficient, var);
   if (substitute_) {
     const double min = var->getMin();
     const double max = var->getMax();

@@ -9,7 +9,7 @@
 
 namespace planloc {
 
-class IlcLinearSolverI : public IlcConstraintI, protected IlcLinearVisitor {
+class IlcLinearSolverI : public IlcConstraintI, protected IlcRangeVisitor {
  public:
   // An optimiser is never propagated here; both report "Not implemented: IlcLinearSolverI::...".
   void post() override;
@@ -59,7 +59,7 @@ class IlcLinearSolverI : public IlcConstraintI, protected IlcLinearVisitor {
 
   // Parse into the scratch arrays.
   void startParse();
-  void parse(IlcConstraintI* ct);
+  IlcConstraintI::Standing parse(IlcConstraintI* ct);
   void parse(IlcFloatExpI* exp);
   void append(double coefficient, IlcFloatVarI* var);
   int termCount() const { return term_count_; }
@@ -76,7 +76,10 @@ class IlcLinearSolverI : public IlcConstraintI, protected IlcLinearVisitor {
   // The accumulator. Zero coefficients are dropped; with `substitute_` set, so are variables fixed
   // at zero, and other fixed variables are folded into the constant.
   void addTerm(double coefficient, IlcFloatVarI* var) override;
-  void addConstant(double constant) override { constant_ += constant; }
+  void addConstant(double constant) override {
+    IlcRangeVisitor::addConstant(constant);
+    constant_ += constant;
+  }
   void growScratch();
 
   Pending* pending_head_ = nullptr;

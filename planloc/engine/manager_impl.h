@@ -44,6 +44,7 @@ class IlcManagerI {
 
   // The constant zero: a variable on the global heap, made on first use.
   IlcFloatVarI* getZero();
+  bool isZero(const IlcFloatExpI* exp) const { return exp == zero_; }
   IlcExpressionTable& expressions() { return expressions_; }
   IlcVariableRange& variableRange() { return variable_range_; }
 

@@ -151,12 +151,6 @@ TEST_F(ExpressionTest, NumbersAreNoHandles) {
   EXPECT_EXIT(x / 0, kAborted, "Solver Error : divide by zero\n");
 }
 
-struct SquareI final : IlcFloatExpI {
-  explicit SquareI(IlcFloatExp e)
-      : IlcFloatExpI(e.getManager().getImpl(), {IlcExpKind::kOther, e.getImpl(), nullptr, 0.0}) {}
-  void display(std::ostream& out) const override { out << "square"; }
-};
-
 struct BareConstraintI final : IlcConstraintI {
   using IlcConstraintI::IlcConstraintI;
   void post() override {}
@@ -165,7 +159,8 @@ struct BareConstraintI final : IlcConstraintI {
 };
 
 TEST_F(OptimiserTest, NodesWithoutARuleReport) {
-  const IlcFloatExp square(new (m.getHeap()) SquareI(free_variable()));
+  const IlcExpKey key{IlcExpKind::kOther, free_variable().getImpl(), nullptr, 0.0};
+  const IlcFloatExp square(new (m.getHeap()) IlcCompoundExpI(m.getImpl(), key));
   IlcConstraint bare(new (m.getHeap()) BareConstraintI(m.getImpl()));
   IlcConstraintI& impl = *bare.getImpl();
   lp.add(bare);

@@ -2,9 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
+#include <map>
 #include <new>
+#include <random>
+#include <tuple>
 #include <utility>
+#include <vector>
 
 #include "engine_fixture.h"
 
@@ -73,6 +78,39 @@ TEST_F(EngineTest, AResetOfTheHeapForgetsItsExpressions) {
   EXPECT_NE(again.getImpl(), gone);
   EXPECT_EQ((x + 2.0).getImpl(), again.getImpl());
   EXPECT_EQ((x + 1.0).getImpl(), kept.getImpl());
+}
+
+// Random sums, products and offsets, with resets between, beside a map of what was built.
+TEST_F(EngineTest, EqualExpressionsAreOneObject) {
+  std::mt19937 random(7);
+  using Key = std::tuple<int, IlcFloatExpI*, IlcFloatExpI*, double>;
+  std::map<Key, IlcFloatExpI*> known;
+  std::vector<IlcFloatExp> operands{free_variable(), free_variable(), free_variable()};
+  std::vector<std::tuple<IlcHeap::Index, std::size_t, std::map<Key, IlcFloatExpI*>>> marks;
+  int found = 0;
+  for (int i = 0; i < 20000; ++i) {
+    const auto some = [&] { return operands[random() % operands.size()]; };
+    const IlcFloatExp a = some(), b = some();
+    const double c = 2.0 + static_cast<double>(random() % 9);
+    const int kind = static_cast<int>(random() % 3);
+    if (kind == 0 && a.getImpl() == b.getImpl()) continue;
+    const IlcFloatExp e = kind == 0 ? a + b : kind == 1 ? c * a : a + c;
+    const Key key{kind, a.getImpl(), kind == 0 ? b.getImpl() : nullptr, kind == 0 ? 0.0 : c};
+    const auto [at, is_new] = known.try_emplace(key, e.getImpl());
+    ASSERT_EQ(at->second, e.getImpl()) << e;
+    found += !is_new;
+    if (is_new && operands.size() < 300) operands.push_back(e);
+    if (random() % 500 == 0) marks.emplace_back(m.getHeap()->getIndex(), operands.size(), known);
+    if (random() % 900 == 0 && !marks.empty()) {
+      auto [index, size, before] = marks.back();
+      marks.pop_back();
+      m.getHeap()->reset(index);
+      std::memset(m.getHeap()->allocate(4096), 0, 4096);
+      operands.resize(std::min(size, operands.size()));
+      known = before;
+    }
+  }
+  EXPECT_GT(found, 500);
 }
 
 }  // namespace
