@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "instances.h"
+#include "message_of.h"
 #include "planloc/optimum/location_allocation.h"
 #include "planloc/optimum/minimise.h"
 
@@ -247,18 +248,12 @@ TEST(LocationAllocation, SpoiledAnswersAreRefused) {
 }
 
 TEST(LocationAllocation, BadInputIsNamed) {
-  const auto message_of = [](std::size_t count, std::vector<xy> existing) -> std::string {
-    try {
-      allocation_problem({{}}, {gauge::l1()}, count, std::move(existing));
-    } catch (const bad_problem& e) {
-      return e.what();
-    }
-    return "";
+  const auto beside = [](const std::vector<xy>& existing) {
+    return message_of([&] { allocation_problem({{}}, {gauge::l1()}, 0, existing); });
   };
-  EXPECT_EQ(message_of(0, {}), "no facility, new or existing");
-  EXPECT_EQ(message_of(0, {{0, 0}, {0, INFINITY}}),
-            "y of existing facility 1 is inf: must be finite");
-  EXPECT_EQ(message_of(0, {{-1e40, 0}}),
+  EXPECT_EQ(beside({}), "no facility, new or existing");
+  EXPECT_EQ(beside({{0, 0}, {0, INFINITY}}), "y of existing facility 1 is inf: must be finite");
+  EXPECT_EQ(beside({{-1e40, 0}}),
             "x of existing facility 0 is -1e+40: must be at most 1e36 in magnitude");
 }
 

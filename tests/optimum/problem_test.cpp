@@ -1,21 +1,14 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <functional>
 #include <limits>
 
+#include "message_of.h"
 #include "planloc/optimum/problem.h"
 
 namespace planloc {
 namespace {
-
-std::string message_of(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const bad_problem& e) {
-    return e.what();
-  }
-  return "";
-}
 
 TEST(Problem, BadInputIsNamed) {
   constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
