@@ -196,6 +196,13 @@ void distance_table::count_from(const problem& p, const xy& new_base) {
   }
 }
 
+double distance_table::extent() const {
+  double most = 0;
+  for (std::size_t k = 0; k < size(); ++k)
+    most = std::max({most, std::fabs(x[k]), std::fabs(y[k])});
+  return most;
+}
+
 std::size_t distance_table::nearest(const xy& at) const {
   std::size_t best = 0;
   double least = std::numeric_limits<double>::infinity();

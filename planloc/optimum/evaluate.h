@@ -98,6 +98,9 @@ class distance_table {
 
   // Counts places from another base.
   void count_from(const problem& p, const xy& new_base);
+  // The largest of the sites' coordinates, in magnitude.
+  double extent() const;
+
   // The slot whose site is nearest to a place, in the maximum norm.
   std::size_t nearest(const xy& at) const;
 

@@ -425,7 +425,7 @@ cut_model convex_search::closer_model() {
 
 // Weights over many orders of magnitude leave doubles too far from the vertex to be snapped.
 void convex_search::prove_by_exact_cuts() {
-  const double radius = evaluate_.level_radius(best_);  // 0 where the optimum is, or nearly
+  const double radius = evaluate_.level_radius(best_);  // 0 where f is, or nearly
   detail::exact_cuts cuts(absolute(best_.at), mpq_class(radius > 0 ? 2 * radius : extent_));
   for (const cut_model::support& s : model_.supports()) {
     cuts.add_pieces_at({problem_, table_, *edges_, absolute(s.place)}, {1, 0});

@@ -27,13 +27,6 @@ double rounding_of_sums(const problem& p) {
   return 0x1p-53 * (p.polyhedral() ? 256 + 16 * sites : 48 + 4 * sites);
 }
 
-double extent_of(const distance_table& table) {
-  double most = 0;
-  for (std::size_t k = 0; k < table.size(); ++k)
-    most = std::max({most, std::fabs(table.x[k]), std::fabs(table.y[k])});
-  return most > 0 ? most : 1;
-}
-
 xy middle_of(std::span<const site> sites) {
   const auto middle = [&](double site::*of) {
     const auto [low, high] = std::minmax_element(
@@ -61,7 +54,9 @@ double value_roundings::more_at(const xy& at) const {
 
 value_roundings roundings_of(const problem& p, const distance_table& table) {
   const double of_sums = rounding_of_sums(p);
-  return {extent_of(table), of_sums, p.polyhedral() ? 0 : of_sums * size_of_terms(p, table.base),
+  const double extent = table.extent();
+  return {extent > 0 ? extent : 1, of_sums,
+          p.polyhedral() ? 0 : of_sums * size_of_terms(p, table.base),
           size_of_terms(p, middle_of(p.sites()))};
 }
 

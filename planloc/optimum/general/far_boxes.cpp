@@ -50,9 +50,7 @@ class far_boxes {
  public:
   far_boxes(const problem& p, const distance_table& table, double reach)
       : problem_(p), table_(table), gauge_(p.gauge_of(0)), reach_(reach) {
-    double most = 0;
-    for (std::size_t k = 0; k < table.size(); ++k)
-      most = std::max({most, std::fabs(table.x[k]), std::fabs(table.y[k])});
+    const double most = table.extent();
     slower_ = most > 0 ? std::ldexp(1, std::ilogb(most) - std::ilogb(reach)) : 1;
     double steep = 0;
     for (const order_run& r : p.runs())

@@ -49,10 +49,11 @@ double largest(const exact_xy& u) {
 class far_sectors {
  public:
   far_sectors(const problem& p, const distance_table& table)
-      : problem_(p), table_(table), edges_(table), kinds_(kinds_of_growth(p, table)) {
-    for (std::size_t k = 0; k < table.size(); ++k)
-      extent_ = std::max({extent_, std::fabs(table.x[k]), std::fabs(table.y[k])});
-  }
+      : problem_(p),
+        table_(table),
+        edges_(table),
+        kinds_(kinds_of_growth(p, table)),
+        extent_(table.extent()) {}
 
   recession test() {
     recession result;
@@ -169,7 +170,7 @@ class far_sectors {
   exact_edges edges_;
   std::vector<growing> kinds_;
   std::vector<exact_xy> directions_;
-  double extent_ = 0;
+  double extent_;
 };
 
 }  // namespace

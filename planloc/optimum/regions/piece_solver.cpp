@@ -69,9 +69,8 @@ piece_solver::piece_solver(const problem& p, const distance_table& table, cut_po
       cuts_(cuts),
       evaluate_(p, table),
       edges_(table),
+      extent_(table.extent()),
       edge_(table.size()) {
-  for (std::size_t k = 0; k < table.size(); ++k)
-    extent_ = std::max({extent_, std::fabs(table.x[k]), std::fabs(table.y[k])});
   if (extent_ == 0) extent_ = 1;
 }
 

@@ -77,7 +77,7 @@ class piece_solver {
   cut_pool& cuts_;
   evaluator evaluate_;
   exact_edges edges_;
-  double extent_ = 0;
+  double extent_;
   std::vector<std::uint32_t> edge_;  // of each slot, in force at the last place
   std::size_t evaluations_ = 0;      // that the evaluator does not count
 };
