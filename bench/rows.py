@@ -137,8 +137,8 @@ FACILITIES = [
 FILES_AND_MODELS = [
     Row("location-file", "Reading a location file", "read_locations", ["strtod"], [100, 1000, 10000, 100000],
         "Three numbers and a name a line, from memory; the peer is a loop of `strtod` that skips the names and keeps "
-        "nothing. We also check every character, and make locations and texts: two fifths of our time are the "
-        "scanner's table of states, a quarter the memory of a location's arrays and of its name.", what="records"),
+        "nothing. We also check every character, and make locations and texts, whose memory is half of our time. "
+        "Records with a comment go by the scanner's table of states and take twice as long.", what="records"),
     Row("modelling", "The modelling layer", "expressions", ["arrays by hand", "CoinModel", "CLP addRow"],
         [1000, 10000, 30000, 100000],
         "Three terms a row, through expressions and up to where CLP could solve, beside the same by hand: arrays that "

@@ -1,8 +1,13 @@
 // The file readers of facilities.h.
 #include <gtest/gtest.h>
 
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <cstdlib>
 #include <fstream>
 #include <iostream>
+#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -92,6 +97,53 @@ TEST(LocationReader, ReadsRecordsOfEveryForm) {
           {"begin\t{location}[2,1]\n1 2 3\n", ended("", "abbegin{location}[2,1]123")},
           {"BEGIN{  Location }  [ 2 , 1 ] \r\n+1 2. 3e0 [ a b%s ]\r\nEND",
            ended(" a b%s : 1 2  3 \n", "ab")}});
+}
+
+// Records with a comment go another way through the reader than plain ones.
+TEST(LocationReader, PlainRecordsReadAsThoseWithAComment) {
+  std::mt19937 random(3);
+  const auto digits = [&](unsigned most) {
+    std::string text;
+    for (auto n = random() % most + 1; n > 0; --n) text += static_cast<char>('0' + random() % 10);
+    return text;
+  };
+  std::vector<std::string> numbers;
+  const auto number = [&] {
+    std::string text = std::array{"", "", "+", "-"}[random() % 4] + digits(random() % 4 ? 7 : 21);
+    if (random() % 3) text += "." + (random() % 8 ? digits(random() % 4 ? 4 : 25) : "");
+    if (random() % 9 == 0) text += std::array{"e", "E-", "e+"}[random() % 3] + digits(3);
+    numbers.push_back(text);
+    return text;
+  };
+  const auto blank = [&] { return std::array{" ", "\t", " \t ", "\t\r"}[random() % 4]; };
+  const std::string header = "begin {location}[3,2]\n";
+  std::string plain = header, commented = header;
+  for (int i = 0; i < 5000; ++i) {
+    std::string record;
+    for (int k = 0; k < 5; ++k) record += number() + blank();
+    record += "{" + digits(2) + " }";
+    if (random() % 3) record += "[" + digits(30) + " x]";
+    plain += record + (random() % 9 ? "\n" : "// and more\n");
+    commented += "/**/" + record + "\n";
+  }
+  facilities F, G;
+  list<int> F_gauges, G_gauges;
+  std::istringstream in(plain), same(commented);
+  F.read_gauge_locations(in, F_gauges);
+  G.read_gauge_locations(same, G_gauges);
+  ASSERT_EQ(F.size(), 5000);
+  EXPECT_EQ(F_gauges, G_gauges);
+  auto at = numbers.begin();
+  const auto bits = [](double x) { return std::bit_cast<std::uint64_t>(x); };
+  for (int i = 0; i < F.size(); ++i) {
+    const location f = F.location(i), g = G.location(i);
+    for (int k = 0; k < 5; ++k, ++at) {
+      const double value = k < 3 ? f[k] : f.weight(k - 3);
+      EXPECT_EQ(bits(value), bits(k < 3 ? g[k] : g.weight(k - 3))) << *at;
+      EXPECT_EQ(bits(value), bits(std::strtod(at->c_str(), nullptr))) << *at;
+    }
+    EXPECT_EQ(F.name(i), G.name(i));
+  }
 }
 
 TEST(LocationReader, LineBreaksAndTheCommentsThatExcuseThem) {
