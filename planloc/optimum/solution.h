@@ -106,7 +106,7 @@ struct branch_certificate {
 
   enum class reason : std::uint8_t {
     halved,
-    bound,     // a convex function less a concave one, or sorted bounds of the distances
+    bound,     // a convex function less a convex one, or sorted bounds of the distances
     exact,     // every crossing of lines on which f can break, and of sides of regions
     forbidden  // nothing may be built there
   };
