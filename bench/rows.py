@@ -55,7 +55,9 @@ EUCLIDEAN = [
     Row("weber", "Certified Weber point", "minimise", ["R ucminf", "py NumPy Weiszfeld", "py SciPy minimize"],
         [10, 100, 1000, 10000, 100000],
         "Euclidean distances, weights in 0.5 to 1.5. The peers begin at the centre of gravity; Weiszfeld's iteration "
-        "ends at a step of 1e-6, the other two use the gradient. None of them proves anything.", argument="2"),
+        "ends at a step of 1e-6, the other two use the gradient. None of them proves anything. From the mean, minimise "
+        "expands the sum three to four times; an expansion takes 2.1 ns a site, of which 1.65 are a square root and a "
+        "division two at a time, and finding the mean 1.3.", argument="2"),
     Row("lp-median", "Certified lp median, p = 1.5", "minimise",
         ["R ucminf", "py NumPy Weiszfeld", "py SciPy minimize"],
         [10, 100, 1000, 10000],

@@ -64,7 +64,7 @@ xy mean_position(std::span<const site> sites) {
   for (const site& s : sites) {
     x += s.x - base.x;
     y += s.y - base.y;
-    extent = std::max({extent, std::fabs(s.x - base.x), std::fabs(s.y - base.y)});
+    extent = std::max(extent, std::max(std::fabs(s.x - base.x), std::fabs(s.y - base.y)));
   }
   const double grain = extent > 0 ? std::ldexp(1, std::ilogb(extent) - 6) : 0;
   const auto n = static_cast<double>(sites.size());
@@ -81,22 +81,19 @@ bool exactly_from(std::span<const site> sites, double from, Coordinate of) {
   });
 }
 
-// Smooth problems have no exact end that would make good a rounded position, however heavy the
-// site: where a difference to the mean is rounded, its site lies nearer to 0 than to the mean, so
-// that counting from 0 costs two bits of a place at most.
-xy base_of(const problem& p) {
+}  // namespace
+
+xy exact_base(const problem& p) {
   xy base = mean_position(p.sites());
-  if (p.polyhedral()) return base;
   if (!exactly_from(p.sites(), base.x, [](const site& s) { return s.x; })) base.x = 0;
   if (!exactly_from(p.sites(), base.y, [](const site& s) { return s.y; })) base.y = 0;
   return base;
 }
 
-}  // namespace
-
 // ----- Table -----
 
-distance_table::distance_table(const problem& p) : base(base_of(p)) {
+distance_table::distance_table(const problem& p)
+    : base(p.polyhedral() ? mean_position(p.sites()) : exact_base(p)) {
   const std::span<const planloc::site> sites = p.sites();
   const std::size_t n = sites.size();
   std::vector<std::uint32_t> next(p.gauges().size() + 1);  // slot of each gauge

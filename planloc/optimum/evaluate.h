@@ -16,6 +16,14 @@
 
 namespace planloc::detail {
 
+// A place amid the sites whose difference to each position is a double; a coordinate is 0 where the
+// mean's would not do.
+//
+// Smooth problems have no exact end that would make good a rounded position, however heavy the
+// site: where a difference to the mean is rounded, its site lies nearer to 0 than to the mean, so
+// that counting from 0 costs two bits of a place at most.
+xy exact_base(const problem& p);
+
 // One edge of a unit ball: for u between `from` and the next edge's `from`, the gauge is normal .
 // u.
 struct ball_edge {

@@ -9,10 +9,10 @@
 namespace planloc::detail {
 
 // The solution of a problem with equal order weights and no polyhedral gauge. Newton's method with
-// halved steps, for a sample of many sites first; the tangent at its end is the certificate, or at
-// a site that outweighs the others. Empty if it is no such problem, or if doubles do not close the
-// gap this way: next to a site, for p < 2 next to the line through one along a coordinate, sites in
-// a line.
+// halved steps, from the mean or a sample's optimum; the tangent at its end is the certificate, or
+// at a site that outweighs the others. Empty if it is no such problem, or if doubles do not close
+// the gap this way: next to a site, for p < 2 next to the line through one along a coordinate,
+// sites in a line.
 std::optional<solution> smooth_median(const problem& p, const minimise_options& options);
 
 }  // namespace planloc::detail
