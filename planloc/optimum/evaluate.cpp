@@ -379,23 +379,36 @@ void distance_table::distances(const xy& at, std::span<double> distance,
 
 // ----- Evaluator -----
 
-evaluator::evaluator(const problem& p, const distance_table& table)
-    : problem_(p), table_(table), distance_(table.size()) {
+evaluator::evaluator(const problem& p, const distance_table& table) : problem_(p), table_(table) {
+  make_scratch();
+}
+
+void evaluator::make_scratch() {
+  distance_.resize(table_.size());
+  const std::span<const order_run> runs = problem_.runs();
   // Where few sites count, their edges are found when they are asked for.
   std::size_t counting = 0;
-  for (const order_run& r : p.runs()) counting += r.weight != 0 ? r.count : 0;
-  if (counting > table.size() / 8) {
+  for (const order_run& r : runs) counting += r.weight != 0 ? r.count : 0;
+  if (counting > table_.size() / 8) {
     const bool edges =
-        std::any_of(table.blocks.begin(), table.blocks.end(),
+        std::any_of(table_.blocks.begin(), table_.blocks.end(),
                     [](const gauge_block& b) { return b.kind == gauge::shape::polyhedral; });
-    edge_.resize(edges ? table.size() : 0);
+    edge_.resize(edges ? table_.size() : 0);
     // Not beside edges and ranks, which already take as much memory as a search may.
-    slope_x_.resize(p.polyhedral() || (edges && p.runs().size() > 1) ? 0 : table.size());
+    slope_x_.resize(problem_.polyhedral() || (edges && runs.size() > 1) ? 0 : table_.size());
     slope_y_.resize(slope_x_.size());
   }
-  if (p.runs().size() == 1) return;
-  order_.resize(table.size());
+  if (runs.size() == 1) return;
+  order_.resize(table_.size());
   for (std::uint32_t slot = 0; slot < order_.size(); ++slot) order_[slot].slot = slot;
+}
+
+void evaluator::release() {
+  distance_ = std::vector<double>();
+  edge_ = std::vector<std::uint32_t>();
+  slope_x_ = std::vector<double>();
+  slope_y_ = std::vector<double>();
+  order_ = std::vector<ranked>();
 }
 
 // The slope of a slot's distance at the place that was evaluated last.
@@ -410,6 +423,7 @@ xy evaluator::slope_of(std::size_t slot, const xy& at) const {
 
 evaluation evaluator::operator()(const xy& at) {
   ++count_;
+  if (distance_.empty()) make_scratch();
   table_.distances(at, distance_, edge_, {slope_x_, slope_y_});
   const std::span<const order_run> runs = problem_.runs();
   if (runs.size() == 1) {

@@ -147,6 +147,8 @@ class evaluator {
   evaluator(const problem& p, const distance_table& table);
 
   evaluation operator()(const xy& at);
+  // Gives the scratch, up to 28 bytes a site, back until the next evaluation.
+  void release();
   std::size_t count() const { return count_; }
 
   // The piece in force at `at`, by sites. The multiplier is left at 0.
@@ -175,6 +177,7 @@ class evaluator {
     std::uint32_t slot;
   };
 
+  void make_scratch();
   evaluation sum_all(const xy& at, double lambda) const;
   void use_kinks(xy& slope);
   xy slope_of(std::size_t slot, const xy& at) const;

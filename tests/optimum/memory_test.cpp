@@ -64,16 +64,33 @@ TEST(Memory, OfASite) {
   }
 }
 
-// Where all sites tie, what meets at the optimum takes memory too.
-TEST(Memory, OfASiteAmongManyAtAPlace) {
+// Where sites tie, what meets at the optimum takes memory too, and so does walking around the
+// optima, of which a common gauge of few edges has many.
+TEST(Memory, OfASiteAmongTies) {
   constexpr int kSites = 20000;
-  for (const layout l : {layout::lattice, layout::one_place}) {
-    instance_source source(1);
-    const auto gauges = source.gauges(l, 3, 8);
-    const auto sites = source.sites(l, kSites, 3);
-    for (const order_weights& lambda :
-         {order_weights::median(), order_weights::centre(), order_weights::k_centrum(kSites / 2)}) {
-      EXPECT_LE(bytes_of_search(problem(sites, gauges, lambda)), 130 * kSites);
+  const struct {
+    const char* name;
+    layout where;
+    std::vector<gauge> gauges;
+  } cases[] = {
+      {"one place, one gauge", layout::one_place, {gauge::l1()}},
+      {"one place, several", layout::one_place, {gauge::l1(), gauge::linf()}},
+      {"a line, one gauge", layout::line, {gauge::l1()}},
+      {"a line, several", layout::line, {gauge::l1(), gauge::linf()}},
+      {"16 places, one gauge", layout::lattice, {gauge::l1()}},
+      {"16 places, several", layout::lattice, {gauge::l1(), gauge::linf()}},
+      {"scattered, one gauge", layout::scattered, {gauge::l1()}},
+  };
+  for (const auto& c : cases) {
+    for (const bool equal_weights : {false, true}) {
+      instance_source source(1);
+      auto sites = source.sites(c.where, kSites, static_cast<int>(c.gauges.size()));
+      for (site& s : sites) s.weight = equal_weights ? 1 : s.weight;
+      for (const order_weights& lambda : {order_weights::median(), order_weights::centre(),
+                                          order_weights::k_centrum(kSites / 2)}) {
+        EXPECT_LE(bytes_of_search(problem(sites, c.gauges, lambda)), 100 * kSites)
+            << c.name << (equal_weights ? ", equal weights" : "");
+      }
     }
   }
 }

@@ -147,8 +147,10 @@ class convex_search {
   bool prove_near(const cut_model& model, std::span<const double> reaches);
   cut_model closer_model();
   bool prove_snapped(const exact_xy& at, const cut_model& model);
+  const exact_place& place(const exact_xy& at);
+  detail::break_lines lines_near(const xy& at, double reach);
   double value_at(const exact_place& place) const;
-  void accept(const exact_place& place, const optimality& o);
+  void accept(const exact_xy& at, const optimality& o);
   void prove_by_exact_cuts();
   exact_xy absolute(const xy& at) const;
 
@@ -162,7 +164,7 @@ class convex_search {
   bool ended_ = false;  // by a limit, or where the gap is small enough for the caller
   cut_model model_;
   detail::reduced_sum reduced_;
-  std::optional<detail::exact_edges> edges_;
+  std::optional<detail::current_place> places_;
   std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
   solution result_;
 };
@@ -323,16 +325,27 @@ exact_xy convex_search::absolute(const xy& at) const {
   return {mpq_class(table_.base.x) + at.x, mpq_class(table_.base.y) + at.y};
 }
 
+// What is exact needs the memory that evaluations have.
+const exact_place& convex_search::place(const exact_xy& at) {
+  evaluate_.release();
+  return places_->at(at);
+}
+
+detail::break_lines convex_search::lines_near(const xy& at, double reach) {
+  evaluate_.release();
+  places_->release();
+  return {problem_, table_, places_->edges(), at, reach};
+}
+
 bool convex_search::prove_snapped(const exact_xy& at, const cut_model& model) {
-  const exact_place place(problem_, table_, *edges_, at);
   const xy here = to_nearest(exact_xy{at.x - table_.base.x, at.y - table_.base.y});
   std::vector<xy> hints;
   for (const cut_model::support& s : model.supports()) {
     hints.push_back({s.place.x - here.x, s.place.y - here.y});
   }
-  const optimality o = test_optimality(place, hints);
+  const optimality o = test_optimality(place(at), hints);
   if (!o.support.empty()) {
-    accept(place, o);
+    accept(at, o);
     return true;
   }
   take(evaluate_(here));
@@ -348,23 +361,24 @@ double convex_search::value_at(const exact_place& place) const {
   return detail::round_quotient(value.get_num(), value.get_den());
 }
 
-void convex_search::accept(const exact_place& place, const optimality& o) {
+void convex_search::accept(const exact_xy& at, const optimality& o) {
   result_.status = solution_status::optimal;
-  result_.point = to_nearest(place.at());
-  if (to_exact(result_.point) != place.at()) result_.exact = to_text(place.at());
-  result_.value = result_.lower_bound = value_at(place);
+  result_.point = to_nearest(at);
+  if (to_exact(result_.point) != at) result_.exact = to_text(at);
+  result_.value = result_.lower_bound = value_at(place(at));
   if (problem_.runs().front().weight == 0 && problem_.runs().size() == 1) {
     result_.optima.whole_plane = true;
   } else if (options_.whole_set) {
     for (const exact_xy& corner :
-         optimal_corners(problem_, table_, evaluate_, *edges_, place, o, extent_)) {
+         optimal_corners(problem_, table_, evaluate_, *places_, at, o, extent_)) {
       result_.optima.corners.push_back(to_nearest(corner));
     }
   }
   // Last, so that it is not there while the set of optima is walked around.
+  const exact_place& optimum = place(at);
   convex_certificate c;
   for (const auto& s : o.support) {
-    c.pieces.push_back(place.piece(place.choose(s.direction)));
+    c.pieces.push_back(optimum.piece(optimum.choose(s.direction)));
     c.pieces.back().multiplier = s.multiplier;
   }
   result_.proof = std::move(c);
@@ -372,8 +386,7 @@ void convex_search::accept(const exact_place& place, const optimality& o) {
 
 // At the vertex that the minimiser of a model stands for.
 bool convex_search::prove_near(const cut_model& model, std::span<const double> reaches) {
-  const detail::break_lines lines(problem_, table_, *edges_, model.minimiser(),
-                                  reaches.back() * extent_);
+  const detail::break_lines lines = lines_near(model.minimiser(), reaches.back() * extent_);
   std::optional<exact_xy> last;
   for (const double reach : reaches) {
     auto snapped = lines.snap(reach * extent_);
@@ -387,7 +400,7 @@ bool convex_search::prove_near(const cut_model& model, std::span<const double> r
 }
 
 void convex_search::prove() {
-  edges_.emplace(table_);
+  places_.emplace(problem_, table_);
   for (int round = 0; round < kMostSnaps; ++round) {
     if (prove_near(model_, kSnapReaches)) return;
     const cut_model closer = closer_model();
@@ -401,6 +414,7 @@ void convex_search::prove() {
 // Many sites and vertices have break lines so close together that values of f cannot tell their
 // crossings apart, but what they are above one of them can.
 cut_model convex_search::closer_model() {
+  places_->release();
   const xy from = best_.at;
   detail::excess f(table_, evaluate_, from);
   evaluation best = f(from);
@@ -428,18 +442,17 @@ void convex_search::prove_by_exact_cuts() {
   const double radius = evaluate_.level_radius(best_);  // 0 where f is, or nearly
   detail::exact_cuts cuts(absolute(best_.at), mpq_class(radius > 0 ? 2 * radius : extent_));
   for (const cut_model::support& s : model_.supports()) {
-    cuts.add_pieces_at({problem_, table_, *edges_, absolute(s.place)}, {1, 0});
+    cuts.add_pieces_at(place(absolute(s.place)), {1, 0});
   }
   exact_xy at = absolute(best_.at);
   for (;;) {
-    const exact_place place(problem_, table_, *edges_, at);
-    const optimality o = test_optimality(place, {});
-    if (!o.support.empty()) return accept(place, o);
+    const optimality o = test_optimality(place(at), {});
+    if (!o.support.empty()) return accept(at, o);
     const xy here = to_nearest(exact_xy{at.x - table_.base.x, at.y - table_.base.y});
     const evaluation e = evaluate_(here);
     if (e.value < best_.value) best_ = e;
     if (must_end(best_.value - model_.bound())) return;
-    cuts.add_pieces_at(place, o.descent);
+    cuts.add_pieces_at(place(at), o.descent);
     std::optional<exact_xy> next = cuts.minimiser([this] { return ended_ = limit_reached(); });
     if (!next) return;
     at = std::move(*next);

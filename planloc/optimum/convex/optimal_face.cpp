@@ -24,51 +24,48 @@ bool same_direction(const exact_xy& a, const exact_xy& b) {
 
 class face_walk {
  public:
-  face_walk(const problem& p, const distance_table& table, evaluator& evaluate, exact_edges& edges,
-            double value, double extent)
+  face_walk(const problem& p, const distance_table& table, evaluator& evaluate,
+            current_place& places, double value, double extent)
       : problem_(p),
         table_(table),
         evaluate_(evaluate),
-        edges_(edges),
+        places_(places),
         value_(value),
         extent_(extent) {}
 
-  std::vector<exact_xy> corners(const exact_place& start, const exact_xy& along) {
+  std::vector<exact_xy> corners(const exact_xy& start, const exact_xy& along) {
     const exact_xy border = end_of(start, along);
-    const exact_place there = place(border);
     const exact_xy back = opposite(along);
-    const exact_xy right = outermost(there, back, -1);
-    if (same_direction(right, back) && same_direction(outermost(there, back, 1), back)) {
-      exact_xy other = end_of(there, back);
+    const exact_xy right = outermost(border, back, -1);
+    if (same_direction(right, back) && same_direction(outermost(border, back, 1), back)) {
+      exact_xy other = end_of(border, back);
       if (other == border) return {border};
       return {std::move(other), border};
     }
-    return walk_around(there, right);
+    return walk_around(border, right);
   }
 
  private:
-  exact_place place(const exact_xy& at) { return {problem_, table_, edges_, at}; }
-
   // The set lies to the left of `direction`.
-  std::vector<exact_xy> walk_around(const exact_place& start, exact_xy direction) {
+  std::vector<exact_xy> walk_around(const exact_xy& start, exact_xy direction) {
     std::vector<exact_xy> result;
-    std::optional<exact_place> at = start;
+    exact_xy at = start;
     while (result.size() < kMostCorners) {
-      exact_xy next = end_of(*at, direction);
-      if (!result.empty() && next == result.front()) return result;
-      at.emplace(place(next));
-      result.push_back(std::move(next));
-      direction = outermost(*at, opposite(direction), -1);
+      at = end_of(at, direction);
+      if (!result.empty() && at == result.front()) return result;
+      result.push_back(at);
+      direction = outermost(at, opposite(direction), -1);
     }
     return {};
   }
 
   // Of the directions in which f does not rise, the last one from `inside` on, to the left or the
   // right; half a turn away at most. Each step cuts off the directions in which one piece rises.
-  static exact_xy outermost(const exact_place& at, const exact_xy& inside, int side) {
+  exact_xy outermost(const exact_xy& at, const exact_xy& inside, int side) {
+    const exact_place& place = places_.at(at);
     exact_xy v = opposite(inside);
     for (;;) {
-      const exact_slope s = at.slope(at.choose(v));
+      const exact_slope s = place.slope(place.choose(v));
       if (dot_sign(s, v) <= 0) return v;
       if (dot_sign(s, inside) == 0) return inside;
       v = s.turned_left();
@@ -77,18 +74,19 @@ class face_walk {
   }
 
   // The last place from `from` on in the direction v with the value of `from`.
-  exact_xy end_of(const exact_place& from, const exact_xy& v) {
-    if (from.rise_sign(v) > 0) return from.at();
+  exact_xy end_of(const exact_xy& from, const exact_xy& v) {
+    if (places_.at(from).rise_sign(v) > 0) return from;
+    places_.release();
     const xy rounded = to_nearest(v);
     const double length = std::hypot(rounded.x, rounded.y);
     const xy unit{rounded.x / length, rounded.y / length};
-    const xy start = to_nearest(exact_xy{from.at().x - table_.base.x, from.at().y - table_.base.y});
+    const xy start = to_nearest(exact_xy{from.x - table_.base.x, from.y - table_.base.y});
     const double step = last_step(start, unit);
     const xy near{start.x + step * unit.x, start.y + step * unit.y};
-    const break_lines lines(problem_, table_, edges_, near, kReaches.back() * extent_);
+    const break_lines lines(problem_, table_, places_.edges(), near, kReaches.back() * extent_);
     for (const double reach : kReaches) {
-      for (const exact_xy& at : lines.crossings(from.at(), v, reach * extent_)) {
-        if (ends_at(place(at), v)) return at;
+      for (const exact_xy& at : lines.crossings(from, v, reach * extent_)) {
+        if (ends_at(places_.at(at), v)) return at;
       }
     }
     return end_by_fractions(from, v, step / length);
@@ -101,14 +99,14 @@ class face_walk {
   // Newton's method from beyond: every step leaves a linear piece of f for good. Where weights over
   // many orders of magnitude put the lines too close together to be told apart in doubles. `near`
   // counts in v.
-  exact_xy end_by_fractions(const exact_place& from, const exact_xy& v, double near) {
-    const mpq_class value = from.exact_value();
+  exact_xy end_by_fractions(const exact_xy& from, const exact_xy& v, double near) {
+    const mpq_class value = places_.at(from).exact_value();
     mpq_class t(near > 0 && std::isfinite(near) ? near : extent_);
-    const auto beyond = [&] { return exact_xy{from.at().x + t * v.x, from.at().y + t * v.y}; };
-    while (place(beyond()).exact_value() <= value) t *= 2;
+    const auto beyond = [&] { return exact_xy{from.x + t * v.x, from.y + t * v.y}; };
+    while (places_.at(beyond()).exact_value() <= value) t *= 2;
     for (;;) {
       exact_xy at = beyond();
-      const exact_place there = place(at);
+      const exact_place& there = places_.at(at);
       if (ends_at(there, v)) return at;
       const exact_slope s = there.slope(there.choose(opposite(v)));
       const mpq_class rise = (s.x * v.x + s.y * v.y) / s.denominator;
@@ -132,13 +130,14 @@ class face_walk {
       if (!(next < step)) break;
       step = next;
     }
+    evaluate_.release();
     return step;
   }
 
   const problem& problem_;
   const distance_table& table_;
   evaluator& evaluate_;
-  exact_edges& edges_;
+  current_place& places_;
   double value_;
   double extent_;
 };
@@ -146,17 +145,17 @@ class face_walk {
 }  // namespace
 
 std::vector<exact_xy> optimal_corners(const problem& p, const distance_table& table,
-                                      evaluator& evaluate, exact_edges& edges,
-                                      const exact_place& optimum, const optimality& o,
-                                      double extent) {
-  if (o.support.size() == 3) return {optimum.at()};
+                                      evaluator& evaluate, current_place& places,
+                                      const exact_xy& optimum, const optimality& o, double extent) {
+  if (o.support.size() == 3) return {optimum};
+  const exact_place& place = places.at(optimum);
   exact_xy along = o.support[0].direction;
   if (o.support.size() == 2) {
-    along = optimum.slope(optimum.choose(along)).turned_left();
-    if (optimum.rise_sign(along) > 0) along = opposite(along);
+    along = place.slope(place.choose(along)).turned_left();
+    if (place.rise_sign(along) > 0) along = opposite(along);
   }
-  if (optimum.rise_sign(along) > 0) return {optimum.at()};
-  return face_walk(p, table, evaluate, edges, optimum.value(), extent).corners(optimum, along);
+  if (place.rise_sign(along) > 0) return {optimum};
+  return face_walk(p, table, evaluate, places, place.value(), extent).corners(optimum, along);
 }
 
 }  // namespace planloc::detail

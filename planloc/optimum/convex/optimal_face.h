@@ -13,9 +13,8 @@ namespace planloc::detail {
 // sites' frame. REQUIRES: an order weight is positive; `o` is the test of `optimum` and has a
 // support.
 std::vector<exact_xy> optimal_corners(const problem& p, const distance_table& table,
-                                      evaluator& evaluate, exact_edges& edges,
-                                      const exact_place& optimum, const optimality& o,
-                                      double extent);
+                                      evaluator& evaluate, current_place& places,
+                                      const exact_xy& optimum, const optimality& o, double extent);
 
 }  // namespace planloc::detail
 

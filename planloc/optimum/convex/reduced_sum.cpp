@@ -44,6 +44,7 @@ void reduced_sum::narrow(const place_box& b) {
   const xy half{wide.high.x - centre.x, wide.high.y - centre.y};
 
   const distance_table& t = sites();
+  const std::size_t most_kept = t.size() / 2;
   std::vector<double> distance(t.size());
   std::vector<std::uint32_t> edge(t.size());
   t.distances(centre, distance, edge);
@@ -61,12 +62,14 @@ void reduced_sum::narrow(const place_box& b) {
            above(edge[slot] == last ? 0 : edge[slot] + 1);
   };
   std::vector<std::uint32_t> kept;
+  kept.reserve(most_kept);
   long double value = 0;
   long double slope_x = 0;
   long double slope_y = 0;
   for (const gauge_block& block : t.blocks) {
     for (std::uint32_t slot = block.begin; slot < block.end; ++slot) {
       if (!linear(block, slot)) {
+        if (kept.size() == most_kept) return;
         kept.push_back(slot);
         continue;
       }
@@ -85,7 +88,8 @@ void reduced_sum::narrow(const place_box& b) {
                                    fixed_.slope.y * (centre.y - fixed_.at.y));
     fixed.slope = {fixed.slope.x + fixed_.slope.x, fixed.slope.y + fixed_.slope.y};
   }
-  if (2 * kept.size() > t.size()) return;
+  distance = std::vector<double>();
+  edge = std::vector<std::uint32_t>();
   auto next = std::make_unique<remainder>(problem_, t.only(kept));
   fixed_ = fixed;
   box_ = wide;

@@ -90,6 +90,7 @@ exact_place::exact_place(const problem& p, const distance_table& table, exact_ed
       at_(std::move(at)),
       rounded_(to_nearest(at_)),
       rest_{to_nearest(mpq_class(at_.x - rounded_.x)), to_nearest(mpq_class(at_.y - rounded_.y))},
+      is_double_(at_ == to_exact(rounded_)),
       edge_(table.size()) {
   find_edges(guess);
   if (p.runs().size() > 1) {
@@ -117,32 +118,45 @@ xy exact_place::offset(std::uint32_t slot) const {
 }
 
 void exact_place::find_edges(std::span<const std::uint32_t> guess) {
+  std::size_t tied = 0;
   for (std::uint32_t slot = 0; slot < table_.size(); ++slot) {
     const gauge_block& b = table_.blocks[table_.block_of[slot]];
     const xy u = offset(slot);
-    edge_[slot] = guess.empty() ? table_.active_edge(b, u) : table_.active_edge(b, u, guess[slot]);
-    const std::uint32_t next = edge_[slot] + 1 == b.edges ? 0 : edge_[slot] + 1;
-    if (sure_side(table_.edges[b.first_edge + edge_[slot]].from, u) > 0 &&
+    std::uint32_t& edge = edge_[slot];
+    edge = guess.empty() ? table_.active_edge(b, u) : table_.active_edge(b, u, guess[slot]);
+    const std::uint32_t next = edge + 1 == b.edges ? 0 : edge + 1;
+    if (sure_side(table_.edges[b.first_edge + edge].from, u) > 0 &&
         sure_side(table_.edges[b.first_edge + next].from, u) < 0)
       continue;
-    const tied_slot tie = exact_edges_of(slot);
-    edge_[slot] = tie.first_edge;
-    if (tie.edges > 1) tied_slots_.push_back(tie);
+    const edge_range tie = exact_edges_of(slot);
+    edge = tie.first;
+    if (tie.count == 1) continue;
+    edge |= kTied;
+    ++tied;
+  }
+  tied_slots_.reserve(tied);
+  for (std::uint32_t slot = 0; tied_slots_.size() < tied; ++slot) {
+    if (is_tied(slot)) tied_slots_.push_back({slot, 0});
   }
 }
 
 exact_place::rounded_distance exact_place::distance(std::uint32_t slot) const {
   const xy u = offset(slot);
-  const xy& n = table_.edges[first_edge_of(slot) + edge_[slot]].normal;
+  const xy& n = table_.edges[first_edge_of(slot) + edge(slot)].normal;
   const double w = table_.weight[slot];
   return {w * (n.x * u.x + n.y * u.y), w * (std::fabs(n.x) + std::fabs(n.y)) *
                                            (0x1p-49 * largest(u) + 0x1p-100 * largest(rounded_))};
 }
 
-exact_place::tied_slot exact_place::exact_edges_of(std::uint32_t slot) const {
+bool exact_place::is_site(std::uint32_t slot) const {
+  const site& s = site_of(slot);
+  return is_double_ && s.x == rounded_.x && s.y == rounded_.y;
+}
+
+exact_place::edge_range exact_place::exact_edges_of(std::uint32_t slot) const {
   const gauge_block& b = table_.blocks[table_.block_of[slot]];
+  if (is_site(slot)) return {0, b.edges};
   const exact_xy u{at_.x - site_of(slot).x, at_.y - site_of(slot).y};
-  if (sgn(u.x) == 0 && sgn(u.y) == 0) return {slot, 0, b.edges, 0};
   const xy rounded = offset(slot);
   std::vector<bool> holds(b.edges);
   std::vector<int> side(b.edges);  // of u at each ray
@@ -155,13 +169,18 @@ exact_place::tied_slot exact_place::exact_edges_of(std::uint32_t slot) const {
     holds[j] = side[j] >= 0 && side[(j + 1) % b.edges] <= 0;
   std::uint32_t first = 0;
   while (!(holds[first] && !holds[(first + b.edges - 1) % b.edges])) ++first;
-  return {slot, first, holds[(first + 1) % b.edges] ? 2U : 1U, 0};
+  return {first, holds[(first + 1) % b.edges] ? 2U : 1U};
+}
+
+// All edges at the site, else two.
+exact_place::edge_range exact_place::tied_edges_of(std::uint32_t slot) const {
+  return {edge(slot), is_site(slot) ? table_.blocks[table_.block_of[slot]].edges : 2U};
 }
 
 // The distance times the area of the edge and the denominators of the place: without divisions.
 dyadic exact_place::level(std::uint32_t slot) const {
   const site& s = site_of(slot);
-  const exact_edges::dyadic_edge& e = edges_.dyadic_of(first_edge_of(slot) + edge_[slot]);
+  const exact_edges::dyadic_edge& e = edges_.dyadic_of(first_edge_of(slot) + edge(slot));
   const dyadic dx(at_.x.get_den());
   const dyadic dy(at_.y.get_den());
   return s.weight * (e.x * (dyadic(at_.x.get_num()) - s.x * dx) * dy +
@@ -198,8 +217,7 @@ class exact_place::distance_order {
     const site& p = place_.site_of(a);
     const site& q = place_.site_of(b);
     if (p.x != q.x || p.y != q.y) return false;
-    const bool here = place_.at_.x == p.x && place_.at_.y == p.y;
-    return here ||
+    return place_.is_site(a) ||
            (p.weight == q.weight && p.gauge == q.gauge && place_.edge_[a] == place_.edge_[b]);
   }
   const dyadic& level(std::uint32_t slot) {
@@ -208,7 +226,7 @@ class exact_place::distance_order {
                                : levels_.emplace(slot, place_.level(slot)).first->second;
   }
   const dyadic& area(std::uint32_t slot) const {
-    return place_.edges_.dyadic_of(place_.first_edge_of(slot) + place_.edge_[slot]).area;
+    return place_.edges_.dyadic_of(place_.first_edge_of(slot) + place_.edge(slot)).area;
   }
 
   const exact_place& place_;
@@ -265,7 +283,7 @@ void exact_place::find_tied_ranks(distance_order& by_distance) {
   }
   if (tied_slots_.empty()) return;
   for (std::uint32_t k = 0; k < order_.size(); ++k) {
-    if (const std::size_t t = tie_of(order_[k]); t != kUntied) tied_slots_[t].rank = k;
+    if (is_tied(order_[k])) tied_slots_[tie_of(order_[k])].rank = k;
   }
 }
 
@@ -274,13 +292,11 @@ void exact_place::find_tied_ranks(distance_order& by_distance) {
 std::size_t exact_place::tie_of(std::uint32_t slot) const {
   const auto it = std::lower_bound(tied_slots_.begin(), tied_slots_.end(), slot,
                                    [](const tied_slot& t, std::uint32_t s) { return t.slot < s; });
-  if (it == tied_slots_.end() || it->slot != slot) return kUntied;
   return static_cast<std::size_t>(it - tied_slots_.begin());
 }
 
 std::uint32_t exact_place::edge_of(std::uint32_t slot, const piece_choice& c) const {
-  const std::size_t t = tie_of(slot);
-  return t == kUntied ? edge_[slot] : c.edge[t];
+  return is_tied(slot) ? c.edge[tie_of(slot)] : edge_[slot];
 }
 
 double exact_place::lambda_at(std::uint32_t rank) const {
@@ -303,23 +319,24 @@ struct exact_place::rounded_rise {
 };
 
 // Within its gauge; the first one of several.
-std::uint32_t exact_place::steepest_edge(const tied_slot& t, const exact_xy& u) const {
-  const gauge_block& b = table_.blocks[table_.block_of[t.slot]];
+std::uint32_t exact_place::steepest_edge(std::uint32_t slot, const exact_xy& u) const {
+  const gauge_block& b = table_.blocks[table_.block_of[slot]];
+  const edge_range tied = tied_edges_of(slot);
   const xy rounded = to_nearest(u);
   std::vector<rounded_rise> rises;
-  rises.reserve(t.edges);
+  rises.reserve(tied.count);
   double least = -std::numeric_limits<double>::infinity();  // of the largest rise
-  for (std::uint32_t k = 0; k < t.edges; ++k) {
-    const std::uint32_t e = (t.first_edge + k) % b.edges;
+  for (std::uint32_t k = 0; k < tied.count; ++k) {
+    const std::uint32_t e = (tied.first + k) % b.edges;
     rises.emplace_back(table_.edges[b.first_edge + e].normal, rounded, 1, e);
     least = std::max(least, rises.back().low());
   }
   std::erase_if(rises, [least](const rounded_rise& r) { return r.high() < least; });
   std::uint32_t best = rises[0].of;
   if (rises.size() == 1) return best;
-  mpq_class most = dot(normal(t.slot, best), u);
+  mpq_class most = dot(normal(slot, best), u);
   for (const rounded_rise& r : std::span(rises).subspan(1)) {
-    mpq_class rise = dot(normal(t.slot, r.of), u);
+    mpq_class rise = dot(normal(slot, r.of), u);
     if (rise <= most) continue;
     most = std::move(rise);
     best = r.of;
@@ -362,7 +379,7 @@ void exact_place::sort_by_rise(std::span<std::uint32_t> slots, const piece_choic
 
 piece_choice exact_place::any_choice() const {
   piece_choice c;
-  for (const tied_slot& t : tied_slots_) c.edge.push_back(t.first_edge);
+  for (const tied_slot& t : tied_slots_) c.edge.push_back(edge(t.slot));
   for (const tied_ranks& t : tied_ranks_)
     c.slot.insert(c.slot.end(), order_.begin() + t.begin, order_.begin() + t.end);
   return c;
@@ -374,7 +391,7 @@ piece_choice exact_place::choose(const exact_xy& u) const {
   std::size_t tied = 0;
   for (const tied_ranks& t : tied_ranks_) tied += t.end - t.begin;
   c.slot.reserve(tied);
-  for (const tied_slot& t : tied_slots_) c.edge.push_back(steepest_edge(t, u));
+  for (const tied_slot& t : tied_slots_) c.edge.push_back(steepest_edge(t.slot, u));
   for (const tied_ranks& t : tied_ranks_) {
     const std::size_t first = c.slot.size();
     c.slot.insert(c.slot.end(), order_.begin() + t.begin, order_.begin() + t.end);
@@ -387,7 +404,7 @@ affine_piece exact_place::piece(const piece_choice& c) const {
   affine_piece result;
   result.edge.resize(table_.size());
   for (std::size_t slot = 0; slot < table_.size(); ++slot)
-    result.edge[table_.site[slot]] = edge_[slot];
+    result.edge[table_.site[slot]] = edge(static_cast<std::uint32_t>(slot));
   for (std::size_t t = 0; t < tied_slots_.size(); ++t)
     result.edge[table_.site[tied_slots_[t].slot]] = c.edge[t];
   if (order_.empty()) return result;
@@ -406,7 +423,7 @@ affine_piece exact_place::piece(const piece_choice& c) const {
 template <class Use>
 void exact_place::each_untied_term(Use use) const {
   const auto use_slot = [&](std::uint32_t slot, double lambda) {
-    if (tie_of(slot) == kUntied) use(term{slot, first_edge_of(slot) + edge_[slot], lambda});
+    if (!is_tied(slot)) use(term{slot, first_edge_of(slot) + edge_[slot], lambda});
   };
   if (order_.empty()) {
     for (std::uint32_t slot = 0; slot < table_.size(); ++slot)

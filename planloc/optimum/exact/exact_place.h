@@ -114,10 +114,14 @@ class exact_place {
   rounded_slope slope_in_doubles(const piece_choice& c) const;
 
  private:
+  // A site where several edges meet. All sites may be such ones, so it is small.
   struct tied_slot {
     std::uint32_t slot;
-    std::uint32_t first_edge, edges;  // neighbours, cyclic
-    std::uint32_t rank;               // 0 if all order weights are equal
+    std::uint32_t rank;  // 0 if all order weights are equal
+  };
+  // Neighbours within a gauge, cyclic.
+  struct edge_range {
+    std::uint32_t first, count;
   };
   struct tied_ranks {
     std::uint32_t begin, end;  // in order_
@@ -151,15 +155,18 @@ class exact_place {
   void find_ranks();
   void find_tied_ranks(distance_order& by_distance);
   int sure_side(const xy& v, const xy& u) const;
-  tied_slot exact_edges_of(std::uint32_t slot) const;
+  bool is_site(std::uint32_t slot) const;
+  edge_range exact_edges_of(std::uint32_t slot) const;
+  edge_range tied_edges_of(std::uint32_t slot) const;
   xy offset(std::uint32_t slot) const;
   rounded_distance distance(std::uint32_t slot) const;
   dyadic level(std::uint32_t slot) const;
-  static constexpr std::size_t kUntied = static_cast<std::size_t>(-1);
-  std::size_t tie_of(std::uint32_t slot) const;  // in tied_slots_, or kUntied
+  bool is_tied(std::uint32_t slot) const { return (edge_[slot] & kTied) != 0; }
+  std::uint32_t edge(std::uint32_t slot) const { return edge_[slot] & ~kTied; }
+  std::size_t tie_of(std::uint32_t slot) const;  // in tied_slots_. REQUIRES: is_tied
   std::uint32_t edge_of(std::uint32_t slot, const piece_choice& c) const;
   double lambda_at(std::uint32_t rank) const;
-  std::uint32_t steepest_edge(const tied_slot& t, const exact_xy& u) const;
+  std::uint32_t steepest_edge(std::uint32_t slot, const exact_xy& u) const;
   void sort_by_rise(std::span<std::uint32_t> slots, const piece_choice& c, const exact_xy& u) const;
   template <class Use>
   void each_untied_term(Use use) const;
@@ -173,13 +180,37 @@ class exact_place {
   exact_edges& edges_;
   exact_xy at_;
   xy rounded_, rest_;  // that, and what it lacks
+  bool is_double_;     // it lacks nothing
   double value_ = 0;
-  std::vector<std::uint32_t> edge_;  // of each slot; the first of the tied ones
+  static constexpr std::uint32_t kTied = 1U << 31;  // added to an edge
+  std::vector<std::uint32_t> edge_;                 // of each slot; the first of the tied ones
   std::vector<tied_slot> tied_slots_;
   std::vector<std::uint32_t> order_;  // slots by rank class; empty if all weights are equal
   std::vector<std::uint32_t> jumps_;  // where the runs begin, and the end
   std::vector<tied_ranks> tied_ranks_;
   mutable std::optional<slope_sum> untied_;  // made when it is asked for first
+};
+
+// The place that was asked for last: one at a time, since each takes memory for every site.
+class current_place {
+ public:
+  current_place(const problem& p, const distance_table& table)
+      : problem_(p), table_(table), edges_(table) {}
+
+  // Valid until another place is asked for.
+  const exact_place& at(const exact_xy& at) {
+    if (place_ && place_->at() == at) return *place_;
+    release();
+    return place_.emplace(problem_, table_, edges_, at);
+  }
+  void release() { place_.reset(); }
+  exact_edges& edges() { return edges_; }
+
+ private:
+  const problem& problem_;
+  const distance_table& table_;
+  exact_edges edges_;
+  std::optional<exact_place> place_;
 };
 
 }  // namespace planloc::detail
