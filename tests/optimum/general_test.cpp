@@ -328,6 +328,19 @@ TEST(General, LimitsAndNarrowCases) {
   EXPECT_TRUE(v.accepted) << v.reason;
   EXPECT_GE(stopped.value, near.lower_bound);
   EXPECT_LE(stopped.lower_bound, near.value);
+  // To find out whether f falls far away takes seconds here, which the search has not.
+  std::vector<double> alternating;
+  for (int k = 0; k < 600; ++k) alternating.push_back(k % 2 == 0 ? -1 : 1);
+  const problem hard(source.sites(layout::scattered, 600, 1), {gauge::euclidean()},
+                     order_weights(alternating));
+  std::stop_source stop;
+  stop.request_stop();
+  minimise_options none;
+  none.stop = stop.get_token();
+  const solution early = minimise(hard, none);
+  EXPECT_EQ(early.status, solution_status::stopped);
+  EXPECT_LT(early.counters.seconds, 1);
+  EXPECT_EQ(verify(hard, early).reason, "");
   // Half of all sites lie at one place: the median distance is 0 there.
   const problem zero({{1, 1}, {1, 1}, {4, 2}, {0, 5}}, {gauge::l1()},
                      order_weights::order_statistic(2));

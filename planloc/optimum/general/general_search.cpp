@@ -501,12 +501,13 @@ bool general_search::find_permitted() {
 // With regions the square holds their corners. Places farther away are not allowed, or no better
 // than the place known so far, or as good as one on the border of the square.
 detail::recession general_search::far_away() const {
-  if (!where_) return test_recession(problem_, table_);
+  const auto ended = [this] { return limit_reached(); };
+  if (!where_) return test_recession(problem_, table_, ended);
   detail::recession far;
   if (problem_.where().allowed) {
     far.kind = growth::grows;
   } else {
-    far = test_recession(problem_, table_, best_.value());
+    far = test_recession(problem_, table_, ended, best_.value());
   }
   far.half = std::max(far.half, where_->farthest());
   return far;

@@ -98,7 +98,8 @@ std::array<triangle, 4> unit_sides() {
   return {triangle{a, b, b}, triangle{b, c, c}, triangle{c, d, d}, triangle{d, a, a}};
 }
 
-recession test_recession(const problem& p, const distance_table& table, double level) {
+recession test_recession(const problem& p, const distance_table& table,
+                         const std::function<bool()>& done, double level) {
   recession result;
   if (has_one_kind(p)) {
     const int s = sgn(sum_of_weights(p));
@@ -134,6 +135,7 @@ recession test_recession(const problem& p, const distance_table& table, double l
     take(std::move(root));
   }
   for (std::size_t cells = 0; !falls && tree.least_bound() < kBoundShare * value; cells += 2) {
+    if (done()) return result;
     std::unique_ptr<cell> c = tree.pop();
     if (c->depth >= kMostDepth || cells > kMostCells) return test_sectors(p, table);
     auto [one, other] = bounder.split(*c);

@@ -22,7 +22,8 @@ enum class growth {
   falls,      // without end along `direction`
   grows,      // so that nothing outside of the square is better than the base
   levels,     // nowhere falling; outside of the square no value is less than all inside
-  undecided,  // none of these is known: too many kinds of sites, or gauges that are not polyhedral
+  undecided,  // none of these is known: too many kinds of sites, gauges that are not polyhedral, or
+              // no time
 };
 
 struct recession {
@@ -32,8 +33,10 @@ struct recession {
   std::vector<branch_certificate::reason> outside;
 };
 
-// Of a square outside of which f grows, it is above `level` there, too.
+// Of a square outside of which f grows, it is above `level` there, too. Undecided once `done` says
+// so.
 recession test_recession(const problem& p, const distance_table& table,
+                         const std::function<bool()>& done,
                          double level = -std::numeric_limits<double>::infinity());
 
 // Whether no sum of the last k order weights is negative, decided exactly: then f >= 0.
