@@ -65,21 +65,24 @@ std::optional<exact_xy> chain_search::optimum(std::vector<site> sites) {
 // have one; else each weight is a site of its own.
 std::optional<chain_walk> chain_search::corner_of_sum(detail::ray_arrangement& arrangement) {
   std::vector<site> rounded;
-  std::vector<site> apart;
+  rounded.reserve(problem_.sites().size());
   bool in_range = true;
   for (const bicriteria_site& s : problem_.sites()) {
     const double sum = s.weight1 + s.weight2;
     in_range = in_range && sum <= kMostNumber;
     rounded.push_back({s.x, s.y, sum, s.gauge});
-    for (const double w : {s.weight1, s.weight2}) {
-      if (w > 0) apart.push_back({s.x, s.y, w, s.gauge});
-    }
   }
   if (in_range) {
     const std::optional<exact_xy> start = optimum(std::move(rounded));
     if (!start) return std::nullopt;
     chain_walk w(arrangement, *start);
     if (w.at_optimum_of_sum()) return w;
+  }
+  std::vector<site> apart;
+  for (const bicriteria_site& s : problem_.sites()) {
+    for (const double w : {s.weight1, s.weight2}) {
+      if (w > 0) apart.push_back({s.x, s.y, w, s.gauge});
+    }
   }
   const std::optional<exact_xy> start = optimum(std::move(apart));
   if (!start) return std::nullopt;

@@ -6,6 +6,8 @@
 #include <limits>
 #include <numeric>
 
+#include "planloc/optimum/twin.h"
+
 namespace planloc::detail {
 
 namespace {
@@ -299,28 +301,37 @@ void scan_values(const distance_table& t, const gauge_block& b, const xy& at, si
   for (std::size_t k = 0; k < c.size; ++k) distance[c.begin + k] = t.weight[c.begin + k] * most[k];
 }
 
-// The same, and which edge it was.
+// The same, and which edge it was, the first of several.
 void scan_edges(const distance_table& t, const gauge_block& b, const xy& at, site_chunk c,
                 double* distance, std::uint32_t* edge) {
-  std::array<double, kChunk> ux, uy, most, which;
-  offsets(t, at, c, ux.data(), uy.data());
+  constexpr std::size_t kTwins = 3;  // so many pairs of sites at once fit into registers
   const ball_edge* e = t.edges.data() + b.first_edge;
-  for (std::size_t k = 0; k < c.size; ++k) {
-    most[k] = e[0].normal.x * ux[k] + e[0].normal.y * uy[k];
-    which[k] = 0;
-  }
-  for (std::uint32_t j = 1; j < b.edges; ++j) {
-    const xy n = e[j].normal;
-    const double number = j;
-    for (std::size_t k = 0; k < c.size; ++k) {
-      const double value = n.x * ux[k] + n.y * uy[k];
-      which[k] = value > most[k] ? number : which[k];
-      most[k] = value > most[k] ? value : most[k];
+  const std::size_t last = c.begin + c.size - 1;  // stands in for sites that are not there
+  for (std::size_t begin = c.begin; begin <= last; begin += 2 * kTwins) {
+    std::array<twin, kTwins> x, y, most, which;
+    for (std::size_t k = 0; k < kTwins; ++k) {
+      const std::size_t one = std::min(begin + 2 * k, last);
+      const std::size_t other = std::min(one + 1, last);
+      x[k] = at.x - twin{t.x[one], t.x[other]};
+      y[k] = at.y - twin{t.y[one], t.y[other]};
+      most[k] = e[0].normal.x * x[k] + e[0].normal.y * y[k];
+      which[k] = twin{};
     }
-  }
-  for (std::size_t k = 0; k < c.size; ++k) {
-    distance[c.begin + k] = t.weight[c.begin + k] * most[k];
-    edge[c.begin + k] = static_cast<std::uint32_t>(which[k]);
+    for (std::uint32_t j = 1; j < b.edges; ++j) {
+      const xy n = e[j].normal;
+      const twin number = twin{} + j;
+      for (std::size_t k = 0; k < kTwins; ++k) {
+        const twin value = n.x * x[k] + n.y * y[k];
+        const auto more = value > most[k];
+        which[k] = more ? number : which[k];
+        most[k] = more ? value : most[k];
+      }
+    }
+    for (std::size_t i = begin; i <= std::min(begin + 2 * kTwins - 1, last); ++i) {
+      const std::size_t k = (i - begin) / 2;
+      distance[i] = t.weight[i] * most[k][i % 2 == begin % 2 ? 0 : 1];
+      edge[i] = static_cast<std::uint32_t>(which[k][i % 2 == begin % 2 ? 0 : 1]);
+    }
   }
 }
 
@@ -543,25 +554,41 @@ double evaluator::level_radius(const evaluation& e) {
   return pull > 0 ? std::max(e.value + back, 0.0) / pull * (1 + 1e-9) : 1;
 }
 
+// Of the slots of one chunk.
+evaluation evaluator::sum_of(const gauge_block& b, std::size_t begin, std::size_t end,
+                             const xy& at) const {
+  evaluation e{at, 0, {0, 0}};
+  if (b.kind != gauge::shape::polyhedral || edge_.empty()) {
+    for (std::size_t k = begin; k < end; ++k) {
+      const xy slope = slope_of(k, at);
+      e.value += distance_[k];
+      e.slope = {e.slope.x + slope.x, e.slope.y + slope.y};
+    }
+    return e;
+  }
+  // Every second slot in the same sums, lest each waits for the one before.
+  const ball_edge* edges = table_.edges.data() + b.first_edge;
+  twin value{};
+  std::array<twin, 2> slope{};
+  for (std::size_t k = begin; k < end; ++k) {
+    const xy& n = edges[edge_[k]].normal;
+    slope[k % 2] += table_.weight[k] * twin{n.x, n.y};
+    value[k % 2] += distance_[k];
+  }
+  slope[0] += slope[1];
+  return {at, total(value), {slope[0][0], slope[0][1]}};
+}
+
 evaluation evaluator::sum_all(const xy& at, double lambda) const {
   chunked_sum value;
   chunked_sum slope_x;
   chunked_sum slope_y;
   for (const gauge_block& b : table_.blocks) {
     for (std::size_t begin = b.begin; begin < b.end; begin += kChunk) {
-      const std::size_t end = std::min<std::size_t>(begin + kChunk, b.end);
-      double v = 0;
-      double sx = 0;
-      double sy = 0;
-      for (std::size_t k = begin; k < end; ++k) {
-        const xy slope = slope_of(k, at);
-        v += distance_[k];
-        sx += slope.x;
-        sy += slope.y;
-      }
-      value.add(v);
-      slope_x.add(sx);
-      slope_y.add(sy);
+      const evaluation e = sum_of(b, begin, std::min<std::size_t>(begin + kChunk, b.end), at);
+      value.add(e.value);
+      slope_x.add(e.slope.x);
+      slope_y.add(e.slope.y);
     }
   }
   return {at, lambda * value.value(), {lambda * slope_x.value(), lambda * slope_y.value()}};

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "planloc/optimum/evaluate.h"
+#include "planloc/optimum/twin.h"
 
 namespace planloc::detail {
 
@@ -13,15 +14,11 @@ namespace {
 constexpr std::size_t kChunk = lp_norm::kChunk;
 
 using chunk = lp_norm::chunk;
-// Two numbers in one instruction, which no compiler finds in these loops by itself.
-using twin = double __attribute__((vector_size(16)));
 
 // The terms of a chunk of sites, every second one in the same sum.
 struct twin_sums {
   twin value{}, x{}, y{}, xx{}, cross{}, yy{}, bend{};
 };
-
-double total(const twin& t) { return t[0] + t[1]; }
 
 twin root(const twin& t) { return twin{std::sqrt(t[0]), std::sqrt(t[1])}; }
 

@@ -36,32 +36,45 @@ xy direction_of(const bicriteria_problem& p, const ray_line& l) {
   return p.gauge_of(l.site).vertices()[l.vertex];
 }
 
-using offsets = std::vector<std::pair<double, std::uint32_t>>;  // and sites
+struct line_offset {
+  double offset;
+  std::uint32_t site;
+};
+
+bool before(const line_offset& a, const line_offset& b) {
+  return a.offset < b.offset || (a.offset == b.offset && a.site < b.site);
+}
+
+using offsets = std::vector<line_offset>;
 
 // Spreads them over as many bins as there are, which leaves little to be sorted where they are
 // spread evenly.
 void sort_by_bins(offsets& all, offsets& scratch, std::vector<std::uint32_t>& bins) {
   constexpr std::uint32_t kMostInBin = 16;
   if (all.size() < 2) return;
-  const auto [least, most] = std::minmax_element(all.begin(), all.end());
-  const double low = least->first;
-  const double bins_per_unit = static_cast<double>(all.size() - 1) / (most->first - low);
+  double low = all[0].offset;
+  double high = low;
+  for (const line_offset& o : all) {
+    low = std::min(low, o.offset);
+    high = std::max(high, o.offset);
+  }
+  const double bins_per_unit = static_cast<double>(all.size() - 1) / (high - low);
   const auto bin_of = [&](double offset) {
-    return static_cast<std::size_t>((offset - low) * bins_per_unit);
+    return static_cast<std::uint32_t>(static_cast<std::int32_t>((offset - low) * bins_per_unit));
   };
-  if (!std::isfinite(bins_per_unit)) return std::sort(all.begin(), all.end());
+  if (!std::isfinite(bins_per_unit)) return std::sort(all.begin(), all.end(), before);
   bins.assign(all.size() + 1, 0);
-  for (const auto& o : all) ++bins[bin_of(o.first) + 1];
+  for (const line_offset& o : all) ++bins[bin_of(o.offset) + 1];
   if (*std::max_element(bins.begin(), bins.end()) > kMostInBin)
-    return std::sort(all.begin(), all.end());
+    return std::sort(all.begin(), all.end(), before);
   std::partial_sum(bins.begin(), bins.end(), bins.begin());
   scratch.resize(all.size());
-  for (const auto& o : all) scratch[bins[bin_of(o.first)]++] = o;
+  for (const line_offset& o : all) scratch[bins[bin_of(o.offset)]++] = o;
   all.swap(scratch);
   for (auto next = all.begin() + 1; next != all.end(); ++next) {
-    const auto moving = *next;
+    const line_offset moving = *next;
     auto to = next;
-    for (; to != all.begin() && moving < *(to - 1); --to) *to = *(to - 1);
+    for (; to != all.begin() && before(moving, *(to - 1)); --to) *to = *(to - 1);
     *to = moving;
   }
 }
@@ -183,13 +196,17 @@ void ray_arrangement::sort_families() {
   std::vector<std::vector<std::uint32_t>> members(first_.size() - 1);
   for (std::uint32_t i = 0; i < relative_.size(); ++i)
     members[problem_.sites()[i].gauge].push_back(i);
+  std::size_t total = 0;
+  for (std::uint32_t r = 0; r < rays(); ++r) total += members[gauge_[r]].size();
+  offset_.reserve(total);
+  site_.reserve(total);
   offsets sorted;
   offsets scratch;
   std::vector<std::uint32_t> bins;
   for (std::uint32_t r = 0; r < rays(); ++r) {
     sorted.clear();
     for (const std::uint32_t i : members[gauge_[r]])
-      sorted.emplace_back(cross(direction_[r], relative_[i]), i);
+      sorted.push_back({cross(direction_[r], relative_[i]), i});
     sort_by_bins(sorted, scratch, bins);
     const auto begin = static_cast<std::uint32_t>(offset_.size());
     for (const auto& [offset, i] : sorted) {

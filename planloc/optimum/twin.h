@@ -1,0 +1,15 @@
+// Two doubles that one instruction works on, for loops in which compilers do not find them.
+// Internal.
+#ifndef PLANLOC_OPTIMUM_TWIN_H_
+#define PLANLOC_OPTIMUM_TWIN_H_
+
+namespace planloc::detail {
+
+// Each half has what the same operations on doubles give.
+using twin = double __attribute__((vector_size(16)));
+
+inline double total(const twin& t) { return t[0] + t[1]; }
+
+}  // namespace planloc::detail
+
+#endif  // PLANLOC_OPTIMUM_TWIN_H_
