@@ -3,11 +3,13 @@
 #include <lpsolve/lp_lib.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <mutex>
 #include <new>
+#include <numeric>
 #include <utility>
 #include <vector>
 
@@ -61,7 +63,7 @@ void require(bool memory) {
 class program {
  public:
   program(int rows, int columns, int free_columns, int row_type, double* costs,
-          std::vector<entry> entries)
+          const std::vector<entry>& entries)
       : rows_(rows) {
     const std::lock_guard guard(solving());
     lp_.reset(make_lp(rows, 0));
@@ -91,20 +93,27 @@ class program {
   }
 
  private:
-  // Columns are handed over whole. Set one by one, each entry would move all that stand behind it.
-  void add_columns(int columns, std::vector<entry>& entries) {
-    std::sort(entries.begin(), entries.end(), [](const entry& a, const entry& b) {
-      return a.column != b.column ? a.column < b.column : a.row < b.row;
-    });
+  // Columns are handed over whole, their rows ascending. Set one by one, each entry would move all
+  // that stand behind it.
+  void add_columns(int columns, const std::vector<entry>& entries) {
+    std::vector<std::size_t> ends(static_cast<std::size_t>(columns) + 2);
+    for (const entry& e : entries) ++ends[static_cast<std::size_t>(e.column) + 1];
+    std::partial_sum(ends.begin(), ends.end(), ends.begin());
+    std::vector<std::pair<int, double>> sorted(entries.size());
+    for (const entry& e : entries)
+      sorted[ends[static_cast<std::size_t>(e.column)]++] = {e.row, e.value};
     std::vector<int> rows;
     std::vector<double> values;
-    auto next = entries.begin();
+    auto next = sorted.begin();
     for (int j = 1; j <= columns; ++j) {
+      const auto end =
+          sorted.begin() + static_cast<std::ptrdiff_t>(ends[static_cast<std::size_t>(j)]);
+      if (!std::is_sorted(next, end)) std::sort(next, end);
       rows.clear();
       values.clear();
-      for (; next != entries.end() && next->column == j; ++next) {
-        rows.push_back(next->row);
-        values.push_back(next->value);
+      for (; next != end; ++next) {
+        rows.push_back(next->first);
+        values.push_back(next->second);
       }
       require(add_columnex(lp_.get(), static_cast<int>(rows.size()), values.data(), rows.data()));
     }
@@ -147,7 +156,7 @@ double l1_lp_solve(int N, int M, int rows, double* c, double* bx, double* by, do
       p += 2;
     }
   }
-  program lp(rows, N + 2 * rows, N, EQ, c, std::move(entries));
+  program lp(rows, N + 2 * rows, N, EQ, c, entries);
   const double value = lp.solve(bx, N, x);
   return value + lp.solve(by, N, y);
 }
@@ -173,7 +182,7 @@ double linf_lp_solve(int N, int M, int rows, double* ax, double* ay, double* d, 
   for (int j = 1; j <= N; ++j) {
     for (int k = j + 1; k <= N; ++k) add_rows(j, k);
   }
-  program lp(rows, N + 1, N, GE, c.get(), std::move(entries));
+  program lp(rows, N + 1, N, GE, c.get(), entries);
   const double zx = lp.solve(ax, N, x);
   const double zy = lp.solve(ay, N, y);
   return zy > zx ? zy : zx;
