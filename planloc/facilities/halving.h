@@ -13,8 +13,8 @@ namespace planloc::detail {
 // A list in an array, the front first.
 using candidates = std::vector<double>;
 
-// More triples than this are not kept in memory.
-inline constexpr std::size_t kMostKeptTriples = std::size_t{1} << 24;
+// More triples than this are not kept: counting them in bins, twice, takes less time and memory.
+inline constexpr std::size_t kMostKeptTriples = std::size_t{1} << 18;
 
 // In the order that list::sort makes, also where a NaN is among them.
 void sort_candidates(candidates& C);

@@ -49,19 +49,20 @@ void sorted_contacts::collect(const std::vector<std::size_t>& ranks) {
 }
 
 void sorted_contacts::fill(const std::vector<std::size_t>& bins) {
-  std::vector<std::vector<double>*> target(kBins);
+  std::vector<char> is_asked_for(kBins);
   for (const std::size_t b : bins) {
-    target[b] = &bins_[b];
-    target[b]->reserve(start_[b + 1] - start_[b]);
+    is_asked_for[b] = 1;
+    bins_[b].reserve(start_[b + 1] - start_[b]);
   }
   const auto take = [&](double v) {
-    if (std::vector<double>* const values = target[bin(v)]) values->push_back(v);
+    const std::size_t b = bin(v);
+    if (is_asked_for[b] != 0) bins_[b].push_back(v);
   };
   take(lower_);
   for_each_triple_batch(sites_, lower_, [&](std::span<const double> batch) {
     for (const double v : batch) take(v);
   });
-  for (const std::size_t b : bins) std::sort(target[b]->begin(), target[b]->end());
+  for (const std::size_t b : bins) std::sort(bins_[b].begin(), bins_[b].end());
 }
 
 const std::vector<double>& sorted_contacts::sorted_bin(std::size_t b) {
