@@ -15,6 +15,7 @@
 #ifndef PLANLOC_OPTIMUM_LOCATION_ALLOCATION_H_
 #define PLANLOC_OPTIMUM_LOCATION_ALLOCATION_H_
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -67,6 +68,12 @@ struct allocation_counters {
   double seconds = 0;
 };
 
+// Three sites of which at most one new facility serves two or all.
+struct priced_triple {
+  std::array<std::uint32_t, 3> sites;
+  double price;  // not negative
+};
+
 // How many new facilities lie where, in the proof of a lower bound. A case is a list of rectangles,
 // each with a number of facilities; the first case is the whole plane with all of them. A case
 // without `least` is divided: its rectangle `cell` is cut by the line x = at, or y = at. What is
@@ -74,9 +81,10 @@ struct allocation_counters {
 // the rectangle's facilities below follow, each with all that it is divided into.
 struct allocation_case {
   // One a site; empty if they are those of the case that it is part of. The bound of a case that is
-  // not divided is the sum of prices + sum over the rectangles of count * least, a bound of the
-  // priced sum in each.
+  // not divided is the sum of prices - those of triples + sum over the rectangles of count * least,
+  // a bound of the priced sum in each.
   std::vector<double> prices;
+  std::vector<priced_triple> triples;  // with its own prices
   std::vector<double> least;
   std::uint32_t cell = 0;
   bool by_x = true;
@@ -95,11 +103,14 @@ struct allocation {
   // 0).
   std::optional<double> lower_bound;
   // What proves the bound. With one new facility and no existing one: the solution of that problem.
-  // Else a price for each site, with which
-  //   sum of prices + count * min over x of (sum over i of min(0, d_i(x) - price_i))
-  // is a lower bound, whatever the prices are; or, where such prices leave a gap, cases.
+  // Else a price for each site and for some triples of sites, with which
+  //   sum of prices - those of triples + count * min over x and sets C of sites of
+  //     (sum over C of (d_i(x) - price_i) + the prices of triples of which C holds two or three)
+  // is a lower bound, whatever the prices are; or, where such prices leave a gap, cases. Triples
+  // that share sites link at most eight.
   std::optional<solution> one_facility;
   std::vector<double> prices;
+  std::vector<priced_triple> triples;
   std::vector<allocation_case> cases;
   allocation_counters counters;
 
@@ -136,9 +147,11 @@ struct allocate_options {
 //
 // The lower bound comes from column generation (Krau 1997; du Merle, Villeneuve, Desrosiers and
 // Hansen 1999). Up to some twenty sites a facility it closes to 1e-4 or better within seconds for a
-// few hundred sites. Where prices leave a gap and there are at most 4000 sites, the plane is cut
-// into cases, at most 400 of which get prices of their own. For more than 4000 sites the prices of
-// neighbours move together, in 250 groups and then in 1000: a few percent are left.
+// few hundred sites. Where prices of sites leave a gap and there are at most 4000 of them, triples
+// get prices (the subset rows of Jepsen, Petersen, Spoorendonk and Pisinger 2008); where these do,
+// too, the plane is cut into cases, at most 400 of which get prices of their own. For more than
+// 4000 sites the prices of neighbours move together, in 250 groups and then in 1000: a few percent
+// are left.
 allocation allocate(const allocation_problem& p, const allocate_options& options = {});
 
 struct allocation_check {

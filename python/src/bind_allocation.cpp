@@ -53,10 +53,27 @@ py::array_t<std::uint32_t> assignment_of(const allocation& a) {
                                     a.assignment.data());
 }
 
+py::list states_of(const std::vector<priced_triple>& triples) {
+  py::list l;
+  for (const auto& [sites, price] : triples)
+    l.append(py::make_tuple(sites[0], sites[1], sites[2], price));
+  return l;
+}
+
+std::vector<priced_triple> triples_from(const py::handle& l) {
+  std::vector<priced_triple> triples;
+  for (const py::handle& h : l) {
+    const auto t = h.cast<py::tuple>();
+    const auto site = [&](std::size_t k) { return t[k].cast<std::uint32_t>(); };
+    triples.push_back({{site(0), site(1), site(2)}, t[3].cast<double>()});
+  }
+  return triples;
+}
+
 py::list states_of(const std::vector<allocation_case>& cases) {
   py::list l;
   for (const allocation_case& c : cases)
-    l.append(py::make_tuple(c.prices, c.least, c.cell, c.by_x, c.at));
+    l.append(py::make_tuple(c.prices, states_of(c.triples), c.least, c.cell, c.by_x, c.at));
   return l;
 }
 
@@ -64,8 +81,9 @@ std::vector<allocation_case> cases_from(const py::list& l) {
   std::vector<allocation_case> cases;
   for (const py::handle& h : l) {
     const auto t = h.cast<py::tuple>();
-    cases.push_back({t[0].cast<std::vector<double>>(), t[1].cast<std::vector<double>>(),
-                     t[2].cast<std::uint32_t>(), t[3].cast<bool>(), t[4].cast<double>()});
+    cases.push_back({t[0].cast<std::vector<double>>(), triples_from(t[1]),
+                     t[2].cast<std::vector<double>>(), t[3].cast<std::uint32_t>(),
+                     t[4].cast<bool>(), t[5].cast<double>()});
   }
   return cases;
 }
@@ -73,7 +91,7 @@ std::vector<allocation_case> cases_from(const py::list& l) {
 py::tuple state_of(const allocation& a) {
   return py::make_tuple(static_cast<int>(a.status), rows_from(a.points), a.assignment, a.value,
                         a.lower_bound, a.one_facility ? py::cast(*a.one_facility) : py::none(),
-                        a.prices, states_of(a.cases));
+                        a.prices, states_of(a.triples), states_of(a.cases));
 }
 
 allocation allocation_from(const py::tuple& t) {
@@ -85,7 +103,8 @@ allocation allocation_from(const py::tuple& t) {
   a.lower_bound = t[4].cast<std::optional<double>>();
   if (!t[5].is_none()) a.one_facility = t[5].cast<solution>();
   a.prices = t[6].cast<std::vector<double>>();
-  a.cases = cases_from(t[7].cast<py::list>());
+  a.triples = triples_from(t[7]);
+  a.cases = cases_from(t[8].cast<py::list>());
   return a;
 }
 

@@ -114,8 +114,8 @@ TEST(LocationAllocation, AllPartitions) {
   }
 }
 
-// Prices of the whole plane leave a gap of some 1e-3 here.
-allocation_problem cut_into_cases(unsigned seed, std::size_t n, std::size_t count, const gauge& g) {
+// With some seeds prices of the sites alone leave a gap of some 1e-3.
+allocation_problem scattered(unsigned seed, std::size_t n, std::size_t count, const gauge& g) {
   std::mt19937_64 random(seed);
   const auto coordinate = [&] { return 100 * (static_cast<double>(random() >> 11) * 0x1p-53); };
   std::vector<site> sites;
@@ -126,14 +126,62 @@ allocation_problem cut_into_cases(unsigned seed, std::size_t n, std::size_t coun
   return {sites, {g}, count};
 }
 
+TEST(LocationAllocation, TriplesAndCasesAgainstAllPartitions) {
+  for (const allocation_problem& p :
+       {scattered(23, 11, 3, gauge::l1()), scattered(31, 12, 3, gauge::euclidean()),
+        scattered(16, 12, 3, gauge::l1())}) {
+    const allocation a = allocate(p, {.starts = 4, .shakes = 20, .lower_bound = true});
+    ASSERT_FALSE(a.triples.empty() && a.cases.empty());
+    const double least = least_over_partitions(p);
+    EXPECT_NEAR(a.value, least, 1e-9 * least);
+    EXPECT_LE(*a.lower_bound, least * (1 + 1e-14));
+    expect_proved(p, a);
+  }
+}
+
+TEST(LocationAllocation, TriplesCloseTheGap) {
+  const allocation_problem p = scattered(12, 40, 4, gauge::l1());
+  const allocation good = allocate(p, {.starts = 4, .shakes = 20, .lower_bound = true});
+  EXPECT_EQ(good.status, allocation_status::within_gap);
+  ASSERT_GT(good.triples.size(), 2U);
+  expect_proved(p, good);
+  const char* const unproved = "the prices do not prove the lower bound";
+  const struct {
+    void (*spoil)(std::vector<priced_triple>&);
+    const char* reason;
+  } cases[] = {
+      {[](auto& t) { t.clear(); }, unproved},
+      {[](auto& t) { t[0].price *= 2; }, unproved},
+      {[](auto& t) { t[0].price /= 2; }, unproved},
+      {[](auto& t) {
+         t.push_back({t[0].sites, 0});
+       },
+       ""},
+      {[](auto& t) { t[1].sites[2] = t[1].sites[0]; }, "a triple is not of three sites"},
+      {[](auto& t) { t[1].sites[2] = 40; }, "a triple is not of three sites"},
+      {[](auto& t) { t[1].price = -1; }, "the price of a triple is not from 0 up"},
+      {[](auto& t) { t[1].price = INFINITY; }, "the price of a triple is not from 0 up"},
+      {[](auto& t) {
+         for (std::uint32_t i = 0; i < 8; ++i) t.push_back({{i, i + 1, i + 2}, 0});
+       },
+       "triples link more than eight sites"},
+  };
+  for (const auto& c : cases) {
+    allocation bad = good;
+    c.spoil(bad.triples);
+    EXPECT_EQ(verify(p, bad).reason, c.reason);
+  }
+}
+
 TEST(LocationAllocation, CasesCloseTheGap) {
   for (const allocation_problem& p :
-       {cut_into_cases(6, 40, 6, gauge::l1()), cut_into_cases(6, 60, 6, gauge::euclidean())}) {
+       {scattered(5, 40, 5, gauge::l1()), scattered(6, 60, 6, gauge::euclidean())}) {
     allocation a = allocate(p, {.starts = 4, .shakes = 20, .lower_bound = true});
     EXPECT_EQ(a.status, allocation_status::within_gap);
     ASSERT_FALSE(a.cases.empty());
     expect_proved(p, a);
     a.cases[0].prices = std::exchange(a.cases[1].prices, {});  // prices may be handed down
+    a.cases[0].triples = std::exchange(a.cases[1].triples, {});
     expect_proved(p, a);
     for (const auto& spoil : std::vector<std::function<void(std::vector<allocation_case>&)>>{
              [](auto& c) { c.pop_back(); }, [](auto& c) { c.push_back(c.back()); },

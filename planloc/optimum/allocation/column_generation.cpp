@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 #include <utility>
 
 #include "planloc/optimum/allocation/assignment.h"
 #include "planloc/optimum/allocation/price_groups.h"
+#include "planloc/optimum/allocation/triple_cuts.h"
 
 namespace planloc::detail {
 
@@ -28,6 +30,7 @@ constexpr double kNextPrice = 1.5;
 constexpr double kLeastWidth = 1e-3;
 constexpr double kFirstWidth = 0.15;
 constexpr int kMostSteps = 20;
+constexpr std::size_t kMostCutRounds = 30;
 
 constexpr int kSections = 50;  // of the golden ratio
 // Of a facility: what is as good as whole.
@@ -50,22 +53,16 @@ bool column_generation::run() {
   return bound_ > -std::numeric_limits<double>::infinity();
 }
 
-void column_generation::run_from(const std::vector<double>& prices, std::vector<double> least,
+void column_generation::run_from(const site_prices& prices, std::vector<double> least,
                                  const std::vector<dual_master::cluster>& clusters,
                                  std::size_t rounds) {
   take(prices, std::move(least));
-  make_master(0);
-  for (const dual_master::cluster& c : clusters) {
-    const std::uint32_t cell = cell_of(c.at);
-    if (cells_[cell].count > 0 && !master_->knows(c.slots, cell))
-      master_->add_cluster(c.slots, c.at, cell, c.cost);
-  }
-  half_width_ = first_width();
+  make_master(0, {prices.triples().begin(), prices.triples().end()});
+  add_known(clusters);
   go_on(rounds);
 }
 
-std::optional<std::vector<double>> column_generation::least_with(
-    const std::vector<double>& prices) {
+std::optional<std::vector<double>> column_generation::least_with(const site_prices& prices) {
   std::vector<double> least;
   if (!search(prices, task_.goal, least, {})) return std::nullopt;
   return least;
@@ -77,7 +74,7 @@ void column_generation::go_on(std::size_t rounds) {
     master_->set_box(middle_, half_width_);
     if (!master_->solve(task_.expired)) break;
     round();
-    if (!price() && !refine()) break;
+    if (!price() && !refine() && !cut_off()) break;
   }
 }
 
@@ -100,7 +97,7 @@ std::vector<double> column_generation::most() const {
 }
 
 double column_generation::first_width() const {
-  const double sum = std::accumulate(best_prices_.begin(), best_prices_.end(), 0.0);
+  const double sum = best_prices_.sum();
   const double value = task_.answer.value;
   const double gain = std::max(sum - value, kLeastWidth * value);
   return kFirstWidth * gain / static_cast<double>(best_prices_.size());
@@ -128,9 +125,9 @@ double column_generation::tolerance(double gap, double sum_of_prices) const {
 
 // The least priced sum of each cell. False if the time has expired.
 bool column_generation::search(
-    const std::vector<double>& prices, double gap, std::vector<double>& least,
+    const site_prices& prices, double gap, std::vector<double>& least,
     const std::function<void(const price_search::met&, std::uint32_t)>& met) {
-  const double sum = std::accumulate(prices.begin(), prices.end(), 0.0);
+  const double sum = prices.sum();
   least.assign(cells_.size(), 0);
   for (std::uint32_t c = 0; c < cells_.size(); ++c) {
     if (cells_[c].count == 0) continue;
@@ -167,7 +164,7 @@ std::vector<double> column_generation::prices_for(double facility_price) {
 // time has expired before.
 bool column_generation::start() {
   struct tried {
-    std::vector<double> prices;
+    site_prices prices;
     std::vector<price_search::met> places;
   };
   std::vector<tried> good;
@@ -175,7 +172,7 @@ bool column_generation::start() {
   double spare = task_.answer.value * kLeastWidth;
   for (const service::link& l : service_.links()) spare += l.to_second - l.to_first;
   for (double price = spare / count; price > kLeastShare * spare / count; price /= kNextPrice) {
-    std::vector<double> prices = prices_for(price);
+    site_prices prices(prices_for(price));
     std::vector<double> least;
     std::vector<price_search::met> met;
     if (!search(prices, task_.answer.value, least,
@@ -185,7 +182,7 @@ bool column_generation::start() {
     half_width_ = first_width();
     good.push_back({std::move(prices), std::move(met)});
   }
-  make_master(best_prices_.size() <= kMostRows ? 0 : kFirstGroups);
+  make_master(best_prices_.size() <= kMostRows ? 0 : kFirstGroups, {});
   for (const tried& t : good)
     for (const price_search::met& m : t.places) improve(m.at, cell_of(m.at), t.prices);
   for (std::uint32_t k = 0; k < task_.answer.points.size(); ++k) {
@@ -198,13 +195,28 @@ bool column_generation::start() {
 }
 
 // Groups of no slots: one for each.
-void column_generation::make_master(std::size_t groups) {
-  middle_ = groups == 0 ? best_prices_ : std::vector<double>(groups, 0);
+void column_generation::make_master(std::size_t groups, std::vector<priced_triple> triples) {
+  const std::span<const double> prices = best_prices_.of_slots();
+  middle_ = groups == 0 ? std::vector<double>(prices.begin(), prices.end())
+                        : std::vector<double>(groups, 0);
+  for (const priced_triple& t : triples) middle_.push_back(-t.price);
   std::vector<std::size_t> counts;
   for (const peopled_cell& c : cells_) counts.push_back(c.count);
-  master_.emplace(std::move(counts), groups == 0 ? price_groups::of_one(most_)
-                                                 : price_groups::near_each_other(
-                                                       ground_.table, best_prices_, most_, groups));
+  master_.emplace(std::move(counts),
+                  groups == 0 ? price_groups::of_one(most_)
+                              : price_groups::near_each_other(
+                                    ground_.table, {prices.begin(), prices.end()}, most_, groups),
+                  std::move(triples));
+}
+
+void column_generation::add_known(const std::vector<dual_master::cluster>& clusters) {
+  for (const dual_master::cluster& c : clusters) {
+    const std::uint32_t cell = cell_of(c.at);
+    if (cells_[cell].count > 0 && !master_->knows(c.slots, cell))
+      master_->add_cluster(c.slots, c.at, cell, c.cost);
+  }
+  half_width_ = first_width();
+  fine_ = false;
 }
 
 // Where the prices of groups have nothing left to gain: smaller groups, if that is possible.
@@ -212,10 +224,21 @@ bool column_generation::refine() {
   const std::size_t groups = master_->groups().size.size();
   if (task_.expired() || groups == best_prices_.size() || groups == kMostGroups) return false;
   const std::vector<dual_master::cluster> known = master_->known_clusters();
-  make_master(kMostGroups);
-  for (const dual_master::cluster& c : known) master_->add_cluster(c.slots, c.at, c.cell, c.cost);
-  half_width_ = first_width();
-  fine_ = false;
+  make_master(kMostGroups, {});
+  add_known(known);
+  return true;
+}
+
+// Where all prices of sites have nothing left to gain: prices of triples, if some are violated.
+bool column_generation::cut_off() {
+  const bool in_groups = master_->groups().size.size() < best_prices_.size();
+  if (task_.expired() || in_groups || cuts_++ == kMostCutRounds) return false;
+  std::vector<priced_triple> triples =
+      with_violated_triples(master_->taken(), master_->priced_triples());
+  if (triples.size() == master_->priced_triples().size()) return false;
+  const std::vector<dual_master::cluster> known = master_->known_clusters();
+  make_master(0, std::move(triples));
+  add_known(known);
   return true;
 }
 
@@ -275,15 +298,13 @@ placed column_generation::on_side(std::span<const std::uint32_t> slots, xy at, b
   return {at, least};
 }
 
-// Alternates between the sites that gain at a place and the best place for them in the cell.
-void column_generation::improve(xy at, std::uint32_t cell, std::span<const double> prices) {
+// Alternates between the sites that gain the most at a place and the best place for them in the
+// cell.
+void column_generation::improve(xy at, std::uint32_t cell, const site_prices& prices) {
   std::vector<std::uint32_t> slots;
   double cost = 0;
   for (int k = 0; k < kMostSteps; ++k) {
-    std::vector<std::uint32_t> next;
-    for (std::uint32_t i = 0; i < prices.size(); ++i) {
-      if (prices[i] > 0 && ground_.table.piece(i, at).distance < prices[i]) next.push_back(i);
-    }
+    std::vector<std::uint32_t> next = prices.gaining(ground_.table, at);
     if (next.empty() || next == slots) break;
     slots = std::move(next);
     const placed p = place_in(slots, at, cell);
@@ -295,8 +316,7 @@ void column_generation::improve(xy at, std::uint32_t cell, std::span<const doubl
 }
 
 double column_generation::master_value() const {
-  const std::vector<double> prices = master_->groups().prices_of_slots(master_->prices());
-  double value = std::accumulate(prices.begin(), prices.end(), 0.0);
+  double value = master_->prices().sum();
   for (std::uint32_t c = 0; c < cells_.size(); ++c)
     value -= static_cast<double>(cells_[c].count) * master_->facility_price(c);
   return value;
@@ -323,7 +343,7 @@ void column_generation::round() {
 }
 
 bool column_generation::price() {
-  std::vector<double> prices = master_->groups().prices_of_slots(master_->prices());
+  site_prices prices = master_->prices();
   const double value = task_.answer.value;
   const double gap = fine_ ? task_.goal : std::clamp(value - bound_, task_.goal, value);
   const std::size_t before = master_->clusters();
@@ -349,8 +369,8 @@ bool column_generation::price() {
 }
 
 // A better bound moves the box. False if it is hardly better.
-bool column_generation::take(std::vector<double> prices, std::vector<double> least) {
-  double bound = std::accumulate(prices.begin(), prices.end(), 0.0);
+bool column_generation::take(site_prices prices, std::vector<double> least) {
+  double bound = prices.sum();
   for (std::size_t c = 0; c < cells_.size(); ++c)
     bound += static_cast<double>(cells_[c].count) * least[c];
   if (!(bound > bound_)) return false;
@@ -358,7 +378,7 @@ bool column_generation::take(std::vector<double> prices, std::vector<double> lea
   bound_ = bound;
   best_prices_ = std::move(prices);
   least_ = std::move(least);
-  if (master_) middle_.assign(master_->prices().begin(), master_->prices().end());
+  if (master_) middle_.assign(master_->duals().begin(), master_->duals().end());
   if (task_.told) task_.told(bound_);
   return much;
 }

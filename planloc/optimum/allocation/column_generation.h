@@ -4,7 +4,6 @@
 
 #include <functional>
 #include <limits>
-#include <numeric>
 #include <optional>
 #include <vector>
 
@@ -13,6 +12,7 @@
 #include "planloc/optimum/allocation/place_finder.h"
 #include "planloc/optimum/allocation/price_search.h"
 #include "planloc/optimum/allocation/service.h"
+#include "planloc/optimum/allocation/site_prices.h"
 
 namespace planloc::detail {
 
@@ -47,13 +47,13 @@ class column_generation {
   // answer's clusters, or for some rounds from the prices and clusters of another one. `run`
   // returns false if there is no bound.
   bool run();
-  void run_from(const std::vector<double>& prices, std::vector<double> least,
+  void run_from(const site_prices& prices, std::vector<double> least,
                 const std::vector<dual_master::cluster>& clusters, std::size_t rounds);
   // `least` with other prices; none if the time has expired.
-  std::optional<std::vector<double>> least_with(const std::vector<double>& prices);
+  std::optional<std::vector<double>> least_with(const site_prices& prices);
 
   double bound() const { return bound_; }
-  const std::vector<double>& prices() const { return best_prices_; }  // by slot
+  const site_prices& prices() const { return best_prices_; }
   // The least priced sum in each cell, from below.
   const std::vector<double>& least() const { return least_; }
   std::vector<dual_master::cluster> known_clusters() const {
@@ -70,8 +70,10 @@ class column_generation {
   void go_on(std::size_t rounds);
   // Of the box around the best prices.
   double first_width() const;
-  void make_master(std::size_t groups);
+  void make_master(std::size_t groups, std::vector<priced_triple> triples);
+  void add_known(const std::vector<dual_master::cluster>& clusters);
   bool refine();
+  bool cut_off();
   std::vector<double> prices_for(double facility_price);
   std::uint32_t cell_of(const xy& at) const;
   void add(std::vector<std::uint32_t> slots, const xy& start);
@@ -82,10 +84,10 @@ class column_generation {
   double master_value() const;
   void round();
   bool price();
-  bool search(const std::vector<double>& prices, double gap, std::vector<double>& least,
+  bool search(const site_prices& prices, double gap, std::vector<double>& least,
               const std::function<void(const price_search::met&, std::uint32_t)>& met);
-  bool take(std::vector<double> prices, std::vector<double> least);
-  void improve(xy at, std::uint32_t cell, std::span<const double> prices);
+  bool take(site_prices prices, std::vector<double> least);
+  void improve(xy at, std::uint32_t cell, const site_prices& prices);
 
   const bound_task& task_;
   const allocation_ground& ground_;
@@ -95,11 +97,13 @@ class column_generation {
   price_search search_;
   std::vector<double> most_;
   std::optional<dual_master> master_;
-  std::vector<double> middle_;  // of the box: prices of groups
+  std::vector<double> middle_;  // of the box: duals of the master
   double half_width_ = 0;
   double bound_ = -std::numeric_limits<double>::infinity();
-  std::vector<double> best_prices_, least_;
+  site_prices best_prices_{{}};
+  std::vector<double> least_;
   bool fine_ = false;
+  std::size_t cuts_ = 0;  // rounds of them
 };
 
 }  // namespace planloc::detail

@@ -22,11 +22,19 @@ constexpr std::size_t kFewReached = 3;  // one in so many: the others are passed
 
 }  // namespace
 
-dual_master::dual_master(std::vector<std::size_t> counts, price_groups groups)
-    : rows_(groups.size.size()),
-      groups_(std::move(groups)),
+dual_master::dual_master(std::vector<std::size_t> counts, price_groups groups,
+                         std::vector<priced_triple> triples)
+    : groups_(std::move(groups)),
+      triples_(std::move(triples)),
+      rows_(groups_.size.size() + triples_.size()),
+      size_(groups_.size),
+      low_(groups_.least),
+      high_(groups_.most),
       fixed_(2 * rows_ + counts.size()),
       known_(counts.size()) {
+  size_.resize(rows_, 1);
+  low_.resize(rows_, -std::numeric_limits<double>::infinity());
+  high_.resize(rows_, 0);
   const std::size_t rows = rows_ + counts.size();
   for (const double entry : {1.0, -1.0}) {
     for (std::uint32_t i = 0; i < rows_; ++i) columns_.push_back({{i}, {entry}, 0, {}, {0, 0}, 0});
@@ -66,18 +74,22 @@ void dual_master::add_cluster(std::vector<std::uint32_t> slots, const xy& at, st
       c.entries.push_back(part);
     }
   }
-  c.rows.push_back(static_cast<std::uint32_t>(rows_ + cell));
-  c.entries.push_back(1);
+  const auto add_to = [&c](std::size_t row) {
+    c.rows.push_back(static_cast<std::uint32_t>(row));
+    c.entries.push_back(1);
+  };
+  for (std::size_t t = 0; t < triples_.size(); ++t)
+    if (shared(triples_[t], c.slots) >= 2) add_to(groups_.size.size() + t);
+  add_to(rows_ + cell);
   columns_.push_back(std::move(c));
   basic_.push_back(0);
 }
 
 void dual_master::set_box(std::span<const double> middle, double half_width) {
   for (std::size_t i = 0; i < rows_; ++i) {
-    const double half = half_width * groups_.size[i];
-    columns_[i].cost = std::min(groups_.most[i], middle[i] + half);
-    columns_[rows_ + i].cost =
-        -std::min(std::max(middle[i] - half, groups_.least[i]), groups_.most[i]);
+    const double half = half_width * size_[i];
+    columns_[i].cost = std::min(high_[i], middle[i] + half);
+    columns_[rows_ + i].cost = -std::min(std::max(middle[i] - half, low_[i]), high_[i]);
   }
 }
 
@@ -85,11 +97,21 @@ bool dual_master::at_box() const {
   for (std::size_t row = 0; row < basis_.size(); ++row) {
     const std::size_t k = basis_[row];
     if (k >= 2 * rows_ || level_[row] <= 2 * kPerturbation) continue;
-    if (k < rows_ ? columns_[k].cost < groups_.most[k]
-                  : -columns_[k].cost > groups_.least[k - rows_])
-      return true;
+    if (k < rows_ ? columns_[k].cost < high_[k] : -columns_[k].cost > low_[k - rows_]) return true;
   }
   return false;
+}
+
+std::vector<priced_triple> dual_master::priced_triples() const {
+  std::vector<priced_triple> priced = triples_;
+  for (std::size_t t = 0; t < priced.size(); ++t)
+    priced[t].price = std::max(0.0, -dual_[groups_.size.size() + t]);
+  return priced;
+}
+
+site_prices dual_master::prices() const {
+  const auto of_groups = std::span(dual_).first(groups_.size.size());
+  return site_prices(groups_.prices_of_slots(of_groups), priced_triples());
 }
 
 // Of the direction in which a column moves the others, roughly.
@@ -118,7 +140,7 @@ std::vector<dual_master::taken_cluster> dual_master::taken() const {
   for (std::size_t row = 0; row < basis_.size(); ++row) {
     const column& c = columns_[basis_[row]];
     if (basis_[row] >= fixed_ && level_[row] > kLeastShare)
-      result.push_back({c.at, c.cell, level_[row]});
+      result.push_back({c.slots, c.at, c.cell, level_[row]});
   }
   return result;
 }

@@ -1,6 +1,7 @@
 // The linear program over the clusters known so far: cover every site, with at most `count`
 // clusters, at least cost. Its dual values are the prices of the sites. Where sites are in groups,
-// the weight of each group is covered. Internal.
+// the weight of each group is covered. Triples of sites cut off solutions that are not whole (the
+// subset rows of Jepsen, Petersen, Spoorendonk and Pisinger 2008). Internal.
 //
 // Prices are kept in a box around those that gave the best bound (Marsten, Hogan and Blankenship
 // 1975): else they swing wildly while few clusters are known. Revised simplex method with a dense
@@ -16,25 +17,31 @@
 #include <vector>
 
 #include "planloc/optimum/allocation/price_groups.h"
+#include "planloc/optimum/allocation/site_prices.h"
 
 namespace planloc::detail {
 
 class dual_master {
  public:
-  // `counts` facilities in each cell of the plane.
-  dual_master(std::vector<std::size_t> counts, price_groups groups);
+  // `counts` facilities in each cell of the plane. Of each triple at most one cluster has two slots
+  // or all.
+  dual_master(std::vector<std::size_t> counts, price_groups groups,
+              std::vector<priced_triple> triples);
 
   // Slots that a facility at a place serves. REQUIRES: slots in order, no cluster that is known.
   void add_cluster(std::vector<std::uint32_t> slots, const xy& at, std::uint32_t cell, double cost);
   bool knows(const std::vector<std::uint32_t>& slots, std::uint32_t cell) const {
     return known_[cell].contains(slots);
   }
-  // Prices of groups within `half_width` of `middle` for each slot.
+  // Prices of groups within `half_width` of `middle` for each slot, and so for triples.
   void set_box(std::span<const double> middle, double half_width);
   // Solves from the basis at hand. False if `expired` ended it.
   bool solve(const std::function<bool()>& expired);
 
-  std::span<const double> prices() const { return std::span(dual_).first(rows_); }  // of groups
+  std::span<const double> duals() const { return std::span(dual_).first(rows_); }
+  // Those duals as prices; the rest are of cells.
+  site_prices prices() const;
+  std::vector<priced_triple> priced_triples() const;
   const price_groups& groups() const { return groups_; }
   // The price of a facility in a cell: no known cluster gains more than this.
   double facility_price(std::uint32_t cell) const { return -dual_[rows_ + cell]; }
@@ -44,6 +51,7 @@ class dual_master {
   std::vector<std::vector<std::uint32_t>> foremost(std::size_t count) const;
   // What the solution takes of the clusters at a place.
   struct taken_cluster {
+    std::span<const std::uint32_t> slots;
     xy at;
     std::uint32_t cell;
     double level;
@@ -80,8 +88,10 @@ class dual_master {
   void compute();
   void drop_idle();
 
-  std::size_t rows_;  // of groups
   price_groups groups_;
+  std::vector<priced_triple> triples_;
+  std::size_t rows_;                       // of groups, then triples
+  std::vector<double> size_, low_, high_;  // of these rows
   std::size_t fixed_;  // first: a group too little, one too much, facilities unused
   std::vector<column> columns_;
   std::vector<std::set<std::vector<std::uint32_t>>> known_;  // by cell

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <functional>
 #include <memory>
-#include <numeric>
 #include <optional>
 #include <queue>
 #include <utility>
@@ -41,19 +40,21 @@ class case_tree {
     // A better answer may have taken the place of the one that there was.
     task_.answer.lower_bound = bound_;
     task_.answer.prices.clear();
+    task_.answer.triples.clear();
     task_.answer.cases.clear();
     if (bound_ > cases_[0].bound) {
       write(cases_[0]);
     } else {
-      task_.answer.prices = by_site(*cases_[0].prices);
+      task_.answer.prices = prices_of(*cases_[0].prices);
+      task_.answer.triples = triples_of(*cases_[0].prices);
     }
   }
 
  private:
   struct priced_case {
     std::vector<peopled_cell> cells;
-    std::shared_ptr<const std::vector<double>> prices = {};  // by slot
-    std::vector<double> least = {};                          // by cell, with these prices
+    std::shared_ptr<const site_prices> prices = {};
+    std::vector<double> least = {};  // by cell, with these prices
     double bound = 0;
     std::shared_ptr<const std::vector<dual_master::cluster>> clusters = {};
     bool own_prices = false;  // else they are those of the case that it is part of
@@ -65,22 +66,28 @@ class case_tree {
   bool closed(double bound) const { return task_.answer.value - bound <= task_.goal; }
 
   static double bound_of(const priced_case& c) {
-    const double sum = std::accumulate(c.prices->begin(), c.prices->end(), 0.0);
-    double bound = sum;
+    double bound = c.prices->sum();
     for (std::size_t k = 0; k < c.cells.size(); ++k)
       bound += static_cast<double>(c.cells[k].count) * c.least[k];
-    return std::max(0.0, bound - kMargin * sum);
+    return std::max(0.0, bound - kMargin * c.prices->sum_of_slots());
   }
 
-  std::vector<double> by_site(const std::vector<double>& by_slot) const {
+  // By site.
+  std::vector<double> prices_of(const site_prices& by_slot) const {
     std::vector<double> result(by_slot.size(), 0);
     for (std::size_t slot = 0; slot < by_slot.size(); ++slot)
       result[task_.ground.table.site[slot]] = by_slot[slot];
     return result;
   }
+  std::vector<priced_triple> triples_of(const site_prices& by_slot) const {
+    std::vector<priced_triple> result(by_slot.triples().begin(), by_slot.triples().end());
+    for (priced_triple& t : result)
+      for (std::uint32_t& s : t.sites) s = task_.ground.table.site[s];
+    return result;
+  }
 
   static void take(const column_generation& found, priced_case& c) {
-    c.prices = std::make_shared<const std::vector<double>>(found.prices());
+    c.prices = std::make_shared<const site_prices>(found.prices());
     c.least = found.least();
     c.bound = bound_of(c);
     c.own_prices = true;
@@ -151,14 +158,20 @@ class case_tree {
   }
 
   void write(const priced_case& c) {
-    const std::vector<double> prices = c.own_prices ? by_site(*c.prices) : std::vector<double>();
-    if (c.parts.empty()) {
-      task_.answer.cases.push_back({prices, c.least, 0, true, 0});
-      return;
+    allocation_case written;
+    if (c.own_prices) {
+      written.prices = prices_of(*c.prices);
+      written.triples = triples_of(*c.prices);
     }
-    const xy& base = task_.ground.table.base;
-    const double at = (c.cut->by_x ? base.x : base.y) + c.cut->at;
-    task_.answer.cases.push_back({prices, {}, c.cut->cell, c.cut->by_x, at});
+    if (c.parts.empty()) {
+      written.least = c.least;
+    } else {
+      const xy& base = task_.ground.table.base;
+      written.cell = c.cut->cell;
+      written.by_x = c.cut->by_x;
+      written.at = (c.cut->by_x ? base.x : base.y) + c.cut->at;
+    }
+    task_.answer.cases.push_back(std::move(written));
     for (const std::size_t k : c.parts) write(cases_[k]);
   }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 
 #include "planloc/optimum/allocation/place_finder.h"
@@ -16,7 +17,8 @@ constexpr int kParts = 32;
 constexpr int kLeastParts = 8;
 constexpr int kMostDepth = 60;  // of halvings: where doubles end
 constexpr std::size_t kCellsToAsk = 512;
-constexpr std::size_t kMostOpen = 2;  // sites of a cell whose sums are minimised one by one
+constexpr std::size_t kMostOpen = 2;      // sites of no knot whose sums are minimised one by one
+constexpr std::size_t kMostChoices = 16;  // with those of knots
 constexpr int kMostCuts = 24;
 constexpr double kOutwards = 1 + 1e-12;
 constexpr double kTiny = 1e-300;
@@ -51,23 +53,29 @@ price_search::price_search(const distance_table& table) : table_(table) {
   }
 }
 
-double price_search::value(std::span<const double> prices, const xy& at) const {
-  double sum = 0;
-  for (std::size_t i = 0; i < prices.size(); ++i) {
-    if (prices[i] > 0) sum += std::min(0.0, table_.piece(i, at).distance - prices[i]);
+void price_search::gather(const site_prices& prices) {
+  prices_ = &prices;
+  stack_.clear();
+  std::vector<char> tied(prices.size(), 0);
+  for (std::uint32_t k = 0; k < prices.knots().size(); ++k) {
+    const std::vector<std::uint32_t>& slots = prices.knots()[k].slots;
+    for (std::size_t j = 0; j < slots.size(); ++j) {
+      tied[slots[j]] = 1;
+      if (prices[slots[j]] > 0) stack_.push_back({slots[j], prices[slots[j]], true, k, 1U << j});
+    }
   }
-  return sum;
+  for (std::uint32_t i = 0; i < prices.size(); ++i) {
+    if (prices[i] > 0 && tied[i] == 0) stack_.push_back({i, prices[i], true, kLoose, 0});
+  }
 }
 
 // A site gains only within its price; so nowhere else is the sum below 0.
-std::optional<price_search::rectangle> price_search::region(std::span<const double> prices) {
+std::optional<price_search::rectangle> price_search::region() {
   std::optional<xy_box> box;
-  for (std::uint32_t i = 0; i < prices.size(); ++i) {
-    if (!(prices[i] > 0)) continue;
-    stack_.push_back({i, prices[i], true});
-    const double r = prices[i] / table_.weight[i] * reach_[table_.block_of[i]];
-    const xy low{table_.x[i] - r, table_.y[i] - r};
-    const xy high{table_.x[i] + r, table_.y[i] + r};
+  for (const priced_site& s : stack_) {
+    const double r = s.price / table_.weight[s.slot] * reach_[table_.block_of[s.slot]];
+    const xy low{table_.x[s.slot] - r, table_.y[s.slot] - r};
+    const xy high{table_.x[s.slot] + r, table_.y[s.slot] + r};
     if (!box) box.emplace(low, high);
     box->extend(low);
     box->extend(high);
@@ -80,17 +88,17 @@ std::optional<price_search::rectangle> price_search::region(std::span<const doub
   return rectangle{centre, {high.x - centre.x, high.y - centre.y}};
 }
 
-std::optional<double> price_search::run(std::span<const double> prices, const price_cell& where,
+std::optional<double> price_search::run(const site_prices& prices, const price_cell& where,
                                         double known, double tolerance,
                                         const std::function<bool()>& expired) {
   where_ = where;
-  stack_.clear();
+  gather(prices);
   places_.clear();
   least_ = bound_ = std::min(known, 0.0);
   tolerance_ = tolerance;
   expired_ = &expired;
   ended_ = false;
-  const std::optional<rectangle> all = region(prices);
+  const std::optional<rectangle> all = region();
   if (!all) return 0;
   const std::size_t end = stack_.size();
   const double longer = std::max({all->half.x, all->half.y, kTiny});
@@ -118,33 +126,77 @@ void price_search::meet(const xy& at, double value) {
   least_ = std::min(least_, value);
 }
 
+// With the tangent at the centre in place of the distance; none if that is nowhere below the price.
+std::optional<price_search::five> price_search::gain_in(priced_site& s,
+                                                        const rectangle& cell) const {
+  const distance_table::linear_piece piece = table_.piece(s.slot, cell.centre);
+  const double gain = piece.distance - s.price;
+  const double by_x = piece.slope.x * cell.half.x;
+  const double by_y = piece.slope.y * cell.half.y;
+  if (gain - std::fabs(by_x) - std::fabs(by_y) >= 0) return std::nullopt;
+  const double rise =
+      table_.weight[s.slot] * widest_[table_.block_of[s.slot]] * std::max(cell.half.x, cell.half.y);
+  s.open = s.open && gain + rise > 0;
+  return five{gain, gain + by_x + by_y, gain + by_x - by_y, gain - by_x + by_y, gain - by_x - by_y};
+}
+
+std::size_t price_search::end_of_knot(std::size_t begin, std::size_t end) const {
+  std::size_t k = begin;
+  while (k < end && stack_[k].knot == stack_[begin].knot) ++k;
+  return k;
+}
+
+// Over all sets of the sites on top of the stack, from `begin` on, which have these terms.
+price_search::five price_search::least_of_knot(std::size_t begin) {
+  const std::size_t count = stack_.size() - begin;
+  const std::vector<double>& penalty = prices_->knots()[stack_[begin].knot].penalty;
+  std::array<five, std::size_t{1} << kMostInKnot> sum;
+  std::array<std::uint32_t, std::size_t{1} << kMostInKnot> set;
+  sum[0] = {};
+  set[0] = 0;
+  five least{};
+  for (std::size_t k = 1; k < std::size_t{1} << count; ++k) {
+    const auto added = static_cast<std::size_t>(std::countr_zero(k));
+    set[k] = set[k & (k - 1)] | stack_[begin + added].bit;
+    for (std::size_t c = 0; c < least.size(); ++c) {
+      sum[k][c] = sum[k & (k - 1)][c] + terms_[added][c];
+      least[c] = std::min(least[c], sum[k][c] + penalty[set[k]]);
+    }
+  }
+  return least;
+}
+
 // Each distance is replaced by its tangent at the centre, which is nowhere above it; then the sum
 // is concave, and least at a corner. Leaves the sites that can gain in the cell on top of the
 // stack.
 price_search::view price_search::look(const rectangle& cell, std::size_t begin, std::size_t end) {
   ++cells_;
-  std::array<double, 4> corner{};
-  double centre = 0;
+  five sum{};
   std::size_t open = 0;
-  for (std::size_t k = begin; k < end; ++k) {
+  std::size_t k = begin;
+  while (k < end && stack_[k].knot != kLoose) {
+    const std::size_t first = stack_.size();
+    terms_.clear();
+    for (const std::size_t last = end_of_knot(k, end); k < last; ++k) {
+      priced_site s = stack_[k];
+      const std::optional<five> term = gain_in(s, cell);
+      if (!term) continue;
+      terms_.push_back(*term);
+      stack_.push_back(s);
+    }
+    if (terms_.empty()) continue;
+    const five least = least_of_knot(first);
+    for (std::size_t c = 0; c < sum.size(); ++c) sum[c] += least[c];
+  }
+  for (; k < end; ++k) {
     priced_site s = stack_[k];
-    const distance_table::linear_piece piece = table_.piece(s.slot, cell.centre);
-    const double gain = piece.distance - s.price;
-    const double by_x = piece.slope.x * cell.half.x;
-    const double by_y = piece.slope.y * cell.half.y;
-    if (gain - std::fabs(by_x) - std::fabs(by_y) >= 0) continue;
-    centre += std::min(0.0, gain);
-    corner[0] += std::min(0.0, gain + by_x + by_y);
-    corner[1] += std::min(0.0, gain + by_x - by_y);
-    corner[2] += std::min(0.0, gain - by_x + by_y);
-    corner[3] += std::min(0.0, gain - by_x - by_y);
-    const double rise = table_.weight[s.slot] * widest_[table_.block_of[s.slot]] *
-                        std::max(cell.half.x, cell.half.y);
-    s.open = s.open && gain + rise > 0;
+    const std::optional<five> term = gain_in(s, cell);
+    if (!term) continue;
+    for (std::size_t c = 0; c < sum.size(); ++c) sum[c] += std::min(0.0, (*term)[c]);
     open += s.open ? 1 : 0;
     stack_.push_back(s);
   }
-  return {*std::min_element(corner.begin(), corner.end()), centre, open};
+  return {*std::min_element(sum.begin() + 1, sum.end()), sum[0], open};
 }
 
 void price_search::visit(const rectangle& cell, std::size_t begin, std::size_t end, int depth) {
@@ -169,28 +221,69 @@ void price_search::divide(const rectangle& cell, std::size_t begin, int depth) {
   }
 }
 
-// A sum of min(0, d_i - price_i) is the least of the sums of d_i - price_i over all choices of
-// sites. Where few are open to choice, each sum is minimised on its own: it is convex.
+// The sets that can be the best ones of a knot's sites: no surely gaining site is left out that
+// would cost no triple more.
+std::vector<price_search::choice> price_search::choices_of_knot(std::size_t begin,
+                                                                std::size_t end) const {
+  const std::vector<double>& penalty = prices_->knots()[stack_[begin].knot].penalty;
+  std::vector<choice> choices;
+  for (std::size_t k = 0; k < std::size_t{1} << (end - begin); ++k) {
+    choice c{{}, 0};
+    std::uint32_t set = 0;
+    for (std::size_t j = begin; j < end; ++j) {
+      if ((k >> (j - begin) & 1) == 0) continue;
+      set |= stack_[j].bit;
+      c.slots.push_back(stack_[j].slot);
+      c.prices += stack_[j].price;
+    }
+    const bool poor =
+        std::any_of(stack_.begin() + static_cast<std::ptrdiff_t>(begin),
+                    stack_.begin() + static_cast<std::ptrdiff_t>(end), [&](const priced_site& s) {
+                      return !s.open && (set & s.bit) == 0 && penalty[set | s.bit] == penalty[set];
+                    });
+    if (poor) continue;
+    c.prices -= penalty[set];
+    choices.push_back(std::move(c));
+  }
+  return choices;
+}
+
+// The priced sum is the least of the sums of d_i - price_i over all choices of sites. Where few are
+// open to choice, each sum is minimised on its own: it is convex.
 bool price_search::close(const rectangle& cell, std::size_t begin) {
-  std::vector<priced_site> open;
-  std::vector<std::uint32_t> sure;
-  double sure_prices = 0;
-  for (std::size_t k = begin; k < stack_.size(); ++k) {
-    if (stack_[k].open) {
-      open.push_back(stack_[k]);
+  std::vector<std::vector<choice>> open;
+  choice sure{{}, 0};
+  for (std::size_t k = begin; k < stack_.size();) {
+    const priced_site& s = stack_[k];
+    if (s.knot != kLoose) {
+      const std::size_t last = end_of_knot(k, stack_.size());
+      open.push_back(choices_of_knot(k, last));
+      k = last;
+      continue;
+    }
+    ++k;
+    if (s.open) {
+      open.push_back({{{}, 0}, {{s.slot}, s.price}});
     } else {
-      sure.push_back(stack_[k].slot);
-      sure_prices += stack_[k].price;
+      sure.slots.push_back(s.slot);
+      sure.prices += s.price;
     }
   }
+  std::size_t all = 1;
+  for (const std::vector<choice>& o : open) {
+    all *= o.size();
+    if (all > kMostChoices) return false;
+  }
   double bound = 0;
-  for (std::size_t choice = 0; choice < std::size_t{1} << open.size(); ++choice) {
-    chosen_ = sure;
-    double prices = sure_prices;
-    for (std::size_t k = 0; k < open.size(); ++k) {
-      if ((choice >> k & 1) == 0) continue;
-      chosen_.push_back(open[k].slot);
-      prices += open[k].price;
+  for (std::size_t number = 0; number < all; ++number) {
+    chosen_ = sure.slots;
+    double prices = sure.prices;
+    std::size_t left = number;
+    for (const std::vector<choice>& o : open) {
+      const choice& c = o[left % o.size()];
+      left /= o.size();
+      chosen_.insert(chosen_.end(), c.slots.begin(), c.slots.end());
+      prices += c.prices;
     }
     if (chosen_.empty()) continue;
     const std::optional<double> least = least_sum(cell, prices);

@@ -1,9 +1,10 @@
-// The least of the priced problem of one facility, sum over i of min(0, d_i(x) - price_i): which
-// sites would gain the most together if a facility came. Branch and bound over rectangles.
-// Internal.
+// The least of the priced problem of one facility, sum over i of min(0, d_i(x) - price_i) where no
+// triple has a price (site_prices.h): which sites would gain the most together if a facility came.
+// Branch and bound over rectangles. Internal.
 #ifndef PLANLOC_OPTIMUM_ALLOCATION_PRICE_SEARCH_H_
 #define PLANLOC_OPTIMUM_ALLOCATION_PRICE_SEARCH_H_
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -13,6 +14,7 @@
 #include <vector>
 
 #include "planloc/foundation/geometry/xy.h"
+#include "planloc/optimum/allocation/site_prices.h"
 #include "planloc/optimum/evaluate.h"
 
 namespace planloc::detail {
@@ -32,13 +34,10 @@ class price_search {
   // Distances and prices are by slot.
   explicit price_search(const distance_table& table);
 
-  // The priced sum at a place.
-  double value(std::span<const double> prices, const xy& at) const;
-
   // A bound below the least value in a cell, within twice the tolerance of it, and half of it away
   // from what could only just be shown; none if `expired` ended the search. `known` is a value that
   // is taken somewhere in it.
-  std::optional<double> run(std::span<const double> prices, const price_cell& where, double known,
+  std::optional<double> run(const site_prices& prices, const price_cell& where, double known,
                             double tolerance, const std::function<bool()>& expired);
 
   // The best place that the last search met in each part of the plane, with its value.
@@ -53,7 +52,17 @@ class price_search {
   struct priced_site {
     std::uint32_t slot;
     double price;
-    bool open;  // whether it gains in a part of the cell only, or may do so
+    bool open;           // whether it gains in a part of the cell only, or may do so
+    std::uint32_t knot;  // kLoose: none
+    std::uint32_t bit;   // in the sets of the knot
+  };
+  static constexpr std::uint32_t kLoose = UINT32_MAX;
+  // What a site adds to the priced sum: at the cell's centre, then at its corners.
+  using five = std::array<double, 5>;
+  // Of one or more sites those that one choice serves; prices less penalties.
+  struct choice {
+    std::vector<std::uint32_t> slots;
+    double prices;
   };
   struct rectangle {
     xy centre;
@@ -62,23 +71,31 @@ class price_search {
   struct view {
     double bound;
     double at_centre;
-    std::size_t open;
+    std::size_t open;  // sites of no knot
   };
 
   double widest(const gauge_block& b) const;
-  std::optional<rectangle> region(std::span<const double> prices);
+  std::optional<rectangle> region();
+  void gather(const site_prices& prices);
   void divide(const rectangle& cell, std::size_t begin, int depth);
   void visit(const rectangle& cell, std::size_t begin, std::size_t end, int depth);
   view look(const rectangle& cell, std::size_t begin, std::size_t end);
+  std::optional<five> gain_in(priced_site& s, const rectangle& cell) const;
+  std::size_t end_of_knot(std::size_t begin, std::size_t end) const;
+  five least_of_knot(std::size_t begin);
+  std::vector<choice> choices_of_knot(std::size_t begin, std::size_t end) const;
   bool close(const rectangle& cell, std::size_t begin);
   std::optional<double> least_sum(const rectangle& cell, double prices);
   void meet(const xy& at, double value);
 
   const distance_table& table_;
+  const site_prices* prices_ = nullptr;
   price_cell where_;
-  std::vector<double> reach_;          // of each block: |x|, |y| <= reach * gauge((x, y))
-  std::vector<double> widest_;         // of each block: gauge((x, y)) <= widest if |x|, |y| <= 1
-  std::vector<priced_site> stack_;     // along the walk: the sites that can gain in a cell
+  std::vector<double> reach_;   // of each block: |x|, |y| <= reach * gauge((x, y))
+  std::vector<double> widest_;  // of each block: gauge((x, y)) <= widest if |x|, |y| <= 1
+  // Along the walk: the sites that can gain in a cell, first knot after knot.
+  std::vector<priced_site> stack_;
+  std::vector<five> terms_;            // scratch
   std::vector<std::uint32_t> chosen_;  // scratch
   std::vector<met> places_;
   met* here_ = nullptr;

@@ -92,7 +92,7 @@ class allocation_checker {
       detail::prove_cases(problem_, answer_.cases, *answer_.lower_bound);
       proved = *answer_.lower_bound;
     } else if (!answer_.prices.empty() && *answer_.lower_bound > 0) {
-      detail::prove_prices(problem_, answer_.prices, *answer_.lower_bound);
+      detail::prove_prices(problem_, answer_.prices, answer_.triples, *answer_.lower_bound);
       proved = *answer_.lower_bound;
     }
     if (!(*answer_.lower_bound <= proved * (1 + kRounding))) {

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "planloc/optimum/proof/linked_sites.h"
 #include "planloc/optimum/proof/verify_leaves.h"
 
 namespace planloc::detail {
@@ -18,7 +19,8 @@ constexpr int kMostDepth = 100;
 constexpr double kRounding = 0x1p-50;
 constexpr double kOutwards = 1 + 0x1p-40;
 
-constexpr std::size_t kMostOpen = 2;
+constexpr std::size_t kMostOpen = 2;      // sites that no triple links
+constexpr std::size_t kMostChoices = 64;  // with those of links
 constexpr int kMixtures = 3;
 
 // Left and low, right and low, left and high, right and high.
@@ -38,26 +40,42 @@ double half_width(const gauge& g) {
   return most;
 }
 
+struct proof_prices {
+  std::vector<double> of_site;  // at most the distance from the nearest existing facility
+  std::vector<linked_sites> links;
+  interval sum{0};  // of sites, less that of triples
+};
+
 // Counts places from the first site, so that sites close together far from the origin lose nothing.
 class price_walk {
  public:
-  price_walk(const allocation_problem& p, std::vector<double> prices, double least)
+  price_walk(const allocation_problem& p, const proof_prices& prices, double least)
       : sites_(p.single(), {p.sites()[0].x, p.sites()[0].y}),
-        prices_(std::move(prices)),
+        prices_(prices.of_site),
+        links_(prices.links),
+        bit_of_(prices_.size()),
+        link_of_(prices_.size(), nullptr),
         least_(least) {
     for (std::uint32_t i = 0; i < prices_.size(); ++i) {
       const interval_pair away = sites_.offset(i, {interval(0), interval(0)});
       position_.push_back({{-away.x.high, -away.y.high},
                            above(std::max(away.x.high - away.x.low, away.y.high - away.y.low))});
     }
+    for (const linked_sites& l : links_) {
+      for (std::size_t k = 0; k < l.sites.size(); ++k) {
+        link_of_[l.sites[k]] = &l;
+        bit_of_[l.sites[k]] = std::size_t{1} << k;
+        if (prices_[l.sites[k]] > 0) open_.push_back(l.sites[k]);
+      }
+    }
+    for (std::uint32_t i = 0; i < prices_.size(); ++i)
+      if (prices_[i] > 0 && link_of_[i] == nullptr) open_.push_back(i);
   }
 
   // In absolute coordinates.
   void run(const rectangle& where) {
     rectangle all{INFINITY, -INFINITY, INFINITY, -INFINITY};
-    for (std::uint32_t i = 0; i < prices_.size(); ++i) {
-      if (!(prices_[i] > 0)) continue;
-      open_.push_back(i);
+    for (const std::uint32_t i : open_) {
       const auto& [at, width] = position_[i];
       const double reach =
           prices_[i] / problem().sites()[i].weight * half_width(problem().gauge_of(i)) * kOutwards +
@@ -112,37 +130,136 @@ class price_walk {
     const xy middle{r.left + (r.right - r.left) / 2, r.low + (r.high - r.low) / 2};
     corner_values sum{};
     double at_middle = 0;
-    for (std::size_t k = begin; k < end; ++k) {
-      const std::uint32_t i = open_[k];
-      const corner_values gain = gains(i, r, middle);
-      if (*std::min_element(gain.begin(), gain.end()) >= 0) continue;
-      open_.push_back(i);
-      for (std::size_t c = 0; c < 4; ++c) sum[c] += std::min(0.0, gain[c]);
-      at_middle += std::min(0.0, distance(i, middle) - prices_[i]);
+    std::vector<priced_term> terms;
+    for (std::size_t k = begin; k < end;) {
+      terms.clear();
+      for (const std::size_t last = end_of_link(k, end); k < last; ++k) {
+        const std::uint32_t i = open_[k];
+        const corner_values gain = gains(i, r, middle);
+        if (*std::min_element(gain.begin(), gain.end()) >= 0) continue;
+        open_.push_back(i);
+        terms.push_back({i, gain, distance(i, middle) - prices_[i]});
+      }
+      add_least(terms, sum, at_middle);
     }
     if (at_middle < least_ * (1 + 0x1p-40)) refuse("the prices do not prove the lower bound");
-    const auto terms = static_cast<double>(open_.size() - end);
-    return *std::min_element(sum.begin(), sum.end()) * (1 + (terms + 1) * kRounding);
+    const auto count = static_cast<double>(open_.size() - end);
+    return *std::min_element(sum.begin(), sum.end()) * (1 + (count + 1) * kRounding);
+  }
+
+  struct priced_term {
+    std::uint32_t site;
+    corner_values gain;
+    double at_middle;
+  };
+
+  // The sites from `begin` on of one link; one if it is of none.
+  std::size_t end_of_link(std::size_t begin, std::size_t end) const {
+    const linked_sites* const own = link_of_[open_[begin]];
+    std::size_t k = begin + 1;
+    while (own != nullptr && k < end && link_of_[open_[k]] == own) ++k;
+    return k;
+  }
+
+  // Adds what the best sets of sites of one link add to the priced sum, from below.
+  void add_least(const std::vector<priced_term>& terms, corner_values& sum,
+                 double& at_middle) const {
+    corner_values least{};
+    double least_at_middle = 0;
+    for (std::size_t k = 1; k < std::size_t{1} << terms.size(); ++k) {
+      corner_values value{};
+      double size = 0;
+      double middle = 0;
+      std::size_t set = 0;
+      for (std::size_t j = 0; j < terms.size(); ++j) {
+        if ((k >> j & 1) == 0) continue;
+        set |= bit_of_[terms[j].site];
+        for (std::size_t c = 0; c < 4; ++c) {
+          value[c] += terms[j].gain[c];
+          size += std::fabs(terms[j].gain[c]);
+        }
+        middle += terms[j].at_middle;
+      }
+      const linked_sites* const link = link_of_[terms[0].site];
+      const interval paid = link == nullptr ? interval(0) : link->paid[set];
+      const double loss =
+          terms.size() == 1 && link == nullptr ? 0 : 16 * kRounding * (size + paid.high);
+      for (std::size_t c = 0; c < 4; ++c) least[c] = std::min(least[c], value[c] + paid.low - loss);
+      least_at_middle = std::min(least_at_middle, middle + paid.high);
+    }
+    for (std::size_t c = 0; c < 4; ++c) sum[c] += least[c];
+    at_middle += least_at_middle;
   }
 
   // The sum of min(0, d_i - price_i) is the least of the sums of d_i - price_i over all choices of
   // sites; those that surely gain on all of the rectangle are in each choice that matters. Whether
   // all these convex sums are nowhere below `least_`.
   bool sums_reach(const rectangle& r, std::size_t begin) const {
-    std::vector<std::uint32_t> sure;
-    std::vector<std::uint32_t> open;
-    for (std::size_t k = begin; k < open_.size(); ++k) {
-      (gains_everywhere(open_[k], r) ? sure : open).push_back(open_[k]);
-      if (open.size() > kMostOpen) return false;
+    std::vector<std::vector<choice>> open;
+    choice sure{{}, 0};
+    std::size_t loose = 0;
+    for (std::size_t k = begin; k < open_.size();) {
+      const std::size_t last = end_of_link(k, open_.size());
+      if (link_of_[open_[k]] != nullptr) {
+        open.push_back(choices_of_link(r, {open_.data() + k, last - k}));
+      } else if (gains_everywhere(open_[k], r)) {
+        sure.sites.push_back(open_[k]);
+      } else if (++loose > kMostOpen) {
+        return false;
+      } else {
+        open.push_back({{{}, 0}, {{open_[k]}, 0}});
+      }
+      k = last;
     }
-    for (std::size_t choice = 0; choice < std::size_t{1} << open.size(); ++choice) {
-      std::vector<std::uint32_t> chosen = sure;
-      for (std::size_t k = 0; k < open.size(); ++k) {
-        if ((choice >> k & 1) != 0) chosen.push_back(open[k]);
+    std::size_t all = 1;
+    for (const std::vector<choice>& o : open) {
+      all *= o.size();
+      if (all > kMostChoices) return false;
+    }
+    for (std::size_t number = 0; number < all; ++number) {
+      choice chosen = sure;
+      std::size_t left = number;
+      for (const std::vector<choice>& o : open) {
+        const choice& c = o[left % o.size()];
+        left /= o.size();
+        chosen.sites.insert(chosen.sites.end(), c.sites.begin(), c.sites.end());
+        chosen.paid = below(chosen.paid + c.paid);
       }
       if (!sum_reaches(r, chosen)) return false;
     }
     return true;
+  }
+
+  struct choice {
+    std::vector<std::uint32_t> sites;
+    double paid;  // at least, for triples
+  };
+
+  // A set that leaves out a surely gaining site is of no account if that would pay for no other
+  // triple.
+  std::vector<choice> choices_of_link(const rectangle& r,
+                                      std::span<const std::uint32_t> sites) const {
+    const linked_sites& link = *link_of_[sites[0]];
+    std::vector<char> sure;
+    for (const std::uint32_t i : sites) sure.push_back(gains_everywhere(i, r) ? 1 : 0);
+    std::vector<choice> choices;
+    for (std::size_t k = 0; k < std::size_t{1} << sites.size(); ++k) {
+      choice c{{}, 0};
+      std::size_t set = 0;
+      for (std::size_t j = 0; j < sites.size(); ++j) {
+        if ((k >> j & 1) == 0) continue;
+        set |= bit_of_[sites[j]];
+        c.sites.push_back(sites[j]);
+      }
+      bool poor = false;
+      for (std::size_t j = 0; j < sites.size(); ++j)
+        poor = poor || ((k >> j & 1) == 0 && sure[j] != 0 &&
+                        link.hit[set | bit_of_[sites[j]]] == link.hit[set]);
+      if (poor) continue;
+      c.paid = link.paid[set].low;
+      choices.push_back(std::move(c));
+    }
+    return choices;
   }
 
   // A distance is convex, so at most its price everywhere if it is at the corners.
@@ -157,7 +274,9 @@ class price_walk {
 
   // Mixes the tangents from the middle and the corners so that the least value at a corner is as
   // large as can be.
-  bool sum_reaches(const rectangle& r, const std::vector<std::uint32_t>& chosen) const {
+  bool sum_reaches(const rectangle& r, const choice& c) const {
+    const std::vector<std::uint32_t>& chosen = c.sites;
+    const double needed = c.paid == 0 ? least_ : above(least_ - c.paid);
     std::vector<corner_values> tangents{
         tangent(r, {r.left + (r.right - r.left) / 2, r.low + (r.high - r.low) / 2}, chosen)};
     for (const double x : {r.left, r.right}) {
@@ -167,7 +286,7 @@ class price_walk {
     for (int pass = 0; pass < kMixtures; ++pass) {
       for (const corner_values& t : tangents) {
         mixture = best_mixture(mixture, t);
-        if (least_of(mixture) >= least_) return true;
+        if (least_of(mixture) >= needed) return true;
       }
     }
     return false;
@@ -234,9 +353,12 @@ class price_walk {
 
   verified_sites sites_;
   std::vector<position> position_;
-  std::vector<double> prices_;
+  const std::vector<double>& prices_;
+  const std::vector<linked_sites>& links_;
+  std::vector<std::size_t> bit_of_;           // of each site: in the sets of its link
+  std::vector<const linked_sites*> link_of_;  // of each site, if any
   double least_;
-  std::vector<std::uint32_t> open_;  // along the walk
+  std::vector<std::uint32_t> open_;  // along the walk; sites of one link side by side
 };
 
 }  // namespace
@@ -259,10 +381,12 @@ std::vector<double> capped_prices(const allocation_problem& p, const std::vector
   return capped;
 }
 
-interval sum_of(const std::vector<double>& prices) {
-  interval sum(0);
-  for (const double u : prices) sum = sum + interval(u);
-  return sum;
+proof_prices prices_to_prove(const allocation_problem& p, const std::vector<double>& prices,
+                             const std::vector<priced_triple>& triples) {
+  proof_prices u{capped_prices(p, prices), links_of(triples, prices.size())};
+  for (const double price : u.of_site) u.sum = u.sum + interval(price);
+  for (const priced_triple& t : triples) u.sum = u.sum - interval(t.price);
+  return u;
 }
 
 struct allocation_cell {
@@ -274,13 +398,13 @@ struct allocation_cell {
 // rectangles in common.
 class proved_prices {
  public:
-  proved_prices(const allocation_problem& p, const std::vector<double>& prices)
-      : problem_(p), prices_(capped_prices(p, prices)), sum_(sum_of(prices_)) {}
+  proved_prices(const allocation_problem& p, proof_prices prices)
+      : problem_(p), prices_(std::move(prices)) {}
 
   void prove(const std::vector<double>& least, const std::vector<allocation_cell>& cells,
              double claimed) {
     if (least.size() != cells.size()) refuse("one least priced sum a rectangle is needed");
-    interval bound = sum_;
+    interval bound = prices_.sum;
     for (std::size_t k = 0; k < cells.size(); ++k) {
       if (cells[k].count == 0) continue;
       if (!(least[k] <= 0)) refuse("the prices do not prove the lower bound");
@@ -301,8 +425,7 @@ class proved_prices {
   }
 
   const allocation_problem& problem_;
-  std::vector<double> prices_;
-  interval sum_;
+  proof_prices prices_;
   std::vector<std::pair<rectangle, double>> proved_;
 };
 
@@ -324,7 +447,7 @@ class case_walk {
     if (next_ == cases_.size()) refuse("a case of the lower bound is missing");
     const allocation_case& c = cases_[next_++];
     std::optional<proved_prices> own;
-    if (!c.prices.empty()) own.emplace(problem_, c.prices);
+    if (!c.prices.empty()) own.emplace(problem_, prices_to_prove(problem_, c.prices, c.triples));
     if (!c.least.empty()) {
       proved_prices* const prices = own ? &*own : inherited;
       if (prices == nullptr) refuse("a case has no prices");
@@ -353,12 +476,12 @@ class case_walk {
 
 }  // namespace
 
-void prove_prices(const allocation_problem& p, const std::vector<double>& prices, double claimed) {
-  std::vector<double> capped = capped_prices(p, prices);
-  const interval least =
-      (interval(claimed) - sum_of(capped)) / interval(static_cast<double>(p.count()));
+void prove_prices(const allocation_problem& p, const std::vector<double>& prices,
+                  const std::vector<priced_triple>& triples, double claimed) {
+  const proof_prices u = prices_to_prove(p, prices, triples);
+  const interval least = (interval(claimed) - u.sum) / interval(static_cast<double>(p.count()));
   if (!(least.high <= 0)) refuse("the prices do not prove the lower bound");
-  price_walk(p, std::move(capped), least.high).run(kPlane);
+  price_walk(p, u, least.high).run(kPlane);
 }
 
 void prove_cases(const allocation_problem& p, const std::vector<allocation_case>& cases,

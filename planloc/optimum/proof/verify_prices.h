@@ -14,9 +14,13 @@ namespace planloc::detail {
 // at x_1 ... x_p:
 //   sum over i of the distance from the nearest >= sum of u_i + sum over i, j of min(0, d_i(x_j) -
 //   u_i) >= sum of u_i + p * min over x of (sum over i of min(0, d_i(x) - u_i)).
+// Of three sites at most one new facility serves two or all; so a price of a triple may be asked of
+// that one: it leaves the bound's start and joins what the facility pays for the sites that it
+// serves, which are then those by which it gains the most.
 // The minimum is bounded by a walk over rectangles that cover all places where a distance is below
 // its price.
-void prove_prices(const allocation_problem& p, const std::vector<double>& prices, double claimed);
+void prove_prices(const allocation_problem& p, const std::vector<double>& prices,
+                  const std::vector<priced_triple>& triples, double claimed);
 
 // The same of cases: in each, the minimum of the facilities in a rectangle is that over the
 // rectangle. Every way to place the facilities belongs to a case.
