@@ -31,6 +31,7 @@ constexpr double kLeastWidth = 1e-3;
 constexpr double kFirstWidth = 0.15;
 constexpr int kMostSteps = 20;
 constexpr std::size_t kMostCutRounds = 30;
+constexpr std::size_t kShakes = 50;  // of an answer, among the places that the master takes
 
 constexpr int kSections = 50;  // of the golden ratio
 // Of a facility: what is as good as whole.
@@ -73,7 +74,7 @@ void column_generation::go_on(std::size_t rounds) {
     if (task_.answer.value - bound_ <= task_.goal || task_.expired()) break;
     master_->set_box(middle_, half_width_);
     if (!master_->solve(task_.expired)) break;
-    round();
+    round(0);
     if (!price() && !refine() && !cut_off()) break;
   }
 }
@@ -233,6 +234,7 @@ bool column_generation::refine() {
 bool column_generation::cut_off() {
   const bool in_groups = master_->groups().size.size() < best_prices_.size();
   if (task_.expired() || in_groups || cuts_++ == kMostCutRounds) return false;
+  round(kShakes);
   std::vector<priced_triple> triples =
       with_violated_triples(master_->taken(), master_->priced_triples());
   if (triples.size() == master_->priced_triples().size()) return false;
@@ -324,20 +326,31 @@ double column_generation::master_value() const {
 
 // Where the master knows of something better than the answer, its foremost clusters are places to
 // descend from.
-void column_generation::round() {
+void column_generation::round(std::size_t shakes) {
   if (master_->at_box() || master_value() > task_.answer.value - task_.goal) return;
-  std::vector<xy> places;
-  for (const auto& slots : master_->foremost(task_.answer.points.size())) {
-    places.push_back(find_place_(slots, ground_.place_of(slots[0])).at);
-  }
-  if (places.size() < task_.answer.points.size()) return;
-  local_search search(ground_, ground_.sites, 0, task_.expired);
+  std::vector<xy> foremost;
+  for (const auto& slots : master_->foremost(task_.answer.points.size()))
+    foremost.push_back(find_place_(slots, ground_.place_of(slots[0])).at);
+  if (foremost.size() == task_.answer.points.size()) descend_from(std::move(foremost), shakes);
+  if (shakes == 0) return;
+  std::vector<xy> own = places();
+  own.resize(task_.answer.points.size());
+  descend_from(std::move(own), shakes);
+}
+
+// The places of the clusters that the master takes, in whole or in part, are those to exchange
+// facilities for.
+void column_generation::descend_from(std::vector<xy> places, std::size_t shakes) {
+  std::vector<xy> taken;
+  for (const dual_master::taken_cluster& c : master_->taken()) taken.push_back(c.at);
+  const candidate_places candidates(ground_.table, std::move(taken));
+  local_search search(ground_, shakes == 0 ? ground_.sites : candidates, 0, task_.expired);
   search.start_from(std::move(places));
+  for (std::size_t k = 0; k < shakes && !task_.expired(); ++k) search.shake();
   allocation next;
   next.counters = task_.answer.counters;
-  for (std::size_t k = 0; k < task_.answer.points.size(); ++k) {
+  for (std::size_t k = 0; k < task_.answer.points.size(); ++k)
     next.points.push_back(ground_.absolute(search.best_places()[k]));
-  }
   alternate_to_optima(ground_.problem, next, task_.expired);
   if (next.value < task_.answer.value) task_.answer = std::move(next);
 }

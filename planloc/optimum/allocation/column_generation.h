@@ -82,7 +82,8 @@ class column_generation {
                  double high) const;
   double tolerance(double gap, double sum_of_prices) const;
   double master_value() const;
-  void round();
+  void round(std::size_t shakes);
+  void descend_from(std::vector<xy> places, std::size_t shakes);
   bool price();
   bool search(const site_prices& prices, double gap, std::vector<double>& least,
               const std::function<void(const price_search::met&, std::uint32_t)>& met);

@@ -16,7 +16,6 @@ constexpr double kPerturbation = 1e-6;
 constexpr double kNoise = 1e-14;
 constexpr std::size_t kPivotsToAsk = 32;
 constexpr double kLeastShare = 1e-3;  // of a cluster in a solution
-constexpr std::size_t kPromising = 64;
 constexpr std::size_t kClustersPerRow = 16;
 constexpr std::size_t kFewReached = 3;  // one in so many: the others are passed over
 
@@ -36,12 +35,12 @@ dual_master::dual_master(std::vector<std::size_t> counts, price_groups groups,
   low_.resize(rows_, -std::numeric_limits<double>::infinity());
   high_.resize(rows_, 0);
   const std::size_t rows = rows_ + counts.size();
+  of_row_.resize(rows);
   for (const double entry : {1.0, -1.0}) {
-    for (std::uint32_t i = 0; i < rows_; ++i) columns_.push_back({{i}, {entry}, 0, {}, {0, 0}, 0});
+    for (std::uint32_t i = 0; i < rows_; ++i) add_column({{i}, {entry}, 0, {}, {0, 0}, 0});
   }
   for (auto c = static_cast<std::uint32_t>(rows_); c < rows; ++c)
-    columns_.push_back({{c}, {1}, 0, {}, {0, 0}, 0});
-  basic_.assign(columns_.size(), 0);
+    add_column({{c}, {1}, 0, {}, {0, 0}, 0});
   for (std::size_t i = 0; i < rows; ++i) {
     basis_.push_back(i < rows_ ? i : rows_ + i);
     basic_[basis_[i]] = 1;
@@ -81,8 +80,18 @@ void dual_master::add_cluster(std::vector<std::uint32_t> slots, const xy& at, st
   for (std::size_t t = 0; t < triples_.size(); ++t)
     if (shared(triples_[t], c.slots) >= 2) add_to(groups_.size.size() + t);
   add_to(rows_ + cell);
-  columns_.push_back(std::move(c));
+  add_column(std::move(c));
+}
+
+void dual_master::add_column(column c) {
+  const auto number = static_cast<std::uint32_t>(columns_.size());
+  for (std::size_t k = 0; k < c.rows.size(); ++k)
+    of_row_[c.rows[k]].push_back({number, c.entries[k]});
+  gain_.push_back(0);
+  steepness_.push_back(1 + static_cast<double>(c.rows.size()));
   basic_.push_back(0);
+  row_.push_back(0);
+  columns_.push_back(std::move(c));
 }
 
 void dual_master::set_box(std::span<const double> middle, double half_width) {
@@ -112,11 +121,6 @@ std::vector<priced_triple> dual_master::priced_triples() const {
 site_prices dual_master::prices() const {
   const auto of_groups = std::span(dual_).first(groups_.size.size());
   return site_prices(groups_.prices_of_slots(of_groups), priced_triples());
-}
-
-// Of the direction in which a column moves the others, roughly.
-double dual_master::steepness(const column& c) {
-  return std::sqrt(static_cast<double>(c.rows.size()) + 1);
 }
 
 std::vector<std::vector<std::uint32_t>> dual_master::foremost(std::size_t count) const {
@@ -161,38 +165,26 @@ double dual_master::reduced_cost(const column& c) const {
   return c.cost - sum;
 }
 
-// Judges all columns and keeps the most promising ones, by the gain for a site covered.
-void dual_master::gather() {
-  promising_.clear();
+// All reduced costs anew.
+void dual_master::judge() {
   double scale = 0;
   for (const double y : dual_) scale = std::max(scale, std::fabs(y));
   least_gain_ = -kTolerance * scale;
-  std::vector<std::pair<double, std::size_t>> found;
-  for (std::size_t k = 0; k < columns_.size(); ++k) {
-    if (basic_[k] != 0) continue;
-    const double d = reduced_cost(columns_[k]);
-    if (d < least_gain_) found.emplace_back(d / steepness(columns_[k]), k);
-  }
-  std::sort(found.begin(), found.end());
-  if (found.size() > kPromising) found.resize(kPromising);
-  for (const auto& f : found) promising_.push_back(f.second);
+  for (std::size_t k = 0; k < columns_.size(); ++k)
+    gain_[k] = basic_[k] != 0 ? 0 : reduced_cost(columns_[k]);
 }
 
-std::size_t dual_master::entering() {
-  for (int round = 0; round < 2; ++round) {
-    std::size_t best = columns_.size();
-    double least = 0;
-    for (const std::size_t k : promising_) {
-      if (basic_[k] != 0) continue;
-      const double d = reduced_cost(columns_[k]);
-      if (d >= least_gain_ || d / steepness(columns_[k]) >= least) continue;
-      least = d / steepness(columns_[k]);
-      best = k;
-    }
-    if (best < columns_.size()) return best;
-    gather();
+std::size_t dual_master::entering() const {
+  std::size_t best = columns_.size();
+  double most = 0;
+  for (std::size_t k = 0; k < columns_.size(); ++k) {
+    if (!(gain_[k] < least_gain_)) continue;
+    const double by = gain_[k] * gain_[k];
+    if (by <= most * steepness_[k]) continue;
+    most = by / steepness_[k];
+    best = k;
   }
-  return columns_.size();
+  return best;
 }
 
 // inverse times a column.
@@ -244,19 +236,44 @@ bool dual_master::pivot(std::size_t in) {
   transform(columns_[in]);
   const std::size_t row = leaving();
   if (row == level_.size()) return false;
-  const double cost = reduced_cost(columns_[in]);
   const double step = std::max(0.0, level_[row] / alpha_[row]);
   for (std::size_t i = 0; i < level_.size(); ++i) level_[i] -= step * alpha_[i];
   level_[row] = step;
+  update(in, row, reduced_cost(columns_[in]) / alpha_[row]);
   exchange(row);
-  for (std::size_t j = 0; j < dual_.size(); ++j) {
-    dual_[j] += cost * inverse_[j * dual_.size() + row];
-  }
   basic_[basis_[row]] = 0;
   basic_[in] = 1;
   basis_[row] = in;
   ++pivots_;
   return true;
+}
+
+// Duals, reduced costs and reference weights after an exchange. The weights stand for the squared
+// lengths of the directions in which columns move the others.
+void dual_master::update(std::size_t in, std::size_t row, double step) {
+  const std::size_t rows = basis_.size();
+  for (std::size_t j = 0; j < rows; ++j) {
+    const double share = inverse_[j * rows + row];
+    if (share == 0) continue;
+    dual_[j] += step * share;
+    for (const auto& [k, value] : of_row_[j]) {
+      if (row_[k] == 0) crossed_.push_back(k);
+      row_[k] += share * value;
+    }
+  }
+  const double pivot = alpha_[row];
+  const double reference = steepness_[in];
+  for (const std::uint32_t k : crossed_) {
+    const double across = std::exchange(row_[k], 0);
+    if (basic_[k] != 0) continue;
+    gain_[k] -= step * across;
+    const double share = across / pivot;
+    steepness_[k] = std::max(steepness_[k], share * share * reference);
+  }
+  crossed_.clear();
+  gain_[in] = 0;
+  gain_[basis_[row]] = -step;
+  steepness_[basis_[row]] = std::max(1.0, reference / (pivot * pivot));
 }
 
 // The inverse anew, from the basic columns one by one.
@@ -314,25 +331,40 @@ void dual_master::drop_idle() {
     }
     number[k] = kept;
     if (k != kept) columns_[kept] = std::move(columns_[k]);
+    steepness_[kept] = steepness_[k];
     basic_[kept++] = basic_[k];
   }
   columns_.resize(kept);
   basic_.resize(kept);
+  gain_.resize(kept);
+  steepness_.resize(kept);
+  row_.resize(kept);
+  for (std::vector<crossing>& r : of_row_) {
+    std::erase_if(r, [&](const crossing& e) { return drop[e.column] != 0; });
+    for (crossing& e : r) e.column = static_cast<std::uint32_t>(number[e.column]);
+  }
   for (std::size_t& k : basis_) k = number[k];
 }
 
 bool dual_master::solve(const std::function<bool()>& expired) {
   compute();
   drop_idle();
-  gather();
-  for (std::size_t k = entering(); k < columns_.size(); k = entering()) {
-    if (pivots_ % kPivotsToAsk == 0 && expired()) return false;
+  judge();
+  bool sure = true;  // that the reduced costs are those of the basis
+  for (std::size_t steps = 0;; ++steps) {
+    if (steps % kPivotsToAsk == 0 && expired()) return false;
+    std::size_t k = entering();
+    if (k == columns_.size() && sure) return true;
+    if (k == columns_.size() || pivots_ >= 2 * basis_.size() + 100) {
+      factorise();
+      compute();
+      judge();
+      sure = true;
+      continue;
+    }
     if (!pivot(k)) return false;
-    if (pivots_ < 2 * basis_.size() + 100) continue;
-    factorise();
-    compute();
+    sure = false;
   }
-  return true;
 }
 
 }  // namespace planloc::detail

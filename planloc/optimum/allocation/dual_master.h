@@ -77,12 +77,13 @@ class dual_master {
   };
 
   double reduced_cost(const column& c) const;
-  static double steepness(const column& c);
-  void gather();
-  std::size_t entering();
+  void add_column(column c);
+  void judge();
+  std::size_t entering() const;
   void transform(const column& c);
   std::size_t leaving() const;
   bool pivot(std::size_t in);
+  void update(std::size_t in, std::size_t row, double step);
   void exchange(std::size_t row);
   void factorise();
   void compute();
@@ -96,7 +97,13 @@ class dual_master {
   std::vector<column> columns_;
   std::vector<std::set<std::vector<std::uint32_t>>> known_;  // by cell
   std::vector<std::size_t> basis_;                           // of each row
-  std::vector<std::size_t> promising_;                       // columns that could come in
+  struct crossing {
+    std::uint32_t column;
+    double value;
+  };
+  std::vector<std::vector<crossing>> of_row_;
+  std::vector<double> gain_;       // of each column: its reduced cost
+  std::vector<double> steepness_;  // of each column: see update()
   double least_gain_ = 0;
   std::vector<char> basic_;      // of each column
   std::vector<double> inverse_;  // by columns
@@ -105,6 +112,8 @@ class dual_master {
   std::vector<double> dual_;
   std::vector<double> alpha_;
   std::vector<std::uint32_t> reached_;  // where it is not 0
+  std::vector<double> row_;             // of the exchange, of each column
+  std::vector<std::uint32_t> crossed_;  // columns where it may not be 0
   std::size_t pivots_ = 0;
 };
 
