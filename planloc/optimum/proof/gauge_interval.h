@@ -32,6 +32,21 @@ interval enclosed(const mpq_class& q);
 // Of edge j of a polyhedral gauge: normal . u is the gauge of u on the edge's cone.
 interval_pair edge_normal(const gauge& g, std::size_t j);
 
+// Whether u, which `near` holds, lies in the cone of edge j. Where intervals cannot tell, exact()
+// has u in fractions.
+template <class Exact>
+bool in_cone(const gauge& g, std::size_t j, const interval_pair& near, Exact exact) {
+  const std::span<const xy> v = g.vertices();
+  const auto left_of = [&](const xy& ray, int sign) {
+    const interval side = interval(sign * ray.x) * near.y - interval(sign * ray.y) * near.x;
+    if (side.low >= 0) return true;
+    if (side.high < 0) return false;
+    const auto u = exact();
+    return sgn(mpq_class(ray.x * u.y - ray.y * u.x)) * sign >= 0;
+  };
+  return left_of(v[j], 1) && left_of(v[(j + 1) % v.size()], -1);
+}
+
 interval gauge_value(const gauge& g, const interval_pair& u);
 
 // Holds the gradient of a gauge that is not polyhedral at u; any slope where u may be 0.

@@ -221,32 +221,55 @@ void leaf_walk::look(triangle_state& t, aim a) {
   decide(t);
 }
 
-// A site has at least as many others below it as have their largest value below its least one, and
-// correspondingly above.
-void leaf_walk::decide(triangle_state& t) {
-  if (undecided_.empty()) return;
-  std::vector<double> lower, upper;
+leaf_walk::sorted_limits leaf_walk::limits_of_undecided() const {
+  sorted_limits all;
   for (const site_on_triangle& v : undecided_) {
-    lower.push_back(v.lower);
-    upper.push_back(v.upper);
+    all.lower.push_back(v.lower);
+    all.upper.push_back(v.upper);
   }
-  std::sort(lower.begin(), lower.end());
-  std::sort(upper.begin(), upper.end());
-  const auto run_at = [&](std::size_t rank) {
-    std::uint32_t r = 0;
-    while (rank >= t.runs[r].count) rank -= t.runs[r++].count;
-    return r;
-  };
-  const bool all_rise =
-      std::all_of(t.runs.begin(), t.runs.end(), [](const order_run& r) { return r.weight >= 0; });
+  std::sort(all.lower.begin(), all.lower.end());
+  std::sort(all.upper.begin(), all.upper.end());
+  return all;
+}
+
+// f rises with a distance whose order weights are not negative: the tangent stands for it, if that
+// leaves the possible order weights of all sites as they are or none is negative. It falls with one
+// whose order weights are not positive: the values at the corners stand for it.
+void leaf_walk::substitute(const triangle_state& t, const sorted_limits& all, site_on_triangle& v) {
+  const auto rises_with = [](const order_run& r) { return r.weight >= 0; };
   const auto keeps_ranks = [&](double low, double bound) {
     std::size_t rank = 0;
     for (std::size_t r = 0; r + 1 < t.runs.size() && low < bound; ++r) {
       rank += t.runs[r].count;
-      if (bound > upper[rank - 1] && low <= upper[rank - 1]) return false;
-      if (bound >= lower[rank] && low < lower[rank]) return false;
+      if (bound > all.upper[rank - 1] && low <= all.upper[rank - 1]) return false;
+      if (bound >= all.lower[rank] && low < all.lower[rank]) return false;
     }
     return true;
+  };
+  const std::span<const order_run> own =
+      std::span(t.runs).subspan(v.first_run, v.last_run + 1 - v.first_run);
+  const bool rises = std::all_of(own.begin(), own.end(), rises_with) &&
+                     (std::all_of(t.runs.begin(), t.runs.end(), rises_with) ||
+                      keeps_ranks(least_of(v.tangent[0]), v.lower));
+  const bool falls =
+      std::all_of(own.begin(), own.end(), [](const order_run& r) { return r.weight <= 0; });
+  if (!rises && !falls) return;
+  if (rises) v.value = v.tangent[0];
+  v.tangent.fill(v.value);
+  v.height = {(v.value[0].low + v.value[1].low + v.value[2].low) / 3, v.value[0].low,
+              v.value[1].low, v.value[2].low};
+}
+
+// A site has at least as many others below it as have their largest value below its least one, and
+// correspondingly above.
+void leaf_walk::decide(triangle_state& t) {
+  if (undecided_.empty()) return;
+  const sorted_limits all = limits_of_undecided();
+  const auto& [lower, upper] = all;
+  const auto run_at = [&](std::size_t rank) {
+    std::uint32_t r = 0;
+    while (rank >= t.runs[r].count) rank -= t.runs[r++].count;
+    return r;
   };
   std::vector<order_run> left = t.runs;
   std::vector<site_on_triangle> open;
@@ -263,20 +286,7 @@ void leaf_walk::decide(triangle_state& t) {
     }
     t.undecided.push_back(v.seen);
     open.push_back(v);
-    // f rises with a distance whose order weights are not negative: the tangent stands for it, if
-    // that leaves the possible order weights of all sites as they are or none is negative.
-    bool rises = all_rise || keeps_ranks(least_of(v.tangent[0]), v.lower);
-    bool falls = true;
-    for (std::uint32_t r = v.first_run; r <= v.last_run; ++r) {
-      rises = rises && t.runs[r].weight >= 0;
-      falls = falls && t.runs[r].weight <= 0;
-    }
-    if (!rises && !falls) continue;
-    site_on_triangle& w = open.back();
-    if (rises) w.value = w.tangent[0];
-    w.tangent.fill(w.value);
-    w.height = {(w.value[0].low + w.value[1].low + w.value[2].low) / 3, w.value[0].low,
-                w.value[1].low, w.value[2].low};
+    substitute(t, all, open.back());
   }
   undecided_ = std::move(open);
   t.runs.clear();
@@ -355,13 +365,7 @@ leaf_walk::rows leaf_walk::rest(const triangle_state& t) const {
 }
 
 interval leaf_walk::sorted_bounds(const triangle_state& t) const {
-  std::vector<double> lower, upper;
-  for (const site_on_triangle& v : undecided_) {
-    lower.push_back(v.lower);
-    upper.push_back(v.upper);
-  }
-  std::sort(lower.begin(), lower.end());
-  std::sort(upper.begin(), upper.end());
+  const auto [lower, upper] = limits_of_undecided();
   interval sum;
   std::size_t k = 0;
   for (const order_run& r : t.runs) {

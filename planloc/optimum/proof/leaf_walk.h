@@ -108,7 +108,12 @@ class leaf_walk {
   void look(triangle_state& t, aim a = aim::nothing);
   bool has_one_slope(std::uint32_t site, const interval_pair& offset) const;
   site_on_triangle look_at(const triangle_state& t, const seen_site& seen, aim a) const;
+  struct sorted_limits {
+    std::vector<double> lower, upper;
+  };
+  sorted_limits limits_of_undecided() const;
   void decide(triangle_state& t);
+  static void substitute(const triangle_state& t, const sorted_limits& all, site_on_triangle& v);
   void keep(triangle_state& t, const site_on_triangle& v, const interval& lambda);
   static std::vector<bool> sites_with_twins(const problem& p);
   bool keep_with_twin(triangle_state& t, std::uint32_t site, const interval& lambda) const;

@@ -12,8 +12,6 @@ namespace {
 
 constexpr std::size_t kFewEdges = 256;
 
-mpq_class cross(const xy& a, const fraction_pair& u) { return a.x * u.y - a.y * u.x; }
-
 }  // namespace
 
 place_of_contact::place_of_contact(const problem& p, const fraction_pair& at)
@@ -68,15 +66,7 @@ fraction_pair place_of_contact::exact_offset(std::size_t i) const {
 }
 
 bool place_of_contact::in_cone(std::size_t i, std::uint32_t edge) const {
-  const std::span<const xy> v = gauge_of(i).vertices();
-  const interval_pair u = offset(i);
-  const auto left_of = [&](const xy& ray, int sign) {
-    const interval side = interval(sign * ray.x) * u.y - interval(sign * ray.y) * u.x;
-    if (side.low >= 0) return true;
-    if (side.high < 0) return false;
-    return sgn(cross(ray, exact_offset(i))) * sign >= 0;
-  };
-  return left_of(v[edge], 1) && left_of(v[(edge + 1) % v.size()], -1);
+  return detail::in_cone(gauge_of(i), edge, offset(i), [&] { return exact_offset(i); });
 }
 
 interval place_of_contact::distance(std::size_t i, std::uint32_t edge) const {

@@ -145,16 +145,9 @@ mpq_class verified_sites::distance(std::size_t i, const fraction_pair& at) const
 }
 
 bool verified_sites::in_cone(std::size_t i, std::size_t edge, const xy& at) const {
-  const std::span<const xy> v = problem_.gauge_of(i).vertices();
-  const interval_pair near = offset(i, {at.x, at.y});
-  const auto left_of = [&](const xy& ray, int sign) {
-    const interval side = interval(sign * ray.x) * near.y - interval(sign * ray.y) * near.x;
-    if (side.low >= 0) return true;
-    if (side.high < 0) return false;
-    const fraction_pair u = exact_offset(i, {mpq_class(at.x), mpq_class(at.y)});
-    return sgn(mpq_class(ray.x * u.y - ray.y * u.x)) * sign >= 0;
-  };
-  return left_of(v[edge], 1) && left_of(v[(edge + 1) % v.size()], -1);
+  return detail::in_cone(problem_.gauge_of(i), edge, offset(i, {at.x, at.y}), [&] {
+    return exact_offset(i, {mpq_class(at.x), mpq_class(at.y)});
+  });
 }
 
 problem at_one_place(const problem& p) {
