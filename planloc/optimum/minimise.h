@@ -52,16 +52,13 @@ solution minimise_convex(const problem& p, const minimise_options& options = {})
 // functions (Tuy 1996), for any order weights. Polyhedral gauges: to a gap of 0. Others: as
 // far as `optimal` promises, or as doubles can tell.
 //
-// Where f neither grows nor falls in some direction far from the sites, although the sites differ
-// in gauge or weight, a square that is known to hold an optimum is found only for polyhedral gauges
-// and few different pairs of gauge and weight (some thirty, or hundreds of one gauge). Else the
-// value may come ever nearer to its infimum far away without reaching it; the status is `stopped`,
-// with the best value near the sites, unless that is as low as the bound, which is 0 or minus
-// infinity.
-//
-// Sites of one smooth gauge and one weight, whose order weights add up to 0 (the narrowest ring
-// around points), are searched to infinity. Where f is least far away only, so that no place has
-// that value, the status is `stopped`, with a place far away and a bound near its value.
+// Where f neither grows nor falls in some direction far from the sites, polyhedral problems with
+// few different pairs of gauge and weight (some thirty, or hundreds of one gauge) have a square
+// that is known to hold an optimum. Others, and up to 32 such pairs, are searched to infinity.
+// Where f is least far away only, so that no place has that value, the status is `stopped`, with a
+// place far away and a bound near its value: the narrowest ring around points on a line, say. So it
+// is where three or more pairs grow alike in a direction, or the slopes of a gauge leap there, and
+// the bound may be low; it may be 0 or minus infinity.
 solution minimise_general(const problem& p, const minimise_options& options = {});
 
 }  // namespace planloc

@@ -85,17 +85,17 @@ struct convex_certificate {
 // same problem with all sites at one place) by no more than a constant, and `outside` proves in the
 // same way that this function is large enough on the sides of the square of half side 1. It is
 // empty where that function is 0 in some direction: then it is nowhere negative, and the square is
-// so large that from any place outside some way back to its border is nowhere up. Where all sites
-// have one smooth gauge and one weight and the order weights add up to 0, `outside` stands for all
-// places outside, base + kInside * half / t * y with y on the sides of the square of half side 1
-// and 0 <= t <= 1, halved along y or t; f is nowhere less than the bound there. With forbidden
-// regions the square holds them, and f is above the bound outside, or no way back is up; with an
-// allowed region the square holds that, and `outside` is empty.
+// so large that from any place outside some way back to its border is nowhere up. If `to_infinity`,
+// `outside` stands for all places outside, base + kInside * half / t * y with y on the sides of the
+// square of half side 1 and 0 <= t <= 1, halved along y or t; f is nowhere less than the bound
+// there. With forbidden regions the square holds them, and f is above the bound outside, or no way
+// back is up; with an allowed region the square holds that, and `outside` is empty.
 //
 // No cells at all: the sums of the last k order weights are not negative, so neither is f; or all
 // sites lie at one place and `outside` proves that the recession function, which f is there, is not
-// negative; or all sites have one gauge and one weight and the order weights add up to 0: then f is
-// at least the least of these sums times the largest distance of two sites.
+// negative; or all sites have one gauge and lie at one place, and f is that gauge times a number
+// that is not negative; or all sites have one gauge and one weight and the order weights add up to
+// 0: then f is at least the least of these sums times the largest distance of two sites.
 struct branch_certificate {
   // The square stands off the base, by these parts of its half side in x and y, lest many halvings
   // meet in the base, near which the optimum often is. So all places up to `kInside` * half from
@@ -113,6 +113,7 @@ struct branch_certificate {
   xy base{0, 0};
   double half = 0;              // of the side of the square
   std::vector<reason> outside;  // the sides: right, top, left, bottom
+  bool to_infinity = false;     // what `outside` stands for
   std::vector<reason> cells;
 };
 

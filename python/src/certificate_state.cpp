@@ -38,7 +38,7 @@ struct to_state {
   }
   py::object operator()(const branch_certificate& c) const {
     return py::make_tuple("branch", place_state(c.base), c.half, bytes_of(c.outside),
-                          bytes_of(c.cells));
+                          bytes_of(c.cells), c.to_infinity);
   }
   py::object operator()(const direction_certificate& c) const {
     return py::make_tuple("direction", place_state(c.direction));
@@ -91,6 +91,7 @@ certificate certificate_from(const py::object& state) {
     return branch_certificate{.base = place_from(fields[1]),
                               .half = fields[2].cast<double>(),
                               .outside = reasons_from(fields[3]),
+                              .to_infinity = fields[5].cast<bool>(),
                               .cells = reasons_from(fields[4])};
   }
   convex_certificate c{.pieces = {}, .base = place_from(fields[1])};

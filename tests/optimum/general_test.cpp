@@ -186,6 +186,76 @@ TEST(General, SmoothAndNearlyZero) {
   }
 }
 
+// f levels off where two gauges, or multiples of one, grow alike: boxes to infinity prove what a
+// sample of places near and far agrees with.
+TEST(General, MixedAndLevelFarAway) {
+  const std::vector<gauge> pair = {gauge::euclidean(), gauge::linf()};
+  const auto end = solution_status::optimal;
+  const struct {
+    const char* name;
+    problem p;
+    solution_status status;
+  } cases[] = {
+      {"a ring between two gauges",
+       {{{3, 0}, {3, 0}, {2, 1, 1, 1}, {3, 2, 1, 1}, {2, 0}}, pair, order_weights::range()},
+       end},
+      {"the two farthest",
+       {{{0, 1, 1, 1}, {0, 0, 1, 1}, {3, 3}, {0, 3}, {2, 1, 1, 1}},
+        pair,
+        order_weights({0, 0, 0, 1, -1})},
+       solution_status::stopped},
+      {"three norms, the largest of which falls",
+       {{{0, 3}, {0, 3, 3, 1}, {2, 1, 2, 2}},
+        {gauge::lp(1.5), gauge::euclidean(), gauge::l1()},
+        order_weights({1, 1, -1})},
+       end},
+      {"weights that cancel",
+       {{{3, 3}, {3, 9}, {3, 3, 2}, {3, 5, 3}, {3, 3}, {3, 1}, {3, 5}},
+        {gauge::lp(2.2)},
+        order_weights({-1, -1, 1, -1, 1, -1, 1})},
+       end},
+      {"0 everywhere",
+       {{{0.1, -0.7, 3}, {0.1, -0.7}, {0.1, -0.7}, {0.1, -0.7, 3}},
+        {gauge::lp(3.4)},
+        order_weights({1, -1, 1, -1})},
+       end},
+      {"slow growth",
+       {{{3, 1}, {4, 1}, {7, 1}, {4, 1}, {6, 1}},
+        {gauge::euclidean()},
+        order_weights({0.748, -0.328, -0.466, 0.058, -0.01})},
+       end}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    minimise_options options;
+    options.cells = 20000;
+    const solution s = minimise(c.p, options);
+    EXPECT_EQ(s.status, c.status);
+    const verification v = verify(c.p, s);
+    EXPECT_EQ(v.reason, "");
+    EXPECT_LE(v.gap, c.status == end ? 1e-9 : 1e-4);
+    for (double r = 0.5; r < 1e6; r *= 1.25) {
+      for (int k = 0; k < 240; ++k) {
+        const double angle = k / 2 * std::numbers::pi / 60;
+        const double aside = k % 2 == 0 ? 0 : std::sqrt(r);
+        const xy at{3 + r * std::cos(angle) - aside * std::sin(angle),
+                    1 + r * std::sin(angle) + aside * std::cos(angle)};
+        EXPECT_GE(c.p.value(at), v.lower_bound - 1e-14 * r) << at.x << ' ' << at.y;
+      }
+    }
+    solution spoiled = s;
+    spoiled.lower_bound = spoiled.value + 1e-6;
+    EXPECT_FALSE(verify(c.p, spoiled).accepted);
+    spoiled = s;
+    auto& proof = std::get<branch_certificate>(spoiled.proof);
+    if (proof.outside.empty()) continue;
+    proof.to_infinity = false;
+    EXPECT_FALSE(verify(c.p, spoiled).accepted);
+    proof.to_infinity = true;
+    proof.outside = {reason::bound, reason::bound, reason::bound, reason::bound};
+    EXPECT_FALSE(verify(c.p, spoiled).accepted);
+  }
+}
+
 // The narrowest ring that holds all points: its middle has two of them on each circle, or three on
 // one, so it is a crossing of two bisectors, unless strips between parallel lines are narrower.
 struct narrowest {

@@ -141,7 +141,8 @@ std::string fault_of_value(const problem& p, const solution& s, bool optima_prov
 struct frame {
   xy middle;
   double extent = 0;
-  double size = 0;  // the sum of the terms' magnitudes amid the sites
+  double size = 0;      // the sum of the terms' magnitudes amid the sites
+  double rounding = 0;  // of f in the frame, well above what it is
 };
 
 frame frame_of(const problem& p) {
@@ -151,11 +152,15 @@ frame frame_of(const problem& p) {
     low = {std::min(low.x, s.x), std::min(low.y, s.y)};
     high = {std::max(high.x, s.x), std::max(high.y, s.y)};
   }
-  frame f{{low.x + (high.x - low.x) / 2, low.y + (high.y - low.y) / 2}, 0, 0};
+  frame f{{low.x + (high.x - low.x) / 2, low.y + (high.y - low.y) / 2}, 0, 0, 0};
   f.extent = std::max({high.x - low.x, high.y - low.y, 1e-3});
   double steepest = 0;
   for (const order_run& r : p.runs()) steepest = std::max(steepest, std::fabs(r.weight));
-  for (std::size_t i = 0; i < p.sites().size(); ++i) f.size += steepest * p.distance(i, f.middle);
+  const xy aside{f.middle.x + f.extent, f.middle.y + f.extent};
+  for (std::size_t i = 0; i < p.sites().size(); ++i) {
+    f.size += steepest * p.distance(i, f.middle);
+    f.rounding += 1e-13 * steepest * p.distance(i, aside);
+  }
   return f;
 }
 
@@ -197,13 +202,14 @@ double descent(const problem& p, const frame& f) {
 std::string fault_of_smooth_value(instance_source& source, const problem& p, const solution& s,
                                   const verification& v) {
   const frame f = frame_of(p);
-  const double rounding = std::max(kSmoothGap * std::max(std::fabs(s.value), f.size),
-                                   std::numeric_limits<double>::min());
+  const double rounding = std::max(kSmoothGap * std::max(std::fabs(s.value), f.size), f.rounding);
   if (s.status == solution_status::optimal && v.gap > rounding) return "proved gap not closed";
   for (int k = 0; k < 20; ++k) {
     const double size = std::pow(10, source.uniform(-7, 2));
     const xy at{s.point.x + size * source.uniform(-1, 1), s.point.y + size * source.uniform(-1, 1)};
-    if (p.value(at) < s.lower_bound - 1e-11 * std::fabs(s.lower_bound) - 1e-13 * f.size)
+    double terms = 0;
+    for (std::size_t i = 0; i < p.sites().size(); ++i) terms += p.distance(i, at);
+    if (p.value(at) < s.lower_bound - 1e-11 * std::fabs(s.lower_bound) - 1e-13 * (f.size + terms))
       return "below the bound";
   }
   const double found = descent(p, f);

@@ -132,7 +132,7 @@ std::vector<affine_piece> pieces_from(const json_tree& j) {
 }
 
 // One letter a triangle.
-constexpr std::string_view kReasons = "hbe";
+constexpr std::string_view kReasons = "hbef";
 
 std::string reasons_of(const std::vector<branch_certificate::reason>& reasons) {
   std::string text;
@@ -144,7 +144,7 @@ std::vector<branch_certificate::reason> reasons_from(const std::string& text) {
   std::vector<branch_certificate::reason> reasons;
   for (const char c : text) {
     const std::size_t k = kReasons.find(c);
-    if (k == std::string_view::npos) throw std::runtime_error("a reason is none of h, b, e");
+    if (k == std::string_view::npos) throw std::runtime_error("a reason is none of h, b, e, f");
     reasons.push_back(static_cast<branch_certificate::reason>(k));
   }
   return reasons;
@@ -160,6 +160,7 @@ struct proof_writer {
             {"base", pair_of(c.base)},
             {"half", c.half},
             {"outside", reasons_of(c.outside)},
+            {"to_infinity", c.to_infinity},
             {"cells", reasons_of(c.cells)}};
   }
   json_tree operator()(const direction_certificate& c) const {
@@ -183,6 +184,7 @@ certificate proof_from(const json_tree& j) {
     return branch_certificate{.base = pair_from(j.at("base")),
                               .half = j.at("half"),
                               .outside = reasons_from(j.at("outside")),
+                              .to_infinity = j.value("to_infinity", false),
                               .cells = reasons_from(j.at("cells"))};
   }
   if (kind == "direction") return direction_certificate{pair_from(j.at("direction"))};

@@ -59,10 +59,12 @@ constexpr std::size_t kOpenPerTask = 8;
 constexpr std::size_t kBatchSites = 1 << 18;
 // Of the sites of a batch: less is done before other threads wake up.
 constexpr std::size_t kSitesForThreads = 500;
-// Where f levels off in all directions: half of the first square, and how far away a best place may
+// Where f may level off: half of the square that is tried first, and how far away a best place may
 // be for a larger square to be made around it; if it is farther, f falls towards its infimum.
 constexpr double kLevelExtents = 4;
 constexpr double kFarthestExtents = 4096;
+// Half of a square, in extents, for which a smaller one is looked for.
+constexpr double kWideExtents = 256;
 // Half of the square that is searched when no square is known to hold an optimum, in extents.
 constexpr double kNearExtents = 16;
 
@@ -147,6 +149,7 @@ class general_search {
   }
   double half_of_square(const detail::recession& far) const;
   void bound_far_places(detail::recession& far);
+  void use_smaller_square(detail::recession& far);
   bool give_up(const cell& c);
   double bound() const;
   double proved_bound();
@@ -171,7 +174,7 @@ class general_search {
   search_tree tree_;
   int most_depth_ = kMostDepth;
   bool levels_ = false;  // far from the sites
-  // f is nowhere less outside of the square, where it levels off in all directions.
+  // f is nowhere less outside of the square, where that was searched too.
   double outside_ = std::numeric_limits<double>::infinity();
   double floor_ = std::numeric_limits<double>::infinity();  // bounds of cells that were given up
   std::vector<task> batch_;
@@ -265,7 +268,8 @@ double general_search::half_of_square(const detail::recession& far) const {
 
 // A square outside of which nothing is better than the best place, or hardly.
 void general_search::bound_far_places(detail::recession& far) {
-  if (least_possible()) return;
+  const double half = detail::half_for_far_boxes(problem_, table_);
+  if (half == 0 || least_possible()) return;
   const auto ended = [this] { return limit_reached(); };
   const double near = kLevelExtents * roundings_.extent / 2;
   best_.try_grid(near, ended);
@@ -278,7 +282,7 @@ void general_search::bound_far_places(detail::recession& far) {
     best_.offer(detail::to_exact(at), evaluate(at).value);
     return best_.value() - tolerance();
   };
-  far.half = std::max(far.half, kLevelExtents * roundings_.extent);
+  far.half = std::max(far.half, half);
   far.kind = growth::levels;
   for (;;) {
     const double reach = half_of_square(far) * branch_certificate::kInside;
@@ -290,6 +294,17 @@ void general_search::bound_far_places(detail::recession& far) {
     const double away = std::max(std::fabs(at.x), std::fabs(at.y));
     if (2 * away <= reach || away > kFarthestExtents * roundings_.extent || ended()) return;
     far.half = 4 * away;
+  }
+}
+
+// Where f grows slowly, so that the square is wide.
+void general_search::use_smaller_square(detail::recession& far) {
+  detail::recession smaller;
+  bound_far_places(smaller);
+  if (smaller.kind == growth::levels && outside_ >= best_.value() - tolerance()) {
+    far = std::move(smaller);
+  } else {
+    outside_ = std::numeric_limits<double>::infinity();
   }
 }
 
@@ -470,7 +485,8 @@ solution general_search::finish(const detail::recession& far) {
     if (growth_is_floor_) c.outside = far.outside;
     s.proof = std::move(c);
   } else if (std::isfinite(s.lower_bound)) {
-    s.proof = branch_certificate{table_.base, half_of_square(far), far.outside, tree_.reasons()};
+    s.proof = branch_certificate{table_.base, half_of_square(far), far.outside,
+                                 std::isfinite(outside_), tree_.reasons()};
   }
   const double size = std::fabs(s.value);
   const bool rounded =
@@ -538,8 +554,13 @@ solution general_search::run() {
     growth_is_floor_ = true;
     floor_of_f_ = 0;
   }
+  if (far.kind == growth::undecided && detail::is_level_everywhere(problem_)) floor_of_f_ = 0;
   best_.try_sites();
-  if (far.kind == growth::undecided && detail::levels_everywhere(problem_)) bound_far_places(far);
+  if (far.kind == growth::undecided) {
+    bound_far_places(far);
+  } else if (far.kind == growth::grows && !where_ && far.half > kWideExtents * roundings_.extent) {
+    use_smaller_square(far);
+  }
   if (!least_possible()) {
     start(half_of_square(far));
     search();

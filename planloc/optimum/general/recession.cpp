@@ -63,6 +63,19 @@ bool has_one_place(const problem& p) {
                      [&](const site& s) { return s.x == first.x && s.y == first.y; });
 }
 
+bool is_level_everywhere(const problem& p) {
+  std::vector<double> weights;
+  for (const site& s : p.sites()) {
+    if (s.gauge != p.sites()[0].gauge) return false;
+    weights.push_back(s.weight);
+  }
+  std::sort(weights.begin(), weights.end());
+  mpq_class sum;
+  for (std::size_t k = 0; k < weights.size(); ++k)
+    sum += mpq_class(p.lambda(k)) * mpq_class(weights[k]);
+  return sgn(sum) == 0 && has_one_place(p);
+}
+
 bool surely_falls(const problem& origin, const distance_table& table, const xy& u) {
   if (!origin.polyhedral()) {
     double size = 0;

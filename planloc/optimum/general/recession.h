@@ -64,6 +64,9 @@ bool has_one_kind(const problem& p);
 // Whether all sites lie at one place: then f is its own recession function, moved there.
 bool has_one_place(const problem& p);
 
+// Whether f is one gauge times 0: of sites at one place, with one gauge.
+bool is_level_everywhere(const problem& p);
+
 // f of sites of one smooth gauge and one weight, whose order weights add up to 0, is a sum of steps
 // between sorted distances, each of which counts with the sum of the order weights from there on.
 // All steps together are at most the largest distance of two sites, and nearly that beyond one of
@@ -74,17 +77,14 @@ struct level_steps {
 };
 std::optional<level_steps> steps_to_level(const problem& p, const distance_table& table);
 
-// Whether all sites have one smooth gauge and one weight, and the order weights add up to 0. Then f
-// comes near a limit in each direction: the ordered sum of the sites' projections, by the slope of
-// the gauge there.
-bool levels_everywhere(const problem& p);
-
-// Such f outside of the square of half side `reach` around the table's base, by boxes of directions
-// and inverse distances: x = base + reach / t * y, with y on the unit square and 0 <= t <= 1. The
-// distance of a site exceeds that of the base by what the gauge's slopes along the way from the
-// base to the site, seen from x, say; they hardly change where x is far, and without end in the
-// same direction. Tried until f is nowhere less than `target` or what `try_place` returns for a
-// place outside, or enough was tried, or `done`; the bound holds whenever it ends.
+// f outside of the square of half side `reach` around the table's base, by boxes of directions and
+// inverse distances: x = base + reach / t * y, with y on the unit square and 0 <= t <= 1. The
+// distance of a site exceeds that of the base, under the site's gauge and weight, by what the
+// gauge's slopes along the way from the base to the site, seen from x, say; they hardly change
+// where x is far, and without end in the same direction. Tried until f is nowhere less than
+// `target` or what `try_place` returns for a place outside, or enough was tried, or `done`; the
+// bound holds whenever it ends. It is minus infinity where f, for all that is known, may fall
+// without end.
 struct far_level {
   double bound;
   std::vector<branch_certificate::reason> outside;
@@ -92,6 +92,10 @@ struct far_level {
 far_level search_far_boxes(const problem& p, const distance_table& table, double reach,
                            double target, const std::function<double(const xy&)>& try_place,
                            const std::function<bool()>& done);
+
+// Half of the side of a square from which on that is likely to lead somewhere; 0 if it never is:
+// for polyhedral problems, and too many kinds of sites.
+double half_for_far_boxes(const problem& p, const distance_table& table);
 
 // Whether the recession function, `origin` with its table, is surely negative in a direction.
 bool surely_falls(const problem& origin, const distance_table& table, const xy& u);

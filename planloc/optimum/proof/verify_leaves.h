@@ -113,11 +113,11 @@ inline mpq_class reach(const branch_certificate& c) {
 // along -u. Where that growth is nowhere negative, some optimum has a and b up to these limits.
 void check_sectors(const problem& p, const branch_certificate& c);
 
-// Refuses a square outside of which f, of sites of one smooth gauge and one weight with order
-// weights that add up to 0, might be below `least`. Outside, x = base + reach / t * y with y on a
-// side of the square of half side 1 and 0 <= t <= 1. The sides are, in order, halved along y or
-// along t, whichever matters more. On each part the slopes of the gauge, along the way from x -
-// base to x - site, bound the difference of the two distances; f is the ordered sum of these.
+// Refuses a square outside of which f might be below `least`. Outside, x = base + reach / t * y
+// with y on a side of the square of half side 1 and 0 <= t <= 1. The sides are, in order, halved
+// along y or along t, whichever matters more. On each part the slopes of the gauges, along the way
+// from x - base to x - site, bound by how much each distance differs from that of the base, and
+// far_order.h says what the ordered sum is then.
 void check_far(const problem& p, const branch_certificate& c, const mpq_class& least);
 
 // The sum of order weights times sorted distances.
