@@ -20,8 +20,6 @@ struct twin_sums {
   twin value{}, x{}, y{}, xx{}, cross{}, yy{}, bend{};
 };
 
-twin root(const twin& t) { return twin{std::sqrt(t[0]), std::sqrt(t[1])}; }
-
 // Each `step`-th of some sites, counted from `base`.
 struct every {
   std::span<const site> sites;

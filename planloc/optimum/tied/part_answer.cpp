@@ -148,6 +148,8 @@ void write_rounded(const tied_problem& p, const tied_part& part, const part_term
     const exact_xy place = place_of(p, terms, a, j);
     set_place(s, part.facilities[j], place.x, place.y);
   }
+  s.proof.bends.reserve(s.proof.bends.size() +
+                        static_cast<std::size_t>(std::count(a.given.begin(), a.given.end(), true)));
   for (std::size_t k = 0; k < terms.terms.size(); ++k) {
     const part_term& t = terms.terms[k];
     if (t.second != kNoFacility) {

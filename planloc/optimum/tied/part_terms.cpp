@@ -29,8 +29,14 @@ part_terms::part_terms(const tied_problem& p, const tied_part& part)
     extent = std::max({extent, std::fabs(s.x - base.x), std::fabs(s.y - base.y)});
   scale = power_of_two_above(extent);
   double most = 0;
-  for (const std::uint32_t j : part.facilities)
-    for (std::size_t i = 0; i < p.sites().size(); ++i) most = std::max(most, p.weight(j, i));
+  std::size_t pairs = 0;
+  for (const std::uint32_t j : part.facilities) {
+    for (std::size_t i = 0; i < p.sites().size(); ++i) {
+      most = std::max(most, p.weight(j, i));
+      pairs += p.weight(j, i) > 0 ? 1 : 0;
+    }
+  }
+  terms.reserve(pairs + part.ties.size());
   for (const std::uint32_t t : part.ties) most = std::max(most, p.ties()[t].weight);
   weight_scale = power_of_two_above(most);
   std::vector<std::uint32_t> local(p.facilities());

@@ -181,33 +181,36 @@ class smooth_search {
   // Keeps the answer at the present places, and the one with facilities put together, if its gap is
   // the least so far.
   void consider(double width) {
-    rounded_answer plain;
-    plain.places = places_;
-    plain.at_site.assign(terms_.facilities, kNoFacility);
-    set_slopes(plain, width);
-    mend(plain, width);
-    keep(std::move(plain));
-    rounded_answer together = put_together(width);
-    if (together.places == places_) return;
-    set_slopes(together, width);
-    mend(together, width);
-    keep(std::move(together));
+    try_places(places_, std::vector<std::uint32_t>(terms_.facilities, kNoFacility), width);
+    auto [together, at_site] = put_together(width);
+    if (together != places_) try_places(std::move(together), std::move(at_site), width);
   }
 
-  void keep(rounded_answer a) {
-    const double value = careful_value(problem_, terms_, a);
-    const double gap = value - proved_bound(terms_, radius_, a, value);
+  // The answers change places, so that large ones are not made anew.
+  void try_places(std::vector<xy> places, std::vector<std::uint32_t> at_site, double width) {
+    tried_.places = std::move(places);
+    tried_.at_site = std::move(at_site);
+    set_slopes(tried_, width);
+    mend(tried_, width);
+    const double value = careful_value(problem_, terms_, tried_);
+    const double gap = value - proved_bound(terms_, radius_, tried_, value);
     if (found_ && !(gap < gap_)) return;
     found_ = true;
     gap_ = gap;
     value_ = value;
-    best_ = std::move(a);
+    std::swap(best_, tried_);
   }
 
   // Slopes of the gauges themselves where the smoothed ones are those, else the smoothed ones of
   // the search's places.
   void set_slopes(rounded_answer& a, double width) {
     bent_.clear();
+    a.slopes.clear();
+    a.given.clear();
+    a.edge.clear();
+    a.slopes.reserve(terms_.terms.size());
+    a.given.reserve(terms_.terms.size());
+    a.edge.reserve(terms_.terms.size());
     for (const part_term& t : terms_.terms) {
       const xy here = terms_.offset(t, places_);
       const xy there = terms_.offset(t, a.places);
@@ -239,7 +242,7 @@ class smooth_search {
   }
 
   // Facilities within a few widths of each other at one place, of a site at that site.
-  rounded_answer put_together(double width) const {
+  std::pair<std::vector<xy>, std::vector<std::uint32_t>> put_together(double width) const {
     std::vector<std::uint32_t> root(terms_.facilities);
     std::iota(root.begin(), root.end(), 0U);
     const auto find = [&](std::uint32_t j) {
@@ -257,13 +260,14 @@ class smooth_search {
     }
     for (std::uint32_t j = 0; j < terms_.facilities; ++j)
       if (site[j] != nullptr) site[find(j)] = site[j];
-    rounded_answer a;
+    std::vector<xy> places;
+    std::vector<std::uint32_t> at_site;
     for (std::uint32_t j = 0; j < terms_.facilities; ++j) {
       const part_term* at = site[find(j)];
-      a.places.push_back(at == nullptr ? places_[find(j)] : at->at);
-      a.at_site.push_back(at == nullptr ? kNoFacility : at->source);
+      places.push_back(at == nullptr ? places_[find(j)] : at->at);
+      at_site.push_back(at == nullptr ? kNoFacility : at->source);
     }
-    return a;
+    return {std::move(places), std::move(at_site)};
   }
 
   // Newton's method for the slopes alone: the curvature is greatest where facilities were put
@@ -311,6 +315,7 @@ class smooth_search {
   std::vector<std::size_t> bent_;  // the terms whose slopes differ from those at the places
   bool found_ = false;
   rounded_answer best_;
+  rounded_answer tried_;
   double gap_ = std::numeric_limits<double>::infinity();
   double value_ = 0;
 };

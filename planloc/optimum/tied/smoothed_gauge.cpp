@@ -1,39 +1,33 @@
 #include "planloc/optimum/tied/smoothed_gauge.h"
 
 #include <algorithm>
-#include <array>
 #include <limits>
+
+#include "planloc/optimum/twin.h"
 
 namespace planloc::detail {
 
 smoothed_value smoothed_euclidean_sum(const weighted_sites& sites, const xy& place, double width) {
-  // Sums side by side, so that several sites go through one instruction.
-  constexpr std::size_t kLanes = 4;
-  using lanes = std::array<double, kLanes>;
-  lanes value{}, gx{}, gy{}, xx{}, xy_{}, yy{};
+  twin value{}, gx{}, gy{}, xx{}, xy_{}, yy{};
   const std::size_t n = sites.x.size();
-  const double least = width * width;
-  const auto add = [&](std::size_t k, std::size_t l) {
-    const double x = place.x - sites.x[k];
-    const double y = place.y - sites.y[k];
-    const double square = x * x + y * y + least;
-    const double inverse = 1 / std::sqrt(square);
-    const double pull = sites.weight[k] * inverse;
-    const double dx = x * inverse;
-    const double dy = y * inverse;
-    value[l] += pull * square;
-    gx[l] += pull * x;
-    gy[l] += pull * y;
-    xx[l] += pull * (1 - dx * dx);
-    xy_[l] -= pull * dx * dy;
-    yy[l] += pull * (1 - dy * dy);
-  };
-  std::size_t k = 0;
-  for (; k + kLanes <= n; k += kLanes)
-    for (std::size_t l = 0; l < kLanes; ++l) add(k + l, l);
-  for (; k < n; ++k) add(k, 0);
-  const auto sum = [](const lanes& a) { return (a[0] + a[1]) + (a[2] + a[3]); };
-  return {sum(value), {sum(gx), sum(gy)}, {sum(xx), sum(xy_), sum(yy)}};
+  for (std::size_t k = 0; k < n; k += 2) {
+    const bool last = k + 1 == n;  // stands beside itself, with weight 0
+    const std::size_t other = last ? k : k + 1;
+    const twin x = place.x - twin{sites.x[k], sites.x[other]};
+    const twin y = place.y - twin{sites.y[k], sites.y[other]};
+    const twin square = x * x + y * y + width * width;
+    const twin inverse = 1 / root(square);
+    const twin pull = twin{sites.weight[k], last ? 0 : sites.weight[other]} * inverse;
+    const twin dx = x * inverse;
+    const twin dy = y * inverse;
+    value += pull * square;
+    gx += pull * x;
+    gy += pull * y;
+    xx += pull * (1 - dx * dx);
+    xy_ -= pull * dx * dy;
+    yy += pull * (1 - dy * dy);
+  }
+  return {total(value), {total(gx), total(gy)}, {total(xx), total(xy_), total(yy)}};
 }
 
 smoothed_value smoothed_lp(const xy& u, double p, double width) {
