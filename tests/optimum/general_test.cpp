@@ -5,7 +5,6 @@
 #include <functional>
 #include <limits>
 #include <numbers>
-#include <stop_token>
 #include <vector>
 
 #include "arrangement.h"
@@ -340,11 +339,7 @@ TEST(General, NarrowestRing) {
   EXPECT_GE(rings, 6);
   // A search that is to end does not look for better places first, neither near nor far away.
   const problem p(cases[9], {gauge::euclidean()}, order_weights::range());
-  std::stop_source stop;
-  stop.request_stop();
-  minimise_options stopped;
-  stopped.stop = stop.get_token();
-  const solution s = minimise(p, stopped);
+  const solution s = minimise(p, stopped_at_once());
   EXPECT_EQ(s.status, solution_status::stopped);
   EXPECT_GT(s.value, 1.001 * minimise(p).value);
   EXPECT_EQ(verify(p, s).reason, "");
@@ -404,11 +399,7 @@ TEST(General, LimitsAndNarrowCases) {
   auto sites = source.sites(layout::scattered, 1200, 1);
   for (site& s : sites) s.weight = source.uniform(0.5, 1.5);
   const problem hard(sites, {gauge::euclidean()}, order_weights(alternating));
-  std::stop_source stop;
-  stop.request_stop();
-  minimise_options none;
-  none.stop = stop.get_token();
-  const solution early = minimise(hard, none);
+  const solution early = minimise(hard, stopped_at_once());
   EXPECT_EQ(early.status, solution_status::stopped);
   EXPECT_LT(early.counters.seconds, 3);
   EXPECT_EQ(verify(hard, early).reason, "");

@@ -1,10 +1,11 @@
-// Problems of one facility that are solved to the end.
+// Problems of one facility that are solved to the end, or not at all.
 #ifndef PLANLOC_TESTS_OPTIMUM_PROVED_H_
 #define PLANLOC_TESTS_OPTIMUM_PROVED_H_
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <stop_token>
 
 #include "planloc/optimum/minimise.h"
 #include "planloc/optimum/verify.h"
@@ -16,6 +17,15 @@ struct open_gap {
   double relative = 0;
   double absolute = 0;
 };
+
+// Of a search that has to end as soon as it begins.
+inline minimise_options stopped_at_once() {
+  std::stop_source stop;
+  stop.request_stop();
+  minimise_options options;
+  options.stop = stop.get_token();
+  return options;
+}
 
 // The answer, which has to be optimal and proved so.
 inline solution expect_solved(const problem& p, const open_gap& most = {},
