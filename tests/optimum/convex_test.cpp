@@ -152,6 +152,30 @@ TEST(Convex, ManyOrdersOfMagnitude) {
   }
 }
 
+// Under a thin ball a distance is a small difference of large terms, which smooth distances beside
+// it do not show.
+TEST(Convex, ThinBallsBesideSmoothGauges) {
+  instance_source source(17);
+  for (int trial = 0; trial < 1000; ++trial) {
+    SCOPED_TRACE(trial);
+    const double thin = std::pow(10, source.uniform(-8, 0));
+    const double turn = source.uniform(0, 6);
+    const auto turned = [&](double x, double y) {
+      return xy{x * std::cos(turn) - y * std::sin(turn), x * std::sin(turn) + y * std::cos(turn)};
+    };
+    std::vector<site> sites;
+    for (int i = 0; i < 2 + trial % 7; ++i) {
+      sites.push_back({source.uniform(0, 4), source.uniform(0, 4),
+                       std::pow(10, source.uniform(-1, 1)), static_cast<std::uint32_t>(i % 2)});
+    }
+    const problem p(sites,
+                    {gauge::polyhedral({turned(1, 0), turned(-1, thin), turned(-1, -thin)}),
+                     gauge::euclidean()},
+                    trial % 2 == 0 ? order_weights::median() : order_weights::centre());
+    EXPECT_EQ(verify(p, minimise(p)).reason, "");
+  }
+}
+
 TEST(Convex, ManySites) {
   instance_source source(2);
   for (const layout l : {layout::scattered, layout::lattice, layout::far_away}) {

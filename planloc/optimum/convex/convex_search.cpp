@@ -99,6 +99,17 @@ bool has_thin_ball(const detail::distance_table& t) {
   });
 }
 
+// The distance of a slot, with the gauge in fractions: doubles do not tell it under a thin ball.
+double exact_distance(const detail::distance_table& t, detail::exact_edges& edges, std::size_t slot,
+                      const exact_xy& from_site) {
+  const detail::gauge_block& b = t.blocks[t.block_of[slot]];
+  mpq_class most;
+  for (std::uint32_t e = b.first_edge; e < b.first_edge + b.edges; ++e)
+    most = std::max(most, dot(edges.normal(e), from_site));
+  most *= t.weight[slot];
+  return detail::round_quotient(most.get_num(), most.get_den());
+}
+
 class convex_search {
  public:
   convex_search(const problem& p, const minimise_options& options)
@@ -139,6 +150,7 @@ class convex_search {
   bool count_from_nearest();
   void polish(const std::vector<cut_model::support>& supports);
   void close_in_doubles();
+  double value_under_thin_balls(const exact_xy& at) const;
   void claim_what_is_proved();
 
   // ----- Exactly -----
@@ -296,6 +308,28 @@ void convex_search::claim_what_is_proved() {
   result_.lower_bound = v.accepted ? std::min(in_doubles, v.lower_bound) : in_doubles;
 }
 
+// f at a place that need not be exact, but for each distance.
+double convex_search::value_under_thin_balls(const exact_xy& at) const {
+  detail::exact_edges edges(table_);
+  std::vector<double> distances;
+  for (std::size_t slot = 0; slot < table_.size(); ++slot) {
+    const detail::gauge_block& b = table_.blocks[table_.block_of[slot]];
+    const std::uint32_t i = table_.site[slot];
+    const site& s = problem_.sites()[i];
+    const exact_xy from_site{at.x - s.x, at.y - s.y};
+    distances.push_back(b.edges > 0 ? exact_distance(table_, edges, slot, from_site)
+                                    : s.weight * problem_.gauge_of(i)(to_nearest(from_site)));
+  }
+  std::sort(distances.begin(), distances.end());
+  double sum = 0;
+  auto next = distances.begin();
+  for (const order_run& r : problem_.runs()) {
+    for (const auto end = next + static_cast<std::ptrdiff_t>(r.count); next != end; ++next)
+      sum += r.weight * *next;
+  }
+  return sum;
+}
+
 void convex_search::close_in_doubles() {
   const auto supports = model_.supports();
   polish(supports);
@@ -307,14 +341,15 @@ void convex_search::close_in_doubles() {
     c.pieces.back().multiplier = s.multiplier;
   }
   result_.proof = std::move(c);
-  result_.value = best_.value;
-  result_.lower_bound = std::clamp(model_.bound() - kProofMargin * best_.value, 0.0, best_.value);
   const exact_xy at = absolute(best_.at);
+  result_.value = has_thin_ball(table_) ? value_under_thin_balls(at) : best_.value;
+  result_.lower_bound =
+      std::clamp(model_.bound() - kProofMargin * result_.value, 0.0, result_.value);
   result_.point = to_nearest(at);
   if (to_exact(result_.point) != at) result_.exact = to_text(at);
   claim_what_is_proved();
   const double gap = result_.gap();
-  if (!problem_.polyhedral() && gap <= kOptimalGap * best_.value) {
+  if (!problem_.polyhedral() && gap <= kOptimalGap * result_.value) {
     result_.status = solution_status::optimal;
   } else if (!ended_ || gap <= asked_gap()) {
     result_.status = solution_status::within_gap;
