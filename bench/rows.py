@@ -21,6 +21,7 @@ class Row:
     may_be_worse: bool = False  # of peers that do not find the optimum
     known: dict = field(default_factory=dict)  # published values by size
     argument: str = ""  # of the peers in Python and R
+    needs: list = field(default_factory=list)  # targets of the build beside `contest`
     # Shown beside it and not counted as peers: more of ours, or what solves another problem.
     also: list = field(default_factory=list)
 
@@ -64,16 +65,16 @@ EUCLIDEAN = [
         "The same with lp distances: Newton's method from the optimum of a sample, two powers a site and step, of "
         "which one is a square root at this p. Where p is near 1 the optimum often lies straight above or beside a site; "
         "cutting planes then take forty evaluations.",
-        argument="1.5"),
+        argument="1.5", quick=2),
     Row("l2-sum", "`l2_sum`", "l2_sum", ["R ucminf", "py NumPy Weiszfeld", "py SciPy minimize"],
         [10, 100, 1000, 10000, 100000],
         "Stated steps to 1e-6. Above some ten thousand sites half of the time is the returned value, whose power "
-        "functions are part of its definition.", argument="2"),
+        "functions are part of its definition.", argument="2", quick=2),
     Row("lp-sum", "`lp_sum`, p = 3", "lp_sum", ["R ucminf", "py SciPy minimize"], [10, 100, 1000, 3000],
         "Stated steps. Of its tests of all sites those are made whose outcome a few tangents of the sum leave open. "
         "Two thirds of the time are the C library's power function, which the steps state five times a site; a faster "
         "one would round in another way. The certified median of a row above needs fewer steps.",
-        argument="3", tolerance=1e-3),
+        argument="3", tolerance=1e-3, quick=2),
     Row("euclidean-centre", "Certified Euclidean centre", "minimise", ["CGAL"], DECADES,
         "Equal weights, sites in a square; CGAL's `Min_sphere_of_spheres_d` on plain doubles. At a hundred sites the "
         "copy of the sites and the record of the answer count as much as the search; the peer gives the radius "
@@ -156,15 +157,16 @@ FILES_AND_MODELS = [
         "that stay and of which equal ones are one object: that is what the arrays do without. Half of our time is "
         "the system giving out memory for them, most of the rest waiting for that of variables, which rows meet in any "
         "order. The solve that follows takes some twenty times as long.",
-        what="rows", also=["CoinPackedMatrix", "CLP at once"]),
+        what="rows", quick=2, also=["CoinPackedMatrix", "CLP at once"]),
     Row("tool", "`planloc solve` on a table", "py planloc solve", ["py ogrinfo -al"], [100, 1000, 10000, 100000],
         "From CSV to the answer and the table of the sites; the peer reads and prints the table. Whole processes, with "
         "their start, most of which is GDAL's, and their whole memory. What we take longer is the solve and the table "
-        "that we write.", what="rows of the table", quick=2),
+        "that we write.", what="rows of the table", quick=2,
+        needs=["planloc_tool"]),
     Row("scenarios", "Scenarios in Python", "py planloc.scenarios", ["C++ loop"], [100, 1000, 10_000, 30_000],
         "The median of 100 sites under an octagon with other weights a scenario, on one thread; the peer is the same "
         "loop in C++. What a call costs by itself, some hundred microseconds and the start of a thread, counts in "
-        "small ones.", what="scenarios", tolerance=1e-12),
+        "small ones.", what="scenarios", tolerance=1e-12, needs=["planloc_python"]),
 ]
 
 SEVERAL = [

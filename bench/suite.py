@@ -22,9 +22,11 @@ def arguments():
     parser = argparse.ArgumentParser(prog="scripts/bench", description="Measures planloc beside its peers and writes "
                                      "docs/performance.md.")
     parser.add_argument("rows", nargs="*", metavar="ROW", help="rows to measure (default: all)")
-    parser.add_argument("--quick", action="store_true", help="small sizes, few repetitions; prints, writes nothing")
+    parser.add_argument("--quick", action="store_true", help="small sizes, few repetitions; prints, writes nothing; "
+                        "without the rows of the tool and of Python, unless they are named")
     parser.add_argument("--write", action="store_true", help="only write the page from what was measured before")
     parser.add_argument("--list", action="store_true", help="list the rows")
+    parser.add_argument("--targets", action="store_true", help="list the targets of the build that the rows need")
     parser.add_argument("--build", default=os.path.join(ROOT, "build", "bench"), help=argparse.SUPPRESS)
     return parser.parse_args()
 
@@ -97,12 +99,16 @@ def main():
     unknown = [name for name in options.rows if name not in known]
     if unknown:
         sys.exit(f"no row {', '.join(unknown)}; scripts/bench --list names them")
+    chosen = [known[name] for name in options.rows] or [row for row in ROWS if not (options.quick and row.needs)]
+    if options.targets:
+        print(*dict.fromkeys(["contest"] + [target for row in chosen for target in row.needs]))
+        return
     if options.list:
         for row in ROWS:
             print(f"{row.name:20} {row.title}: {row.ours} beside {', '.join(row.peers)}")
         return
     if not options.write:
-        measure_rows([known[name] for name in options.rows] or ROWS, options)
+        measure_rows(chosen, options)
     if not options.quick:
         page.write(ROWS, RESULTS, os.path.join(ROOT, "docs"))
 
