@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <ctime>
 #include <functional>
 #include <limits>
 #include <numbers>
@@ -393,15 +394,17 @@ TEST(General, LimitsAndNarrowCases) {
   EXPECT_TRUE(v.accepted) << v.reason;
   EXPECT_GE(stopped.value, near.lower_bound);
   EXPECT_LE(stopped.lower_bound, near.value);
-  // To find out whether f falls far away takes seconds here, which the search has not.
+  // To find out whether f falls far away takes a second of a processor here, which the search has
+  // not.
   std::vector<double> alternating;
   for (int k = 0; k < 1200; ++k) alternating.push_back(k % 2 == 0 ? -1 : 1);
   auto sites = source.sites(layout::scattered, 1200, 1);
   for (site& s : sites) s.weight = source.uniform(0.5, 1.5);
   const problem hard(sites, {gauge::euclidean()}, order_weights(alternating));
+  const std::clock_t before = std::clock();
   const solution early = minimise(hard, stopped_at_once());
+  EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC / 2);
   EXPECT_EQ(early.status, solution_status::stopped);
-  EXPECT_LT(early.counters.seconds, 3);
   EXPECT_EQ(verify(hard, early).reason, "");
   // Half of all sites lie at one place: the median distance is 0 there.
   const problem zero({{1, 1}, {1, 1}, {4, 2}, {0, 5}}, {gauge::l1()},
