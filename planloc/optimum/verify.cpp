@@ -15,6 +15,11 @@ void check_finite(double value, double lower_bound) {
   if (!std::isfinite(lower_bound)) refuse("the lower bound is not finite");
 }
 
+void check_place(const xy& at, const std::string& name) {
+  if (!std::isfinite(at.x) || !std::isfinite(at.y)) refuse(name + " is not finite");
+  if (std::max(std::fabs(at.x), std::fabs(at.y)) > kMostInClaim) refuse(name + " is too large");
+}
+
 void check_gap(double value, double lower_bound, double most) {
   if (!(value - lower_bound <= most)) refuse("called optimal, but the gap is larger than that");
 }
@@ -26,7 +31,7 @@ std::vector<double> listed_weights(const problem& p) {
 }
 
 fraction_pair exact_place_of(const xy& point, const exact_point& exact) {
-  if (!std::isfinite(point.x) || !std::isfinite(point.y)) refuse("the point is not finite");
+  check_place(point, "the point");
   if (exact.empty()) return {mpq_class(point.x), mpq_class(point.y)};
   fraction_pair at;
   if (at.x.set_str(exact.x, 10) != 0 || at.y.set_str(exact.y, 10) != 0 ||

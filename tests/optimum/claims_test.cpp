@@ -98,14 +98,34 @@ TEST(Claims, OfOneFacility) {
                         s.exact = {};
                         s.value = p.value(s.point);
                       }});
+    for (const double d : {1e155, 1.7e308}) {
+      claims.push_back({"a place so far away that distances overflow", [d](solution& s) {
+                          s.point = {d, d};
+                          s.exact = {};
+                        }});
+      claims.push_back({"a square too large", [d](solution& s) {
+                          if (auto* c = std::get_if<branch_certificate>(&s.proof)) {
+                            c->half = d;
+                          } else {
+                            s.point.x = d;
+                          }
+                        }});
+    }
     expect_refused(p, good, claims);
+    solution far_corners = good;
+    for (xy& c : far_corners.optima.corners) c = {1e308, -1e308};
+    EXPECT_TRUE(verify(p, far_corners).accepted);
+    EXPECT_FALSE(verify(p, far_corners).optima_proved);
   }
   const problem falls(kSites, {gauge::l1()}, order_weights({0, 0, 0, 0, -1}), kLake);
   expect_refused(falls, minimise(falls),
                  {{"optimal", [](solution& s) { s.status = solution_status::optimal; }},
                   {"a value", [](solution& s) { s.value = 0; }},
                   {"a bound", [](solution& s) { s.lower_bound = -1e300; }},
-                  {"no direction", [](solution& s) { s.proof = {}; }}});
+                  {"no direction", [](solution& s) { s.proof = {}; }},
+                  {"a direction too long", [](solution& s) {
+                     s.proof = direction_certificate{{1e308, 1e308}};
+                   }}});
   const problem nowhere(kSites, {gauge::l1()}, order_weights::median(),
                         {kLake.forbidden, {{{{0, 0}, {9, 0}, {9, 9}, {0, 9}}}}});
   expect_refused(nowhere, minimise(nowhere), {{"a value", [](solution& s) { s.value = 0; }}});

@@ -46,9 +46,7 @@ class allocation_checker {
     if (answer_.points.size() != problem_.count()) {
       refuse(std::to_string(problem_.count()) + " points are needed");
     }
-    for (const xy& at : answer_.points) {
-      if (!std::isfinite(at.x) || !std::isfinite(at.y)) refuse("a point is not finite");
-    }
+    for (const xy& at : answer_.points) check_place(at, "a point");
     if (answer_.assignment.size() != problem_.sites().size()) {
       refuse("one facility a site is needed");
     }

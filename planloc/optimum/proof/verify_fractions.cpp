@@ -16,6 +16,7 @@ namespace planloc::detail {
 
 double rounded_up(const mpq_class& q) {
   const double d = q.get_d();  // towards 0
+  if (std::isinf(d)) return d > 0 ? d : -std::numeric_limits<double>::max();
   return mpq_class(d) < q ? std::nextafter(d, std::numeric_limits<double>::infinity()) : d;
 }
 

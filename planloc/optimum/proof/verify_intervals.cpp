@@ -34,6 +34,7 @@ double bound(const interval_place& place, const convex_certificate& c, const int
 verification verify_intervals(const problem& p, const solution& s, const convex_certificate& c) {
   const interval_place place(p, exact_place_of(s.point, s.exact));
   const interval value = place.value();
+  if (!std::isfinite(value.high)) refuse("the distances are too large");
   verification v;
   v.value = value.high;
   v.lower_bound = std::max(0.0, bound(place, c, value));

@@ -138,10 +138,8 @@ void check_square(const problem& p, const branch_certificate& c, const mpq_class
     }
     return;
   }
-  if (!std::isfinite(c.base.x) || !std::isfinite(c.base.y) || !std::isfinite(c.half) ||
-      !(c.half > 0)) {
-    refuse("no square");
-  }
+  check_place(c.base, "the base of the square");
+  if (!(c.half >= 1 / kMostInClaim) || !(c.half <= kMostInClaim)) refuse("no square");
   if (p.where().allowed) {
     if (!c.outside.empty()) refuse("places outside of the square are not allowed anyway");
   } else if (c.to_infinity) {
@@ -197,6 +195,7 @@ proved_value value_of(const problem& p, const fraction_pair& at) {
     v.size += steepest * rounded.back().high;
   }
   v.value = ordered_sum(p, std::move(rounded));
+  if (!std::isfinite(v.size)) refuse("the distances are too large");
   if (!p.polyhedral()) return v;
   v.exact = ordered_sum(sites, rest);
   v.value = around(*v.exact);
@@ -260,8 +259,7 @@ verification verify_without_bound(const problem& p, const solution& s) {
 }
 
 verification verify_direction(const problem& p, const direction_certificate& c) {
-  if (!std::isfinite(c.direction.x) || !std::isfinite(c.direction.y))
-    refuse("the direction is not finite");
+  check_place(c.direction, "the direction");
   const problem centred = at_one_place(p);
   const proved_value v = value_of(centred, {mpq_class(c.direction.x), mpq_class(c.direction.y)});
   if (v.exact ? sgn(*v.exact) >= 0 : v.value.high >= 0)

@@ -178,7 +178,7 @@ bool optima_proved(const problem& p, const optimal_set& claimed, const fraction_
   if (p.runs().size() == 1 && p.runs()[0].weight == 0) return claimed.whole_plane;
   if (claimed.whole_plane) return false;
   for (const xy& c : claimed.corners) {
-    if (!std::isfinite(c.x) || !std::isfinite(c.y)) return false;
+    if (!(std::fabs(c.x) <= kMostInClaim) || !(std::fabs(c.y) <= kMostInClaim)) return false;
   }
   if (pieces == 3) return claimed.corners.size() == 1 && is_nearest(claimed.corners[0], optimum);
   const least_set set(p, least);

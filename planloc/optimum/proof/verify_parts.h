@@ -22,6 +22,11 @@ struct refusal {
 // Refuses what does not compare with fractions.
 void check_finite(double value, double lower_bound);
 
+// Refuses places, slopes and directions with which the proof could overflow: the numbers of a
+// problem are at most 1e36, so what a search finds lies far below.
+inline constexpr double kMostInClaim = 1e120;
+void check_place(const xy& at, const std::string& name);
+
 // Of a claim of `optimal` where the gap need not be 0.
 void check_gap(double value, double lower_bound, double most);
 

@@ -52,7 +52,7 @@ void polyline_check::check_points() {
   for (std::size_t k = 0; k < line_.points.size(); ++k) {
     const std::string name = "point " + std::to_string(k);
     const polyline_point& p = line_.points[k];
-    if (!std::isfinite(p.at.x) || !std::isfinite(p.at.y)) refuse(name + " is not finite");
+    check_place(p.at, name);
     const std::array<interval_place, 2> place = seen_from(p.at);
     values& v = values_.emplace_back();
     for (std::size_t c = 0; c < 2; ++c) {
@@ -73,8 +73,7 @@ void polyline_check::check_cuts() const {
     check_pieces(criterion_[0], {&c.first, 1});
     check_pieces(criterion_[1], {&c.second, 1});
     for (const affine_piece* piece : {&c.first, &c.second}) {
-      const xy at{piece->taken_at.x + line_.base.x, piece->taken_at.y + line_.base.y};
-      if (!std::isfinite(at.x) || !std::isfinite(at.y)) refuse("a cut is not finite");
+      check_place({piece->taken_at.x + line_.base.x, piece->taken_at.y + line_.base.y}, "a cut");
     }
   }
 }
