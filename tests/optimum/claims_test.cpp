@@ -153,6 +153,17 @@ TEST(Claims, OfSeveralFacilities) {
   expect_refused(one, allocate(one), {{"the facility alone is not optimal", [](allocation& a) {
                                          a.one_facility->status = solution_status::within_gap;
                                        }}});
+  allocation deep = pair;
+  deep.lower_bound = 1e-9;
+  deep.cases.assign(20000, {});
+  EXPECT_EQ(verify(two, deep).reason, "a case is cut too often");
+  // The optimum is far from any pair of doubles.
+  const double far = 1e13;
+  const allocation_problem rounded(
+      {{far, far}, {far + 1, far + 2}, {far + 3, far + 1, 1.3}, {far + 2, far + 5}},
+      {gauge::euclidean()}, 1);
+  EXPECT_NE(allocate(rounded).status, allocation_status::optimal);
+  EXPECT_EQ(verify(rounded, allocate(rounded)).reason, "");
   // All sites at one place: the value is 0, exactly.
   const tied_problem alike(2, {{1, 2, 0}, {1, 2, 1}}, {gauge::lp(5), gauge::euclidean()},
                            {1, 3, 0, 0}, {{.weight = 2}});
@@ -162,6 +173,13 @@ TEST(Claims, OfSeveralFacilities) {
 }
 
 TEST(Claims, OfPolylines) {
+  const bicriteria_problem coarse({{0, 0, 1, 3}, {4, 0, 2, 1}, {1, 3, 5, 2}, {6, 5, 1, 9}},
+                                  {gauge::l1()});
+  for (const double tolerance : {2.0, 8.0, 20.0, 100.0, kInfinite}) {
+    const efficient_polyline line = approximate_efficient_set(coarse, tolerance);
+    EXPECT_EQ(line.status, polyline_status::within_tolerance) << tolerance;
+    EXPECT_EQ(verify(coarse, line).reason, "") << tolerance;
+  }
   const bicriteria_problem p({{0, 0, 1, 3}, {4, 1, 2, 1}, {1, 5, 1, 1}}, {gauge::euclidean()});
   expect_refused<bicriteria_problem, efficient_polyline>(
       p, approximate_efficient_set(p, 1e-2),

@@ -18,6 +18,9 @@ namespace planloc {
 
 namespace {
 
+// Of the value: what the rounding of the place of one facility may cost for it to be optimal.
+constexpr double kRoundingGap = 5e-10;
+
 // Another stream for every start of every seed (Steele, Lea and Flood 2014).
 std::uint64_t seed_of(std::uint64_t seed, std::uint64_t start) {
   std::uint64_t z = seed + (start + 1) * 0x9e3779b97f4a7c15;
@@ -153,6 +156,7 @@ class allocator {
   double seconds() const {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
   }
+  allocation_status status_by_gap() const;
   bool expired() const { return options_.stop.stop_requested() || seconds() > options_.seconds; }
   void accept(std::vector<xy> points, allocation_status status) {
     result_.points = std::move(points);
@@ -205,11 +209,11 @@ bool allocator::place_one() {
     };
   }
   solution s = minimise(problem_.single(), options);
-  const solution_status ended = s.status;
-  accept({s.point}, ended == solution_status::optimal   ? allocation_status::optimal
-                    : ended == solution_status::stopped ? allocation_status::stopped
-                                                        : allocation_status::within_gap);
-  result_.lower_bound = s.lower_bound;
+  accept({s.point}, allocation_status::optimal);
+  result_.lower_bound = std::min(s.lower_bound, result_.value);
+  // The exact place may be optimal where the point, its rounding, is not.
+  if (s.status != solution_status::optimal || result_.gap() > kRoundingGap * result_.value)
+    result_.status = status_by_gap();
   result_.one_facility = std::move(s);
   return true;
 }
@@ -228,11 +232,13 @@ void allocator::search() {
   } else if (options_.lower_bound) {
     bound(ground);
   }
-  if (result_.lower_bound && result_.gap() <= options_.relative_gap * result_.value) {
-    result_.status = allocation_status::within_gap;
-  } else {
-    result_.status = expired() ? allocation_status::stopped : allocation_status::searched;
-  }
+  result_.status = status_by_gap();
+}
+
+allocation_status allocator::status_by_gap() const {
+  if (result_.lower_bound && result_.gap() <= options_.relative_gap * result_.value)
+    return allocation_status::within_gap;
+  return expired() ? allocation_status::stopped : allocation_status::searched;
 }
 
 void allocator::bound(const detail::allocation_ground& ground) {

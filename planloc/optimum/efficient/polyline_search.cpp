@@ -31,6 +31,7 @@ constexpr double kShareToSplit = 0.1;
 // Of the tolerance: up to this a second point that is nearly as good as an end is the end, so that
 // the other criterion is not worse there than it need be.
 constexpr double kShareOfEnd = 0.25;
+constexpr double kMostOfRange = 0.25;  // whatever the tolerance, lest nothing but one end be left
 constexpr double kLeastRange = 1e-4;
 constexpr double kLeastRise = 1e-13;
 
@@ -45,6 +46,7 @@ class polyline_search {
  public:
   polyline_search(const bicriteria_problem& p, double tolerance, const polyline_options& options)
       : tolerance_(tolerance),
+        share_of_end_(std::min(kShareOfEnd * tolerance, kMostOfRange)),
         options_(options),
         criterion_{p.criterion(0), p.criterion(1)},
         table_{detail::distance_table(criterion_[0]), detail::distance_table(criterion_[1])},
@@ -98,6 +100,7 @@ class polyline_search {
   void publish_bounds(efficient_polyline& result);
 
   double tolerance_;
+  double share_of_end_;
   const polyline_options& options_;
   std::array<problem, 2> criterion_;
   std::array<detail::distance_table, 2> table_;
@@ -215,7 +218,7 @@ void polyline_search::prune_end(std::size_t criterion) {
   const double least = s->second.bound * scale_[criterion];
   while (line_.size() > 1) {
     const double range = ranges(line_.front(), line_.back())[criterion];
-    if (!(line_[1][criterion] - least <= kShareOfEnd * tolerance_ * range)) return;
+    if (!(line_[1][criterion] - least <= share_of_end_ * range)) return;
     line_.erase(line_.begin());
     line_places_.erase(line_places_.begin());
   }
@@ -344,8 +347,8 @@ efficient_polyline polyline_search::run() {
   for (std::size_t k = 0; k < 2; ++k)
     radius_ = std::max(radius_, 2 * evaluate_[k].level_radius(pool_[0].f[k]));
   const pair first = pool_[0].values();
-  solve(0, INFINITY, kShareOfEnd * tolerance_ * first[0]);
-  solve(1, INFINITY, kShareOfEnd * tolerance_ * first[1]);
+  solve(0, INFINITY, share_of_end_ * first[0]);
+  solve(1, INFINITY, share_of_end_ * first[1]);
   shape();
   scale_ = ranges(line_.front(), line_.back());
   supports_.at(0).bound /= scale_[0];
@@ -363,7 +366,11 @@ efficient_polyline polyline_search::run() {
     const pair range = ranges(line_.front(), line_.back());
     const double unit = (1 - worst->s) * range[0] / scale_[0] + worst->s * range[1] / scale_[1];
     const double gap = 0.9 * tolerance_ * unit - margin() * worst->value;
-    solve(worst->s, worst->s == 0 || worst->s == 1 ? INFINITY : worst->value, gap);
+    const double s = worst->s;
+    const std::size_t places = pool_.size();
+    const double known = supports_.contains(s) ? supports_.at(s).bound : -INFINITY;
+    solve(s, s == 0 || s == 1 ? INFINITY : worst->value, gap);
+    if (pool_.size() == places && supports_.at(s).bound <= known) supports_.at(s).exhausted = true;
   }
   shape();
   return assemble();

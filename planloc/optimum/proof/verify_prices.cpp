@@ -429,6 +429,9 @@ class proved_prices {
   std::vector<std::pair<rectangle, double>> proved_;
 };
 
+// Cuts of a case, more than any search makes: the walk is as deep.
+constexpr std::size_t kMostCuts = 1000;
+
 class case_walk {
  public:
   case_walk(const allocation_problem& p, const std::vector<allocation_case>& cases, double claimed)
@@ -444,6 +447,7 @@ class case_walk {
 
   // `inherited`: the prices of the case that it is part of, if that has any.
   void visit(const std::vector<cell>& cells, proved_prices* inherited) {
+    if (cells.size() > kMostCuts) refuse("a case is cut too often");
     if (next_ == cases_.size()) refuse("a case of the lower bound is missing");
     const allocation_case& c = cases_[next_++];
     std::optional<proved_prices> own;
