@@ -19,7 +19,7 @@
 namespace planloc {
 
 struct search_progress {
-  double value;  // the best so far
+  double value;  // the best so far; infinite before a permitted place is known
   double lower_bound;
   std::size_t cells;  // open ones; 0 in a convex search
 };

@@ -331,6 +331,32 @@ TEST(Regions, BadRingsAreRefusedByName) {
   EXPECT_EQ(said_of({region{{square}, {}}, {}}), "allowed polygon 1 has no rings");
 }
 
+TEST(Regions, SearchesThatAreStoppedHaveAPermittedPlace) {
+  const std::vector<site> sites = {{0, 3}, {3, 0}, {4, 7}, {8, 4}, {4.5, 4.25, 2}};
+  const regions lake{{}, {{rectangle(2, 2, 6, 5.5)}}};
+  const regions far_box{{{{rectangle(20, 20, 21, 23)}}}, {}};
+  for (const gauge& g : {gauge::l1(), gauge::euclidean()}) {
+    for (const regions& where : {lake, far_box}) {
+      for (const order_weights& lambda : {order_weights::median(), order_weights::range()}) {
+        const problem p(sites, {g}, lambda, where);
+        minimise_options options;
+        options.seconds = 0;
+        double least = INFINITY;
+        options.progress = [&least](const search_progress& now) {
+          EXPECT_LE(now.value, least);
+          least = now.value;
+        };
+        const solution s = minimise(p, options);
+        EXPECT_EQ(s.status, solution_status::stopped);
+        EXPECT_TRUE(permitted(where, place_of(s)));
+        EXPECT_NEAR(s.value, p.value(s.point), 1e-12 * s.value);
+        EXPECT_LE(s.lower_bound, minimise(p).value);
+        EXPECT_EQ(verify(p, s).reason, "");
+      }
+    }
+  }
+}
+
 TEST(Regions, SpoiledProofsAreRefused) {
   const auto proof = [](solution& s) -> boundary_certificate& {
     return std::get<boundary_certificate>(s.proof);

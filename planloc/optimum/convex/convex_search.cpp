@@ -514,6 +514,12 @@ solution minimise_convex(const problem& p, const minimise_options& options) {
   // A place is at its best in the whole plane only if the search ends there.
   minimise_options to_the_end = options;
   to_the_end.absolute_gap = to_the_end.relative_gap = 0;
+  if (options.progress) {
+    to_the_end.progress = [&options](search_progress now) {
+      now.value = std::numeric_limits<double>::infinity();  // of places that may be forbidden
+      options.progress(now);
+    };
+  }
   return detail::minimise_within(p, options, over_the_plane(p.without_regions(), to_the_end));
 }
 

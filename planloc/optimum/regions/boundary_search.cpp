@@ -75,6 +75,7 @@ class boundary_search {
   void improve(const task& t);
   void solve(const side_part& s, double share);
   void take(found_place found);
+  void take_some_place();
   bool as_good_as_free();
   bool must_end(double bound);
   double seconds() const;
@@ -175,6 +176,16 @@ void boundary_search::take(found_place found) {
   if (!best_ || solver_.better(found, *best_)) best_ = std::move(found);
 }
 
+// The end of a permitted part, if there is any.
+void boundary_search::take_some_place() {
+  for (const boundary::side& s : sides_.sides()) {
+    for (boundary::piece& p : sides_.permitted(s)) {
+      const double value = problem_.value(to_nearest(p.from));
+      return take({std::move(p.from), value, {}, {}});
+    }
+  }
+}
+
 // One more function below f, taken where those so far are least on the part. Polyhedral parts are
 // solved exactly once the functions nearly tell f, or where folding tells as much.
 void boundary_search::improve(const task& t) {
@@ -244,11 +255,10 @@ solution boundary_search::finish() {
   s.counters = free_.counters;
   s.counters.evaluations += solver_.evaluations();
   s.counters.seconds = seconds();
+  if (!best_ && ended_) take_some_place();
   if (!best_) {
-    s.status = ended_ ? solution_status::stopped : solution_status::infeasible;
-    s.value = kInfinite;
-    s.lower_bound = ended_ ? free_.lower_bound : kInfinite;
-    if (ended_) s.proof = std::move(free_.proof);
+    s.status = solution_status::infeasible;
+    s.value = s.lower_bound = kInfinite;
     return s;
   }
   s.point = to_nearest(best_->at);
