@@ -186,6 +186,26 @@ TEST(Tied, FacilitiesThatTiesAloneHold) {
   }
 }
 
+// Facility 3 hangs on ties that are far heavier than those which lead on to the sites.
+TEST(Tied, HeavyTiesAndLightOnes) {
+  const tied_problem p(5, {{69, 9}, {39, 16}}, {gauge::lp(1.5)},
+                       {1.2, 1.8, 3.6, 3, 1.3, 2.7, 0, 0, 0.9, 2.3},
+                       {{0, 1, 3.7},
+                        {0, 2, 0.13},
+                        {0, 3, 0.0022},
+                        {0, 4, 56},
+                        {1, 3, 54},
+                        {2, 0, 3.4},
+                        {2, 3, 220},
+                        {3, 0, 10},
+                        {3, 2, 0.02},
+                        {3, 4, 0.075},
+                        {4, 0, 120}});
+  const verification v = verify(p, minimise(p));
+  EXPECT_EQ(v.reason, "");
+  EXPECT_LE(v.gap, 1e-9 * v.value);
+}
+
 // One facility and ties of 0 are problems of minimise.h.
 TEST(Tied, FallsApartIntoSingleFacilities) {
   instance_source source(8);

@@ -1,5 +1,7 @@
 #include <algorithm>
+#include <limits>
 #include <optional>
+#include <utility>
 
 #include "planloc/optimum/input_check.h"
 #include "planloc/optimum/tied/part_answer.h"
@@ -12,6 +14,8 @@ namespace planloc {
 namespace {
 
 using namespace detail;
+
+constexpr double kEvenWeights = 100;
 
 // The place of all sites that hold a part, if it is one.
 std::optional<xy> only_place(const tied_problem& p, const tied_part& part) {
@@ -48,6 +52,32 @@ part_answer solve_part(const tied_problem& p, const std::optional<frame>& f, con
   return p.polyhedral() ? solve_polyhedral(p, part, limits, s) : solve_smooth(p, part, limits, s);
 }
 
+// The largest weight over the least one.
+double spread_of_weights(const tied_problem& p) {
+  double least = std::numeric_limits<double>::infinity();
+  double most = 0;
+  const auto use = [&](double weight) {
+    if (weight == 0) return;
+    least = std::min(least, weight);
+    most = std::max(most, weight);
+  };
+  for (const double w : p.weights()) use(w);
+  for (const tie& t : p.ties()) use(t.weight);
+  return most / least;
+}
+
+// Roundings of heavy ties, which light ones have to carry on to the sites, may take more than the
+// margins of the bound.
+void claim_what_is_proved(const tied_problem& p, tied_solution& s) {
+  if (p.polyhedral() || spread_of_weights(p) <= kEvenWeights) return;
+  const double in_doubles = std::exchange(s.lower_bound, 0);
+  const solution_status ended = std::exchange(s.status, solution_status::stopped);
+  const verification v = verify(p, s);
+  s.lower_bound = v.accepted ? std::min(in_doubles, v.lower_bound) : in_doubles;
+  const bool closed = s.gap() <= kOptimalTiedGap * s.value;
+  s.status = ended == solution_status::optimal && !closed ? solution_status::within_gap : ended;
+}
+
 // Of a whole whose parts ended so.
 solution_status worse(solution_status a, solution_status b) {
   for (const solution_status s : {solution_status::stopped, solution_status::within_gap})
@@ -77,6 +107,7 @@ tied_solution minimise(const tied_problem& p, const tied_options& options) {
   }
   const auto is_point = [](const exact_point& e) { return e.empty(); };
   if (std::all_of(s.exact.begin(), s.exact.end(), is_point)) s.exact.clear();
+  claim_what_is_proved(p, s);
   s.counters.seconds = limits.seconds();
   return s;
 }
