@@ -387,13 +387,15 @@ void general_search::work_on(task& t, worker& w) const {
     t.outcome = task::end::too_deep;
     return;
   }
+  const double target =
+      problem_.polyhedral() ? enough(*t.c) : std::numeric_limits<double>::infinity();
   auto [one, other] = w.bounder.split(*t.c);
   t.halves[0].c = std::move(one);
   t.halves[1].c = std::move(other);
   for (task::half& h : t.halves) {
     if (holds_all_sites(h.c->corners)) continue;  // nothing is decided there
     if (where_ && !problem_.polyhedral()) h.c->cut = where_->cut(h.c->corners);
-    w.bounder.process(*h.c);
+    w.bounder.process(*h.c, target);
     if (!problem_.polyhedral()) w.bounder.refine(*h.c, enough(*h.c));
     h.best_seen = w.bounder.best_seen();
   }

@@ -124,8 +124,7 @@ std::pair<std::unique_ptr<cell>, std::unique_ptr<cell>> cell_bounder::split(cell
     std::uint32_t between = e[one_end];
     const gauge_block& b = table_.blocks[table_.block_of[to_first.slot]];
     if (e[one_end] != e[2] && b.kind == gauge::shape::polyhedral) {
-      const std::array ends{e[one_end], e[2]};
-      between = edge_at(middle, to_first.slot, b, ends);
+      between = edge_at(middle, to_first.slot, b, e[one_end], e[2]);
     }
     to_first.edge = segment ? std::array{e[0], between, between} : std::array{between, e[0], e[1]};
     to_second.edge = segment ? std::array{e[1], between, between} : std::array{between, e[2], e[0]};
@@ -147,42 +146,48 @@ std::pair<std::unique_ptr<cell>, std::unique_ptr<cell>> cell_bounder::split(cell
 
 // ----- Sites on a cell -----
 
-// One of the likely edges as a rule; then it is the one with the largest value, which is found
+// One of the two likely edges as a rule; then it is the one with the larger value, which is found
 // without a branch that no processor could predict.
 std::uint32_t cell_bounder::edge_at(const xy& at, std::uint32_t slot, const gauge_block& b,
-                                    std::span<const std::uint32_t> likely) const {
+                                    std::uint32_t one, std::uint32_t other) const {
   const xy u = minus(at, {table_.x[slot], table_.y[slot]});
   const ball_edge* edges = table_.edges.data() + b.first_edge;
-  std::uint32_t best = likely[0];
-  double most = dot(edges[best].normal, u);
-  for (const std::uint32_t e : likely.subspan(1)) {
-    const double value = dot(edges[e].normal, u);
-    best = value > most ? e : best;
-    most = value > most ? value : most;
-  }
+  const std::uint32_t best = dot(edges[other].normal, u) > dot(edges[one].normal, u) ? other : one;
   return table_.in_cone(b, best, u) ? best : table_.active_edge(b, u);
 }
 
+// At the centroid one of the corners' edges as a rule; then it is the one with the largest value.
 void cell_bounder::bend_linear_pieces(const placed_site& s, const gauge_block& b,
                                       bend& result) const {
   const double w = table_.weight[s.slot];
-  std::array<xy, kPoints> u;
-  for (std::size_t m = 0; m < kPoints; ++m)
-    u[m] = minus(points_[m], {table_.x[s.slot], table_.y[s.slot]});
-  const std::uint32_t at_centroid = edge_at(points_[3], s.slot, b, s.edge);
-  for (std::size_t j = 0; j < kPoints; ++j) {
-    const xy& n = table_.edges[b.first_edge + (j < 3 ? s.edge[j] : at_centroid)].normal;
-    for (std::size_t m = 0; m < 3; ++m) result.tangent[j][m] = w * dot(n, u[m]);
-    if (j == 3) result.centre = w * dot(n, u[3]);
+  const ball_edge* edges = table_.edges.data() + b.first_edge;
+  std::array<double, kPoints> x;
+  std::array<double, kPoints> y;
+  for (std::size_t m = 0; m < kPoints; ++m) {
+    x[m] = points_[m].x - table_.x[s.slot];
+    y[m] = points_[m].y - table_.y[s.slot];
   }
+  const auto piece_of = [&](const xy& n, std::size_t m) { return w * (n.x * x[m] + n.y * y[m]); };
+  std::size_t best = 0;
+  double most = -std::numeric_limits<double>::infinity();
+  for (std::size_t j = 0; j < 3; ++j) {
+    const xy& n = edges[s.edge[j]].normal;
+    for (std::size_t m = 0; m < 3; ++m) result.tangent[j][m] = piece_of(n, m);
+    const double centre = piece_of(n, 3);
+    best = centre > most ? j : best;
+    most = centre > most ? centre : most;
+  }
+  result.tangent[3] = result.tangent[best];
+  result.centre = most;
+  const xy u{x[3], y[3]};
+  if (table_.in_cone(b, s.edge[best], u)) return;
+  const xy& n = edges[table_.active_edge(b, u)].normal;
+  for (std::size_t m = 0; m < 3; ++m) result.tangent[3][m] = piece_of(n, m);
+  result.centre = piece_of(n, 3);
 }
 
-cell_bounder::bend cell_bounder::bend_of(const placed_site& s, const gauge_block& b) const {
-  bend result{};
-  if (b.kind == gauge::shape::polyhedral) {
-    bend_linear_pieces(s, b, result);
-    return result;
-  }
+void cell_bounder::find_bend(const placed_site& s, const gauge_block& b, bend& result) const {
+  if (b.kind == gauge::shape::polyhedral) return bend_linear_pieces(s, b, result);
   for (std::size_t j = 0; j < kPoints; ++j) {
     distance_table::linear_piece piece = table_.piece(s.slot, points_[j]);
     // At a smooth site any slope in the polar of its ball will do: that towards the cell does best.
@@ -191,7 +196,6 @@ cell_bounder::bend cell_bounder::bend_of(const placed_site& s, const gauge_block
     for (std::size_t m = 0; m < 3; ++m)
       result.tangent[j][m] = piece.distance + dot(piece.slope, minus(points_[m], points_[j]));
   }
-  return result;
 }
 
 void cell_bounder::look(const placed_site& s, site_view& v) {
@@ -210,7 +214,8 @@ void cell_bounder::look(const placed_site& s, site_view& v) {
     v.lower = std::max(least(v.value), 0.0);
   } else {
     v.bent = static_cast<std::uint32_t>(bends_.size());
-    const bend& of_site = bends_.emplace_back(bend_of(s, b));
+    bend& of_site = bends_.emplace_back();
+    find_bend(s, b, of_site);
     for (std::size_t m = 0; m < 3; ++m) v.value[m] = of_site.tangent[m][m];
     v.centre = of_site.centre;
     v.lower = 0;
@@ -226,10 +231,8 @@ void cell_bounder::find_limits(const std::vector<order_run>& runs) {
   reached_.clear();
   left_behind_.clear();
   if (few(runs)) {
-    lower_runs_.split(keys_of([](const site_view& v) { return v.lower; }), runs,
-                      run_finder::side::behind);
-    upper_runs_.split(keys_of([](const site_view& v) { return v.upper; }), runs,
-                      run_finder::side::before);
+    lower_runs_.split(lower_keys_, runs, run_finder::side::behind);
+    upper_runs_.split(upper_keys_, runs, run_finder::side::before);
     left_behind_ = lower_runs_.jumps();
     reached_ = upper_runs_.jumps();
     return;
@@ -252,46 +255,32 @@ void cell_bounder::find_limits(const std::vector<order_run>& runs) {
 
 // A site is beyond a jump of the order weights if all sites that are surely reached there are
 // nearer, and before it if all that are left behind are farther.
-void cell_bounder::find_runs(std::size_t runs) {
-  if (runs > kRunsToSelect) {  // all is sorted
-    std::uint32_t run = 0;
-    for (const ranked& l : lowers_) {
-      while (run + 1 < runs && reached_[run] < l.key) ++run;
-      undecided_[l.view].first_run = run;
-    }
-    run = 0;
-    for (const ranked& u : uppers_) {
-      while (run + 1 < runs && left_behind_[run] <= u.key) ++run;
-      undecided_[u.view].last_run = run;
-    }
-    return;
-  }
-  for (site_view& v : undecided_) {
-    for (std::size_t r = 0; r + 1 < runs; ++r) {
-      v.first_run += reached_[r] < v.lower ? 1 : 0;
-      v.last_run += left_behind_[r] <= v.upper ? 1 : 0;
-    }
+void cell_bounder::find_runs(site_view& v) const {
+  for (std::size_t r = 0; r < reached_.size(); ++r) {
+    v.first_run += reached_[r] < v.lower ? 1 : 0;
+    v.last_run += left_behind_[r] <= v.upper ? 1 : 0;
   }
 }
 
-// Of the undecided sites. A site that is decided has its rank in its run among the lower bounds and
-// among the upper bounds too, so that the others are sorted into the rest of the runs.
-double cell_bounder::interval_sum(const std::vector<order_run>& runs) {
-  double sum = 0;
-  if (few(runs)) {
-    std::array<double, kRunsToSelect> of_lower{};
-    std::array<double, kRunsToSelect> of_upper{};
-    for (std::size_t r = 0; r < runs.size(); ++r) {
-      of_lower[r] = std::max(runs[r].weight, 0.0);
-      of_upper[r] = std::min(runs[r].weight, 0.0);
-    }
-    for (const site_view& v : undecided_) {
-      const double bound =
-          of_lower[lower_runs_(v.lower)] * v.lower + of_upper[upper_runs_(v.upper)] * v.upper;
-      sum += v.first_run == v.last_run ? 0.0 : bound;
-    }
-    return sum;
+// The same of all sites, which are sorted.
+void cell_bounder::find_sorted_runs() {
+  const std::size_t jumps = reached_.size();
+  std::uint32_t run = 0;
+  for (const ranked& l : lowers_) {
+    while (run < jumps && reached_[run] < l.key) ++run;
+    undecided_[l.view].first_run = run;
   }
+  run = 0;
+  for (const ranked& u : uppers_) {
+    while (run < jumps && left_behind_[run] <= u.key) ++run;
+    undecided_[u.view].last_run = run;
+  }
+}
+
+// Of the sites that stay undecided. A site that is decided has its rank in its run among the lower
+// bounds and among the upper bounds too, so that the others are sorted into the rest of the runs.
+double cell_bounder::sorted_interval_sum(const std::vector<order_run>& runs) const {
+  double sum = 0;
   std::size_t k = 0;
   for (const order_run& r : runs) {
     const std::vector<ranked>& bounds = r.weight >= 0 ? lowers_ : uppers_;
@@ -303,26 +292,44 @@ double cell_bounder::interval_sum(const std::vector<order_run>& runs) {
   return sum;
 }
 
+// One pass over the sites, which are too many to be near the processor.
 void cell_bounder::decide(cell& c) {
   find_limits(c.runs);
-  find_runs(c.runs.size());
-  c.bound = interval_sum(c.runs);
+  const bool sorted = !few(c.runs);
+  if (sorted) find_sorted_runs();
+  c.bound = sorted ? sorted_interval_sum(c.runs) : 0;
+  std::array<double, kRunsToSelect> of_lower{};
+  std::array<double, kRunsToSelect> of_upper{};
+  for (std::size_t r = 0; !sorted && r < c.runs.size(); ++r) {
+    of_lower[r] = std::max(c.runs[r].weight, 0.0);
+    of_upper[r] = std::min(c.runs[r].weight, 0.0);
+  }
+  const bool all_rise =
+      std::all_of(c.runs.begin(), c.runs.end(), [](const order_run& r) { return r.weight >= 0; });
   std::vector<order_run> left = c.runs;
   c.undecided.clear();
   std::size_t kept = 0;
-  for (const site_view& v : undecided_) {
+  for (site_view& v : undecided_) {
+    if (!sorted) {
+      find_runs(v);
+      const double bound =
+          of_lower[lower_runs_(v.lower)] * v.lower + of_upper[upper_runs_(v.upper)] * v.upper;
+      c.bound += v.first_run == v.last_run ? 0.0 : bound;
+    }
     if (v.first_run == v.last_run) {
       --left[v.first_run].count;
       const double lambda = c.runs[v.first_run].weight;
       keep(c, v, lambda, std::fabs(lambda));
     } else {
       c.undecided.push_back(v.site);
+      substitute(v, c.runs, all_rise);
+      for (std::size_t j = 0; j < kPoints; ++j) keys_at_[j][kept] = j < 3 ? v.value[j] : v.centre;
       undecided_[kept++] = v;
     }
   }
   undecided_.resize(kept);
+  for (std::vector<double>& keys : keys_at_) keys.resize(kept);
   // `first_run` and `last_run` keep counting in the old runs, whose weights they stand for.
-  substitute(c.runs);
   c.runs = std::move(left);
   join(c.runs);
   c.bound = std::max(c.bound, least_by_tails(c.runs));
@@ -337,8 +344,9 @@ double cell_bounder::least_by_tails(const std::vector<order_run>& runs) const {
     if (tail < 0) return -std::numeric_limits<double>::infinity();
   }
   double nearest = std::numeric_limits<double>::infinity();
+  if (tail == 0 || undecided_.empty()) return 0;
   for (const site_view& v : undecided_) nearest = std::min(nearest, v.lower);
-  return undecided_.empty() ? 0 : tail * nearest;
+  return tail * nearest;
 }
 
 // Sites at one place with one smooth gauge count as one, whose curvature is that of their sum.
@@ -397,21 +405,17 @@ bool cell_bounder::keeps_ranks(const site_view& v, double low, std::size_t runs)
 // stand for it; falls with one whose order weights are not positive, and the interpolation may.
 // What stands for the distances must leave the possible order weights of all of them as they are,
 // unless none is negative.
-void cell_bounder::substitute(const std::vector<order_run>& runs) {
-  const bool all_rise =
-      std::all_of(runs.begin(), runs.end(), [](const order_run& r) { return r.weight >= 0; });
-  for (site_view& v : undecided_) {
-    if (v.bent == kFlat) continue;
-    const planes& tangent = bends_[v.bent].tangent;
-    bool rises = all_rise || keeps_ranks(v, least(tangent[3]), runs.size());
-    bool falls = true;
-    for (std::uint32_t r = v.first_run; r <= v.last_run; ++r) {
-      rises = rises && runs[r].weight >= 0;
-      falls = falls && runs[r].weight <= 0;
-    }
-    if (rises) v.value = tangent[3];
-    v.replaced = rises || falls;
+void cell_bounder::substitute(site_view& v, const std::vector<order_run>& runs, bool all_rise) {
+  if (v.bent == kFlat) return;
+  const planes& tangent = bends_[v.bent].tangent;
+  bool rises = all_rise || keeps_ranks(v, least(tangent[3]), runs.size());
+  bool falls = true;
+  for (std::uint32_t r = v.first_run; r <= v.last_run; ++r) {
+    rises = rises && runs[r].weight >= 0;
+    falls = falls && runs[r].weight <= 0;
   }
+  if (rises) v.value = tangent[3];
+  v.replaced = rises || falls;
 }
 
 // ----- Bounds -----
@@ -448,22 +452,20 @@ void cell_bounder::add_at(std::size_t point, const site_view& v, std::size_t run
   }
 }
 
-void cell_bounder::add_by_runs(std::size_t point, const std::vector<order_run>& runs,
-                               corner_values& concave) {
-  const auto key = [point](const site_view& v) { return point < 3 ? v.value[point] : v.centre; };
-  lower_runs_.split(keys_of(key), runs, run_finder::side::behind);
-  for (const site_view& v : undecided_) {
-    const std::uint32_t run = lower_runs_(key(v));
-    add_at(point, v, run, runs[run].weight, concave);
+void cell_bounder::add_by_runs(const std::vector<order_run>& runs, corner_values& concave) {
+  for (std::size_t j = 0; j < kPoints; ++j)
+    point_runs_[j].split(keys_at_[j], runs, run_finder::side::behind);
+  for (std::size_t k = 0; k < undecided_.size(); ++k) {
+    for (std::size_t j = 0; j < kPoints; ++j) {
+      const std::uint32_t run = point_runs_[j](keys_at_[j][k]);
+      add_at(j, undecided_[k], run, runs[run].weight, concave);
+    }
   }
 }
 
 void cell_bounder::add_in_order(std::size_t point, const std::vector<order_run>& runs,
                                 corner_values& concave) {
-  for (ranked& o : order_) {
-    const site_view& v = undecided_[o.view];
-    o.key = point < 3 ? v.value[point] : v.centre;
-  }
+  for (ranked& o : order_) o.key = keys_at_[point][o.view];
   sort_nearly_sorted(order_);
   std::size_t k = 0;
   for (std::size_t r = 0; r < runs.size(); ++r) {
@@ -488,7 +490,7 @@ void cell_bounder::add_undecided(cell& c) {
   }
   corner_values concave{};
   if (few(c.runs)) {
-    for (std::size_t j = 0; j < kPoints; ++j) add_by_runs(j, c.runs, concave);
+    add_by_runs(c.runs, concave);
   } else {
     order_.clear();
     for (std::uint32_t k = 0; k < undecided_.size(); ++k) order_.push_back({0, k});
@@ -512,13 +514,21 @@ double cell_bounder::size_of_terms(const cell& c) const {
   return size;
 }
 
-void cell_bounder::process(cell& c) {
+void cell_bounder::process(cell& c, double target) {
   const triangle& t = c.corners;
   points_ = {t[0], t[1], t[2], {(t[0].x + t[1].x + t[2].x) / 3, (t[0].y + t[1].y + t[2].y) / 3}};
   bends_.clear();
   decided_.clear();
-  undecided_.resize(c.undecided.size());
-  for (std::size_t k = 0; k < undecided_.size(); ++k) look(c.undecided[k], undecided_[k]);
+  const std::size_t n = c.undecided.size();
+  undecided_.resize(n);
+  lower_keys_.resize(n);
+  upper_keys_.resize(n);
+  for (std::vector<double>& keys : keys_at_) keys.resize(n);
+  for (std::size_t k = 0; k < n; ++k) {
+    look(c.undecided[k], undecided_[k]);
+    lower_keys_[k] = undecided_[k].lower;
+    upper_keys_[k] = undecided_[k].upper;
+  }
   const std::vector<decided_site> before = std::move(c.decided);
   c.decided.clear();
   site_view v;
@@ -537,6 +547,10 @@ void cell_bounder::process(cell& c) {
     return;
   }
   c.bound += least_of_planes();
+  if (c.bound >= target) {
+    seen_.value = std::numeric_limits<double>::infinity();
+    return;
+  }
   add_undecided(c);
   c.bound = std::max(c.bound, least_of_planes());
 }

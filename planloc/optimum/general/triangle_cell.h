@@ -80,15 +80,16 @@ class cell_bounder {
   //     concave part at the corners (d.c. programming, Tuy), and
   //   - the sum of order weights times sorted bounds of the distances, or of the nearest one with
   //     all order weights where no sum of the last ones is negative.
-  // The first is taken on the places that count.
-  void process(cell& c);
+  // The first is taken on the places that count, and only while the second is below `target`.
+  // REQUIRES for `refine`: no target.
+  void process(cell& c, double target = std::numeric_limits<double>::infinity());
 
   // Raises the bound of the cell that was processed last by more planes, each taken where the ones
   // so far are lowest (Kelley 1960), until it is `target` or no planes can raise it so far.
   void refine(cell& c, double target);
 
   // f at the best place seen on the cell that was processed last: its centroid, unless `refine` has
-  // found a better one.
+  // found a better one. Infinite where the target was reached before it was looked at.
   const evaluation& best_seen() const { return seen_; }
 
   // f at a place of the cell, from what is decided on it.
@@ -120,32 +121,27 @@ class cell_bounder {
   };
 
   void look(const placed_site& s, site_view& v);
-  std::uint32_t edge_at(const xy& at, std::uint32_t slot, const gauge_block& b,
-                        std::span<const std::uint32_t> likely) const;
+  std::uint32_t edge_at(const xy& at, std::uint32_t slot, const gauge_block& b, std::uint32_t one,
+                        std::uint32_t other) const;
   void bend_linear_pieces(const placed_site& s, const gauge_block& b, bend& result) const;
-  bend bend_of(const placed_site& s, const gauge_block& b) const;
+  void find_bend(const placed_site& s, const gauge_block& b, bend& result) const;
   void find_limits(const std::vector<order_run>& runs);
-  void find_runs(std::size_t runs);
+  void find_runs(site_view& v) const;
+  void find_sorted_runs();
+  double sorted_interval_sum(const std::vector<order_run>& runs) const;
   void decide(cell& c);
-  double interval_sum(const std::vector<order_run>& runs);
   double least_by_tails(const std::vector<order_run>& runs) const;
   void keep(cell& c, const site_view& v, double lambda, double size);
   void keep_bent(cell& c, const site_view& v, double lambda, double size);
-  void substitute(const std::vector<order_run>& runs);
+  void substitute(site_view& v, const std::vector<order_run>& runs, bool all_rise);
   bool keeps_ranks(const site_view& v, double low, std::size_t runs) const;
   double size_of_terms(const cell& c) const;
   void add_rest(const cell& c);
   void add_undecided(cell& c);
   void add_at(std::size_t point, const site_view& v, std::size_t run, double weight,
               corner_values& concave);
-  void add_by_runs(std::size_t point, const std::vector<order_run>& runs, corner_values& concave);
+  void add_by_runs(const std::vector<order_run>& runs, corner_values& concave);
   void add_in_order(std::size_t point, const std::vector<order_run>& runs, corner_values& concave);
-  template <class Key>
-  const std::vector<double>& keys_of(Key key) {
-    keys_.clear();
-    for (const site_view& v : undecided_) keys_.push_back(key(v));
-    return keys_;
-  }
 
   // ----- refine_cell.cpp -----
   // What the undecided sites weigh in the concave part of f.
@@ -189,9 +185,12 @@ class cell_bounder {
   std::array<xy, kPoints> points_{};
   std::vector<bend> bends_;
   std::vector<site_view> undecided_;
-  std::vector<site_view> decided_;  // beside cell::decided
-  std::vector<double> keys_;
-  run_finder lower_runs_, upper_runs_;           // where the runs are few
+  std::vector<site_view> decided_;               // beside cell::decided
+  std::vector<double> keys_;                     // of `value`
+  std::vector<double> lower_keys_, upper_keys_;  // of the undecided sites, beside each other
+  std::array<std::vector<double>, kPoints> keys_at_;
+  run_finder lower_runs_, upper_runs_;  // where the runs are few
+  std::array<run_finder, kPoints> point_runs_;
   std::vector<ranked> lowers_, uppers_, order_;  // where they are many
   std::vector<double> reached_, left_behind_;    // by jump of the order weights
   std::vector<double> rising_, falling_;         // by run: of the convex and the concave part
