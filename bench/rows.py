@@ -171,10 +171,15 @@ FILES_AND_MODELS = [
 
 SEVERAL = [
     *[Row(f"efficient-{kind}", f"Efficient set, weights {about}", "efficient_set", ["py HiGHS dichotomy"], sizes,
-          "Polyhedral, 10 gauges. Dichotomy: a linear program for each corner of the trade-off curve and each edge.",
+          "Polyhedral, 10 gauges. Dichotomy: a linear program for each corner of the trade-off curve and each edge. "
+          f"{pieces} A piece takes 1.7 us; the optimum that the walk begins at and the sorting of all rays come "
+          "before, 0.1 ms at 200 sites, 0.4 at 1000 and 2.3 at 5000.",
           quick=1)
-      for kind, about, sizes in [("independent", "independent", [10, 20, 50, 200, 1000, 5000]),
-                                 ("apart", "apart", [10, 20, 35, 50, 200, 1000])]],
+      for kind, about, sizes, pieces in [
+          ("independent", "independent", [10, 20, 50, 200, 1000, 5000],
+           "In three instances each the chains have 17 to 53 pieces at 200 sites, 47 to 77 at 1000, 41 to 225 at 5000."),
+          ("apart", "apart", [10, 20, 35, 50, 200, 1000],
+           "In three instances each the chains have 453 to 519 pieces at 200 sites, 2373 to 2515 at 1000.")]],
     Row("regions", "Median with 20 forbidden hexagons", "minimise", ["CBC", "py HiGHS mixed-integer"],
         [25, 50, 100, 1000, 10000], "One of them around the free optimum.", quick=2, seeds=3),
     *[Row(f"regions-{kind}", f"Certified {title}, 20 forbidden hexagons", "minimise",
