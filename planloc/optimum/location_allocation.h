@@ -142,7 +142,8 @@ struct allocate_options {
 // Starts by drawn sites (Arthur and Vassilvitskii 2007), alternation of places and assignment
 // (Cooper 1964), interchange of a facility with a site (Resende and Werneck 2007), shakes in a
 // variable neighbourhood (Brimberg, Hansen, Mladenovic and Taillard 2000); then the same from the
-// best places of each start, with those of all starts in the interchange. The same seed gives the
+// best places of each start, merged with those of the others (of both together, places are dropped
+// one by one), with those of all starts in the interchange. The same seed gives the
 // same answer whatever the number of threads, unless the time or the stop token ends the search.
 //
 // The lower bound comes from column generation (Krau 1997; du Merle, Villeneuve, Desrosiers and

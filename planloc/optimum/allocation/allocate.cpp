@@ -36,24 +36,18 @@ class all_starts {
              std::function<bool()> expired)
       : ground_(ground), options_(options), expired_(std::move(expired)) {}
 
-  // The second time from the best places of each start, with all of these as candidates.
+  // The second time from the best places of each start merged with those of the others, with all of
+  // these as candidates; what comes of it is merged once more.
   void run() {
     best_.resize(std::max<std::size_t>(options_.starts, 1));
     on_all_threads([this](std::size_t start, bool caller) {
       detail::local_search search(ground_, ground_.sites, seed_of(options_.seed, start), expired_);
       search.start();
-      make(start, search, caller);
+      make(start, search, options_.shakes, caller);
     });
-    if (best_.size() == 1 || expired_()) return;
-    std::vector<xy> met;
-    for (const std::vector<xy>& b : best_) met.insert(met.end(), b.begin(), b.end());
-    const detail::candidate_places candidates(ground_.table, std::move(met));
-    on_all_threads([&](std::size_t start, bool caller) {
-      detail::local_search search(ground_, candidates, seed_of(options_.seed, best_.size() + start),
-                                  expired_);
-      search.start_from(best_[start]);
-      make(start, search, caller);
-    });
+    for (const std::size_t shakes : {options_.shakes, std::size_t{0}}) {
+      if (best_.size() > 1 && !expired_()) merge_all(shakes);
+    }
   }
 
   const std::vector<xy>& places() const { return places_; }
@@ -61,6 +55,21 @@ class all_starts {
 
  private:
   using task = std::function<void(std::size_t start, bool caller)>;
+
+  void merge_all(std::size_t shakes) {
+    const std::vector<std::vector<xy>> all = best_;
+    std::vector<xy> met;
+    for (const std::vector<xy>& b : all) met.insert(met.end(), b.begin(), b.end());
+    const detail::candidate_places candidates(ground_.table, std::move(met));
+    on_all_threads([&](std::size_t start, bool caller) {
+      detail::local_search search(ground_, candidates, seed_of(options_.seed, all.size() + start),
+                                  expired_);
+      search.start_from(all[start]);
+      for (std::size_t k = 1; k < all.size() && !expired_(); ++k)
+        search.merge(all[(start + k) % all.size()]);
+      make(start, search, shakes, caller);
+    });
+  }
 
   void on_all_threads(const task& t) {
     const std::size_t wanted = options_.threads > 0
@@ -90,9 +99,9 @@ class all_starts {
     }
   }
 
-  void make(std::size_t start, detail::local_search& search, bool caller) {
+  void make(std::size_t start, detail::local_search& search, std::size_t shakes, bool caller) {
     offer(start, search);
-    for (std::size_t k = 0; k < options_.shakes && !expired_(); ++k) {
+    for (std::size_t k = 0; k < shakes && !expired_(); ++k) {
       search.shake();
       if (caller && options_.progress) {
         offer(start, search);

@@ -13,6 +13,8 @@ namespace {
 // Of the value: what counts as an improvement. Less would let roundings lead in circles.
 constexpr double kGain = 1e-9;
 constexpr std::size_t kFarthestShake = 10;
+constexpr double kUnknown = std::numeric_limits<double>::infinity();
+constexpr std::size_t kFewTouched = 4;  // one slot in so many: else all candidates are asked again
 // Distances between all pairs of sites are kept up to this many, and this many are computed for
 // one pass of interchanges beyond.
 constexpr std::size_t kMostKept = std::size_t{1} << 22;
@@ -111,10 +113,42 @@ std::vector<xy> local_search::draw_places() {
 void local_search::start() { start_from(draw_places()); }
 
 void local_search::start_from(std::vector<xy> places) {
-  places.insert(places.end(), ground_.existing.begin(), ground_.existing.end());
-  now_.emplace(ground_.table, std::move(places));
-  descend();
+  descend_from(std::move(places));
   best_ = now_;
+  best_gain_ = gain_;
+}
+
+std::vector<xy> local_search::best_of_both(std::span<const xy> others) const {
+  std::vector<xy> places(others.begin(), others.end());
+  const auto own = best_->places().first(count_);
+  places.insert(places.end(), own.begin(), own.end());
+  const std::size_t both = places.size();
+  places.insert(places.end(), ground_.existing.begin(), ground_.existing.end());
+  service all(ground_.table, places);
+  const std::vector<double> nowhere(ground_.table.size(), std::numeric_limits<double>::infinity());
+  std::vector<char> dropped(both, 0);
+  std::vector<double> loss;
+  for (std::size_t left = both; left > count_; --left) {
+    loss.assign(places.size(), 0);
+    for (const service::link& l : all.links()) loss[l.first] += l.to_second - l.to_first;
+    std::uint32_t cheapest = 0;
+    while (dropped[cheapest] != 0) ++cheapest;
+    for (std::uint32_t k = cheapest; k < both; ++k)
+      if (dropped[k] == 0 && loss[k] < loss[cheapest]) cheapest = k;
+    dropped[cheapest] = 1;
+    all.move(cheapest, places[cheapest], nowhere);
+  }
+  std::vector<xy> kept;
+  for (std::size_t k = 0; k < both; ++k)
+    if (dropped[k] == 0) kept.push_back(places[k]);
+  return kept;
+}
+
+void local_search::merge(std::span<const xy> others) {
+  descend_from(best_of_both(others));
+  if (!(now_->value() < best_->value() * (1 - kGain))) return;
+  best_ = now_;
+  best_gain_ = gain_;
 }
 
 // One half of them near each other, the others anywhere.
@@ -138,6 +172,7 @@ std::vector<std::uint32_t> local_search::facilities_to_throw(std::size_t reach) 
 void local_search::shake() {
   ++counters_.shakes;
   now_ = best_;
+  gain_ = best_gain_;
   for (const std::uint32_t k : facilities_to_throw(reach_)) {
     const std::size_t to = below(candidates_.size());
     now_->move(k, candidates_[to], candidates_.distances(to, column_));
@@ -145,6 +180,7 @@ void local_search::shake() {
   descend();
   if (now_->value() < best_->value() * (1 - kGain)) {
     best_ = now_;
+    best_gain_ = gain_;
     reach_ = 1;
   } else {
     reach_ = reach_ % std::min(count_, kFarthestShake) + 1;
@@ -152,6 +188,13 @@ void local_search::shake() {
 }
 
 // ----- Descent -----
+
+void local_search::descend_from(std::vector<xy> places) {
+  places.insert(places.end(), ground_.existing.begin(), ground_.existing.end());
+  now_.emplace(ground_.table, std::move(places));
+  gain_.assign(candidates_.size(), kUnknown);
+  descend();
+}
 
 void local_search::descend() {
   alternate();
@@ -196,6 +239,7 @@ bool local_search::try_candidate(std::size_t k, double least_gain) {
   }
   const auto cheapest =
       std::min_element(scratch_.begin(), scratch_.begin() + static_cast<std::ptrdiff_t>(count_));
+  gain_[k] = gain;
   if (!(gain - *cheapest > least_gain)) return false;
   const auto facility = static_cast<std::uint32_t>(cheapest - scratch_.begin());
   const xy left = now_->places()[facility];
@@ -207,23 +251,45 @@ bool local_search::try_candidate(std::size_t k, double least_gain) {
   return false;
 }
 
-// Tries all candidates in a ring, from one that is drawn, until none helps; a drawn part of them
-// where there are very many.
+// What candidates gain is no longer known where it comes from sites whose links have changed.
+void local_search::ask_again() {
+  const std::span<const std::uint32_t> touched = now_->touched();
+  const bool all = !candidates_.kept() || touched.size() > ground_.table.size() / kFewTouched;
+  for (std::size_t k = 0; k < gain_.size(); ++k) {
+    if (gain_[k] == kUnknown) continue;
+    if (all) {
+      gain_[k] = kUnknown;
+      continue;
+    }
+    const std::span<const double> distance = candidates_.distances(k, column_);
+    const auto near = [&](std::uint32_t slot) { return distance[slot] < now_->reach(slot); };
+    if (std::any_of(touched.begin(), touched.end(), near)) gain_[k] = kUnknown;
+  }
+  now_->forget_touched();
+}
+
+// Tries the candidates in a ring, from one that is drawn, until none helps; a drawn part of them
+// where there are very many. Those are passed over that gained too little before, unless something
+// near them has changed.
 bool local_search::interchange() {
   const std::size_t all = candidates_.size();
   const std::size_t tries =
       std::min(all, std::max<std::size_t>(kMostKept / ground_.table.size(), 32));
   const std::size_t step = all / tries;
-  const auto price = [this] {
+  double least_loss = 0;
+  const auto price = [&] {
+    ask_again();
     loss_.assign(now_->places().size(), 0);
     for (const service::link& l : now_->links()) loss_[l.first] += l.to_second - l.to_first;
+    least_loss =
+        *std::min_element(loss_.begin(), loss_.begin() + static_cast<std::ptrdiff_t>(count_));
   };
   price();
   bool helped = false;
   std::size_t at = below(all);
   for (std::size_t left = tries; left > 0 && (left % 64 != 0 || !expired_()); --left) {
     at = (at + step) % all;
-    if (!try_candidate(at, kGain * now_->value())) continue;
+    if (gain_[at] <= least_loss || !try_candidate(at, kGain * now_->value())) continue;
     helped = true;
     price();
     left = tries;

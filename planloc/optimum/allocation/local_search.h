@@ -25,6 +25,7 @@ class candidate_places {
 
   std::size_t size() const { return places_.size(); }
   const xy& operator[](std::size_t k) const { return places_[k]; }
+  bool kept() const { return !kept_.empty(); }
   // The distances of all slots from a place: kept where there are few, else put into `scratch`.
   std::span<const double> distances(std::size_t k, std::vector<double>& scratch) const;
 
@@ -64,6 +65,9 @@ class local_search {
   void start();
   // The same from given places of the new facilities.
   void start_from(std::vector<xy> places);
+  // Descends from the best of its own places and others: of both together, those are dropped one by
+  // one that cost the least.
+  void merge(std::span<const xy> others);
   // Throws `reach` facilities elsewhere, the next time more of them unless that helped.
   void shake();
 
@@ -72,9 +76,12 @@ class local_search {
   double uniform() { return static_cast<double>(random_() >> 11) * 0x1p-53; }
   std::vector<xy> draw_places();
   std::vector<std::uint32_t> facilities_to_throw(std::size_t reach);
+  std::vector<xy> best_of_both(std::span<const xy> others) const;
+  void descend_from(std::vector<xy> places);
   void descend();
   bool alternate();
   bool interchange();
+  void ask_again();
   bool try_candidate(std::size_t k, double least_gain);
 
   const allocation_ground& ground_;
@@ -86,6 +93,8 @@ class local_search {
   std::optional<service> now_, best_;
   std::size_t reach_ = 1;
   std::vector<double> loss_, scratch_, column_;
+  // What each candidate would gain beside all facilities; infinite where that is not known.
+  std::vector<double> gain_, best_gain_;
   allocation_counters counters_;
 };
 

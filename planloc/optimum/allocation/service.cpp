@@ -1,5 +1,6 @@
 #include "planloc/optimum/allocation/service.h"
 
+#include <algorithm>
 #include <limits>
 #include <utility>
 
@@ -11,6 +12,7 @@ service::service(const distance_table& table, std::vector<xy> places)
       distance_(table.size() * places_.size()),
       links_(table.size()),
       changed_(places_.size(), 1),
+      reach_(table.size(), 0),
       scratch_(table.size()) {
   for (std::size_t k = 0; k < places_.size(); ++k) {
     table.distances(places_[k], scratch_, {});
@@ -46,6 +48,22 @@ void service::find_second(std::size_t slot) {
   }
 }
 
+void service::change(std::size_t slot, std::uint32_t facility, double distance) {
+  const link before = links_[slot];
+  update(slot, facility, distance);
+  const link& now = links_[slot];
+  if (now.first == before.first && now.second == before.second && now.to_first == before.to_first &&
+      now.to_second == before.to_second)
+    return;
+  if (reach_[slot] == 0) touched_.push_back(static_cast<std::uint32_t>(slot));
+  reach_[slot] = std::max({reach_[slot], before.to_second, now.to_second});
+}
+
+void service::forget_touched() {
+  for (const std::uint32_t slot : touched_) reach_[slot] = 0;
+  touched_.clear();
+}
+
 void service::update(std::size_t slot, std::uint32_t facility, double distance) {
   distance_[slot * places_.size() + facility] = distance;
   link& l = links_[slot];
@@ -78,7 +96,7 @@ void service::move(std::uint32_t facility, const xy& to, std::span<const double>
   }
   value_ = 0;
   for (std::size_t i = 0; i < links_.size(); ++i) {
-    update(i, facility, distance[i]);
+    change(i, facility, distance[i]);
     value_ += links_[i].to_first;
   }
 }

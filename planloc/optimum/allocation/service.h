@@ -28,6 +28,12 @@ class service {
   // `distance` holds those of all slots from the new place, if they are known.
   void move(std::uint32_t facility, const xy& to, std::span<const double> distance = {});
 
+  // Slots whose links are no longer those when `forget_touched` was called last, and the farthest
+  // that the second facility of such a slot was since, or is.
+  std::span<const std::uint32_t> touched() const { return touched_; }
+  double reach(std::uint32_t slot) const { return reach_[slot]; }
+  void forget_touched();
+
   // Facilities whose sites are no longer those for which `settle` was called last.
   bool changed(std::uint32_t facility) const { return changed_[facility]; }
   void settle(std::uint32_t facility) { changed_[facility] = false; }
@@ -37,6 +43,7 @@ class service {
  private:
   void rank(std::size_t slot);
   void find_second(std::size_t slot);
+  void change(std::size_t slot, std::uint32_t facility, double distance);
   void update(std::size_t slot, std::uint32_t facility, double distance);
 
   const distance_table* table_;
@@ -44,6 +51,8 @@ class service {
   std::vector<double> distance_;  // of each slot a row, of each facility a column
   std::vector<link> links_;
   std::vector<char> changed_;
+  std::vector<std::uint32_t> touched_;
+  std::vector<double> reach_;  // by slot; 0 where it is not touched
   std::vector<double> scratch_;
   std::vector<std::uint32_t> served_;
   double value_ = 0;
