@@ -331,6 +331,15 @@ TEST(Regions, BadRingsAreRefusedByName) {
   EXPECT_EQ(said_of({region{{square}, {}}, {}}), "allowed polygon 1 has no rings");
 }
 
+TEST(Regions, AllSitesAtOneForbiddenPlace) {
+  const regions lake{{}, {{{{0, 0}, {3, -1}, {7, 1}, {3, 4}}}}};
+  for (const gauge& g : {gauge::l1(), gauge::euclidean(), gauge::lp(3)}) {
+    const problem p({{3, 1, 2}, {3, 1, 2}}, {g}, order_weights::range(), lake);
+    EXPECT_EQ(minimise(p).value, 0);
+    EXPECT_EQ(verify(p, minimise(p)).reason, "");
+  }
+}
+
 TEST(Regions, SearchesThatAreStoppedHaveAPermittedPlace) {
   const std::vector<site> sites = {{0, 3}, {3, 0}, {4, 7}, {8, 4}, {4.5, 4.25, 2}};
   const regions lake{{}, {{rectangle(2, 2, 6, 5.5)}}};

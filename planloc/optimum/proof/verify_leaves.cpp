@@ -226,6 +226,12 @@ double size_of_terms(const problem& p) {
   return value_of(p, fraction_pair{mpq_class(amid.x), mpq_class(amid.y)}).size;
 }
 
+// Amid sites that all lie at one place there are no terms: then those at the place count.
+double size_for_gap(const problem& p, const proved_value& v) {
+  const double amid = size_of_terms(p);
+  return amid > 0 ? amid : v.size;
+}
+
 }  // namespace
 
 verification verify_leaves(const problem& p, const solution& s, const branch_certificate& c) {
@@ -243,7 +249,7 @@ verification verify_leaves(const problem& p, const solution& s, const branch_cer
   result.gap = v.exact ? rounded_up(mpq_class(*v.exact - least))
                        : (interval(v.value.high) - interval(s.lower_bound)).high;
   if (s.status == solution_status::optimal && !v.exact &&
-      !(result.gap <= above(kMostGap * std::max(std::fabs(result.value), size_of_terms(p))))) {
+      !(result.gap <= above(kMostGap * std::max(std::fabs(result.value), size_for_gap(p, v))))) {
     refuse("called optimal, but the gap is not closed");
   }
   return result;
