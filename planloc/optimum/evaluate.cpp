@@ -394,6 +394,11 @@ evaluator::evaluator(const problem& p, const distance_table& table) : problem_(p
   make_scratch();
 }
 
+bool evaluator::has_edges() const {
+  return std::any_of(problem_.gauges().begin(), problem_.gauges().end(),
+                     [](const gauge& g) { return g.kind() == gauge::shape::polyhedral; });
+}
+
 void evaluator::make_scratch() {
   distance_.resize(table_.size());
   const std::span<const order_run> runs = problem_.runs();
@@ -401,9 +406,7 @@ void evaluator::make_scratch() {
   std::size_t counting = 0;
   for (const order_run& r : runs) counting += r.weight != 0 ? r.count : 0;
   if (counting > table_.size() / 8) {
-    const bool edges =
-        std::any_of(table_.blocks.begin(), table_.blocks.end(),
-                    [](const gauge_block& b) { return b.kind == gauge::shape::polyhedral; });
+    const bool edges = has_edges();
     edge_.resize(edges ? table_.size() : 0);
     // Not beside edges and ranks, which already take as much memory as a search may.
     slope_x_.resize(problem_.polyhedral() || (edges && runs.size() > 1) ? 0 : table_.size());
@@ -509,7 +512,7 @@ affine_piece evaluator::piece_at(const xy& at) {
   (*this)(at);
   affine_piece result;
   result.taken_at = at;
-  result.edge.resize(table_.size());
+  if (has_edges()) result.edge.resize(table_.size());
   for (const gauge_block& b : table_.blocks) {
     if (b.kind != gauge::shape::polyhedral) continue;
     for (std::uint32_t slot = b.begin; slot < b.end; ++slot)

@@ -180,6 +180,7 @@ class evaluator {
   void make_scratch();
   evaluation sum_all(const xy& at, double lambda) const;
   evaluation sum_of(const gauge_block& b, std::size_t begin, std::size_t end, const xy& at) const;
+  bool has_edges() const;
   void use_kinks(xy& slope);
   xy slope_of(std::size_t slot, const xy& at) const;
   void split_at_jumps();

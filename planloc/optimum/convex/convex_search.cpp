@@ -303,6 +303,7 @@ void convex_search::claim_what_is_proved() {
                   [](const detail::gauge_block& b) { return b.kind == gauge::shape::lp; });
   const bool margin_will_do = !rough && (ended_ || result_.gap() <= kOptimalGap * best_.value);
   if (margin_will_do && model_.share_of_square() <= kProofMargin * best_.value) return;
+  evaluate_.release();
   const double in_doubles = std::exchange(result_.lower_bound, 0);
   const verification v = verify(problem_, result_);
   result_.lower_bound = v.accepted ? std::min(in_doubles, v.lower_bound) : in_doubles;

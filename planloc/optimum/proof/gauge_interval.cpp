@@ -12,6 +12,20 @@ interval sum_of(std::span<const interval> terms) {
   return sum_of(terms.first(terms.size() / 2)) + sum_of(terms.subspan(terms.size() / 2));
 }
 
+void adjacent_sum::add(interval term) {
+  for (std::size_t n = count_++; n % 2 == 1; n /= 2) {
+    term = parts_.back() + term;
+    parts_.pop_back();
+  }
+  parts_.push_back(term);
+}
+
+interval adjacent_sum::total() const {
+  interval sum(0);
+  for (auto p = parts_.rbegin(); p != parts_.rend(); ++p) sum = *p + sum;
+  return sum;
+}
+
 interval enclosed(const mpq_class& q) {
   const double d = q.get_d();
   return q == d ? interval(d) : widened(d, d);

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <span>
+#include <vector>
 
 #include "planloc/optimum/problem.h"
 #include "planloc/optimum/proof/interval.h"
@@ -25,6 +26,17 @@ inline interval cross(const interval_pair& a, const interval_pair& b) {
 
 // Adjacent terms first: n terms lose as much as log n in a row.
 interval sum_of(std::span<const interval> terms);
+
+// The same of terms that come one by one.
+class adjacent_sum {
+ public:
+  void add(interval term);
+  interval total() const;
+
+ private:
+  std::vector<interval> parts_;  // of a power of two terms each, larger ones first
+  std::size_t count_ = 0;
+};
 
 // Holds a fraction.
 interval enclosed(const mpq_class& q);

@@ -1,6 +1,8 @@
 #include "planloc/optimum/proof/interval_place.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <utility>
 
 namespace planloc::detail {
 
@@ -24,59 +26,68 @@ interval difference(double base, double site, const interval& offset) {
   return interval(sum) + (interval(lost) + interval(lost_again) + interval(0, open.high));
 }
 
-// A coordinate less those of sites, with their last bits or nearly so.
-class differences {
- public:
-  explicit differences(const mpq_class& at)
-      : at_(at), near_(at.get_d()), rest_(enclosed(at - near_)) {}
-
-  interval from(double site) const {
-    const interval d = difference(near_, site, rest_);
-    // Where all digits of `near_` cancel, and most of the rest do.
-    return d.high - d.low <= 0x1p-48 * magnitude(d).low ? d : enclosed(at_ - site);
-  }
-
- private:
-  const mpq_class& at_;
-  double near_;
-  interval rest_;
-};
+constexpr std::size_t kFewRuns = 8;
 
 }  // namespace
 
+coordinate::coordinate(mpq_class at)
+    : at_(std::move(at)), near_(at_.get_d()), rest_(enclosed(at_ - near_)) {}
+
+interval coordinate::from(double site) const {
+  const interval d = difference(near_, site, rest_);
+  // Where all digits of `near_` cancel, and most of the rest do.
+  return d.high - d.low <= 0x1p-48 * magnitude(d).low ? d : enclosed(at_ - site);
+}
+
 interval_place::interval_place(const problem& p, const fraction_pair& at)
-    : problem_(p), lambda_(listed_weights(p)) {
-  const differences x(at.x);
-  const differences y(at.y);
-  for (const site& t : p.sites()) offset_.push_back({x.from(t.x), y.from(t.y)});
+    : problem_(p), x_(at.x), y_(at.y) {
+  if (p.runs().size() > kFewRuns) lambda_ = listed_weights(p);
 }
 
 interval interval_place::value() const {
-  std::vector<double> low;
-  std::vector<double> high;
-  for (std::size_t i = 0; i < offset_.size(); ++i) {
-    const interval d = gauge_value(problem_.gauge_of(i), offset_[i]) * problem_.sites()[i].weight;
-    low.push_back(d.low);
-    high.push_back(d.high);
+  const std::size_t n = problem_.sites().size();
+  adjacent_sum sum;
+  if (problem_.runs().size() == 1) {
+    const interval l(problem_.runs()[0].weight);
+    for (std::size_t i = 0; i < n; ++i) sum.add(l * distance(i));
+    return sum.total();
+  }
+  std::vector<double> low(n);
+  std::vector<double> high(n);
+  for (std::size_t i = 0; i < n; ++i) {
+    const interval d = distance(i);
+    low[i] = d.low;
+    high[i] = d.high;
   }
   // The k-th smallest of numbers that grow grows.
-  if (problem_.runs().size() > 1) {
-    std::sort(low.begin(), low.end());
-    std::sort(high.begin(), high.end());
+  std::sort(low.begin(), low.end());
+  std::sort(high.begin(), high.end());
+  std::size_t k = 0;
+  for (const order_run& run : problem_.runs()) {
+    for (const std::size_t end = k + run.count; k < end; ++k)
+      sum.add(interval(run.weight) * interval(low[k], high[k]));
   }
-  std::vector<interval> terms;
-  for (std::size_t k = 0; k < low.size(); ++k)
-    terms.push_back(interval(lambda_[k]) * interval(low[k], high[k]));
-  return sum_of(terms);
+  return sum.total();
 }
 
+namespace {
+
+// By site: one more than the number of its kink, or 0. Empty if there are none.
+std::vector<std::uint32_t> kinks_by_site(const affine_piece& piece, std::size_t sites) {
+  std::vector<std::uint32_t> number(piece.kinks.empty() ? 0 : sites);
+  for (std::size_t k = 0; k < piece.kinks.size(); ++k)
+    number[piece.kinks[k].site] = static_cast<std::uint32_t>(k + 1);
+  return number;
+}
+
+}  // namespace
+
 interval_place::affine interval_place::seen(const affine_piece& piece, const xy& base) const {
-  std::vector<interval> value;
-  std::vector<interval> x;
-  std::vector<interval> y;
-  std::vector<const affine_piece::kink*> kinks(offset_.size());
-  for (const affine_piece::kink& k : piece.kinks) kinks[k.site] = &k;
-  for (std::size_t i = 0; i < offset_.size(); ++i) {
+  adjacent_sum value;
+  adjacent_sum x;
+  adjacent_sum y;
+  const std::vector<std::uint32_t> kinks = kinks_by_site(piece, problem_.sites().size());
+  for (std::size_t i = 0; i < problem_.sites().size(); ++i) {
     const double l = weight_of(piece, i);
     if (l == 0) continue;
     const gauge& g = problem_.gauge_of(i);
@@ -84,32 +95,33 @@ interval_place::affine interval_place::seen(const affine_piece& piece, const xy&
     interval_pair slope;
     if (g.kind() == gauge::shape::polyhedral) {
       slope = edge_normal(g, piece.edge[i]);
-    } else if (kinks[i] != nullptr) {
-      slope = in_polar(g, kinks[i]->slope);
+    } else if (!kinks.empty() && kinks[i] != 0) {
+      slope = in_polar(g, piece.kinks[kinks[i] - 1].slope);
     } else {
       slope = tangent(g, {difference(base.x, s.x, piece.taken_at.x),
                           difference(base.y, s.y, piece.taken_at.y)});
     }
     const interval w = interval(l) * interval(s.weight);
-    value.push_back(w * dot(slope, offset_[i]));
-    x.push_back(w * slope.x);
-    y.push_back(w * slope.y);
+    value.add(w * dot(slope, offset(i)));
+    x.add(w * slope.x);
+    y.add(w * slope.y);
   }
-  return {sum_of(value), {sum_of(x), sum_of(y)}};
+  return {value.total(), {x.total(), y.total()}};
 }
 
 interval_place::growth interval_place::far_away(const affine_piece& piece) const {
-  std::vector<interval> pull;
-  std::vector<interval> back;
-  for (std::size_t i = 0; i < offset_.size(); ++i) {
+  adjacent_sum pull;
+  adjacent_sum back;
+  for (std::size_t i = 0; i < problem_.sites().size(); ++i) {
     const double l = weight_of(piece, i);
     if (l == 0) continue;
     const gauge& g = problem_.gauge_of(i);
     const interval w = interval(l) * interval(problem_.sites()[i].weight);
-    pull.push_back(w / interval(ball_radius(g)));
-    back.push_back(w * gauge_value(g, {-offset_[i].x, -offset_[i].y}));
+    const interval_pair u = offset(i);
+    pull.add(w / interval(ball_radius(g)));
+    back.add(w * gauge_value(g, {-u.x, -u.y}));
   }
-  return {sum_of(pull), sum_of(back)};
+  return {pull.total(), back.total()};
 }
 
 }  // namespace planloc::detail

@@ -3,6 +3,8 @@
 #ifndef PLANLOC_OPTIMUM_PROOF_INTERVAL_PLACE_H_
 #define PLANLOC_OPTIMUM_PROOF_INTERVAL_PLACE_H_
 
+#include <gmpxx.h>
+
 #include <cstddef>
 #include <vector>
 
@@ -10,6 +12,19 @@
 #include "planloc/optimum/proof/verify_parts.h"
 
 namespace planloc::detail {
+
+// A coordinate less those of sites, with their last bits or nearly so.
+class coordinate {
+ public:
+  explicit coordinate(mpq_class at);
+
+  interval from(double site) const;
+
+ private:
+  mpq_class at_;
+  double near_;
+  interval rest_;
+};
 
 class interval_place {
  public:
@@ -37,12 +52,19 @@ class interval_place {
 
  private:
   double weight_of(const affine_piece& piece, std::size_t i) const {
-    return lambda_[piece.rank.empty() ? 0 : piece.rank[i]];
+    const std::size_t k = piece.rank.empty() ? 0 : piece.rank[i];
+    return lambda_.empty() ? problem_.lambda(k) : lambda_[k];
+  }
+  interval_pair offset(std::size_t i) const {  // place - site
+    return {x_.from(problem_.sites()[i].x), y_.from(problem_.sites()[i].y)};
+  }
+  interval distance(std::size_t i) const {
+    return gauge_value(problem_.gauge_of(i), offset(i)) * problem_.sites()[i].weight;
   }
 
   const problem& problem_;
-  std::vector<double> lambda_;
-  std::vector<interval_pair> offset_;  // place - site
+  std::vector<double> lambda_;  // empty where few order weights differ
+  coordinate x_, y_;
 };
 
 }  // namespace planloc::detail
