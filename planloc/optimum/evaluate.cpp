@@ -5,6 +5,7 @@
 #include <cmath>
 #include <limits>
 #include <numeric>
+#include <utility>
 
 #include "planloc/optimum/twin.h"
 
@@ -483,29 +484,40 @@ evaluation evaluator::operator()(const xy& at) {
 void evaluator::use_kinks(xy& slope) {
   kinks_.clear();
   if (*std::min_element(distance_.begin(), distance_.end()) != 0) return;
-  const auto use = [&](std::uint32_t slot, double lambda) {
-    const gauge_block& b = table_.blocks[table_.block_of[slot]];
-    if (b.kind == gauge::shape::polyhedral) return;
-    const double reach = lambda * table_.weight[slot];
+  find_kinks();
+  for (affine_piece::kink& k : kinks_) {
+    const gauge_block& b = table_.blocks[table_.block_of[k.site]];
+    const double reach = k.slope.x * table_.weight[k.site];
+    k.slope = {0, 0};
     const double norm = b.kind == gauge::shape::euclidean ? std::sqrt(dot(slope, slope))
                                                           : norm_lp(slope, b.p / (b.p - 1));
-    if (norm == 0) return kinks_.push_back({slot, {0, 0}});
+    if (norm == 0) continue;
     const double step = std::max(norm, reach);
-    kinks_.push_back({slot, {-slope.x / step, -slope.y / step}});
+    k.slope = {-slope.x / step, -slope.y / step};
     const double left = norm <= reach ? 0 : 1 - reach / norm;
     slope = {slope.x * left, slope.y * left};
+  }
+}
+
+// The smooth sites at the place, each with its order weight for a slope.
+void evaluator::find_kinks() {
+  const auto here = [this](std::size_t slot) {
+    return distance_[slot] == 0 &&
+           table_.blocks[table_.block_of[slot]].kind != gauge::shape::polyhedral;
   };
-  std::vector<std::pair<std::uint32_t, double>> here;  // slot and order weight
+  std::size_t count = 0;
+  for (std::size_t slot = 0; slot < distance_.size(); ++slot) count += here(slot) ? 1 : 0;
+  kinks_.reserve(count);
   std::size_t k = 0;
   for (const order_run& run : problem_.runs()) {
     for (const std::size_t end = k + run.count; k < end; ++k) {
       const auto slot = order_.empty() ? static_cast<std::uint32_t>(k) : order_[k].slot;
-      if (distance_[slot] == 0) here.emplace_back(slot, run.weight);
+      if (here(slot)) kinks_.push_back({slot, {run.weight, 0}});
     }
   }
   // The order within a run is left over from earlier places.
-  std::sort(here.begin(), here.end());
-  for (const auto& [slot, lambda] : here) use(slot, lambda);
+  std::sort(kinks_.begin(), kinks_.end(),
+            [](const auto& a, const auto& b) { return a.site < b.site; });
 }
 
 affine_piece evaluator::piece_at(const xy& at) {
@@ -518,10 +530,15 @@ affine_piece evaluator::piece_at(const xy& at) {
     for (std::uint32_t slot = b.begin; slot < b.end; ++slot)
       result.edge[table_.site[slot]] = edge_.empty() ? table_.piece(slot, at).edge : edge_[slot];
   }
-  for (const kink& k : kinks_) result.kinks.push_back({table_.site[k.slot], k.slope});
+  result.kinks = std::exchange(kinks_, {});
+  for (affine_piece::kink& k : result.kinks) k.site = table_.site[k.site];
   if (order_.empty()) return result;
-  result.rank.resize(order_.size());
-  for (std::uint32_t k = 0; k < order_.size(); ++k) result.rank[table_.site[order_[k].slot]] = k;
+  // Kinks of most sites take the memory of their slopes, until the next evaluation.
+  std::vector<ranked> order = std::move(order_);
+  if (result.kinks.size() > table_.size() / 2) release();
+  result.rank.resize(order.size());
+  for (std::uint32_t k = 0; k < order.size(); ++k) result.rank[table_.site[order[k].slot]] = k;
+  if (!distance_.empty()) order_ = std::move(order);
   return result;
 }
 

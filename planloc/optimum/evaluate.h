@@ -182,6 +182,7 @@ class evaluator {
   evaluation sum_of(const gauge_block& b, std::size_t begin, std::size_t end, const xy& at) const;
   bool has_edges() const;
   void use_kinks(xy& slope);
+  void find_kinks();
   xy slope_of(std::size_t slot, const xy& at) const;
   void split_at_jumps();
 
@@ -191,11 +192,7 @@ class evaluator {
   std::vector<std::uint32_t> edge_;
   std::vector<double> slope_x_, slope_y_;  // as `edge_`, where there are smooth gauges
   std::vector<ranked> order_;  // by rank class; kept, since the next place is often near
-  struct kink {
-    std::uint32_t slot;
-    xy slope;
-  };
-  std::vector<kink> kinks_;  // of the last place: smooth gauges whose site it is
+  std::vector<affine_piece::kink> kinks_;  // of the last place, by slot in place of site
   std::size_t count_ = 0;
 };
 

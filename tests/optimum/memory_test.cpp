@@ -75,11 +75,16 @@ TEST(Memory, OfASiteAmongTies) {
   } cases[] = {
       {"one place, one gauge", layout::one_place, {gauge::l1()}},
       {"one place, several", layout::one_place, {gauge::l1(), gauge::linf()}},
+      {"one place, smooth", layout::one_place, {gauge::euclidean(), gauge::lp(3)}},
+      {"one place, mixed", layout::one_place, {gauge::l1(), gauge::lp(3)}},
+      {"a line, smooth", layout::line, {gauge::lp(3)}},
+      {"a line, mixed", layout::line, {gauge::l1(), gauge::euclidean(), gauge::lp(3)}},
       {"a line, one gauge", layout::line, {gauge::l1()}},
       {"a line, several", layout::line, {gauge::l1(), gauge::linf()}},
       {"16 places, one gauge", layout::lattice, {gauge::l1()}},
       {"16 places, several", layout::lattice, {gauge::l1(), gauge::linf()}},
       {"scattered, one gauge", layout::scattered, {gauge::l1()}},
+      {"scattered, mixed", layout::scattered, {gauge::l1(), gauge::lp(3)}},
   };
   for (const auto& c : cases) {
     for (const bool equal_weights : {false, true}) {

@@ -138,11 +138,12 @@ xy start_of(const smooth_sum& f, std::size_t sites) {
 std::optional<solution> smooth_median(const problem& p, const minimise_options& options) {
   if (!is_smooth_median(p) || options.stop.stop_requested() || !(options.seconds > 0)) return {};
   const auto begin = std::chrono::steady_clock::now();
-  const smooth_sum f(p);
-  const xy start = start_of(f, p.sites().size());
+  std::optional<smooth_sum> f(p);
+  const xy start = start_of(*f, p.sites().size());
   std::size_t evaluations = 0;
-  const expansion e = newton(f, 1, start, kClosed / 6 * f.weights(), evaluations);
-  std::optional<solution> s = at_slope_of_0(p, f, e);
+  const expansion e = newton(*f, 1, start, kClosed / 6 * f->weights(), evaluations);
+  std::optional<solution> s = at_slope_of_0(p, *f, e);
+  f.reset();  // which may hold all sites once more
   if (!s) {
     s = at_nearest_site(p, e.at);
     ++evaluations;
