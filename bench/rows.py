@@ -72,7 +72,7 @@ EUCLIDEAN = [
         "functions are part of its definition.", argument="2", quick=2),
     Row("lp-sum", "`lp_sum`, p = 3", "lp_sum", ["R ucminf", "py SciPy minimize"], [10, 100, 1000, 3000],
         "Stated steps. Of its tests of all sites those are made whose outcome a few tangents of the sum leave open. "
-        "Two thirds of the time are the C library's power function, which the steps state five times a site; a faster "
+        "More than half of the time is the C library's power function, which the steps state five times a site; a faster "
         "one would round in another way. The certified median of a row above needs fewer steps.",
         argument="3", tolerance=1e-3, quick=2),
     Row("euclidean-centre", "Certified Euclidean centre", "minimise", ["CGAL"], DECADES,

@@ -142,7 +142,8 @@ inline tied_problem certified_tied_problem(const facilities& F, std::size_t new_
   return {new_facilities, std::move(sites), {distance}, std::move(weights), std::move(ties)};
 }
 
-// The corners of the set of optima if it is known, else the point; each with one weight, the value.
+// The corners of the set of optima if it is known, else the point; each with one weight, the value,
+// which is infinite where the status is `infeasible` or `unbounded`.
 inline list<location> certified_locations(const solution& s) {
   if (s.optima.corners.empty()) return detail::certified_points({s.point}, s.value);
   return detail::certified_points(s.optima.corners, s.value);
