@@ -66,7 +66,7 @@ class ComparisonI : public IlcConstraintI {
   ~ComparisonI() = default;
 
   virtual Standing judge(const Range& left, const Range& right, bool repeated) const = 0;
-  void display(std::ostream& out, const char* sign) const { out << left_ << sign << right_; }
+  void displaySides(std::ostream& out, const char* sign) const { out << left_ << sign << right_; }
 
   Side left_;
   Side right_;
@@ -100,7 +100,7 @@ class LessOrEqualI final : public ComparisonI {
                double rhs) override {
     solver.lessOrEqual(coefficients, vars, rhs + known_excess(getManager(), left_, right_));
   }
-  void display(std::ostream& out) const override { ComparisonI::display(out, " <= "); }
+  void display(std::ostream& out) const override { displaySides(out, " <= "); }
 
  protected:
   Standing judge(const Range& left, const Range& right, bool repeated) const override {
@@ -117,7 +117,7 @@ class GreaterOrEqualI final : public ComparisonI {
                double rhs) override {
     solver.greaterOrEqual(coefficients, vars, rhs - known_excess(getManager(), right_, left_));
   }
-  void display(std::ostream& out) const override { ComparisonI::display(out, " >= "); }
+  void display(std::ostream& out) const override { displaySides(out, " >= "); }
 
  protected:
   Standing judge(const Range& left, const Range& right, bool repeated) const override {
@@ -137,7 +137,7 @@ class EqualI final : public ComparisonI {
                double rhs) override {
     solver.equal(coefficients, vars, rhs);
   }
-  void display(std::ostream& out) const override { ComparisonI::display(out, " == "); }
+  void display(std::ostream& out) const override { displaySides(out, " == "); }
 
  protected:
   Standing judge(const Range& left, const Range& right, bool repeated) const override {

@@ -49,7 +49,7 @@ bool nowhere_below(const gauge& a, const mpq_class& of_a, const gauge& b, const 
 
 }  // namespace
 
-far_order::far_order(const problem& p) : problem_(p), lambda_(listed_weights(p)) {
+far_order::far_order(const problem& p) : lambda_(listed_weights(p)) {
   lambda_before_.emplace_back();
   for (const double l : lambda_) lambda_before_.push_back(lambda_before_.back() + l);
   std::map<std::pair<std::uint32_t, double>, std::vector<std::uint32_t>> all;

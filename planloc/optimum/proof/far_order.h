@@ -61,7 +61,6 @@ class far_order {
   double sum_at(const group& g, const interval& shift) const;
   double weighed(std::size_t rank, std::vector<double> lower, std::vector<double> higher) const;
 
-  const problem& problem_;
   std::vector<double> lambda_;
   std::vector<mpq_class> lambda_before_;  // summed up
   std::vector<alike_sites> kinds_;
