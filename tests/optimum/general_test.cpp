@@ -412,6 +412,26 @@ TEST(General, LimitsAndNarrowCases) {
   EXPECT_EQ(expect_solved(zero).value, 0);
 }
 
+// The exact value is a little less than its double, which a search that is stopped must not claim
+// as its bound.
+TEST(General, StoppedAtANegativeValue) {
+  const gauge ball = gauge::polyhedral({{-0.94274411698232652, 0.4179891086410602},
+                                        {-0.83389800181174722, -0.84624979504862741},
+                                        {0.22026905949889708, -1.0887999425022574},
+                                        {0.88163547045317481, -0.16525607500502129},
+                                        {0.10515911910707691, 0.82690636366766312}});
+  const problem p({{10000005.920502696, -9999996.0409353673},
+                   {10000009.485155715, -9999992.8004112933},
+                   {10000000.729260789, -9999998.889675213},
+                   {10000002.809875665, -9999992.8618163634}},
+                  {ball}, order_weights({1, 1, 1, -1}));
+  for (std::size_t cells = 1; cells <= 60; ++cells) {
+    minimise_options few;
+    few.cells = cells;
+    EXPECT_EQ(verify(p, minimise(p, few)).reason, "") << cells;
+  }
+}
+
 // f is its own recession function there: 0 is the least value if that is nowhere negative.
 TEST(General, AllSitesAtOnePlace) {
   const gauge triangle = gauge::polyhedral({{3, 1}, {-1, 2}, {-1, -2}});

@@ -481,6 +481,10 @@ solution general_search::finish(const detail::recession& far) {
   const bool least = least_possible();
   s.lower_bound =
       square_known && !least ? proved_bound() : -std::numeric_limits<double>::infinity();
+  // The value is rounded towards 0, which is up where it is negative.
+  if (stopped_ && best_.exact() && mpq_class(s.value) > *best_.exact())
+    s.lower_bound =
+        std::min(s.lower_bound, std::nextafter(s.value, -std::numeric_limits<double>::infinity()));
   if (least || (floor_known && s.lower_bound <= floor_of_f_)) {
     s.lower_bound = std::min(floor_of_f_, s.value);
     branch_certificate c;
