@@ -41,9 +41,6 @@ void exchange(map_graph& map, graph_edge& a, graph_edge& b) {
 using detail::to_xy;
 detail::plane_xy to_xy(const vector& v) { return {v[0], v[1]}; }
 
-// As the product of two vectors: from the last coordinate on.
-double dot(detail::plane_xy a, detail::plane_xy b) { return a.y * b.y + a.x * b.x; }
-
 detail::plane_xy rotated(detail::plane_xy v) { return {-v.y, v.x}; }
 
 int side(detail::plane_xy p, detail::plane_xy q, detail::plane_xy g) {

@@ -21,7 +21,6 @@ constexpr double kSharper = 0.8;
 constexpr double kLeast = 0.5;
 constexpr double kRounding = std::numeric_limits<double>::epsilon() / 2;
 
-double dot(const plane_xy& a, const plane_xy& b) { return a.x * b.x + a.y * b.y; }
 plane_xy difference(const plane_xy& a, const plane_xy& b) { return {a.x - b.x, a.y - b.y}; }
 std::vector<plane_xy> corners_of(const xy_box& b) {
   return {b.low, {b.high.x, b.low.y}, b.high, {b.low.x, b.high.y}};

@@ -15,6 +15,8 @@ struct xy {
   friend bool operator==(const xy&, const xy&) = default;
 };
 
+inline double dot(const xy& a, const xy& b) { return a.x * b.x + a.y * b.y; }
+
 inline xy to_xy(const point& p) { return {p.xcoord(), p.ycoord()}; }
 inline point to_point(const xy& p) { return point(p.x, p.y); }
 

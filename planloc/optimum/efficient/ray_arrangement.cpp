@@ -20,7 +20,6 @@ constexpr double kOffsetError = 0x1p-49;
 constexpr double kStepError = 0x1p-49;
 
 double size_of(const xy& v) { return std::fabs(v.x) + std::fabs(v.y); }
-double dot(const xy& a, const xy& b) { return a.x * b.x + a.y * b.y; }
 double cross(const xy& a, const xy& b) { return a.x * b.y - a.y * b.x; }
 
 double_double to_pair(const mpq_class& q) {

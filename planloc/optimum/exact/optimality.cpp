@@ -142,8 +142,6 @@ struct probes {
   std::vector<exact_xy> directions;
 };
 
-double dot(const xy& a, const xy& b) { return a.x * b.x + a.y * b.y; }
-
 // Away from the point of the convex hull that is nearest to the origin, if the origin is outside.
 // Inside a side of the hull it is the side's normal, not the difference of two long slopes that may
 // be nearly opposite.

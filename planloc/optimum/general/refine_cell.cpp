@@ -12,7 +12,6 @@ namespace planloc::detail {
 
 namespace {
 
-double dot(const xy& a, const xy& b) { return a.x * b.x + a.y * b.y; }
 xy minus(const xy& a, const xy& b) { return {a.x - b.x, a.y - b.y}; }
 
 // Planes that are added to the bound of a cell before it is halved.

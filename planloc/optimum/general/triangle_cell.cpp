@@ -9,7 +9,6 @@ namespace planloc::detail {
 
 namespace {
 
-double dot(const xy& a, const xy& b) { return a.x * b.x + a.y * b.y; }
 xy minus(const xy& a, const xy& b) { return {a.x - b.x, a.y - b.y}; }
 
 double largest_coordinate(const triangle& t) {

@@ -22,7 +22,8 @@ double length(const interval_pair& a) { return sqrt(square(a.x) + square(a.y)).h
 interval_pair slope_in_polar(const gauge& g, const xy& slope) {
   if (g.kind() != gauge::shape::polyhedral) return in_polar(g, slope);
   interval most = 1;
-  for (const xy& v : g.vertices()) most = larger(most, dot({slope.x, slope.y}, {v.x, v.y}));
+  for (const xy& v : g.vertices())
+    most = larger(most, dot(interval_pair{slope.x, slope.y}, interval_pair{v.x, v.y}));
   if (most.high <= 1) return {slope.x, slope.y};
   return {interval(slope.x) / most.high, interval(slope.y) / most.high};
 }

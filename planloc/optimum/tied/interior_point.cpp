@@ -17,8 +17,6 @@ constexpr double kNoStep = 1e-4;
 // One number a term of a block.
 using lanes = std::array<double, kBlock>;
 
-double dot(const xy& a, const xy& b) { return a.x * b.x + a.y * b.y; }
-
 double largest(const lanes& l, std::size_t count) {
   return *std::max_element(l.begin(), l.begin() + static_cast<std::ptrdiff_t>(count));
 }

@@ -7,8 +7,6 @@ namespace planloc::detail {
 
 namespace {
 
-double dot(const xy& a, const xy& b) { return a.x * b.x + a.y * b.y; }
-
 // Calls `keep` with each edge that can be in force where an offset is nowhere `reach` away from u
 // in a coordinate. Returns the edge in force at u.
 template <class Normal, class Keep>

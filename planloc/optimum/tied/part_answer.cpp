@@ -14,8 +14,6 @@ constexpr double kRoundings = 0x1p-42;
 constexpr double kSlopeRoundings = 0x1p-46;
 constexpr double kPositionRoundings = 0x1p-50;
 
-double dot(const xy& a, const xy& b) { return a.x * b.x + a.y * b.y; }
-
 // The sites' share in the bound of a facility.
 struct load {
   double weight = 0;
