@@ -30,16 +30,22 @@ std::vector<double> listed_weights(const problem& p) {
   return lambda;
 }
 
-fraction_pair exact_place_of(const xy& point, const exact_point& exact) {
-  check_place(point, "the point");
-  if (exact.empty()) return {mpq_class(point.x), mpq_class(point.y)};
+fraction_pair fractions_of(const exact_point& exact, const std::string& name) {
   fraction_pair at;
   if (at.x.set_str(exact.x, 10) != 0 || at.y.set_str(exact.y, 10) != 0 ||
       sgn(at.x.get_den()) == 0 || sgn(at.y.get_den()) == 0) {
-    refuse("the exact point is not a pair of fractions");
+    refuse(name + " is not a pair of fractions");
   }
   at.x.canonicalize();
   at.y.canonicalize();
+  if (abs(at.x) > kMostInClaim || abs(at.y) > kMostInClaim) refuse(name + " is too large");
+  return at;
+}
+
+fraction_pair exact_place_of(const xy& point, const exact_point& exact) {
+  check_place(point, "the point");
+  if (exact.empty()) return {mpq_class(point.x), mpq_class(point.y)};
+  const fraction_pair at = fractions_of(exact, "the exact point");
   const auto near = [](double d, const mpq_class& q) {
     return mpq_class(std::nextafter(d, -INFINITY)) <= q &&
            q <= mpq_class(std::nextafter(d, INFINITY));

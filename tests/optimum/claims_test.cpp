@@ -111,6 +111,13 @@ TEST(Claims, OfOneFacility) {
                           }
                         }});
     }
+    for (const std::size_t zeros : {150, 400}) {
+      if (!std::holds_alternative<boundary_certificate>(good.proof)) continue;
+      claims.push_back({"a place outside that is too large", [zeros](solution& s) {
+                          std::get<boundary_certificate>(s.proof).outside.x =
+                              "1" + std::string(zeros, '0');
+                        }});
+    }
     expect_refused(p, good, claims);
     solution far_corners = good;
     for (xy& c : far_corners.optima.corners) c = {1e308, -1e308};
@@ -144,10 +151,19 @@ TEST(Claims, OfSeveralFacilities) {
                       }});
     expect_refused(p, good, claims);
   }
-  const allocation_problem two({{0, 0}, {1, 0}, {8, 0}, {9, 1}}, {gauge::euclidean()}, 2);
+  const allocation_problem two({{0, 0}, {1, 0, 1e-3}, {8, 0}, {9, 1}}, {gauge::euclidean()}, 2);
   const allocation pair = allocate(two, {.lower_bound = true});
   auto claims = spoiled_numbers<allocation>();
   claims.erase(claims.begin());  // which is allowed to be far away
+  for (const double price : {1e150, 1.7e308}) {
+    claims.push_back({"a price so large that no rectangle holds its disc", [price](allocation& a) {
+                        a.prices.assign(4, 0);
+                        a.prices[1] = price;
+                        a.triples.clear();
+                        a.cases.clear();
+                        a.lower_bound = a.value;
+                      }});
+  }
   expect_refused(two, pair, claims);
   const allocation_problem one({{0, 0}, {1, 0}, {8, 0}, {9, 1}}, {gauge::euclidean()}, 1);
   expect_refused(one, allocate(one), {{"the facility alone is not optimal", [](allocation& a) {
@@ -188,6 +204,23 @@ TEST(Claims, OfPolylines) {
        {"value", [](auto& l) { l.points[1].value1 = kNan; }},
        {"bound", [](auto& l) { l.bounds[0].bound = kInfinite; }},
        {"multiplier", [](auto& l) { l.bounds[0].shares[0].second = kNan; }}});
+  // One place, the optimum of f_2, and of f_1 no more than a tangent there.
+  const double far = 1e20;
+  const bicriteria_problem light({{0, 0, 1e-17, 1e-17}, {far, 0, 2e-17, 3e-17}, {0, far, 9e-17, 0}},
+                                 {gauge::euclidean()});
+  expect_refused<bicriteria_problem, efficient_polyline>(
+      light, approximate_efficient_set(light, 1e-3),
+      {{"a factor so small that its products vanish", [](auto& l) {
+          l.points = {l.points.back()};
+          l.cuts.push_back(l.cuts[l.bounds.back().shares[0].first]);
+          l.bounds = {l.bounds.front(), l.bounds.back()};
+          l.bounds[0] = {1e-308,
+                         0,
+                         1e-308 * l.points[0].value1 * (1 - 1e-6),
+                         {{static_cast<std::uint32_t>(l.cuts.size() - 1), 1e300}}};
+          l.bounds[1].factor1 = 0;
+          l.distance = 100;
+        }}});
 }
 
 template <class Options>

@@ -52,6 +52,10 @@ TEST(Convex, TheWholeSetOfOptima) {
       EXPECT_TRUE(verify(*p, spoiled).accepted);
     }
   }
+  solution twice = good;
+  const std::vector<xy>& around = good.optima.corners;
+  twice.optima.corners.insert(twice.optima.corners.end(), around.begin(), around.end());
+  EXPECT_FALSE(verify(square, twice).optima_proved);
   // With order weights of 0 every place is an optimum.
   const problem nothing({{0, 0}, {1, 1}}, {gauge::l1()}, order_weights({0, 0}));
   EXPECT_TRUE(minimise(nothing).optima.whole_plane);

@@ -104,24 +104,13 @@ class boundary_check {
   std::vector<affine_function> exact_;
 };
 
-fraction_pair outside_of(const boundary_certificate& c) {
-  fraction_pair at;
-  if (at.x.set_str(c.outside.x, 10) != 0 || at.y.set_str(c.outside.y, 10) != 0 ||
-      sgn(at.x.get_den()) == 0 || sgn(at.y.get_den()) == 0) {
-    refuse("the place outside is not a pair of fractions");
-  }
-  at.x.canonicalize();
-  at.y.canonicalize();
-  return at;
-}
-
 }  // namespace
 
 verification verify_boundary(const problem& p, const solution& s, const boundary_certificate& c) {
   if (c.pieces.empty()) refuse("no pieces");
   check_pieces(p, c.pieces);
   const fraction_pair at = exact_place_of(s.point, s.exact);
-  const fraction_pair outside = outside_of(c);
+  const fraction_pair outside = fractions_of(c.outside, "the place outside");
   const boundary_check check(p, c, at);
   if (check.where().permits(outside)) refuse("the place outside is permitted");
   interval value;

@@ -23,8 +23,8 @@ double bound(const interval_place& place, const convex_certificate& c, const int
   }
   if (!(shares.low > 0)) refuse("all multipliers are 0");
   const interval_place::growth far = place.far_away(c.pieces.front());
-  // No place farther away is better; all are alike where all order weights are 0.
-  const double reach = far.pull.low > 0 ? ((value + far.back) / far.pull).high : 0;
+  if (!(far.pull.low > 0)) return 0;                          // all order weights are 0
+  const double reach = ((value + far.back) / far.pull).high;  // no place farther away is better
   const interval steep = sqrt(square(rest.x) + square(rest.y)) / shares;
   return below((at_place / shares).low - above(steep.high * reach));
 }

@@ -155,13 +155,15 @@ class least_set {
       if (!is_nearest(claimed[k], at) || value(at) != least_) return false;
       exact.push_back(at);
     }
+    std::size_t turns_up = 0;  // once around
     for (std::size_t k = 0; k < exact.size(); ++k) {
       const fraction_pair& a = exact[k];
       const fraction_pair& b = exact[(k + 1) % exact.size()];
       const fraction_pair& c = exact[(k + 2) % exact.size()];
       if (sgn(cross(difference(b, a), difference(c, b))) <= 0) return false;
+      turns_up += a.y >= b.y && b.y < c.y ? 1 : 0;
     }
-    return true;
+    return turns_up == 1;
   }
 
   verified_sites sites_;

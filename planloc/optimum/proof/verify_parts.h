@@ -40,6 +40,9 @@ struct fraction_pair {
   mpq_class x, y;
 };
 
+// Refuses what is no place in fractions.
+fraction_pair fractions_of(const exact_point& exact, const std::string& name);
+
 // The place that an answer speaks of, which `point` must be a rounding of.
 fraction_pair exact_place_of(const xy& point, const exact_point& exact);
 

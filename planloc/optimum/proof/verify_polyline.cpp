@@ -109,7 +109,8 @@ double polyline_check::proved_bound(const polyline_bound& b, const xy& at) const
     pull = pull + interval(factor[k]) * far.pull;
     back = back + interval(factor[k]) * far.back;
   }
-  const double reach = pull.low > 0 ? ((here + back) / pull).high : 0;
+  if (!(pull.low > 0)) return 0;  // factors below the least numbers
+  const double reach = ((here + back) / pull).high;
   const interval steep = sqrt(square(rest.x) + square(rest.y)) / total;
   const double bound = below((level / total).low - above(steep.high * reach));
   return std::isnan(bound) ? 0 : std::min(here.low, bound);

@@ -111,7 +111,7 @@ class price_walk {
   // The open sites from `begin` on are those that can gain in the rectangle.
   void visit(const rectangle& r, std::size_t begin, int depth) {
     const std::size_t end = open_.size();
-    if (bound(r, begin, end) < least_ && !sums_reach(r, end)) {
+    if (!(bound(r, begin, end) >= least_) && !sums_reach(r, end)) {
       if (depth == kMostDepth) refuse("the prices do not prove the lower bound");
       const double x = r.left + (r.right - r.left) / 2;
       const double y = r.low + (r.high - r.low) / 2;
@@ -375,6 +375,8 @@ std::vector<double> capped_prices(const allocation_problem& p, const std::vector
   for (std::size_t i = 0; i < prices.size(); ++i) {
     if (!std::isfinite(prices[i]))
       refuse("the price of site " + std::to_string(i) + " is not finite");
+    if (std::fabs(prices[i]) > kMostInClaim)
+      refuse("the price of site " + std::to_string(i) + " is too large");
     for (const xy& e : p.existing())
       capped[i] = std::min(capped[i], sites.distance(i, {interval(e.x), interval(e.y)}).low);
   }
