@@ -167,6 +167,30 @@ void evaluator::find_kinks() {
             [](const auto& a, const auto& b) { return a.site < b.site; });
 }
 
+// By site: the kinks, and the slopes that intervals could not tell from the place.
+std::vector<affine_piece::kink> evaluator::given_slopes(const xy& at) {
+  std::vector<affine_piece::kink> given = std::exchange(kinks_, {});
+  const auto each_corner = [&](auto use) {
+    for (const gauge_block& b : table_.blocks) {
+      if (b.kind != gauge::shape::lp) continue;
+      for (std::uint32_t slot = b.begin; slot < b.end; ++slot) {
+        if (distance_[slot] != 0 && b.norm.at_corner(at.x - table_.x[slot], at.y - table_.y[slot]))
+          use(slot);
+      }
+    }
+  };
+  std::size_t corners = 0;
+  each_corner([&](std::uint32_t) { ++corners; });
+  given.reserve(given.size() + corners);
+  each_corner([&](std::uint32_t slot) {
+    const xy slope = slope_of(slot, at);
+    const double w = table_.weight[slot];
+    given.push_back({slot, {slope.x / w, slope.y / w}});
+  });
+  for (affine_piece::kink& k : given) k.site = table_.site[k.site];
+  return given;
+}
+
 affine_piece evaluator::piece_at(const xy& at) {
   (*this)(at);
   affine_piece result;
@@ -177,8 +201,7 @@ affine_piece evaluator::piece_at(const xy& at) {
     for (std::uint32_t slot = b.begin; slot < b.end; ++slot)
       result.edge[table_.site[slot]] = edge_.empty() ? table_.piece(slot, at).edge : edge_[slot];
   }
-  result.kinks = std::exchange(kinks_, {});
-  for (affine_piece::kink& k : result.kinks) k.site = table_.site[k.site];
+  result.kinks = given_slopes(at);
   if (order_.empty()) return result;
   // Kinks of most sites take the memory of their slopes, until the next evaluation.
   std::vector<ranked> order = std::move(order_);

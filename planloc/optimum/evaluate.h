@@ -62,6 +62,7 @@ class evaluator {
   bool has_edges() const;
   void use_kinks(xy& slope);
   void find_kinks();
+  std::vector<affine_piece::kink> given_slopes(const xy& at);
   xy slope_of(std::size_t slot, const xy& at) const;
   void split_at_jumps();
 

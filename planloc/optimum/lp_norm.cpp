@@ -13,6 +13,10 @@ namespace {
 
 // Up to this power of the square root, powers are products.
 constexpr int kMostHalfPowers = 16;
+// Powers above this one lose more digits of a slope than proofs can spare,
+constexpr double kSteepPower = 1000;
+// where the smaller coordinate's part of it is above e^-40.
+constexpr double kCornerWidth = 40;
 // Smaller ratios are left to the library.
 constexpr double kTiny = 0x1p-1000;
 
@@ -158,6 +162,12 @@ lp_norm::parts lp_norm::split(const vectors& u) const {
   for (std::size_t k = 0; k < u.size; ++k) r.total[k] = 1 + r.ratio[k] * r.power[k];
   root(r.total, u.size, r.root);
   return r;
+}
+
+bool lp_norm::at_corner(double x, double y) const {
+  if (p_ <= kSteepPower) return false;
+  const auto [small, large] = std::minmax({std::fabs(x), std::fabs(y)});
+  return (1 - small / large - 0x1p-50) * p_ <= kCornerWidth;
 }
 
 void lp_norm::values(const vectors& u, double* norm) const {

@@ -38,6 +38,10 @@ class lp_norm {
     double* yy;
   };
 
+  // Whether the slope at a vector hangs on its last digits: p is large, and the vector points to a
+  // corner of the unit ball, which is nearly a square.
+  bool at_corner(double x, double y) const;
+
   void values(const vectors& u, double* norm) const;
   // At the origin the gradient is 0.
   void slopes(const vectors& u, double* norm, const gradients& g) const;

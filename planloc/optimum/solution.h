@@ -50,7 +50,8 @@ struct optimal_set {
 
 // An affine function nowhere above a convex f. Site i gets the order weight of rank[i], and its
 // distance is replaced by a linear piece: edge edge[i] of a polyhedral gauge, else the tangent at
-// `taken_at`, or, for a site that lies there, the slope that `kinks` gives.
+// `taken_at`, or the slope that `kinks` gives: for sites that lie there, and for those whose
+// tangent hangs on the last digits of the place (lp with a large p).
 struct affine_piece {
   struct kink {
     std::uint32_t site;

@@ -235,6 +235,31 @@ TEST(Convex, SmoothGaugesProvedByIntervals) {
   }
 }
 
+// Each ball lies between that of the limit of p and one of 2^(1/p), or 2^(1-1/p), times its size;
+// problems under the limit are solved in fractions.
+TEST(Convex, PowersNearTheirLimits) {
+  instance_source source(12);
+  for (const double power : {1 + 1e-3, 1e4, 1e6, 1e9, 1e14, 1e20, 1e300}) {
+    const bool large = power > 2;
+    const double width = std::pow(2, large ? 1 / power : 1 - 1 / power) * (1 + 1e-10);
+    for (const layout l : {layout::scattered, layout::lattice, layout::line, layout::one_place,
+                           layout::far_away, layout::uneven}) {
+      for (int trial = 0; trial < 10; ++trial) {
+        SCOPED_TRACE(testing::Message() << power << ", " << static_cast<int>(l) << ' ' << trial);
+        const int n = 1 + source.below(trial == 0 ? 200 : 12);
+        const auto sites = source.sites(l, n, 1);
+        const order_weights lambda = source.convex_order(n);
+        const problem p(sites, {gauge::lp(power)}, lambda);
+        const solution s = expect_solved(p, {.relative = 1e-10});
+        const problem limit(sites, {large ? gauge::linf() : gauge::l1()}, lambda);
+        const double value = minimise(limit).value;
+        EXPECT_GE(s.value * (large ? 1 + 1e-10 : width), value);
+        EXPECT_LE(s.value, value * (large ? width : 1 + 1e-10));
+      }
+    }
+  }
+}
+
 // The kernel of the searches against the library's powers in long doubles.
 TEST(Convex, NormsAndTheirDerivatives) {
   instance_source source(9);

@@ -35,8 +35,11 @@ TEST(General, AgreesWithCuttingPlanes) {
 TEST(General, SmoothGaugesProvedByIntervals) {
   instance_source source(13);
   const std::vector<std::vector<gauge>> families = {
-      {gauge::euclidean()}, {gauge::lp(3)}, {gauge::euclidean(), gauge::lp(1.5), gauge::l1()}};
-  for (int trial = 0; trial < 12; ++trial) {
+      {gauge::euclidean()},
+      {gauge::lp(3)},
+      {gauge::euclidean(), gauge::lp(1.5), gauge::l1()},
+      {gauge::lp(1e6), gauge::lp(1e20)}};
+  for (int trial = 0; trial < 16; ++trial) {
     SCOPED_TRACE(trial);
     const auto& gauges = families[static_cast<std::size_t>(trial) % families.size()];
     const int n = 4 + source.below(5);

@@ -30,24 +30,8 @@ verified_sites::verified_sites(const problem& p, const xy& base) : problem_(p), 
   }
 }
 
-namespace {
-
-// (|x|^p + |y|^p)^(1/p)
-interval norm(const interval& x, const interval& y, const interval& p) {
-  const interval a = magnitude(x);
-  const interval b = magnitude(y);
-  const double scale = std::max(a.high, b.high);
-  if (scale == 0) return 0;
-  const interval sum = power(a / interval(scale), p) + power(b / interval(scale), p);
-  return interval(scale) * power(sum, interval(1) / p);
-}
-
-}  // namespace
-
 interval verified_sites::gauge_value(std::size_t i, const interval_pair& u) const {
-  const gauge& g = problem_.gauge_of(i);
-  if (g.kind() == gauge::shape::euclidean) return sqrt(square(u.x) + square(u.y));
-  if (g.kind() == gauge::shape::lp) return norm(u.x, u.y, interval(g.p()));
+  if (!polyhedral(i)) return detail::gauge_value(problem_.gauge_of(i), u);
   interval most(0);
   visit_likely_edges(gauge_of(i), u,
                      [&](std::size_t e) { most = larger(most, dot(normals_[gauge_of(i)][e], u)); });
@@ -98,24 +82,32 @@ std::size_t verified_sites::likely_edge(std::size_t i, const xy& at) const {
   return best;
 }
 
+namespace {
+
+// About the gradient of a gauge that is not polyhedral, times a factor of at least 1.
+xy along_gradient(const gauge& g, const xy& u) {
+  if (g.kind() == gauge::shape::euclidean) {
+    const double size = g(u);
+    return {u.x / size, u.y / size};
+  }
+  const bool x_larger = std::fabs(u.x) > std::fabs(u.y);
+  const double ratio = x_larger ? u.y / u.x : u.x / u.y;
+  const double small = std::pow(std::fabs(ratio), g.p() - 1);
+  return {std::copysign(x_larger ? 1 : small, u.x), std::copysign(x_larger ? small : 1, u.y)};
+}
+
+}  // namespace
+
 // A slope of dual norm at most 1 touches the norm from below: one that is nearly the gradient is
 // shortened until its dual norm is surely at most 1.
 interval_pair verified_sites::slope(std::size_t i, const xy& at) const {
-  const gauge& g = problem_.gauge_of(i);
-  if (g.kind() == gauge::shape::polyhedral) return weighted_normal(i, likely_edge(i, at));
-  const double p = g.kind() == gauge::shape::euclidean ? 2 : g.p();
+  if (polyhedral(i)) return weighted_normal(i, likely_edge(i, at));
   const xy u{at.x - position_[i].x.low, at.y - position_[i].y.low};
-  const double size = g(u);
-  if (!(size > 0)) return {interval(0), interval(0)};
-  const auto part = [&](double c) {
-    return std::copysign(std::pow(std::fabs(c) / size, p - 1), c);
-  };
-  const xy raw{part(u.x), part(u.y)};
-  const interval dual = p == 2 ? sqrt(square(interval(raw.x)) + square(interval(raw.y)))
-                               : norm(raw.x, raw.y, interval(p) / (interval(p) - interval(1)));
-  const interval factor = interval(problem_.sites()[i].weight) / larger(dual, interval(1e-300));
-  // One slope of the interval is as good as any of shorter ones: take the low factor.
-  return {interval(factor.low) * interval(raw.x), interval(factor.low) * interval(raw.y)};
+  if (u == xy{0, 0}) return {interval(0), interval(0)};
+  const gauge& g = problem_.gauge_of(i);
+  const interval_pair inside = in_polar(g, along_gradient(g, u));
+  const interval w(problem_.sites()[i].weight);
+  return {w * inside.x, w * inside.y};
 }
 
 fraction_pair verified_sites::exact_offset(std::size_t i, const fraction_pair& at) const {
