@@ -71,14 +71,17 @@ class tied_program {
   std::vector<double> cost_, right_;
 };
 
+// With a spread: weights over twice as many orders of magnitude.
 tied_problem random_problem(instance_source& source, layout l, int facilities, int n,
-                            const std::vector<gauge>& gauges) {
+                            const std::vector<gauge>& gauges, double spread = 0) {
+  const auto spread_out = [&] { return std::pow(10, source.uniform(-spread, spread)); };
   std::vector<tied_site> sites;
   for (const site& s : source.sites(l, n, static_cast<int>(gauges.size())))
     sites.push_back({s.x, s.y, s.gauge});
   std::vector<double> weights;
   for (int k = 0; k < facilities * n; ++k)
     weights.push_back(source.below(3) == 0     ? 0
+                      : spread > 0             ? spread_out()
                       : l == layout::scattered ? source.uniform(0.1, 4)
                       : l == layout::uneven    ? std::pow(10, source.uniform(-3, 3))
                                                : 1 + source.below(3));
@@ -86,7 +89,10 @@ tied_problem random_problem(instance_source& source, layout l, int facilities, i
   for (std::uint32_t j = 0; j < static_cast<std::uint32_t>(facilities); ++j) {
     for (std::uint32_t k = 0; k < j; ++k) {
       if (source.below(4) == 0) continue;
-      ties.push_back({k, j, l == layout::scattered ? source.uniform(0, 3) : source.below(4),
+      const double weight = spread > 0               ? spread_out()
+                            : l == layout::scattered ? source.uniform(0, 3)
+                                                     : source.below(4);
+      ties.push_back({k, j, weight,
                       static_cast<std::uint32_t>(source.below(static_cast<int>(gauges.size())))});
     }
   }
@@ -140,8 +146,10 @@ TEST(Tied, ManySites) {
   instance_source source(3);
   for (const layout l : {layout::scattered, layout::lattice, layout::uneven}) {
     const std::vector<gauge> gauges = source.gauges(l, 2, 6);
-    const tied_problem p = random_problem(source, l, 4, 1100, gauges);
-    expect_proved(p, minimise(p));
+    for (const double spread : {0.0, 1.0, 6.0}) {
+      const tied_problem p = random_problem(source, l, 8, spread > 0 ? 300 : 1100, gauges, spread);
+      expect_proved(p, minimise(p));
+    }
   }
 }
 
@@ -183,6 +191,18 @@ TEST(Tied, FacilitiesThatTiesAloneHold) {
     EXPECT_NEAR(s.value, g({4, -4}), 1e-11);
     EXPECT_TRUE(verify(p, s).accepted);
     EXPECT_LE(verify(p, s).gap, 1e-10);
+  }
+}
+
+TEST(Tied, WeightsOverTwelveOrders) {
+  instance_source source(11);
+  for (const layout l : {layout::scattered, layout::lattice, layout::line, layout::uneven}) {
+    for (int trial = 0; trial < 100; ++trial) {
+      SCOPED_TRACE(testing::Message() << "layout " << static_cast<int>(l) << " trial " << trial);
+      const tied_problem p = random_problem(source, l, 2 + source.below(6), 1 + source.below(9),
+                                            source.gauges(l, 2, 3 + source.below(6)), 6);
+      expect_proved(p, minimise(p));
+    }
   }
 }
 

@@ -48,10 +48,27 @@ class dyadic {
     return {a.shifted_to(e) - b.shifted_to(e), e};
   }
   friend int sgn(const dyadic& a) { return sgn(a.mantissa_); }
+  // Common factors of long numbers, which hardly have any, are left in.
+  friend mpq_class long_quotient(const dyadic& a, const dyadic& b) {
+    constexpr std::size_t kLong = 1024;  // bits
+    if (mpz_sizeinbase(a.mantissa_.get_mpz_t(), 2) < kLong ||
+        mpz_sizeinbase(b.mantissa_.get_mpz_t(), 2) < kLong)
+      return quotient(a, b);
+    mpq_class q(a.mantissa_, b.mantissa_);
+    if (sgn(b.mantissa_) < 0) q = mpq_class(-a.mantissa_, -b.mantissa_);
+    return scaled_by_power_of_2(std::move(q), a.exponent_ - b.exponent_);
+  }
   friend mpq_class quotient(const dyadic& a, const dyadic& b) {
     mpq_class q(a.mantissa_, b.mantissa_);
     q.canonicalize();
     return scaled_by_power_of_2(std::move(q), a.exponent_ - b.exponent_);
+  }
+
+  // Takes out what it has in common with d; returns what is left of d.
+  mpz_class reduce(const mpz_class& d) {
+    const mpz_class common = gcd(mantissa_, d);
+    mantissa_ /= common;
+    return d / common;
   }
 
   mpq_class value() const { return scaled_by_power_of_2(mpq_class(mantissa_), exponent_); }

@@ -5,6 +5,7 @@
 
 #include <limits>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "planloc/optimum/tied/interior_point.h"
@@ -15,35 +16,34 @@ class boxed_search {
  public:
   // Everywhere, from the means of the sites; without boxes if they are not wanted.
   boxed_search(const part_terms& terms, bool in_boxes);
-  // In a box around places that are known to be good.
-  boxed_search(const part_terms& terms, std::vector<xy> places, double radius);
+  // In a box around the places of a search of a sample, which are within `radius` of good ones.
+  boxed_search(const part_terms& terms, const interior_point& of_sample, double radius);
 
   // False if the step was as good as none.
   bool step();
-  const interior_point& method() const { return *method_; }
+  const interior_point& method() const& { return *method_; }
+  interior_point method() && { return std::move(*method_); }
   // Of the gap in the value.
   double share() const { return method_->gap() / method_->value(); }
 
  private:
   void begin(std::vector<xy> places, double radius, double gap);
-  double away() const;
+  void begin_wider();
+  void enter_box(double radius);
+  bool outside() const;
 
   const part_terms& terms_;
   bool in_boxes_ = true;
   std::optional<interior_point> method_;
-  std::vector<xy> middle_;  // of the box
-  double radius_ = std::numeric_limits<double>::infinity();
+  // What all boxes since the last beginning have in common.
+  std::vector<xy> low_, high_;
+  double radius_ = std::numeric_limits<double>::infinity();  // of the last one
   double last_move_ = std::numeric_limits<double>::infinity();
 };
 
-// Places that are good for all terms, found from samples of the sites that grow; none if there are
-// so few that all are taken at once. `radius` is how far they may be from the best ones, `rounds`
-// counts steps.
-struct sampled_places {
-  std::vector<xy> places;
-  double radius;
-};
-std::optional<sampled_places> places_from_samples(const part_terms& terms, std::size_t& rounds);
+// The search of all terms, from where those of samples of the sites that grow have ended; from the
+// means where there are so few sites that all are taken at once. `rounds` counts steps.
+boxed_search search_from_samples(const part_terms& terms, std::size_t& rounds);
 
 }  // namespace planloc::detail
 

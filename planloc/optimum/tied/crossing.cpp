@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "planloc/optimum/exact/exact_place.h"
+#include "planloc/optimum/tied/common_normals.h"
 #include "planloc/optimum/tied/exact_equations.h"
 #include "planloc/optimum/tied/grid.h"
 
@@ -124,10 +125,10 @@ class crossing {
   }
 
   bool find_place() {
-    std::vector<exact_equation> equations;
+    std::vector<exact_equation<mpq_class>> equations;
     for (const break_line& l : lines_) {
       const part_term& t = terms_.terms[bent_[l.bent].term];
-      exact_equation e;
+      exact_equation<mpq_class> e;
       const auto add = [&](std::uint32_t facility, int sign) {
         if (l.line.x != 0) e.terms.emplace_back(2 * facility, sign * mpq_class(l.line.x));
         if (l.line.y != 0) e.terms.emplace_back(2 * facility + 1, sign * mpq_class(l.line.y));
@@ -228,12 +229,79 @@ class crossing {
 
   // ----- Slopes -----
 
-  exact_xy slope_of(const bent_term& b) {
+  // Numbers here are numerators over the denominator that all normals have in common.
+  // Changes the slopes of the chosen bent terms so that all slopes cancel.
+  bool balance() {
+    find_numerators();
+    line_of_.assign(bent_.size(), {kNone, kNone});
+    for (std::uint32_t c = 0; c < lines_.size(); ++c) {
+      if (lines_[c].line.x != 0) line_of_[lines_[c].bent].x = c;
+      if (lines_[c].line.y != 0) line_of_[lines_[c].bent].y = c;
+    }
+    std::vector<dyadic> rest = straight_sites();
+    const auto add = [&](const part_term& t, const dyadic_xy& slope) {
+      const dyadic x = t.weight * slope.x;
+      const dyadic y = t.weight * slope.y;
+      rest[2 * t.first] = rest[2 * t.first] + x;
+      rest[2 * t.first + 1] = rest[2 * t.first + 1] + y;
+      if (t.second == kNoFacility) return;
+      rest[2 * t.second] = rest[2 * t.second] - x;
+      rest[2 * t.second + 1] = rest[2 * t.second + 1] - y;
+    };
+    for (std::size_t k = 0; k < edge_.size(); ++k) {
+      const part_term& t = terms_.terms[k];
+      if (t.second != kNoFacility && edge_[k] != kNone) add(t, numerator(t.gauge, edge_[k]));
+    }
+    std::vector<dyadic_xy> slopes;
+    for (std::uint32_t k = 0; k < bent_.size(); ++k) {
+      slopes.push_back(first_slope(k));
+      add(terms_.terms[bent_[k].term], slopes[k]);
+    }
+    return absorb(rest, slopes);
+  }
+
+  std::size_t row_of(std::uint32_t gauge, std::uint32_t edge) const {
+    return terms_.first_edge[gauge] + edge;
+  }
+  const dyadic_xy& numerator(std::uint32_t gauge, std::uint32_t edge) const {
+    return numerators_.normals[row_of(gauge, edge)];
+  }
+  std::uint32_t next_edge(const bent_term& b) const {
+    return (b.edge + 1) % static_cast<std::uint32_t>(vertices_of(terms_.terms[b.term]).size());
+  }
+
+  // The normals of the edges in force or next to a ray.
+  void find_numerators() {
+    std::vector<bool> counts(terms_.normals.size());
+    for (std::size_t k = 0; k < edge_.size(); ++k)
+      if (edge_[k] != kNone) counts[row_of(terms_.terms[k].gauge, edge_[k])] = true;
+    for (const bent_term& b : bent_) {
+      if (b.at_origin) continue;
+      const std::uint32_t gauge = terms_.terms[b.term].gauge;
+      counts[row_of(gauge, b.edge)] = counts[row_of(gauge, next_edge(b))] = true;
+    }
+    numerators_ = common_normals(problem_.gauges(), counts);
+  }
+
+  // To begin with, of the lines' own share nothing.
+  dyadic_xy first_slope(std::uint32_t k) const {
+    const bent_term& b = bent_[k];
+    if (b.at_origin) {
+      return {line_of_[k].x == kNone ? b.slope.x * numerators_.denominator : dyadic(0),
+              line_of_[k].y == kNone ? b.slope.y * numerators_.denominator : dyadic(0)};
+    }
+    const std::uint32_t gauge = terms_.terms[b.term].gauge;
+    const dyadic_xy& from = numerator(gauge, b.edge);
+    if (line_of_[k].x != kNone || line_of_[k].y != kNone) return from;
+    const dyadic_xy& to = numerator(gauge, next_edge(b));
+    return {from.x + b.share * (to.x - from.x), from.y + b.share * (to.y - from.y)};
+  }
+
+  exact_xy unchanged_slope(const bent_term& b) {
     if (b.at_origin) return to_exact(b.slope);
-    const part_term& t = terms_.terms[b.term];
-    const exact_xy& from = normal(t.gauge, b.edge);
-    const exact_xy& to =
-        normal(t.gauge, (b.edge + 1) % static_cast<std::uint32_t>(vertices_of(t).size()));
+    const std::uint32_t gauge = terms_.terms[b.term].gauge;
+    const exact_xy& from = normal(gauge, b.edge);
+    const exact_xy& to = normal(gauge, next_edge(b));
     return {from.x + b.share * (to.x - from.x), from.y + b.share * (to.y - from.y)};
   }
 
@@ -245,78 +313,35 @@ class crossing {
     for (std::size_t k = 0; k < edge_.size(); ++k) {
       const part_term& t = terms_.terms[k];
       if (t.second != kNoFacility || edge_[k] == kNone) continue;
-      sums[t.first * edges + terms_.first_edge[t.gauge] + edge_[k]] +=
-          in_units<Number>(t.weight, unit);
+      sums[t.first * edges + row_of(t.gauge, edge_[k])] += in_units<Number>(t.weight, unit);
     }
     std::vector<mpz_class> result;
     for (const Number& n : sums) result.push_back(to_mpz(n));
     return result;
   }
 
-  // A denominator that all normals have in common: sums of slopes over it need no common factors to
-  // be looked for.
-  void find_denominator() {
-    denominator_ = 1;
-    for (std::uint32_t g = 0; g + 1 < terms_.first_edge.size(); ++g) {
-      for (std::uint32_t e = 0; e < terms_.normals_of(g).size(); ++e)
-        denominator_ *= lcm(normal(g, e).x.get_den(), normal(g, e).y.get_den());
-    }
-  }
-
-  // Changes the slopes of the chosen bent terms so that all slopes cancel.
-  bool balance() {
-    for (const bent_term& b : bent_) slopes_.push_back(slope_of(b));
-    find_denominator();
-    std::vector<mpq_class> rest = straight_sites();
-    const auto add = [&](const part_term& t, const exact_xy& slope) {
-      const mpq_class w = weight(t) * mpq_class(denominator_);
-      const mpq_class x = w * slope.x;
-      const mpq_class y = w * slope.y;
-      rest[2 * t.first] += x;
-      rest[2 * t.first + 1] += y;
-      if (t.second == kNoFacility) return;
-      rest[2 * t.second] -= x;
-      rest[2 * t.second + 1] -= y;
-    };
-    for (std::size_t k = 0; k < edge_.size(); ++k) {
-      const part_term& t = terms_.terms[k];
-      if (t.second != kNoFacility && edge_[k] != kNone) add(t, normal(t.gauge, edge_[k]));
-    }
-    for (std::size_t k = 0; k < bent_.size(); ++k) add(terms_.terms[bent_[k].term], slopes_[k]);
-    return absorb(rest);
-  }
-
-  // Of the sites whose terms are not bent: the slope of each facility, times the denominator.
-  std::vector<mpq_class> straight_sites() {
+  // Of the sites whose terms are not bent: the slope of each facility.
+  std::vector<dyadic> straight_sites() const {
     grid units;
     for (const part_term& t : terms_.terms) units.add(t.weight);
     const std::vector<mpz_class> weights = units.fits_wide()
                                                ? weights_by_edge<wide>(units.unit())
                                                : weights_by_edge<mpz_class>(units.unit());
-    std::vector<mpz_class> sums(2 * terms_.facilities);
+    const dyadic unit = std::ldexp(1, units.unit());
+    std::vector<dyadic> sums(2 * terms_.facilities);
     const std::size_t edges = terms_.normals.size();
-    for (std::uint32_t g = 0; g + 1 < terms_.first_edge.size(); ++g) {
-      for (std::uint32_t e = 0; e < terms_.normals_of(g).size(); ++e) {
-        const exact_xy& n = normal(g, e);
-        const mpz_class x = n.x.get_num() * mpz_class(denominator_ / n.x.get_den());
-        const mpz_class y = n.y.get_num() * mpz_class(denominator_ / n.y.get_den());
-        for (std::size_t j = 0; j < terms_.facilities; ++j) {
-          const mpz_class& w = weights[j * edges + terms_.first_edge[g] + e];
-          if (sgn(w) == 0) continue;
-          sums[2 * j] += w * x;
-          sums[2 * j + 1] += w * y;
-        }
-      }
+    for (std::size_t k = 0; k < weights.size(); ++k) {
+      if (sgn(weights[k]) == 0) continue;
+      const dyadic weight = dyadic(weights[k]) * unit;
+      const std::size_t j = k / edges;
+      sums[2 * j] = sums[2 * j] + weight * numerators_.normals[k % edges].x;
+      sums[2 * j + 1] = sums[2 * j + 1] + weight * numerators_.normals[k % edges].y;
     }
-    const mpq_class unit(std::ldexp(terms_.weight_scale, units.unit()));
-    std::vector<mpq_class> result;
-    for (const mpz_class& sum : sums) result.emplace_back(sum * unit);
-    return result;
+    return sums;
   }
 
-  // `rest` is times the denominator.
-  bool absorb(const std::vector<mpq_class>& rest) {
-    std::vector<exact_equation> equations(rest.size());
+  bool absorb(const std::vector<dyadic>& rest, const std::vector<dyadic_xy>& slopes) {
+    std::vector<exact_equation<long_fraction>> equations(rest.size());
     for (std::size_t c = 0; c < lines_.size(); ++c) {
       const part_term& t = terms_.terms[bent_[lines_[c].bent].term];
       const xy& q = lines_[c].line;
@@ -327,15 +352,25 @@ class crossing {
       add(t.first, 1);
       if (t.second != kNoFacility) add(t.second, -1);
     }
-    for (std::size_t r = 0; r < rest.size(); ++r) equations[r].right = -rest[r];
-    const auto change = solve_exactly(std::move(equations), std::vector<mpq_class>(lines_.size()));
+    for (std::size_t r = 0; r < rest.size(); ++r)
+      equations[r].right.numerator = dyadic(0) - rest[r];
+    const auto change =
+        solve_exactly(std::move(equations), std::vector<long_fraction>(lines_.size()));
     if (!change) return false;
-    for (std::size_t c = 0; c < lines_.size(); ++c) {
-      const part_term& t = terms_.terms[bent_[lines_[c].bent].term];
-      const mpq_class share = (*change)[c] / (mpq_class(weight(t)) * denominator_);
-      exact_xy& slope = slopes_[lines_[c].bent];
-      slope.x += share * lines_[c].line.x;
-      slope.y += share * lines_[c].line.y;
+    for (std::uint32_t k = 0; k < bent_.size(); ++k) {
+      if (line_of_[k].x == kNone && line_of_[k].y == kNone) {
+        slopes_.push_back(unchanged_slope(bent_[k]));
+        continue;
+      }
+      const dyadic w = terms_.terms[bent_[k].term].weight;
+      const auto changed = [&](const dyadic& from, std::uint32_t c, double xy::*along) {
+        if (c == kNone) return quotient(from, numerators_.denominator);
+        const dyadic whole = w * dyadic((*change)[c].denominator);
+        return long_quotient(from * whole + (*change)[c].numerator * (lines_[c].line.*along),
+                             numerators_.denominator * whole);
+      };
+      slopes_.push_back({changed(slopes[k].x, line_of_[k].x, &xy::x),
+                         changed(slopes[k].y, line_of_[k].y, &xy::y)});
     }
     return true;
   }
@@ -403,7 +438,8 @@ class crossing {
   std::vector<std::uint32_t> edge_;  // of each term that is not bent
   std::vector<exact_xy> slopes_;     // of each bent term
   std::vector<std::optional<exact_xy>> normals_;
-  mpz_class denominator_;
+  common_normals numerators_;
+  std::vector<exact_pair<std::uint32_t>> line_of_;  // of each bent term: which changes a coordinate
 };
 
 }  // namespace

@@ -6,14 +6,43 @@ namespace planloc::detail {
 
 namespace {
 
-const mpq_class* factor_of(const exact_equation& e, std::size_t unknown) {
+constexpr std::size_t kShort = 2048;  // bits
+
+int sgn(const long_fraction& a) { return sgn(a.numerator); }
+
+// a - factor * b
+void subtract_product(mpq_class& a, const mpq_class& factor, const mpq_class& b) {
+  a -= factor * b;
+}
+
+void subtract_product(long_fraction& a, const mpq_class& factor, const long_fraction& b) {
+  if (sgn(b) == 0) return;
+  const mpz_class of_b = factor.get_den() * b.denominator;
+  const mpz_class common = lcm(a.denominator, of_b);
+  a.numerator = a.numerator * dyadic(mpz_class(common / a.denominator)) -
+                b.numerator * dyadic(mpz_class(factor.get_num() * (common / of_b)));
+  a.denominator = common;
+  if (mpz_sizeinbase(common.get_mpz_t(), 2) > kShort) a.denominator = a.numerator.reduce(common);
+}
+
+void divide(mpq_class& a, const mpq_class& by) { a /= by; }
+
+void divide(long_fraction& a, const mpq_class& by) {
+  a.numerator = a.numerator * dyadic(mpz_class(sgn(by) * by.get_den()));
+  a.denominator *= abs(by.get_num());
+}
+
+template <class Value>
+const mpq_class* factor_of(const exact_equation<Value>& e, std::size_t unknown) {
   const auto at = std::lower_bound(e.terms.begin(), e.terms.end(), unknown,
                                    [](const auto& term, std::size_t u) { return term.first < u; });
   return at != e.terms.end() && at->first == unknown ? &at->second : nullptr;
 }
 
 // e - factor * from.
-void subtract(exact_equation& e, const mpq_class& factor, const exact_equation& from) {
+template <class Value>
+void subtract(exact_equation<Value>& e, const mpq_class& factor,
+              const exact_equation<Value>& from) {
   std::vector<std::pair<std::size_t, mpq_class>> terms;
   auto a = e.terms.begin();
   for (const auto& [unknown, value] : from.terms) {
@@ -24,10 +53,11 @@ void subtract(exact_equation& e, const mpq_class& factor, const exact_equation& 
   }
   while (a != e.terms.end()) terms.push_back(std::move(*a++));
   e.terms = std::move(terms);
-  e.right -= factor * from.right;
+  subtract_product(e.right, factor, from.right);
 }
 
-std::size_t largest_term(const exact_equation& e) {
+template <class Value>
+std::size_t largest_term(const exact_equation<Value>& e) {
   const auto at = std::max_element(
       e.terms.begin(), e.terms.end(),
       [](const auto& a, const auto& b) { return cmp(abs(a.second), abs(b.second)) < 0; });
@@ -36,8 +66,9 @@ std::size_t largest_term(const exact_equation& e) {
 
 }  // namespace
 
-std::optional<std::vector<mpq_class>> solve_exactly(std::vector<exact_equation> equations,
-                                                    std::vector<mpq_class> values) {
+template <class Value>
+std::optional<std::vector<Value>> solve_exactly(std::vector<exact_equation<Value>> equations,
+                                                std::vector<Value> values) {
   std::vector<std::size_t> pivots;
   for (std::size_t k = 0; k < equations.size(); ++k) {
     const auto shortest = std::min_element(
@@ -61,18 +92,24 @@ std::optional<std::vector<mpq_class>> solve_exactly(std::vector<exact_equation> 
   }
   for (std::size_t k = equations.size(); k-- > 0;) {
     if (pivots[k] == values.size()) continue;
-    mpq_class rest = equations[k].right;
+    Value rest = equations[k].right;
     mpq_class factor;
     for (const auto& [unknown, f] : equations[k].terms) {
       if (unknown == pivots[k]) {
         factor = f;
       } else {
-        rest -= f * values[unknown];
+        subtract_product(rest, f, values[unknown]);
       }
     }
-    values[pivots[k]] = rest / factor;
+    divide(rest, factor);
+    values[pivots[k]] = std::move(rest);
   }
   return values;
 }
+
+template std::optional<std::vector<mpq_class>> solve_exactly(
+    std::vector<exact_equation<mpq_class>> equations, std::vector<mpq_class> values);
+template std::optional<std::vector<long_fraction>> solve_exactly(
+    std::vector<exact_equation<long_fraction>> equations, std::vector<long_fraction> values);
 
 }  // namespace planloc::detail

@@ -9,17 +9,29 @@
 #include <utility>
 #include <vector>
 
+#include "planloc/optimum/exact/dyadic.h"
+
 namespace planloc::detail {
 
+// numerator / denominator, for numerators that are far longer than what they are multiplied and
+// divided by: common factors are not looked for, as long as the denominator stays short.
+struct long_fraction {
+  dyadic numerator;
+  mpz_class denominator = 1;  // positive
+};
+
+// Value: `mpq_class` or `long_fraction`.
+template <class Value>
 struct exact_equation {
   std::vector<std::pair<std::size_t, mpq_class>> terms;  // unknown and factor, by unknown
-  mpq_class right;
+  Value right;
 };
 
 // Gauss's elimination, the equation with the fewest terms first. Unknowns that are not determined
 // keep their value. Nothing if the equations contradict each other.
-std::optional<std::vector<mpq_class>> solve_exactly(std::vector<exact_equation> equations,
-                                                    std::vector<mpq_class> values);
+template <class Value>
+std::optional<std::vector<Value>> solve_exactly(std::vector<exact_equation<Value>> equations,
+                                                std::vector<Value> values);
 
 }  // namespace planloc::detail
 

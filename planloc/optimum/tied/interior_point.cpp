@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <unordered_map>
 
 namespace planloc::detail {
 
@@ -149,6 +150,34 @@ void interior_point::narrow(double radius) {
     for (std::size_t e = 0; e < t.edge_count; ++e) {
       slack_[entry(k, e)] = slacks[t.first_edge + e];
       multiplier_[entry(k, e)] = multipliers[t.first_edge + e] * (t.term.weight / total);
+    }
+  }
+  std::fill(slack_step_.begin(), slack_step_.end(), 0);
+  std::fill(multiplier_step_.begin(), multiplier_step_.end(), 0);
+  advance({0, 0});
+}
+
+double interior_point::rest() const {
+  double most = 0;
+  for (const double s : slopes_) most = std::max(most, std::fabs(s));
+  return most;
+}
+
+void interior_point::take_ties(const interior_point& from) {
+  const auto is_tie = [](const near_term& t) { return t.term.second != kNoFacility; };
+  std::unordered_map<std::uint32_t, std::size_t> known;
+  for (std::size_t k = from.terms_.terms.size(); k-- > 0 && is_tie(from.terms_.terms[k]);)
+    known.emplace(from.term(k).source, k);
+  for (std::size_t k = terms_.terms.size(); k-- > 0 && is_tie(terms_.terms[k]);) {
+    const auto at = known.find(term(k).source);
+    if (at == known.end()) continue;
+    const auto edges = terms_.edges_of(terms_.terms[k]);
+    const auto others = from.terms_.edges_of(from.terms_.terms[at->second]);
+    const auto same = [](const near_edge& a, const near_edge& b) { return a.number == b.number; };
+    if (!std::equal(edges.begin(), edges.end(), others.begin(), others.end(), same)) continue;
+    for (std::size_t e = 0; e < edges.size(); ++e) {
+      slack_[entry(k, e)] = from.slack(at->second, e);
+      multiplier_[entry(k, e)] = from.multiplier(at->second, e);
     }
   }
   std::fill(slack_step_.begin(), slack_step_.end(), 0);

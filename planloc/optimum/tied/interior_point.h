@@ -21,6 +21,9 @@ class interior_point {
   // REQUIRES: a term. From places so good that the first gap is about this share of the value.
   interior_point(near_terms terms, std::vector<xy> places, double gap);
 
+  // The slacks and multipliers of ties from another search, where their edges are the same.
+  void take_ties(const interior_point& from);
+
   // False if the step was as good as none.
   bool step();
   // Leaves out what cannot matter where no coordinate differs by `radius` from the present places,
@@ -35,6 +38,8 @@ class interior_point {
   double value() const { return value_; }
   // The largest change of a coordinate in the last step.
   double moved() const { return moved_; }
+  // The largest number of the slopes that do not cancel.
+  double rest() const;
   const std::vector<xy>& places() const { return places_; }
   double slack(std::size_t term, std::size_t edge) const { return slack_[entry(term, edge)]; }
   double multiplier(std::size_t term, std::size_t edge) const {

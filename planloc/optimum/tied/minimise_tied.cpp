@@ -69,7 +69,8 @@ double spread_of_weights(const tied_problem& p) {
 // Roundings of heavy ties, which light ones have to carry on to the sites, may take more than the
 // margins of the bound.
 void claim_what_is_proved(const tied_problem& p, tied_solution& s) {
-  if (p.polyhedral() || spread_of_weights(p) <= kEvenWeights) return;
+  const bool exact = p.polyhedral() && s.status == solution_status::optimal;
+  if (exact || spread_of_weights(p) <= kEvenWeights) return;
   const double in_doubles = std::exchange(s.lower_bound, 0);
   const solution_status ended = std::exchange(s.status, solution_status::stopped);
   const verification v = verify(p, s);

@@ -28,11 +28,7 @@ class polyhedral_search {
       : problem_(p), part_(part), terms_(p, part), bends_of_others_(bends) {}
 
   part_answer solve(const tied_limits& limits, tied_solution& s) {
-    if (const auto found = places_from_samples(terms_, s.counters.rounds)) {
-      search_.emplace(terms_, found->places, found->radius);
-    } else {
-      search_.emplace(terms_, true);
-    }
+    search_.emplace(search_from_samples(terms_, s.counters.rounds));
     const part_answer a = finish(limits, s);
     if (a.status != solution_status::within_gap || enough(limits, a)) return a;
     s.proof.bends.resize(bends_of_others_);
