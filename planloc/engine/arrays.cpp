@@ -14,8 +14,9 @@ IlcArray<Element>::IlcArray(IlcManager m, int size, const char* label) {
     m.getErrorReporter()->error(kIlcBadArraySize, label, "bad array size");
     size = 0;
   }
-  void* const memory = m.getHeap()->allocate(sizeof(Element) * static_cast<std::size_t>(size));
-  impl_ = new (m.getHeap()) IlcArrayI<Element>{size, static_cast<Element*>(memory)};
+  IlcHeap* const heap = m.getHeap();
+  void* const memory = heap->allocate(sizeof(Element) * static_cast<std::size_t>(size));
+  impl_ = new (heap) IlcArrayI<Element>{size, static_cast<Element*>(memory)};
 }
 
 IlcFloatVarArray::IlcFloatVarArray(IlcManager m, int size)

@@ -95,8 +95,8 @@ void append_names(std::vector<std::string>& names, std::size_t before, int count
   for (int k = 0; k < count; ++k) names.emplace_back(given && given[k] ? given[k] : "");
 }
 
-template <typename T>
-void erase_closed(std::vector<T>& items, int begin, int end) {
+template <typename Items>
+void erase_closed(Items& items, int begin, int end) {
   if (!items.empty()) items.erase(items.begin() + begin, items.begin() + end + 1);
 }
 

@@ -4,8 +4,10 @@
 #include <chrono>
 #include <cmath>
 #include <ctime>
+#include <memory>
 
 #include <ClpSimplex.hpp>
+#include <CoinPackedMatrix.hpp>
 
 #include "planloc/engine/cplex_constants.h"
 
@@ -59,30 +61,51 @@ double cost_scale_of(const clp_problem& problem) {
   return problem.sense * std::ldexp(1.0, std::max(0, std::ilogb(largest) - kLargestCostExponent));
 }
 
-void load_clp_model(const clp_problem& problem, double cost_scale, ClpSimplex& model) {
+namespace {
+
+// The nonzeros by columns, rows in order within each.
+std::unique_ptr<CoinPackedMatrix> packed_columns(const clp_problem& problem) {
   const std::size_t m = problem.rows.size();
   const std::size_t n = problem.columns.size();
-  std::vector<CoinBigIndex> starts(n + 1, 0);
+  auto starts = std::make_unique<CoinBigIndex[]>(n + 1);
   for (std::size_t i = 0; i < m; ++i) {
     for (const clp_matrix_entry& e : problem.matrix[i]) {
       starts[static_cast<std::size_t>(e.column) + 1] += e.value != 0.0;
     }
   }
   for (std::size_t j = 0; j < n; ++j) starts[j + 1] += starts[j];
-  std::vector<CoinBigIndex> next(starts.begin(), starts.end() - 1);
-  std::vector<int> indices(static_cast<std::size_t>(starts.back()));
-  std::vector<double> values(indices.size());
+  const auto size = static_cast<std::size_t>(starts[n]);
+  auto lengths = std::make_unique<int[]>(n);  // so far
+  auto indices = std::make_unique_for_overwrite<int[]>(size);
+  auto values = std::make_unique_for_overwrite<double[]>(size);
   for (std::size_t i = 0; i < m; ++i) {
     for (const clp_matrix_entry& e : problem.matrix[i]) {
       if (e.value == 0.0) continue;
-      const auto place = static_cast<std::size_t>(next[static_cast<std::size_t>(e.column)]++);
+      const auto j = static_cast<std::size_t>(e.column);
+      const auto place = static_cast<std::size_t>(starts[j] + lengths[j]++);
       indices[place] = static_cast<int>(i);
       values[place] = e.value;
     }
   }
-  std::vector<double> lower, upper, costs, below, above;
-  for (std::vector<double>* v : {&lower, &upper, &costs}) v->reserve(n);
-  for (std::vector<double>* v : {&below, &above}) v->reserve(m);
+  auto matrix = std::make_unique<CoinPackedMatrix>();
+  double* value_array = values.release();
+  int* index_array = indices.release();
+  CoinBigIndex* start_array = starts.release();
+  int* length_array = lengths.release();
+  matrix->assignMatrix(true, static_cast<int>(m), static_cast<int>(n), start_array[n], value_array,
+                       index_array, start_array, length_array);
+  return matrix;
+}
+
+}  // namespace
+
+// CLP gets the matrix itself: a call of loadProblem with it would copy it twice.
+void load_clp_model(const clp_problem& problem, double cost_scale, ClpSimplex& model) {
+  const std::size_t m = problem.rows.size();
+  const std::size_t n = problem.columns.size();
+  block_vector<double> lower, upper, costs, below, above;
+  for (block_vector<double>* v : {&lower, &upper, &costs}) v->reserve(n);
+  for (block_vector<double>* v : {&below, &above}) v->reserve(m);
   for (const clp_column& column : problem.columns) {
     lower.push_back(lower_bound_of(column.lower));
     upper.push_back(upper_bound_of(column.upper));
@@ -92,9 +115,10 @@ void load_clp_model(const clp_problem& problem, double cost_scale, ClpSimplex& m
     below.push_back(row_lower_bound(row));
     above.push_back(row_upper_bound(row));
   }
-  model.loadProblem(static_cast<int>(n), static_cast<int>(m), starts.data(), indices.data(),
-                    values.data(), lower.data(), upper.data(), costs.data(), below.data(),
-                    above.data());
+  const block_vector<CoinBigIndex> no_entries(n + 1, 0);
+  model.loadProblem(static_cast<int>(n), static_cast<int>(m), no_entries.data(), nullptr, nullptr,
+                    lower.data(), upper.data(), costs.data(), below.data(), above.data());
+  model.replaceMatrix(packed_columns(problem).release(), true);
 }
 
 void load_clp_basis(const clp_problem& problem, ClpSimplex& model) {

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "planloc/engine/heap_blocks.h"
+
 namespace planloc {
 
 struct clp_column {
@@ -48,8 +50,8 @@ class clp_matrix {
   void erase_columns(int begin, int end);  // closed; those behind move down
 
  private:
-  std::vector<std::size_t> starts_ = {0};
-  std::vector<clp_matrix_entry> entries_;
+  detail::block_vector<std::size_t> starts_ = {0};
+  detail::block_vector<clp_matrix_entry> entries_;
 };
 
 // Position of a column or of a row's slack relative to the basis.
@@ -70,8 +72,8 @@ struct clp_order_entry {
 };
 
 struct clp_problem {
-  std::vector<clp_column> columns;
-  std::vector<clp_row> rows;
+  detail::block_vector<clp_column> columns;
+  detail::block_vector<clp_row> rows;
   clp_matrix matrix;
   // Empty, or one name per column or row, empty ones among them.
   std::vector<std::string> column_names;

@@ -512,7 +512,7 @@ void Solver::solve(clp_method method) {
 void solve_clp_problem(clp_problem& problem, clp_method method, const clp_settings& settings,
                        const clp_monitor& monitor) {
   if (problem.type != CPXPROB_FIXED) return Solver(problem, settings, monitor).solve(method);
-  const std::vector<clp_column> columns = problem.columns;
+  const auto columns = problem.columns;
   for (std::size_t j = 0; j < columns.size(); ++j) {
     if (!std::isnan(problem.fixed[j])) fix_column(problem.columns[j], problem.fixed[j]);
   }

@@ -14,8 +14,10 @@ bool IlcExpKey::operator==(const IlcExpKey& other) const {
          std::bit_cast<std::uint64_t>(constant) == std::bit_cast<std::uint64_t>(other.constant);
 }
 
+namespace {
+
 // One multiplication a part, and the finaliser of SplitMix64 (Steele, Lea and Flood, 2014).
-std::uint32_t IlcExpressionTable::hashOf(const IlcExpKey& key) {
+std::uint32_t hash_of(const IlcExpKey& key) {
   std::uint64_t h = reinterpret_cast<std::uintptr_t>(key.left) * 0x9e3779b97f4a7c15U +
                     reinterpret_cast<std::uintptr_t>(key.right) * 0xc2b2ae3d27d4eb4fU +
                     std::bit_cast<std::uint64_t>(key.constant) * 0xd6e8feb86659fd93U +
@@ -25,13 +27,31 @@ std::uint32_t IlcExpressionTable::hashOf(const IlcExpKey& key) {
   return static_cast<std::uint32_t>(h >> 32);
 }
 
-std::size_t IlcExpressionTable::slotOf(const IlcExpKey& key, std::uint32_t hash) const {
-  const std::size_t mask = slots_.size() - 1;
-  std::size_t at = hash & mask;
-  for (; slots_[at].node; at = (at + 1) & mask) {
-    if (slots_[at].hash == hash && nodes_[slots_[at].node - 1]->key() == key) break;
+// Three bits for a node among the users of its left operand (Bloom, 1970).
+std::uint64_t marks_of(const IlcExpKey& key) {
+  std::uint64_t h = reinterpret_cast<std::uintptr_t>(key.right) ^
+                    std::bit_cast<std::uint64_t>(key.constant) ^
+                    static_cast<std::uint64_t>(key.kind);
+  h = (h ^ (h >> 32)) * 0x9e3779b97f4a7c15U;
+  const auto bit = [h](int from) { return std::uint64_t{1} << ((h >> from) & 63U); };
+  return bit(58) | bit(52) | bit(46);
+}
+
+}  // namespace
+
+IlcCompoundExpI* IlcExpressionTable::findOrInsert(const IlcExpKey& key) {
+  IlcFloatExpI* const left = key.left;
+  if (left->users() == kInTable) return findOrInsertInTable(key);
+  if (left->isVariable() && static_cast<IlcFloatVarI*>(left)->markUser(marks_of(key))) {
+    return appendToChain(key);
   }
-  return at;
+  int length = 0;
+  for (std::uint32_t n = left->users(); n; n = node(n)->next(), ++length) {
+    if (node(n)->key() == key) return node(n);
+  }
+  if (length < kLongestChain) return appendToChain(key);
+  moveToTable(left);
+  return findOrInsertInTable(key);
 }
 
 IlcCompoundExpI* IlcExpressionTable::append(const IlcExpKey& key) {
@@ -40,56 +60,40 @@ IlcCompoundExpI* IlcExpressionTable::append(const IlcExpKey& key) {
   return nodes_.back();
 }
 
-IlcCompoundExpI* IlcExpressionTable::findOrInsert(const IlcExpKey& key) {
-  IlcFloatExpI* const left = key.left;
-  const bool left_is_variable = left->isVariable();
-  if (!left_is_variable && left->users() == 0) {
-    IlcCompoundExpI* const node = append(key);
-    left->setUsers(number());
-    return node;
-  }
-  const std::uint32_t hash = hashOf(key);
-  if (left_is_variable) {
-    const std::uint32_t bit = 1U << (hash >> 27);
-    if ((left->users() & bit) == 0) {
-      left->setUsers(left->users() | bit);
-      IlcCompoundExpI* const node = append(key);
-      enterLater({hash, number()});
-      return node;
-    }
-  } else if (left->users() != kSeveral) {
-    const std::uint32_t first = left->users();
-    const IlcExpKey first_key = nodes_[first - 1]->key();
-    if (first_key == key) return nodes_[first - 1];
-    enterLater({hashOf(first_key), first});
-    left->setUsers(kSeveral);
-  }
-  enterPending();
-  const std::size_t at = slotOf(key, hash);
-  if (slots_[at].node) return nodes_[slots_[at].node - 1];
+IlcCompoundExpI* IlcExpressionTable::appendToChain(const IlcExpKey& key) {
   IlcCompoundExpI* const node = append(key);
-  slots_[at] = {hash, number()};
-  ++used_;
+  node->setNext(key.left->users());
+  key.left->setUsers(number());
   return node;
 }
 
-void IlcExpressionTable::enterLater(const Slot& slot) {
-  if (pending_ == waiting_.size()) enterPending();
-  waiting_[pending_++] = slot;
+// ----- Hash table -----
+
+void IlcExpressionTable::moveToTable(IlcFloatExpI* left) {
+  for (std::uint32_t n = left->users(); n; n = node(n)->next()) enter({hash_of(node(n)->key()), n});
+  left->setUsers(kInTable);
 }
 
-// All at once, so that the memory is fetched for many at the same time. Leaves room for one more.
-void IlcExpressionTable::enterPending() {
-  const std::size_t used = used_ + pending_ + 1;
-  if (3 * used > 2 * slots_.size()) rebuild(2 * slots_.size());
+IlcCompoundExpI* IlcExpressionTable::findOrInsertInTable(const IlcExpKey& key) {
+  const std::uint32_t hash = hash_of(key);
+  const std::uint32_t known = slots_[slotOf(key, hash)].node;
+  if (known) return node(known);
+  IlcCompoundExpI* const node = append(key);
+  enter({hash, number()});
+  return node;
+}
+
+std::size_t IlcExpressionTable::slotOf(const IlcExpKey& key, std::uint32_t hash) const {
   const std::size_t mask = slots_.size() - 1;
-  for (std::size_t k = 0; k < pending_; ++k)
-    __builtin_prefetch(&slots_[waiting_[k].hash & mask], 1);
-  for (std::size_t k = 0; k < pending_; ++k) enter(waiting_[k]);
-  pending_ = 0;
+  std::size_t at = hash & mask;
+  for (; slots_[at].node; at = (at + 1) & mask) {
+    if (slots_[at].hash == hash && node(slots_[at].node)->key() == key) break;
+  }
+  return at;
 }
 
 void IlcExpressionTable::enter(const Slot& slot) {
+  if (3 * (used_ + 1) > 2 * slots_.size()) rebuild(2 * slots_.size());
   const std::size_t mask = slots_.size() - 1;
   std::size_t at = slot.hash & mask;
   while (slots_[at].node) at = (at + 1) & mask;
@@ -97,24 +101,29 @@ void IlcExpressionTable::enter(const Slot& slot) {
   ++used_;
 }
 
-// What a variable notes of users that are gone costs a look at the table.
-void IlcExpressionTable::heapReset(const IlcHeap& heap, IlcHeap::Index index) {
-  enterPending();
-  const std::size_t known = nodes_.size();
-  for (; !nodes_.empty() && heap.isSince(nodes_.back(), index); nodes_.pop_back()) {
-    IlcFloatExpI* const left = nodes_.back()->left();
-    if (!left->isVariable() && left->users() == number()) left->setUsers(0);
-  }
-  if (nodes_.size() < known) rebuild(slots_.size());
-}
-
 // In the order of the slots, so that both tables are passed through once from front to back.
 void IlcExpressionTable::rebuild(std::size_t slots) {
   const std::vector<Slot> old = std::exchange(slots_, std::vector<Slot>(slots));
   used_ = 0;
   for (const Slot& slot : old) {
-    if (slot.node != 0 && slot.node <= nodes_.size()) enter(slot);
+    if (slot.node != 0 && slot.node <= number()) enter(slot);
   }
+}
+
+// ----- Reset -----
+
+// What a variable notes of users that are gone costs a look at the chain.
+void IlcExpressionTable::heapReset(const IlcHeap& heap, IlcHeap::Index index) {
+  bool in_table = false;
+  for (; !nodes_.empty() && heap.isSince(nodes_.back(), index); nodes_.pop_back()) {
+    IlcFloatExpI* const left = nodes_.back()->left();
+    if (left->users() == number()) {
+      left->setUsers(nodes_.back()->next());
+    } else {
+      in_table = true;
+    }
+  }
+  if (in_table) rebuild(slots_.size());
 }
 
 }  // namespace planloc

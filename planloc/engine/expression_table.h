@@ -2,14 +2,13 @@
 #ifndef PLANLOC_ENGINE_EXPRESSION_TABLE_H_
 #define PLANLOC_ENGINE_EXPRESSION_TABLE_H_
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <limits>
 #include <vector>
 
 #include "planloc/engine/heap.h"
+#include "planloc/engine/heap_blocks.h"
 
 namespace planloc {
 
@@ -36,11 +35,11 @@ struct IlcExpKey {
   bool operator==(const IlcExpKey& other) const;
 };
 
-// All nodes with operands that are on the manager's heap. Building a model is mostly finding out
-// that a node is new, so operands note what can be known without a look at the table, an open hash
-// table: a node with operands, which of the nodes was the first with it on the left; a variable, a
-// bit for each of a few classes of hashes. Nodes that a reset of the heap releases are forgotten
-// with it.
+// All nodes with operands that are on the manager's heap. A node is looked for among those with the
+// same left operand, which are few as a rule: they are a chain, and a variable has a few bits by
+// which most new ones are known without it, since building a model is mostly finding out that a
+// node is new. Operands with a long chain have their nodes in an open hash table. Nodes that a
+// reset of the heap releases are forgotten with it.
 class IlcExpressionTable final : public IlcHeap::Listener {
  public:
   // The node with this key; where there is none, a new one on the heap of its left operand.
@@ -52,28 +51,29 @@ class IlcExpressionTable final : public IlcHeap::Listener {
   // The hash tells most other nodes apart without a look at them.
   struct Slot {
     std::uint32_t hash = 0;
-    std::uint32_t node = 0;  // its number counted from 1, 0 in an empty slot
+    std::uint32_t node = 0;  // its number, 0 in an empty slot
   };
 
-  static constexpr std::uint32_t kSeveral = std::numeric_limits<std::uint32_t>::max();
+  static constexpr int kLongestChain = 16;
+  // In place of the first node of a chain.
+  static constexpr std::uint32_t kInTable = std::numeric_limits<std::uint32_t>::max();
 
+  // By their numbers, counted from 1.
+  IlcCompoundExpI* node(std::uint32_t number) const { return nodes_[number - 1]; }
   IlcCompoundExpI* append(const IlcExpKey& key);
+  IlcCompoundExpI* appendToChain(const IlcExpKey& key);
+  IlcCompoundExpI* findOrInsertInTable(const IlcExpKey& key);
+  void moveToTable(IlcFloatExpI* left);
   std::uint32_t number() const { return static_cast<std::uint32_t>(nodes_.size()); }
-  static std::uint32_t hashOf(const IlcExpKey& key);
   // The slot of the node with this key, an empty one where there is none.
   std::size_t slotOf(const IlcExpKey& key, std::uint32_t hash) const;
-  void enterLater(const Slot& slot);
-  void enterPending();
   void enter(const Slot& slot);
   void rebuild(std::size_t slots);
 
-  std::deque<IlcCompoundExpI*> nodes_;  // in order of allocation
+  detail::block_vector<IlcCompoundExpI*> nodes_;  // in order of allocation
   // A power of two, at most two thirds full; linear probing.
-  std::vector<Slot> slots_ = std::vector<Slot>(1024);
+  std::vector<Slot> slots_ = std::vector<Slot>(64);
   std::size_t used_ = 0;
-  // Not entered yet.
-  std::array<Slot, 64> waiting_;
-  std::size_t pending_ = 0;
 };
 
 }  // namespace planloc

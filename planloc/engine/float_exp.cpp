@@ -33,32 +33,11 @@ IlcFloatExpI* checked(const IlcFloatExpI* exp) {
 // ----- IlcLinearVisitor -----
 
 void IlcLinearVisitor::walk(IlcFloatExpI* exp, double coefficient) {
-  const std::size_t bottom = open_.size();
-  for (;;) {
-    if (exp->isVariable()) {
-      addTerm(coefficient, static_cast<IlcFloatVarI*>(exp));
-      if (open_.size() == bottom) return;
-      exp = open_.back().exp;
-      coefficient = open_.back().coefficient;
-      open_.pop_back();
-      continue;
-    }
-    const auto* const node = static_cast<const IlcCompoundExpI*>(exp);
-    switch (node->kind()) {
-      case IlcExpKind::kSum:
-        open_.push_back({node->right(), coefficient});
-        break;
-      case IlcExpKind::kOffset:
-        addConstant(coefficient * node->constant());
-        break;
-      case IlcExpKind::kOther:
-        return exp->getManager()->getErrorReporter()->error(kIlcNotLinear,
-                                                            "Not a linear expression");
-      default:
-        coefficient *= node->factor();
-    }
-    exp = node->left();
-  }
+  walkWith(*this, exp, coefficient);
+}
+
+void IlcLinearVisitor::reportNotLinear(IlcFloatExpI* exp) {
+  exp->getManager()->getErrorReporter()->error(kIlcNotLinear, "Not a linear expression");
 }
 
 // ----- IlcVariableRange -----
@@ -67,20 +46,6 @@ void IlcVariableRange::start() {
   ++mark_;
   range_ = {};
   repeated_ = false;
-}
-
-void IlcVariableRange::addTerm(double coefficient, IlcFloatVarI* var) {
-  if (coefficient == 0.0) return;
-  const double at_min = coefficient * var->getMin();
-  const double at_max = coefficient * var->getMax();
-  range_.min += std::min(at_min, at_max);
-  range_.max += std::max(at_min, at_max);
-  if (at_min != at_max && !var->setMark(mark_)) repeated_ = true;
-}
-
-void IlcVariableRange::addConstant(double constant) {
-  range_.min += constant;
-  range_.max += constant;
 }
 
 // ----- IlcFloatExpI -----

@@ -2,6 +2,7 @@
 #ifndef PLANLOC_ENGINE_FLOAT_EXP_IMPL_H_
 #define PLANLOC_ENGINE_FLOAT_EXP_IMPL_H_
 
+#include <algorithm>
 #include <cstdint>
 #include <iosfwd>
 #include <limits>
@@ -24,7 +25,7 @@ class IlcLinearVisitor {
   virtual void addConstant(double constant) = 0;
 
   // Visits coefficient * exp.
-  void walk(IlcFloatExpI* exp, double coefficient);
+  virtual void walk(IlcFloatExpI* exp, double coefficient);
 
   // Gives the memory of the walk back; for visitors that are never destroyed.
   void releaseStack() { std::vector<Open>().swap(open_); }
@@ -32,7 +33,13 @@ class IlcLinearVisitor {
  protected:
   ~IlcLinearVisitor() = default;
 
+  // The walk for a visitor of a known class, whose members it need not look up term by term.
+  template <typename Visitor>
+  static void walkWith(Visitor& visitor, IlcFloatExpI* exp, double coefficient);
+
  private:
+  static void reportNotLinear(IlcFloatExpI* exp);
+
   struct Open {
     IlcFloatExpI* exp;
     double coefficient;
@@ -94,7 +101,8 @@ class IlcFloatExpI {
   IlcManagerI* getManager() const { return manager_; }
   IlcExpKind kind() const { return kind_; }
   bool isVariable() const { return kind_ == IlcExpKind::kVariable; }
-  // What the expression table notes of the nodes whose left operand this is; 0 without one.
+  // What the expression table notes of the nodes whose left operand this is: the last one's number;
+  // 0 without one.
   std::uint32_t users() const { return users_; }
   void setUsers(std::uint32_t users) { users_ = users; }
 
@@ -152,6 +160,9 @@ class IlcCompoundExpI final : public IlcFloatExpI {
   double constant() const { return kind() == IlcExpKind::kSum ? 0.0 : constant_; }
   // c in c * left.
   double factor() const { return kind() == IlcExpKind::kNegation ? -1.0 : constant_; }
+  // The number of the node before this one with the same left operand.
+  std::uint32_t next() const { return next_; }
+  void setNext(std::uint32_t node) { next_ = node; }
 
  private:
   friend class IlcFloatExpI;
@@ -176,6 +187,7 @@ class IlcCompoundExpI final : public IlcFloatExpI {
   // Linear programs never ask for them. On the global heap, since the node can be older than a
   // reset of the other.
   KnownBounds* bounds_ = nullptr;
+  std::uint32_t next_ = 0;
 };
 
 class IlcFloatVarI final : public IlcFloatExpI {
@@ -200,6 +212,10 @@ class IlcFloatVarI final : public IlcFloatExpI {
   void setColumnHint(int column) { column_hint_ = column; }
   // Whether this is the first call with `mark` since the last with another one.
   bool setMark(std::uint32_t mark) { return std::exchange(mark_, mark) != mark; }
+  // Whether one of the bits was not given before.
+  bool markUser(std::uint64_t bits) {
+    return (std::exchange(user_marks_, user_marks_ | bits) & bits) != bits;
+  }
 
  private:
   friend class IlcFloatExpI;
@@ -209,9 +225,56 @@ class IlcFloatVarI final : public IlcFloatExpI {
   Bounds bounds_;
   int column_hint_ = -1;
   std::uint32_t mark_ = 0;
+  std::uint64_t user_marks_ = 0;
   const char* name_;
   IlcFloatExpI* definition_ = nullptr;
 };
+
+// ----- Inline members -----
+
+template <typename Visitor>
+void IlcLinearVisitor::walkWith(Visitor& visitor, IlcFloatExpI* exp, double coefficient) {
+  std::vector<Open>& open = visitor.open_;
+  const std::size_t bottom = open.size();
+  for (;;) {
+    if (exp->isVariable()) {
+      visitor.addTerm(coefficient, static_cast<IlcFloatVarI*>(exp));
+      if (open.size() == bottom) return;
+      exp = open.back().exp;
+      coefficient = open.back().coefficient;
+      open.pop_back();
+      continue;
+    }
+    const auto* const node = static_cast<const IlcCompoundExpI*>(exp);
+    switch (node->kind()) {
+      case IlcExpKind::kSum:
+        open.push_back({node->right(), coefficient});
+        break;
+      case IlcExpKind::kOffset:
+        visitor.addConstant(coefficient * node->constant());
+        break;
+      case IlcExpKind::kOther:
+        return reportNotLinear(exp);
+      default:
+        coefficient *= node->factor();
+    }
+    exp = node->left();
+  }
+}
+
+inline void IlcVariableRange::addTerm(double coefficient, IlcFloatVarI* var) {
+  if (coefficient == 0.0) return;
+  const double at_min = coefficient * var->getMin();
+  const double at_max = coefficient * var->getMax();
+  range_.min += std::min(at_min, at_max);
+  range_.max += std::max(at_min, at_max);
+  if (at_min != at_max && !var->setMark(mark_)) repeated_ = true;
+}
+
+inline void IlcVariableRange::addConstant(double constant) {
+  range_.min += constant;
+  range_.max += constant;
+}
 
 // The number c as an expression of the manager.
 IlcFloatExp ilc_number(IlcManagerI* manager, double c);

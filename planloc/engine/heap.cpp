@@ -6,14 +6,15 @@
 #include <new>
 
 #include "planloc/engine/error_reporter.h"
+#include "planloc/engine/heap_blocks.h"
 #include "planloc/engine/manager_impl.h"
 
 namespace planloc {
 namespace {
 
 constexpr std::size_t kFirstBlockWords = 1000;
-// Blocks double up to this size, so that a large model needs few of them.
-constexpr std::size_t kLargestStepWords = 1 << 18;
+// Blocks double up to this size, just below a huge page, so that a large model needs few of them.
+constexpr std::size_t kLargestStepWords = kFirstBlockWords << 9;
 
 void report_heap(const char* what) { ilc_reporter().error(kIlcHeapError, "IlcHeap", what); }
 
@@ -28,7 +29,7 @@ void IlcHeap::deactivate() {
   while (current_->next) current_ = current_->next;
   while (current_) {
     Block* const previous = current_->previous;
-    std::free(current_);
+    detail::give_heap_block(current_, current_->bytes());
     current_ = previous;
   }
   position_ = end_ = nullptr;
@@ -64,8 +65,10 @@ void IlcHeap::reset(Index index) {
 
 // Appends a block behind the last one; the caller enters it.
 IlcHeap::Block* IlcHeap::addBlock(std::size_t words) {
-  auto* const block = static_cast<Block*>(std::malloc(sizeof(Block) + words * kWordSize));
-  if (!block) {
+  Block* block = nullptr;
+  try {
+    block = static_cast<Block*>(detail::take_heap_block(sizeof(Block) + words * kWordSize));
+  } catch (const std::bad_alloc&) {
     ilc_reporter().error(kIlcNoMemory, "Solver", "no more memory");
     std::abort();
   }

@@ -71,6 +71,7 @@ class IlcHeap {
     char* data() { return reinterpret_cast<char*>(this + 1); }
     char* at(Index index) { return data() + (index - first) * static_cast<Index>(kWordSize); }
     std::size_t size() const { return words * kWordSize; }
+    std::size_t bytes() const { return sizeof(Block) + size(); }
   };
 
   Block* addBlock(std::size_t words);

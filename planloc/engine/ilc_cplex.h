@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "planloc/engine/cplex_library.h"
+#include "planloc/engine/heap_blocks.h"
 #include "planloc/engine/ilc_callback.h"
 #include "planloc/engine/manager.h"
 
@@ -212,12 +213,12 @@ class IlcCplex {
 
   // The capacities follow the growth parameters of the library.
   struct RowBuffer {
-    std::vector<double> rhs;
-    std::vector<int> starts;
-    std::vector<char> senses;
-    std::vector<char*> names;
-    std::vector<double> values;
-    std::vector<int> indices;
+    detail::block_vector<double> rhs;
+    detail::block_vector<int> starts;
+    detail::block_vector<char> senses;
+    detail::block_vector<char*> names;
+    detail::block_vector<double> values;
+    detail::block_vector<int> indices;
     std::size_t capacity = 0;
     std::size_t nonzero_capacity = 0;
   };

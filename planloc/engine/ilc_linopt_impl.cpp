@@ -29,6 +29,27 @@ IlcErrorReporter* throwing_reporter() {
   return &reporter;
 }
 
+// Rows of this length are compared term by term, longer ones by marks on the columns.
+constexpr int kShortRow = 8;
+
+// A later term of a column is added to the first, and the last term of the row moves into its
+// place. first_place(i) is the first place with the column of place i. The number of terms left.
+template <typename FirstPlace>
+int merge_terms(int n, double* values, int* columns, FirstPlace first_place) {
+  for (int i = 0; i < n;) {
+    const int first = first_place(i);
+    if (first == i) {
+      ++i;
+    } else {
+      values[first] += values[i];
+      --n;
+      values[i] = values[n];
+      columns[i] = columns[n];
+    }
+  }
+  return n;
+}
+
 template <typename T>
 void check_memory(IlcManagerI* manager, const std::unique_ptr<T>& pointer) {
   if (!pointer) manager->getErrorReporter()->error(kIlcNoMemory, "Solver", kNoMemory);
@@ -133,29 +154,27 @@ void IlcLinOptI::enterRow(IlcFloatArray coefficients, IlcFloatVarArray vars, cha
   }
 }
 
-// Maps the variables to columns, in the scratch, and merges terms of the same column: a later term
-// is added to the first, and the last term of the row moves into its place. The number of terms
-// left.
+// Maps the variables to columns, in the scratch, and merges terms of the same column. The number of
+// terms left.
 int IlcLinOptI::mapTerms(IlcFloatArray coefficients, IlcFloatVarArray vars) {
   columns_->mapToColumns(vars, *cplex_, scratch_->row_columns);
-  // A column that the library refused has a number beyond those of the table.
-  const std::size_t markers = static_cast<std::size_t>(columns_->size() + vars.getSize());
-  if (scratch_->marker.size() < markers) scratch_->marker.resize(2 * markers, -1);
   double* const values = coefficients.getImpl()->values;
   int* const columns = scratch_->row_columns.data();
-  int n = vars.getSize();
-  for (int i = 0; i < n;) {
-    int& first = scratch_->marker[static_cast<std::size_t>(columns[i])];
-    if (first < 0) {
-      first = i++;
-    } else {
-      values[first] += values[i];
-      --n;
-      values[i] = values[n];
-      columns[i] = columns[n];
-    }
+  const int size = vars.getSize();
+  if (size <= kShortRow) {
+    return merge_terms(size, values, columns, [&](int i) {
+      return static_cast<int>(std::find(columns, columns + i, columns[i]) - columns);
+    });
   }
-  for (int i = 0; i < n; ++i) scratch_->marker[static_cast<std::size_t>(columns[i])] = -1;
+  // A column that the library refused has a number beyond those of the table.
+  const std::size_t markers = static_cast<std::size_t>(columns_->size() + size);
+  if (scratch_->marker.size() < markers) scratch_->marker.resize(2 * markers, -1);
+  const auto mark = [&](int i) -> int& {
+    return scratch_->marker[static_cast<std::size_t>(columns[i])];
+  };
+  const int n = merge_terms(size, values, columns,
+                            [&](int i) { return mark(i) < 0 ? mark(i) = i : mark(i); });
+  for (int i = 0; i < n; ++i) mark(i) = -1;
   return n;
 }
 

@@ -60,19 +60,11 @@ bool IlcLinearSolverI::unlinkPending(IlcConstraintI* ct) {
 
 // ----- Parse -----
 
-void IlcLinearSolverI::startParse() {
-  term_count_ = 0;
-  constant_ = 0.0;
-}
-
-IlcConstraintI::Standing IlcLinearSolverI::parse(IlcConstraintI* ct) {
-  startParse();
-  return ct->linJudge(*this);
-}
-
-void IlcLinearSolverI::parse(IlcFloatExpI* exp) {
-  startParse();
-  walk(exp, 1.0);
+void IlcLinearSolverI::append(double coefficient, IlcFloatVarI* var) {
+  if (term_count_ == capacity_) growScratch();
+  coefficients_.getImpl()->values[term_count_] = coefficient;
+  vars_.getImpl()->values[term_count_] = var;
+  ++term_count_;
 }
 
 void IlcLinearSolverI::addTerm(double coefficient, IlcFloatVarI* var) {
@@ -90,11 +82,23 @@ void IlcLinearSolverI::addTerm(double coefficient, IlcFloatVarI* var) {
   append(coefficient, var);
 }
 
-void IlcLinearSolverI::append(double coefficient, IlcFloatVarI* var) {
-  if (term_count_ == capacity_) growScratch();
-  coefficients_.getImpl()->values[term_count_] = coefficient;
-  vars_.getImpl()->values[term_count_] = var;
-  ++term_count_;
+void IlcLinearSolverI::walk(IlcFloatExpI* exp, double coefficient) {
+  walkWith(*this, exp, coefficient);
+}
+
+void IlcLinearSolverI::startParse() {
+  term_count_ = 0;
+  constant_ = 0.0;
+}
+
+IlcConstraintI::Standing IlcLinearSolverI::parse(IlcConstraintI* ct) {
+  startParse();
+  return ct->linJudge(*this);
+}
+
+void IlcLinearSolverI::parse(IlcFloatExpI* exp) {
+  startParse();
+  walk(exp, 1.0);
 }
 
 void IlcLinearSolverI::growScratch() {

@@ -73,10 +73,13 @@ class IlcLinearSolverI : public IlcConstraintI, protected IlcRangeVisitor {
   int objective_given_ = 0;
 
  private:
+  friend class IlcLinearVisitor;
+
+  void walk(IlcFloatExpI* exp, double coefficient) final;
   // The accumulator. Zero coefficients are dropped; with `substitute_` set, so are variables fixed
   // at zero, and other fixed variables are folded into the constant.
-  void addTerm(double coefficient, IlcFloatVarI* var) override;
-  void addConstant(double constant) override {
+  void addTerm(double coefficient, IlcFloatVarI* var) final;
+  void addConstant(double constant) final {
     IlcRangeVisitor::addConstant(constant);
     constant_ += constant;
   }

@@ -28,7 +28,7 @@ class IlcDynamicArrayOfAny {
   void erase(int i, int size);
 
  private:
-  std::vector<IlcAny> entries_;
+  detail::block_vector<IlcAny> entries_;
 };
 
 // Objects with their numbers from 0 in order. Most programs never ask for the number of an object,

@@ -101,12 +101,9 @@ IlcManager::IlcManager(int mode) : impl_(new (std::nothrow) IlcManagerI(mode)) {
   current_manager = impl_;
 }
 
-IlcManagerI* IlcManager::checked(const char* member) const {
-  if (!impl_) {
-    ilc_reporter().error(kIlcEmptyManager, member, "empty manager");
-    std::abort();  // a reporter that returns leaves nothing to work on
-  }
-  return impl_;
+void IlcManager::reportEmpty(const char* member) {
+  ilc_reporter().error(kIlcEmptyManager, member, "empty manager");
+  std::abort();  // a reporter that returns leaves nothing to work on
 }
 
 void IlcManager::end() {

@@ -91,7 +91,11 @@ class IlcManager {
   void printInformation() const;
 
  private:
-  IlcManagerI* checked(const char* member) const;
+  IlcManagerI* checked(const char* member) const {
+    if (!impl_) reportEmpty(member);
+    return impl_;
+  }
+  [[noreturn]] static void reportEmpty(const char* member);
 
   IlcManagerI* impl_ = nullptr;
 };
