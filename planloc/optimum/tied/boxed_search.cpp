@@ -20,6 +20,7 @@ constexpr double kWider = 2;
 constexpr double kNoBox = 0.5;
 constexpr double kGapInBox = 1;  // of its radius
 constexpr double kMostGap = 0.3;
+constexpr double kPowerInBoxes = 0.5;
 
 constexpr std::size_t kLeastSample = 25;  // sites
 constexpr std::size_t kNextSample = 5;    // as large
@@ -47,7 +48,7 @@ void boxed_search::begin(std::vector<xy> places, double radius, double gap) {
   const double r = radius < kNoBox ? radius : kInfinity;
   near_terms near = r < kInfinity ? near_terms(terms_, places, r) : near_terms(terms_);
   if (near.terms.empty()) near = near_terms(terms_);
-  method_.emplace(std::move(near), std::move(places), gap);
+  method_.emplace(std::move(near), std::move(places), gap, in_boxes_ ? kPowerInBoxes : 1);
   low_.assign(terms_.facilities, {-kInfinity, -kInfinity});
   high_.assign(terms_.facilities, {kInfinity, kInfinity});
   last_move_ = kInfinity;

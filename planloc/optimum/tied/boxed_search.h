@@ -14,7 +14,8 @@ namespace planloc::detail {
 
 class boxed_search {
  public:
-  // Everywhere, from the means of the sites; without boxes if they are not wanted.
+  // Everywhere, from the means of the sites; with more care and without boxes if they are not
+  // wanted.
   boxed_search(const part_terms& terms, bool in_boxes);
   // In a box around the places of a search of a sample, which are within `radius` of good ones.
   boxed_search(const part_terms& terms, const interior_point& of_sample, double radius);

@@ -30,8 +30,11 @@ double sum(const lanes& l, std::size_t count) {
 
 }  // namespace
 
-interior_point::interior_point(near_terms terms, std::vector<xy> places, double gap)
-    : terms_(std::move(terms)), equations_(terms_.facilities), places_(std::move(places)) {
+interior_point::interior_point(near_terms terms, std::vector<xy> places, double gap, double power)
+    : terms_(std::move(terms)),
+      equations_(terms_.facilities),
+      places_(std::move(places)),
+      power_(power) {
   make_blocks();
   copy_terms();
   double value = terms_.level;
@@ -45,12 +48,18 @@ interior_point::interior_point(near_terms terms, std::vector<xy> places, double 
     value += term(k).weight * most;
   }
   // Positions differ by up to 1: from less, heavy ties would bind light sites too early.
-  start(gap * std::max(value, terms_.weight) / static_cast<double>(slack_.size()));
+  start(gap * std::max(value, terms_.weight) / aims_);
 }
 
 void interior_point::copy_terms() {
   weight_.clear();
-  for (const near_term& t : terms_.terms) weight_.push_back(t.term.weight);
+  aim_.clear();
+  aims_ = 0;
+  for (const near_term& t : terms_.terms) {
+    weight_.push_back(t.term.weight);
+    aim_.push_back(power_ == 1 ? t.term.weight : std::pow(t.term.weight, power_));
+    aims_ += aim_.back() * static_cast<double>(t.edge_count);
+  }
   pivot_.resize(weight_.size());
   for (auto* v : {&pivot_x_, &pivot_y_, &ratios_, &ratio_x_, &ratio_y_, &complement_})
     v->resize(weight_.size());
@@ -92,11 +101,12 @@ void interior_point::make_blocks() {
     v->resize(size);
 }
 
-// Slacks and multipliers whose products are all the same: each term solves an equation for its
-// least slack, by Newton's method from below.
-void interior_point::start(double target) {
+// Slacks and multipliers whose products are what they aim at, in this unit: each term solves an
+// equation for its least slack, by Newton's method from below.
+void interior_point::start(double unit) {
   for (std::size_t k = 0; k < terms_.terms.size(); ++k) {
     const double weight = weight_[k];
+    const double target = unit * aim_[k];
     const auto edges = terms_.edges_of(terms_.terms[k]);
     const xy u = offset(k);
     double most = -std::numeric_limits<double>::infinity();
@@ -356,13 +366,14 @@ double interior_point::gap_ratio_of_predictor(std::span<const double> move) {
   return after / gap_;
 }
 
-// Of the step that makes products of slack and multiplier `target`, with what `slack_step_` holds
-// as the products of their steps.
+// Of the step that makes products of slack and multiplier what they aim at, in this unit, with what
+// `slack_step_` holds as the products of their steps.
 std::vector<double> interior_point::right_side(double target) {
   std::vector<double> right(2 * terms_.facilities, 0);
   for (const block& b : blocks_) {
     const std::size_t count = b.count;
     lanes total{}, x{}, y{};
+    const double* const aim = &aim_[b.begin];
     const double* const px = &pivot_x_[b.begin];
     const double* const py = &pivot_y_[b.begin];
     for (std::size_t e = 0; e < b.edges; ++e) {
@@ -372,7 +383,7 @@ std::vector<double> interior_point::right_side(double target) {
       const double* const inverse = &inverse_[b.at + e * count];
       const double* const products = &slack_step_[b.at + e * count];
       for (std::size_t k = 0; k < count; ++k) {
-        const double c = (target - products[k]) * inverse[k] - m[k];
+        const double c = (target * aim[k] - products[k]) * inverse[k] - m[k];
         total[k] += c;
         x[k] += c * (nx[k] - px[k]);
         y[k] += c * (ny[k] - py[k]);
@@ -397,6 +408,7 @@ interior_point::step_lengths interior_point::spread(std::span<const double> move
   for (const block& b : blocks_) {
     const std::size_t count = b.count;
     lanes ux, uy, of_pivot, most_slack{}, most_multiplier{}, total{};
+    const double* const aim = &aim_[b.begin];
     moves_of(b, move, ux.data(), uy.data());
     for (std::size_t k = 0; k < count; ++k) {
       const std::size_t t = b.begin + k;
@@ -414,7 +426,7 @@ interior_point::step_lengths interior_point::spread(std::span<const double> move
       for (std::size_t k = 0; k < count; ++k) {
         const double ds = of_pivot[k] - ((nx[k] - px[k]) * ux[k] + (ny[k] - py[k]) * uy[k]);
         const double share = ds * inverse[k];
-        const double dm = (target - slack_step[k]) * inverse[k] - m[k] - m[k] * share;
+        const double dm = (target * aim[k] - slack_step[k]) * inverse[k] - m[k] - m[k] * share;
         const double fall = -dm / m[k];
         most_slack[k] = -share > most_slack[k] ? -share : most_slack[k];
         most_multiplier[k] = fall > most_multiplier[k] ? fall : most_multiplier[k];
@@ -466,7 +478,7 @@ void interior_point::advance(const step_lengths& a) {
 }
 
 bool interior_point::step() {
-  const double mean = gap_ / static_cast<double>(slack_.size());
+  const double mean = gap_ / aims_;
   const double ratio = gap_ratio_of_predictor(equations_.solve(assemble()));
   double target = mean * ratio * ratio * ratio;
   std::vector<double> move = equations_.solve(right_side(target));
@@ -478,6 +490,8 @@ bool interior_point::step() {
     move = equations_.solve(right_side(target));
     a = spread(move, target);
   }
+  if (!std::all_of(move.begin(), move.end(), [](double m) { return std::isfinite(m); }))
+    return false;
   a.slack = std::min(1.0, kShareOfStep * a.slack);
   a.multiplier = std::min(1.0, kShareOfStep * a.multiplier);
   moved_ = 0;
