@@ -176,6 +176,21 @@ double distance_table::extent() const {
   return most;
 }
 
+bool distance_table::has_thin_ball() const {
+  constexpr double kMostCancellation = 64;
+  return std::any_of(blocks.begin(), blocks.end(), [this](const gauge_block& b) {
+    double steepest_edge = 0;
+    double farthest = 0;
+    for (std::uint32_t e = b.first_edge; e < b.first_edge + b.edges; ++e) {
+      const xy& n = edges[e].normal;
+      const xy& v = edges[e].from;
+      steepest_edge = std::max(steepest_edge, std::fabs(n.x) + std::fabs(n.y));
+      farthest = std::max(farthest, std::fabs(v.x) + std::fabs(v.y));
+    }
+    return steepest_edge * farthest > kMostCancellation;
+  });
+}
+
 std::size_t distance_table::nearest(const xy& at) const {
   std::size_t best = 0;
   double least = std::numeric_limits<double>::infinity();

@@ -107,6 +107,10 @@ class distance_table {
   // The largest of the sites' coordinates, in magnitude.
   double extent() const;
 
+  // Whether terms of a polyhedral distance are so much larger than it that intervals lose more than
+  // the margins that do elsewhere.
+  bool has_thin_ball() const;
+
   // The slot whose site is nearest to a place, in the maximum norm.
   std::size_t nearest(const xy& at) const;
 

@@ -408,6 +408,38 @@ TEST(EfficientPolyline, NoPlaceIsFurtherThanTheProvedDistance) {
 }
 
 // Both ways on the same problems.
+// A regular polygon around a place off the origin, pressed together.
+gauge pressed_polygon(int vertices, double thickness) {
+  std::vector<xy> v;
+  for (int k = 0; k < vertices; ++k) {
+    const double angle = 0.3 + 2 * std::numbers::pi * k / vertices;
+    v.push_back({std::cos(angle) - 0.2, thickness * (std::sin(angle) + 0.1)});
+  }
+  return gauge::polyhedral(v);
+}
+
+TEST(EfficientPolyline, ClaimsWhatIsProvedUnderThinBallsAndWhereACriterionIs0) {
+  const std::vector<bicriteria_site> sites = {
+      {0, 0, 1, 2}, {1, 6, 1, 1, 1}, {5, 5, 0, 3}, {4, 1, 2, 0}};
+  for (const gauge& other : {gauge::linf(), gauge::euclidean(), gauge::lp(3)}) {
+    for (const double thickness : {1e-3, 1e-6, 1e-8}) {
+      const bicriteria_problem p(sites, {pressed_polygon(7, thickness), other});
+      EXPECT_EQ(verify(p, approximate_efficient_set(p, 1e-3)).reason, "") << thickness;
+    }
+  }
+  const bicriteria_problem at_site({{0, 2, 1.985902481093881, 0}, {0, 1, 2.7982351144850632, 2.8}},
+                                   {gauge::linf()});
+  EXPECT_EQ(verify(at_site, approximate_efficient_set(at_site, 3e-3)).reason, "");
+}
+
+TEST(EfficientSet, VerifyOfManySitesAtOnePlaceComparesFewEdgesInFractions) {
+  const bicriteria_problem p(std::vector<bicriteria_site>(20, {1, 2, 1, 3}),
+                             {pressed_polygon(200, 1)});
+  const efficient_chain c = efficient_set(p);
+  EXPECT_EQ(c.pieces.size(), 1);
+  EXPECT_EQ(verify(p, c).reason, "");
+}
+
 TEST(EfficientPolyline, CloseToTheExactChain) {
   instance_source source(26);
   for (int trial = 0; trial < 20; ++trial) {

@@ -38,9 +38,6 @@ constexpr double kHalfWayGap = 1e-3;
 constexpr double kRoundingGap = 4e-15;
 // Of the value: how far what intervals prove may stay behind the bound in doubles.
 constexpr double kProofMargin = 3e-12;
-// Of the terms of a distance to the distance: more than that and intervals lose more than the
-// margin.
-constexpr double kMostCancellation = 64;
 // Of the value: when places begin to be counted from the nearest site.
 constexpr double kSiteGap = 1e-6;
 // Not if the site is further away than this share of the sites' extent, and the extent within this
@@ -78,25 +75,6 @@ double extent(std::span<const site> sites) {
   const double size = std::max(right->x - left->x, high->y - low->y);
   if (size > 0) return size;
   return std::max({std::fabs(left->x), std::fabs(left->y), 1.0});
-}
-
-// By how much the terms of a polyhedral distance are larger than it: much, where the ball is thin.
-double cancellation(const detail::distance_table& t, const detail::gauge_block& b) {
-  double steepest = 0;
-  double farthest = 0;
-  for (std::uint32_t e = b.first_edge; e < b.first_edge + b.edges; ++e) {
-    const xy& n = t.edges[e].normal;
-    const xy& v = t.edges[e].from;
-    steepest = std::max(steepest, std::fabs(n.x) + std::fabs(n.y));
-    farthest = std::max(farthest, std::fabs(v.x) + std::fabs(v.y));
-  }
-  return steepest * farthest;
-}
-
-bool has_thin_ball(const detail::distance_table& t) {
-  return std::any_of(t.blocks.begin(), t.blocks.end(), [&](const detail::gauge_block& b) {
-    return cancellation(t, b) > kMostCancellation;
-  });
 }
 
 // The distance of a slot, with the gauge in fractions: doubles do not tell it under a thin ball.
@@ -298,7 +276,7 @@ void convex_search::claim_what_is_proved() {
   const bool rounded =
       nearest_ && *nearest_ < table_.size() && table_.nearest(best_.at) != *nearest_;
   const bool rough =
-      rounded || has_thin_ball(table_) ||
+      rounded || table_.has_thin_ball() ||
       std::any_of(table_.blocks.begin(), table_.blocks.end(),
                   [](const detail::gauge_block& b) { return b.kind == gauge::shape::lp; });
   const bool margin_will_do = !rough && (ended_ || result_.gap() <= kOptimalGap * best_.value);
@@ -343,7 +321,7 @@ void convex_search::close_in_doubles() {
   }
   result_.proof = std::move(c);
   const exact_xy at = absolute(best_.at);
-  result_.value = has_thin_ball(table_) ? value_under_thin_balls(at) : best_.value;
+  result_.value = table_.has_thin_ball() ? value_under_thin_balls(at) : best_.value;
   result_.lower_bound =
       std::clamp(model_.bound() - kProofMargin * result_.value, 0.0, result_.value);
   result_.point = to_nearest(at);
@@ -392,7 +370,7 @@ bool convex_search::prove_snapped(const exact_xy& at, const cut_model& model) {
 }
 
 double convex_search::value_at(const exact_place& place) const {
-  if (!has_thin_ball(table_)) return place.value();
+  if (!table_.has_thin_ball()) return place.value();
   const mpq_class value = place.exact_value();
   return detail::round_quotient(value.get_num(), value.get_den());
 }

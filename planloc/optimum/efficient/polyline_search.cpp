@@ -26,6 +26,7 @@ constexpr double kRoundingGap = 4e-15;
 // powers.
 constexpr double kProofMargin = 1e-11;
 constexpr double kProofMarginOfPowers = 1e-10;
+constexpr double kMostProofMargin = 1e-2;
 // A place becomes a point of the polyline when its value is known to this share of what it gains.
 constexpr double kShareToSplit = 0.1;
 // Of the tolerance: up to this a second point that is nearly as good as an end is the end, so that
@@ -45,7 +46,8 @@ double cross(const pair& o, const pair& a, const pair& b) {
 class polyline_search {
  public:
   polyline_search(const bicriteria_problem& p, double tolerance, const polyline_options& options)
-      : tolerance_(tolerance),
+      : problem_(p),
+        tolerance_(tolerance),
         share_of_end_(std::min(kShareOfEnd * tolerance, kMostOfRange)),
         options_(options),
         criterion_{p.criterion(0), p.criterion(1)},
@@ -53,6 +55,7 @@ class polyline_search {
         evaluate_{detail::evaluator(criterion_[0], table_[0]),
                   detail::evaluator(criterion_[1], table_[1])} {
     table_[1].count_from(criterion_[1], table_[0].base);
+    margin_ = usual_margin();
   }
 
   efficient_polyline run();
@@ -94,12 +97,15 @@ class polyline_search {
   double excess(const std::vector<weighted_bound>& hull, double s, double value,
                 const pair& range) const;
   std::vector<demand> demands(const std::vector<pair>& line) const;
-  double margin() const;
+  double usual_margin() const;
+  efficient_polyline claim();
   efficient_polyline assemble();
   void publish_points(efficient_polyline& result) const;
   void publish_bounds(efficient_polyline& result);
 
+  const bicriteria_problem& problem_;
   double tolerance_;
+  double margin_;  // of a value: how far what is claimed stays behind doubles
   double share_of_end_;
   const polyline_options& options_;
   std::array<problem, 2> criterion_;
@@ -248,7 +254,7 @@ std::vector<polyline_search::weighted_bound> polyline_search::bound_hull() const
   return hull;
 }
 
-double polyline_search::margin() const {
+double polyline_search::usual_margin() const {
   for (const auto& table : table_) {
     for (const detail::gauge_block& b : table.blocks) {
       if (b.kind == gauge::shape::lp && b.end > b.begin) return kProofMarginOfPowers;
@@ -268,7 +274,7 @@ double polyline_search::excess(const std::vector<weighted_bound>& hull, double s
     bound = (1 - share) * below->bound + share * above->bound;
   }
   const double unit = (1 - s) * range[0] / scale_[0] + s * range[1] / scale_[1];
-  return std::max(0.0, value + margin() * value - bound) / unit;
+  return std::max(0.0, value + margin_ * value - bound) / unit;
 }
 
 std::vector<polyline_search::demand> polyline_search::demands(const std::vector<pair>& line) const {
@@ -311,7 +317,7 @@ void polyline_search::publish_bounds(efficient_polyline& result) {
     polyline_bound& b = result.bounds.emplace_back();
     b.factor1 = (1 - s) / scale_[0];
     b.factor2 = s / scale_[1];
-    b.bound = std::max(0.0, bound - margin() / 2 * least);
+    b.bound = std::max(0.0, std::min(bound, least) - margin_ / 2 * least);
     for (const cut_model::support& share : supports_.at(s).shares) {
       if (!(share.multiplier > 0)) continue;
       const auto [cut, is_new] =
@@ -325,6 +331,17 @@ void polyline_search::publish_bounds(efficient_polyline& result) {
 }
 
 efficient_polyline polyline_search::assemble() {
+  const auto thin = [](const detail::distance_table& t) { return t.has_thin_ball(); };
+  efficient_polyline result = claim();
+  while (std::any_of(table_.begin(), table_.end(), thin) && margin_ < kMostProofMargin &&
+         !verify(problem_, result).accepted) {
+    margin_ *= 8;
+    result = claim();
+  }
+  return result;
+}
+
+efficient_polyline polyline_search::claim() {
   efficient_polyline result;
   result.base = table_[0].base;
   publish_points(result);
@@ -365,7 +382,7 @@ efficient_polyline polyline_search::run() {
     if (worst == nullptr) break;
     const pair range = ranges(line_.front(), line_.back());
     const double unit = (1 - worst->s) * range[0] / scale_[0] + worst->s * range[1] / scale_[1];
-    const double gap = 0.9 * tolerance_ * unit - margin() * worst->value;
+    const double gap = 0.9 * tolerance_ * unit - margin_ * worst->value;
     const double s = worst->s;
     const std::size_t places = pool_.size();
     const double known = supports_.contains(s) ? supports_.at(s).bound : -INFINITY;

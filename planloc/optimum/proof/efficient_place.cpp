@@ -45,11 +45,13 @@ efficient_places::efficient_places(const bicriteria_problem& p)
   for (const gauge& g : p.gauges()) {
     const std::span<const xy> v = g.vertices();
     std::vector<fraction_pair>& normals = normals_.emplace_back();
+    std::vector<xy>& rounded = rounded_normals_.emplace_back();
     for (std::size_t j = 0; j < v.size(); ++j) {
       const fraction_pair a = to_fractions(v[j]);
       const fraction_pair b = to_fractions(v[(j + 1) % v.size()]);
       const mpq_class area = cross(a, b);
       normals.push_back({(b.y - a.y) / area, (a.x - b.x) / area});
+      rounded.push_back({normals.back().x.get_d(), normals.back().y.get_d()});
     }
     sums_.emplace_back(v.size());
     edges += v.size();
@@ -117,18 +119,29 @@ efficient_places::active_edges efficient_places::exact_edges_at(std::size_t i,
 
 std::uint32_t efficient_places::edge_towards(std::size_t i, const active_edges& tie,
                                              const xy& direction) const {
-  const fraction_pair d = to_fractions(direction);
-  const auto edges = static_cast<std::uint32_t>(normals_[problem_.sites()[i].gauge].size());
-  std::uint32_t best = tie.first;
-  mpq_class most = dot(normal(i, best), d);
-  for (std::uint32_t k = 1; k < tie.count; ++k) {
-    const std::uint32_t e = (tie.first + k) % edges;
-    const mpq_class rise = dot(normal(i, e), d);
-    if (rise <= most) continue;
-    most = rise;
-    best = e;
+  const std::vector<xy>& rounded = rounded_normals_[problem_.sites()[i].gauge];
+  const auto edge = [&](std::uint32_t k) {
+    return static_cast<std::uint32_t>((tie.first + k) % rounded.size());
+  };
+  // In doubles up to `doubt`: a unit in the last place of each normal and product, and one of the
+  // sum.
+  const auto bounds = [&](std::uint32_t e) {
+    const double x = rounded[e].x * direction.x;
+    const double y = rounded[e].y * direction.y;
+    const double doubt = 0x1p-50 * (std::fabs(x) + std::fabs(y));
+    return std::pair(x + y - doubt, x + y + doubt);
+  };
+  double surely = -std::numeric_limits<double>::infinity();
+  for (std::uint32_t k = 0; k < tie.count; ++k) surely = std::max(surely, bounds(edge(k)).first);
+  std::vector<std::uint32_t> likely;
+  for (std::uint32_t k = 0; k < tie.count; ++k) {
+    if (bounds(edge(k)).second >= surely) likely.push_back(edge(k));
   }
-  return best;
+  if (likely.size() == 1) return likely[0];
+  const fraction_pair d = to_fractions(direction);
+  return *std::max_element(likely.begin(), likely.end(), [&](std::uint32_t e, std::uint32_t f) {
+    return dot(normal(i, e), d) < dot(normal(i, f), d);
+  });
 }
 
 void efficient_places::add(std::size_t i, std::uint32_t edge, int sign) {
@@ -235,9 +248,13 @@ efficient_place efficient_places::look(const fraction_pair& at) {
   const auto add_bend = [&](const xy& direction) {
     place.bends.push_back({direction, rise_along(direction, tied)});
   };
+  std::vector<bool> all_rays(problem_.gauges().size());  // of a gauge with a site at the place
   for (const auto& [i, edges] : tied) {
     const std::span<const xy> v = problem_.gauge_of(i).vertices();
     if (edges.count == v.size()) {
+      const std::uint32_t g = problem_.sites()[i].gauge;
+      if (all_rays[g]) continue;
+      all_rays[g] = true;
       for (const xy& ray : v) add_bend(ray);
     } else {
       const xy& ray = v[(edges.first + 1) % v.size()];

@@ -76,6 +76,7 @@ class efficient_places {
 
   const bicriteria_problem& problem_;
   std::vector<std::vector<fraction_pair>> normals_;  // by gauge and edge
+  std::vector<std::vector<xy>> rounded_normals_;     // beside it
   std::vector<std::vector<edge_sum>> sums_;          // beside it
   std::vector<affine_sums> tree_;                    // node k is the sum of nodes 2 k and 2 k + 1
   std::vector<std::uint32_t> edge_;                  // by site, as summed; kTied if not
