@@ -433,6 +433,10 @@ TEST(General, StoppedAtANegativeValue) {
     few.cells = cells;
     EXPECT_EQ(verify(p, minimise(p, few)).reason, "") << cells;
   }
+  // Where any gap will do, no bound is needed.
+  minimise_options any;
+  any.absolute_gap = std::numeric_limits<double>::infinity();
+  EXPECT_EQ(verify(p, minimise(p, any)).reason, "");
 }
 
 // f is its own recession function there: 0 is the least value if that is nowhere negative.

@@ -14,6 +14,7 @@
 #include "tests/optimum/arrangement.h"
 #include "tests/optimum/instances.h"
 #include "tests/optimum/message_of.h"
+#include "tests/optimum/proved.h"
 
 namespace planloc {
 namespace {
@@ -363,6 +364,13 @@ TEST(Regions, SearchesThatAreStoppedHaveAPermittedPlace) {
         EXPECT_EQ(verify(p, s).reason, "");
       }
     }
+  }
+  // The bound of the plane is proved for places that are no worse than its own.
+  instance_source source(91);
+  for (int trial = 0; trial < 20; ++trial) {
+    const problem p(source.sites(layout::scattered, 9, 1), {gauge::euclidean()},
+                    order_weights::k_centrum(2), far_box);
+    EXPECT_EQ(verify(p, minimise(p, stopped_at_once())).reason, "") << trial;
   }
 }
 

@@ -18,8 +18,8 @@
 #include "planloc/optimum/exact/optimality.h"
 #include "planloc/optimum/input_check.h"
 #include "planloc/optimum/minimise.h"
+#include "planloc/optimum/proved_claim.h"
 #include "planloc/optimum/regions/boundary_search.h"
-#include "planloc/optimum/verify.h"
 
 namespace planloc {
 
@@ -282,9 +282,7 @@ void convex_search::claim_what_is_proved() {
   const bool margin_will_do = !rough && (ended_ || result_.gap() <= kOptimalGap * best_.value);
   if (margin_will_do && model_.share_of_square() <= kProofMargin * best_.value) return;
   evaluate_.release();
-  const double in_doubles = std::exchange(result_.lower_bound, 0);
-  const verification v = verify(problem_, result_);
-  result_.lower_bound = v.accepted ? std::min(in_doubles, v.lower_bound) : in_doubles;
+  detail::claim_what_is_proved(problem_, result_);
 }
 
 // f at a place that need not be exact, but for each distance.

@@ -10,10 +10,10 @@
 
 #include "planloc/optimum/evaluate.h"
 #include "planloc/optimum/exact/exact_place.h"
+#include "planloc/optimum/proved_claim.h"
 #include "planloc/optimum/regions/boundary.h"
 #include "planloc/optimum/regions/cut_pool.h"
 #include "planloc/optimum/regions/piece_solver.h"
-#include "planloc/optimum/verify.h"
 
 namespace planloc::detail {
 
@@ -270,6 +270,7 @@ solution boundary_search::finish() {
   if (free_value_ || (!exact && free_.value > least)) {
     s.lower_bound = exact ? s.value : free_.lower_bound;
     s.proof = std::move(free_.proof);
+    if (!exact) claim_what_is_proved(problem_, s);  // at a place that is worse
   } else {
     s.lower_bound = least;
     prove(s);

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "planloc/optimum/input_check.h"
+#include "planloc/optimum/proved_claim.h"
 #include "planloc/optimum/tied/part_answer.h"
 #include "planloc/optimum/tied/polyhedral.h"
 #include "planloc/optimum/tied/separable.h"
@@ -68,13 +69,11 @@ double spread_of_weights(const tied_problem& p) {
 
 // Roundings of heavy ties, which light ones have to carry on to the sites, may take more than the
 // margins of the bound.
-void claim_what_is_proved(const tied_problem& p, tied_solution& s) {
+void claim_what_spread_weights_leave(const tied_problem& p, tied_solution& s) {
   const bool exact = p.polyhedral() && s.status == solution_status::optimal;
   if (exact || spread_of_weights(p) <= kEvenWeights) return;
-  const double in_doubles = std::exchange(s.lower_bound, 0);
   const solution_status ended = std::exchange(s.status, solution_status::stopped);
-  const verification v = verify(p, s);
-  s.lower_bound = v.accepted ? std::min(in_doubles, v.lower_bound) : in_doubles;
+  detail::claim_what_is_proved(p, s);
   const bool closed = s.gap() <= kOptimalTiedGap * s.value;
   s.status = ended == solution_status::optimal && !closed ? solution_status::within_gap : ended;
 }
@@ -108,7 +107,7 @@ tied_solution minimise(const tied_problem& p, const tied_options& options) {
   }
   const auto is_point = [](const exact_point& e) { return e.empty(); };
   if (std::all_of(s.exact.begin(), s.exact.end(), is_point)) s.exact.clear();
-  claim_what_is_proved(p, s);
+  claim_what_spread_weights_leave(p, s);
   s.counters.seconds = limits.seconds();
   return s;
 }
