@@ -1,6 +1,6 @@
-// Memory for the blocks of heaps and for large arrays of a model. A thread keeps what was given
-// back for what it builds next, as programs that build one model after another do; it is freed when
-// the thread ends.
+// Memory for the blocks of heaps and for large arrays of a model. Blocks of megabytes lie on huge
+// pages where the system has them: it takes longer to give out memory in small pages than to fill
+// it.
 #ifndef PLANLOC_ENGINE_HEAP_BLOCKS_H_
 #define PLANLOC_ENGINE_HEAP_BLOCKS_H_
 

@@ -7,7 +7,6 @@
 #include <map>
 #include <new>
 #include <random>
-#include <set>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -57,27 +56,6 @@ TEST_F(HeapTest, ObjectsGoToTheGeneralHeapWithoutAnActiveOne) {
     ::operator delete(outside);
   }
   EXPECT_EQ(heap.getIndex(), 2);
-}
-
-TEST(HeapBlocksTest, AThreadKeepsTheBlocksOfItsHeapsForTheNext) {
-#ifdef __SANITIZE_ADDRESS__
-  GTEST_SKIP() << "nothing is kept";
-#endif
-  std::set<void*> before;
-  for (int run = 0; run < 2; ++run) {
-    IlcHeap heap;
-    heap.activate();
-    std::set<void*> blocks;
-    for (int i = 0; i < 8; ++i) {
-      void* const memory = heap.allocate(std::size_t{1} << 20);
-      std::memset(memory, run, std::size_t{1} << 20);
-      blocks.insert(memory);
-    }
-    if (run > 0) {
-      EXPECT_EQ(blocks, before);
-    }
-    before = blocks;
-  }
 }
 
 TEST(HeapDeathTest, MisuseIsReported) {
