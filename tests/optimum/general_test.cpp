@@ -539,6 +539,29 @@ TEST(General, HardEndings) {
   }
 }
 
+// A large triangle that is called exact has millions of crossings.
+TEST(General, MadeUpCertificatesAreRefusedSoon) {
+  instance_source source(16);
+  const std::vector<gauge> gauges = source.gauges(layout::scattered, 2, 8);
+  const std::vector<site> sites = source.sites(layout::scattered, 60, 2);
+  const regions lake{{}, {{{{30, 30}, {70, 30}, {60, 70}}}}};
+  for (const problem& p : {problem(sites, gauges, order_weights::trimmed_mean(9, 9)),
+                           problem(sites, gauges, order_weights::trimmed_mean(9, 9), lake)}) {
+    const solution s = expect_solved(p);
+    const auto& cells = std::get<branch_certificate>(s.proof).cells;
+    int refused = 0;
+    for (std::size_t k = 0; k < cells.size() && refused < 2; ++k) {
+      if (cells[k] != reason::halved) continue;
+      solution spoiled = s;
+      std::get<branch_certificate>(spoiled.proof).cells[k] = reason::exact;
+      EXPECT_EQ(verify(p, spoiled).reason,
+                "triangle " + std::to_string(k) + ": too many lines cross it");
+      ++refused;
+    }
+    EXPECT_EQ(refused, 2);
+  }
+}
+
 TEST(General, VerifyRefusesWhatWasSpoiled) {
   instance_source source(15);
   const auto proof = [](solution& s) -> branch_certificate& {

@@ -174,11 +174,13 @@ class leaf_walk {
                                    const std::vector<weighed_site>& all) const;
   bool cuts_prove(const triangle_state& t, const rows& first) const;
 
-  void check_exactly(const triangle_state& t) const;
-  bool exceeds_at_crossings(const triangle_state& t, bool strictly) const;
+  void check_exactly(const triangle_state& t);
+  bool exceeds_at_crossings(const triangle_state& t, bool strictly);
+  void spend(std::size_t steps);
+  [[noreturn]] void refuse_many_lines() const;
   void add_sides(const corners& t, std::set<straight_line>& lines) const;
   std::vector<std::size_t> edges_on(const triangle_state& t, std::uint32_t site) const;
-  std::set<straight_line> lines_on(const triangle_state& t) const;
+  std::set<straight_line> lines_on(const triangle_state& t);
 
   const verified_sites& sites_;
   const std::vector<reason>& reasons_;
@@ -186,6 +188,7 @@ class leaf_walk {
   double least_in_doubles_;  // no less than it
   walked_regions* where_;
   std::vector<bool> has_twin_;  // by site: another one with its smooth gauge stands at its place
+  std::size_t spent_ = 0;       // on triangles that are proved at their crossings
   std::size_t next_ = 0;
   std::size_t name_ = 0;             // of the triangle at hand
   std::vector<linear_site> linear_;  // along the walk from the root

@@ -11,6 +11,13 @@ namespace planloc::detail {
 
 namespace {
 
+// The lines through a triangle, and in one certificate all that may be such lines and their
+// crossings: far more than searches leave, so that one that was made up cannot keep `verify` busy
+// for ever.
+constexpr std::size_t kMostLines = 1000;
+constexpr std::size_t kSteps = 100000;
+constexpr std::size_t kStepsATriangle = 1000;
+
 straight_line line(const mpq_class& a, const mpq_class& b, const mpq_class& c) {
   const mpq_class lead = sgn(a) != 0 ? a : b;
   return {a / lead, b / lead, c / lead};
@@ -54,7 +61,7 @@ bool has_both_sides(const corners& t, const straight_line& l) {
 
 // The lines through the triangle on which a distance can break, where the planes of two of its
 // edges are equal, or on which the order of two sites can change.
-std::set<straight_line> leaf_walk::lines_on(const triangle_state& t) const {
+std::set<straight_line> leaf_walk::lines_on(const triangle_state& t) {
   struct plane {
     std::uint32_t site;
     fraction_pair slope;
@@ -69,11 +76,13 @@ std::set<straight_line> leaf_walk::lines_on(const triangle_state& t) const {
       sides -= p.value[m].high < q.value[m].low ? 1 : 0;
     }
     if (sides == 3 || sides == -3) return;
+    spend(1);
     const mpq_class a = p.slope.x - q.slope.x;
     const mpq_class b = p.slope.y - q.slope.y;
     if (sgn(a) == 0 && sgn(b) == 0) return;
     straight_line l = line(a, b, p.right - q.right);
     if (has_both_sides(t.at, l)) lines.insert(std::move(l));
+    if (lines.size() > kMostLines) refuse_many_lines();
   };
   const auto planes_of = [&](std::uint32_t site) {
     std::vector<plane> result;
@@ -230,7 +239,16 @@ void leaf_walk::add_sides(const corners& t, std::set<straight_line>& lines) cons
   }
 }
 
-void leaf_walk::check_exactly(const triangle_state& t) const {
+void leaf_walk::spend(std::size_t steps) {
+  spent_ += steps;
+  if (spent_ > kSteps + kStepsATriangle * reasons_.size()) refuse_many_lines();
+}
+
+void leaf_walk::refuse_many_lines() const {
+  refuse("triangle " + std::to_string(name_) + ": too many lines cross it");
+}
+
+void leaf_walk::check_exactly(const triangle_state& t) {
   if (!sites_.owner().polyhedral()) refuse("exact triangles need polyhedral gauges");
   if (!exceeds_at_crossings(t, false))
     refuse("triangle " + std::to_string(name_) + ": one of its places has a lower value");
@@ -238,7 +256,7 @@ void leaf_walk::check_exactly(const triangle_state& t) const {
 
 // At the corners and at all crossings of two lines, or of a line and a side. In intervals, and
 // without loss where they cannot tell; of lines that meet in a place without loss once.
-bool leaf_walk::exceeds_at_crossings(const triangle_state& t, bool strictly) const {
+bool leaf_walk::exceeds_at_crossings(const triangle_state& t, bool strictly) {
   const half_planes area(t.at);
   if (area.flat()) refuse("triangle " + std::to_string(name_) + ": it has no area");
   place_check check(*this, t, strictly);
@@ -256,6 +274,7 @@ bool leaf_walk::exceeds_at_crossings(const triangle_state& t, bool strictly) con
   for (const straight_line& l : breaks) all.emplace_back(l);
   const std::size_t lines = all.size();
   all.insert(all.end(), area.sides().begin(), area.sides().end());
+  spend(lines * all.size() / 2);
   std::vector<std::vector<bool>> met;  // by place that was checked without loss: which lines pass
   for (std::size_t i = 0; i < lines; ++i) {
     for (std::size_t k = i + 1; k < all.size(); ++k) {
