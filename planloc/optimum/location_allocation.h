@@ -60,7 +60,7 @@ enum class allocation_status : std::uint8_t {
 
 struct allocation_counters {
   std::size_t starts = 0;        // rounds of shakes that were made to their end
-  std::size_t shakes = 0;        // some facilities thrown elsewhere, and a descent from there
+  std::size_t shakes = 0;        // some facilities thrown about, and a descent from there
   std::size_t interchanges = 0;  // a facility dropped for one at a site
   std::size_t solves = 0;        // of a facility and the sites that it serves
   std::size_t prices = 0;        // places of the lower bound: minima of the priced problem
@@ -129,7 +129,9 @@ struct allocation_progress {
 struct allocate_options {
   std::uint64_t seed = 1;
   std::size_t starts = 8;
-  std::size_t shakes = 100;  // of each start, and again from what it found
+  // Of each start, and again from what it found; so many for every 25 new facilities or part of
+  // them.
+  std::size_t shakes = 100;
   double seconds = std::numeric_limits<double>::infinity();
   int threads = 0;  // 0: one for each core (`minimise` takes one unless told otherwise)
   bool lower_bound = false;

@@ -20,6 +20,7 @@ namespace {
 
 // Of the value: what the rounding of the place of one facility may cost for it to be optimal.
 constexpr double kRoundingGap = 5e-10;
+constexpr std::size_t kFacilitiesOfShakes = 25;  // allocate_options::shakes
 
 // Another stream for every start of every seed (Steele, Lea and Flood 2014).
 std::uint64_t seed_of(std::uint64_t seed, std::uint64_t start) {
@@ -39,14 +40,18 @@ class all_starts {
   // The second time from the best places of each start merged with those of the others, with all of
   // these as candidates; what comes of it is merged once more.
   void run() {
+    const std::size_t shakes =
+        options_.shakes *
+        ((ground_.problem.count() + kFacilitiesOfShakes - 1) / kFacilitiesOfShakes);
     best_.resize(std::max<std::size_t>(options_.starts, 1));
-    on_all_threads([this](std::size_t start, bool caller) {
-      detail::local_search search(ground_, ground_.sites, seed_of(options_.seed, start), expired_);
+    on_all_threads([this, shakes](std::size_t start, bool caller) {
+      detail::local_search search(ground_, ground_.at_sites, seed_of(options_.seed, start),
+                                  expired_);
       search.start();
-      make(start, search, options_.shakes, caller);
+      make(start, search, shakes, caller);
     });
-    for (const std::size_t shakes : {options_.shakes, std::size_t{0}}) {
-      if (best_.size() > 1 && !expired_()) merge_all(shakes);
+    for (const std::size_t more : {shakes, std::size_t{0}}) {
+      if (best_.size() > 1 && !expired_()) merge_all(more);
     }
   }
 
@@ -60,7 +65,7 @@ class all_starts {
     const std::vector<std::vector<xy>> all = best_;
     std::vector<xy> met;
     for (const std::vector<xy>& b : all) met.insert(met.end(), b.begin(), b.end());
-    const detail::candidate_places candidates(ground_.table, std::move(met));
+    const detail::candidate_places candidates(ground_.sites, std::move(met));
     on_all_threads([&](std::size_t start, bool caller) {
       detail::local_search search(ground_, candidates, seed_of(options_.seed, all.size() + start),
                                   expired_);

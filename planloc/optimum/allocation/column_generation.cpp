@@ -44,7 +44,7 @@ column_generation::column_generation(const bound_task& task, std::vector<peopled
     : task_(task),
       ground_(task.ground),
       cells_(std::move(cells)),
-      service_(ground_.table, places()),
+      service_(ground_.sites, places()),
       find_place_(ground_.table),
       search_(ground_.table),
       most_(most()) {}
@@ -187,8 +187,10 @@ bool column_generation::start() {
   for (const tried& t : good)
     for (const price_search::met& m : t.places) improve(m.at, cell_of(m.at), t.prices);
   for (std::uint32_t k = 0; k < task_.answer.points.size(); ++k) {
-    const std::span<const std::uint32_t> slots = service_.served_by(k);
-    if (!slots.empty()) add({slots.begin(), slots.end()}, service_.places()[k]);
+    const std::span<const std::uint32_t> served = service_.served_by(k);
+    std::vector<std::uint32_t> slots(served.begin(), served.end());
+    std::sort(slots.begin(), slots.end());
+    if (!slots.empty()) add(std::move(slots), service_.places()[k]);
   }
   if (master_->groups().size.size() < best_prices_.size()) return true;
   for (std::uint32_t i = 0; i < best_prices_.size(); ++i) add({i}, ground_.place_of(i));
@@ -343,8 +345,8 @@ void column_generation::round(std::size_t shakes) {
 void column_generation::descend_from(std::vector<xy> places, std::size_t shakes) {
   std::vector<xy> taken;
   for (const dual_master::taken_cluster& c : master_->taken()) taken.push_back(c.at);
-  const candidate_places candidates(ground_.table, std::move(taken));
-  local_search search(ground_, shakes == 0 ? ground_.sites : candidates, 0, task_.expired);
+  const candidate_places candidates(ground_.sites, std::move(taken));
+  local_search search(ground_, shakes == 0 ? ground_.at_sites : candidates, 0, task_.expired);
   search.start_from(std::move(places));
   for (std::size_t k = 0; k < shakes && !task_.expired(); ++k) search.shake();
   allocation next;

@@ -12,50 +12,23 @@ namespace {
 
 // Of the value: what counts as an improvement. Less would let roundings lead in circles.
 constexpr double kGain = 1e-9;
-constexpr std::size_t kFarthestShake = 10;
+constexpr std::size_t kFarthestShake = 4;
 constexpr double kUnknown = std::numeric_limits<double>::infinity();
-constexpr std::size_t kFewTouched = 4;  // one slot in so many: else all candidates are asked again
-// Distances between all pairs of sites are kept up to this many, and this many are computed for
-// one pass of interchanges beyond.
-constexpr std::size_t kMostKept = std::size_t{1} << 22;
+// One pass of interchanges looks at so many blocks of sites, of which one try takes all, and some
+// more for what it finds there.
+constexpr std::size_t kMostLooks = std::size_t{1} << 22;
+constexpr std::size_t kLooksOfTry = 64;
+constexpr std::size_t kTriesToAsk = 4096;
 
 }  // namespace
 
 // ----- Ground -----
 
-candidate_places::candidate_places(const distance_table& table, std::vector<xy> places)
-    : table_(table), places_(std::move(places)) {
-  const std::size_t n = table.size();
-  if (n * places_.size() > kMostKept) return;
-  kept_.resize(n * places_.size());
-  for (std::size_t k = 0; k < places_.size(); ++k) {
-    table.distances(places_[k], std::span(kept_).subspan(k * n, n), {});
-  }
-}
-
-std::span<const double> candidate_places::distances(std::size_t k,
-                                                    std::vector<double>& scratch) const {
-  const std::size_t n = table_.size();
-  if (!kept_.empty()) return std::span(kept_).subspan(k * n, n);
-  scratch.resize(n);
-  table_.distances(places_[k], scratch, {});
-  return scratch;
-}
-
-namespace {
-
-std::vector<xy> places_of_sites(const distance_table& table) {
-  std::vector<xy> places;
-  for (std::size_t slot = 0; slot < table.size(); ++slot) {
-    places.push_back({table.x[slot], table.y[slot]});
-  }
-  return places;
-}
-
-}  // namespace
-
 allocation_ground::allocation_ground(const allocation_problem& p)
-    : problem(p), table(p.single()), sites(table, places_of_sites(table)) {
+    : problem(p),
+      table(p.single()),
+      sites(table, p.count() + p.existing().size()),
+      at_sites(sites, {sites.blocks.places().begin(), sites.blocks.places().end()}) {
   for (const xy& e : p.existing()) existing.push_back({e.x - table.base.x, e.y - table.base.y});
 }
 
@@ -84,14 +57,12 @@ local_search::local_search(const allocation_ground& ground, const candidate_plac
 std::vector<xy> local_search::draw_places() {
   const distance_table& t = ground_.table;
   std::vector<double> near(t.size(), std::numeric_limits<double>::infinity());
-  const auto serve = [&](std::span<const double> distance) {
+  std::vector<double> distance(t.size());
+  const auto serve = [&](const xy& at) {
+    t.distances(at, distance, {});
     for (std::size_t i = 0; i < near.size(); ++i) near[i] = std::min(near[i], distance[i]);
   };
-  for (const xy& e : ground_.existing) {
-    scratch_.resize(t.size());
-    t.distances(e, scratch_, {});
-    serve(scratch_);
-  }
+  for (const xy& e : ground_.existing) serve(e);
   std::vector<xy> places;
   std::vector<double> share(t.size());
   while (places.size() < count_) {
@@ -105,7 +76,7 @@ std::vector<xy> local_search::draw_places() {
         static_cast<std::size_t>(std::upper_bound(share.begin(), share.end(), at) - share.begin()),
         share.size() - 1);
     places.push_back(ground_.place_of(slot));
-    serve(ground_.sites.distances(slot, scratch_));
+    serve(places.back());
   }
   return places;
 }
@@ -115,7 +86,7 @@ void local_search::start() { start_from(draw_places()); }
 void local_search::start_from(std::vector<xy> places) {
   descend_from(std::move(places));
   best_ = now_;
-  best_gain_ = gain_;
+  best_offers_ = offers_;
 }
 
 std::vector<xy> local_search::best_of_both(std::span<const xy> others) const {
@@ -124,8 +95,7 @@ std::vector<xy> local_search::best_of_both(std::span<const xy> others) const {
   places.insert(places.end(), own.begin(), own.end());
   const std::size_t both = places.size();
   places.insert(places.end(), ground_.existing.begin(), ground_.existing.end());
-  service all(ground_.table, places);
-  const std::vector<double> nowhere(ground_.table.size(), std::numeric_limits<double>::infinity());
+  service all(ground_.sites, places);
   std::vector<char> dropped(both, 0);
   std::vector<double> loss;
   for (std::size_t left = both; left > count_; --left) {
@@ -136,7 +106,7 @@ std::vector<xy> local_search::best_of_both(std::span<const xy> others) const {
     for (std::uint32_t k = cheapest; k < both; ++k)
       if (dropped[k] == 0 && loss[k] < loss[cheapest]) cheapest = k;
     dropped[cheapest] = 1;
-    all.move(cheapest, places[cheapest], nowhere);
+    all.drop(cheapest);
   }
   std::vector<xy> kept;
   for (std::size_t k = 0; k < both; ++k)
@@ -148,39 +118,49 @@ void local_search::merge(std::span<const xy> others) {
   descend_from(best_of_both(others));
   if (!(now_->value() < best_->value() * (1 - kGain))) return;
   best_ = now_;
-  best_gain_ = gain_;
+  best_offers_ = offers_;
 }
 
-// One half of them near each other, the others anywhere.
-std::vector<std::uint32_t> local_search::facilities_to_throw(std::size_t reach) {
-  std::vector<std::uint32_t> order(count_);
-  std::iota(order.begin(), order.end(), 0);
+namespace {
+
+// The places that are nearest to one, in the maximum norm, with their numbers.
+void find_nearest(std::span<const xy> places, const xy& amid, std::size_t count,
+                  std::vector<std::pair<double, std::uint32_t>>& found) {
+  found.clear();
+  for (std::uint32_t k = 0; k < places.size(); ++k)
+    found.emplace_back(std::max(std::fabs(places[k].x - amid.x), std::fabs(places[k].y - amid.y)),
+                       k);
+  if (count < found.size())
+    std::nth_element(found.begin(), found.begin() + static_cast<std::ptrdiff_t>(count),
+                     found.end());
+  found.resize(count);
+  std::sort(found.begin(), found.end());
+}
+
+}  // namespace
+
+// Some facilities near each other go to candidates around them.
+void local_search::throw_near(std::size_t reach) {
   const xy amid = now_->places()[below(count_)];
-  const auto away = [&](std::uint32_t k) {
-    const xy& p = now_->places()[k];
-    return std::hypot(p.x - amid.x, p.y - amid.y);
-  };
-  std::stable_sort(order.begin(), order.end(),
-                   [&](std::uint32_t a, std::uint32_t b) { return away(a) < away(b); });
-  for (std::size_t k = (reach + 1) / 2; k < reach; ++k) {
-    std::swap(order[k], order[k + below(count_ - k)]);
+  const std::size_t from = std::min(count_, 2 * reach + 2);
+  const std::size_t to = std::min(candidates_.size(), from * candidates_.size() / count_ + 1);
+  find_nearest(now_->places().first(count_), amid, from, near_facilities_);
+  find_nearest(candidates_.blocks().places(), amid, to, near_candidates_);
+  for (std::size_t k = 0; k < reach; ++k) {
+    std::swap(near_facilities_[k], near_facilities_[k + below(from - k)]);
+    now_->move(near_facilities_[k].second, candidates_[near_candidates_[below(to)].second]);
   }
-  order.resize(reach);
-  return order;
 }
 
 void local_search::shake() {
   ++counters_.shakes;
   now_ = best_;
-  gain_ = best_gain_;
-  for (const std::uint32_t k : facilities_to_throw(reach_)) {
-    const std::size_t to = below(candidates_.size());
-    now_->move(k, candidates_[to], candidates_.distances(to, column_));
-  }
+  offers_ = best_offers_;
+  throw_near(reach_);
   descend();
   if (now_->value() < best_->value() * (1 - kGain)) {
     best_ = now_;
-    best_gain_ = gain_;
+    best_offers_ = offers_;
     reach_ = 1;
   } else {
     reach_ = reach_ % std::min(count_, kFarthestShake) + 1;
@@ -191,8 +171,8 @@ void local_search::shake() {
 
 void local_search::descend_from(std::vector<xy> places) {
   places.insert(places.end(), ground_.existing.begin(), ground_.existing.end());
-  now_.emplace(ground_.table, std::move(places));
-  gain_.assign(candidates_.size(), kUnknown);
+  now_.emplace(ground_.sites, std::move(places));
+  offers_.assign(candidates_.size(), {kUnknown, 0, 0});
   descend();
 }
 
@@ -224,77 +204,88 @@ bool local_search::alternate() {
 }
 
 // What dropping a facility costs when a new one stands at a candidate (Whitaker 1983): the sites
-// that it serves go to their second, but for those that the new one takes. Differences of large
-// distances may promise a gain where there is none, so the move has to show it.
-bool local_search::try_candidate(std::size_t k, double least_gain) {
-  const std::span<const double> distance = candidates_.distances(k, column_);
+// that it serves go to their second, but for those that the new one takes.
+void local_search::ask(std::size_t k) {
   const std::span<const service::link> links = now_->links();
-  scratch_.assign(loss_.begin(), loss_.end());
   double gain = 0;
-  for (std::size_t i = 0; i < links.size(); ++i) {
-    const service::link& l = links[i];
-    if (distance[i] >= l.to_second) continue;
-    scratch_[l.first] -= l.to_second - std::max(distance[i], l.to_first);
-    gain += std::max(0.0, l.to_first - distance[i]);
+  spared_at_.clear();
+  candidates_.each_near(k, *now_, [&](std::uint32_t slot, double distance) {
+    const service::link& l = links[slot];
+    gain += std::max(0.0, l.to_first - distance);
+    if (l.first >= count_) return;
+    if (spared_[l.first] == 0) spared_at_.push_back(l.first);
+    spared_[l.first] += l.to_second - std::max(distance, l.to_first);
+  });
+  offer best{gain, -kUnknown, 0};
+  for (const std::uint32_t f : spared_at_) {
+    const double in_place = gain - (loss_[f] - std::exchange(spared_[f], 0));
+    if (in_place > best.in_place) best = {gain, in_place, f};
   }
-  const auto cheapest =
-      std::min_element(scratch_.begin(), scratch_.begin() + static_cast<std::ptrdiff_t>(count_));
-  gain_[k] = gain;
-  if (!(gain - *cheapest > least_gain)) return false;
-  const auto facility = static_cast<std::uint32_t>(cheapest - scratch_.begin());
+  offers_[k] = best;
+}
+
+// Differences of large distances may promise a gain where there is none, so the move has to show
+// it.
+bool local_search::exchange(std::size_t k, double least_gain) {
+  offer& o = offers_[k];
+  const std::uint32_t facility = o.in_place >= o.gain - loss_[cheapest_] ? o.of : cheapest_;
   const xy left = now_->places()[facility];
   const double before = now_->value();
-  now_->move(facility, candidates_[k], distance);
+  now_->move(facility, candidates_[k]);
   ++counters_.interchanges;
   if (now_->value() < before - least_gain / 2) return true;
   now_->move(facility, left);
   return false;
 }
 
-// What candidates gain is no longer known where it comes from sites whose links have changed.
-void local_search::ask_again() {
-  const std::span<const std::uint32_t> touched = now_->touched();
-  const bool all = !candidates_.kept() || touched.size() > ground_.table.size() / kFewTouched;
-  for (std::size_t k = 0; k < gain_.size(); ++k) {
-    if (gain_[k] == kUnknown) continue;
-    if (all) {
-      gain_[k] = kUnknown;
-      continue;
+// What facilities would cost if they were dropped. What candidates gain is no longer known where it
+// comes from sites whose links have changed.
+void local_search::price() {
+  const place_blocks& blocks = candidates_.blocks();
+  for (const std::uint32_t slot : now_->touched()) {
+    const double reach = now_->reach(slot);
+    const xy at = ground_.place_of(slot);
+    const double away = reach / ground_.sites.slope[slot];
+    for (std::size_t b = 0; b < blocks.size(); ++b) {
+      if (blocks.away(b, at) > away) continue;
+      for (const std::uint32_t k : blocks[b]) {
+        if (offers_[k].gain == kUnknown || ground_.sites.at_least(slot, candidates_[k]) >= reach)
+          continue;
+        if (ground_.sites.distance(slot, candidates_[k]) < reach) offers_[k].gain = kUnknown;
+      }
     }
-    const std::span<const double> distance = candidates_.distances(k, column_);
-    const auto near = [&](std::uint32_t slot) { return distance[slot] < now_->reach(slot); };
-    if (std::any_of(touched.begin(), touched.end(), near)) gain_[k] = kUnknown;
   }
   now_->forget_touched();
+  loss_.assign(now_->places().size(), 0);
+  spared_.resize(loss_.size(), 0);
+  for (const service::link& l : now_->links()) loss_[l.first] += l.to_second - l.to_first;
+  cheapest_ = static_cast<std::uint32_t>(
+      std::min_element(loss_.begin(), loss_.begin() + static_cast<std::ptrdiff_t>(count_)) -
+      loss_.begin());
 }
 
-// Tries the candidates in a ring, from one that is drawn, until none helps; a drawn part of them
-// where there are very many. Those are passed over that gained too little before, unless something
-// near them has changed.
+// The best interchanges one by one, of all candidates; of a drawn part where there are very many.
+// Those are asked again that have something near them changed.
 bool local_search::interchange() {
-  const std::size_t all = candidates_.size();
+  const std::size_t all = offers_.size();
   const std::size_t tries =
-      std::min(all, std::max<std::size_t>(kMostKept / ground_.table.size(), 32));
-  const std::size_t step = all / tries;
-  double least_loss = 0;
-  const auto price = [&] {
-    ask_again();
-    loss_.assign(now_->places().size(), 0);
-    for (const service::link& l : now_->links()) loss_[l.first] += l.to_second - l.to_first;
-    least_loss =
-        *std::min_element(loss_.begin(), loss_.begin() + static_cast<std::ptrdiff_t>(count_));
-  };
-  price();
-  bool helped = false;
-  std::size_t at = below(all);
-  for (std::size_t left = tries; left > 0 && (left % 64 != 0 || !expired_()); --left) {
-    at = (at + step) % all;
-    if (gain_[at] <= least_loss || !try_candidate(at, kGain * now_->value())) continue;
-    helped = true;
+      std::clamp<std::size_t>(kMostLooks / (ground_.sites.blocks.size() + kLooksOfTry), 1, all);
+  const std::size_t first = below(all);
+  for (bool helped = false;; helped = true) {
     price();
-    left = tries;
+    const double least_gain = kGain * now_->value();
+    std::size_t best = all;
+    double most = least_gain;
+    for (std::size_t j = 0, k = first; j < tries; ++j, k = k + 1 == all ? 0 : k + 1) {
+      if (j % kTriesToAsk == 0 && expired_()) return helped;
+      if (offers_[k].gain == kUnknown) ask(k);
+      const double gain = std::max(offers_[k].gain - loss_[cheapest_], offers_[k].in_place);
+      if (gain <= most) continue;
+      most = gain;
+      best = k;
+    }
+    if (best == all || !exchange(best, least_gain)) return helped;
   }
-  return helped;
 }
 
 }  // namespace planloc::detail

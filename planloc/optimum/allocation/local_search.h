@@ -9,31 +9,16 @@
 #include <optional>
 #include <random>
 #include <span>
+#include <utility>
 #include <vector>
 
+#include "planloc/optimum/allocation/candidate_places.h"
+#include "planloc/optimum/allocation/near_sites.h"
 #include "planloc/optimum/allocation/place_finder.h"
 #include "planloc/optimum/allocation/service.h"
-#include "planloc/optimum/evaluate.h"
 #include "planloc/optimum/location_allocation.h"
 
 namespace planloc::detail {
-
-// Places where an interchange may put a facility, counted from the table's base.
-class candidate_places {
- public:
-  candidate_places(const distance_table& table, std::vector<xy> places);
-
-  std::size_t size() const { return places_.size(); }
-  const xy& operator[](std::size_t k) const { return places_[k]; }
-  bool kept() const { return !kept_.empty(); }
-  // The distances of all slots from a place: kept where there are few, else put into `scratch`.
-  std::span<const double> distances(std::size_t k, std::vector<double>& scratch) const;
-
- private:
-  const distance_table& table_;
-  std::vector<xy> places_;
-  std::vector<double> kept_;
-};
 
 // What all starts share, and only read.
 class allocation_ground {
@@ -46,13 +31,15 @@ class allocation_ground {
 
   const allocation_problem& problem;
   distance_table table;
-  candidate_places sites;    // by slot
-  std::vector<xy> existing;  // counted from the table's base
+  near_sites sites;
+  candidate_places at_sites;  // by slot
+  std::vector<xy> existing;   // counted from the table's base
 };
 
 class local_search {
  public:
-  // Asks `expired` now and then, and ends when it says so.
+  // An interchange puts a facility at one of the candidates. Asks `expired` now and then, and ends
+  // when it says so.
   local_search(const allocation_ground& ground, const candidate_places& candidates,
                std::uint64_t seed, std::function<bool()> expired);
 
@@ -68,21 +55,22 @@ class local_search {
   // Descends from the best of its own places and others: of both together, those are dropped one by
   // one that cost the least.
   void merge(std::span<const xy> others);
-  // Throws `reach` facilities elsewhere, the next time more of them unless that helped.
+  // Throws some facilities elsewhere and descends, the next time more of them unless that helped.
   void shake();
 
  private:
   std::uint64_t below(std::uint64_t n) { return random_() % n; }
   double uniform() { return static_cast<double>(random_() >> 11) * 0x1p-53; }
   std::vector<xy> draw_places();
-  std::vector<std::uint32_t> facilities_to_throw(std::size_t reach);
+  void throw_near(std::size_t reach);
   std::vector<xy> best_of_both(std::span<const xy> others) const;
   void descend_from(std::vector<xy> places);
   void descend();
   bool alternate();
   bool interchange();
-  void ask_again();
-  bool try_candidate(std::size_t k, double least_gain);
+  void price();
+  void ask(std::size_t k);
+  bool exchange(std::size_t k, double least_gain);
 
   const allocation_ground& ground_;
   const candidate_places& candidates_;
@@ -92,9 +80,18 @@ class local_search {
   place_finder find_place_;
   std::optional<service> now_, best_;
   std::size_t reach_ = 1;
-  std::vector<double> loss_, scratch_, column_;
-  // What each candidate would gain beside all facilities; infinite where that is not known.
-  std::vector<double> gain_, best_gain_;
+  std::vector<double> loss_;    // of each facility, if it were dropped
+  std::uint32_t cheapest_ = 0;  // of the new ones
+  std::vector<double> spared_;  // scratch of ask(): 0 for each facility
+  std::vector<std::uint32_t> spared_at_;
+  std::vector<std::pair<double, std::uint32_t>> near_facilities_, near_candidates_;  // scratch
+  // What a candidate would gain beside all facilities, and in place of the best one near it; the
+  // gain is infinite where that is not known.
+  struct offer {
+    double gain, in_place;
+    std::uint32_t of;
+  };
+  std::vector<offer> offers_, best_offers_;
   allocation_counters counters_;
 };
 

@@ -5,6 +5,7 @@
 #include <bit>
 #include <cmath>
 
+#include "planloc/optimum/allocation/near_sites.h"
 #include "planloc/optimum/allocation/place_finder.h"
 #include "planloc/optimum/convex/cut_model.h"
 
@@ -39,16 +40,7 @@ double price_search::widest(const gauge_block& b) const {
 
 price_search::price_search(const distance_table& table) : table_(table) {
   for (const gauge_block& b : table.blocks) {
-    // The unit balls of lp lie in that of the maximum norm.
-    double most = 1;
-    if (b.kind == gauge::shape::polyhedral) {
-      most = 0;
-      for (std::uint32_t j = b.first_edge; j < b.first_edge + b.edges; ++j) {
-        const xy& v = table.edges[j].from;
-        most = std::max({most, std::fabs(v.x), std::fabs(v.y)});
-      }
-    }
-    reach_.push_back(most);
+    reach_.push_back(reach_of(table, b));
     widest_.push_back(widest(b));
   }
 }

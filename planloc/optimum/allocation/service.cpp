@@ -6,57 +6,79 @@
 
 namespace planloc::detail {
 
-service::service(const distance_table& table, std::vector<xy> places)
-    : table_(&table),
+namespace {
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kOutwards = 1 + 1e-12;  // far more than roundings
+
+}  // namespace
+
+service::service(const near_sites& sites, std::vector<xy> places)
+    : sites_(&sites),
       places_(std::move(places)),
-      distance_(table.size() * places_.size()),
-      links_(table.size()),
+      links_(sites.size()),
       changed_(places_.size(), 1),
-      reach_(table.size(), 0),
-      scratch_(table.size()) {
-  for (std::size_t k = 0; k < places_.size(); ++k) {
-    table.distances(places_[k], scratch_, {});
-    for (std::size_t i = 0; i < scratch_.size(); ++i) {
-      distance_[i * places_.size() + k] = scratch_[i];
-    }
-  }
-  for (std::size_t i = 0; i < links_.size(); ++i) {
-    rank(i);
-    value_ += links_[i].to_first;
-  }
+      reach_(sites.size(), 0),
+      sum_of_(sites.blocks.size()),
+      reach_of_(sites.blocks.size()),
+      second_of_(sites.blocks.size(), 0) {
+  for (std::size_t i = 0; i < links_.size(); ++i) rank(i);
+  for (std::size_t b = 0; b < sum_of_.size(); ++b) sum_up(b);
+  add_up();
 }
 
 void service::rank(std::size_t slot) {
-  const double* d = distance_.data() + slot * places_.size();
-  std::uint32_t first = 0;
-  for (std::uint32_t k = 1; k < places_.size(); ++k) {
-    if (d[k] < d[first]) first = k;
+  link& l = links_[slot];
+  l = {0, 0, kInfinity, kInfinity};
+  for (std::uint32_t k = 0; k < places_.size(); ++k) {
+    if (sites_->at_least(slot, places_[k]) >= l.to_second) continue;
+    const double d = sites_->distance(slot, places_[k]);
+    if (d < l.to_first) {
+      l = {k, l.first, d, l.to_first};
+    } else if (d < l.to_second) {
+      l.second = k;
+      l.to_second = d;
+    }
   }
-  links_[slot].first = first;
-  links_[slot].to_first = d[first];
-  find_second(slot);
 }
 
 void service::find_second(std::size_t slot) {
-  const double* d = distance_.data() + slot * places_.size();
   link& l = links_[slot];
-  l.to_second = std::numeric_limits<double>::infinity();
+  l.to_second = kInfinity;
   for (std::uint32_t k = 0; k < places_.size(); ++k) {
-    if (k == l.first || !(d[k] < l.to_second)) continue;
+    if (k == l.first || sites_->at_least(slot, places_[k]) >= l.to_second) continue;
+    const double d = sites_->distance(slot, places_[k]);
+    if (!(d < l.to_second)) continue;
     l.second = k;
-    l.to_second = d[k];
+    l.to_second = d;
   }
 }
 
-void service::change(std::size_t slot, std::uint32_t facility, double distance) {
+void service::sum_up(std::size_t block) {
+  double sum = 0;
+  double reach = 0;
+  double second = 0;
+  for (const std::uint32_t i : sites_->blocks[block]) {
+    sum += links_[i].to_first;
+    reach = std::max(reach, links_[i].to_second / sites_->slope[i]);
+    if (!sites_->scale.empty()) second = std::max(second, links_[i].to_second / sites_->scale[i]);
+  }
+  sum_of_[block] = sum;
+  reach_of_[block] = reach;
+  second_of_[block] = second;
+}
+
+void service::add_up() {
+  value_ = 0;
+  for (const double sum : sum_of_) value_ += sum;
+  farthest_second_ = *std::max_element(second_of_.begin(), second_of_.end()) * kOutwards;
+}
+
+void service::change(std::uint32_t slot, std::uint32_t facility, double distance) {
   const link before = links_[slot];
   update(slot, facility, distance);
-  const link& now = links_[slot];
-  if (now.first == before.first && now.second == before.second && now.to_first == before.to_first &&
-      now.to_second == before.to_second)
-    return;
-  if (reach_[slot] == 0) touched_.push_back(static_cast<std::uint32_t>(slot));
-  reach_[slot] = std::max({reach_[slot], before.to_second, now.to_second});
+  if (reach_[slot] == 0) touched_.push_back(slot);
+  reach_[slot] = std::max({reach_[slot], before.to_second, links_[slot].to_second});
 }
 
 void service::forget_touched() {
@@ -64,8 +86,7 @@ void service::forget_touched() {
   touched_.clear();
 }
 
-void service::update(std::size_t slot, std::uint32_t facility, double distance) {
-  distance_[slot * places_.size() + facility] = distance;
+void service::update(std::uint32_t slot, std::uint32_t facility, double distance) {
   link& l = links_[slot];
   if (l.first == facility) {
     if (distance <= l.to_second) {
@@ -80,31 +101,45 @@ void service::update(std::size_t slot, std::uint32_t facility, double distance) 
     l.second = facility;
     l.to_second = distance;
     return;
-  } else if (l.second == facility) {
-    return find_second(slot);
   } else {
-    return;
+    return find_second(slot);
   }
   changed_[facility] = changed_[l.first] = 1;
 }
 
-void service::move(std::uint32_t facility, const xy& to, std::span<const double> distance) {
-  places_[facility] = to;
-  if (distance.empty()) {
-    table_->distances(to, scratch_, {});
-    distance = scratch_;
+void service::move(std::uint32_t facility, const xy& to) {
+  const xy from = std::exchange(places_[facility], to);
+  for (std::size_t b = 0; b < reach_of_.size(); ++b) {
+    if (std::min(sites_->blocks.away(b, from), sites_->blocks.away(b, to)) > reach_of_[b]) continue;
+    bool stays = true;
+    for (const std::uint32_t i : sites_->blocks[b]) {
+      const link& l = links_[i];
+      const bool served = l.first == facility || l.second == facility;
+      if (!served && sites_->at_least(i, to) >= l.to_second) continue;
+      const double d = sites_->distance(i, to);
+      if (!served && !(d < l.to_second)) continue;
+      change(i, facility, d);
+      stays = false;
+    }
+    if (!stays) sum_up(b);
   }
-  value_ = 0;
-  for (std::size_t i = 0; i < links_.size(); ++i) {
-    change(i, facility, distance[i]);
-    value_ += links_[i].to_first;
-  }
+  add_up();
+}
+
+void service::drop(std::uint32_t facility) {
+  places_[facility] = {kInfinity, kInfinity};
+  for (std::uint32_t i = 0; i < links_.size(); ++i)
+    if (links_[i].first == facility || links_[i].second == facility) change(i, facility, kInfinity);
+  for (std::size_t b = 0; b < sum_of_.size(); ++b) sum_up(b);
+  add_up();
 }
 
 std::span<const std::uint32_t> service::served_by(std::uint32_t facility) {
   served_.clear();
-  for (std::uint32_t i = 0; i < links_.size(); ++i) {
-    if (links_[i].first == facility) served_.push_back(i);
+  for (std::size_t b = 0; b < reach_of_.size(); ++b) {
+    if (sites_->blocks.away(b, places_[facility]) > reach_of_[b]) continue;
+    for (const std::uint32_t i : sites_->blocks[b])
+      if (links_[i].first == facility) served_.push_back(i);
   }
   return served_;
 }
