@@ -65,8 +65,9 @@ struct efficient_polyline {
 };
 
 struct polyline_options {
-  double seconds = std::numeric_limits<double>::infinity();           // throws unless from 0 up
-  std::size_t evaluations = std::numeric_limits<std::size_t>::max();  // of both criteria
+  double seconds = std::numeric_limits<double>::infinity();  // throws unless from 0 up
+  // Of both criteria; there is always one.
+  std::size_t evaluations = std::numeric_limits<std::size_t>::max();
   std::stop_token stop;
 };
 

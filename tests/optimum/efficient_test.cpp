@@ -509,12 +509,15 @@ TEST(EfficientPolyline, VerifyRefusesWhatWasSpoiled) {
 TEST(EfficientPolyline, LimitsAndBadInput) {
   instance_source source(28);
   const bicriteria_problem p = mixed_problem(source, layout::scattered, 50, relation::apart);
-  polyline_options few;
-  few.evaluations = 25;
-  const efficient_polyline early = approximate_efficient_set(p, 1e-6, few);
-  EXPECT_EQ(early.status, polyline_status::stopped);
-  EXPECT_GT(early.distance, 1e-6);
-  EXPECT_TRUE(verify(p, early).accepted) << verify(p, early).reason;
+  for (const std::size_t most : {0, 1, 2, 5, 25}) {
+    polyline_options few;
+    few.evaluations = most;
+    const efficient_polyline early = approximate_efficient_set(p, 1e-6, few);
+    EXPECT_EQ(early.status, polyline_status::stopped);
+    EXPECT_EQ(early.counters.evaluations, std::max<std::size_t>(most, 1));
+    EXPECT_GT(early.distance, 1e-6);
+    EXPECT_TRUE(verify(p, early).accepted) << verify(p, early).reason;
+  }
   const std::vector<bicriteria_site> two{{0, 0, 1, 1}, {1, 0, 1, 1}};
   const struct {
     std::function<void()> call;

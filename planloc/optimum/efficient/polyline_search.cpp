@@ -353,7 +353,7 @@ efficient_polyline polyline_search::claim() {
   result.status = result.distance <= tolerance_ ? polyline_status::within_tolerance
                   : stopped_                    ? polyline_status::stopped
                                                 : polyline_status::above_tolerance;
-  result.counters.evaluations = evaluate_[0].count();
+  result.counters.evaluations = pool_.size();
   result.counters.seconds =
       std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
   return result;
