@@ -239,7 +239,7 @@ TEST(Convex, SmoothGaugesProvedByIntervals) {
 // problems under the limit are solved in fractions.
 TEST(Convex, PowersNearTheirLimits) {
   instance_source source(12);
-  for (const double power : {1 + 1e-3, 1e4, 1e6, 1e9, 1e14, 1e20, 1e300}) {
+  for (const double power : {1 + 1e-12, 1 + 1e-6, 1 + 1e-3, 1e4, 1e6, 1e9, 1e14, 1e20, 1e300}) {
     const bool large = power > 2;
     const double width = std::pow(2, large ? 1 / power : 1 - 1 / power) * (1 + 1e-10);
     for (const layout l : {layout::scattered, layout::lattice, layout::line, layout::one_place,

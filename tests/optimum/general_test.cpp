@@ -144,6 +144,10 @@ TEST(General, SmoothAndLevelFarAway) {
     spoiled.lower_bound = s.value + 1e-6;
     EXPECT_FALSE(verify(p, spoiled).accepted);
   }
+  // Sites that tie along diagonals, where the slopes nearly leap: triangles need many halvings.
+  const problem ties({{2, 2}, {1, 0}, {0, 2}, {3, 1}, {1, 1}}, {gauge::lp(1000)},
+                     order_weights::range());
+  EXPECT_EQ(verify(ties, minimise(ties)).reason, "");
   const problem nowhere({{0.1, -0.7}, {0.1, -0.7}}, {gauge::lp(1.5)}, order_weights({1, -1}));
   expect_solved(nowhere, {.absolute = 1e-300});
   minimise_options options;

@@ -12,15 +12,26 @@ using triple = std::array<double, 3>;
 
 constexpr std::size_t kSides = 4;
 constexpr int kMostPivots = 200;
+// Of the terms of a determinant: below, doubles lose too much in one refinement.
+constexpr double kNearlySingular = 0x1p-32;
+constexpr int kMostRefinements = 6;
 constexpr double kLeastShare = 1e-14;
 constexpr double kSlack = 1e-15;
 constexpr double kRounding = 0x1p-51;
 
-triple cross(const triple& a, const triple& b) {
+template <class Real>
+std::array<Real, 3> cross(const std::array<Real, 3>& a, const std::array<Real, 3>& b) {
   return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
 }
 
-double dot(const triple& a, const triple& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
+template <class Real>
+Real dot(const std::array<Real, 3>& a, const std::array<Real, 3>& b) {
+  return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+}
+
+triple rounded(const std::array<long double, 3>& a) {
+  return {static_cast<double>(a[0]), static_cast<double>(a[1]), static_cast<double>(a[2])};
+}
 
 }  // namespace
 
@@ -70,41 +81,98 @@ void cut_model::recentre(const xy& centre) {
 }
 
 double cut_model::slack(const row& r) const {
-  return dot(r.normal, {offset_.x, offset_.y, bound_}) - r.right;
+  return dot(r.normal, triple{offset_.x, offset_.y, bound_}) - r.right;
+}
+
+namespace {
+
+template <class Real>
+struct inverse_of {
+  std::array<std::array<Real, 3>, 3> columns;
+  Real determinant;
+
+  explicit inverse_of(const std::array<triple, 3>& rows) {
+    std::array<std::array<Real, 3>, 3> n;
+    for (std::size_t k = 0; k < 3; ++k) std::copy_n(rows[k].begin(), 3, n[k].begin());
+    columns = {cross(n[1], n[2]), cross(n[2], n[0]), cross(n[0], n[1])};
+    determinant = dot(n[0], columns[0]);
+    for (auto& c : columns) {
+      for (Real& entry : c) entry /= determinant;
+    }
+  }
+};
+
+// The determinant if none of its terms took off.
+double sum_of_terms(const std::array<triple, 3>& n) {
+  double sum = 0;
+  for (std::size_t j = 0; j < 3; ++j) {
+    const std::size_t k = (j + 1) % 3;
+    const std::size_t l = (j + 2) % 3;
+    sum += std::fabs(n[0][j]) * (std::fabs(n[1][k] * n[2][l]) + std::fabs(n[1][l] * n[2][k]));
+  }
+  return sum;
+}
+
+}  // namespace
+
+// Near the end, and where a ball is nearly a polygon, the slopes are nearly in a line.
+bool cut_model::invert() {
+  const std::array<triple, 3> rows{rows_[basis_[0]].normal, rows_[basis_[1]].normal,
+                                   rows_[basis_[2]].normal};
+  const inverse_of<double> inverse(rows);
+  inverse_ = inverse.columns;
+  if (std::fabs(inverse.determinant) > kNearlySingular * sum_of_terms(rows)) return true;
+  const inverse_of<long double> wide(rows);
+  for (std::size_t k = 0; k < 3; ++k) std::copy_n(wide.columns[k].begin(), 3, inverse_[k].begin());
+  return false;
 }
 
 void cut_model::locate() {
-  const triple& a = rows_[basis_[0]].normal;
-  const triple& b = rows_[basis_[1]].normal;
-  const triple& c = rows_[basis_[2]].normal;
-  inverse_ = {cross(b, c), cross(c, a), cross(a, b)};
-  const double determinant = dot(a, inverse_[0]);
-  for (std::size_t k = 0; k < 3; ++k) {
-    for (double& entry : inverse_[k]) entry /= determinant;
-    multiplier_[k] = inverse_[k][2];
-  }
-  // One step of refinement each: near the end the slopes are nearly in a line.
-  triple rest{0, 0, 1};
-  for (std::size_t j = 0; j < 3; ++j) {
-    long double sum = rest[j];
-    for (std::size_t k = 0; k < 3; ++k) {
-      sum -= static_cast<long double>(rows_[basis_[k]].normal[j]) * multiplier_[k];
+  const int refinements = invert() ? 1 : kMostRefinements;
+  const auto refine = [&](triple& solution, auto rest_of, auto correct) {
+    solution = {0, 0, 0};
+    double last = std::numeric_limits<double>::infinity();
+    for (int step = 0; step <= refinements; ++step) {
+      const triple rest = rest_of(solution);
+      const double left = std::fabs(rest[0]) + std::fabs(rest[1]) + std::fabs(rest[2]);
+      if (!(left < last)) return;
+      last = left;
+      correct(solution, rest);
     }
-    rest[j] = static_cast<double>(sum);
-  }
-  for (std::size_t k = 0; k < 3; ++k) multiplier_[k] += dot(inverse_[k], rest);
-  triple z{0, 0, 0};
-  for (int step = 0; step < 2; ++step) {
-    const triple from = z;
-    for (std::size_t k = 0; k < 3; ++k) {
-      const row& r = rows_[basis_[k]];
-      long double sum = r.right;
-      for (std::size_t j = 0; j < 3; ++j) sum -= static_cast<long double>(r.normal[j]) * from[j];
-      for (std::size_t j = 0; j < 3; ++j) z[j] += inverse_[k][j] * static_cast<double>(sum);
-    }
-  }
-  offset_ = {z[0], z[1]};
-  bound_ = z[2];
+  };
+  refine(
+      multiplier_,
+      [this](const triple& shares) {
+        std::array<long double, 3> sum{0, 0, 1};
+        for (std::size_t k = 0; k < 3; ++k) {
+          for (std::size_t j = 0; j < 3; ++j)
+            sum[j] -= static_cast<long double>(rows_[basis_[k]].normal[j]) * shares[k];
+        }
+        return rounded(sum);
+      },
+      [this](triple& shares, const triple& rest) {
+        for (std::size_t k = 0; k < 3; ++k) shares[k] += dot(inverse_[k], rest);
+      });
+  triple at;
+  refine(
+      at,
+      [this](const triple& z) {
+        std::array<long double, 3> sum{};
+        for (std::size_t k = 0; k < 3; ++k) {
+          const row& r = rows_[basis_[k]];
+          sum[k] = r.right;
+          for (std::size_t j = 0; j < 3; ++j)
+            sum[k] -= static_cast<long double>(r.normal[j]) * z[j];
+        }
+        return rounded(sum);
+      },
+      [this](triple& z, const triple& rest) {
+        for (std::size_t k = 0; k < 3; ++k) {
+          for (std::size_t j = 0; j < 3; ++j) z[j] += inverse_[k][j] * rest[k];
+        }
+      });
+  offset_ = {at[0], at[1]};
+  bound_ = at[2];
 }
 
 xy cut_model::minimiser() const { return {centre_.x + offset_.x, centre_.y + offset_.y}; }

@@ -64,6 +64,8 @@ class cut_model {
   triple best_shares() const;
   void set_right(row& r) const;
   void set_sides();
+  // Whether doubles do it well.
+  bool invert();
   void locate();
   bool pivot(std::size_t entering);
   double slack(const row& r) const;
