@@ -443,6 +443,21 @@ TEST(General, StoppedAtANegativeValue) {
   EXPECT_EQ(verify(p, minimise(p, any)).reason, "");
 }
 
+// Of large values: a unit in the last place of the bound counts.
+TEST(General, SmallAbsoluteGapsAreReached) {
+  instance_source source(17);
+  for (int trial = 0; trial < 40; ++trial) {
+    auto sites = source.sites(layout::scattered, 9, 1);
+    for (site& s : sites) s.weight = 1e4;
+    const problem p(sites, {gauge::l1()}, order_weights::trimmed_mean(1, 1));
+    minimise_options options;
+    options.absolute_gap = source.uniform(1e-9, 1e-3);
+    const solution s = minimise(p, options);
+    EXPECT_NE(s.status, solution_status::stopped);
+    EXPECT_LE(s.gap(), options.absolute_gap);
+  }
+}
+
 // f is its own recession function there: 0 is the least value if that is nowhere negative.
 TEST(General, AllSitesAtOnePlace) {
   const gauge triangle = gauge::polyhedral({{3, 1}, {-1, 2}, {-1, -2}});

@@ -37,8 +37,10 @@ constexpr double kMostDoubt = 100;
 // is solved exactly and more such cells were halved already.
 constexpr double kSideGap = 1e-7;
 constexpr std::size_t kMostCloseCalls = 2000;
-// Of a gap that is asked for: what the search aims at, so that roundings do not spoil it.
+// Of a gap that is asked for: what the search aims at, less a little of the value, so that
+// roundings do not spoil it.
 constexpr double kAimed = 1 - 0x1p-30;
+constexpr double kRoundingsOfValue = 0x1p-50;
 // Halvings of a triangle of the sites' extent: smaller ones are beyond what doubles can tell.
 constexpr int kMostDepth = 100;
 // Break lines for which a large cell is solved exactly. Where f levels off far from the sites, it
@@ -193,7 +195,7 @@ double general_search::seconds() const {
 double general_search::tolerance() const {
   const double size = std::fabs(best_.value());
   const double asked = std::max(options_.absolute_gap, options_.relative_gap * size);
-  return std::max(kAimed * asked,
+  return std::max(kAimed * asked - kRoundingsOfValue * size,
                   problem_.polyhedral() ? 0 : std::max(kSmoothAim * size, roundings_.of_value));
 }
 
