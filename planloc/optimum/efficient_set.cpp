@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "planloc/optimum/convex/likely_optimum.h"
 #include "planloc/optimum/efficient/chain_walk.h"
 #include "planloc/optimum/input_check.h"
 #include "planloc/optimum/minimise.h"
@@ -29,7 +30,9 @@ class chain_search {
  private:
   using pieces = std::vector<efficient_piece>;
 
-  std::optional<exact_xy> optimum(std::vector<site> sites);
+  problem sum(std::vector<site> sites) const;
+  minimise_options limits() const;
+  std::optional<exact_xy> optimum(const problem& p);
   std::optional<chain_walk> corner_of_sum(detail::ray_arrangement& arrangement);
   // Faces and levels in turns from the walk's corner on, beside so many others; false if it was
   // stopped.
@@ -46,15 +49,23 @@ class chain_search {
   std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 
-// Of the sum of the distances; none if it was not found in time.
-std::optional<exact_xy> chain_search::optimum(std::vector<site> sites) {
+problem chain_search::sum(std::vector<site> sites) const {
+  return {std::move(sites),
+          {problem_.gauges().begin(), problem_.gauges().end()},
+          order_weights::median()};
+}
+
+minimise_options chain_search::limits() const {
   minimise_options options;
   options.whole_set = false;
   options.seconds = std::max(0.0, options_.seconds - seconds());
   options.stop = options_.stop;
-  const problem p(std::move(sites), {problem_.gauges().begin(), problem_.gauges().end()},
-                  order_weights::median());
-  const solution s = minimise(p, options);
+  return options;
+}
+
+// None if it was not found in time.
+std::optional<exact_xy> chain_search::optimum(const problem& p) {
+  const solution s = minimise(p, limits());
   chain_.counters.evaluations += s.counters.evaluations;
   if (s.status != solution_status::optimal) return std::nullopt;
   if (s.exact.empty()) return detail::to_exact(s.point);
@@ -62,18 +73,25 @@ std::optional<exact_xy> chain_search::optimum(std::vector<site> sites) {
 }
 
 // A walk at a corner of the optima of f_1 + f_2. Rounded sums of the two weights of a site mostly
-// have one; else each weight is a site of its own.
+// have one, where the search in doubles ends; else each weight is a site of its own.
 std::optional<chain_walk> chain_search::corner_of_sum(detail::ray_arrangement& arrangement) {
   std::vector<site> rounded;
   rounded.reserve(problem_.sites().size());
   bool in_range = true;
   for (const bicriteria_site& s : problem_.sites()) {
-    const double sum = s.weight1 + s.weight2;
-    in_range = in_range && sum <= kMostNumber;
-    rounded.push_back({s.x, s.y, sum, s.gauge});
+    const double weight = s.weight1 + s.weight2;
+    in_range = in_range && weight <= kMostNumber;
+    rounded.push_back({s.x, s.y, weight, s.gauge});
   }
   if (in_range) {
-    const std::optional<exact_xy> start = optimum(std::move(rounded));
+    const problem p = sum(std::move(rounded));
+    const detail::likely_optimum likely = detail::find_likely_optimum(p, limits());
+    chain_.counters.evaluations += likely.evaluations;
+    if (likely.vertex) {
+      chain_walk w(arrangement, *likely.vertex);
+      if (w.at_optimum_of_sum()) return w;
+    }
+    const std::optional<exact_xy> start = optimum(p);
     if (!start) return std::nullopt;
     chain_walk w(arrangement, *start);
     if (w.at_optimum_of_sum()) return w;
@@ -84,7 +102,7 @@ std::optional<chain_walk> chain_search::corner_of_sum(detail::ray_arrangement& a
       if (w > 0) apart.push_back({s.x, s.y, w, s.gauge});
     }
   }
-  const std::optional<exact_xy> start = optimum(std::move(apart));
+  const std::optional<exact_xy> start = optimum(sum(std::move(apart)));
   if (!start) return std::nullopt;
   return chain_walk(arrangement, *start);
 }

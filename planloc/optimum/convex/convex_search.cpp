@@ -12,6 +12,7 @@
 #include "planloc/optimum/convex/exact_cuts.h"
 #include "planloc/optimum/convex/excess.h"
 #include "planloc/optimum/convex/far_sites.h"
+#include "planloc/optimum/convex/likely_optimum.h"
 #include "planloc/optimum/convex/optimal_face.h"
 #include "planloc/optimum/convex/smooth_median.h"
 #include "planloc/optimum/convex/snap.h"
@@ -111,6 +112,24 @@ class convex_search {
     result_.counters.evaluations = evaluate_.count();
     result_.counters.seconds = seconds();
     return std::move(result_);
+  }
+
+  // REQUIRES: polyhedral gauges.
+  detail::likely_optimum find_likely() {
+    close_gap();
+    detail::likely_optimum result;
+    if (!ended_) {
+      places_.emplace(problem_, table_);
+      const auto lines = lines_near(model_.minimiser(), kSnapReaches.back() * extent_);
+      for (const double reach : kSnapReaches) {
+        auto snapped = lines.snap(reach * extent_);
+        if (snapped.lines < 2) continue;
+        result.vertex = std::move(snapped.at);
+        break;
+      }
+    }
+    result.evaluations = evaluate_.count();
+    return result;
   }
 
  private:
@@ -482,6 +501,11 @@ solution over_the_plane(const problem& p, const minimise_options& options) {
 }
 
 }  // namespace
+
+detail::likely_optimum detail::find_likely_optimum(const problem& p,
+                                                   const minimise_options& options) {
+  return convex_search(p, options).find_likely();
+}
 
 solution minimise_convex(const problem& p, const minimise_options& options) {
   if (!p.convex())

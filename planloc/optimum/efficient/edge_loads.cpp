@@ -61,6 +61,7 @@ edge_loads::edge_loads(const ray_arrangement& arrangement)
   }
   exponent_ = least - 52;
   for (side& s : sides_) s.load.resize(arrangement.rays());
+  late_.reserve(p.sites().size());
 }
 
 void edge_loads::change(std::uint32_t site, std::uint32_t edge, int sign) {

@@ -35,48 +35,10 @@ xy direction_of(const bicriteria_problem& p, const ray_line& l) {
   return p.gauge_of(l.site).vertices()[l.vertex];
 }
 
-struct line_offset {
-  double offset;
-  std::uint32_t site;
-};
+// How many lines on either side of a place are put in order at first, where they are spread evenly.
+constexpr double kLinesAhead = 8;
 
-bool before(const line_offset& a, const line_offset& b) {
-  return a.offset < b.offset || (a.offset == b.offset && a.site < b.site);
-}
-
-using offsets = std::vector<line_offset>;
-
-// Spreads them over as many bins as there are, which leaves little to be sorted where they are
-// spread evenly.
-void sort_by_bins(offsets& all, offsets& scratch, std::vector<std::uint32_t>& bins) {
-  constexpr std::uint32_t kMostInBin = 16;
-  if (all.size() < 2) return;
-  double low = all[0].offset;
-  double high = low;
-  for (const line_offset& o : all) {
-    low = std::min(low, o.offset);
-    high = std::max(high, o.offset);
-  }
-  const double bins_per_unit = static_cast<double>(all.size() - 1) / (high - low);
-  const auto bin_of = [&](double offset) {
-    return static_cast<std::uint32_t>(static_cast<std::int32_t>((offset - low) * bins_per_unit));
-  };
-  if (!std::isfinite(bins_per_unit)) return std::sort(all.begin(), all.end(), before);
-  bins.assign(all.size() + 1, 0);
-  for (const line_offset& o : all) ++bins[bin_of(o.offset) + 1];
-  if (*std::max_element(bins.begin(), bins.end()) > kMostInBin)
-    return std::sort(all.begin(), all.end(), before);
-  std::partial_sum(bins.begin(), bins.end(), bins.begin());
-  scratch.resize(all.size());
-  for (const line_offset& o : all) scratch[bins[bin_of(o.offset)]++] = o;
-  all.swap(scratch);
-  for (auto next = all.begin() + 1; next != all.end(); ++next) {
-    const line_offset moving = *next;
-    auto to = next;
-    for (; to != all.begin() && before(moving, *(to - 1)); --to) *to = *(to - 1);
-    *to = moving;
-  }
-}
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 }  // namespace
 
@@ -143,6 +105,7 @@ ray_arrangement::ray_arrangement(const bicriteria_problem& p) : problem_(p) {
   const auto [low, high] = std::minmax_element(
       p.sites().begin(), p.sites().end(), [](const auto& a, const auto& b) { return a.y < b.y; });
   base_ = {left->x + (right->x - left->x) / 2, low->y + (high->y - low->y) / 2};
+  relative_.reserve(p.sites().size());
   for (const bicriteria_site& s : p.sites()) {
     relative_.push_back({s.x - base_.x, s.y - base_.y});
     extent_ = std::max({extent_, std::fabs(relative_.back().x), std::fabs(relative_.back().y)});
@@ -156,7 +119,7 @@ ray_arrangement::ray_arrangement(const bicriteria_problem& p) : problem_(p) {
   }
   first_.push_back(rays());
   sort_headings();
-  sort_families();
+  make_families();
 }
 
 void ray_arrangement::sort_headings() {
@@ -191,29 +154,85 @@ std::uint32_t ray_arrangement::edge_towards(std::uint32_t gauge, std::uint32_t h
   return r;
 }
 
-void ray_arrangement::sort_families() {
-  std::vector<std::vector<std::uint32_t>> members(first_.size() - 1);
-  for (std::uint32_t i = 0; i < relative_.size(); ++i)
-    members[problem_.sites()[i].gauge].push_back(i);
-  std::size_t total = 0;
-  for (std::uint32_t r = 0; r < rays(); ++r) total += members[gauge_[r]].size();
-  offset_.reserve(total);
-  site_.reserve(total);
-  offsets sorted;
-  offsets scratch;
-  std::vector<std::uint32_t> bins;
-  for (std::uint32_t r = 0; r < rays(); ++r) {
-    sorted.clear();
-    for (const std::uint32_t i : members[gauge_[r]])
-      sorted.push_back({cross(direction_[r], relative_[i]), i});
-    sort_by_bins(sorted, scratch, bins);
-    const auto begin = static_cast<std::uint32_t>(offset_.size());
-    for (const auto& [offset, i] : sorted) {
-      offset_.push_back(offset);
-      site_.push_back(i);
-    }
-    family_.push_back({begin, static_cast<std::uint32_t>(offset_.size())});
+void ray_arrangement::make_families() {
+  const std::size_t gauges = first_.size() - 1;
+  std::vector<std::uint32_t> end_of(gauges + 1, 0);  // in member_, by gauge plus 1
+  for (const bicriteria_site& s : problem_.sites()) ++end_of[s.gauge + 1];
+  std::partial_sum(end_of.begin(), end_of.end(), end_of.begin());
+  const std::vector<std::uint32_t> first_of = end_of;
+  member_.resize(relative_.size());
+  std::vector<xy> at(relative_.size());
+  for (std::uint32_t i = 0; i < relative_.size(); ++i) {
+    const std::uint32_t k = end_of[problem_.sites()[i].gauge]++;
+    member_[k] = i;
+    at[k] = relative_[i];
   }
+  std::size_t total = 0;
+  for (std::uint32_t r = 0; r < rays(); ++r) {
+    const std::uint32_t first = first_of[gauge_[r]];
+    const std::size_t begin = total;
+    total += first_of[gauge_[r] + 1] - first;
+    family_.push_back({first, begin, total, 0, 0, {}});
+  }
+  offset_.resize(total);
+  for (std::uint32_t r = 0; r < rays(); ++r) {
+    const family& f = family_[r];
+    const xy v = direction_[r];
+    for (std::size_t k = f.begin; k < f.end; ++k)
+      offset_[k] = cross(v, at[f.first_member + (k - f.begin)]);
+  }
+}
+
+// The lines with offsets from `low` on, below `high`, in order.
+std::span<const ray_arrangement::ordered_line> ray_arrangement::gather(const family& f, double low,
+                                                                       double high) {
+  gathered_.resize(f.end - f.begin);
+  std::size_t count = 0;
+  for (std::size_t k = f.begin; k < f.end; ++k) {
+    gathered_[count] = {offset_[k], member_[f.first_member + (k - f.begin)]};
+    count += offset_[k] >= low && offset_[k] < high ? 1 : 0;
+  }
+  const auto end = gathered_.begin() + static_cast<std::ptrdiff_t>(count);
+  std::sort(gathered_.begin(), end, [](const ordered_line& a, const ordered_line& b) {
+    return a.offset < b.offset || (a.offset == b.offset && a.site < b.site);
+  });
+  return {gathered_.begin(), end};
+}
+
+// Puts the lines of a wider range in order.
+void ray_arrangement::widen(family& f, double low, double high) {
+  if (low < f.low) {
+    const auto before = gather(f, low, f.low);
+    f.lines.insert(f.lines.begin(), before.begin(), before.end());
+    f.low = low;
+  }
+  if (high > f.high) {
+    const auto after = gather(f, f.high, high);
+    f.lines.insert(f.lines.end(), after.begin(), after.end());
+    f.high = high;
+  }
+}
+
+// Puts lines in order so that the range has a place in it.
+void ray_arrangement::widen_to(family& f, std::uint32_t ray, double here) {
+  if (here >= f.low && here < f.high) return;
+  const double around = lines_apart(f, ray) * kLinesAhead;
+  if (f.low == f.high) f.low = f.high = here - around;
+  widen(f, std::min(f.low, here - around), std::max(f.high, here + around));
+}
+
+// To twice the range on one side of a place, or to all that is there.
+void ray_arrangement::widen_from(family& f, std::uint32_t ray, double here, bool rising) {
+  const double apart = lines_apart(f, ray);
+  const double further = std::max(2 * (rising ? f.high - here : here - f.low), apart * kLinesAhead);
+  const double wide =
+      further < 2 * apart * static_cast<double>(f.end - f.begin) ? further : kInfinity;
+  widen(f, rising ? f.low : here - wide, rising ? here + wide : f.high);
+}
+
+// Where they are spread evenly.
+double ray_arrangement::lines_apart(const family& f, std::uint32_t ray) const {
+  return 2 * size_of(direction_[ray]) * extent_ / static_cast<double>(f.end - f.begin);
 }
 
 // ----- The walk to the next place -----
@@ -235,7 +254,7 @@ double ray_arrangement::rate(std::uint32_t ray, const xy& d) const {
 // steps, on the side of the ray if the meeting place is ahead of the site.
 void ray_arrangement::search(std::uint32_t ray, const rung_place& from, std::uint32_t heading,
                              const std::vector<std::int32_t>& tie) {
-  const family& f = family_[ray];
+  family& f = family_[ray];
   if (f.begin == f.end || side(heading_[ray], heading) == 0) return;
   const xy& d = vector_[heading];
   const double per_unit = rate(ray, d);
@@ -247,19 +266,30 @@ void ray_arrangement::search(std::uint32_t ray, const rung_place& from, std::uin
   const double per_step = dot(v, d);
   const double steps_per_offset = 1 / std::fabs(per_unit);
   const std::int32_t own = static_cast<std::int32_t>(ray - first_[gauge_[ray]]);
-  const auto begin = offset_.begin() + f.begin;
-  const auto end = offset_.begin() + f.end;
   const bool rising = per_unit > 0;
-  auto k = static_cast<std::int64_t>((rising ? std::lower_bound(begin, end, here - error)
-                                             : std::upper_bound(begin, end, here + error)) -
-                                     offset_.begin()) -
-           (rising ? 0 : 1);
-  for (; k >= f.begin && k < f.end; k += rising ? 1 : -1) {
-    const auto index = static_cast<std::size_t>(k);
-    const double away = rising ? offset_[index] - here : here - offset_[index];
-    const double least = (away - error) * steps_per_offset * (1 - kStepError);
+  const double first = rising ? here - error : here + error;
+  widen_to(f, ray, first);
+  const auto less = [](const ordered_line& l, double offset) { return l.offset < offset; };
+  const auto more = [](double offset, const ordered_line& l) { return offset < l.offset; };
+  auto k =
+      rising ? std::lower_bound(f.lines.begin(), f.lines.end(), first, less) - f.lines.begin()
+             : std::upper_bound(f.lines.begin(), f.lines.end(), first, more) - f.lines.begin() - 1;
+  const auto least_step = [&](double away) {
+    return (away - error) * steps_per_offset * (1 - kStepError);
+  };
+  for (;; k += rising ? 1 : -1) {
+    while (rising ? k == std::ssize(f.lines) : k < 0) {
+      const double border = rising ? f.high - here : here - f.low;
+      if (border == kInfinity || least_step(border) > reach_) return;
+      const std::ptrdiff_t known = std::ssize(f.lines);
+      widen_from(f, ray, here, rising);
+      if (!rising) k += std::ssize(f.lines) - known;
+    }
+    const ordered_line& l = f.lines[static_cast<std::size_t>(k)];
+    const double away = rising ? l.offset - here : here - l.offset;
+    const double least = least_step(away);
     if (least > reach_) return;
-    const std::uint32_t i = site_[index];
+    const std::uint32_t i = l.site;
     if (tie[i] == own || tie[i] == kAtSite) continue;
     const double step = away * steps_per_offset;
     const double ahead = dot(v, {at.x - relative_[i].x, at.y - relative_[i].y}) + step * per_step;
@@ -275,7 +305,7 @@ void ray_arrangement::search(std::uint32_t ray, const rung_place& from, std::uin
 void ray_arrangement::meet(const rung_place& from, std::uint32_t heading,
                            const std::vector<std::int32_t>& tie, std::vector<ray_line>& met) {
   candidates_.clear();
-  reach_ = std::numeric_limits<double>::infinity();
+  reach_ = kInfinity;
   for (std::uint32_t r = 0; r < rays(); ++r) search(r, from, heading, tie);
   std::erase_if(candidates_, [this](const candidate& c) { return c.least_step > reach_; });
   met.clear();

@@ -11,6 +11,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "planloc/foundation/geometry/double_double_xy.h"
@@ -99,9 +100,19 @@ class ray_arrangement {
             std::vector<ray_line>& met);
 
  private:
-  // The lines of one ray of one gauge, by the side on which they pass the base.
+  struct ordered_line {
+    double offset;  // cross(direction, site)
+    std::uint32_t site;
+  };
+  // The lines of one ray of one gauge. Those in a range of offsets are in order, which grows as the
+  // walk goes on.
   struct family {
-    std::uint32_t begin, end;  // in offset_
+    std::uint32_t first_member = 0;  // in member_
+    std::size_t begin = 0;           // in offset_
+    std::size_t end = 0;
+    double low = 0;  // of the range; `high` is not in it
+    double high = 0;
+    std::vector<ordered_line> lines;
   };
   struct candidate {
     std::uint32_t ray, site;
@@ -114,7 +125,12 @@ class ray_arrangement {
     return h >= headings() ? h - headings() : h;
   }
   void sort_headings();
-  void sort_families();
+  void make_families();
+  std::span<const ordered_line> gather(const family& f, double low, double high);
+  void widen(family& f, double low, double high);
+  void widen_to(family& f, std::uint32_t ray, double here);
+  void widen_from(family& f, std::uint32_t ray, double here, bool rising);
+  double lines_apart(const family& f, std::uint32_t ray) const;
   // cross(direction(ray), d), within a few units in the last place.
   double rate(std::uint32_t ray, const xy& d) const;
   void search(std::uint32_t ray, const rung_place& from, std::uint32_t heading,
@@ -131,8 +147,9 @@ class ray_arrangement {
   std::vector<std::uint32_t> heading_;  // by ray
   std::vector<xy> relative_;            // by site
   std::vector<family> family_;          // by ray
-  std::vector<double> offset_;          // cross(direction, site), rising in each family
-  std::vector<std::uint32_t> site_;     // beside it
+  std::vector<std::uint32_t> member_;   // sites by gauge
+  std::vector<double> offset_;          // of all lines, by ray and member
+  std::vector<ordered_line> gathered_;
   std::vector<candidate> candidates_;
   double reach_ = 0;  // no first meeting is farther, in lengths of the heading's vector
 };
