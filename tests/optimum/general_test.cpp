@@ -91,6 +91,9 @@ TEST(General, SmoothTies) {
        {{{-1, 9, 2}, {0, 7, 2}, {1, 5, 1}, {0, 7, 3}},
         {gauge::euclidean()},
         order_weights({0, 1, -1, 1})},
+       std::sqrt(5)},
+      {"twins between which no order is decided",
+       {{{0, 2}, {0, 2}, {0, 1}, {1, 3}}, {gauge::euclidean()}, order_weights({1, -1, 1, 1})},
        std::sqrt(5)}};
   minimise_options options;
   options.cells = 8000;
@@ -107,8 +110,10 @@ TEST(General, SmoothTies) {
 // Terms that cancel to much less than their sizes. The optimum lies on a small circle around the
 // heavy site of the first problem; roundings of the terms of the second are near its tolerance. On
 // triangles of the third, planes that nearly all tie and one that is steep prove a bound together.
-// The optimum of the last is at a heavy site whose difference to the middle of the sites is no
-// double.
+// The optimum of the fourth is at a heavy site whose difference to the middle of the sites is no
+// double. Those of the next two are in valleys between two orders, whose sides are 1e5 times as
+// steep as their floors; that of the last is so near to a heavy site that its terms are less than
+// the rounding of differences to the middle.
 TEST(General, SmoothTermsThatCancel) {
   const problem problems[] = {
       {{{3.1, 9.7, 4e-4}, {6, 7, 56206.7}, {1.2, 0.5, 4.76}},
@@ -122,7 +127,22 @@ TEST(General, SmoothTermsThatCancel) {
        order_weights::anti_centrum(3)},
       {{{7.9, 5.7, 0.001}, {3.6, 3.8, 0.001, 1}, {3.9, 1.7, 1000}},
        {gauge::euclidean(), gauge::linf()},
-       order_weights::anti_centrum(2)}};
+       order_weights::anti_centrum(2)},
+      {{{1.32, 9.67, 0.0753},
+        {4.85, 6.08, 77352},
+        {2.66, 9.4, 786.2},
+        {8.78, 8.99, 4754},
+        {7, 6.6}},
+       {gauge::euclidean()},
+       order_weights({1, 0, -1, 1, 0})},
+      {{{1, 0, 3}, {1, 0}, {2, 3}, {2, 2, 2.9e-4}, {1, 3, 2}, {2, 2, 6456.6}},
+       {gauge::euclidean()},
+       order_weights({-1, 0, 0, 0, -1, 1})},
+      {{{10000000.743356537, -9999996.9421848822, 0.8938, 1},
+        {10000000.743356537, -9999996.9421848822, 7.013},
+        {10000000.15405423, -9999993.946680285, 4.754e-5}},
+       {gauge::euclidean(), gauge::lp(1.5)},
+       order_weights::range()}};
   for (const problem& p : problems) {
     minimise_options options;
     options.cells = 2000;

@@ -31,6 +31,10 @@ constexpr double kSmoothGap = 1e-10;
 constexpr double kSmoothAim = 5e-11;
 // Of the sum of the terms' magnitudes: what the rounding of f may leave open of an optimum.
 constexpr double kRoundedGap = 5e-11;
+// A search for a value of about 0 that has seen so many cells aims at more than roundings: twice
+// that after each further so many, up to half of what may be left open.
+constexpr std::size_t kCellsToTheAim = 5000;
+constexpr std::size_t kCellsToTwice = 500;
 // Of what roundings do amid the sites: what more they may do where a least value is.
 constexpr double kMostDoubt = 100;
 // Of the value: what a cell with sides of regions on several lines may hold better, where nothing
@@ -144,12 +148,14 @@ class general_search {
     return roundings_.of_sums * c.size + 0x1p-50 * steepest_ * far;
   }
   double tolerance() const;
+  double aim_at_length() const;
   // The bound of a cell that holds nothing better.
   double enough(const cell& c) const { return best_.value() - tolerance() + margin(c); }
   std::size_t lines_far_away() const {
     return !levels_ ? kLines : cells_ < kCellsAtLength ? kLinesInBundles : kLinesAtLength;
   }
   double half_of_square(const detail::recession& far) const;
+  double value_near(const xy& point) const;
   void bound_far_places(detail::recession& far);
   void use_smaller_square(detail::recession& far);
   bool give_up(const cell& c);
@@ -195,8 +201,15 @@ double general_search::seconds() const {
 double general_search::tolerance() const {
   const double size = std::fabs(best_.value());
   const double asked = std::max(options_.absolute_gap, options_.relative_gap * size);
-  return std::max(kAimed * asked - kRoundingsOfValue * size,
-                  problem_.polyhedral() ? 0 : std::max(kSmoothAim * size, roundings_.of_value));
+  const double aimed = std::max(kAimed * asked - kRoundingsOfValue * size, 0.0);
+  if (problem_.polyhedral()) return aimed;
+  return std::max({aimed, kSmoothAim * size, roundings_.of_value, aim_at_length()});
+}
+
+double general_search::aim_at_length() const {
+  if (where_ || cells_ < kCellsToTheAim) return 0;
+  const double twice = static_cast<double>(cells_ - kCellsToTheAim) / kCellsToTwice;
+  return std::min(roundings_.of_value * std::exp2(twice), kRoundedGap / 2 * roundings_.terms);
 }
 
 double general_search::bound() const {
@@ -398,7 +411,11 @@ void general_search::work_on(task& t, worker& w) const {
     if (holds_all_sites(h.c->corners)) continue;  // nothing is decided there
     if (where_ && !problem_.polyhedral()) h.c->cut = where_->cut(h.c->corners);
     w.bounder.process(*h.c, target);
-    if (!problem_.polyhedral()) w.bounder.refine(*h.c, enough(*h.c));
+    if (!problem_.polyhedral()) {
+      w.bounder.refine(*h.c, enough(*h.c));
+      // Where roundings are larger than the aim, that will do: see give_up.
+      if (cells_ >= kCellsToTheAim) w.bounder.refine(*h.c, best_.value() - tolerance());
+    }
     h.best_seen = w.bounder.best_seen();
   }
 }
@@ -469,20 +486,30 @@ void general_search::search() {
   }
 }
 
+// The best value with places counted from there: next to heavy sites the roundings of sites that
+// are counted from elsewhere are more than those of the value.
+double general_search::value_near(const xy& point) const {
+  detail::distance_table near = table_;
+  near.count_from(problem_, point);
+  const exact_xy rest{best_.at().x + table_.base.x - point.x,
+                      best_.at().y + table_.base.y - point.y};
+  return detail::evaluator(problem_, near)(to_nearest(rest)).value;
+}
+
 solution general_search::finish(const detail::recession& far) {
   solution s;
   if (problem_.polyhedral()) make_exact();
   const exact_xy at{best_.at().x + table_.base.x, best_.at().y + table_.base.y};
   s.point = to_nearest(at);
   if (to_exact(s.point) != at) s.exact = to_text(at);
-  s.value = best_.value();
+  s.value = problem_.polyhedral() ? best_.value() : value_near(s.point);
   s.counters.cells = cells_;
   s.counters.seconds = seconds();
   const bool square_known = far.kind != growth::undecided;
   const bool floor_known = std::isfinite(floor_of_f_);
   const bool least = least_possible();
-  s.lower_bound =
-      square_known && !least ? proved_bound() : -std::numeric_limits<double>::infinity();
+  s.lower_bound = square_known && !least ? std::min(proved_bound(), s.value)
+                                         : -std::numeric_limits<double>::infinity();
   // The value is rounded towards 0, which is up where it is negative.
   if (stopped_ && best_.exact() && mpq_class(s.value) > *best_.exact())
     s.lower_bound =

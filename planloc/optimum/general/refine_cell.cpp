@@ -23,6 +23,8 @@ constexpr std::size_t kMostSelections = 12;
 // For what is computed in doubles and checked in intervals.
 constexpr double kCaution = 1 + 0x1p-30;
 
+double least(const corner_values& a) { return std::min({a[0], a[1], a[2]}); }
+
 void add_to(corner_values& sum, double factor, const corner_values& plane) {
   for (std::size_t m = 0; m < 3; ++m) sum[m] += factor * plane[m];
 }
@@ -51,8 +53,10 @@ corner_values cell_bounder::interpolation(const site_view& v) const {
   return {tangent[0][0], tangent[1][1], tangent[2][2]};
 }
 
-// What each bent or undecided site weighs around a place, and its tangent there.
-void cell_bounder::weigh(const cell& c, const corner_values& shares, const selection& selected) {
+// What each bent or undecided site weighs around a place, and its tangent there; in the order that
+// is in force at the place, or, if `mixed`, in mixtures of orders. False if there are none.
+bool cell_bounder::weigh(const cell& c, const corner_values& shares, const selection& selected,
+                         bool mixed) {
   const xy at = place_of(shares);
   weighed_.clear();
   for (std::size_t k = 0; k < decided_.size(); ++k)
@@ -66,13 +70,83 @@ void cell_bounder::weigh(const cell& c, const corner_values& shares, const selec
   }
   std::sort(taken_.begin(), taken_.end(),
             [](const taken_plane& a, const taken_plane& b) { return a.height < b.height; });
+  risen_.clear();
   auto next = taken_.begin();
   for (std::size_t r = 0; next != taken_.end(); ++r) {
     for (const auto end = next + static_cast<std::ptrdiff_t>(c.runs[r].count); next < end; ++next) {
+      risen_.push_back(rising_[r]);
       weighed_.push_back(
           {&undecided_[next->view], rising_[r] - selected[next->view], next->plane, false});
     }
   }
+  if (mixed && !mix_orders(c, shares)) return false;
+  join_twins();
+  return true;
+}
+
+// Where two neighbours in the order may change it on the cell, a mixture of both orders will do for
+// the convex part, too. The one is taken with which the slope of all is least: along a valley
+// between two orders, next to nothing is left of the distances that make its steep sides, and so of
+// what their bends cost. On a side of the cell the slope along it counts. Sites that change places
+// go on to their next neighbours.
+bool cell_bounder::mix_orders(const cell& c, const corner_values& shares) {
+  // From the right angle of the cell to the other corners: lengths are as those of slopes.
+  const auto rise_of = [&shares](const corner_values& plane) {
+    const xy rise{plane[1] - plane[0], plane[2] - plane[0]};
+    if (shares[0] == 0) return xy{rise.x - rise.y, 0};
+    return xy{shares[1] == 0 ? 0 : rise.x, shares[2] == 0 ? 0 : rise.y};
+  };
+  const auto folded = [&](std::size_t m) { return dot(c.folded.slope, points_[m]); };
+  xy slope = rise_of({folded(0), folded(1), folded(2)});
+  for (const weighed_site& s : weighed_) {
+    const xy rise = rise_of(s.tangent);
+    slope = {slope.x + s.weight * rise.x, slope.y + s.weight * rise.y};
+  }
+  bool mixed = false;
+  const auto mix = [&](std::size_t k) {
+    weighed_site& near = weighed_[decided_.size() + k];
+    weighed_site& far = weighed_[decided_.size() + k + 1];
+    corner_values behind{};
+    for (std::size_t m = 0; m < 3; ++m) behind[m] = far.tangent[m] - near.tangent[m];
+    const double step = risen_[k + 1] - risen_[k];
+    const xy apart = rise_of(behind);
+    const double share = std::min(dot(slope, apart) / (step * dot(apart, apart)), 1.0);
+    if (least(behind) > 0 || !(step > 0) || !(share > 0)) return;
+    const double moved = share * step;
+    slope = {slope.x - moved * apart.x, slope.y - moved * apart.y};
+    near.weight += moved;
+    far.weight -= moved;
+    if (share == 1) {
+      std::swap(near, far);
+    } else {
+      risen_[k] += moved;
+      risen_[k + 1] -= moved;
+    }
+    mixed = true;
+  };
+  for (std::size_t k = 0; k + 1 < risen_.size(); ++k) mix(k);
+  for (std::size_t k = risen_.size(); k > 1; --k) mix(k - 2);
+  return mixed;
+}
+
+// Sites at one place with one smooth gauge are bent as one.
+void cell_bounder::join_twins() {
+  if (stands_at_.empty()) return;
+  std::size_t kept = 0;
+  for (const weighed_site& s : weighed_) {
+    const std::uint32_t slot = s.view->site.slot;
+    std::size_t& twin = joined_at_[stands_at_[slot]];
+    const bool has_twin =
+        twin < kept && stands_at_[weighed_[twin].view->site.slot] == stands_at_[slot];
+    if (has_twin) {
+      weighed_site& first = weighed_[twin];
+      first.weight += s.weight * (table_.weight[slot] / table_.weight[first.view->site.slot]);
+    } else {
+      twin = kept;
+      weighed_[kept++] = s;
+    }
+  }
+  weighed_.resize(kept);
 }
 
 namespace {
@@ -176,15 +250,13 @@ std::optional<double> cell_bounder::lift(const xy& along) const {
   return std::max(0.0, kCaution * (across / least_bb) - least_aa);
 }
 
-// A plane that is taken at a place of the cell, below f wherever the concave part of f has the
-// weights of `selected`. With these, the sites can be taken one by one: a tangent where a distance
+// A plane that is taken at a place of the cell, with what `weigh` has found there. The sites can be
+// taken one by one: a tangent where a distance
 // adds to f, the interpolation of the corners where it takes off. Or those that have second
 // derivatives are taken together: their sum is convex once the square of a coordinate is added, so
 // that its tangent less the interpolation of that square will do (Adjiman, Dallwig, Floudas and
 // Neumaier 1998). The plane that is higher at the place is taken.
-corner_values cell_bounder::plane_at(const cell& c, const corner_values& shares,
-                                     const selection& selected) {
-  weigh(c, shares, selected);
+corner_values cell_bounder::plane_at(const cell& c, const corner_values& shares) {
   corner_values one_by_one{};
   for (std::size_t m = 0; m < 3; ++m)
     one_by_one[m] = c.folded.at_base + dot(c.folded.slope, points_[m]);
@@ -211,19 +283,31 @@ corner_values cell_bounder::plane_at(const cell& c, const corner_values& shares,
 // `lowest_` then holds the place that shows it.
 double cell_bounder::raise(const cell& c, planes rows, double target, const selection& selected) {
   mixture best = best_mixture_and_rows(rows);
-  for (int cut = 0; cut < kMostCuts && best.bound < target; ++cut) {
-    lowest_ = lowest_place(rows);
-    const corner_values plane = plane_at(c, lowest_, selected);
-    // Of the planes that the bound does without, the one that matters least there makes room.
+  // Of the planes that the bound does without, the one that matters least there makes room.
+  const auto add = [&](const corner_values& plane, bool only_to_raise) {
     std::size_t least = rows.size();
     for (std::size_t j = 0; j < rows.size(); ++j) {
       if ((best.rows >> j & 1) != 0) continue;
       if (least == rows.size() || value_at(rows[j], lowest_) < value_at(rows[least], lowest_))
         least = j;
     }
-    rows[least] = plane;
-    best = best_mixture_and_rows(rows);
-    if (value_at(plane, lowest_) < target) break;
+    planes with = rows;
+    with[least] = plane;
+    const mixture better = best_mixture_and_rows(with);
+    if (only_to_raise && better.bound <= best.bound) return;
+    rows = with;
+    best = better;
+  };
+  for (int cut = 0; cut < kMostCuts && best.bound < target; ++cut) {
+    lowest_ = lowest_place(rows);
+    double height = -std::numeric_limits<double>::infinity();
+    for (const bool mixed : {false, true}) {
+      if (best.bound >= target || !weigh(c, lowest_, selected, mixed)) break;
+      const corner_values plane = plane_at(c, lowest_);
+      add(plane, mixed);
+      height = std::max(height, value_at(plane, lowest_));
+    }
+    if (height < target) break;
   }
   return best.bound;
 }

@@ -91,7 +91,9 @@ cell_bounder::cell_bounder(const distance_table& table) : table_(table) {
     if (stands_at[slot] == slot) continue;
     kept_at_.assign(table.size(), 0);
   }
-  if (!kept_at_.empty()) stands_at_ = std::move(stands_at);
+  if (kept_at_.empty()) return;
+  stands_at_ = std::move(stands_at);
+  joined_at_.assign(table.size(), 0);
 }
 
 std::unique_ptr<cell> cell_bounder::whole(const problem& p, const triangle& t) const {

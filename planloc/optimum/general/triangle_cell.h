@@ -165,11 +165,13 @@ class cell_bounder {
   xy place_of(const corner_values& shares) const;
   corner_values tangent_at(const placed_site& s, const xy& at) const;
   corner_values interpolation(const site_view& v) const;
-  void weigh(const cell& c, const corner_values& shares, const selection& selected);
+  bool weigh(const cell& c, const corner_values& shares, const selection& selected, bool mixed);
+  bool mix_orders(const cell& c, const corner_values& shares);
+  void join_twins();
   bool find_bending();
   std::optional<double> lift(const xy& along) const;
   xy least_bent_direction(const xy& at) const;
-  corner_values plane_at(const cell& c, const corner_values& shares, const selection& selected);
+  corner_values plane_at(const cell& c, const corner_values& shares);
   double raise(const cell& c, planes rows, double target, const selection& selected);
   std::vector<std::uint32_t> farthest_sets(std::size_t count) const;
   std::vector<selection> selections(const cell& c) const;
@@ -182,6 +184,7 @@ class cell_bounder {
   // apart.
   std::vector<std::uint32_t> stands_at_;
   std::vector<std::uint32_t> kept_at_;  // of each such slot its place in cell::decided
+  std::vector<std::size_t> joined_at_;  // and in weighed_
   std::array<xy, kPoints> points_{};
   std::vector<bend> bends_;
   std::vector<site_view> undecided_;
@@ -201,6 +204,7 @@ class cell_bounder {
     std::uint32_t view;
   };
   std::vector<taken_plane> taken_;  // of the undecided sites
+  std::vector<double> risen_;       // what they weigh in the convex part of f
   std::vector<weighed_site> weighed_;
   std::vector<second_derivative> bending_;  // of those that have one on the cell
   planes rows_{};

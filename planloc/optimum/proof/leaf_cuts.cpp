@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "planloc/optimum/proof/leaf_walk.h"
@@ -13,6 +14,9 @@ namespace planloc::detail {
 namespace {
 
 constexpr int kMostCuts = 32;
+// Of what a bound is short of: by how much more a plane makes it worth while to go on, though it
+// is too low itself where it is taken.
+constexpr double kClosing = 0.1;
 // Sites that are not decided among which all sets are looked at, and ways to take sets.
 constexpr std::size_t kMostToChooseFrom = 10;
 constexpr std::size_t kMostChoices = 24;
@@ -133,9 +137,11 @@ bool leaf_walk::may_be_farthest(std::uint32_t set) const {
 // its slope there. With the drops put back the order weights rise, so that any order of the sites
 // is a minorant; so a site of rank k has the order weight of that rank but for the drops about
 // which rank and set disagree.
-std::vector<leaf_walk::weighed_site> leaf_walk::weighed_at(const triangle_state& t, const xy& at,
+std::vector<leaf_walk::weighed_site> leaf_walk::weighed_at(const triangle_state& t,
+                                                           const cut_place& place,
                                                            const std::vector<drop>& drops,
-                                                           const choice& c) const {
+                                                           const choice& c, orders o) const {
+  const xy& at = place.at;
   const auto slope_of = [&](std::uint32_t site) {
     return sites_.polyhedral(site) ? sites_.weighted_normal(site, sites_.likely_edge(site, at))
                                    : sites_.slope(site, at);
@@ -159,18 +165,101 @@ std::vector<leaf_walk::weighed_site> leaf_walk::weighed_at(const triangle_state&
   std::size_t rank = 0;
   for (const order_run& r : t.runs) {
     for (const std::size_t end = rank + r.count; rank < end; ++rank) {
-      const ranked& o = order[rank];
+      const ranked& at_rank = order[rank];
       interval weight(r.weight);
       for (std::size_t d = 0; d < drops.size(); ++d) {
         const bool behind = rank >= drops[d].first_rank;
-        const bool farthest = (c[d] >> o.k & 1) != 0;
+        const bool farthest = (c[d] >> at_rank.k & 1) != 0;
         if (behind && !farthest) weight = weight + drops[d].size;
         if (!behind && farthest) weight = weight - drops[d].size;
       }
-      all.push_back({&undecided_[o.k], weight, o.slope});
+      all.push_back({&undecided_[at_rank.k], weight, at_rank.slope});
     }
   }
+  if (o != orders::in_force) mix_orders(t, place, o == orders::mixed_on_side, all);
+  join_twins(all);
   return all;
+}
+
+// By rank of the undecided sites: the order weights with the drops put back, from 0.
+std::vector<interval> leaf_walk::rising_weights(const triangle_state& t) {
+  std::vector<interval> rising;
+  interval up;
+  for (std::size_t r = 0; r < t.runs.size(); ++r) {
+    if (r > 0 && t.runs[r].weight > t.runs[r - 1].weight)
+      up = up + (interval(t.runs[r].weight) - interval(t.runs[r - 1].weight));
+    rising.insert(rising.end(), t.runs[r].count, up);
+  }
+  return rising;
+}
+
+// Two sites of neighbouring ranks may each take some of the rise between these: a mixture of both
+// orders. Where the order may change on the triangle, the share is taken that makes the slope of
+// all the least, or, `on_side`, along the side of the place; sites that change places meet their
+// next neighbours. `all` ends with the undecided
+// sites by rank.
+void leaf_walk::mix_orders(const triangle_state& t, const cut_place& place, bool on_side,
+                           std::vector<weighed_site>& all) const {
+  const auto zero = std::find(place.shares.begin(), place.shares.end(), 0.0);
+  const auto corner = static_cast<std::size_t>(zero - place.shares.begin());
+  const xy& a = t.at[(corner + 1) % 3];
+  const xy& b = t.at[(corner + 2) % 3];
+  const xy side{b.x - a.x, b.y - a.y};
+  const auto middle = [&](const interval_pair& i) {
+    const xy slope{(i.x.low + i.x.high) / 2, (i.y.low + i.y.high) / 2};
+    return on_side ? xy{dot(slope, side), 0} : slope;
+  };
+  xy sum = middle(t.slope);
+  for (const weighed_site& s : all) {
+    const xy slope = middle(s.slope);
+    sum = {sum.x + s.weight.low * slope.x, sum.y + s.weight.low * slope.y};
+  }
+  std::vector<interval> rising = rising_weights(t);
+  const std::size_t first = all.size() - rising.size();
+  const auto mix = [&](std::size_t k) {
+    weighed_site& near = all[first + k];
+    weighed_site& far = all[first + k + 1];
+    const double rise = (rising[k + 1] - rising[k]).low;
+    const auto ahead = [&](const xy& place_there) {
+      const auto height = [&](const weighed_site& s) {
+        return dot(s.slope, sites_.offset(s.of->seen.site, exactly(place_there)));
+      };
+      return (height(far) - height(near)).low > 0;
+    };
+    if (!(rise > 0) || std::all_of(t.at.begin(), t.at.end(), ahead)) return;
+    const xy of_near = middle(near.slope);
+    const xy of_far = middle(far.slope);
+    const xy apart{of_far.x - of_near.x, of_far.y - of_near.y};
+    const double share = std::min(dot(sum, apart) / (rise * dot(apart, apart)), 1.0);
+    if (!(share > 0)) return;
+    const double taken = rise * share;
+    sum = {sum.x - taken * apart.x, sum.y - taken * apart.y};
+    near.weight = near.weight + interval(taken);
+    far.weight = far.weight - interval(taken);
+    rising[k] = rising[k] + interval(taken);
+    rising[k + 1] = rising[k + 1] - interval(taken);
+    if (share < 1) return;
+    std::swap(near, far);
+    std::swap(rising[k], rising[k + 1]);
+  };
+  for (std::size_t k = 0; k + 1 < rising.size(); ++k) mix(k);
+  for (std::size_t k = rising.size(); k > 1; --k) mix(k - 2);
+}
+
+void leaf_walk::join_twins(std::vector<weighed_site>& all) const {
+  std::vector<weighed_site> joined;
+  for (const weighed_site& s : all) {
+    const std::uint32_t site = s.of->seen.site;
+    const auto twin = std::find_if(joined.begin(), joined.end(), [&](const weighed_site& other) {
+      return has_twin_[site] && are_twins(other.of->seen.site, site);
+    });
+    if (twin == joined.end()) {
+      joined.push_back(s);
+    } else {
+      twin->weight = twin->weight + share_of_twin(site, twin->of->seen.site, s.weight);
+    }
+  }
+  all = std::move(joined);
 }
 
 namespace {
@@ -340,11 +429,23 @@ bool leaf_walk::cuts_prove(const triangle_state& t, const rows& first) const {
     mixture best = best_mixture(planes);
     for (int cut = 0; cut < kMostCuts; ++cut) {
       const cut_place place = place_of(t.at, low_place(planes));
-      const std::array<interval, 3> plane = plane_at(t, place, weighed_at(t, place.at, drops, c));
-      planes[place_for_another(planes, best.planes, place.shares)] = plane;
-      best = best_mixture(planes);
-      if (reaches(best.least)) return true;
-      if (at_place(plane, place.shares) < least_in_doubles_) return false;
+      const double before = best.least;
+      double height = -std::numeric_limits<double>::infinity();
+      for (const orders o : {orders::in_force, orders::mixed, orders::mixed_on_side}) {
+        if (o == orders::mixed_on_side && !place.on_side()) continue;
+        const std::array<interval, 3> plane = plane_at(t, place, weighed_at(t, place, drops, c, o));
+        rows with = planes;
+        with[place_for_another(planes, best.planes, place.shares)] = plane;
+        const mixture better = best_mixture(with);
+        if (reaches(better.least)) return true;
+        height = std::max(height, at_place(plane, place.shares));
+        if (o != orders::in_force && better.least <= best.least) continue;
+        planes = with;
+        best = better;
+      }
+      const double open = least_in_doubles_ - before;
+      const bool closing = best.least - before > kClosing * open;
+      if (height < least_in_doubles_ && !closing) return false;
     }
     return false;
   });

@@ -312,16 +312,26 @@ std::vector<bool> leaf_walk::sites_with_twins(const problem& p) {
   return has_twin;
 }
 
+bool leaf_walk::are_twins(std::uint32_t a, std::uint32_t b) const {
+  const site& s = sites_.owner().sites()[a];
+  const site& q = sites_.owner().sites()[b];
+  return s.gauge == q.gauge && s.x == q.x && s.y == q.y;
+}
+
+// What stands for the weight of a twin's distance with the distance of the other.
+interval leaf_walk::share_of_twin(std::uint32_t twin, std::uint32_t of,
+                                  const interval& weight) const {
+  const double of_twin = sites_.owner().sites()[twin].weight;
+  const double of_other = sites_.owner().sites()[of].weight;
+  return of_twin == of_other ? weight : weight * interval(of_twin) / interval(of_other);
+}
+
 // The sum of distances from one place under one smooth gauge is bent as the sum of their weights
 // says, whatever the signs of the parts. So they count as one.
 bool leaf_walk::keep_with_twin(triangle_state& t, std::uint32_t i, const interval& lambda) const {
-  const std::span<const site> sites = sites_.owner().sites();
   for (seen_site& kept : t.decided) {
-    const site& a = sites[kept.site];
-    const site& b = sites[i];
-    if (a.gauge != b.gauge || a.x != b.x || a.y != b.y) continue;
-    const bool same = a.weight == b.weight;
-    kept.lambda = kept.lambda + (same ? lambda : lambda * interval(b.weight) / interval(a.weight));
+    if (!are_twins(kept.site, i)) continue;
+    kept.lambda = kept.lambda + share_of_twin(i, kept.site, lambda);
     return true;
   }
   return false;

@@ -116,6 +116,8 @@ class leaf_walk {
   static void substitute(const triangle_state& t, const sorted_limits& all, site_on_triangle& v);
   void keep(triangle_state& t, const site_on_triangle& v, const interval& lambda);
   static std::vector<bool> sites_with_twins(const problem& p);
+  interval share_of_twin(std::uint32_t twin, std::uint32_t of, const interval& weight) const;
+  bool are_twins(std::uint32_t a, std::uint32_t b) const;
   bool keep_with_twin(triangle_state& t, std::uint32_t site, const interval& lambda) const;
   bool reaches(double bound) const {
     return bound >= least_in_doubles_ || mpq_class(bound) >= least_;
@@ -152,6 +154,8 @@ class leaf_walk {
     std::array<double, 3> shares;
     xy at;
     double off;
+
+    bool on_side() const { return shares[0] == 0 || shares[1] == 0 || shares[2] == 0; }
   };
   static cut_place place_of(const corners& t, std::array<double, 3> shares);
   struct weighed_site {
@@ -159,8 +163,14 @@ class leaf_walk {
     interval weight;
     interval_pair slope;  // at the place
   };
-  std::vector<weighed_site> weighed_at(const triangle_state& t, const xy& at,
-                                       const std::vector<drop>& drops, const choice& c) const;
+  enum class orders : std::uint8_t { in_force, mixed, mixed_on_side };
+  std::vector<weighed_site> weighed_at(const triangle_state& t, const cut_place& place,
+                                       const std::vector<drop>& drops, const choice& c,
+                                       orders o) const;
+  static std::vector<interval> rising_weights(const triangle_state& t);
+  void mix_orders(const triangle_state& t, const cut_place& place, bool on_side,
+                  std::vector<weighed_site>& all) const;
+  void join_twins(std::vector<weighed_site>& all) const;
   struct bent_site {  // its second derivative on the triangle: factor * v v^T, v = (-u.y, u.x)
     interval factor;
     interval_pair offset;               // u on the triangle
