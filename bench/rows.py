@@ -71,10 +71,12 @@ EUCLIDEAN = [
         "Stated steps to 1e-6. Above some ten thousand sites half of the time is the returned value, whose power "
         "functions are part of its definition.", argument="2", quick=2),
     Row("lp-sum", "`lp_sum`, p = 3", "lp_sum", ["R ucminf", "py SciPy minimize"], [10, 100, 1000, 3000],
-        "Stated steps. Of its tests of all sites those are made whose outcome a few tangents of the sum leave open. "
-        "More than half of the time is the C library's power function, which the steps state five times a site; a faster "
-        "one would round in another way. The certified median of a row above needs fewer steps.",
-        argument="3", tolerance=1e-3, quick=2),
+        "Stated steps. Of its tests of all sites those are made whose outcome a few tangents of the sum leave open. The "
+        "steps state five powers a site: *powers alone* is a loop of the C library's, and nothing else. For p = 3 we make "
+        "four of them from a square root, two sites or more at a time, and ask the library where its rounding is not "
+        "certain; for another p the powers are more than half of the time. It takes eleven steps, more than the "
+        "peer, and than the certified median of a row above.",
+        argument="3", tolerance=1e-3, quick=2, also=["powers alone"]),
     Row("euclidean-centre", "Certified Euclidean centre", "minimise", ["CGAL"], DECADES,
         "Equal weights, sites in a square; CGAL's `Min_sphere_of_spheres_d` on plain doubles. At a hundred sites the "
         "copy of the sites and the record of the answer count as much as the search; the peer gives the radius "
@@ -133,9 +135,9 @@ FACILITIES = [
     Row("gauge-max", "`gauge_max`", "gauge_max", ["CLP dual"], [3, 5, 10, 20, 50, 100],
         "A random octagon for each site. Where a problem ends in the second phase (some half of them), stated steps "
         "look for medians among the contacts of all triples of edges, 83 million at a hundred sites, which one linear "
-        "program does without: a division each takes most of the time, 1.3 ns in each of two passes. The steps may "
-        "end above the optimum (docs/solvers.md), so the values are not compared.", seeds=15, quick=4,
-        tolerance=math.inf),
+        "program does without: it computes each of them in each of two passes, 1.25 ns a time, of which the "
+        "division alone is 0.5. The steps may end above the optimum (docs/solvers.md), so the values are not compared.",
+        seeds=15, quick=4, tolerance=math.inf),
     Row("n-l1-sum", "`N_l1_sum`, 3 facilities", "N_l1_sum", ["lp_solve"], [50, 100, 200, 800, 2000],
         "The peer is lp_solve's bare solves of both coordinates, on a model that stands already.", quick=2),
     Row("n-linf-max", "`N_linf_max`, 3 facilities", "N_linf_max", ["lp_solve"], [50, 200, 800, 2000],
@@ -160,8 +162,9 @@ FILES_AND_MODELS = [
         what="rows", quick=2, also=["CoinPackedMatrix", "CLP at once"]),
     Row("tool", "`planloc solve` on a table", "py planloc solve", ["py ogrinfo -al"], [100, 1000, 10000, 100000],
         "From CSV to the answer and the table of the sites; the peer reads and prints the table. Whole processes, with "
-        "their start, most of which is GDAL's, and their whole memory. What we take longer is the solve and the table "
-        "that we write.", what="rows of the table", quick=2,
+        "their start, and their whole memory. At a hundred rows two thirds are the loader that binds GDAL's 114 libraries, "
+        "a quarter the system; what we take longer are twenty libraries more, most of them of the window that `--show` "
+        "opens (built with `PLANLOC_WINDOW=OFF` the tool does without).", what="rows of the table", quick=2,
         needs=["planloc_tool"]),
     Row("scenarios", "Scenarios in Python", "py planloc.scenarios", ["C++ loop"], [100, 1000, 10_000, 30_000],
         "The median of 100 sites under an octagon with other weights a scenario, on one thread; the peer is the same "

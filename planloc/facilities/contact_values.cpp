@@ -3,6 +3,10 @@
 #include <algorithm>
 #include <cstddef>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 namespace planloc::detail {
 namespace {
 
@@ -135,7 +139,22 @@ class third_edges {
 // Those within the bounds, moved to the front; a NaN counts as within.
 std::span<const double> keep_within(std::span<double> z, double lower) {
   double* end = z.data();
-  for (const double v : z) {
+  std::size_t k = 0;
+#ifdef __SSE2__
+  // Two at a time, with the same comparisons.
+  const __m128d low = _mm_set1_pd(lower);
+  const __m128d high = _mm_set1_pd(kLargestContact);
+  for (; k + 2 <= z.size(); k += 2) {
+    const __m128d v = _mm_loadu_pd(&z[k]);
+    const int within = _mm_movemask_pd(_mm_and_pd(_mm_cmpnlt_pd(v, low), _mm_cmpngt_pd(v, high)));
+    _mm_storel_pd(end, v);
+    end += within & 1;
+    _mm_storeh_pd(end, v);
+    end += within >> 1;
+  }
+#endif
+  for (; k < z.size(); ++k) {
+    const double v = z[k];
     *end = v;
     end += static_cast<std::ptrdiff_t>(!(v < lower) && !(v > kLargestContact));
   }

@@ -8,15 +8,7 @@
 
 #include "planloc/facilities/facilities.h"
 #include "planloc/facilities/planar_sites.h"
-
-// A second version of a function for processors with wider vectors, chosen when the program starts.
-// Its numbers are the same: each is one root, one division or one product.
-#if defined(__x86_64__) && defined(__GLIBC__) && defined(__GNUC__) && !defined(__clang__) && \
-    !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-#define PLANLOC_WIDE_VECTORS __attribute__((target_clones("avx2", "default")))
-#else
-#define PLANLOC_WIDE_VECTORS
-#endif
+#include "planloc/facilities/wide_vectors.h"
 
 namespace planloc {
 namespace {

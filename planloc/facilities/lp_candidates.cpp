@@ -14,8 +14,8 @@ constexpr std::size_t kFewSites = 16;
 constexpr std::size_t kMostSites = 100000;
 constexpr int kMostPower = 32;
 constexpr int kMostTangents = 60;
-constexpr std::size_t kFewCandidates = 2;
-// A tangent has to take off one candidate in so many.
+// A tangent has to take off one candidate, and one in so many. It takes a sixth of the powers of
+// the test of one.
 constexpr std::size_t kFewTaken = 10;
 // With at most kMostSites sites and kMostPower as p, what `lp_optimal` finds is off by less than
 // 2e-11 of the weights, and values and slopes here by less than that of weights times extent.
@@ -31,10 +31,6 @@ double power(double t, int e) {
     if (e % 2 == 1) result *= t;
   }
   return result;
-}
-
-double lp_distance(const plane_xy& u, int p) {
-  return std::pow(power(std::fabs(u.x), p) + power(std::fabs(u.y), p), 1.0 / p);
 }
 
 struct extents {
@@ -105,7 +101,7 @@ std::vector<bool> lp_candidates(const planar_sites& s, int p) {
   std::iota(left.begin(), left.end(), std::size_t{0});
   std::vector<double> bound(s.size(), 0.0);  // of f at each site
   tangent best{{0, 0}, std::numeric_limits<double>::infinity()};
-  for (int round = 0; round < kMostTangents && left.size() > kFewCandidates; ++round) {
+  for (int round = 0; round < kMostTangents && !left.empty(); ++round) {
     plane_xy middle{0, 0};
     for (const std::size_t i : left) {
       middle.x += s.x[i] / static_cast<double>(left.size());
@@ -116,12 +112,13 @@ std::vector<bool> lp_candidates(const planar_sites& s, int p) {
     const std::size_t before = left.size();
     std::erase_if(left, [&](std::size_t i) {
       bound[i] = std::max(bound[i], t.at_place(s.x[i], s.y[i]));
-      const double apart = lp_distance({s.x[i] - best.at.x, s.y[i] - best.at.y}, p);
+      // At least the distance.
+      const double apart = std::fabs(s.x[i] - best.at.x) + std::fabs(s.y[i] - best.at.y);
       result[i] =
           !(bound[i] - best.value > e.weights * (kSlopeMargin * apart + kValueMargin * e.widest));
       return !result[i];
     });
-    if (before - left.size() < before / kFewTaken) break;
+    if (before - left.size() <= before / kFewTaken) break;
   }
   return result;
 }

@@ -1,9 +1,11 @@
 // The sum of lp distances: Weiszfeld's iteration on smoothed distances.
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <vector>
 
 #include "planloc/facilities/facilities.h"
+#include "planloc/facilities/half_powers.h"
 #include "planloc/facilities/lp_candidates.h"
 #include "planloc/facilities/planar_sites.h"
 
@@ -22,6 +24,39 @@ double norm_of_difference(const location& a, const location& b, int p, location&
 double signed_power(double t, double exponent) {
   return (t >= 0.0 ? 1.0 : -1.0) * std::pow(std::fabs(t), exponent);
 }
+
+// For some sites at a time: t^(p / 2) and t^(1 - p / 2) of the smoothed squares t of their
+// differences in both coordinates, one behind the other.
+class smoothed_powers {
+ public:
+  explicit smoothed_powers(int p) : p_(p) {}
+
+  void clear() { size_ = 0; }
+  bool is_full() const { return size_ == kMost; }
+  void append(double tx, double ty) {
+    squares_[size_++] = tx;
+    squares_[size_++] = ty;
+  }
+  void compute() {
+    if (p_ == 3) return detail::half_powers(size_, squares_.data(), inner_.data(), rest_.data());
+    const double half_p = p_ / 2.0;
+    for (std::size_t i = 0; i < size_; ++i) {
+      inner_[i] = std::pow(squares_[i], half_p);
+      rest_[i] = std::pow(squares_[i], 1.0 - half_p);
+    }
+  }
+  double inner(std::size_t i) const { return inner_[i]; }
+  double rest(std::size_t i) const { return rest_[i]; }
+
+ private:
+  static constexpr std::size_t kMost = 256;
+
+  int p_;
+  std::size_t size_ = 0;
+  std::array<double, kMost> squares_;
+  std::array<double, kMost> inner_;
+  std::array<double, kMost> rest_;
+};
 
 // Most tests are left out, where they surely fail. All of them are made where more than planar
 // coordinates count.
@@ -72,21 +107,29 @@ double facilities::lp_sum(int p, double tol, double delta, int maxit, int k, boo
 }
 
 location facilities::lp_step(planloc::location x, int p, double delta, int k) const {
-  const double half_p = p / 2.0;
   const double outer = 1.0 - 1.0 / p;
+  smoothed_powers powers(p);
   double numerator[2] = {0.0, 0.0};
   double denominator[2] = {0.0, 0.0};
-  for (const planloc::location& a : *this) {
-    const double difference[2] = {a[0] - x[0], a[1] - x[1]};
-    const double t1 = std::pow(difference[0] * difference[0] + delta, half_p);
-    const double t2 = std::pow(difference[1] * difference[1] + delta, half_p);
-    const double both = std::pow(t1 + t2, outer);
-    const double w = a.weight(k);
-    for (int c = 0; c < 2; ++c) {
-      const double t3 = std::pow(difference[c] * difference[c] + delta, 1.0 - half_p);
-      const double r = both * t3;
-      numerator[c] += w * a[c] / r;
-      denominator[c] += w / r;
+  for (list_item block = first(); block;) {
+    list_item it = block;
+    powers.clear();
+    for (; it && !powers.is_full(); it = succ(it)) {
+      const planloc::location& a = contents(it);
+      const double difference[2] = {a[0] - x[0], a[1] - x[1]};
+      powers.append(difference[0] * difference[0] + delta, difference[1] * difference[1] + delta);
+    }
+    powers.compute();
+    std::size_t i = 0;
+    for (; block != it; block = succ(block), i += 2) {
+      const planloc::location& a = contents(block);
+      const double both = std::pow(powers.inner(i) + powers.inner(i + 1), outer);
+      const double w = a.weight(k);
+      for (std::size_t c = 0; c < 2; ++c) {
+        const double r = both * powers.rest(i + c);
+        numerator[c] += w * a[static_cast<int>(c)] / r;
+        denominator[c] += w / r;
+      }
     }
   }
   return detail::labelled({numerator[0] / denominator[0], numerator[1] / denominator[1]}, 0.0);

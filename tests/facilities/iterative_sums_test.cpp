@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 #include <random>
 #include <vector>
 
 #include "planloc/facilities/facilities.h"
+#include "planloc/facilities/half_powers.h"
 #include "planloc/facilities/lp_candidates.h"
 #include "tests/facilities/site_families.h"
 #include "tests/model/own_process.h"
@@ -178,6 +180,57 @@ TEST(LpSum, AgreesWithAFineMinimisationOfTheSmoothedSum) {
     }
   });
   EXPECT_GT(at_facility, 10);
+}
+
+TEST(LpSum, StepIsThatOfThePlainFormula) {
+  std::mt19937_64 random(5);
+  std::uniform_real_distribution<double> u(-30.0, 30.0);
+  for (const int n : {1, 2, 127, 128, 129, 500}) {
+    facilities F;
+    for (int i = 0; i < n; ++i) F.append(site(u(random), u(random), 1.0 + std::fabs(u(random))));
+    for (const int p : {2, 3, 4, 5}) {
+      const location x = site(u(random), u(random), 0);
+      double expected[2];
+      for (int c = 0; c < 2; ++c) {
+        double N = 0.0;
+        double D = 0.0;
+        for (const location& a : F) {
+          const auto power = [&](int d, double e) {
+            return std::pow((a[d] - x[d]) * (a[d] - x[d]) + 0.01, e);
+          };
+          const double r = std::pow(power(0, p / 2.0) + power(1, p / 2.0), 1.0 - 1.0 / p) *
+                           power(c, 1.0 - p / 2.0);
+          N += a.weight(0) * a[c] / r;
+          D += a.weight(0) / r;
+        }
+        expected[c] = N / D;
+      }
+      const location step = F.lp_step(x, p, 0.01, 0);
+      EXPECT_EQ(step[0], expected[0]) << n << ' ' << p;
+      EXPECT_EQ(step[1], expected[1]) << n << ' ' << p;
+    }
+  }
+}
+
+TEST(LpSum, HalfPowersAreThoseOfTheLibrary) {
+  std::vector<double> x{0.0, -0.0, 1.0, 4.0, 0x1p-1074, 0x1p-1022, 0x1p-300, 0x1p300, -1.0, 1e308};
+  for (const double special : {std::numeric_limits<double>::infinity(), std::nan("")})
+    x.push_back(special);
+  for (int e = -320; e < 320; ++e) {
+    for (const double m : {1.0, 1.0 + 0x1p-52, 1.5, 2.0 - 0x1p-52}) x.push_back(std::ldexp(m, e));
+  }
+  std::mt19937_64 random(6);
+  std::uniform_real_distribution<double> u(0.0, 1.0);
+  for (int i = 0; i < 500000; ++i)
+    x.push_back(std::exp2(i % 2 ? 640 * u(random) - 320 : 20 * u(random)));
+  std::vector<double> three_halves(x.size());
+  std::vector<double> minus_half(x.size());
+  detail::half_powers(x.size(), x.data(), three_halves.data(), minus_half.data());
+  const auto same = [](double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); };
+  for (std::size_t i = 0; i < x.size(); ++i) {
+    ASSERT_TRUE(same(three_halves[i], std::pow(x[i], 1.5))) << x[i];
+    ASSERT_TRUE(same(minus_half[i], std::pow(x[i], -0.5))) << x[i];
+  }
 }
 
 TEST(LpSum, LimitKeepsTheBetterOfTheLastTwo) {

@@ -1,0 +1,13 @@
+// A second version of a function for processors with wider vectors, chosen when the program starts.
+// Its numbers are the same where each is one root, division, product or sum.
+#ifndef PLANLOC_FACILITIES_WIDE_VECTORS_H_
+#define PLANLOC_FACILITIES_WIDE_VECTORS_H_
+
+#if defined(__x86_64__) && defined(__GLIBC__) && defined(__GNUC__) && !defined(__clang__) && \
+    !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#define PLANLOC_WIDE_VECTORS __attribute__((target_clones("avx2", "default")))
+#else
+#define PLANLOC_WIDE_VECTORS
+#endif
+
+#endif  // PLANLOC_FACILITIES_WIDE_VECTORS_H_
