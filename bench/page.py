@@ -140,6 +140,9 @@ def shown(name):
     return re.sub("^(py|R) ", "", name)
 
 
+FEWEST_SIZES_OF_GROWTH = 3  # a line through two says nothing
+
+
 def growth_text(found):
     return "–" if found is None else f"n^{found:.2f}"
 
@@ -159,6 +162,8 @@ def cells(row, result):
 
 def text_table(row, result):
     lines = list(cells(row, result))
+    if len(result["sizes"]) < FEWEST_SIZES_OF_GROWTH:
+        lines.pop()
     widths = [max(len(line[k]) for line in lines) for k in range(len(lines[0]))]
     return "\n".join("  " + "  ".join(text.rjust(width) for text, width in zip(line, widths)) for line in lines)
 
@@ -169,16 +174,29 @@ def markdown_table(lines):
     return "\n".join("| " + " | ".join(line) + " |" for line in texts) + "\n"
 
 
+def largest_for_both(row, result):
+    return next((e for e in reversed(result["sizes"]) if best_peer(row, e)), None)
+
+
+def behind(measured):
+    """A line for each row in which a peer is faster at the largest size that both have done."""
+    for row, result in measured:
+        e = largest_for_both(row, result)
+        if e and ratio(row, e)[1] < 1:
+            yield (f"  {row.name}, {size_text(e['size'])} {row.what}: {ratio_text(ratio(row, e))} to "
+                   f"{shown(best_peer(row, e))}")
+
+
 def summary(measured):
     yield ["row", "largest size for both", "ratio", "growth", "growth of the peer"]
     for row, result in measured:
-        both = [e for e in result["sizes"] if best_peer(row, e)]
-        if not both:
+        e = largest_for_both(row, result)
+        if not e:
             continue
-        peer = best_peer(row, both[-1])
+        peer = best_peer(row, e)
         own, other = (exponent(row, result, name) for name in (row.ours, peer))
-        yield [f"[{row.title}](#{row.name})", f"{size_text(both[-1]['size'])} {row.what}",
-               f"{ratio_text(ratio(row, both[-1]))} to {shown(peer)}", f"{own:.2f}" if own else "–",
+        yield [f"[{row.title}](#{row.name})", f"{size_text(e['size'])} {row.what}",
+               f"{ratio_text(ratio(row, e))} to {shown(peer)}", f"{own:.2f}" if own else "–",
                f"{other:.2f}" if other else "–"]
 
 

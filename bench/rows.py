@@ -93,10 +93,11 @@ WALK = [
     Row(f"pass-{vertices}", f"A pass of `cellwalk`, {vertices} vertices", "pass", ["CLP"], [10, 50, 200, 1000, 2000],
         "The peer is CLP's bare solve (presolve, dual simplex) of the same cell: what a pass cannot do without. A pass "
         "builds the model, solves, reads the values, computes exact distances, sorts and draws. For ten sites under "
-        "octagons the bare solve is 0.6 of its instructions; 0.15 are CLP's, too: its model with its table of "
+        "octagons the bare solve is 0.53 of its instructions; 0.28 are CLP's, too: its model with its table of "
         "messages, and a second solve, unscaled, by which the solution is that of the basis to all digits; expressions "
-        "and rows are 0.16, distances 0.03. Memory that CLP's models give back and take again is the rest. From some "
-        "thousand sites on the difference is a few percent either way.")
+        "and rows are 0.13, printed numbers 0.03, distances 0.03. Memory that CLP's models give back to the system and "
+        "take again is a fifth to a third of the time of ten sites. From some thousand sites on the difference is a few "
+        "percent either way.")
     for vertices in (4, 8, 16)]
 
 SHARED_ENDS = " It leaves out points where segments only end, so the counts differ."

@@ -73,6 +73,9 @@ class Programs:
 
 def measure_rows(rows, options):
     effort = measure.Effort(options.quick)
+    measured = []
+    print("CPU milliseconds of one call, medians over the turns. ratio: the fastest peer's time to ours, with its "
+          "quartiles; above 1 planloc is faster.\n")
     with tempfile.TemporaryDirectory() as folder:
         programs = Programs(options.build, folder)
         for row in rows:
@@ -80,11 +83,14 @@ def measure_rows(rows, options):
             if options.quick:
                 row.sizes = row.sizes[:row.quick]
             result = measure.run_row(row, programs.command(row), programs.available(row), effort)
-            print(f"{row.name} ({time.monotonic() - start:.0f} s)")
+            print(f"{row.title.replace('`', '')} ({row.name}, {time.monotonic() - start:.0f} s)")
             print(page.text_table(row, result), flush=True)
+            measured.append((row, result))
             if not options.quick:
                 result["machine"] = measure.machine()
                 save(result)
+    behind = list(page.behind(measured))
+    print("\nA peer is faster in:" if behind else "\nNo peer is faster.", *behind, sep="\n")
 
 
 def save(result):
