@@ -21,6 +21,8 @@ constexpr std::size_t kSampled = 16;  // one site in so many
 constexpr double kNoise = 2;
 constexpr int kMostSteps = 30;
 constexpr int kMostHalvings = 30;
+constexpr int kMostRounds = 6;  // between the two coordinates of a step
+constexpr int kMostRootSteps = 30;
 constexpr double kClosed = 4e-12;       // of the value, a gap that the slope may leave
 constexpr double kProofMargin = 3e-12;  // of the value: what intervals prove stays behind doubles
 constexpr double kUlp = 0x1p-52;
@@ -31,6 +33,42 @@ xy newton_step(const expansion& e) {
   const double determinant = e.xx * e.yy - e.xy_ * e.xy_;
   return {(e.xy_ * e.slope.y - e.yy * e.slope.x) / determinant,
           (e.xy_ * e.slope.x - e.xx * e.slope.y) / determinant};
+}
+
+// The v with bend * v + pull * sign(v) |v|^power == right, by Newton's method in |v|^power, which
+// comes from above.
+double root_across(double bend, const smooth_sum::near_axis& a, double right) {
+  if (a.pull == 0) return right / bend;
+  const double most = std::fabs(right);
+  double z = std::min(most / a.pull, std::pow(most / bend, a.power));
+  for (int k = 0; k < kMostRootSteps; ++k) {
+    const double v = std::pow(z, 1 / a.power);
+    const double next = z - (bend * v + a.pull * z - most) / (bend * v / (a.power * z) + a.pull);
+    if (!(next < z)) break;
+    z = next;
+  }
+  return std::copysign(std::pow(z, 1 / a.power), right);
+}
+
+// Newton's step, but that the slopes of the sites straight above and beside of which the place
+// nearly lies change as they do, and not evenly.
+xy step_across(const expansion& e, const std::array<smooth_sum::near_axis, 2>& axes) {
+  const std::array<double, 2> slope{e.slope.x, e.slope.y};
+  std::array<double, 2> bend{e.xx, e.yy};
+  std::array<double, 2> right{};
+  for (std::size_t j = 0; j < 2; ++j) {
+    const smooth_sum::near_axis& a = axes[j];
+    const double pull = a.pull * std::pow(std::fabs(a.offset), a.power);
+    if (a.pull != 0) bend[j] -= a.power * pull / std::fabs(a.offset);
+    if (!(bend[j] > 0)) return newton_step(e);
+    right[j] = bend[j] * a.offset + std::copysign(pull, a.offset) - slope[j];
+  }
+  std::array<double, 2> step{};
+  for (int round = 0; round < kMostRounds; ++round) {
+    for (std::size_t j = 0; j < 2; ++j)
+      step[j] = root_across(bend[j], axes[j], right[j] - e.xy_ * step[1 - j]) - axes[j].offset;
+  }
+  return {step[0], step[1]};
 }
 
 // The sum after a step, unseen, with a bound of its slope: after a step of length h the second
@@ -60,7 +98,8 @@ expansion newton(const smooth_sum& f, std::size_t sampled, const xy& start, doub
   };
   expansion best = expanded_at(start);
   for (int steps = 0; steps < kMostSteps && !(best.steepness <= flat); ++steps) {
-    xy u = newton_step(best);
+    const auto axes = f.near_axes(best.at, sampled);
+    xy u = axes[0].pull == 0 ? newton_step(best) : step_across(best, axes);
     if (!std::isfinite(u.x + u.y) || !(best.xx * best.yy > best.xy_ * best.xy_)) return best;
     if (const expansion next = after(f, best, u); next.steepness <= flat) return next;
     // A value that roundings raise is no worse where the slope is flatter.

@@ -12,6 +12,8 @@ namespace planloc::detail {
 namespace {
 
 constexpr std::size_t kChunk = lp_norm::kChunk;
+// From here on Newton's steps do as well without.
+constexpr double kEvenPower = 1.5;
 
 using chunk = lp_norm::chunk;
 
@@ -90,7 +92,7 @@ void smooth_sum::find_blocks(const problem& p) {
   const auto add = [&](std::uint32_t g, std::span<const site> sites) {
     const gauge& of = p.gauges()[g];
     const bool euclidean = of.kind() == gauge::shape::euclidean;
-    blocks_.push_back({euclidean, euclidean ? lp_norm() : lp_norm(of.p()), sites});
+    blocks_.push_back({euclidean, euclidean ? lp_norm() : lp_norm(of.p()), of.p(), sites});
   };
   const std::span<const site> sites = p.sites();
   if (p.gauges().size() == 1) return add(0, sites);
@@ -117,6 +119,37 @@ void smooth_sum::find_mean() {
     }
   }
   mean_ = {sum[0] / weights_, sum[1] / weights_};
+}
+
+std::array<smooth_sum::near_axis, 2> smooth_sum::near_axes(const xy& at, std::size_t step) const {
+  std::array<near_axis, 2> axes;
+  std::array<double, 2> least{std::numeric_limits<double>::infinity(),
+                              std::numeric_limits<double>::infinity()};
+  for (const block& b : blocks_) {
+    if (b.euclidean || b.p >= kEvenPower) continue;
+    std::array<std::size_t, 2> nearest{};
+    std::array<bool, 2> nearer{};
+    const every of{b.sites, step, twin{base_.x, base_.y}};
+    for (std::size_t k = 0; k < of.count(); ++k) {
+      const twin u = twin{at.x, at.y} - of.position(k);
+      for (std::size_t j = 0; j < 2; ++j) {
+        if (!(std::fabs(u[j]) < least[j])) continue;
+        least[j] = std::fabs(u[j]);
+        nearest[j] = k;
+        nearer[j] = true;
+      }
+    }
+    for (std::size_t j = 0; j < 2; ++j) {
+      if (!nearer[j]) continue;
+      const twin u = twin{at.x, at.y} - of.position(nearest[j]);
+      double x = u[0];
+      double y = u[1];
+      double size = 0;
+      b.norm.values({&x, &y, 1}, &size);
+      axes[j] = {u[j], b.p - 1, size > 0 ? of.weight(nearest[j]) / std::pow(size, b.p - 1) : 0};
+    }
+  }
+  return axes;
 }
 
 expansion smooth_sum::expand(const xy& at, std::size_t step) const {

@@ -3,6 +3,7 @@
 #ifndef PLANLOC_OPTIMUM_CONVEX_SMOOTH_SUM_H_
 #define PLANLOC_OPTIMUM_CONVEX_SMOOTH_SUM_H_
 
+#include <array>
 #include <cstddef>
 #include <span>
 #include <vector>
@@ -36,6 +37,17 @@ class smooth_sum {
   double lightest() const { return lightest_; }  // of the weights
   const xy& mean() const { return mean_; }       // weighted
 
+  // Of a site under an lp distance with p below 1.5 that a place is next to straight above or
+  // beside of, where second derivatives grow without end: its slope across is
+  // pull * |offset|^power, in the direction of the offset.
+  struct near_axis {
+    double offset = 0;
+    double power = 1;  // p - 1
+    double pull = 0;   // 0 if there is none
+  };
+  // The nearest ones in x and in y, of each `step`-th site.
+  std::array<near_axis, 2> near_axes(const xy& at, std::size_t step = 1) const;
+
   // Of each `step`-th site.
   expansion expand(const xy& at, std::size_t step = 1) const;
 
@@ -43,6 +55,7 @@ class smooth_sum {
   struct block {  // sites with one gauge
     bool euclidean;
     lp_norm norm;
+    double p;
     std::span<const site> sites;
   };
 
