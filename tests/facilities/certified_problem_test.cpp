@@ -67,6 +67,21 @@ TEST(CertifiedProblem, TiedFacilitiesAgreeWithLinearPrograms) {
   EXPECT_TRUE(verify(p, minimise(p)).accepted);
 }
 
+// The largest term is another problem than the sum; for one new facility it is the centre.
+TEST(CertifiedProblem, TheLargestTermOfOneFacilityIsItsCentre) {
+  std::mt19937 random(2);
+  const auto number = [&] { return 1 + static_cast<double>(random() % 900) / 100; };
+  for (int trial = 0; trial < 30; ++trial) {
+    facilities F;
+    for (int i = 0; i < 2 + trial % 7; ++i)
+      F.append(location(2.0, 1.0, number(), number(), number()));
+    const problem p = certified_problem(F, 0, gauge::linf(), order_weights::centre());
+    const solution s = minimise(p);
+    EXPECT_EQ(verify(p, s).gap, 0);
+    EXPECT_NEAR(F.N_linf_max(1, matrix(1, 1), true), s.value, 1e-8 * s.value);
+  }
+}
+
 TEST(CertifiedProblem, GaugesByNumber) {
   gauged_sites data;
   data.gauges.append(polygauge::linf_gauge());

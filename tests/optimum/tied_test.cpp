@@ -153,6 +153,22 @@ TEST(Tied, ManySites) {
   }
 }
 
+TEST(Tied, FiftyFacilities) {
+  instance_source source(4);
+  for (const std::vector<gauge>& gauges : {std::vector{gauge::l1()},
+                                           {gauge::linf()},
+                                           {source.ball(7), gauge::l1()},
+                                           {gauge::euclidean()},
+                                           {gauge::euclidean(), gauge::lp(3), gauge::linf()}}) {
+    const tied_problem p = random_problem(source, layout::scattered, 50, 30, gauges);
+    const tied_solution s = minimise(p);
+    const verification v = verify(p, s);
+    EXPECT_EQ(s.status, solution_status::optimal);
+    EXPECT_EQ(v.reason, "");
+    EXPECT_LE(v.gap, p.polyhedral() ? 0 : 1e-9 * v.value);
+  }
+}
+
 TEST(Tied, SmoothAndMixedDistances) {
   instance_source source(5);
   int not_optimal = 0;
