@@ -37,7 +37,7 @@ struct regions {
   region forbidden;
 
   bool whole_plane() const { return !allowed && forbidden.empty(); }
-  // Whether the place is allowed and not forbidden.
+  // Whether the place is finite, allowed and not forbidden. REQUIRES: finite corners.
   bool permit(const detail::xy& at) const;
 };
 

@@ -341,6 +341,17 @@ TEST(Regions, AllSitesAtOneForbiddenPlace) {
   }
 }
 
+TEST(Regions, PlacesThatAreNotFiniteAreNotPermitted) {
+  const regions lake{{}, {{rectangle(2, 2, 6, 5.5)}}};
+  EXPECT_TRUE(lake.permit({0, 0}));
+  for (const double d : {NAN, INFINITY, -INFINITY}) {
+    for (const xy& at : {xy{d, 0}, xy{0, d}}) {
+      EXPECT_FALSE(lake.permit(at));
+      EXPECT_FALSE(regions{}.permit(at));
+    }
+  }
+}
+
 TEST(Regions, SearchesThatAreStoppedHaveAPermittedPlace) {
   const std::vector<site> sites = {{0, 3}, {3, 0}, {4, 7}, {8, 4}, {4.5, 4.25, 2}};
   const regions lake{{}, {{rectangle(2, 2, 6, 5.5)}}};
