@@ -561,6 +561,22 @@ TEST(General, HardEndings) {
          gauge::polyhedral(
              {{1.04, .04}, {.49, .86}, {-.6, .73}, {-.95, -.15}, {-.37, -.94}, {.67, -.82}})},
         order_weights({-1, -1, 1, 1, 0})}},
+      {"order weights that nearly cancel, so that f hardly grows far away",
+       {{{9.92, 4.04},
+         {2.98, 9.73},
+         {5.03, 9.23},
+         {.67, 3.63},
+         {8.68, 9.03},
+         {1.35, 9.48},
+         {6.64, .8}},
+        {gauge::polyhedral({{-.52, .89},
+                            {-1.02, .07},
+                            {-.71, -.7},
+                            {.06, -.97},
+                            {.83, -.5},
+                            {.91, .39},
+                            {.24, .99}})},
+        order_weights({.559, -.139, -.416, .343, .311, -.306, -.351})}},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);

@@ -312,9 +312,17 @@ void general_search::bound_far_places(detail::recession& far) {
   }
 }
 
-// Where f grows slowly, so that the square is wide.
+// Where f grows slowly, so that the square is wide: under polyhedral gauges one may do that would
+// if f levelled off.
 void general_search::use_smaller_square(detail::recession& far) {
   detail::recession smaller;
+  if (problem_.polyhedral()) {
+    smaller = detail::test_sectors(problem_, table_);
+    if (smaller.kind != growth::levels || smaller.half >= far.half) return;
+    far = std::move(smaller);
+    levels_ = true;
+    return;
+  }
   bound_far_places(smaller);
   if (smaller.kind == growth::levels && outside_ >= best_.value() - tolerance()) {
     far = std::move(smaller);
