@@ -237,9 +237,12 @@ bool column_generation::cut_off() {
   const bool in_groups = master_->groups().size.size() < best_prices_.size();
   if (task_.expired() || in_groups || cuts_++ == kMostCutRounds) return false;
   round(kShakes);
-  std::vector<priced_triple> triples =
-      with_violated_triples(master_->taken(), master_->priced_triples());
-  if (triples.size() == master_->priced_triples().size()) return false;
+  std::vector<priced_triple> triples = master_->priced_triples();
+  // Those of no use make room in the knots.
+  std::erase_if(triples, [](const priced_triple& t) { return !(t.price > 0); });
+  const std::size_t before = triples.size();
+  triples = with_violated_triples(master_->taken(), std::move(triples));
+  if (triples.size() == before) return false;
   const std::vector<dual_master::cluster> known = master_->known_clusters();
   make_master(0, std::move(triples));
   add_known(known);

@@ -14,22 +14,38 @@ namespace planloc::detail {
 // max(|x|, |y|) <= reach * gauge((x, y)) with the least such reach, or 1 for lp.
 double reach_of(const distance_table& table, const gauge_block& b);
 
+// table.piece(slot, at), faster where that looks for one of few edges.
+inline distance_table::linear_piece piece_of(const distance_table& table, std::size_t slot,
+                                             const xy& at) {
+  constexpr std::uint32_t kFewEdges = 12;
+  const gauge_block& b = table.blocks[table.block_of[slot]];
+  const xy u{at.x - table.x[slot], at.y - table.y[slot]};
+  const double w = table.weight[slot];
+  if (b.kind == gauge::shape::euclidean) {
+    const double norm = std::sqrt(dot(u, u));
+    const double r = norm > 0 ? w / norm : 0;
+    return {w * norm, {r * u.x, r * u.y}, 0};
+  }
+  if (b.kind != gauge::shape::polyhedral || b.edges > kFewEdges) return table.piece(slot, at);
+  const ball_edge* edges = table.edges.data() + b.first_edge;
+  std::uint32_t farthest = 0;
+  double most = dot(edges[0].normal, u);
+  for (std::uint32_t j = 1; j < b.edges; ++j) {
+    const double d = dot(edges[j].normal, u);
+    farthest = d > most ? j : farthest;
+    most = std::max(most, d);
+  }
+  const xy& n = edges[farthest].normal;
+  return {w * most, {w * n.x, w * n.y}, farthest};
+}
+
 struct near_sites {
   // `facilities` serve the sites.
   near_sites(const distance_table& table, std::size_t facilities);
 
   std::size_t size() const { return slope.size(); }
   double distance(std::size_t slot, const xy& at) const {
-    const gauge_block& b = table.blocks[table.block_of[slot]];
-    const xy u{at.x - table.x[slot], at.y - table.y[slot]};
-    if (b.kind == gauge::shape::euclidean)
-      return table.weight[slot] * std::sqrt(u.x * u.x + u.y * u.y);
-    if (b.kind != gauge::shape::polyhedral || b.edges > kFewEdges)
-      return table.piece(slot, at).distance;
-    double most = 0;
-    for (std::uint32_t j = b.first_edge; j < b.first_edge + b.edges; ++j)
-      most = std::max(most, dot(table.edges[j].normal, u));
-    return table.weight[slot] * most;
+    return piece_of(table, slot, at).distance;
   }
   // No more than that distance, as it is computed.
   double at_least(std::size_t slot, const xy& at) const {
@@ -43,9 +59,6 @@ struct near_sites {
   // sites.
   std::size_t within_scale;
   std::vector<double> scale;
-
- private:
-  static constexpr std::uint32_t kFewEdges = 16;  // looking at all is faster than finding the one
 };
 
 }  // namespace planloc::detail

@@ -121,7 +121,7 @@ void price_search::meet(const xy& at, double value) {
 // With the tangent at the centre in place of the distance; none if that is nowhere below the price.
 std::optional<price_search::five> price_search::gain_in(priced_site& s,
                                                         const rectangle& cell) const {
-  const distance_table::linear_piece piece = table_.piece(s.slot, cell.centre);
+  const distance_table::linear_piece piece = piece_of(table_, s.slot, cell.centre);
   const double gain = piece.distance - s.price;
   const double by_x = piece.slope.x * cell.half.x;
   const double by_y = piece.slope.y * cell.half.y;

@@ -5,6 +5,8 @@
 #include <numeric>
 #include <utility>
 
+#include "planloc/optimum/allocation/near_sites.h"
+
 namespace planloc::detail {
 
 std::size_t shared(const priced_triple& t, std::span<const std::uint32_t> slots) {
@@ -52,7 +54,7 @@ site_prices::site_prices(std::vector<double> of_slot, std::vector<priced_triple>
 std::vector<std::uint32_t> site_prices::gaining(const distance_table& table, const xy& at) const {
   std::vector<std::uint32_t> result;
   for (std::uint32_t i = 0; i < size(); ++i) {
-    if (of_slot_[i] > 0 && knotted_[i] == 0 && table.piece(i, at).distance < of_slot_[i])
+    if (of_slot_[i] > 0 && knotted_[i] == 0 && piece_of(table, i, at).distance < of_slot_[i])
       result.push_back(i);
   }
   for (const knot& k : knots_) {
@@ -60,7 +62,7 @@ std::vector<std::uint32_t> site_prices::gaining(const distance_table& table, con
     std::size_t best = 0;
     for (std::size_t set = 1; set < value.size(); ++set) {
       const std::uint32_t slot = k.slots[static_cast<std::size_t>(std::countr_zero(set))];
-      value[set] = value[set & (set - 1)] + table.piece(slot, at).distance - of_slot_[slot];
+      value[set] = value[set & (set - 1)] + piece_of(table, slot, at).distance - of_slot_[slot];
       if (value[set] + k.penalty[set] < value[best] + k.penalty[best]) best = set;
     }
     for (std::size_t j = 0; j < k.slots.size(); ++j)
