@@ -43,9 +43,9 @@ void expect_near(const candidate_places& candidates, const service& s, const nea
       const double d = sites.distance(i, candidates[k]);
       if (d < s.links()[i].to_second * (1 - 1e-12)) all.emplace_back(d, i);
     }
-    for (const auto& [d, i] : all)
-      EXPECT_TRUE(
-          std::any_of(near.begin(), near.end(), [&](const auto& n) { return n.second == i; }));
+    for (const auto& expected : all)
+      EXPECT_TRUE(std::any_of(near.begin(), near.end(),
+                              [&](const auto& n) { return n.second == expected.second; }));
     for (const auto& [d, i] : near) EXPECT_NEAR(d, sites.distance(i, candidates[k]), 1e-12 * d);
     EXPECT_LE(near.size(), all.size() + 2);
   }

@@ -258,9 +258,9 @@ TEST(Options, ThatAreNoNumbersFromZeroUpAreNamed) {
       {[&](double d) { allocate(two, {.seconds = d}); }, "seconds"},
       {[&](double d) { allocate(two, {.lower_bound = true, .relative_gap = d}); }, "relative_gap"}};
   for (const auto& c : cases) {
-    for (const auto& [value, text] : {std::pair(kNan, "nan"), {-1e-9, "-1e-09"}}) {
-      EXPECT_EQ(message_of([&] { c.call(value); }),
-                "option " + std::string(c.name) + " is " + text + ": must be 0 or more");
+    for (const auto& bad : {std::pair(kNan, "nan"), {-1e-9, "-1e-09"}}) {
+      EXPECT_EQ(message_of([&] { c.call(bad.first); }),
+                "option " + std::string(c.name) + " is " + bad.second + ": must be 0 or more");
     }
     EXPECT_NO_THROW(c.call(0)) << c.name;
   }

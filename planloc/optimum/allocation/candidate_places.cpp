@@ -29,7 +29,9 @@ candidate_places::candidate_places(const near_sites& sites, std::vector<xy> plac
 }
 
 void candidate_places::keep(std::size_t k, scratch& s) {
-  auto& [distance, share, order] = s;
+  std::vector<double>& distance = s.distance;
+  std::vector<double>& share = s.share;
+  std::vector<std::uint32_t>& order = s.order;
   sites_.table.distances((*this)[k], distance, {});
   for (std::size_t i = 0; i < order.size(); ++i) share[i] = distance[i] / sites_.scale[i];
   std::iota(order.begin(), order.end(), 0U);
