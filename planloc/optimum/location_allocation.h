@@ -166,7 +166,8 @@ struct allocation_check {
 
 // Checks points, assignment, value and bound against the problem alone, in intervals that are
 // rounded outwards, by code that the search does not use. An assignment may deviate from the
-// nearest facility only where the distances differ by their roundings.
+// nearest facility only where the distances differ by their roundings. `within_gap` needs a bound;
+// the gap that was asked for is the caller's to compare with.
 allocation_check verify(const allocation_problem& p, const allocation& a);
 
 }  // namespace planloc

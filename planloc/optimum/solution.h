@@ -85,12 +85,13 @@ struct convex_certificate {
 // Outside of the square f is greater than at `base`: f falls behind the recession function (the
 // same problem with all sites at one place) by no more than a constant, and `outside` proves in the
 // same way that this function is large enough on the sides of the square of half side 1. It is
-// empty where that function is 0 in some direction: then it is nowhere negative, and the square is
-// so large that from any place outside some way back to its border is nowhere up. If `to_infinity`,
-// `outside` stands for all places outside, base + kInside * half / t * y with y on the sides of the
-// square of half side 1 and 0 <= t <= 1, halved along y or t; f is nowhere less than the bound
-// there. With forbidden regions the square holds them, and f is above the bound outside, or no way
-// back is up; with an allowed region the square holds that, and `outside` is empty.
+// empty where that function is 0, or small, in some direction: then it is nowhere negative, and the
+// square is so large that from any place outside some way back to its border is nowhere up. If
+// `to_infinity`, `outside` stands for all places outside, base + kInside * half / t * y with y on
+// the sides of the square of half side 1 and 0 <= t <= 1, halved along y or t; f is nowhere less
+// than the bound there. With forbidden regions the square holds them, and f is above the bound
+// outside, or no way back is up; with an allowed region the square holds that, and `outside` is
+// empty.
 //
 // No cells at all: the sums of the last k order weights are not negative, so neither is f; or all
 // sites lie at one place and `outside` proves that the recession function, which f is there, is not

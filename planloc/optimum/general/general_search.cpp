@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <limits>
 #include <memory>
@@ -10,6 +9,7 @@
 #include "planloc/optimum/general/cell_regions.h"
 #include "planloc/optimum/general/exact_close.h"
 #include "planloc/optimum/general/recession.h"
+#include "planloc/optimum/general/search_goal.h"
 #include "planloc/optimum/general/search_tree.h"
 #include "planloc/optimum/general/task_pool.h"
 #include "planloc/optimum/input_check.h"
@@ -25,26 +25,12 @@ using detail::growth;
 using detail::search_tree;
 using reason = branch_certificate::reason;
 
-// Of the value: the gap at which a problem without exact optimum counts as solved, and the one that
-// the search aims at, so that intervals prove it.
-constexpr double kSmoothGap = 1e-10;
-constexpr double kSmoothAim = 5e-11;
-// Of the sum of the terms' magnitudes: what the rounding of f may leave open of an optimum.
-constexpr double kRoundedGap = 5e-11;
-// A search for a value of about 0 that has seen so many cells aims at more than roundings: twice
-// that after each further so many, up to half of what may be left open.
-constexpr std::size_t kCellsToTheAim = 5000;
-constexpr std::size_t kCellsToTwice = 500;
 // Of what roundings do amid the sites: what more they may do where a least value is.
 constexpr double kMostDoubt = 100;
 // Of the value: what a cell with sides of regions on several lines may hold better, where nothing
 // is solved exactly and more such cells were halved already.
 constexpr double kSideGap = 1e-7;
 constexpr std::size_t kMostCloseCalls = 2000;
-// Of a gap that is asked for: what the search aims at, less a little of the value, so that
-// roundings do not spoil it.
-constexpr double kAimed = 1 - 0x1p-30;
-constexpr double kRoundingsOfValue = 0x1p-50;
 // Halvings of a triangle of the sites' extent: smaller ones are beyond what doubles can tell.
 constexpr int kMostDepth = 100;
 // Break lines for which a large cell is solved exactly. Where f levels off far from the sites, it
@@ -88,6 +74,7 @@ class general_search {
         where_(regions_of(p, table_.base)),
         pool_(options.threads),
         roundings_(detail::roundings_of(p, table_)),
+        goal_(p, options_, roundings_),
         best_(p, table_, where_ ? &*where_ : nullptr, roundings_),
         never_negative_(detail::never_negative(p)),
         floor_of_f_(never_negative_ ? 0 : -std::numeric_limits<double>::infinity()) {
@@ -147,8 +134,7 @@ class general_search {
     for (const detail::xy& at : c.corners) far = std::max({far, std::fabs(at.x), std::fabs(at.y)});
     return roundings_.of_sums * c.size + 0x1p-50 * steepest_ * far;
   }
-  double tolerance() const;
-  double aim_at_length() const;
+  double tolerance() const { return goal_.tolerance(best_.value(), cells_); }
   // The bound of a cell that holds nothing better.
   double enough(const cell& c) const { return best_.value() - tolerance() + margin(c); }
   std::size_t lines_far_away() const {
@@ -161,9 +147,7 @@ class general_search {
   bool give_up(const cell& c);
   double bound() const;
   double proved_bound();
-  bool limit_reached() const;
   bool must_stop();
-  double seconds() const;
   bool holds_all_sites(const detail::triangle& t) const;
   solution finish(const detail::recession& far);
 
@@ -175,6 +159,7 @@ class general_search {
   std::vector<std::unique_ptr<worker>> workers_;  // by thread; made when they are needed
   double steepest_ = 0;                           // of the slopes of the terms
   detail::value_roundings roundings_;
+  detail::search_goal goal_;
   detail::best_place best_;
   bool never_negative_;
   double floor_of_f_;  // f is nowhere less, as far as is known without a search
@@ -191,26 +176,7 @@ class general_search {
   std::size_t cells_to_report_ = 0;  // at which the next report is due
   double reported_bound_ = -std::numeric_limits<double>::infinity();
   bool stopped_ = false;
-  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
-
-double general_search::seconds() const {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
-}
-
-double general_search::tolerance() const {
-  const double size = std::fabs(best_.value());
-  const double asked = std::max(options_.absolute_gap, options_.relative_gap * size);
-  const double aimed = std::max(kAimed * asked - kRoundingsOfValue * size, 0.0);
-  if (problem_.polyhedral()) return aimed;
-  return std::max({aimed, kSmoothAim * size, roundings_.of_value, aim_at_length()});
-}
-
-double general_search::aim_at_length() const {
-  if (where_ || cells_ < kCellsToTheAim) return 0;
-  const double twice = static_cast<double>(cells_ - kCellsToTheAim) / kCellsToTwice;
-  return std::min(roundings_.of_value * std::exp2(twice), kRoundedGap / 2 * roundings_.terms);
-}
 
 double general_search::bound() const {
   const double open = tree_.empty() ? std::numeric_limits<double>::infinity() : tree_.least_bound();
@@ -222,17 +188,13 @@ double general_search::proved_bound() {
   return std::min({tree_.prune(), outside_, best_.value() - tolerance()});
 }
 
-bool general_search::limit_reached() const {
-  return options_.stop.stop_requested() || seconds() > options_.seconds;
-}
-
 bool general_search::must_stop() {
   if (options_.progress && cells_ >= cells_to_report_) {
     reported_bound_ = std::max(reported_bound_, bound());
     options_.progress({best_.value(), reported_bound_, tree_.open_cells().size()});
     cells_to_report_ = cells_ + kCellsBetweenReports;
   }
-  return limit_reached() || cells_ >= options_.cells;
+  return goal_.time_is_up() || cells_ >= options_.cells;
 }
 
 // Where f may come near its least value only far away, a bound without triangles.
@@ -251,7 +213,7 @@ bool general_search::least_possible() {
     const double more = roundings_.more_at(to_nearest(best_.at()));
     const double doubt = 2 * roundings_.of_value + more;
     return more <= kMostDoubt * roundings_.of_value &&
-           best_.value() <= floor_of_f_ + std::max(doubt, kSmoothAim * std::fabs(floor_of_f_));
+           best_.value() <= floor_of_f_ + std::max(doubt, goal_.smooth_aim(floor_of_f_));
   }
   if (best_.value() > roundings_.of_sums * roundings_.extent) return false;
   make_exact();
@@ -260,7 +222,7 @@ bool general_search::least_possible() {
 
 void general_search::step_to_zero() {
   if (never_negative_ && !problem_.polyhedral())
-    best_.step_to_zero([this] { return least_possible() || limit_reached(); });
+    best_.step_to_zero([this] { return least_possible() || goal_.time_is_up(); });
 }
 
 // Whether the square of the extent lies in the triangle.
@@ -285,7 +247,7 @@ double general_search::half_of_square(const detail::recession& far) const {
 void general_search::bound_far_places(detail::recession& far) {
   const double half = detail::half_for_far_boxes(problem_, table_);
   if (half == 0 || least_possible()) return;
-  const auto ended = [this] { return limit_reached(); };
+  const auto ended = [this] { return goal_.time_is_up(); };
   const double near = kLevelExtents * roundings_.extent / 2;
   best_.try_grid(near, ended);
   step_to_zero();
@@ -422,7 +384,7 @@ void general_search::work_on(task& t, worker& w) const {
     if (!problem_.polyhedral()) {
       w.bounder.refine(*h.c, enough(*h.c));
       // Where roundings are larger than the aim, that will do: see give_up.
-      if (cells_ >= kCellsToTheAim) w.bounder.refine(*h.c, best_.value() - tolerance());
+      if (goal_.at_length(cells_)) w.bounder.refine(*h.c, best_.value() - tolerance());
     }
     h.best_seen = w.bounder.best_seen();
   }
@@ -512,7 +474,7 @@ solution general_search::finish(const detail::recession& far) {
   if (to_exact(s.point) != at) s.exact = to_text(at);
   s.value = problem_.polyhedral() ? best_.value() : value_near(s.point);
   s.counters.cells = cells_;
-  s.counters.seconds = seconds();
+  s.counters.seconds = goal_.seconds();
   const bool square_known = far.kind != growth::undecided;
   const bool floor_known = std::isfinite(floor_of_f_);
   const bool least = least_possible();
@@ -531,18 +493,13 @@ solution general_search::finish(const detail::recession& far) {
     s.proof = branch_certificate{table_.base, half_of_square(far), far.outside,
                                  std::isfinite(outside_), tree_.reasons()};
   }
-  const double size = std::fabs(s.value);
   const bool rounded =
       square_known && !stopped_ && !problem_.polyhedral() && s.lower_bound < outside_;
-  const double left_open =
-      rounded && !where_ ? kRoundedGap * roundings_.terms : 2 * roundings_.of_value;
-  if (least || (!stopped_ && square_known &&
-                s.gap() <= (problem_.polyhedral() ? 0 : std::max(kSmoothGap * size, left_open)))) {
+  if (least || (!stopped_ && square_known && goal_.solved(s, rounded))) {
     s.status = solution_status::optimal;
   } else if (rounded) {
     s.status = solution_status::within_gap;  // doubles cannot narrow it further
-  } else if ((square_known || floor_known) &&
-             s.gap() <= std::max(options_.absolute_gap, options_.relative_gap * size)) {
+  } else if ((square_known || floor_known) && goal_.within_options(s)) {
     s.status = solution_status::within_gap;
   }
   return s;
@@ -560,7 +517,7 @@ bool general_search::find_permitted() {
 // With regions the square holds their corners. Places farther away are not allowed, or no better
 // than the place known so far, or as good as one on the border of the square.
 detail::recession general_search::far_away() const {
-  const auto ended = [this] { return limit_reached(); };
+  const auto ended = [this] { return goal_.time_is_up(); };
   if (!where_) return test_recession(problem_, table_, ended);
   detail::recession far;
   if (problem_.where().allowed) {
@@ -577,7 +534,7 @@ solution general_search::run() {
     solution s;
     s.status = solution_status::infeasible;
     s.value = s.lower_bound = std::numeric_limits<double>::infinity();
-    s.counters.seconds = seconds();
+    s.counters.seconds = goal_.seconds();
     return s;
   }
   detail::recession far = far_away();
@@ -587,7 +544,7 @@ solution general_search::run() {
     s.point = table_.base;
     s.value = s.lower_bound = -std::numeric_limits<double>::infinity();
     s.proof = direction_certificate{far.direction};
-    s.counters.seconds = seconds();
+    s.counters.seconds = goal_.seconds();
     return s;
   }
   levels_ = far.kind == growth::levels;
