@@ -101,8 +101,8 @@ class IlcFloatExpI {
   IlcManagerI* getManager() const { return manager_; }
   IlcExpKind kind() const { return kind_; }
   bool isVariable() const { return kind_ == IlcExpKind::kVariable; }
-  // What the expression table notes of the nodes whose left operand this is: the last one's number;
-  // 0 without one.
+  // What the expression table notes of the nodes whose left operand this is: the last one's number,
+  // 0 without one, or that they are in its hash table.
   std::uint32_t users() const { return users_; }
   void setUsers(std::uint32_t users) { users_ = users; }
 

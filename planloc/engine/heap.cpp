@@ -13,8 +13,9 @@ namespace planloc {
 namespace {
 
 constexpr std::size_t kFirstBlockWords = 1000;
-// Blocks double up to this size, just below a huge page, so that a large model needs few of them.
-constexpr std::size_t kLargestStepWords = kFirstBlockWords << 9;
+// Blocks double up to this size, just below two huge pages, so that a large model needs few of
+// them.
+constexpr std::size_t kLargestStepWords = kFirstBlockWords << 10;
 
 void report_heap(const char* what) { ilc_reporter().error(kIlcHeapError, "IlcHeap", what); }
 

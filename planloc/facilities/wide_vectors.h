@@ -3,6 +3,8 @@
 #ifndef PLANLOC_FACILITIES_WIDE_VECTORS_H_
 #define PLANLOC_FACILITIES_WIDE_VECTORS_H_
 
+#include <cstddef>  // defines __GLIBC__ where that is the library
+
 #if defined(__x86_64__) && defined(__GLIBC__) && defined(__GNUC__) && !defined(__clang__) && \
     !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 #define PLANLOC_WIDE_VECTORS __attribute__((target_clones("avx2", "default")))

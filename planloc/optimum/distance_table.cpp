@@ -377,6 +377,4 @@ void distance_table::distances(const xy& at, std::span<double> distance,
   }
 }
 
-// ----- Evaluator -----
-
 }  // namespace planloc::detail

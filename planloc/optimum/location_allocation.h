@@ -61,7 +61,7 @@ enum class allocation_status : std::uint8_t {
 struct allocation_counters {
   std::size_t starts = 0;        // rounds of shakes that were made to their end
   std::size_t shakes = 0;        // some facilities thrown about, and a descent from there
-  std::size_t interchanges = 0;  // a facility dropped for one at a site
+  std::size_t interchanges = 0;  // a facility dropped for one at a site or a place met
   std::size_t solves = 0;        // of a facility and the sites that it serves
   std::size_t prices = 0;        // places of the lower bound: minima of the priced problem
   std::size_t cells = 0;         // of the branch and bound that finds them

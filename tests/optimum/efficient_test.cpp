@@ -408,7 +408,6 @@ TEST(EfficientPolyline, NoPlaceIsFurtherThanTheProvedDistance) {
   }
 }
 
-// Both ways on the same problems.
 // A regular polygon around a place off the origin, pressed together.
 gauge pressed_polygon(int vertices, double thickness) {
   std::vector<xy> v;
@@ -433,6 +432,23 @@ TEST(EfficientPolyline, ClaimsWhatIsProvedUnderThinBallsAndWhereACriterionIs0) {
   EXPECT_EQ(verify(at_site, approximate_efficient_set(at_site, 3e-3)).reason, "");
 }
 
+// Steps from ray to ray are below the roundings of such places.
+TEST(EfficientSet, WalksToPlacesFarAwayEnd) {
+  instance_source source(31);
+  for (const double e : {1e-16, 1e-18, 1e-22}) {
+    std::vector<bicriteria_site> sites = {{0, 0, 1, 0}, {0, 1, 0, 1}};
+    for (int i = 0; i < 10; ++i)
+      sites.push_back({1e-3 * source.uniform(0, 1), source.uniform(0.3, 0.7), 1e-6, 1e-6, 1});
+    const gauge thin = gauge::polyhedral({{1, 2 * e}, {-1, e}, {-1, -e}, {1, -2 * e}});
+    const bicriteria_problem p(sites, {thin, gauge::l1()});
+    efficient_options options;
+    options.seconds = 5;
+    const efficient_chain c = efficient_set(p, options);
+    EXPECT_EQ(c.status, efficient_status::complete) << e;
+    EXPECT_EQ(verify(p, c).reason, "") << e;
+  }
+}
+
 TEST(EfficientSet, VerifyOfManySitesAtOnePlaceComparesFewEdgesInFractions) {
   const bicriteria_problem p(std::vector<bicriteria_site>(20, {1, 2, 1, 3}),
                              {pressed_polygon(200, 1)});
@@ -441,6 +457,7 @@ TEST(EfficientSet, VerifyOfManySitesAtOnePlaceComparesFewEdgesInFractions) {
   EXPECT_EQ(verify(p, c).reason, "");
 }
 
+// Both ways on the same problems.
 TEST(EfficientPolyline, CloseToTheExactChain) {
   instance_source source(26);
   for (int trial = 0; trial < 20; ++trial) {

@@ -3,6 +3,7 @@
 #ifndef PLANLOC_OPTIMUM_ALLOCATION_PLACE_BLOCKS_H_
 #define PLANLOC_OPTIMUM_ALLOCATION_PLACE_BLOCKS_H_
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>

@@ -50,8 +50,8 @@ double root_across(double bend, const smooth_sum::near_axis& a, double right) {
   return std::copysign(std::pow(z, 1 / a.power), right);
 }
 
-// Newton's step, but that the slopes of the sites straight above and beside of which the place
-// nearly lies change as they do, and not evenly.
+// Newton's step, except that the sites on whose axes the place nearly lies change their slopes as
+// they do, not evenly.
 xy step_across(const expansion& e, const std::array<smooth_sum::near_axis, 2>& axes) {
   const std::array<double, 2> slope{e.slope.x, e.slope.y};
   std::array<double, 2> bend{e.xx, e.yy};

@@ -37,9 +37,9 @@ class smooth_sum {
   double lightest() const { return lightest_; }  // of the weights
   const xy& mean() const { return mean_; }       // weighted
 
-  // Of a site under an lp distance with p below 1.5 that a place is next to straight above or
-  // beside of, where second derivatives grow without end: its slope across is
-  // pull * |offset|^power, in the direction of the offset.
+  // Of a site under an lp distance with p below 1.5. Straight above or beside it second derivatives
+  // grow without end; near there its slope across is pull * |offset|^power, in the direction of the
+  // offset.
   struct near_axis {
     double offset = 0;
     double power = 1;  // p - 1

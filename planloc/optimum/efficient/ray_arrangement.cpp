@@ -225,9 +225,13 @@ void ray_arrangement::widen_to(family& f, std::uint32_t ray, double here) {
 void ray_arrangement::widen_from(family& f, std::uint32_t ray, double here, bool rising) {
   const double apart = lines_apart(f, ray);
   const double further = std::max(2 * (rising ? f.high - here : here - f.low), apart * kLinesAhead);
-  const double wide =
-      further < 2 * apart * static_cast<double>(f.end - f.begin) ? further : kInfinity;
-  widen(f, rising ? f.low : here - wide, rising ? here + wide : f.high);
+  const double border = rising ? here + further : here - further;
+  const bool moves = rising ? border > f.high : border < f.low;  // roundings of a far place may win
+  if (moves && further < 2 * apart * static_cast<double>(f.end - f.begin)) {
+    widen(f, std::min(f.low, border), std::max(f.high, border));
+  } else {
+    widen(f, rising ? f.low : -kInfinity, rising ? kInfinity : f.high);
+  }
 }
 
 // Where they are spread evenly.

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 #include <map>
+#include <tuple>
 #include <utility>
 
 #include "planloc/foundation/numeric/round_quotient.h"
@@ -221,18 +222,22 @@ class exact_place::distance_order {
            (p.weight == q.weight && p.gauge == q.gauge && place_.edge_[a] == place_.edge_[b]);
   }
   const dyadic& level(std::uint32_t slot) {
-    const auto it = levels_.find(slot);
-    return it != levels_.end() ? it->second
-                               : levels_.emplace(slot, place_.level(slot)).first->second;
+    const site& s = place_.site_of(slot);
+    const term t{s.x, s.y, s.weight, place_.first_edge_of(slot) + place_.edge(slot)};
+    const auto it = levels_.find(t);
+    return it != levels_.end() ? it->second : levels_.emplace(t, place_.level(slot)).first->second;
   }
   const dyadic& area(std::uint32_t slot) const {
     return place_.edges_.dyadic_of(place_.first_edge_of(slot) + place_.edge(slot)).area;
   }
 
+  // Many sites may share one: a position, its weight, and the edge in force.
+  using term = std::tuple<double, double, double, std::uint32_t>;
+
   const exact_place& place_;
   std::vector<double> rounded_;
   double widest_error_ = 0;
-  std::map<std::uint32_t, dyadic> levels_;
+  std::map<term, dyadic> levels_;
 };
 
 void exact_place::find_ranks() {
@@ -319,9 +324,8 @@ struct exact_place::rounded_rise {
 };
 
 // Within its gauge; the first one of several.
-std::uint32_t exact_place::steepest_edge(std::uint32_t slot, const exact_xy& u) const {
-  const gauge_block& b = table_.blocks[table_.block_of[slot]];
-  const edge_range tied = tied_edges_of(slot);
+std::uint32_t exact_place::steepest_edge(const gauge_block& b, edge_range tied,
+                                         const exact_xy& u) const {
   const xy rounded = to_nearest(u);
   std::vector<rounded_rise> rises;
   rises.reserve(tied.count);
@@ -334,9 +338,9 @@ std::uint32_t exact_place::steepest_edge(std::uint32_t slot, const exact_xy& u) 
   std::erase_if(rises, [least](const rounded_rise& r) { return r.high() < least; });
   std::uint32_t best = rises[0].of;
   if (rises.size() == 1) return best;
-  mpq_class most = dot(normal(slot, best), u);
+  mpq_class most = dot(edges_.normal(b.first_edge + best), u);
   for (const rounded_rise& r : std::span(rises).subspan(1)) {
-    mpq_class rise = dot(normal(slot, r.of), u);
+    mpq_class rise = dot(edges_.normal(b.first_edge + r.of), u);
     if (rise <= most) continue;
     most = std::move(rise);
     best = r.of;
@@ -391,7 +395,15 @@ piece_choice exact_place::choose(const exact_xy& u) const {
   std::size_t tied = 0;
   for (const tied_ranks& t : tied_ranks_) tied += t.end - t.begin;
   c.slot.reserve(tied);
-  for (const tied_slot& t : tied_slots_) c.edge.push_back(steepest_edge(t.slot, u));
+  // Many sites have the same ties, those in a line for one.
+  std::map<std::pair<std::uint32_t, std::uint32_t>, std::uint32_t> known;  // by first and count
+  for (const tied_slot& t : tied_slots_) {
+    const gauge_block& b = table_.blocks[table_.block_of[t.slot]];
+    const edge_range edges = tied_edges_of(t.slot);
+    const auto [it, is_new] = known.try_emplace({b.first_edge + edges.first, edges.count});
+    if (is_new) it->second = steepest_edge(b, edges, u);
+    c.edge.push_back(it->second);
+  }
   for (const tied_ranks& t : tied_ranks_) {
     const std::size_t first = c.slot.size();
     c.slot.insert(c.slot.end(), order_.begin() + t.begin, order_.begin() + t.end);

@@ -148,9 +148,6 @@ class exact_place {
   std::uint32_t first_edge_of(std::size_t slot) const {
     return table_.blocks[table_.block_of[slot]].first_edge;
   }
-  const exact_xy& normal(std::uint32_t slot, std::uint32_t edge) const {
-    return edges_.normal(first_edge_of(slot) + edge);
-  }
   void find_edges(std::span<const std::uint32_t> guess);
   void find_ranks();
   void find_tied_ranks(distance_order& by_distance);
@@ -166,7 +163,7 @@ class exact_place {
   std::size_t tie_of(std::uint32_t slot) const;  // in tied_slots_. REQUIRES: is_tied
   std::uint32_t edge_of(std::uint32_t slot, const piece_choice& c) const;
   double lambda_at(std::uint32_t rank) const;
-  std::uint32_t steepest_edge(std::uint32_t slot, const exact_xy& u) const;
+  std::uint32_t steepest_edge(const gauge_block& b, edge_range tied, const exact_xy& u) const;
   void sort_by_rise(std::span<std::uint32_t> slots, const piece_choice& c, const exact_xy& u) const;
   template <class Use>
   void each_untied_term(Use use) const;

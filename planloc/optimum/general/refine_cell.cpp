@@ -251,11 +251,10 @@ std::optional<double> cell_bounder::lift(const xy& along) const {
 }
 
 // A plane that is taken at a place of the cell, with what `weigh` has found there. The sites can be
-// taken one by one: a tangent where a distance
-// adds to f, the interpolation of the corners where it takes off. Or those that have second
-// derivatives are taken together: their sum is convex once the square of a coordinate is added, so
-// that its tangent less the interpolation of that square will do (Adjiman, Dallwig, Floudas and
-// Neumaier 1998). The plane that is higher at the place is taken.
+// taken one by one: a tangent where a distance adds to f, the interpolation of the corners where it
+// takes off. Or those that have second derivatives are taken together: their sum is convex once the
+// square of a coordinate is added, so that its tangent less the interpolation of that square will
+// do (Adjiman, Dallwig, Floudas and Neumaier 1998). The plane that is higher at the place is taken.
 corner_values cell_bounder::plane_at(const cell& c, const corner_values& shares) {
   corner_values one_by_one{};
   for (std::size_t m = 0; m < 3; ++m)

@@ -123,12 +123,12 @@ std::uint32_t efficient_places::edge_towards(std::size_t i, const active_edges& 
   const auto edge = [&](std::uint32_t k) {
     return static_cast<std::uint32_t>((tie.first + k) % rounded.size());
   };
-  // In doubles up to `doubt`: a unit in the last place of each normal and product, and one of the
-  // sum.
+  // In doubles, off by less than `doubt`: a unit in the last place of each normal and product, and
+  // one of the sum; or what is below the least numbers, times a coordinate of a direction.
   const auto bounds = [&](std::uint32_t e) {
     const double x = rounded[e].x * direction.x;
     const double y = rounded[e].y * direction.y;
-    const double doubt = 0x1p-50 * (std::fabs(x) + std::fabs(y));
+    const double doubt = 0x1p-50 * (std::fabs(x) + std::fabs(y)) + 0x1p-900;
     return std::pair(x + y - doubt, x + y + doubt);
   };
   double surely = -std::numeric_limits<double>::infinity();

@@ -196,8 +196,7 @@ std::vector<interval> leaf_walk::rising_weights(const triangle_state& t) {
 // Two sites of neighbouring ranks may each take some of the rise between these: a mixture of both
 // orders. Where the order may change on the triangle, the share is taken that makes the slope of
 // all the least, or, `on_side`, along the side of the place; sites that change places meet their
-// next neighbours. `all` ends with the undecided
-// sites by rank.
+// next neighbours. `all` ends with the undecided sites by rank.
 void leaf_walk::mix_orders(const triangle_state& t, const cut_place& place, bool on_side,
                            std::vector<weighed_site>& all) const {
   const auto zero = std::find(place.shares.begin(), place.shares.end(), 0.0);

@@ -178,6 +178,7 @@ double polyline_check::distance() const {
     const interval unit = interval(f[0]) * range_[0] + interval(f[1]) * range_[1];
     const double bound = bound_along(f);
     if (value.high <= bound) return;
+    if (!(unit.low > 0)) refuse("points are nearer to each other than doubles can weigh");
     const interval missing = value - interval(bound);
     most = std::max(most, (interval(missing.high) / unit).high);
   };

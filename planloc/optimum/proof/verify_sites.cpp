@@ -195,6 +195,17 @@ affine_function fraction_loads::sum() const {
   return f;
 }
 
+namespace {
+
+// As sites at one place often have.
+bool same_term(const problem& p, std::size_t i, std::size_t j) {
+  const site& a = p.sites()[i];
+  const site& b = p.sites()[j];
+  return a.x == b.x && a.y == b.y && a.weight == b.weight && a.gauge == b.gauge;
+}
+
+}  // namespace
+
 void add_in_order(const verified_sites& sites, std::span<const std::uint32_t> which,
                   std::span<const order_run> runs, const fraction_pair& at, fraction_loads& loads) {
   struct placed {
@@ -214,7 +225,7 @@ void add_in_order(const verified_sites& sites, std::span<const std::uint32_t> wh
     std::sort(order.begin(), order.end(), [&](const placed& q, const placed& r) {
       if (q.near.high < r.near.low) return true;
       if (q.near.low > r.near.high) return false;
-      return q.site != r.site && exactly(q) < exactly(r);
+      return !same_term(sites.owner(), q.site, r.site) && exactly(q) < exactly(r);
     });
   }
   std::size_t k = 0;
