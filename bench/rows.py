@@ -157,9 +157,9 @@ FILES_AND_MODELS = [
         "grow and are loaded once; `CoinModel`, CLP's own modelling tool, which finds entries again by row and column; "
         "and `addRow`, a row at a time into the solver, whose time grows with the square of the rows. Rows appended to "
         "a matrix with room for them and arrays that stand already are the floor. An expression is five nodes a row "
-        "that stay and of which equal ones are one object: that is what the arrays do without. About half "
-        "of our time is the system giving out memory for them; in large programs the rest waits for the memory of "
-        "variables, which rows meet in any order. The solve that follows takes some twenty times as long.",
+        "that stay and of which equal ones are one object: that is what the arrays do without. Up to a "
+        "few thousand rows half of our time is the system giving out memory for them; large programs wait for the memory "
+        "of variables, which rows meet in any order. The solve that follows takes some twenty times as long.",
         what="rows", quick=2, also=["CoinPackedMatrix", "CLP at once"]),
     Row("tool", "`planloc solve` on a table", "py planloc solve", ["py ogrinfo -al"], [100, 1000, 10000, 100000],
         "From CSV to the answer and the table of the sites; the peer reads and prints the table. Whole processes, with "
