@@ -16,7 +16,7 @@ namespace {
 
 using namespace detail;
 
-constexpr double kEvenWeights = 100;
+constexpr double kEvenWeights = 1e4;
 
 // The place of all sites that hold a part, if it is one.
 std::optional<xy> only_place(const tied_problem& p, const tied_part& part) {
