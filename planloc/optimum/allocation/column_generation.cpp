@@ -344,12 +344,13 @@ void column_generation::round(std::size_t shakes) {
 }
 
 // The places of the clusters that the master takes, in whole or in part, are those to exchange
-// facilities for.
+// facilities for, unless it takes none.
 void column_generation::descend_from(std::vector<xy> places, std::size_t shakes) {
   std::vector<xy> taken;
   for (const dual_master::taken_cluster& c : master_->taken()) taken.push_back(c.at);
   const candidate_places candidates(ground_.sites, std::move(taken));
-  local_search search(ground_, shakes == 0 ? ground_.at_sites : candidates, 0, task_.expired);
+  const bool at_sites = shakes == 0 || candidates.size() == 0;
+  local_search search(ground_, at_sites ? ground_.at_sites : candidates, 0, task_.expired);
   search.start_from(std::move(places));
   for (std::size_t k = 0; k < shakes && !task_.expired(); ++k) search.shake();
   allocation next;
