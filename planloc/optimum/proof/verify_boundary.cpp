@@ -13,33 +13,36 @@ namespace {
 struct line {
   mpq_class begin, end;
 
-  mpq_class at(const mpq_class& share) const { return begin + share * (end - begin); }
+  // `rest` and `gone` times the values at the ends.
+  mpq_class mixed(const mpq_class& rest, const mpq_class& gone) const {
+    return rest * begin + gone * end;
+  }
 };
 
 // The least value of the largest of the lines: from both ends to where the lines in force meet,
-// until no other one is above.
+// until no other one is above. Numbers may be long, so quotients are taken at the end only.
 mpq_class least_of_largest(const std::vector<line>& lines) {
-  const auto in_force = [&](const mpq_class& share) {
+  const auto in_force = [&](const mpq_class& rest, const mpq_class& gone) {
     const line* best = &lines[0];
-    mpq_class most = best->at(share);
+    mpq_class most = best->mixed(rest, gone);
     for (const line& l : lines) {
-      mpq_class v = l.at(share);
+      mpq_class v = l.mixed(rest, gone);
       if (v <= most) continue;
       most = std::move(v);
       best = &l;
     }
     return best;
   };
-  const line* falling = in_force(0);
+  const line* falling = in_force(1, 0);
   if (falling->end >= falling->begin) return falling->begin;
-  const line* rising = in_force(1);
+  const line* rising = in_force(0, 1);
   if (rising->begin >= rising->end) return rising->end;
   for (;;) {
-    const mpq_class apart = falling->begin - rising->begin;
-    const mpq_class share = apart / (apart + rising->end - falling->end);
-    const line* other = in_force(share);
-    const mpq_class value = falling->at(share);
-    if (other->at(share) <= value) return value;
+    const mpq_class gone = falling->begin - rising->begin;
+    const mpq_class rest = rising->end - falling->end;
+    const line* other = in_force(rest, gone);
+    const mpq_class value = falling->mixed(rest, gone);
+    if (other->mixed(rest, gone) <= value) return value / (rest + gone);
     (other->end < other->begin ? falling : rising) = other;
   }
 }
@@ -53,6 +56,7 @@ class boundary_check {
     if (!p.polyhedral()) return;
     const std::vector<double> lambda = listed_weights(p);
     for (const affine_piece& piece : c.pieces) exact_.push_back(exact_function(p, lambda, piece));
+    scale();
   }
 
   const verified_regions& where() const { return where_; }
@@ -64,7 +68,7 @@ class boundary_check {
       const auto [a, b] = where_.sides()[k];
       const fraction_pair from{mpq_class(a.x), mpq_class(a.y)};
       const fraction_pair to{mpq_class(b.x), mpq_class(b.y)};
-      if (bound_between(from, to, least) >= least) continue;
+      if (rounded_bound(from, to) >= least) continue;
       const fraction_pair u{to.x - from.x, to.y - from.y};
       for (const verified_regions::part& p : where_.permitted_parts(k)) {
         const fraction_pair begin{from.x + p.from * u.x, from.y + p.from * u.y};
@@ -76,16 +80,31 @@ class boundary_check {
   }
 
  private:
+  // So that values at places have short denominators: under many gauges those of the sums are long,
+  // and each operation would look for their common divisors again.
+  void scale() {
+    for (const affine_function& f : exact_) {
+      for (const mpq_class* q : {&f.at_origin, &f.slope.x, &f.slope.y})
+        scale_ = lcm(scale_, q->get_den());
+    }
+    for (affine_function& f : exact_) {
+      for (mpq_class* q : {&f.at_origin, &f.slope.x, &f.slope.y}) *q *= scale_;
+    }
+  }
+
+  mpq_class rounded_bound(const fraction_pair& a, const fraction_pair& b) const {
+    std::vector<line> lines;
+    for (const interval_place::affine& f : rounded_) lines.push_back({lowest(f, a), lowest(f, b)});
+    return least_of_largest(lines);
+  }
   // In intervals, and where they do not reach `enough` in fractions.
   mpq_class bound_between(const fraction_pair& a, const fraction_pair& b,
                           const mpq_class& enough) const {
-    std::vector<line> lines;
-    for (const interval_place::affine& f : rounded_) lines.push_back({lowest(f, a), lowest(f, b)});
-    mpq_class bound = least_of_largest(lines);
+    mpq_class bound = rounded_bound(a, b);
     if (bound >= enough || exact_.empty()) return bound;
-    lines.clear();
+    std::vector<line> lines;
     for (const affine_function& f : exact_) lines.push_back({value(f, a), value(f, b)});
-    return least_of_largest(lines);
+    return least_of_largest(lines) / scale_;
   }
 
   mpq_class lowest(const interval_place::affine& f, const fraction_pair& at) const {
@@ -101,7 +120,8 @@ class boundary_check {
   verified_regions where_;
   fraction_pair place_;
   std::vector<interval_place::affine> rounded_;
-  std::vector<affine_function> exact_;
+  std::vector<affine_function> exact_;  // times `scale_`
+  mpz_class scale_ = 1;
 };
 
 }  // namespace
