@@ -34,7 +34,8 @@ namespace planloc {
 class allocation_problem {
  public:
   // `count` new facilities. Throws `bad_problem` as `problem` does, and if there is neither a new
-  // facility nor an existing one, or an existing one's coordinate is above 1e36 in magnitude.
+  // facility nor an existing one, or more than 2^32 - 1 of both, or an existing one's coordinate is
+  // above 1e36 in magnitude.
   allocation_problem(std::vector<site> sites, std::vector<gauge> gauges, std::size_t count,
                      std::vector<xy> existing = {});
 

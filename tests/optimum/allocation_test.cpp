@@ -300,6 +300,8 @@ TEST(LocationAllocation, BadInputIsNamed) {
     return message_of([&] { allocation_problem({{}}, {gauge::l1()}, 0, existing); });
   };
   EXPECT_EQ(beside({}), "no facility, new or existing");
+  EXPECT_EQ(message_of([] { allocation_problem({{}}, {gauge::l1()}, 4294967295, {{}}); }),
+            "4294967295 new facilities and 1 existing: must be at most 4294967295");
   EXPECT_EQ(beside({{0, 0}, {0, INFINITY}}), "y of existing facility 1 is inf: must be finite");
   EXPECT_EQ(beside({{-1e40, 0}}),
             "x of existing facility 0 is -1e+40: must be at most 1e36 in magnitude");

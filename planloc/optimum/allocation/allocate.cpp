@@ -2,6 +2,8 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
+#include <cstdint>
+#include <limits>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -272,6 +274,12 @@ allocation_problem::allocation_problem(std::vector<site> sites, std::vector<gaug
       count_(count),
       existing_(std::move(existing)) {
   if (count_ == 0 && existing_.empty()) throw bad_problem("no facility, new or existing");
+  constexpr std::size_t kMost = std::numeric_limits<std::uint32_t>::max();
+  if (existing_.size() > kMost || count_ > kMost - existing_.size()) {
+    throw bad_problem(std::to_string(count_) + " new facilities and " +
+                      std::to_string(existing_.size()) + " existing: must be at most " +
+                      std::to_string(kMost));
+  }
   for (std::size_t k = 0; k < existing_.size(); ++k) {
     for (const auto& [name, c] : {std::pair("x", existing_[k].x), {"y", existing_[k].y}}) {
       if (std::fabs(c) <= kMostNumber) continue;
