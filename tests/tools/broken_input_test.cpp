@@ -148,6 +148,7 @@ TEST_F(BrokenInput, CommandLinesAndFilesHaveTheirStatus) {
       {three, "--order-weights 0,0,1 --objective centre", "excludes", 2},
       {three, "--x x", "requires", 2},
       {three, "--gap -1", "--gap", 2},
+      {three, "--gap nan", "Value nan not in range 0 to", 2},
       {three, "--time-limit soon", "--time-limit", 2},
       {three, "--lonlat --planar", "excludes", 2},
   };

@@ -196,11 +196,12 @@ void add_classic(CLI::App& app, command& run) {
       ->delimiter(',');
   add_gauge_options(c, options->gauge, options->source);
   c.add_option("--flow", options->flow, "Flows between several facilities: N rows of N numbers");
-  c.add_option("--p", options->p, "Of the lp norm (2)")->check(CLI::Range(1, 1000));
-  c.add_option("--eps", options->eps, "Of N_lp_sum: the share of the flows that it accepts (0.1)")
-      ->check(CLI::NonNegativeNumber);
-  c.add_option("--time-limit", options->seconds, "Seconds for the method (60)")
-      ->check(CLI::PositiveNumber);
+  take_from_to(*c.add_option("--p", options->p, "Of the lp norm (2)"), 1, 1000);
+  take_from_to(*c.add_option("--eps", options->eps,
+                             "Of N_lp_sum: the share of the flows that it accepts (0.1)"),
+               0);
+  take_from_to(*c.add_option("--time-limit", options->seconds, "Seconds for the method (60)"),
+               1e-3);
   add_format_option(c, options->format);
   add_example(c, "planloc classic l2_max towns.csv --weight population");
   c.callback([options, &run] { run = [options] { return run_classic(*options); }; });

@@ -76,13 +76,11 @@ void add_compare(CLI::App& app, command& run) {
       ->required()
       ->delimiter(',');
   add_gauge_options(c, options->gauge, options->source);
-  c.add_option("--time-limit", options->seconds, "Seconds for the search")
-      ->check(CLI::NonNegativeNumber);
-  c.add_option(
-       "--gap", options->gap,
-       "Under round gauges: the distance of the polyline from the best values, as a part of "
-       "their ranges (0.001)")
-      ->check(CLI::Range(1e-9, 1.0));
+  take_from_to(*c.add_option("--time-limit", options->seconds, "Seconds for the search"), 0);
+  take_from_to(*c.add_option("--gap", options->gap,
+                             "Under round gauges: the distance of the polyline from the best "
+                             "values, as a part of their ranges (0.001)"),
+               1e-9, 1);
   add_format_option(c, options->format);
   add_output_options(c, options->output);
   add_example(c, "planloc compare towns.csv --weights population,income --gauge octagon");

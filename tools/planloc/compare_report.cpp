@@ -73,10 +73,9 @@ void compare_report::take(const efficient_polyline& line) {
 }
 
 std::string compare_text(const compare_report& r) {
-  std::string text =
-      headed_line("Question", "places that none beats in both sums, weighted by " + r.weights[0] +
-                                  " and by " + r.weights[1] + ", " +
-                                  std::to_string(r.sites.size()) + " sites, gauge " + r.gauge);
+  std::string text = headed_line(
+      "Question", "places that none beats in both sums, weighted by " + r.weights[0] + " and by " +
+                      r.weights[1] + ", " + counted(r.sites.size(), "site") + ", gauge " + r.gauge);
   text += headed_line("Answer", answer_text(r));
   if (r.pieces.empty()) return text;
   text += end_line(r, 0);

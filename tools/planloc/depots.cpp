@@ -82,7 +82,7 @@ allocation search(const depots_options& options, const allocation_problem& quest
   how.seconds = options.search.seconds;
   how.threads = options.search.threads;
   how.lower_bound = options.bound;
-  if (options.search.gap > 0) how.relative_gap = options.search.gap;
+  how.relative_gap = options.search.gap.value_or(how.relative_gap);
   progress_line line;
   if (line.wanted()) {
     how.progress = [&](const allocation_progress& now) {
@@ -134,7 +134,7 @@ exit_status run_tied(depots_options& options) {
   }
   tied_options how;
   how.seconds = options.search.seconds;
-  how.relative_gap = options.search.gap;
+  how.relative_gap = options.search.gap.value_or(0);
   const tied_solution answer = minimise(
       tied_problem(depots, std::move(places), gauges.gauges, std::move(weights), std::move(ties)),
       how);

@@ -92,8 +92,8 @@ std::string site_rows(const depots_report& r) {
 }  // namespace
 
 std::string depots_text(const depots_report& r) {
-  std::string text = headed_line("Question", std::to_string(r.points.size()) + " new depots for " +
-                                                 std::to_string(r.sites.size()) + " sites" +
+  std::string text = headed_line("Question", counted(r.points.size(), "new depot") + " for " +
+                                                 counted(r.sites.size(), "site") +
                                                  (!r.tied   ? ", each site with its nearest"
                                                   : r.flows ? ", with flows between them"
                                                             : ", each with weights of its own") +

@@ -64,13 +64,21 @@ objective objective_options::choice() const {
   return order_weights.empty() ? parse_objective(name) : parse_order_weights(order_weights);
 }
 
+void take_from_to(CLI::Option& option, double low, double high) {
+  option.check([low, high](const std::string& text) -> std::string {
+    double value = 0;
+    if (CLI::detail::lexical_cast(text, value) && value >= low && value <= high) return {};
+    return "Value " + text + " not in range " + rounded(low) + " to " + rounded(high);
+  });
+}
+
 void add_search_options(CLI::App& command, search_options& options) {
-  command.add_option("--time-limit", options.seconds, "Seconds for the search (no limit)")
-      ->check(CLI::NonNegativeNumber);
-  command
-      .add_option("--gap", options.gap,
-                  "End when the gap is below this part of the value (0: at the end)")
-      ->check(CLI::Range(0.0, 1e9));
+  take_from_to(
+      *command.add_option("--time-limit", options.seconds, "Seconds for the search (no limit)"), 0);
+  take_from_to(
+      *command.add_option("--gap", options.gap,
+                          "End when the gap is below this part of the value (0: at the end)"),
+      0, 1e9);
   command.add_option("--threads", options.threads, "Threads of the search (all processors)")
       ->check(CLI::Range(1, 4096));
   command.add_option("--seed", options.seed,
@@ -79,7 +87,7 @@ void add_search_options(CLI::App& command, search_options& options) {
 
 minimise_options search_options::choice() const {
   minimise_options chosen;
-  chosen.relative_gap = gap;
+  chosen.relative_gap = gap.value_or(0);
   chosen.seconds = seconds;
   chosen.threads =
       threads > 0 ? threads : static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));

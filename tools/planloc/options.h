@@ -14,7 +14,8 @@
 
 namespace CLI {
 class App;
-}
+class Option;
+}  // namespace CLI
 
 namespace planloc::tool {
 
@@ -37,9 +38,13 @@ struct objective_options {
 };
 void add_objective_options(CLI::App& command, objective_options& options);
 
+// Takes numbers from low to high, and not NaN, which CLI11's own checks let pass.
+void take_from_to(CLI::Option& option, double low,
+                  double high = std::numeric_limits<double>::infinity());
+
 struct search_options {
   double seconds = std::numeric_limits<double>::infinity();
-  double gap = 0;
+  std::optional<double> gap;
   int threads = 0;  // 0: as many as there are processors
   unsigned seed = 1;
 

@@ -63,10 +63,9 @@ std::string site_rows(const solve_report& r) {
 }  // namespace
 
 std::string report_text(const solve_report& r) {
-  const std::size_t n = r.sites.size();
   std::string text =
-      headed_line("Question", r.objective + " of the weighted distances from " + std::to_string(n) +
-                                  (n == 1 ? " site" : " sites") + ", gauge " + r.gauge.name);
+      headed_line("Question", r.objective + " of the weighted distances from " +
+                                  counted(r.sites.size(), "site") + ", gauge " + r.gauge.name);
   text += answer_text(r);
   text += projection_line(r.sites);
   if (!r.figures.empty()) text += "\n" + site_rows(r);

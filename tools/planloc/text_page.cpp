@@ -25,6 +25,10 @@ std::string headed_line(const char* head, const std::string& text) {
   return start + text + "\n";
 }
 
+std::string counted(std::size_t n, const std::string& what) {
+  return std::to_string(n) + " " + what + (n == 1 ? "" : "s");
+}
+
 std::string place_text(const xy& p) {
   constexpr int kPlaceDigits = 8;
   return "(" + rounded(p.x, kPlaceDigits) + ", " + rounded(p.y, kPlaceDigits) + ")";

@@ -14,6 +14,8 @@ namespace planloc::tool {
 // "Value       12.5\n"
 std::string headed_line(const char* head, const std::string& text);
 
+std::string counted(std::size_t n, const std::string& what);  // "1 site", "2 sites"
+
 std::string place_text(const xy& p);  // "(-4.42, 36.7194)"
 
 // Where degrees were projected; else nothing.

@@ -28,7 +28,7 @@ std::string verdict_text(const certificate_file& c, const site_plane& sites,
                          const verification& v) {
   std::string text =
       headed_line("Question", c.objective + " of the weighted distances from " +
-                                  std::to_string(sites.size()) + " sites, gauge " + c.gauge);
+                                  counted(sites.size(), "site") + ", gauge " + c.gauge);
   if (!v.accepted) {
     return text + headed_line("Refused", v.reason) +
            "The sites have to be those that the certificate was made for, with the same weights.\n";
@@ -67,8 +67,8 @@ exit_status run_verify(const verify_options& options) {
   c.source.path = options.sites;
   const site_plane sites(read_sites(c.source));
   if (sites.size() != c.sites) {
-    fail_data(options.sites + ": " + std::to_string(sites.size()) +
-              " sites: the certificate is for " + std::to_string(c.sites));
+    fail_data(options.sites + ": " + counted(sites.size(), "site") + ": the certificate is for " +
+              std::to_string(c.sites));
   }
   std::vector<double> lambda;
   for (const order_run& r : c.lambda) {
