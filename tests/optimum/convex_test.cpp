@@ -212,6 +212,25 @@ TEST(Convex, ManySites) {
   }
 }
 
+// Thousands of sites share each place, and their lines: those that differ must be found.
+TEST(Convex, ManySitesAtFewPlaces) {
+  const gauge hexagon =
+      gauge::polyhedral({{1, 0}, {0.5, 1}, {-0.5, 1}, {-1, 0}, {-0.5, -1}, {0.5, -1}});
+  for (const int width : {1, 4, 10, 16}) {
+    SCOPED_TRACE(width);
+    instance_source source(static_cast<unsigned>(width));
+    std::vector<site> sites;
+    for (int i = 0; i < 20000; ++i) {
+      const auto row = static_cast<double>(source.below(width == 16 ? 1 : width));
+      sites.push_back({100.0 * source.below(width) + 7 * row, 100 * row});
+    }
+    for (const std::size_t k : {2000U, 18000U}) {
+      const solution s = expect_solved({sites, {hexagon}, order_weights::k_centrum(k)});
+      EXPECT_LT(s.counters.evaluations, 30);
+    }
+  }
+}
+
 // Gauges without exact optimum: solved to 1e-11, and proved so by intervals.
 TEST(Convex, SmoothGaugesProvedByIntervals) {
   instance_source source(3);

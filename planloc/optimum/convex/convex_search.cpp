@@ -5,6 +5,7 @@
 #include <limits>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "planloc/foundation/numeric/round_quotient.h"
 #include "planloc/optimum/convex/cut_model.h"
@@ -174,6 +175,7 @@ class convex_search {
   cut_model model_;
   detail::reduced_sum reduced_;
   std::optional<detail::current_place> places_;
+  std::vector<exact_xy> tried_;  // places that are no optima
   std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
   solution result_;
 };
@@ -418,14 +420,13 @@ void convex_search::accept(const exact_xy& at, const optimality& o) {
 // At the vertex that the minimiser of a model stands for.
 bool convex_search::prove_near(const cut_model& model, std::span<const double> reaches) {
   const detail::break_lines lines = lines_near(model.minimiser(), reaches.back() * extent_);
-  std::optional<exact_xy> last;
   for (const double reach : reaches) {
     auto snapped = lines.snap(reach * extent_);
     // A vertex, unless the minimiser lies on an edge or a polygon of optima.
     if (snapped.lines < 2 && reach != reaches.back()) continue;
-    if (last == snapped.at) continue;
+    if (std::find(tried_.begin(), tried_.end(), snapped.at) != tried_.end()) continue;
     if (prove_snapped(snapped.at, model)) return true;
-    last = std::move(snapped.at);
+    tried_.push_back(std::move(snapped.at));
   }
   return false;
 }
@@ -433,9 +434,11 @@ bool convex_search::prove_near(const cut_model& model, std::span<const double> r
 void convex_search::prove() {
   places_.emplace(problem_, table_);
   for (int round = 0; round < kMostSnaps; ++round) {
+    const std::size_t tried = tried_.size();
     if (prove_near(model_, kSnapReaches)) return;
     const cut_model closer = closer_model();
     if (ended_ || prove_near(closer, kCloserReaches)) return;
+    if (tried_.size() == tried) break;
     close_gap();
     if (ended_) return;
   }

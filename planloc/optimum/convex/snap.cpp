@@ -14,6 +14,7 @@ constexpr double kLeastSine = 1e-7;
 // Slopes that differ by less than this share of themselves are told apart by fractions.
 constexpr double kLeastDifference = 0x1p-26;
 constexpr std::size_t kMostTied = 32;
+constexpr std::size_t kMostParallel = 4;
 // From this many lines on, those that are there twice are left out.
 constexpr std::size_t kManyLines = 1024;
 // Above this many jumps of the order weights the distances are sorted.
@@ -172,14 +173,32 @@ class line_collector {
       if (difference > most) continue;
       add_rays(it->second);
       tied.emplace_back(difference, it->second);
-      if (tied.size() < kManyLines) continue;
-      std::nth_element(tied.begin(), tied.begin() + kMostTied, tied.end());
-      tied.resize(kMostTied);
+      if (tied.size() == kManyLines) keep_nearest(tied);
     }
+    keep_nearest(tied);
+    for (std::size_t k = 1; k < tied.size(); ++k) add_bisector(tied[k].second, tied[0].second);
+  }
+
+  // Terms of one edge and weight have parallel lines: those of one place are all the same one.
+  void keep_nearest(std::vector<ranked>& tied) const {
+    const auto kind = [this](const ranked& r) {
+      return std::pair(first_edge(r.second) + edge_[r.second], table_.weight[r.second]);
+    };
+    std::sort(tied.begin(), tied.end(), [&](const ranked& a, const ranked& b) {
+      return std::pair(kind(a), a) < std::pair(kind(b), b);
+    });
+    std::size_t kept = 0;
+    for (std::size_t k = 0, of_kind = 0; k < tied.size(); ++k) {
+      const bool same_kind = k > 0 && kind(tied[k]) == kind(tied[k - 1]);
+      if (!same_kind) of_kind = 0;
+      if (of_kind == kMostParallel || (same_kind && tied[k].first == tied[kept - 1].first))
+        continue;
+      ++of_kind;
+      tied[kept++] = tied[k];
+    }
+    tied.resize(kept);
     std::sort(tied.begin(), tied.end());
-    for (std::size_t k = 1; k < tied.size() && k < kMostTied; ++k) {
-      add_bisector(tied[k].second, tied[0].second);
-    }
+    tied.resize(std::min(kept, kMostTied));
   }
 
   const problem& problem_;

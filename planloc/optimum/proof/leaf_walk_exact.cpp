@@ -148,8 +148,9 @@ class place_check {
 
   bool exactly(const fraction_pair& at) const {
     fraction_loads loads = linear_;
+    const interval_pair near{around(at.x), around(at.y)};
     for (const seen_site& s : triangle_.decided)
-      loads.add(s.site, walk_.sites_.active_edge(s.site, at), s.lambda.low);
+      loads.add(s.site, walk_.sites_.active_edge(s.site, at, near), s.lambda.low);
     add_in_order(walk_.sites_, open_, triangle_.runs, at, loads);
     const int sign = cmp(loads.value(at), walk_.least_);
     return sign >= (strictly_ ? 1 : 0) || (walk_.where_ && !walk_.where_->permits(at));

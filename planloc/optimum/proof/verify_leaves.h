@@ -43,7 +43,8 @@ class verified_sites {
 
   // Polyhedral gauges, without loss.
   mpq_class distance(std::size_t i, const fraction_pair& at) const;
-  std::size_t active_edge(std::size_t i, const fraction_pair& at) const;
+  // `near` holds `at`.
+  std::size_t active_edge(std::size_t i, const fraction_pair& at, const interval_pair& near) const;
   fraction_pair exact_offset(std::size_t i, const fraction_pair& at) const;
   const fraction_pair& exact_normal(std::size_t i, std::size_t edge) const {
     return exact_normals_[gauge_of(i)][edge];

@@ -1,7 +1,11 @@
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <limits>
+#include <map>
 #include <numeric>
+#include <tuple>
+#include <utility>
 
 #include "planloc/optimum/proof/verify_leaves.h"
 
@@ -115,25 +119,30 @@ fraction_pair verified_sites::exact_offset(std::size_t i, const fraction_pair& a
   return {at.x + base_.x - s.x, at.y + base_.y - s.y};
 }
 
-std::size_t verified_sites::active_edge(std::size_t i, const fraction_pair& at) const {
+std::size_t verified_sites::active_edge(std::size_t i, const fraction_pair& at,
+                                        const interval_pair& near) const {
+  std::size_t best = 0;
+  std::size_t likely = 0;
+  const interval_pair rounded = offset(i, near);
+  visit_likely_edges(gauge_of(i), rounded, [&](std::size_t e) {
+    if (likely++ == 0) best = e;
+  });
+  if (likely == 1) return best;
   const fraction_pair u = exact_offset(i, at);
-  std::vector<std::size_t> likely;
-  visit_likely_edges(gauge_of(i), {around(u.x), around(u.y)},
-                     [&](std::size_t e) { likely.push_back(e); });
-  std::size_t best = likely.front();
-  if (likely.size() == 1) return best;
-  mpq_class most = dot(exact_normal(i, best), u);
-  for (const std::size_t e : likely) {
+  mpq_class most(-1);
+  visit_likely_edges(gauge_of(i), rounded, [&](std::size_t e) {
     mpq_class value = dot(exact_normal(i, e), u);
-    if (value <= most) continue;
+    if (value <= most) return;
     most = std::move(value);
     best = e;
-  }
+  });
   return best;
 }
 
 mpq_class verified_sites::distance(std::size_t i, const fraction_pair& at) const {
-  return dot(exact_normal(i, active_edge(i, at)), exact_offset(i, at)) * problem_.sites()[i].weight;
+  const interval_pair near{around(at.x), around(at.y)};
+  return dot(exact_normal(i, active_edge(i, at, near)), exact_offset(i, at)) *
+         problem_.sites()[i].weight;
 }
 
 bool verified_sites::in_cone(std::size_t i, std::size_t edge, const xy& at) const {
@@ -197,36 +206,74 @@ affine_function fraction_loads::sum() const {
 
 namespace {
 
-// As sites at one place often have.
-bool same_term(const problem& p, std::size_t i, std::size_t j) {
-  const site& a = p.sites()[i];
-  const site& b = p.sites()[j];
-  return a.x == b.x && a.y == b.y && a.weight == b.weight && a.gauge == b.gauge;
-}
+constexpr std::size_t kJumpsToSplit = 12;
+// Of the exact distances that are kept while distances are compared.
+constexpr std::size_t kMostKept = 1024;
+
+// A site, its edge in force at a place and its distance there.
+struct placed {
+  std::uint32_t site, edge;
+  interval near;
+};
+
+class nearer_at {
+ public:
+  nearer_at(const verified_sites& sites, const fraction_pair& at) : sites_(sites), at_(at) {}
+
+  bool operator()(const placed& q, const placed& r) {
+    if (q.near.high < r.near.low) return true;
+    if (q.near.low > r.near.high) return false;
+    const term of_q = term_of(q);
+    const term of_r = term_of(r);
+    if (of_q == of_r) return false;
+    if (exact_.size() + 2 > kMostKept) exact_.clear();
+    return exactly(q, of_q) < exactly(r, of_r);
+  }
+
+ private:
+  // Many sites may share one: a position, its weight, its gauge and the edge in force.
+  using term = std::tuple<double, double, double, std::uint32_t, std::uint32_t>;
+
+  term term_of(const placed& q) const {
+    const site& s = sites_.owner().sites()[q.site];
+    return {s.x, s.y, s.weight, s.gauge, q.edge};
+  }
+  const mpq_class& exactly(const placed& q, const term& t) {
+    const auto [it, is_new] = exact_.try_emplace(t);
+    if (is_new) {
+      it->second = dot(sites_.exact_normal(q.site, q.edge), sites_.exact_offset(q.site, at_)) *
+                   sites_.owner().sites()[q.site].weight;
+    }
+    return it->second;
+  }
+
+  const verified_sites& sites_;
+  const fraction_pair& at_;
+  std::map<term, mpq_class> exact_;
+};
 
 }  // namespace
 
 void add_in_order(const verified_sites& sites, std::span<const std::uint32_t> which,
                   std::span<const order_run> runs, const fraction_pair& at, fraction_loads& loads) {
-  struct placed {
-    std::uint32_t site;
-    std::size_t edge;
-    interval near;
-  };
   const interval_pair rounded{around(at.x), around(at.y)};
   std::vector<placed> order;
-  for (const std::uint32_t i : which)
-    order.push_back({i, sites.active_edge(i, at), sites.distance(i, rounded)});
-  const auto exactly = [&](const placed& q) {
-    return mpq_class(dot(sites.exact_normal(q.site, q.edge), sites.exact_offset(q.site, at)) *
-                     sites.owner().sites()[q.site].weight);
-  };
-  if (runs.size() > 1) {
-    std::sort(order.begin(), order.end(), [&](const placed& q, const placed& r) {
-      if (q.near.high < r.near.low) return true;
-      if (q.near.low > r.near.high) return false;
-      return !same_term(sites.owner(), q.site, r.site) && exactly(q) < exactly(r);
-    });
+  order.reserve(which.size());
+  for (const std::uint32_t i : which) {
+    const std::size_t e = sites.active_edge(i, at, rounded);
+    const interval distance = dot(sites.weighted_normal(i, e), sites.offset(i, rounded));
+    order.push_back({i, static_cast<std::uint32_t>(e), distance});
+  }
+  nearer_at nearer(sites, at);
+  if (runs.size() > kJumpsToSplit) {
+    std::sort(order.begin(), order.end(), std::ref(nearer));
+  } else {
+    auto end = order.end();
+    for (std::size_t r = runs.size(); r-- > 1;) {
+      const auto jump = end - static_cast<std::ptrdiff_t>(runs[r].count);
+      std::nth_element(order.begin(), jump, end, std::ref(nearer));
+      end = jump;
+    }
   }
   std::size_t k = 0;
   for (const order_run& r : runs) {
