@@ -13,8 +13,10 @@ namespace planloc {
 namespace {
 
 constexpr std::size_t kFirstBlockWords = 1000;
-// Blocks double up to this size, just below two huge pages, so that a large model needs few of
-// them.
+// Blocks grow up to just below two huge pages, so that a large model needs few of them, and
+// fourfold: the GNU C library keeps up to twice the largest freed block for later, which is then
+// more than all blocks of a model up to that size, and gives the rest back to the system.
+constexpr std::size_t kGrowth = 4;
 constexpr std::size_t kLargestStepWords = kFirstBlockWords << 10;
 
 void report_heap(const char* what) { ilc_reporter().error(kIlcHeapError, "IlcHeap", what); }
@@ -95,7 +97,10 @@ void* IlcHeap::allocateInNextBlock(std::size_t size) {
   std::size_t words = current_->words;
   Block* next = current_->next;
   for (; next && next->size() < size; next = next->next) words = next->words;
-  if (!next) next = addBlock(std::max(size / kWordSize, std::min(2 * words, kLargestStepWords)));
+  if (!next) {
+    const std::size_t step = std::min(kGrowth * words, kLargestStepWords);
+    next = addBlock(std::max(size / kWordSize, step));
+  }
   enter(next);
   position_ += size;
   return next->data();

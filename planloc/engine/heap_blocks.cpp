@@ -15,9 +15,12 @@ bool is_large(std::size_t bytes) { return bytes >= static_cast<std::size_t>(kHug
 
 void* take_heap_block(std::size_t bytes) {
   if (!is_large(bytes)) return ::operator new(bytes);
-  void* const memory = ::operator new(bytes, kHugePage);
+  // To the end of the last page: the system makes no huge page of one that is partly advised.
+  const auto page = static_cast<std::size_t>(kHugePage);
+  const std::size_t size = (bytes + page - 1) / page * page;
+  void* const memory = ::operator new(size, kHugePage);
 #ifdef MADV_HUGEPAGE
-  madvise(memory, bytes, MADV_HUGEPAGE);
+  madvise(memory, size, MADV_HUGEPAGE);
 #endif
   return memory;
 }
