@@ -15,6 +15,7 @@
 #include "bench/contest.h"
 #include "planloc/driver/cell_geometry.h"
 #include "planloc/driver/cell_program.h"
+#include "planloc/driver/kept_memory.h"
 #include "planloc/driver/problem.h"
 #include "planloc/engine/heap.h"
 
@@ -55,6 +56,7 @@ struct scene {
 };
 
 std::shared_ptr<scene> made(std::size_t n, unsigned seed, int vertices) {
+  keep_freed_memory();  // as in the program, for both contestants
   IlcInitFloat();
   return std::make_shared<scene>(n, seed, vertices);
 }

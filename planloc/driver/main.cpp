@@ -1,6 +1,7 @@
 // The program `cellwalk`.
 #include <iostream>
 
+#include "planloc/driver/kept_memory.h"
 #include "planloc/driver/long_options.h"
 #include "planloc/driver/run.h"
 
@@ -18,6 +19,7 @@ int main(int argc, char** argv) {
     std::cout << "cellwalk " PLANLOC_VERSION "\n";
     return 0;
   }
+  planloc::keep_freed_memory();
   const int others = static_cast<int>(options.others.size());
   options.others.push_back(nullptr);
   return planloc::run(others, options.others.data(), options.picture, options.max_passes);
