@@ -115,7 +115,10 @@ verification verify_unbounded(const problem& p, const solution& s) {
 }
 
 verification verify_place(const problem& p, const solution& s) {
-  const bool claims_no_bound = s.status != solution_status::optimal &&
+  const bool far_away = s.status == solution_status::far_away;
+  if (far_away && !std::holds_alternative<branch_certificate>(s.proof))
+    refuse("called far away, but by no certificate that tells");
+  const bool claims_no_bound = s.status != solution_status::optimal && !far_away &&
                                s.lower_bound == -kInfinite &&
                                std::holds_alternative<std::monostate>(s.proof);
   check_finite(s.value, claims_no_bound ? 0 : s.lower_bound);

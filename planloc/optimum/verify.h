@@ -10,8 +10,8 @@
 // outwards.
 //
 // A certificate that does not hold is refused with the reason: a multiplier, an edge or an order
-// that was changed, a piece left out. So is a status that it does not prove: `optimal` where the
-// gap is more than solution.h says, `unbounded` without a direction.
+// that was changed, a piece left out. So is a status that it does not prove: `optimal` or
+// `far_away` where the gap is more than solution.h says, `unbounded` without a direction.
 #ifndef PLANLOC_OPTIMUM_VERIFY_H_
 #define PLANLOC_OPTIMUM_VERIFY_H_
 

@@ -67,7 +67,8 @@ class Found(Shown):
     @property
     def status(self) -> str:
         """`optimal`, `within_gap` or `stopped`; `searched` where nothing is proved; `unbounded` or
-        `infeasible` where there is no best place."""
+        `infeasible` where there is no best place; `far_away` where the best ones are so far from
+        the sites that the value hardly changes beyond."""
         return self.solution.status
 
     @property

@@ -12,7 +12,8 @@
 namespace planloc::python {
 namespace {
 
-constexpr const char* kStatus[] = {"optimal", "within_gap", "unbounded", "infeasible", "stopped"};
+constexpr const char* kStatus[] = {"optimal",    "within_gap", "unbounded",
+                                   "infeasible", "stopped",    "far_away"};
 
 struct limits {
   double gap;

@@ -17,7 +17,7 @@ std::uint64_t mixed(std::uint64_t z) {
 }
 
 std::uint8_t code_of(allocation_status s) {
-  constexpr std::uint8_t codes[] = {0, 1, 5, 4};  // optimal, within_gap, searched, stopped
+  constexpr std::uint8_t codes[] = {0, 1, 6, 4};  // optimal, within_gap, searched, stopped
   return codes[static_cast<int>(s)];
 }
 

@@ -63,8 +63,8 @@ struct outcome {
 };
 
 // The words for outcome::status.
-inline constexpr const char* kScenarioStatus[] = {"optimal",    "within_gap", "unbounded",
-                                                  "infeasible", "stopped",    "searched"};
+inline constexpr const char* kScenarioStatus[] = {
+    "optimal", "within_gap", "unbounded", "infeasible", "stopped", "far_away", "searched"};
 
 class scenario_run {
  public:

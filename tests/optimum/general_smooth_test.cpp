@@ -160,9 +160,9 @@ TEST(General, SmoothAndLevelFarAway) {
   solution s = minimise(p, options);
   EXPECT_EQ(s.status, solution_status::stopped);
   EXPECT_GE(s.value, s.lower_bound);
-  EXPECT_NEAR(s.lower_bound, -10, 1e-9);
+  EXPECT_NEAR(s.lower_bound, -3 * std::sqrt(5), 0.01);
   EXPECT_TRUE(verify(p, s).accepted);
-  s.lower_bound = -9.99;
+  s.lower_bound = -6.7;
   EXPECT_FALSE(verify(p, s).accepted);
 }
 
@@ -194,6 +194,39 @@ TEST(General, SmoothAndNearlyZero) {
     const verification v = verify(p, s);
     EXPECT_TRUE(v.accepted) << v.reason;
     EXPECT_LE(v.gap, 1e-10);
+  }
+}
+
+// Sites in a line look more and more alike across it: the infimum is 0 and taken nowhere.
+TEST(General, InfimumFarAway) {
+  const struct {
+    problem p;
+    double infimum;
+  } cases[] = {
+      {{{{0, 0}, {1, 0}, {3, 0}}, {gauge::euclidean()}, order_weights::range()}, 0},
+      {{{{2, 2}, {1, 1}, {3, 3}, {0, 0}}, {gauge::lp(3)}, order_weights({-1, 0, 1, 0})}, 0},
+      {{{{9, -5}, {9, -5}, {11, -7}, {11, -7}, {7, -3}},
+        {gauge::lp(3)},
+        order_weights({-1, -2, 1, 1, 1})},
+       0},
+      {{{{0, 0}, {0, 4}, {0, 9}}, {gauge::lp(1.5)}, order_weights({-1, -1, 2})}, 0}};
+  for (const auto& [p, infimum] : cases) {
+    SCOPED_TRACE(infimum);
+    const solution s = minimise(p);
+    EXPECT_EQ(s.status, solution_status::far_away);
+    const verification v = verify(p, s);
+    EXPECT_EQ(v.reason, "");
+    EXPECT_NEAR(v.value, infimum, 1e-9);
+    EXPECT_LE(v.lower_bound, infimum);
+    EXPECT_LE(v.gap, 1e-9);
+    solution spoiled = s;
+    spoiled.value = s.value - 1e-6;
+    EXPECT_FALSE(verify(p, spoiled).accepted) << "not the value of the place";
+    spoiled = s;
+    spoiled.point = {p.sites()[0].x + 1, p.sites()[0].y + 1};
+    spoiled.exact = {};
+    spoiled.value = p.value(spoiled.point);
+    EXPECT_FALSE(verify(p, spoiled).accepted) << "not far away";
   }
 }
 
@@ -343,9 +376,16 @@ TEST(General, NarrowestRing) {
       spoiled.exact = {};
       spoiled.value = p.value(spoiled.point);
       EXPECT_FALSE(verify(p, spoiled).accepted) << "a place where doubles tell nothing";
-    } else {
-      EXPECT_GE(v.lower_bound, best.strip * (1 - 1e-4));
-      EXPECT_LE(s.value, best.strip * (1 + 1e-4));
+    } else {  // no place has the least value, the width of the strip
+      EXPECT_EQ(s.status, solution_status::far_away);
+      EXPECT_NEAR(v.value, best.strip, 1e-10 * static_cast<double>(sites.size()));
+      EXPECT_LE(v.gap, 1e-10 * static_cast<double>(sites.size()));
+      for (const double way : {0x1p-30, 0x1p-14}) {  // less far away, where f is more
+        solution spoiled = s;
+        spoiled.point = {s.point.x * way, s.point.y * way};
+        spoiled.exact = {};
+        EXPECT_FALSE(verify(p, spoiled).accepted) << way;
+      }
     }
   }
   EXPECT_GE(rings, 6);

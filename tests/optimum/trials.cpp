@@ -203,7 +203,9 @@ std::string fault_of_smooth_value(instance_source& source, const problem& p, con
                                   const verification& v) {
   const frame f = frame_of(p);
   const double rounding = std::max(kSmoothGap * std::max(std::fabs(s.value), f.size), f.rounding);
-  if (s.status == solution_status::optimal && v.gap > rounding) return "proved gap not closed";
+  if (s.status != solution_status::stopped && s.status != solution_status::within_gap &&
+      v.gap > rounding)
+    return "proved gap not closed";
   for (int k = 0; k < 20; ++k) {
     const double size = std::pow(10, source.uniform(-7, 2));
     const xy at{s.point.x + size * source.uniform(-1, 1), s.point.y + size * source.uniform(-1, 1)};
@@ -282,7 +284,8 @@ std::string fault_of(instance_source& source, const problem& p, seconds_spent& s
   const verification v = verify(p, s);
   spent.verify = watch.lap();
   if (!v.accepted) return "no proof: " + v.reason;
-  if (s.status != solution_status::optimal && s.status != solution_status::unbounded) {
+  if (s.status != solution_status::optimal && s.status != solution_status::unbounded &&
+      s.status != solution_status::far_away) {
     if (p.polyhedral() || !levels_off(p)) return "not solved to the end";
     spent.open = true;
     spent.wide = !(v.gap <= 1e-6 * frame_of(p).size);

@@ -196,8 +196,8 @@ certificate proof_from(const json_tree& j) {
   return std::monostate();
 }
 
-constexpr std::array<const char*, 5> kStatuses = {"optimal", "within_gap", "unbounded",
-                                                  "infeasible", "stopped"};
+constexpr std::array<const char*, 6> kStatuses = {"optimal",    "within_gap", "unbounded",
+                                                  "infeasible", "stopped",    "far_away"};
 
 solution_status status_from(const std::string& text) {
   for (std::size_t k = 0; k < kStatuses.size(); ++k) {

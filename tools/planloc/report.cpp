@@ -19,6 +19,8 @@ std::string status_of(const solution& s) {
       return "unbounded";
     case solution_status::infeasible:
       return "infeasible";
+    case solution_status::far_away:
+      return "far_away";
     default:
       break;
   }

@@ -34,7 +34,7 @@ struct solve_report {
   std::string objective;
   const gauge_choice& gauge;
 
-  std::string status = {};  // optimal, within_gap, unbounded, infeasible, stopped
+  std::string status = {};  // of solution_status, as docs/tool.md has it
   bool exact = false;
   std::optional<xy> point = {};  // in the plane
   std::optional<double> value = {};

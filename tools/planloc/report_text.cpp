@@ -39,7 +39,9 @@ std::string answer_text(const solve_report& r) {
     return headed_line("Answer", text);
   }
   if (!r.point) return headed_line("Answer", "none was found before the search was stopped");
-  return headed_line(r.status == "stopped" ? "So far" : "Best place",
+  return headed_line(r.status == "stopped"    ? "So far"
+                     : r.status == "far_away" ? "Far away"
+                                              : "Best place",
                      place_text(r.sites.to_input(*r.point)) + ", " + r.sites.describe(*r.point)) +
          headed_line("Value", rounded(*r.value, kValueDigits) + ", " + proof_text(r)) +
          optima_text(r);

@@ -65,11 +65,19 @@ best_place::best_place(const problem& p, const distance_table& table, const cell
     : problem_(p), table_(table), where_(where), roundings_(roundings) {}
 
 void best_place::offer(const exact_xy& at, double value) {
-  if (value + roundings_.more_at(to_nearest(at)) >= value_ + roundings_.more_at(to_nearest(at_)))
-    return;
+  if (value + roundings_.more_at(to_nearest(at)) >= value_ + doubt()) return;
   if (where_ != nullptr && !where_->permits(at)) return;
   at_ = at;
   value_ = value;
+  far_away_ = false;
+  exact_.reset();
+}
+
+void best_place::offer_far(const exact_xy& at, double value) {
+  if (value >= value_ || (where_ != nullptr && !where_->permits(at))) return;
+  at_ = at;
+  value_ = value;
+  far_away_ = true;
   exact_.reset();
 }
 

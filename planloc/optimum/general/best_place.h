@@ -34,10 +34,16 @@ class best_place {
 
   const exact_xy& at() const { return at_; }
   double value() const { return value_; }  // infinity before the first offer
+  // Whether the value was told by what distances differ, for the place is far away.
+  bool far_away() const { return far_away_; }
+  // How much more than amid the sites roundings can do to the value.
+  double doubt() const { return far_away_ ? 0 : roundings_.more_at(to_nearest(at_)); }
   const std::optional<mpq_class>& exact() const { return exact_; }
 
   // Takes the place if it is permitted and surely better.
   void offer(const exact_xy& at, double value);
+  // The same of a place far away of which no more than this value is known.
+  void offer_far(const exact_xy& at, double value);
   // Takes the place, of which it is known that it is both.
   void take(exact_xy at, mpq_class value);
   void make_exact(exact_closer& closer);
@@ -59,6 +65,7 @@ class best_place {
   const value_roundings& roundings_;
   exact_xy at_{0, 0};
   double value_ = std::numeric_limits<double>::infinity();
+  bool far_away_ = false;
   std::optional<mpq_class> exact_;
   double stepped_from_ = std::numeric_limits<double>::infinity();  // a value, to zero
 };

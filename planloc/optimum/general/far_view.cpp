@@ -29,9 +29,9 @@ low_high length(const low_high& x, const low_high& y) {
 }
 
 // The derivative of an lp norm with p near 1 leaps at 0: intervals may hold what lies beyond.
-low_high around(const low_high& a) {
-  const double more = kRounding * std::max(1.0, most_magnitude(a));
-  return {a.low - more, a.high + more};
+low_high sum_around(const low_high& a, const low_high& b) {
+  const double more = kRounding * (most_magnitude(a) + most_magnitude(b));
+  return {a.low + b.low - more, a.high + b.high + more};
 }
 
 struct pair_of_ranges {
@@ -102,9 +102,7 @@ low_high far_view::along_slopes(const far_kind& k, const low_high& x, const low_
   const gauge_block& block = table_.blocks[k.block];
   if (block.edges == 0) {
     const gauge& g = problem_.gauge_of(table_.site[k.slots[0]]);
-    const low_high u = around(x);
-    const low_high v = around(y);
-    return plus(times(derivatives(g, u, v), -a.x), times(derivatives(g, v, u), -a.y));
+    return plus(times(derivatives(g, x, y), -a.x), times(derivatives(g, y, x), -a.y));
   }
   const ball_edge* edges = table_.edges.data() + block.first_edge;
   const auto value = [&](const xy& n) { return plus(times(x, n.x), times(y, n.y)); };
@@ -144,7 +142,8 @@ low_high far_view::excess(const far_kind& k, std::uint32_t slot, const far_box& 
   low_high sum{0, 0};
   for (double j = 0; j < parts; ++j) {
     const low_high part{b.t.low * j / parts / reach_, b.t.high * (j + 1) / parts / reach_};
-    sum = plus(sum, along_slopes(k, plus(x, times(part, -a.x)), plus(y, times(part, -a.y)), a));
+    sum = plus(sum, along_slopes(k, sum_around(x, times(part, -a.x)),
+                                 sum_around(y, times(part, -a.y)), a));
   }
   return times(sum, k.weight / parts);
 }

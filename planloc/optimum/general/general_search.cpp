@@ -210,8 +210,8 @@ void general_search::use_steps() {
 bool general_search::least_possible() {
   if (!std::isfinite(floor_of_f_)) return false;
   if (!problem_.polyhedral()) {
-    const double more = roundings_.more_at(to_nearest(best_.at()));
-    const double doubt = 2 * roundings_.of_value + more;
+    const double more = best_.doubt();
+    const double doubt = best_.far_away() ? goal_.left_open() / 2 : 2 * roundings_.of_value + more;
     return more <= kMostDoubt * roundings_.of_value &&
            best_.value() <= floor_of_f_ + std::max(doubt, goal_.smooth_aim(floor_of_f_));
   }
@@ -255,16 +255,23 @@ void general_search::bound_far_places(detail::recession& far) {
   step_to_zero();
   if (least_possible()) return;
   detail::evaluator evaluate(problem_, table_);
-  const auto try_place = [&](const xy& at) {
-    best_.offer(detail::to_exact(at), evaluate(at).value);
-    return best_.value() - tolerance();
-  };
+  const detail::far_calls calls{[&](const xy& at) {
+                                  best_.offer(detail::to_exact(at), evaluate(at).value);
+                                  return best_.value() - tolerance();
+                                },
+                                [&](double value) {
+                                  return value -
+                                         std::max(goal_.tolerance(value, 0), goal_.left_open() / 2);
+                                },
+                                ended};
   far.half = std::max(far.half, half);
   far.kind = growth::levels;
   for (;;) {
     const double reach = half_of_square(far) * branch_certificate::kInside;
-    detail::far_level level = detail::search_far_boxes(
-        problem_, table_, reach, best_.value() - tolerance(), try_place, ended);
+    detail::far_level level =
+        detail::search_far_boxes(problem_, table_, reach, best_.value() - tolerance(), calls);
+    if (level.value < best_.value() - tolerance())
+      best_.offer_far(detail::to_exact(level.at), level.value);
     outside_ = level.bound;
     far.outside = std::move(level.outside);
     const xy at = to_nearest(best_.at());
@@ -472,7 +479,7 @@ solution general_search::finish(const detail::recession& far) {
   const exact_xy at{best_.at().x + table_.base.x, best_.at().y + table_.base.y};
   s.point = to_nearest(at);
   if (to_exact(s.point) != at) s.exact = to_text(at);
-  s.value = problem_.polyhedral() ? best_.value() : value_near(s.point);
+  s.value = problem_.polyhedral() || best_.far_away() ? best_.value() : value_near(s.point);
   s.counters.cells = cells_;
   s.counters.seconds = goal_.seconds();
   const bool square_known = far.kind != growth::undecided;
@@ -495,8 +502,8 @@ solution general_search::finish(const detail::recession& far) {
   }
   const bool rounded =
       square_known && !stopped_ && !problem_.polyhedral() && s.lower_bound < outside_;
-  if (least || (!stopped_ && square_known && goal_.solved(s, rounded))) {
-    s.status = solution_status::optimal;
+  if (least || (!stopped_ && square_known && goal_.solved(s, rounded || best_.far_away()))) {
+    s.status = best_.far_away() ? solution_status::far_away : solution_status::optimal;
   } else if (rounded) {
     s.status = solution_status::within_gap;  // doubles cannot narrow it further
   } else if ((square_known || floor_known) && goal_.within_options(s)) {

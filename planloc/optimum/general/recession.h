@@ -82,16 +82,23 @@ std::optional<level_steps> steps_to_level(const problem& p, const distance_table
 // distance of a site exceeds that of the base, under the site's gauge and weight, by what the
 // gauge's slopes along the way from the base to the site, seen from x, say; they hardly change
 // where x is far, and without end in the same direction. Tried until f is nowhere less than
-// `target` or what `try_place` returns for a place outside, or enough was tried, or `done`; the
-// bound holds whenever it ends. It is minus infinity where f, for all that is known, may fall
-// without end.
+// `target`, or than what the calls return for places outside, or enough was tried; the bound holds
+// whenever it ends. It is minus infinity where f, for all that is known, may fall without end.
 struct far_level {
   double bound;
   std::vector<branch_certificate::reason> outside;
+  // A place so far away that f hardly falls beyond it, and a value that f is no more than there,
+  // which a sum of distances would be too rounded to tell; infinity if none was found.
+  double value;
+  xy at;
+};
+struct far_calls {
+  std::function<double(const xy&)> try_place;  // tries a place, returns the target
+  std::function<double(double)> target;        // if this value were the least
+  std::function<bool()> done;
 };
 far_level search_far_boxes(const problem& p, const distance_table& table, double reach,
-                           double target, const std::function<double(const xy&)>& try_place,
-                           const std::function<bool()>& done);
+                           double target, const far_calls& calls);
 
 // Half of the side of a square from which on that is likely to lead somewhere; 0 if it never is:
 // for polyhedral problems, and too many kinds of sites.

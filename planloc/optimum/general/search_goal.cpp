@@ -43,15 +43,16 @@ bool search_goal::at_length(std::size_t cells) const { return cells >= kCellsToT
 double search_goal::aim_at_length(std::size_t cells) const {
   if (!problem_.where().whole_plane() || !at_length(cells)) return 0;
   const double twice = static_cast<double>(cells - kCellsToTheAim) / kCellsToTwice;
-  return std::min(roundings_.of_value * std::exp2(twice), kRoundedGap / 2 * roundings_.terms);
+  return std::min(roundings_.of_value * std::exp2(twice), left_open() / 2);
 }
+
+double search_goal::left_open() const { return kRoundedGap * roundings_.terms; }
 
 bool search_goal::solved(const solution& s, bool rounded) const {
   if (problem_.polyhedral()) return s.gap() <= 0;
-  const double left_open = rounded && problem_.where().whole_plane()
-                               ? kRoundedGap * roundings_.terms
-                               : 2 * roundings_.of_value;
-  return s.gap() <= std::max(kSmoothGap * std::fabs(s.value), left_open);
+  const double open =
+      rounded && problem_.where().whole_plane() ? left_open() : 2 * roundings_.of_value;
+  return s.gap() <= std::max(kSmoothGap * std::fabs(s.value), open);
 }
 
 bool search_goal::within_options(const solution& s) const {

@@ -22,7 +22,10 @@ class search_goal {
   // Whether the search takes so long that it may aim at more than roundings.
   bool at_length(std::size_t cells) const;
 
-  // Whether the gap is that of an optimum; `rounded`: roundings of f kept it from closing.
+  // What may be left open of an optimum whose value is small beside the terms.
+  double left_open() const;
+  // Whether the gap is that of an optimum; `rounded`: roundings of f kept it from closing, or it is
+  // far away.
   bool solved(const solution& s, bool rounded) const;
   // Whether the gap is within what was asked for.
   bool within_options(const solution& s) const;

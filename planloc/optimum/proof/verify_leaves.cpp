@@ -6,6 +6,7 @@
 #include <limits>
 #include <optional>
 
+#include "planloc/optimum/proof/far_places.h"
 #include "planloc/optimum/proof/leaf_walk.h"
 
 namespace planloc::detail {
@@ -176,6 +177,7 @@ struct proved_value {
   interval value;
   std::optional<mpq_class> exact;
   double size = 0;
+  bool far_away = false;
 
   double doubt() const { return 0x1p-44 * size; }
 };
@@ -196,23 +198,22 @@ proved_value value_of(const problem& p, const fraction_pair& at) {
   }
   v.value = ordered_sum(p, std::move(rounded));
   if (!std::isfinite(v.size)) refuse("the distances are too large");
-  if (!p.polyhedral()) return v;
+  if (!p.polyhedral()) {
+    const interval far = value_far_away(p, at);
+    v.far_away = std::isfinite(far.high);
+    v.value = {std::max(v.value.low, far.low), std::min(v.value.high, far.high)};
+    return v;
+  }
   v.exact = ordered_sum(sites, rest);
   v.value = around(*v.exact);
-  return v;
-}
-
-// Refuses a value that is not that of the point.
-proved_value value_of(const problem& p, const solution& s) {
-  proved_value v = value_of(p, exact_place_of(s.point, s.exact));
-  if (!(s.value >= v.value.low - v.doubt() && s.value <= v.value.high + v.doubt()))
-    refuse("the value is not that of the point");
   return v;
 }
 
 // Of the value, or of the terms amid the sites where these are larger and cancel: the most that
 // `optimal` leaves open under gauges that are not polyhedral.
 constexpr double kMostGap = 1e-10;
+// Of the terms amid the sites: by how much the value of a place far away may be rounded.
+constexpr double kDoubtFarAway = 0x1p-40;
 
 double size_of_terms(const problem& p) {
   const auto middle = [&p](auto of) {
@@ -224,6 +225,17 @@ double size_of_terms(const problem& p) {
   const xy amid{middle([](const site& s) { return s.x; }),
                 middle([](const site& s) { return s.y; })};
   return value_of(p, fraction_pair{mpq_class(amid.x), mpq_class(amid.y)}).size;
+}
+
+// Refuses a value that is not that of the point.
+proved_value value_of(const problem& p, const solution& s) {
+  proved_value v = value_of(p, exact_place_of(s.point, s.exact));
+  const bool called_far_away = s.status == solution_status::far_away;
+  if (called_far_away && !v.far_away) refuse("called far away, but the place is not");
+  const double doubt = called_far_away ? kDoubtFarAway * size_of_terms(p) : v.doubt();
+  if (!(s.value >= v.value.low - doubt && s.value <= v.value.high + doubt))
+    refuse("the value is not that of the point");
+  return v;
 }
 
 // Amid sites that all lie at one place there are no terms: then those at the place count.
@@ -248,7 +260,8 @@ verification verify_leaves(const problem& p, const solution& s, const branch_cer
   result.lower_bound = rounded_down(least);
   result.gap = v.exact ? rounded_up(mpq_class(*v.exact - least))
                        : (interval(v.value.high) - interval(s.lower_bound)).high;
-  if (s.status == solution_status::optimal && !v.exact &&
+  const bool closed = s.status == solution_status::optimal || s.status == solution_status::far_away;
+  if (closed && !v.exact &&
       !(result.gap <= above(kMostGap * std::max(std::fabs(result.value), size_for_gap(p, v))))) {
     refuse("called optimal, but the gap is not closed");
   }

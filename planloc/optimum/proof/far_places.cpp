@@ -1,0 +1,128 @@
+#include "planloc/optimum/proof/far_places.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace planloc::detail {
+
+namespace {
+
+constexpr double kInfinite = std::numeric_limits<double>::infinity();
+// Times the sites' extent: nearer places are not far.
+constexpr int kFar = 1024;
+
+// Holds the derivative of a norm by x. It grows with x and falls with the magnitude of y.
+interval derivative(const gauge& g, const interval& x, const interval& y) {
+  const interval m = magnitude(y);
+  const auto at = [&](double u, double v) { return tangent(g, {interval(u), interval(v)}).x; };
+  return {at(x.low, x.low >= 0 ? m.high : m.low).low,
+          at(x.high, x.high >= 0 ? m.low : m.high).high};
+}
+
+}  // namespace
+
+far_places::far_places(const problem& p, const fraction_pair& base, const mpq_class& reach)
+    : problem_(p), order_(p), reach_(around(reach)) {
+  for (const gauge& g : p.gauges()) {
+    std::vector<interval_pair>& normals = normals_.emplace_back();
+    for (std::size_t j = 0; j < g.vertices().size(); ++j) normals.push_back(edge_normal(g, j));
+  }
+  double most = 0;
+  for (const site& s : p.sites()) {
+    const mpq_class x = mpq_class(s.x) - base.x;
+    const mpq_class y = mpq_class(s.y) - base.y;
+    from_base_.push_back({around(x), around(y)});
+    most = std::max({most, std::fabs(x.get_d()), std::fabs(y.get_d())});
+  }
+  const double far = reach.get_d();
+  if (!(far > most) || !std::isfinite(far)) refuse("the square does not hold the sites");
+  slower_ = most > 0 ? std::ldexp(1, std::ilogb(most) - std::ilogb(far)) : 1;
+}
+
+interval_pair far_places::directions(const far_part& b) {
+  const interval out = b.side < 2 ? 1 : -1;
+  return b.side % 2 == 0 ? interval_pair{out, b.s} : interval_pair{b.s, out};
+}
+
+// Holds the slopes that a gauge has at u, along -a.
+interval far_places::along_slopes(std::uint32_t gauge, const interval_pair& u,
+                                  const interval_pair& a) const {
+  const class gauge& g = problem_.gauges()[gauge];
+  if (g.kind() != gauge::shape::polyhedral)
+    return -(derivative(g, u.x, u.y) * a.x) - derivative(g, u.y, u.x) * a.y;
+  double most = 0;
+  for (const interval_pair& n : normals_[gauge]) most = std::max(most, dot(n, u).low);
+  interval slopes{kInfinite, -kInfinite};
+  for (const interval_pair& n : normals_[gauge]) {
+    if (dot(n, u).high < most) continue;
+    const interval along = -dot(n, a);
+    slopes = {std::min(slopes.low, along.low), std::max(slopes.high, along.high)};
+  }
+  return slopes;
+}
+
+// By how much the distance of site i exceeds that of the base under its gauge and weight.
+interval far_places::excess(std::size_t i, const far_part& b) const {
+  const interval_pair& a = from_base_[i];
+  const interval_pair y = directions(b);
+  const site& s = problem_.sites()[i];
+  if (const gauge& g = problem_.gauge_of(i); g.kind() == gauge::shape::euclidean) {
+    const interval t = b.t / reach_;  // |u|^2 - |y|^2 = (|u| - |y|) (|u| + |y|)
+    const interval_pair u{y.x - t * a.x, y.y - t * a.y};
+    const interval above = t * (square(a.x) + square(a.y)) - interval(2) * dot(y, a);
+    return interval(s.weight) * above / (gauge_value(g, y) + gauge_value(g, u));
+  }
+  const double parts =
+      std::ceil(std::clamp(2 * b.t.high * slower_ / (b.s.high - b.s.low), 2.0, kMostParts));
+  interval sum;
+  for (double k = 0; k < parts; ++k) {
+    const interval share = interval(k, k + 1) / interval(parts);
+    const interval part = b.t * share / reach_;
+    sum = sum + along_slopes(s.gauge, {y.x - part * a.x, y.y - part * a.y}, a);
+  }
+  return interval(s.weight) * sum / interval(parts);
+}
+
+double far_places::least(const far_part& b) {
+  const interval_pair y = directions(b);
+  for (alike_sites& k : order_.kinds()) {
+    k.growth = gauge_value(problem_.gauges()[k.gauge], y);
+    k.lower.clear();
+    k.higher.clear();
+    for (const std::uint32_t i : k.sites) {
+      const interval e = excess(i, b);
+      k.lower.push_back(e.low);
+      k.higher.push_back(e.high);
+    }
+    std::sort(k.lower.begin(), k.lower.end());
+    std::sort(k.higher.begin(), k.higher.end());
+  }
+  const double far = b.t.low > 0 ? (reach_ / interval(b.t.low)).high : kInfinite;
+  return order_.least({(reach_ / interval(b.t.high)).low, far});
+}
+
+// The most is the least of f with the order weights' signs changed.
+interval value_far_away(const problem& p, const fraction_pair& at) {
+  const site& first = p.sites()[0];
+  const fraction_pair base{mpq_class(first.x), mpq_class(first.y)};
+  const mpq_class x = at.x - base.x;
+  const mpq_class y = at.y - base.y;
+  const bool right_or_left = abs(x) >= abs(y);
+  const mpq_class& out = right_or_left ? x : y;
+  for (const site& s : p.sites()) {
+    const mpq_class near = abs(out) / kFar;
+    if (abs(mpq_class(s.x) - base.x) >= near || abs(mpq_class(s.y) - base.y) >= near)
+      return {-kInfinite, kInfinite};
+  }
+  const int side = (right_or_left ? 0 : 1) + (sgn(out) > 0 ? 0 : 2);
+  const far_part place{side, around((right_or_left ? y : x) / abs(out)), 1};
+  std::vector<double> lambda = listed_weights(p);
+  for (double& l : lambda) l = -l;
+  const problem negative({p.sites().begin(), p.sites().end()},
+                         {p.gauges().begin(), p.gauges().end()}, order_weights(lambda));
+  const mpq_class far = abs(out);
+  return {far_places(p, base, far).least(place), -far_places(negative, base, far).least(place)};
+}
+
+}  // namespace planloc::detail
