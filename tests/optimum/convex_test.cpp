@@ -1,17 +1,15 @@
 #include <gtest/gtest.h>
 
-#include <gmpxx.h>
-
 #include <algorithm>
 #include <cmath>
 #include <functional>
 #include <limits>
 #include <utility>
+#include <vector>
 
 #include "instances.h"
 #include "planloc/optimum/lp_norm.h"
 #include "planloc/optimum/minimise.h"
-#include "planloc/optimum/proof/interval.h"
 #include "planloc/optimum/verify.h"
 #include "proved.h"
 
@@ -424,29 +422,6 @@ TEST(Convex, SmallestCircleByBruteForceAndManySitesUnderEuclid) {
       const problem p(sites, {gauge::euclidean()}, lambda);
       EXPECT_LT(expect_solved(p, {.relative = 1e-11}).counters.evaluations, 10);
     }
-  }
-}
-
-// a^(j/k) in intervals: low^k <= a^j <= high^k in fractions, and narrow enough to prove with.
-TEST(Verify, PowersHoldTheExactOnes) {
-  const auto raised = [](const mpq_class& q, int k) {
-    mpq_class result = 1;
-    for (; k > 0; --k) result *= q;
-    return result;
-  };
-  instance_source source(11);
-  for (int trial = 0; trial < 20000; ++trial) {
-    const int j = 1 + source.below(24);
-    const int k = 1 + source.below(12);
-    const double tilt = std::ldexp(source.below(1 << 30) - (1 << 29), -30 - source.below(50));
-    const double a = std::ldexp(1 + tilt, trial % 3 == 0 ? source.below(80) - 40 : 0);
-    const double b = trial % 4 == 0 ? a * (1 + std::ldexp(1, -source.below(52))) : a;
-    const auto held = detail::power({a, b}, divided(detail::interval(j), k));
-    ASSERT_LE(raised(held.low, k), raised(a, j)) << a << ' ' << j << '/' << k;
-    ASSERT_GE(raised(held.high, k), raised(b, j)) << a << ' ' << j << '/' << k;
-    const double powers_of_two = std::fabs(std::log2(b) * j / k);
-    const double width = 12 * (1 + powers_of_two) * 0x1p-52 + 2.0 * j / k * (b - a) / a;
-    ASSERT_LE(held.high - held.low, held.high * width) << a << ' ' << j << '/' << k;
   }
 }
 

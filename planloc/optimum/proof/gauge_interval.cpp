@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <optional>
 
 namespace planloc::detail {
 
@@ -85,11 +86,52 @@ interval with_sign(const interval& size, const interval& sign) {
 
 }  // namespace
 
+namespace {
+
+double cross(const xy& a, const xy& b) { return a.x * b.y - a.y * b.x; }
+
+// The edge in whose cone u seems to lie; roundings may show a neighbour.
+std::size_t likely_edge(std::span<const xy> v, const xy& u) {
+  const auto past_half = [&](const xy& a) {
+    const double side = cross(v[0], a);
+    return side < 0 || (side == 0 && v[0].x * a.x + v[0].y * a.y < 0);
+  };
+  const bool late = past_half(u);
+  const auto not_past_u = [&](const xy& a) {
+    return past_half(a) == late ? cross(a, u) >= 0 : late;
+  };
+  const auto behind = std::partition_point(v.begin() + 1, v.end(), not_past_u);
+  return static_cast<std::size_t>(behind - v.begin()) - 1;
+}
+
+// Whether u surely lies in the cone between two rays, less than half a turn apart.
+bool surely_between(const xy& right, const xy& left, const interval_pair& u) {
+  return cross({right.x, right.y}, u).low >= 0 && cross(u, {left.x, left.y}).low >= 0;
+}
+
+// With edge j and its neighbours, if u surely lies in the cone of j or of j and one of them.
+std::optional<interval> value_near(const gauge& g, std::size_t j, const interval_pair& u) {
+  const std::span<const xy> v = g.vertices();
+  const auto at = [&](std::size_t k) { return v[(j + v.size() + k - 1) % v.size()]; };
+  if (surely_between(at(1), at(2), u)) return dot(edge_normal(g, j), u);
+  for (const std::size_t k : {std::size_t{0}, std::size_t{1}}) {
+    if (!(cone_area(at(k), at(k + 2)).low > 0) || !surely_between(at(k), at(k + 2), u)) continue;
+    const std::size_t first = (j + v.size() + k - 1) % v.size();
+    return larger(dot(edge_normal(g, first), u), dot(edge_normal(g, (first + 1) % v.size()), u));
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
 interval gauge_value(const gauge& g, const interval_pair& u) {
   if (g.kind() == gauge::shape::euclidean) return sqrt(square(u.x) + square(u.y));
   if (g.kind() == gauge::shape::lp) {
     const lp_parts parts = split_lp(u, g.p());
     return parts.larger * parts.root;
+  }
+  if (const auto near = value_near(g, likely_edge(g.vertices(), {u.x.low, u.y.low}), u)) {
+    return {std::max(0.0, near->low), std::max(0.0, near->high)};
   }
   interval most = dot(edge_normal(g, 0), u);
   for (std::size_t j = 1; j < g.vertices().size(); ++j)

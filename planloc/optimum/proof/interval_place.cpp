@@ -112,13 +112,15 @@ interval_place::affine interval_place::seen(const affine_piece& piece, const xy&
 interval_place::growth interval_place::far_away(const affine_piece& piece) const {
   adjacent_sum pull;
   adjacent_sum back;
+  std::vector<double> radius;
+  for (const gauge& g : problem_.gauges()) radius.push_back(ball_radius(g));
   for (std::size_t i = 0; i < problem_.sites().size(); ++i) {
     const double l = weight_of(piece, i);
     if (l == 0) continue;
     const gauge& g = problem_.gauge_of(i);
     const interval w = interval(l) * interval(problem_.sites()[i].weight);
     const interval_pair u = offset(i);
-    pull.add(w / interval(ball_radius(g)));
+    pull.add(w / interval(radius[problem_.sites()[i].gauge]));
     back.add(w * gauge_value(g, {-u.x, -u.y}));
   }
   return {pull.total(), back.total()};
