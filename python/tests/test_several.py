@@ -57,10 +57,10 @@ def test_two_depots_are_the_best_of_all_partitions(distance):
     assert again.verify() and again.assignment.tolist() == found.assignment.tolist()
 
 
-@pytest.mark.parametrize("count, new, part", [(40, 6, -2), (25, 4, -1)])
-def test_a_bound_by_triples_or_cases_outlives_a_pickle(count, new, part):
-    sites = [((i * 37 + 3 * i * i) % 101, (i * 59 + 6 * i * i) % 97) for i in range(count)]
-    found = planloc.depots(sites, new=new, gauge="l1", bound=True, gap=1e-4)
+@pytest.mark.parametrize("count, bend, new, gauge, part", [(40, 3, 6, "l1", -2), (50, 13, 4, "euclid", -1)])
+def test_a_bound_by_triples_or_cases_outlives_a_pickle(count, bend, new, gauge, part):
+    sites = [((i * 37 + bend * i * i) % 101, (i * 59 + 2 * bend * i * i) % 97) for i in range(count)]
+    found = planloc.depots(sites, new=new, gauge=gauge, bound=True, gap=1e-4)
     priced = found.solution.__getstate__()[part]
     assert priced and found.gap <= 1e-4
     again = pickle.loads(pickle.dumps(found))

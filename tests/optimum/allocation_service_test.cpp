@@ -9,6 +9,7 @@
 
 #include "instances.h"
 #include "planloc/optimum/allocation/candidate_places.h"
+#include "planloc/optimum/allocation/local_search.h"
 
 namespace planloc::detail {
 namespace {
@@ -81,6 +82,18 @@ TEST(AllocationService, MovesAgainstAllDistances) {
     s.drop(1);
     expect_links(s, sites);
   }
+}
+
+// No place to go to: facilities stay, whatever is shaken.
+TEST(AllocationService, NoCandidates) {
+  const allocation_problem p({{0, 0}, {0, 1}, {5, 0}, {5, 3}, {9, 9}}, {gauge::euclidean()}, 2);
+  const allocation_ground ground(p);
+  const candidate_places none(ground.sites, {});
+  local_search search(ground, none, 1, [] { return false; });
+  search.start_from({{0, 0}, {5, 0}});
+  const double before = search.best_value();
+  search.shake();
+  EXPECT_EQ(search.best_value(), before);
 }
 
 }  // namespace

@@ -201,6 +201,28 @@ TEST(LocationAllocation, CasesCloseTheGap) {
   }
 }
 
+// Where doubles have few bits left for a place: around a heavy site, and for a cut between sites.
+TEST(LocationAllocation, PlacesOfFewBits) {
+  const allocation_problem heavy({{3.8872107858788445e30, 2.3895874773892688e30, 0.00494},
+                                  {2.6136113822587151e30, 2.3486074410299356e30, 9554.99},
+                                  {2.9515188901577115e29, 5.3614859218362031e30, 264694.6},
+                                  {2.2914076574106589e30, 1.3580491933613881e29, 5.155e-6}},
+                                 {gauge::euclidean()}, 3);
+  const allocation of_heavy = allocate(heavy, {.lower_bound = true});
+  EXPECT_EQ(of_heavy.status, allocation_status::within_gap);
+  expect_proved(heavy, of_heavy);
+
+  std::vector<site> sites;
+  instance_source source(3);
+  for (int i = 0; i < 25; ++i)
+    sites.push_back({1e15 + source.uniform(0, 50), -1e15 + source.uniform(0, 50)});
+  const allocation_problem far(sites, {gauge::l1()}, 4);
+  const allocation of_far =
+      allocate(far, {.starts = 4, .shakes = 20, .lower_bound = true, .relative_gap = 1e-5});
+  EXPECT_FALSE(of_far.cases.empty());
+  expect_proved(far, of_far);
+}
+
 // So many that prices move in groups: without them the bound is a third below the value.
 TEST(LocationAllocation, ManySites) {
   instance_source source(12);

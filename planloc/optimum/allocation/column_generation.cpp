@@ -344,13 +344,12 @@ void column_generation::round(std::size_t shakes) {
 }
 
 // The places of the clusters that the master takes, in whole or in part, are those to exchange
-// facilities for, unless it takes none.
+// facilities for.
 void column_generation::descend_from(std::vector<xy> places, std::size_t shakes) {
   std::vector<xy> taken;
   for (const dual_master::taken_cluster& c : master_->taken()) taken.push_back(c.at);
   const candidate_places candidates(ground_.sites, std::move(taken));
-  const bool at_sites = shakes == 0 || candidates.size() == 0;
-  local_search search(ground_, at_sites ? ground_.at_sites : candidates, 0, task_.expired);
+  local_search search(ground_, shakes == 0 ? ground_.at_sites : candidates, 0, task_.expired);
   search.start_from(std::move(places));
   for (std::size_t k = 0; k < shakes && !task_.expired(); ++k) search.shake();
   allocation next;
@@ -402,6 +401,12 @@ bool column_generation::take(site_prices prices, std::vector<double> least) {
   return much;
 }
 
+// So that the line has the same place in absolute coordinates, in which it is written down.
+double column_generation::rounded_cut(double at, bool by_x) const {
+  const double base = by_x ? ground_.table.base.x : ground_.table.base.y;
+  return (base + at) - base;
+}
+
 std::optional<cell_cut> column_generation::fractional_cut() const {
   std::optional<cell_cut> best;
   if (!master_) return best;
@@ -426,7 +431,7 @@ std::optional<cell_cut> column_generation::fractional_cut() const {
         const double good = std::max(from_whole(below) - kNearlyWhole, kWholeCut) * gap;
         if (good <= most) continue;
         most = good;
-        best = cell_cut{c, by_x, along[k].first + gap / 2};
+        best = cell_cut{c, by_x, rounded_cut(along[k].first + gap / 2, by_x)};
       }
     }
   }

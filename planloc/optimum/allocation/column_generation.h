@@ -87,6 +87,7 @@ class column_generation {
   bool price();
   bool search(const site_prices& prices, double gap, std::vector<double>& least,
               const std::function<void(const price_search::met&, std::uint32_t)>& met);
+  double rounded_cut(double at, bool by_x) const;
   bool take(site_prices prices, std::vector<double> least);
   void improve(xy at, std::uint32_t cell, const site_prices& prices);
 

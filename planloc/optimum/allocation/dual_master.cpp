@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <random>
 #include <utility>
 
 namespace planloc::detail {
@@ -11,7 +12,8 @@ namespace {
 
 constexpr double kTolerance = 1e-10;
 constexpr double kLeastPivot = 1e-7;
-// The right sides are moved apart by this much, since nearly all steps would be of length 0.
+// The right sides are moved apart by this much, since nearly all steps would be of length 0; with
+// no pattern in it, since sums of right sides would be tied.
 constexpr double kPerturbation = 1e-6;
 constexpr double kNoise = 1e-14;
 constexpr std::size_t kPivotsToAsk = 32;
@@ -41,11 +43,12 @@ dual_master::dual_master(std::vector<std::size_t> counts, price_groups groups,
   }
   for (auto c = static_cast<std::uint32_t>(rows_); c < rows; ++c)
     add_column({{c}, {1}, 0, {}, {0, 0}, 0});
+  std::mt19937_64 random(1);
+  const auto drawn = [&random] { return static_cast<double>(random() >> 11) * 0x1p-53; };
   for (std::size_t i = 0; i < rows; ++i) {
     basis_.push_back(i < rows_ ? i : rows_ + i);
     basic_[basis_[i]] = 1;
-    const double spread = std::fmod(static_cast<double>(i) * 0.6180339887498949, 1.0);
-    right_.push_back(i < rows_ ? 1 + kPerturbation * spread
+    right_.push_back(i < rows_ ? 1 + kPerturbation * drawn()
                                : static_cast<double>(counts[i - rows_]));
   }
   level_ = right_;

@@ -154,6 +154,7 @@ void local_search::throw_near(std::size_t reach) {
 
 void local_search::shake() {
   ++counters_.shakes;
+  if (candidates_.size() == 0) return;
   now_ = best_;
   offers_ = best_offers_;
   throw_near(reach_);
@@ -268,6 +269,7 @@ void local_search::price() {
 // Those are asked again that have something near them changed.
 bool local_search::interchange() {
   const std::size_t all = offers_.size();
+  if (all == 0) return false;
   const std::size_t tries =
       std::clamp<std::size_t>(kMostLooks / (ground_.sites.blocks.size() + kLooksOfTry), 1, all);
   const std::size_t first = below(all);

@@ -38,8 +38,8 @@ class allocation_ground {
 
 class local_search {
  public:
-  // An interchange puts a facility at one of the candidates, of which there are some. Asks
-  // `expired` now and then, and ends when it says so.
+  // An interchange puts a facility at one of the candidates. Asks `expired` now and then, and
+  // ends when it says so.
   local_search(const allocation_ground& ground, const candidate_places& candidates,
                std::uint64_t seed, std::function<bool()> expired);
 

@@ -22,6 +22,7 @@ constexpr double kOutwards = 1 + 0x1p-40;
 constexpr std::size_t kMostOpen = 2;      // sites that no triple links
 constexpr std::size_t kMostChoices = 64;  // with those of links
 constexpr int kMixtures = 3;
+constexpr double kTiny = 0x1p-36;  // of all of the walk: where places may have few bits left
 
 // Left and low, right and low, left and high, right and high.
 using corner_values = std::array<double, 4>;
@@ -84,6 +85,7 @@ class price_walk {
              std::min(all.low, below(at.y - reach)), std::max(all.high, above(at.y + reach))};
     }
     all = common(all, relative(where));
+    tiny_ = kTiny * std::max(all.right - all.left, all.high - all.low);
     if (!open_.empty() && all.left <= all.right && all.low <= all.high) visit(all, 0, 0);
   }
 
@@ -273,7 +275,8 @@ class price_walk {
   }
 
   // Mixes the tangents from the middle and the corners so that the least value at a corner is as
-  // large as can be.
+  // large as can be. Around a site whose place is not known better than the rectangle, only the
+  // tangent from that site shows that its distance is nowhere below 0.
   bool sum_reaches(const rectangle& r, const choice& c) const {
     const std::vector<std::uint32_t>& chosen = c.sites;
     const double needed = c.paid == 0 ? least_ : above(least_ - c.paid);
@@ -281,6 +284,10 @@ class price_walk {
         tangent(r, {r.left + (r.right - r.left) / 2, r.low + (r.high - r.low) / 2}, chosen)};
     for (const double x : {r.left, r.right}) {
       for (const double y : {r.low, r.high}) tangents.push_back(tangent(r, {x, y}, chosen));
+    }
+    if (std::max(r.right - r.left, r.high - r.low) <= tiny_) {
+      for (const std::uint32_t i : chosen)
+        if (beside(r, i)) tangents.push_back(tangent(r, position_[i].at, chosen, i));
     }
     corner_values mixture = tangents[0];
     for (int pass = 0; pass < kMixtures; ++pass) {
@@ -308,13 +315,27 @@ class price_walk {
     return least_of(b) > least_of(best) ? b : best;
   }
 
-  // The sum's tangent from a place, at the corners, rounded down.
+  // Whether a site is at most four sides away.
+  bool beside(const rectangle& r, std::uint32_t i) const {
+    const auto& [at, width] = position_[i];
+    const double x = 4 * (r.right - r.left) + width;
+    const double y = 4 * (r.high - r.low) + width;
+    return r.left - x <= at.x && at.x <= r.right + x && r.low - y <= at.y && at.y <= r.high + y;
+  }
+
+  static constexpr std::uint32_t kNone = UINT32_MAX;
+
+  // The sum's tangent from a place, at the corners, rounded down; of the site that is there, if one
+  // is named, the tangent 0.
   corner_values tangent(const rectangle& r, const xy& from,
-                        const std::vector<std::uint32_t>& chosen) const {
+                        const std::vector<std::uint32_t>& chosen,
+                        std::uint32_t there = kNone) const {
     corner_values sum{};
     corner_values size{};
     for (const std::uint32_t i : chosen) {
-      const corner_values gain = gains(i, r, from);
+      const double price = prices_[i];
+      const corner_values gain =
+          i == there ? corner_values{-price, -price, -price, -price} : gains(i, r, from);
       for (std::size_t c = 0; c < 4; ++c) {
         sum[c] += gain[c];
         size[c] += std::fabs(gain[c]);
@@ -358,6 +379,7 @@ class price_walk {
   std::vector<std::size_t> bit_of_;           // of each site: in the sets of its link
   std::vector<const linked_sites*> link_of_;  // of each site, if any
   double least_;
+  double tiny_ = 0;                  // rectangle
   std::vector<std::uint32_t> open_;  // along the walk; sites of one link side by side
 };
 
