@@ -1,10 +1,13 @@
 #include "planloc/facilities/lp_candidates.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <limits>
 #include <numeric>
+
+#include "planloc/facilities/bulk_powers.h"
 
 namespace planloc::detail {
 
@@ -68,20 +71,45 @@ struct tangent {
   }
 };
 
+// Some sites at a time, seen from a place: the differences to the power p - 1, with their signs,
+// their sum to the power p, and the distance over that sum.
+struct seen_sites {
+  static constexpr std::size_t kMost = 128;
+
+  void look(const planar_sites& s, std::size_t first, std::size_t n, const plane_xy& at, int p) {
+    for (std::size_t i = 0; i < n; ++i) {
+      const double ux = at.x - s.x[first + i];
+      const double uy = at.y - s.y[first + i];
+      const double px = p == 3 ? ux * ux : power(std::fabs(ux), p - 1);
+      const double py = p == 3 ? uy * uy : power(std::fabs(uy), p - 1);
+      sum[i] = px * std::fabs(ux) + py * std::fabs(uy);
+      x[i] = std::copysign(px, ux);
+      y[i] = std::copysign(py, uy);
+    }
+    if (p == 3) {
+      inverse_cube_roots(n, sum.data(), share.data());
+      for (std::size_t i = 0; i < n; ++i) share[i] *= share[i];
+    } else {
+      for (std::size_t i = 0; i < n; ++i) share[i] = std::pow(sum[i], 1.0 / p) / sum[i];
+    }
+  }
+
+  std::array<double, kMost> x, y, sum, share;
+};
+
 tangent tangent_at(const planar_sites& s, const plane_xy& at, int p) {
   tangent t{at};
-  for (std::size_t i = 0; i < s.size(); ++i) {
-    const double ux = at.x - s.x[i];
-    const double uy = at.y - s.y[i];
-    const double px = power(std::fabs(ux), p - 1);
-    const double py = power(std::fabs(uy), p - 1);
-    const double sum = px * std::fabs(ux) + py * std::fabs(uy);
-    if (!(sum > 0)) continue;  // 0 is a slope there
-    const double norm = std::pow(sum, 1.0 / p);
-    const double share = s.w[i] * norm / sum;
-    t.value += s.w[i] * norm;
-    t.slope.x += std::copysign(share * px, ux);
-    t.slope.y += std::copysign(share * py, uy);
+  seen_sites seen;
+  for (std::size_t first = 0; first < s.size(); first += seen_sites::kMost) {
+    const std::size_t n = std::min(seen_sites::kMost, s.size() - first);
+    seen.look(s, first, n, at, p);
+    for (std::size_t i = 0; i < n; ++i) {
+      if (!(seen.sum[i] > 0)) continue;  // 0 is a slope there
+      const double share = s.w[first + i] * seen.share[i];
+      t.value += share * seen.sum[i];
+      t.slope.x += share * seen.x[i];
+      t.slope.y += share * seen.y[i];
+    }
   }
   return t;
 }

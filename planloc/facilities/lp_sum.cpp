@@ -1,13 +1,15 @@
 // The sum of lp distances: Weiszfeld's iteration on smoothed distances.
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
 #include <vector>
 
+#include "planloc/facilities/bulk_powers.h"
 #include "planloc/facilities/facilities.h"
-#include "planloc/facilities/half_powers.h"
 #include "planloc/facilities/lp_candidates.h"
 #include "planloc/facilities/planar_sites.h"
+#include "planloc/facilities/wide_vectors.h"
 
 namespace planloc {
 namespace {
@@ -25,38 +27,87 @@ double signed_power(double t, double exponent) {
   return (t >= 0.0 ? 1.0 : -1.0) * std::pow(std::fabs(t), exponent);
 }
 
-// For some sites at a time: t^(p / 2) and t^(1 - p / 2) of the smoothed squares t of their
-// differences in both coordinates, one behind the other.
-class smoothed_powers {
- public:
-  explicit smoothed_powers(int p) : p_(p) {}
+constexpr std::size_t kBlock = 128;
 
-  void clear() { size_ = 0; }
-  bool is_full() const { return size_ == kMost; }
-  void append(double tx, double ty) {
-    squares_[size_++] = tx;
-    squares_[size_++] = ty;
+// The terms of both coordinates' quotients.
+PLANLOC_WIDE_VECTORS
+void divide(std::size_t n, const double* coordinate, const double* w, const double* both,
+            const double* rest, double* numerators, double* denominators) {
+  for (std::size_t i = 0; i < n; ++i) {
+    const double r = both[i] * rest[i];
+    numerators[i] = w[i] * coordinate[i] / r;
+    denominators[i] = w[i] / r;
   }
-  void compute() {
-    if (p_ == 3) return detail::half_powers(size_, squares_.data(), inner_.data(), rest_.data());
+}
+
+// The sums of a step from x. Powers and quotients are found for kBlock sites at a time, so that the
+// compiler makes vector instructions of them, and added up one by one in the order of the sites.
+class step_sums {
+ public:
+  step_sums(int p, double delta, const detail::plane_xy& x) : p_(p), delta_(delta), x_(x) {}
+
+  // The next n <= kBlock sites.
+  void add(std::size_t n, const double* x, const double* y, const double* w) {
+    for (std::size_t i = 0; i < n; ++i) {
+      const double dx = x[i] - x_.x;
+      const double dy = y[i] - x_.y;
+      squares_[i] = dx * dx + delta_;
+      squares_[n + i] = dy * dy + delta_;
+    }
+    compute_powers(n);
+    double* const inner = inner_.data();
+    double* const rest = rest_.data();
+    divide(n, x, w, both_.data(), rest, inner, squares_.data());
+    divide(n, y, w, both_.data(), rest + n, inner + n, squares_.data() + n);
+    for (std::size_t i = 0; i < n; ++i) {
+      numerator_.x += inner[i];
+      numerator_.y += inner[n + i];
+      denominator_.x += squares_[i];
+      denominator_.y += squares_[n + i];
+    }
+  }
+
+  detail::plane_xy quotient() const {
+    return {numerator_.x / denominator_.x, numerator_.y / denominator_.y};
+  }
+
+ private:
+  // t^(p / 2) and t^(1 - p / 2) of the squares t, and what both coordinates have in common.
+  void compute_powers(std::size_t n) {
+    if (p_ == 3) {
+      detail::half_powers(2 * n, squares_.data(), inner_.data(), rest_.data());
+      for (std::size_t i = 0; i < n; ++i) sums_[i] = inner_[i] + inner_[n + i];
+      return detail::two_thirds_powers(n, sums_.data(), both_.data());
+    }
     const double half_p = p_ / 2.0;
-    for (std::size_t i = 0; i < size_; ++i) {
+    for (std::size_t i = 0; i < 2 * n; ++i) {
       inner_[i] = std::pow(squares_[i], half_p);
       rest_[i] = std::pow(squares_[i], 1.0 - half_p);
     }
+    const double outer = 1.0 - 1.0 / p_;
+    for (std::size_t i = 0; i < n; ++i) both_[i] = std::pow(inner_[i] + inner_[n + i], outer);
   }
-  double inner(std::size_t i) const { return inner_[i]; }
-  double rest(std::size_t i) const { return rest_[i]; }
-
- private:
-  static constexpr std::size_t kMost = 256;
 
   int p_;
-  std::size_t size_ = 0;
-  std::array<double, kMost> squares_;
-  std::array<double, kMost> inner_;
-  std::array<double, kMost> rest_;
+  double delta_;
+  detail::plane_xy x_;
+  detail::plane_xy numerator_{0.0, 0.0};
+  detail::plane_xy denominator_{0.0, 0.0};
+  // Of both coordinates, one behind the other.
+  std::array<double, 2 * kBlock> squares_;
+  std::array<double, 2 * kBlock> inner_;
+  std::array<double, 2 * kBlock> rest_;
+  std::array<double, kBlock> sums_;
+  std::array<double, kBlock> both_;
 };
+
+location step_over(const detail::planar_sites& sites, const location& x, int p, double delta) {
+  step_sums sums(p, delta, {x[0], x[1]});
+  for (std::size_t i = 0; i < sites.size(); i += kBlock) {
+    sums.add(std::min(kBlock, sites.size() - i), &sites.x[i], &sites.y[i], &sites.w[i]);
+  }
+  return detail::labelled(sums.quotient(), 0.0);
+}
 
 // Most tests are left out, where they surely fail. All of them are made where more than planar
 // coordinates count.
@@ -80,13 +131,13 @@ double facilities::lp_sum(int p, double tol, double delta, int maxit, int k, boo
       return result_value(p, k);
     }
   }
-  planloc::location next =
-      detail::labelled(detail::centre_of_gravity(detail::planar_sites(*this, k)), 0.0);
+  const detail::planar_sites sites(*this, k);
+  planloc::location next = detail::labelled(detail::centre_of_gravity(sites), 0.0);
   planloc::location old = next;
   int count = 0;
   do {
     old = next;
-    next = lp_step(old, p, delta, k);
+    next = step_over(sites, old, p, delta);
     ++count;
   } while (count != maxit && !((next - old).norm(p) < tol));
 
@@ -107,32 +158,7 @@ double facilities::lp_sum(int p, double tol, double delta, int maxit, int k, boo
 }
 
 location facilities::lp_step(planloc::location x, int p, double delta, int k) const {
-  const double outer = 1.0 - 1.0 / p;
-  smoothed_powers powers(p);
-  double numerator[2] = {0.0, 0.0};
-  double denominator[2] = {0.0, 0.0};
-  for (list_item block = first(); block;) {
-    list_item it = block;
-    powers.clear();
-    for (; it && !powers.is_full(); it = succ(it)) {
-      const planloc::location& a = contents(it);
-      const double difference[2] = {a[0] - x[0], a[1] - x[1]};
-      powers.append(difference[0] * difference[0] + delta, difference[1] * difference[1] + delta);
-    }
-    powers.compute();
-    std::size_t i = 0;
-    for (; block != it; block = succ(block), i += 2) {
-      const planloc::location& a = contents(block);
-      const double both = std::pow(powers.inner(i) + powers.inner(i + 1), outer);
-      const double w = a.weight(k);
-      for (std::size_t c = 0; c < 2; ++c) {
-        const double r = both * powers.rest(i + c);
-        numerator[c] += w * a[static_cast<int>(c)] / r;
-        denominator[c] += w / r;
-      }
-    }
-  }
-  return detail::labelled({numerator[0] / denominator[0], numerator[1] / denominator[1]}, 0.0);
+  return step_over(detail::planar_sites(*this, k), x, p, delta);
 }
 
 int facilities::lp_optimal(list_item item, int p, int k) const {

@@ -5,8 +5,8 @@
 #include <random>
 #include <vector>
 
+#include "planloc/facilities/bulk_powers.h"
 #include "planloc/facilities/facilities.h"
-#include "planloc/facilities/half_powers.h"
 #include "planloc/facilities/lp_candidates.h"
 #include "tests/facilities/site_families.h"
 #include "tests/model/own_process.h"
@@ -212,7 +212,7 @@ TEST(LpSum, StepIsThatOfThePlainFormula) {
   }
 }
 
-TEST(LpSum, HalfPowersAreThoseOfTheLibrary) {
+TEST(LpSum, BulkPowersAreThoseOfTheLibrary) {
   std::vector<double> x{0.0, -0.0, 1.0, 4.0, 0x1p-1074, 0x1p-1022, 0x1p-300, 0x1p300, -1.0, 1e308};
   for (const double special : {std::numeric_limits<double>::infinity(), std::nan("")})
     x.push_back(special);
@@ -226,10 +226,17 @@ TEST(LpSum, HalfPowersAreThoseOfTheLibrary) {
   std::vector<double> three_halves(x.size());
   std::vector<double> minus_half(x.size());
   detail::half_powers(x.size(), x.data(), three_halves.data(), minus_half.data());
+  std::vector<double> two_thirds(x.size());
+  detail::two_thirds_powers(x.size(), x.data(), two_thirds.data());
+  std::vector<double> cubes(x.size());
+  detail::inverse_cube_roots(x.size(), x.data(), cubes.data());
   const auto same = [](double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); };
   for (std::size_t i = 0; i < x.size(); ++i) {
     ASSERT_TRUE(same(three_halves[i], std::pow(x[i], 1.5))) << x[i];
     ASSERT_TRUE(same(minus_half[i], std::pow(x[i], -0.5))) << x[i];
+    ASSERT_TRUE(same(two_thirds[i], std::pow(x[i], detail::kTwoThirds))) << x[i];
+    const double cube = 1.0 / std::cbrt(x[i]);
+    ASSERT_TRUE(same(cubes[i], cube) || std::fabs(cubes[i] / cube - 1.0) < 1e-15) << x[i];
   }
 }
 
