@@ -73,12 +73,15 @@ void visit_leaves(const branch_certificate& c, const corners& t, std::size_t& ne
 }
 
 void draw_triangles(window& W, const branch_certificate& c) {
-  const double h = c.half;
-  const double x = c.base.x + branch_certificate::kShiftX * h;
-  const double y = c.base.y + branch_certificate::kShiftY * h;
+  const auto corner = [&c](int along, int across) {
+    const double a = c.half * (branch_certificate::kShiftX + along);
+    const double b = c.half * (branch_certificate::kShiftY + across);
+    return xy{c.base.x + a * c.axes.along.x + b * c.axes.across.x,
+              c.base.y + a * c.axes.along.y + b * c.axes.across.y};
+  };
   std::size_t next = 0;
-  for (const corners& root : {corners{xy{x - h, y - h}, xy{x + h, y - h}, xy{x - h, y + h}},
-                              corners{xy{x + h, y + h}, xy{x - h, y + h}, xy{x + h, y - h}}}) {
+  for (const corners& root : {corners{corner(-1, -1), corner(1, -1), corner(-1, 1)},
+                              corners{corner(1, 1), corner(-1, 1), corner(1, -1)}}) {
     visit_leaves(c, root, next, [&](const corners& t, reason why) {
       planloc::list<point> triangle;
       for (const xy& at : t) triangle.append(point(at.x, at.y));

@@ -78,8 +78,17 @@ struct convex_certificate {
   xy base{0, 0};
 };
 
+// Coordinates (a, b) of the places a * along + b * across: with them a parallelogram is a square.
+struct skewed_axes {
+  xy along{1, 0};
+  xy across{0, 1};
+
+  friend bool operator==(const skewed_axes&, const skewed_axes&) = default;
+};
+
 // Problems that need not be convex: a square that holds an optimum, halved into triangles until
-// each of them holds nothing better. The two triangles are the halves along the diagonal of
+// each of them holds nothing better. All of it is meant in the coordinates of `axes`, by which the
+// square is as thin as the unit balls are. The two triangles are the halves along the diagonal of
 // direction
 // (-1, 1); a triangle is halved from the right angle to the middle of the longest side. So the
 // reasons alone, in the order of a walk that visits a triangle before its halves, stand for all
@@ -117,6 +126,7 @@ struct branch_certificate {
   };
   xy base{0, 0};
   double half = 0;              // of the side of the square
+  skewed_axes axes;             // those of the plane if `to_infinity`
   std::vector<reason> outside;  // the sides: right, top, left, bottom
   bool to_infinity = false;     // what `outside` stands for
   std::vector<reason> cells;

@@ -38,7 +38,8 @@ struct to_state {
   }
   py::object operator()(const branch_certificate& c) const {
     return py::make_tuple("branch", place_state(c.base), c.half, bytes_of(c.outside),
-                          bytes_of(c.cells), c.to_infinity);
+                          bytes_of(c.cells), c.to_infinity, place_state(c.axes.along),
+                          place_state(c.axes.across));
   }
   py::object operator()(const direction_certificate& c) const {
     return py::make_tuple("direction", place_state(c.direction));
@@ -90,6 +91,7 @@ certificate certificate_from(const py::object& state) {
   if (kind == "branch") {
     return branch_certificate{.base = place_from(fields[1]),
                               .half = fields[2].cast<double>(),
+                              .axes = {place_from(fields[6]), place_from(fields[7])},
                               .outside = reasons_from(fields[3]),
                               .to_infinity = fields[5].cast<bool>(),
                               .cells = reasons_from(fields[4])};

@@ -233,6 +233,27 @@ TEST(General, HardEndings) {
   }
 }
 
+// Cells that are as thin as the balls end soon.
+TEST(General, ThinBalls) {
+  instance_source source(21);
+  for (const double width : {1e-2, 1e-3, 1e-6}) {
+    for (const double turn : {0.0, 0.7, 1.5}) {
+      for (const order_weights& order : {order_weights::trimmed_mean(1, 1), order_weights::range(),
+                                         order_weights({1, -0.5, 0.25, 1, -0.75, 1})}) {
+        SCOPED_TRACE(testing::Message() << width << " turned by " << turn);
+        const problem p(source.sites(layout::scattered, 6, 2),
+                        {source.thin_ball(6, width, turn), source.thin_ball(4, 2 * width, turn)},
+                        order);
+        minimise_options options;
+        options.cells = 3000;
+        const solution s = expect_solved(p, {}, options);
+        const arrangement::optima best = arrangement(p).find();
+        EXPECT_NEAR(s.value, best.value, 1e-10 * best.size);
+      }
+    }
+  }
+}
+
 // A large triangle that is called exact has millions of crossings.
 TEST(General, MadeUpCertificatesAreRefusedSoon) {
   instance_source source(16);
@@ -264,36 +285,45 @@ TEST(General, VerifyRefusesWhatWasSpoiled) {
   const struct {
     const char* name;
     std::function<void(solution&)> spoil;
-  } cases[] = {{"leaf left out", [&](solution& s) { proof(s).cells.pop_back(); }},
-               {"leaf too many", [&](solution& s) { proof(s).cells.push_back(reason::bound); }},
-               {"exact called bound",
-                [&](solution& s) {
-                  auto& cells = proof(s).cells;
-                  std::replace(cells.begin(), cells.end(), reason::exact, reason::bound);
-                }},
-               {"halves left out",
-                [&](solution& s) {
-                  auto& cells = proof(s).cells;
-                  cells.erase(cells.begin() + 1, cells.begin() + 3);
-                }},
-               {"root called bound",
-                [&](solution& s) {
-                  proof(s).cells = {reason::bound, reason::bound};
-                }},
-               {"square moved", [&](solution& s) { proof(s).base.x += 3 * proof(s).half; }},
-               {"square too small", [&](solution& s) { proof(s).half /= 64; }},
-               {"outside left out", [&](solution& s) { proof(s).outside.clear(); }},
-               {"outside cut short", [&](solution& s) { proof(s).outside.pop_back(); }},
-               {"no cells", [&](solution& s) { proof(s).cells.clear(); }},
-               {"value lowered", [&](solution& s) { s.value -= 1e-6 * std::fabs(s.value); }},
-               {"bound raised", [&](solution& s) { s.lower_bound += 1e-6 * std::fabs(s.value); }},
-               {"point moved", [&](solution& s) { s.point.x += 0.5; }},
-               {"another place",
-                [&](solution& s) {
-                  s.point.x += 0.5;
-                  s.exact = {};
-                }},
-               {"certificate", [&](solution& s) { s.proof = {}; }}};
+  } cases[] = {
+      {"leaf left out", [&](solution& s) { proof(s).cells.pop_back(); }},
+      {"leaf too many", [&](solution& s) { proof(s).cells.push_back(reason::bound); }},
+      {"exact called bound",
+       [&](solution& s) {
+         auto& cells = proof(s).cells;
+         std::replace(cells.begin(), cells.end(), reason::exact, reason::bound);
+       }},
+      {"halves left out",
+       [&](solution& s) {
+         auto& cells = proof(s).cells;
+         cells.erase(cells.begin() + 1, cells.begin() + 3);
+       }},
+      {"root called bound",
+       [&](solution& s) {
+         proof(s).cells = {reason::bound, reason::bound};
+       }},
+      {"square moved", [&](solution& s) { proof(s).base.x += 3 * proof(s).half; }},
+      {"square too small", [&](solution& s) { proof(s).half /= 64; }},
+      {"square too thin", [&](solution& s) { proof(s).axes.across.y /= 64; }},
+      {"axes of one direction",
+       [&](solution& s) {
+         proof(s).axes.across = {3, 0};
+       }},
+      {"axes of many digits", [&](solution& s) { proof(s).axes.along.y = 1.0 / 3; }},
+      {"axes that are no numbers",
+       [&](solution& s) { proof(s).axes.along.x = std::numeric_limits<double>::quiet_NaN(); }},
+      {"outside left out", [&](solution& s) { proof(s).outside.clear(); }},
+      {"outside cut short", [&](solution& s) { proof(s).outside.pop_back(); }},
+      {"no cells", [&](solution& s) { proof(s).cells.clear(); }},
+      {"value lowered", [&](solution& s) { s.value -= 1e-6 * std::fabs(s.value); }},
+      {"bound raised", [&](solution& s) { s.lower_bound += 1e-6 * std::fabs(s.value); }},
+      {"point moved", [&](solution& s) { s.point.x += 0.5; }},
+      {"another place",
+       [&](solution& s) {
+         s.point.x += 0.5;
+         s.exact = {};
+       }},
+      {"certificate", [&](solution& s) { s.proof = {}; }}};
   for (int trial = 0; trial < 5; ++trial) {
     const problem p(source.sites(layout::scattered, 9, 2), source.gauges(layout::scattered, 2, 6),
                     order_weights::trimmed_mean(2, 3));

@@ -37,6 +37,17 @@ class instance_source {
     return gauge::polyhedral(v);
   }
 
+  // Of this width beside a length of 1, its long side turned by an angle.
+  gauge thin_ball(int vertices, double width, double turn) {
+    const gauge round = ball(vertices);
+    std::vector<xy> v;
+    for (const xy& at : round.vertices()) {
+      v.push_back({at.x * std::cos(turn) - width * at.y * std::sin(turn),
+                   at.x * std::sin(turn) + width * at.y * std::cos(turn)});
+    }
+    return gauge::polyhedral(v);
+  }
+
   gauge integral_ball() {
     switch (below(4)) {
       case 0:

@@ -159,6 +159,7 @@ struct proof_writer {
     return {{"kind", "branch"},
             {"base", pair_of(c.base)},
             {"half", c.half},
+            {"axes", {pair_of(c.axes.along), pair_of(c.axes.across)}},
             {"outside", reasons_of(c.outside)},
             {"to_infinity", c.to_infinity},
             {"cells", reasons_of(c.cells)}};
@@ -174,6 +175,12 @@ struct proof_writer {
   }
 };
 
+// Those of the plane where none are given.
+skewed_axes axes_from(const json_tree& j) {
+  if (!j.contains("axes")) return {};
+  return {pair_from(j.at("axes").at(0)), pair_from(j.at("axes").at(1))};
+}
+
 certificate proof_from(const json_tree& j) {
   const std::string kind = j.at("kind");
   if (kind == "convex") {
@@ -183,6 +190,7 @@ certificate proof_from(const json_tree& j) {
   if (kind == "branch") {
     return branch_certificate{.base = pair_from(j.at("base")),
                               .half = j.at("half"),
+                              .axes = axes_from(j),
                               .outside = reasons_from(j.at("outside")),
                               .to_infinity = j.value("to_infinity", false),
                               .cells = reasons_from(j.at("cells"))};

@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "planloc/optimum/exact/exact_sign.h"
+#include "planloc/optimum/general/thin_axes.h"
 
 namespace planloc::detail {
 
@@ -98,12 +99,11 @@ std::optional<exact_xy> cell_regions::some_place() const {
   return {};
 }
 
-double cell_regions::farthest() const {
+double cell_regions::farthest(const skewed_axes& axes) const {
   double most = 0;
-  for (const boundary::side& s : sides_.sides()) {
-    most = std::max({most, std::fabs(s.a.x - rounded_base_.x), std::fabs(s.a.y - rounded_base_.y)});
-  }
-  return most * (1 + 0x1p-50);
+  for (const boundary::side& s : sides_.sides())
+    most = std::max(most, reach_in(axes, {s.a.x - rounded_base_.x, s.a.y - rounded_base_.y}));
+  return most * (1 + 0x1p-20);
 }
 
 template <class Visit>

@@ -22,8 +22,8 @@ class cell_regions {
   bool permits(const exact_xy& at) const;
   // A corner of a permitted part of a side; none if there is no such part.
   std::optional<exact_xy> some_place() const;
-  // In either coordinate, of the corners.
-  double farthest() const;
+  // Of the corners, in either coordinate of the axes.
+  double farthest(const skewed_axes& axes) const;
 
   // Whether sides may cross the triangle.
   bool crossed(const triangle& t) const;

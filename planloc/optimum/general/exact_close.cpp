@@ -24,10 +24,7 @@ bool crosses_inside(const triangle& t, const exact_line& l) {
   return below && above;
 }
 
-std::size_t lines_worth_a_close(const cell& c, double extent, std::size_t far_away) {
-  double side = 0;
-  for (const xy& at : c.corners)
-    side = std::max({side, std::fabs(at.x - c.corners[0].x), std::fabs(at.y - c.corners[0].y)});
+std::size_t lines_worth_a_close(double side, double extent, std::size_t far_away) {
   if (side > 2 * extent) return far_away;
   return side > extent * 0x1p-16 ? 20 : side > extent * 0x1p-26 ? 64 : 400;
 }

@@ -31,9 +31,9 @@ exact_line normalised(exact_xy normal, mpq_class right);
 // Whether corners of the triangle lie on both sides of the line.
 bool crosses_inside(const triangle& t, const exact_line& l);
 
-// How many break lines of a cell are worth an exact close. The smaller the cell beside the extent
-// of the sites, the more of them are there to stay, since they meet in one place.
-std::size_t lines_worth_a_close(const cell& c, double extent, std::size_t far_away);
+// How many break lines of a cell are worth an exact close. The shorter its sides are beside the
+// extent of the sites, the more of them are there to stay, since they meet in one place.
+std::size_t lines_worth_a_close(double side, double extent, std::size_t far_away);
 
 class exact_closer {
  public:

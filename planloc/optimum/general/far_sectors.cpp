@@ -5,6 +5,7 @@
 
 #include "planloc/optimum/general/exact_close.h"
 #include "planloc/optimum/general/recession.h"
+#include "planloc/optimum/general/thin_axes.h"
 
 namespace planloc::detail {
 
@@ -42,15 +43,13 @@ bool by_angle(const exact_xy& a, const exact_xy& b) {
 }
 
 double size(const exact_xy& u) { return std::fabs(u.x.get_d()) + std::fabs(u.y.get_d()); }
-double largest(const exact_xy& u) {
-  return std::max(std::fabs(u.x.get_d()), std::fabs(u.y.get_d()));
-}
 
 class far_sectors {
  public:
-  far_sectors(const problem& p, const distance_table& table)
+  far_sectors(const problem& p, const distance_table& table, const skewed_axes& axes)
       : problem_(p),
         table_(table),
+        axes_(axes),
         edges_(table),
         kinds_(kinds_of_growth(p, table)),
         extent_(table.extent()) {}
@@ -74,6 +73,14 @@ class far_sectors {
   }
 
  private:
+  // In the axes, in either coordinate.
+  double largest(const exact_xy& u) const {
+    const exact_xy along = to_exact(axes_.along);
+    const exact_xy across = to_exact(axes_.across);
+    const mpq_class area = cross(along, across);
+    return std::max(std::fabs(mpq_class(cross(u, across) / area).get_d()),
+                    std::fabs(mpq_class(cross(along, u) / area).get_d()));
+  }
   const gauge_block& block_of(const growing& g) const { return table_.blocks[g.block]; }
   exact_xy ray(const gauge_block& b, std::uint32_t edge) const {
     return to_exact(table_.edges[b.first_edge + edge % b.edges].from);
@@ -167,6 +174,7 @@ class far_sectors {
 
   const problem& problem_;
   const distance_table& table_;
+  const skewed_axes& axes_;
   exact_edges edges_;
   std::vector<growing> kinds_;
   std::vector<exact_xy> directions_;
@@ -175,8 +183,8 @@ class far_sectors {
 
 }  // namespace
 
-recession test_sectors(const problem& p, const distance_table& table) {
-  return p.polyhedral() ? far_sectors(p, table).test() : recession{};
+recession test_sectors(const problem& p, const distance_table& table, const skewed_axes& axes) {
+  return p.polyhedral() ? far_sectors(p, table, axes).test() : recession{};
 }
 
 }  // namespace planloc::detail

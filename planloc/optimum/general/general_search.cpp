@@ -12,6 +12,7 @@
 #include "planloc/optimum/general/search_goal.h"
 #include "planloc/optimum/general/search_tree.h"
 #include "planloc/optimum/general/task_pool.h"
+#include "planloc/optimum/general/thin_axes.h"
 #include "planloc/optimum/input_check.h"
 #include "planloc/optimum/minimise.h"
 
@@ -73,6 +74,8 @@ class general_search {
         table_(p),
         where_(regions_of(p, table_.base)),
         pool_(options.threads),
+        axes_(detail::thin_axes(p, table_)),
+        extent_(detail::extent_in(axes_, table_)),
         roundings_(detail::roundings_of(p, table_)),
         goal_(p, options_, roundings_),
         best_(p, table_, where_ ? &*where_ : nullptr, roundings_),
@@ -158,6 +161,8 @@ class general_search {
   detail::task_pool pool_;
   std::vector<std::unique_ptr<worker>> workers_;  // by thread; made when they are needed
   double steepest_ = 0;                           // of the slopes of the terms
+  skewed_axes axes_;
+  double extent_;  // of the sites in the axes
   detail::value_roundings roundings_;
   detail::search_goal goal_;
   detail::best_place best_;
@@ -239,7 +244,7 @@ bool general_search::holds_all_sites(const detail::triangle& t) const {
 
 // A power of two, so that many halvings are exact.
 double general_search::half_of_square(const detail::recession& far) const {
-  const double least = far.half > 0 ? far.half : kNearExtents * roundings_.extent;
+  const double least = far.half > 0 ? far.half : kNearExtents * extent_;
   return std::ldexp(1, std::ilogb(least / branch_certificate::kInside) + 1);
 }
 
@@ -286,7 +291,7 @@ void general_search::bound_far_places(detail::recession& far) {
 void general_search::use_smaller_square(detail::recession& far) {
   detail::recession smaller;
   if (problem_.polyhedral()) {
-    smaller = detail::test_sectors(problem_, table_);
+    smaller = detail::test_sectors(problem_, table_, axes_);
     if (smaller.kind != growth::levels || smaller.half >= far.half) return;
     far = std::move(smaller);
     levels_ = true;
@@ -301,10 +306,12 @@ void general_search::use_smaller_square(detail::recession& far) {
 }
 
 void general_search::start(double half) {
-  const auto x = [half](double shift) { return half * (branch_certificate::kShiftX + shift); };
-  const auto y = [half](double shift) { return half * (branch_certificate::kShiftY + shift); };
-  most_depth_ += 2 * std::max(0, std::ilogb(half / roundings_.extent));
-  const detail::xy a{x(-1), y(-1)}, b{x(1), y(-1)}, c{x(1), y(1)}, d{x(-1), y(1)};
+  const auto corner = [&](int along, int across) {
+    return detail::place_in(axes_, {half * (branch_certificate::kShiftX + along),
+                                    half * (branch_certificate::kShiftY + across)});
+  };
+  most_depth_ += 2 * std::max(0, std::ilogb(half / extent_));
+  const xy a = corner(-1, -1), b = corner(1, -1), c = corner(1, 1), d = corner(-1, 1);
   for (const detail::triangle& t : {detail::triangle{a, b, d}, detail::triangle{c, d, b}}) {
     std::unique_ptr<cell> root = workers_[0]->bounder.whole(problem_, t);
     tree_.add_root(*root);
@@ -400,7 +407,8 @@ void general_search::work_on(task& t, worker& w) const {
 bool general_search::solve_exactly(task& t, worker& w) const {
   if (!problem_.polyhedral()) return false;
   const cell& c = *t.c;
-  const std::size_t limit = detail::lines_worth_a_close(c, roundings_.extent, lines_far_away());
+  const std::size_t limit =
+      detail::lines_worth_a_close(detail::side_in(axes_, c.corners), extent_, lines_far_away());
   auto lines = w.closer.lines(c, limit);
   if (!lines) return false;
   if (where_ && !where_->add_lines(c.corners, limit, *lines)) return false;
@@ -497,8 +505,8 @@ solution general_search::finish(const detail::recession& far) {
     if (growth_is_floor_) c.outside = far.outside;
     s.proof = std::move(c);
   } else if (std::isfinite(s.lower_bound)) {
-    s.proof = branch_certificate{table_.base, half_of_square(far), far.outside,
-                                 std::isfinite(outside_), tree_.reasons()};
+    s.proof = branch_certificate{table_.base, half_of_square(far),     axes_,
+                                 far.outside, std::isfinite(outside_), tree_.reasons()};
   }
   const bool rounded =
       square_known && !stopped_ && !problem_.polyhedral() && s.lower_bound < outside_;
@@ -525,14 +533,14 @@ bool general_search::find_permitted() {
 // than the place known so far, or as good as one on the border of the square.
 detail::recession general_search::far_away() const {
   const auto ended = [this] { return goal_.time_is_up(); };
-  if (!where_) return test_recession(problem_, table_, ended);
+  if (!where_) return test_recession(problem_, table_, axes_, ended);
   detail::recession far;
   if (problem_.where().allowed) {
     far.kind = growth::grows;
   } else {
-    far = test_recession(problem_, table_, ended, best_.value());
+    far = test_recession(problem_, table_, axes_, ended, best_.value());
   }
-  far.half = std::max(far.half, where_->farthest());
+  far.half = std::max(far.half, where_->farthest(axes_));
   return far;
 }
 
@@ -565,7 +573,7 @@ solution general_search::run() {
   best_.try_sites();
   if (far.kind == growth::undecided) {
     bound_far_places(far);
-  } else if (far.kind == growth::grows && !where_ && far.half > kWideExtents * roundings_.extent) {
+  } else if (far.kind == growth::grows && !where_ && far.half > kWideExtents * extent_) {
     use_smaller_square(far);
   }
   if (!least_possible()) {

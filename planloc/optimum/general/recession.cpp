@@ -8,6 +8,7 @@
 
 #include "planloc/optimum/general/exact_close.h"
 #include "planloc/optimum/general/search_tree.h"
+#include "planloc/optimum/general/thin_axes.h"
 
 namespace planloc::detail {
 
@@ -106,12 +107,13 @@ problem recession_problem(const problem& p) {
   return {std::move(sites), {p.gauges().begin(), p.gauges().end()}, order_weights(lambda)};
 }
 
-std::array<triangle, 4> unit_sides() {
-  const xy a{1, -1}, b{1, 1}, c{-1, 1}, d{-1, -1};
+std::array<triangle, 4> unit_sides(const skewed_axes& axes) {
+  const xy a = place_in(axes, {1, -1}), b = place_in(axes, {1, 1});
+  const xy c = place_in(axes, {-1, 1}), d = place_in(axes, {-1, -1});
   return {triangle{a, b, b}, triangle{b, c, c}, triangle{c, d, d}, triangle{d, a, a}};
 }
 
-recession test_recession(const problem& p, const distance_table& table,
+recession test_recession(const problem& p, const distance_table& table, const skewed_axes& axes,
                          const std::function<bool()>& done, double level) {
   recession result;
   if (has_one_kind(p)) {
@@ -121,7 +123,7 @@ recession test_recession(const problem& p, const distance_table& table,
       result.direction = {1, 0};
       return result;
     }
-    if (s == 0) return test_sectors(p, table);
+    if (s == 0) return test_sectors(p, table, axes);
   }
   const problem origin = recession_problem(p);
   const distance_table gauges(origin);
@@ -142,7 +144,7 @@ recession test_recession(const problem& p, const distance_table& table,
     const double bound = c->bound;
     tree.push(std::move(c), bound);
   };
-  for (const triangle& side : unit_sides()) {
+  for (const triangle& side : unit_sides(axes)) {
     std::unique_ptr<cell> root = bounder.whole(origin, side);
     tree.add_root(*root);
     take(std::move(root));
@@ -150,7 +152,7 @@ recession test_recession(const problem& p, const distance_table& table,
   for (std::size_t cells = 0; !falls && tree.least_bound() < kBoundShare * value; cells += 2) {
     if (done()) return result;
     std::unique_ptr<cell> c = tree.pop();
-    if (c->depth >= kMostDepth || cells > kMostCells) return test_sectors(p, table);
+    if (c->depth >= kMostDepth || cells > kMostCells) return test_sectors(p, table, axes);
     auto [one, other] = bounder.split(*c);
     tree.add_halves(*c, *one, *other);
     take(std::move(one));
@@ -160,7 +162,7 @@ recession test_recession(const problem& p, const distance_table& table,
     result.kind = growth::falls;
     return result;
   }
-  if (!(tree.least_bound() > kRounding * size)) return test_sectors(p, table);
+  if (!(tree.least_bound() > kRounding * size)) return test_sectors(p, table, axes);
   result.kind = growth::grows;
   const double half = kCaution * needed_growth(p, table, level) / tree.least_bound();
   result.half = half > 0 ? half : 1;

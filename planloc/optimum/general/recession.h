@@ -29,13 +29,13 @@ enum class growth {
 struct recession {
   growth kind = growth::undecided;
   xy direction{0, 0};
-  double half = 0;  // of the side of the least square around the table's base
+  double half = 0;  // of the side of the least square around the table's base, in the axes
   std::vector<branch_certificate::reason> outside;
 };
 
 // Of a square outside of which f grows, it is above `level` there, too. Undecided once `done` says
 // so.
-recession test_recession(const problem& p, const distance_table& table,
+recession test_recession(const problem& p, const distance_table& table, const skewed_axes& axes,
                          const std::function<bool()>& done,
                          double level = -std::numeric_limits<double>::infinity());
 
@@ -54,7 +54,7 @@ bool never_negative(const problem& p);
 // x - s is on the side of q only where b |u x v| <= D |u|, where a |u x q| >= D |q| + b (v x q), if
 // that is positive; norms add up coordinates.
 //   - Two sites: d(x) and the growth c(x) towards x differ by at most max(c(s), c(-s)).
-recession test_sectors(const problem& p, const distance_table& table);
+recession test_sectors(const problem& p, const distance_table& table, const skewed_axes& axes);
 
 mpq_class sum_of_weights(const problem& p);
 
@@ -110,8 +110,8 @@ bool surely_falls(const problem& origin, const distance_table& table, const xy& 
 // All sites at the origin.
 problem recession_problem(const problem& p);
 
-// The sides of the square of half side 1 around the origin: right, top, left, bottom.
-std::array<triangle, 4> unit_sides();
+// The sides of the square of half side 1 around the origin, in the axes: right, top, left, bottom.
+std::array<triangle, 4> unit_sides(const skewed_axes& axes = {});
 
 }  // namespace planloc::detail
 

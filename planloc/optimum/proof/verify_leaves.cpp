@@ -13,6 +13,33 @@ namespace planloc::detail {
 
 namespace {
 
+// ----- The square -----
+
+void check_axes(const branch_certificate& c) {
+  check_place(c.axes.along, "an axis");
+  check_place(c.axes.across, "an axis");
+  if (sgn(mpq_class(c.axes.along.x) * c.axes.across.y -
+          mpq_class(c.axes.along.y) * c.axes.across.x) == 0)
+    refuse("the axes are no two directions");
+  if (c.to_infinity && c.axes != skewed_axes{})
+    refuse("places far away count in the axes of the plane");
+}
+
+// Refuses a place that is no pair of doubles.
+xy place_in(const skewed_axes& axes, const fraction_pair& of) {
+  const mpq_class x = of.x * axes.along.x + of.y * axes.across.x;
+  const mpq_class y = of.x * axes.along.y + of.y * axes.across.y;
+  const xy at{x.get_d(), y.get_d()};
+  if (mpq_class(at.x) != x || mpq_class(at.y) != y) refuse("the square has too many digits");
+  return at;
+}
+
+bool within(const branch_certificate& c, const fraction_pair& at) {
+  const fraction_pair of = coordinates(c.axes, at);
+  return abs(of.x - c.half * branch_certificate::kShiftX) <= c.half &&
+         abs(of.y - c.half * branch_certificate::kShiftY) <= c.half;
+}
+
 // ----- Outside of the square -----
 
 bool tail_sums_not_negative(const problem& p) {
@@ -25,13 +52,15 @@ bool tail_sums_not_negative(const problem& p) {
   return true;
 }
 
-// That the ordered median of the gauges is nowhere less than this on the sides of the unit square.
+// That the ordered median of the gauges is nowhere less than this on the sides of the unit square,
+// in the axes.
 void check_sides(const verified_sites& gauges, const branch_certificate& c,
                  const mpq_class& least) {
   if (std::count(c.outside.begin(), c.outside.end(), reason::exact) > 0)
     refuse("a side of the square is no triangle");
   leaf_walk sides(gauges, c.outside, least);
-  const std::array<xy, 4> square{xy{1, -1}, xy{1, 1}, xy{-1, 1}, xy{-1, -1}};
+  const std::array<xy, 4> square{place_in(c.axes, {1, -1}), place_in(c.axes, {1, 1}),
+                                 place_in(c.axes, {-1, 1}), place_in(c.axes, {-1, -1})};
   for (std::size_t k = 0; k < 4; ++k)
     sides.walk({square[k], square[(k + 1) % 4], square[(k + 1) % 4]});
   sides.end();
@@ -131,6 +160,7 @@ void check_steps(const problem& p, const mpq_class& least) {
 }
 
 void check_square(const problem& p, const branch_certificate& c, const mpq_class& least) {
+  check_axes(c);
   if (c.cells.empty()) {
     if (c.outside.empty()) {
       check_steps(p, least);
@@ -152,21 +182,20 @@ void check_square(const problem& p, const branch_certificate& c, const mpq_class
     check_growth(p, c, least);
   }
   const verified_sites sites(p, c.base);
-  const auto side = [&c](double shift) {
-    const double at = c.half * shift;
-    if (mpq_class(at) != mpq_class(c.half) * shift) refuse("the square has too many digits");
-    return at;
-  };
-  const xy low{side(branch_certificate::kShiftX - 1), side(branch_certificate::kShiftY - 1)};
-  const xy high{side(branch_certificate::kShiftX + 1), side(branch_certificate::kShiftY + 1)};
   std::optional<walked_regions> where;
   if (!p.where().whole_plane()) {
     where.emplace(p, c.base);
-    if (!where->within(low, high)) refuse("the square does not hold the regions");
+    if (!where->all_corners([&](const fraction_pair& at) { return within(c, at); }))
+      refuse("the square does not hold the regions");
   }
+  const auto corner = [&c](int along, int across) {
+    const mpq_class half(c.half);
+    return place_in(c.axes, {half * (branch_certificate::kShiftX + along),
+                             half * (branch_certificate::kShiftY + across)});
+  };
   leaf_walk cells(sites, c.cells, least, where ? &*where : nullptr);
-  cells.walk({low, xy{high.x, low.y}, xy{low.x, high.y}});
-  cells.walk({high, xy{low.x, high.y}, xy{high.x, low.y}});
+  cells.walk({corner(-1, -1), corner(1, -1), corner(-1, 1)});
+  cells.walk({corner(1, 1), corner(-1, 1), corner(1, -1)});
   cells.end();
 }
 

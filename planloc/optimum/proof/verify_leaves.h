@@ -102,7 +102,10 @@ void add_in_order(const verified_sites& sites, std::span<const std::uint32_t> wh
 // The same problem with all sites at the origin: how f grows far from the sites.
 problem at_one_place(const problem& p);
 
-// All places no farther from the base than this, in either coordinate, lie in the square.
+fraction_pair coordinates(const skewed_axes& axes, const fraction_pair& at);
+
+// All places no farther from the base than this, in either coordinate of the axes, lie in the
+// square.
 inline mpq_class reach(const branch_certificate& c) {
   return mpq_class(c.half) * branch_certificate::kInside;
 }

@@ -52,11 +52,12 @@ class sector_check {
     }
   }
 
-  void check(const mpq_class& half) const {
+  void check(const skewed_axes& axes, const mpq_class& half) const {
+    const auto size = [&axes](const fraction_pair& u) { return largest(coordinates(axes, u)); };
     for (auto u = directions_.begin(); u != directions_.end(); ++u) {
       const auto next = std::next(u);
       const fraction_pair& v = next == directions_.end() ? *directions_.begin() : *next;
-      if (settled(*u, v) * largest(*u) + settled(v, *u) * largest(v) > half)
+      if (settled(*u, v) * size(*u) + settled(v, *u) * size(v) > half)
         refuse("the square is too small");
     }
   }
@@ -146,7 +147,7 @@ class sector_check {
 }  // namespace
 
 void check_sectors(const problem& p, const branch_certificate& c) {
-  sector_check(p, c).check(reach(c));
+  sector_check(p, c).check(c.axes, reach(c));
 }
 
 }  // namespace planloc::detail

@@ -151,6 +151,13 @@ bool verified_sites::in_cone(std::size_t i, std::size_t edge, const xy& at) cons
   });
 }
 
+fraction_pair coordinates(const skewed_axes& axes, const fraction_pair& at) {
+  const xy& u = axes.along;
+  const xy& v = axes.across;
+  const mpq_class area = mpq_class(u.x) * v.y - mpq_class(u.y) * v.x;
+  return {(at.x * v.y - at.y * v.x) / area, (at.y * u.x - at.x * u.y) / area};
+}
+
 problem at_one_place(const problem& p) {
   std::vector<site> sites(p.sites().begin(), p.sites().end());
   for (site& s : sites) s.x = s.y = 0;

@@ -136,10 +136,4 @@ std::optional<std::array<mpq_class, 3>> walked_regions::cut(const std::array<xy,
   return {};
 }
 
-bool walked_regions::within(const xy& low, const xy& high) const {
-  return std::all_of(sides_.begin(), sides_.end(), [&](const segment& s) {
-    return low.x <= s.a.x && s.a.x <= high.x && low.y <= s.a.y && s.a.y <= high.y;
-  });
-}
-
 }  // namespace planloc::detail

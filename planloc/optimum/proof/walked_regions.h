@@ -3,6 +3,7 @@
 #ifndef PLANLOC_OPTIMUM_PROOF_WALKED_REGIONS_H_
 #define PLANLOC_OPTIMUM_PROOF_WALKED_REGIONS_H_
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <optional>
@@ -30,8 +31,11 @@ class walked_regions {
   // Where all sides that meet a triangle lie on one line and nothing beyond it is permitted: how
   // far the corners of the triangle are on this side of the line, in any unit.
   std::optional<std::array<mpq_class, 3>> cut(const std::array<xy, 3>& t) const;
-  // Whether all corners lie in a rectangle.
-  bool within(const xy& low, const xy& high) const;
+  // Whether all corners of polygons pass a test.
+  template <class Test>
+  bool all_corners(Test passes) const {
+    return std::all_of(sides_.begin(), sides_.end(), [&](const segment& s) { return passes(s.a); });
+  }
 
  private:
   std::vector<std::size_t> numbers_in(const std::array<xy, 3>& t) const;
