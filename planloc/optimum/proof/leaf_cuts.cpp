@@ -118,15 +118,13 @@ bool leaf_walk::list_choices(const triangle_state& t, std::vector<drop>& drops,
 
 // Of sites that are one to the problem the first ones are taken.
 bool leaf_walk::may_be_farthest(std::uint32_t set) const {
-  const std::span<const site> sites = sites_.owner().sites();
   for (std::size_t in = 0; in < undecided_.size(); ++in) {
     if ((set >> in & 1) == 0) continue;
-    const site& s = sites[undecided_[in].seen.site];
     for (std::size_t out = 0; out < undecided_.size(); ++out) {
       if ((set >> out & 1) != 0) continue;
       if (undecided_[out].lower > undecided_[in].upper) return false;
-      const site& q = sites[undecided_[out].seen.site];
-      if (out < in && s.x == q.x && s.y == q.y && s.weight == q.weight && s.gauge == q.gauge)
+      if (out < in &&
+          same_term(sites_.owner(), undecided_[in].seen.site, undecided_[out].seen.site))
         return false;
     }
   }

@@ -189,7 +189,16 @@ class leaf_walk {
   void spend(std::size_t steps);
   [[noreturn]] void refuse_many_lines() const;
   void add_sides(const corners& t, std::set<straight_line>& lines) const;
-  std::vector<std::size_t> edges_on(const triangle_state& t, std::uint32_t site) const;
+  struct edge_plane {  // a site's distance where one edge is in force
+    std::uint32_t site;
+    std::size_t edge;
+    std::array<interval, 3> value;  // at the corners
+  };
+  std::vector<std::size_t> rays_on(const triangle_state& t, std::uint32_t site) const;
+  std::vector<edge_plane> planes_on(const triangle_state& t, std::uint32_t site,
+                                    const std::vector<std::size_t>& rays) const;
+  straight_line line_of_ray(std::uint32_t site, std::size_t ray) const;
+  std::optional<straight_line> line_between(const edge_plane& p, const edge_plane& q) const;
   std::set<straight_line> lines_on(const triangle_state& t);
 
   const verified_sites& sites_;

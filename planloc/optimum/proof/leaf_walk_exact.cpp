@@ -25,25 +25,6 @@ straight_line line(const mpq_class& a, const mpq_class& b, const mpq_class& c) {
 
 }  // namespace
 
-// All edges but those that another one surely beats everywhere on the triangle.
-std::vector<std::size_t> leaf_walk::edges_on(const triangle_state& t, std::uint32_t site) const {
-  const std::size_t n = sites_.edges(site);
-  std::vector<std::array<interval, 3>> value(n);
-  for (std::size_t e = 0; e < n; ++e) {
-    for (std::size_t m = 0; m < 3; ++m)
-      value[e][m] = dot(sites_.weighted_normal(site, e), sites_.offset(site, exactly(t.at[m])));
-  }
-  std::vector<std::size_t> result;
-  for (std::size_t e = 0; e < n; ++e) {
-    const bool beaten = std::any_of(value.begin(), value.end(), [&](const auto& other) {
-      return other[0].low > value[e][0].high && other[1].low > value[e][1].high &&
-             other[2].low > value[e][2].high;
-    });
-    if (!beaten) result.push_back(e);
-  }
-  return result;
-}
-
 namespace {
 
 bool has_both_sides(const corners& t, const straight_line& l) {
@@ -59,57 +40,114 @@ bool has_both_sides(const corners& t, const straight_line& l) {
 
 }  // namespace
 
-// The lines through the triangle on which a distance can break, where the planes of two of its
-// edges are equal, or on which the order of two sites can change.
-std::set<straight_line> leaf_walk::lines_on(const triangle_state& t) {
-  struct plane {
-    std::uint32_t site;
-    fraction_pair slope;
-    mpq_class right;  // slope . position
-    std::array<interval, 3> value;
+// Those that may meet the triangle: it is neither surely on one side of their line nor behind them.
+std::vector<std::size_t> leaf_walk::rays_on(const triangle_state& t, std::uint32_t site) const {
+  std::array<interval_pair, 3> corner;
+  for (std::size_t m = 0; m < 3; ++m) corner[m] = sites_.offset(site, exactly(t.at[m]));
+  const std::span<const xy> rays = sites_.owner().gauge_of(site).vertices();
+  std::vector<std::size_t> result;
+  for (std::size_t k = 0; k < rays.size(); ++k) {
+    const interval_pair v = exactly(rays[k]);
+    int left = 0;
+    int right = 0;
+    int behind = 0;
+    for (const interval_pair& u : corner) {
+      const interval side = v.x * u.y - v.y * u.x;
+      left += side.low > 0 ? 1 : 0;
+      right += side.high < 0 ? 1 : 0;
+      behind += dot(v, u).high < 0 ? 1 : 0;
+    }
+    if (left < 3 && right < 3 && behind < 3) result.push_back(k);
+  }
+  return result;
+}
+
+// The edges of a site's gauge that may be in force on the triangle, as planes: on the way from a
+// corner they change where a ray is crossed.
+std::vector<leaf_walk::edge_plane> leaf_walk::planes_on(
+    const triangle_state& t, std::uint32_t site, const std::vector<std::size_t>& rays) const {
+  const std::size_t n = sites_.edges(site);
+  std::set<std::size_t> edges;
+  sites_.visit_likely_edges(site, exactly(t.at[0]), [&](std::size_t e) { edges.insert(e); });
+  for (const std::size_t k : rays) {
+    edges.insert(k);
+    edges.insert((k + n - 1) % n);
+  }
+  std::vector<edge_plane> result;
+  for (const std::size_t e : edges) {
+    edge_plane& p = result.emplace_back(edge_plane{site, e, {}});
+    const interval_pair normal = sites_.weighted_normal(site, e);
+    for (std::size_t m = 0; m < 3; ++m)
+      p.value[m] = dot(normal, sites_.offset(site, exactly(t.at[m])));
+  }
+  return result;
+}
+
+straight_line leaf_walk::line_of_ray(std::uint32_t site, std::size_t ray) const {
+  const xy& v = sites_.owner().gauge_of(site).vertices()[ray];
+  const fraction_pair to_base = sites_.exact_offset(site, {0, 0});
+  return line(-v.y, v.x, v.y * to_base.x - v.x * to_base.y);
+}
+
+// Where two planes are equal; nothing if that is nowhere or everywhere.
+std::optional<straight_line> leaf_walk::line_between(const edge_plane& p,
+                                                     const edge_plane& q) const {
+  const auto function_of = [this](const edge_plane& s) {
+    const double w = sites_.owner().sites()[s.site].weight;
+    const fraction_pair& n = sites_.exact_normal(s.site, s.edge);
+    affine_function f{{n.x * w, n.y * w}, 0};
+    f.at_origin = dot(f.slope, sites_.exact_offset(s.site, {0, 0}));
+    return f;
   };
+  const affine_function f = function_of(p);
+  const affine_function g = function_of(q);
+  const mpq_class a = f.slope.x - g.slope.x;
+  const mpq_class b = f.slope.y - g.slope.y;
+  if (sgn(a) == 0 && sgn(b) == 0) return std::nullopt;
+  return line(a, b, g.at_origin - f.at_origin);
+}
+
+// The lines through the triangle on which a distance can break, or on which the order of two sites
+// can change.
+std::set<straight_line> leaf_walk::lines_on(const triangle_state& t) {
   std::set<straight_line> lines;
-  const auto separate = [&](const plane& p, const plane& q) {
+  const auto add = [&](straight_line l) {
+    spend(1);
+    if (has_both_sides(t.at, l)) lines.insert(std::move(l));
+    if (lines.size() > kMostLines) refuse_many_lines();
+  };
+  const auto add_rays = [&](std::uint32_t site) {
+    const std::vector<std::size_t> rays = rays_on(t, site);
+    for (const std::size_t k : rays) add(line_of_ray(site, k));
+    return rays;
+  };
+  const auto surely_apart = [](const edge_plane& p, const edge_plane& q) {
     int sides = 0;
     for (std::size_t m = 0; m < 3; ++m) {
       sides += p.value[m].low > q.value[m].high ? 1 : 0;
       sides -= p.value[m].high < q.value[m].low ? 1 : 0;
     }
-    if (sides == 3 || sides == -3) return;
-    spend(1);
-    const mpq_class a = p.slope.x - q.slope.x;
-    const mpq_class b = p.slope.y - q.slope.y;
-    if (sgn(a) == 0 && sgn(b) == 0) return;
-    straight_line l = line(a, b, p.right - q.right);
-    if (has_both_sides(t.at, l)) lines.insert(std::move(l));
-    if (lines.size() > kMostLines) refuse_many_lines();
+    return sides == 3 || sides == -3;
   };
-  const auto planes_of = [&](std::uint32_t site) {
-    std::vector<plane> result;
-    const double w = sites_.owner().sites()[site].weight;
-    const fraction_pair to_base = sites_.exact_offset(site, {0, 0});
-    for (const std::size_t e : edges_on(t, site)) {
-      plane p{
-          site, {sites_.exact_normal(site, e).x * w, sites_.exact_normal(site, e).y * w}, {}, {}};
-      p.right = -dot(p.slope, to_base);
-      for (std::size_t m = 0; m < 3; ++m)
-        p.value[m] = dot(sites_.weighted_normal(site, e), sites_.offset(site, exactly(t.at[m])));
-      result.push_back(std::move(p));
-    }
-    for (std::size_t k = 0; k < result.size(); ++k) {
-      for (std::size_t l = 0; l < k; ++l) separate(result[k], result[l]);
-    }
-    return result;
-  };
-  for (const seen_site& d : t.decided) planes_of(d.site);
-  std::vector<plane> all;
+  for (const seen_site& d : t.decided) add_rays(d.site);
+  std::vector<std::vector<edge_plane>>
+      all;  // by site, of those that are one to the problem the first
   for (const seen_site& seen : t.undecided) {
-    for (plane& p : planes_of(seen.site)) {
-      for (const plane& q : all) {
-        if (q.site != seen.site) separate(p, q);
+    if (std::any_of(all.begin(), all.end(), [&](const auto& other) {
+          return same_term(sites_.owner(), other[0].site, seen.site);
+        }))
+      continue;
+    std::vector<edge_plane> own = planes_on(t, seen.site, add_rays(seen.site));
+    for (const edge_plane& p : own) {
+      for (const auto& other : all) {
+        for (const edge_plane& q : other) {
+          if (surely_apart(p, q)) continue;
+          std::optional<straight_line> l = line_between(p, q);
+          if (l) add(std::move(*l));
+        }
       }
-      all.push_back(std::move(p));
     }
+    all.push_back(std::move(own));
   }
   return lines;
 }

@@ -52,6 +52,11 @@ class verified_sites {
   // Whether the place is in the cone of the edge.
   bool in_cone(std::size_t i, std::size_t edge, const xy& at) const;
   std::size_t likely_edge(std::size_t i, const xy& at) const;
+  // All edges but those that others surely beat at a place.
+  template <class Visitor>
+  void visit_likely_edges(std::size_t i, const interval_pair& at, Visitor visit) const {
+    visit_edges_towards(gauge_of(i), offset(i, at), visit);
+  }
 
  private:
   std::uint32_t gauge_of(std::size_t i) const { return problem_.sites()[i].gauge; }
@@ -61,7 +66,7 @@ class verified_sites {
   }
   interval gauge_value(std::size_t i, const interval_pair& u) const;
   template <class Visitor>
-  void visit_likely_edges(std::uint32_t gauge, const interval_pair& u, Visitor visit) const;
+  void visit_edges_towards(std::uint32_t gauge, const interval_pair& u, Visitor visit) const;
 
   const problem& problem_;
   xy base_;
@@ -70,6 +75,33 @@ class verified_sites {
   std::vector<std::vector<interval_pair>> normals_;
   std::vector<double> largest_normal_;  // by gauge, in the maximum norm
 };
+
+// All edges but those that others surely beat at u. In doubles, at the low ends: a term is off by
+// the width of u's interval times the normal, by 2^-52 of itself for the normal's width, and by its
+// roundings.
+template <class Visitor>
+void verified_sites::visit_edges_towards(std::uint32_t gauge, const interval_pair& u,
+                                         Visitor visit) const {
+  const std::vector<interval_pair>& normals = normals_[gauge];
+  const auto at_low_ends = [&](const interval_pair& n) {
+    return n.x.low * u.x.low + n.y.low * u.y.low;
+  };
+  double most = 0;
+  for (const interval_pair& n : normals) most = std::max(most, at_low_ends(n));
+  const double width = (u.x.high - u.x.low) + (u.y.high - u.y.low);
+  const double size = std::fabs(u.x.low) + std::fabs(u.y.low) + width;
+  const double doubt = 2.5 * largest_normal_[gauge] * (width + 0x1p-50 * size) + 0x1p-1000;
+  for (std::size_t e = 0; e < normals.size(); ++e) {
+    if (!(at_low_ends(normals[e]) < most - doubt)) visit(e);
+  }
+}
+
+// Whether two sites are one to the problem, as sites at one place often are.
+inline bool same_term(const problem& p, std::size_t i, std::size_t j) {
+  const site& a = p.sites()[i];
+  const site& b = p.sites()[j];
+  return a.x == b.x && a.y == b.y && a.weight == b.weight && a.gauge == b.gauge;
+}
 
 inline mpq_class value_at(const affine_function& f, const fraction_pair& at) {
   return f.at_origin + dot(f.slope, at);

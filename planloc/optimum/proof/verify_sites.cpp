@@ -37,29 +37,10 @@ verified_sites::verified_sites(const problem& p, const xy& base) : problem_(p), 
 interval verified_sites::gauge_value(std::size_t i, const interval_pair& u) const {
   if (!polyhedral(i)) return detail::gauge_value(problem_.gauge_of(i), u);
   interval most(0);
-  visit_likely_edges(gauge_of(i), u,
-                     [&](std::size_t e) { most = larger(most, dot(normals_[gauge_of(i)][e], u)); });
+  visit_edges_towards(gauge_of(i), u, [&](std::size_t e) {
+    most = larger(most, dot(normals_[gauge_of(i)][e], u));
+  });
   return most;
-}
-
-// All edges but those that others surely beat at u. In doubles, at the low ends: a term is off by
-// the width of u's interval times the normal, by 2^-52 of itself for the normal's width, and by its
-// roundings.
-template <class Visitor>
-void verified_sites::visit_likely_edges(std::uint32_t gauge, const interval_pair& u,
-                                        Visitor visit) const {
-  const std::vector<interval_pair>& normals = normals_[gauge];
-  const auto at_low_ends = [&](const interval_pair& n) {
-    return n.x.low * u.x.low + n.y.low * u.y.low;
-  };
-  double most = 0;
-  for (const interval_pair& n : normals) most = std::max(most, at_low_ends(n));
-  const double width = (u.x.high - u.x.low) + (u.y.high - u.y.low);
-  const double size = std::fabs(u.x.low) + std::fabs(u.y.low) + width;
-  const double doubt = 2.5 * largest_normal_[gauge] * (width + 0x1p-50 * size) + 0x1p-1000;
-  for (std::size_t e = 0; e < normals.size(); ++e) {
-    if (!(at_low_ends(normals[e]) < most - doubt)) visit(e);
-  }
 }
 
 interval verified_sites::distance(std::size_t i, const interval_pair& at) const {
@@ -124,13 +105,13 @@ std::size_t verified_sites::active_edge(std::size_t i, const fraction_pair& at,
   std::size_t best = 0;
   std::size_t likely = 0;
   const interval_pair rounded = offset(i, near);
-  visit_likely_edges(gauge_of(i), rounded, [&](std::size_t e) {
+  visit_edges_towards(gauge_of(i), rounded, [&](std::size_t e) {
     if (likely++ == 0) best = e;
   });
   if (likely == 1) return best;
   const fraction_pair u = exact_offset(i, at);
   mpq_class most(-1);
-  visit_likely_edges(gauge_of(i), rounded, [&](std::size_t e) {
+  visit_edges_towards(gauge_of(i), rounded, [&](std::size_t e) {
     mpq_class value = dot(exact_normal(i, e), u);
     if (value <= most) return;
     most = std::move(value);
