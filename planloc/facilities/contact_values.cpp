@@ -1,10 +1,14 @@
 #include "planloc/facilities/contact_values.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cstddef>
 
-#ifdef __SSE2__
-#include <emmintrin.h>
+#include "planloc/facilities/wide_vectors.h"
+
+#ifdef PLANLOC_FUSED
+#include <immintrin.h>
 #endif
 
 namespace planloc::detail {
@@ -83,6 +87,17 @@ struct moving_crossing {
   double B = 0.0;
 };
 
+// The values with the lines y = m * x + t + z * u.
+PLANLOC_WIDE_VECTORS
+void meet_slopes(const moving_crossing& c, std::size_t n, const double* m, const double* t,
+                 const double* u, double* z) {
+  for (std::size_t k = 0; k < n; ++k) {
+    const double d = c.A - m[k] * c.s - u[k];
+    const double q = (m[k] * c.P + t[k] - c.B) / d;
+    z[k] = d != 0.0 ? q : 0.0;
+  }
+}
+
 // The edges of all sites side by side: what the loop over the third edge reads.
 class third_edges {
  public:
@@ -106,11 +121,8 @@ class third_edges {
 
   // The values with each edge from `first` on. REQUIRES: the crossing moves.
   std::span<double> contacts(const moving_crossing& c, std::size_t first) {
-    for (std::size_t k = first; k < z_.size(); ++k) {
-      const double d = c.A - m_[k] * c.s - u_[k];
-      const double q = (m_[k] * c.P + t_[k] - c.B) / d;
-      z_[k] = d != 0.0 ? q : 0.0;
-    }
+    meet_slopes(c, z_.size() - first, m_.data() + first, t_.data() + first, u_.data() + first,
+                z_.data() + first);
     for (auto k = std::lower_bound(vertical_.begin(), vertical_.end(), first); k != vertical_.end();
          ++k) {
       z_[*k] = c.type == moving_crossing::kind::kOnSlopes
@@ -136,21 +148,49 @@ class third_edges {
   std::vector<double> z_;
 };
 
+#ifdef PLANLOC_FUSED
+// For each set of four numbers, how to bring them to the front: as pairs of 32 bits.
+constexpr std::array<std::array<int, 8>, 16> kToFront = [] {
+  std::array<std::array<int, 8>, 16> result{};
+  for (std::size_t set = 0; set < result.size(); ++set) {
+    std::size_t to = 0;
+    for (int i = 0; i < 4; ++i) {
+      if (((set >> i) & 1U) == 0) continue;
+      result[set][to++] = 2 * i;
+      result[set][to++] = 2 * i + 1;
+    }
+  }
+  return result;
+}();
+
+// As keep_within, for the first numbers, as many as are a multiple of four: the end of those kept.
+PLANLOC_FUSED
+double* keep_fours_within(std::span<double> z, double lower) {
+  const __m256d low = _mm256_set1_pd(lower);
+  const __m256d high = _mm256_set1_pd(kLargestContact);
+  double* end = z.data();
+  for (std::size_t k = 0; k + 4 <= z.size(); k += 4) {
+    const __m256d v = _mm256_loadu_pd(&z[k]);
+    const __m256d within =
+        _mm256_and_pd(_mm256_cmp_pd(v, low, _CMP_NLT_UQ), _mm256_cmp_pd(v, high, _CMP_NGT_UQ));
+    const auto set = static_cast<unsigned>(_mm256_movemask_pd(within));
+    const __m256i order = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(&kToFront[set]));
+    const __m256i front = _mm256_permutevar8x32_epi32(_mm256_castpd_si256(v), order);
+    _mm256_storeu_pd(end, _mm256_castsi256_pd(front));
+    end += std::popcount(set);
+  }
+  return end;
+}
+#endif
+
 // Those within the bounds, moved to the front; a NaN counts as within.
 std::span<const double> keep_within(std::span<double> z, double lower) {
   double* end = z.data();
   std::size_t k = 0;
-#ifdef __SSE2__
-  // Two at a time, with the same comparisons.
-  const __m128d low = _mm_set1_pd(lower);
-  const __m128d high = _mm_set1_pd(kLargestContact);
-  for (; k + 2 <= z.size(); k += 2) {
-    const __m128d v = _mm_loadu_pd(&z[k]);
-    const int within = _mm_movemask_pd(_mm_and_pd(_mm_cmpnlt_pd(v, low), _mm_cmpngt_pd(v, high)));
-    _mm_storel_pd(end, v);
-    end += within & 1;
-    _mm_storeh_pd(end, v);
-    end += within >> 1;
+#ifdef PLANLOC_FUSED
+  if (PLANLOC_HAS_FUSED) {
+    end = keep_fours_within(z, lower);
+    k = z.size() / 4 * 4;
   }
 #endif
   for (; k < z.size(); ++k) {

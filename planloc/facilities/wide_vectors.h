@@ -8,7 +8,8 @@
 #if defined(__x86_64__) && defined(__GLIBC__) && defined(__GNUC__) && !defined(__clang__) && \
     !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 #define PLANLOC_WIDE_VECTORS __attribute__((target_clones("avx2", "default")))
-// A version of its own for processors that multiply and add in one step, and whether this is one.
+// A version of its own for processors with AVX2 that multiply and add in one step, and whether this
+// is one.
 #define PLANLOC_FUSED __attribute__((target("avx2,fma")))
 #define PLANLOC_HAS_FUSED (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma"))
 #else
