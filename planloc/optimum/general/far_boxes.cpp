@@ -70,7 +70,7 @@ class far_boxes {
   }
 
   far_level search(double target, const far_calls& calls) {
-    for (int side = 0; side < 4; ++side) add({side, {-1, 1}, {0, 1}});
+    for (int side = 0; side < 4; ++side) add({side, {-1, 1}, {0, 1}}, target);
     while (open_.front().bound < target && width(open_.front().box) >= kLeastWidth &&
            nodes_.size() < most_ && !calls.done()) {
       std::pop_heap(open_.begin(), open_.end(), later);
@@ -82,7 +82,7 @@ class far_boxes {
       }
       nodes_[b.node] = {reason::halved, static_cast<std::uint32_t>(nodes_.size())};
       for (const far_box& half : halves(b.box)) {
-        add(half);
+        add(half, target);
         target = std::min(target, calls.try_place(middle(half)));
       }
     }
@@ -107,9 +107,11 @@ class far_boxes {
 
   static double width(const far_box& b) { return b.s.high - b.s.low; }
 
-  void add(const far_box& b) {
+  void add(const far_box& b, double target) {
     view_.look(b);
-    open_.push_back({b, static_cast<std::uint32_t>(nodes_.size()), sum_.least(b) - margin_});
+    double bound = sum_.least(b) - margin_;
+    if (bound < target) bound = std::max(bound, sum_.least_of_orders(b) - margin_);
+    open_.push_back({b, static_cast<std::uint32_t>(nodes_.size()), bound});
     nodes_.push_back({});
     std::push_heap(open_.begin(), open_.end(), later);
   }

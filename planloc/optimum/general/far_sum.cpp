@@ -1,5 +1,7 @@
 #include "planloc/optimum/general/far_sum.h"
 
+#include "planloc/optimum/general/far_orders.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -13,6 +15,7 @@ namespace {
 constexpr double kInfinite = std::numeric_limits<double>::infinity();
 // Of magnitudes: for differences in doubles that are checked in intervals.
 constexpr double kRounding = 0x1p-47;
+constexpr double kCaution = 0x1p-42;
 // Pairs of sites at which the ordered sum of two kinds bends.
 constexpr std::size_t kMostKinks = 2000;
 
@@ -92,9 +95,26 @@ double far_sum::least(const far_box& b) {
   far_ = b.t.low > 0 ? view_.reach() / b.t.low : kInfinite;
   find_classes();
   add_up_growths();
-  const double growth = least_growth();
-  double sum = growth >= 0 ? growth * near_ : growth * far_;
+  grown_ = least_growth();
+  grown_ *= grown_ >= 0 ? near_ : far_;
+  double sum = grown_;
   for (const kind_class& c : classes_) sum += sum_of_class(c);
+  return std::isnan(sum) ? -kInfinite : sum;
+}
+
+double far_sum::least_of_orders(const far_box& b) {
+  double heaviest = 0;
+  for (const far_kind& k : view_.kinds()) heaviest = std::max(heaviest, k.weight);
+  far_orders orders(lambda_, b, kCaution * heaviest * view_.extent());
+  for (const kind_class& c : classes_) {
+    if (c.last - c.first > 1) return -kInfinite;
+    const far_kind& k = kind(c.first);
+    std::vector<far_orders::candidate> sites;
+    for (const std::uint32_t slot : k.slots)
+      sites.push_back({view_.changes_of(k, slot, b), view_.position(slot)});
+    orders.add(std::move(sites));
+  }
+  const double sum = grown_ + orders.least();
   return std::isnan(sum) ? -kInfinite : sum;
 }
 

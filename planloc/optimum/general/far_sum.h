@@ -23,6 +23,9 @@ class far_sum {
 
   // A lower bound of f on the box that the view looked at last; minus infinity if none is known.
   double least(const far_box& b);
+  // The same from the orders that are possible, if each class is of one kind, for the box that was
+  // asked about last: off by the square of its size where there is one order.
+  double least_of_orders(const far_box& b);
 
  private:
   struct kind_class {
@@ -56,6 +59,7 @@ class far_sum {
   std::vector<std::vector<char>> covers_, gauge_covers_;
   // Of the box at hand.
   double near_ = 0, far_ = 0;  // reach / t
+  double grown_ = 0;           // of all classes together, at least
   std::vector<std::size_t> order_;
   std::vector<kind_class> classes_;
   std::vector<share> growths_;

@@ -55,6 +55,37 @@ low_high derivatives(const gauge& g, const low_high& u, const low_high& v) {
           derivative(g, u.high, u.high >= 0 ? near : far)};
 }
 
+low_high product(const low_high& a, const low_high& b) {
+  const auto [low, high] =
+      std::minmax({a.low * b.low, a.low * b.high, a.high * b.low, a.high * b.high});
+  return {low, high};
+}
+low_high square(const low_high& a) {
+  const double low = least_magnitude(a);
+  const double high = most_magnitude(a);
+  return {low * low, high * high};
+}
+low_high with_all(const low_high& a, const low_high& b) {
+  return {std::min(a.low, b.low), std::max(a.high, b.high)};
+}
+low_high cross(const low_high& x, const low_high& y, const xy& a) {
+  return plus(times(x, a.y), times(y, -a.x));
+}
+
+// Bounds of the norm's second derivative in units of v v^T, v = (-y, x); infinite above if it is
+// not bounded. The power of (|x y| / N^2) falls for p < 2.
+low_high bend(const gauge& g, const low_high& x, const low_high& y) {
+  const double near = g({least_magnitude(x), least_magnitude(y)});
+  const double far = g({most_magnitude(x), most_magnitude(y)});
+  if (g.kind() == gauge::shape::euclidean) return {1 / (far * far * far), 1 / (near * near * near)};
+  const double e = g.p() - 2;
+  const double low = least_magnitude(x) * least_magnitude(y) / (far * far);
+  const double high = std::min(1.0, most_magnitude(x) * most_magnitude(y) / (near * near));
+  const auto power = [e](double ratio) { return std::pow(ratio, e); };
+  return {(e + 1) * power(e < 0 ? high : low) / (far * far * far),
+          (e + 1) * power(e < 0 ? low : high) / (near * near * near)};
+}
+
 }  // namespace
 
 far_view::far_view(const problem& p, const distance_table& table, double reach)
@@ -146,6 +177,51 @@ low_high far_view::excess(const far_kind& k, std::uint32_t slot, const far_box& 
                                  sum_around(y, times(part, -a.y)), a));
   }
   return times(sum, k.weight / parts);
+}
+
+// With the gauge G, its second derivative H, and r = t / reach: the excess is -G'(y) a + r / 2
+// times a^T H a somewhere on the way from y to y - r a; it changes with s by -H a along the side,
+// and with r by a^T H a / 2. On all of the way v a = y x a.
+far_view::changes far_view::changes_of(const far_kind& k, std::uint32_t slot,
+                                       const far_box& b) const {
+  const xy a{table_.x[slot], table_.y[slot]};
+  const gauge& g = problem_.gauge_of(table_.site[slot]);
+  const auto [x, y] = directions(b);
+  const low_high r{b.t.low / reach_, b.t.high / reach_};
+  const auto way = [&a](const low_high& from_x, const low_high& from_y, const low_high& to) {
+    return pair_of_ranges{with_all(from_x, plus(from_x, times(to, -a.x))),
+                          with_all(from_y, plus(from_y, times(to, -a.y)))};
+  };
+  changes c{excess(k, slot, b), {}, {}, {}, true};
+  const pair_of_ranges all = way(x, y, r);
+  if (g.kind() == gauge::shape::polyhedral) {
+    c.at_place = times(along_slopes(k, all.x, all.y, a), k.weight);
+    return c;
+  }
+  const low_high bent = times(bend(g, all.x, all.y), k.weight);
+  c.known = std::isfinite(bent.high);
+  if (!c.known) return c;
+  const low_high turn = cross(x, y, a);
+  c.by_s = b.side % 2 == 0 ? times(product(product(bent, all.x), turn), -1)
+                           : product(product(bent, all.y), turn);
+  c.by_t = times(product(bent, square(turn)), 0.5 / reach_);
+  const double s = b.s.low + (b.s.high - b.s.low) / 2;
+  const auto [at_x, at_y] = directions({b.side, {s, s}, b.t});
+  const low_high slopes =
+      plus(times(derivatives(g, at_x, at_y), -a.x), times(derivatives(g, at_y, at_x), -a.y));
+  c.at_place = times(slopes, k.weight);
+  if (b.t.low > 0) {
+    const pair_of_ranges near = way(at_x, at_y, {r.low, r.low});
+    const double most = square(cross(at_x, at_y, a)).high;
+    const low_high more = times(bend(g, near.x, near.y), k.weight * most * r.low / 2);
+    const double apart =
+        k.weight * (g({at_x.low - r.low * a.x, at_y.low - r.low * a.y}) - g({at_x.low, at_y.low})) /
+        r.low;
+    const double caution = k.weight * kRounding / r.low;
+    c.at_place = {std::max(c.at_place.low + more.low, apart - caution),
+                  std::min(c.at_place.high + more.high, apart + caution)};
+  }
+  return c;
 }
 
 }  // namespace planloc::detail

@@ -45,8 +45,17 @@ class far_view {
   double reach() const { return reach_; }
   double extent() const { return extent_; }
   const std::vector<far_kind>& kinds() const { return kinds_; }
+  xy position(std::uint32_t slot) const { return {table_.x[slot], table_.y[slot]}; }
 
   void look(const far_box& b);
+
+  // Of a site's excess: what it is at the middle of the box's side where t is least, and how it
+  // changes with s and t on the box, if that is known to have bounds.
+  struct changes {
+    low_high on_box, at_place, by_s, by_t;
+    bool known = true;
+  };
+  changes changes_of(const far_kind& k, std::uint32_t slot, const far_box& b) const;
 
  private:
   low_high growth_of(const far_kind& k, const far_box& b) const;

@@ -57,7 +57,14 @@ far_order::far_order(const problem& p) : lambda_(listed_weights(p)) {
     all[{p.sites()[i].gauge, p.sites()[i].weight}].push_back(i);
   for (auto& [name, sites] : all) {
     order_.push_back(kinds_.size());
-    kinds_.push_back({name.first, name.second, std::move(sites), {}, {}, {}});
+    std::vector<std::uint32_t> names;
+    for (const std::uint32_t i : sites) {
+      const auto at_one_place = [&](std::uint32_t j) {
+        return p.sites()[i].x == p.sites()[j].x && p.sites()[i].y == p.sites()[j].y;
+      };
+      names.push_back(*std::find_if(sites.begin(), sites.end(), at_one_place));
+    }
+    kinds_.push_back({name.first, name.second, std::move(sites), std::move(names), {}, {}, {}});
   }
   const auto compare = [&](bool weighted) {
     std::vector<std::vector<bool>> result;
@@ -233,11 +240,26 @@ double far_order::least_of(const group& g, const interval& scale) const {
   return g.last - g.first == 2 ? std::max(least, least_of_two(g, scale)) : least;
 }
 
+interval far_order::grown(const std::vector<group>& all, const interval& scale) const {
+  const double growth = least_growth(all);
+  return growth == 0 ? interval(0)
+                     : interval(growth) * interval(growth > 0 ? scale.low : scale.high);
+}
+
+double far_order::least_by_choices(const interval& scale, std::span<const far_excess> excess,
+                                   const interval& s, const interval& t) {
+  const std::vector<group> all = groups(scale);
+  std::vector<far_choices::site_group> choices;
+  for (const group& g : all) {
+    if (g.last - g.first > 1) return -kInfinite;
+    choices.push_back({at(g.first).sites, at(g.first).names});
+  }
+  return (grown(all, scale) + interval(far_choices(lambda_, excess, s, t).least(choices))).low;
+}
+
 double far_order::least(const interval& scale) {
   const std::vector<group> all = groups(scale);
-  const double growth = least_growth(all);
-  interval sum =
-      growth == 0 ? interval(0) : interval(growth) * interval(growth > 0 ? scale.low : scale.high);
+  interval sum = grown(all, scale);
   for (const group& g : all) sum = sum + interval(least_of(g, scale));
   return sum.low;
 }

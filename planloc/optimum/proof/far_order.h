@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "planloc/optimum/proof/far_choices.h"
 #include "planloc/optimum/proof/verify_leaves.h"
 
 namespace planloc::detail {
@@ -20,6 +21,7 @@ struct alike_sites {
   std::uint32_t gauge;
   double weight;
   std::vector<std::uint32_t> sites;
+  std::vector<std::uint32_t> names;  // of each the first of them at its place
   // On the box at hand:
   interval growth;                    // the gauge of y
   std::vector<double> lower, higher;  // bounds of the excesses, each sorted
@@ -39,6 +41,10 @@ class far_order {
   std::vector<alike_sites>& kinds() { return kinds_; }
   // Of the kinds as they are. `scale` may be infinite above.
   double least(const interval& scale);
+  // The same by the orders that are possible, where each group is of one kind: by site what its
+  // distance exceeds that of the base by, at places up to `s` and `t` from some place.
+  double least_by_choices(const interval& scale, std::span<const far_excess> excess,
+                          const interval& s, const interval& t);
 
  private:
   struct group {
@@ -55,6 +61,7 @@ class far_order {
   bool matched(factors f) const;
   interval steps_of(const std::vector<group>& all) const;
   double least_growth(const std::vector<group>& all) const;
+  interval grown(const std::vector<group>& all, const interval& scale) const;
   double least_of(const group& g, const interval& scale) const;
   double least_by_bounds(const group& g, const interval& scale) const;
   double least_of_two(const group& g, const interval& scale) const;

@@ -23,7 +23,7 @@ interval derivative(const gauge& g, const interval& x, const interval& y) {
 }  // namespace
 
 far_places::far_places(const problem& p, const fraction_pair& base, const mpq_class& reach)
-    : problem_(p), order_(p), reach_(around(reach)) {
+    : problem_(p), order_(p), reach_(around(reach)), on_part_(p.sites().size()) {
   for (const gauge& g : p.gauges()) {
     std::vector<interval_pair>& normals = normals_.emplace_back();
     for (std::size_t j = 0; j < g.vertices().size(); ++j) normals.push_back(edge_normal(g, j));
@@ -91,15 +91,96 @@ double far_places::least(const far_part& b) {
     k.lower.clear();
     k.higher.clear();
     for (const std::uint32_t i : k.sites) {
-      const interval e = excess(i, b);
+      const interval e = on_part_[i] = excess(i, b);
       k.lower.push_back(e.low);
       k.higher.push_back(e.high);
     }
     std::sort(k.lower.begin(), k.lower.end());
     std::sort(k.higher.begin(), k.higher.end());
   }
+  return order_.least(scale(b));
+}
+
+interval far_places::scale(const far_part& b) const {
   const double far = b.t.low > 0 ? (reach_ / interval(b.t.low)).high : kInfinite;
-  return order_.least({(reach_ / interval(b.t.high)).low, far});
+  return {(reach_ / interval(b.t.high)).low, far};
+}
+
+namespace {
+
+// The second derivative of a smooth gauge at u is this times v v^T, v = (-u.y, u.x); the whole line
+// if it is not bounded.
+interval bend(const gauge& g, const interval_pair& u) {
+  const interval x = magnitude(u.x);
+  const interval y = magnitude(u.y);
+  const interval norm{gauge_value(g, {interval(x.low), interval(y.low)}).low,
+                      gauge_value(g, {interval(x.high), interval(y.high)}).high};
+  if (!(norm.low > 0)) return {-kInfinite, kInfinite};
+  const interval of_norm = interval(1) / (norm * square(norm));
+  if (g.kind() == gauge::shape::euclidean) return of_norm;
+  interval ratio = x * y / square(norm);
+  ratio = {std::max(0.0, ratio.low), std::min(1.0, ratio.high)};  // as no ratio is more
+  const interval p(g.p());
+  if (g.p() >= 2) return of_norm * (p - interval(1)) * power(ratio, p - interval(2));
+  const interval inverse = power(ratio, interval(2) - p);
+  if (!(inverse.low > 0)) return {-kInfinite, kInfinite};
+  return of_norm * (p - interval(1)) / inverse;
+}
+
+interval hull(const interval& a, const interval& b) {
+  return {std::min(a.low, b.low), std::max(a.high, b.high)};
+}
+interval_pair hull(const interval_pair& a, const interval_pair& b) {
+  return {hull(a.x, b.x), hull(a.y, b.y)};
+}
+interval both(const interval& a, const interval& b) {
+  return {std::max(a.low, b.low), std::min(a.high, b.high)};
+}
+
+}  // namespace
+
+// Let G be the gauge, H its second derivative, y the direction and r = t / reach. The excess is
+// (G(y - r a) - G(y)) / r = -G'(y) a + r / 2 a^T H a with H from somewhere on the way, v a = y x a
+// on all of it; it changes with s by -H a along the side, and with r by half of a^T H a.
+far_excess far_places::slopes_of_excess(std::size_t i, const far_part& b, double s) const {
+  const gauge& g = problem_.gauge_of(i);
+  const interval w(problem_.sites()[i].weight);
+  const interval_pair& a = from_base_[i];
+  const auto moved = [&](const interval_pair& y, const interval& t) {
+    const interval r = t / reach_;
+    return interval_pair{y.x - r * a.x, y.y - r * a.y};
+  };
+  far_excess e;
+  e.on_part = on_part_[i];
+  const interval_pair on_side = directions(b);
+  const interval_pair all = hull(on_side, moved(on_side, b.t));
+  if (g.kind() == gauge::shape::polyhedral) {
+    const interval slopes = along_slopes(problem_.sites()[i].gauge, all, a);
+    e.at_place = w * slopes;
+    return e;
+  }
+  const interval bent = w * bend(g, all);
+  const interval turn = cross(on_side, a);
+  e.by_s = b.side % 2 == 0 ? -(bent * all.x * turn) : bent * all.y * turn;
+  e.by_t = bent * square(turn) / (interval(2) * reach_);
+  const interval_pair y = directions({b.side, s, b.t.low});
+  e.at_place = -(w * dot(tangent(g, y), a));
+  if (b.t.low > 0) {
+    const interval r = interval(b.t.low) / reach_;
+    const interval_pair end = moved(y, b.t.low);
+    const interval by_bend =
+        e.at_place + w * bend(g, hull(y, end)) * square(cross(y, a)) * r / interval(2);
+    e.at_place = both(by_bend, w * (gauge_value(g, end) - gauge_value(g, y)) / r);
+  }
+  return e;
+}
+
+double far_places::least_by_slopes(const far_part& b) {
+  const double s = b.s.low + (b.s.high - b.s.low) / 2;
+  std::vector<far_excess> excess;
+  for (std::size_t i = 0; i < problem_.sites().size(); ++i)
+    excess.push_back(slopes_of_excess(i, b, s));
+  return order_.least_by_choices(scale(b), excess, b.s - interval(s), b.t - interval(b.t.low));
 }
 
 // The most is the least of f with the order weights' signs changed.

@@ -25,19 +25,25 @@ class far_places {
   double slower() const { return slower_; }
   // A lower bound of f on the part.
   double least(const far_part& b);
+  // Another one, for the part that `least` was asked about last: it is off by the square of the
+  // part's size where the order of the sites is known.
+  double least_by_slopes(const far_part& b);
 
  private:
   static constexpr double kMostParts = 16;
 
   static interval_pair directions(const far_part& b);
+  interval scale(const far_part& b) const;
   interval along_slopes(std::uint32_t gauge, const interval_pair& u, const interval_pair& a) const;
   interval excess(std::size_t i, const far_part& b) const;
+  far_excess slopes_of_excess(std::size_t i, const far_part& b, double s) const;
 
   const problem& problem_;
   far_order order_;
   interval reach_;
   std::vector<interval_pair> from_base_;
   std::vector<std::vector<interval_pair>> normals_;  // by gauge
+  std::vector<interval> on_part_;                    // by site: its excess on the last part
   double slower_ = 1;
 };
 
