@@ -1,5 +1,6 @@
 #include "planloc/facilities/bulk_powers.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -9,10 +10,10 @@
 namespace planloc::detail {
 namespace {
 
-// Where none of the products below leaves the range of doubles, floats hold x, and the logarithm of
-// the library's power is below 104.
-constexpr double kLeast = 0x1p-100;
-constexpr double kLargest = 0x1p100;
+// Where none of the products below leaves the range of doubles, floats hold x, and the logarithms
+// of the powers are below 130.
+constexpr double kLeast = 0x1p-60;
+constexpr double kLargest = 0x1p60;
 
 // 0 there, else NaN.
 inline double nothing_if_moderate(double x) {
@@ -60,27 +61,15 @@ inline double rounded_as_by_library(double high, double low) {
   return is_sure ? v : std::nan("");
 }
 
-template <typename Product>
-void find_half_powers(std::size_t n, const double* x, double* three_halves, double* minus_half) {
-  for (std::size_t i = 0; i < n; ++i) {
-    // s + r is the root to 2^-104 of it: a step of Newton's method from s.
-    const double s = std::sqrt(x[i]);
-    const two_doubles square = Product::of(s, s);
-    const double r = ((x[i] - square.high) - square.low) / (s + s);
-    const two_doubles product = Product::of(x[i], s);
-    const double cube = rounded_as_by_library(product.high, product.low + x[i] * r);
-    // y (1 + f) with f = 1 - y (s + r) is the reciprocal of the root to the square of f.
-    const double y = 1.0 / s;
-    const two_doubles one = Product::of(y, s);
-    const double inverse = rounded_as_by_library(y, y * (((1.0 - one.high) - one.low) - y * r));
-    const double nothing = nothing_if_moderate(x[i]);
-    three_halves[i] = cube + nothing;
-    minus_half[i] = inverse + nothing;
-  }
-}
+// ----- Roots -----
 
-// kTwoThirds - 2 / 3.
-constexpr double kOverTwoThirds = 0x1p-53 / 1.5;
+// The square root to 2^-104 of it: a step of Newton's method from the rounded one.
+template <typename Product>
+two_doubles square_root(double x) {
+  const double s = std::sqrt(x);
+  const two_doubles square = Product::of(s, s);
+  return {s, ((x - square.high) - square.low) / (s + s)};
+}
 
 // x^(-1/3) to some 1e-16 of it, from a float of x by its bits: 4 % off at first, and each step of
 // Halley's method leaves five times the cube of the error.
@@ -107,52 +96,128 @@ inline double rough_logarithm(std::uint32_t bits) {
   return 0.6931 * (exponent + (m - 1.0) * (1.0 + 0.3466 * (2.0 - m)));
 }
 
-template <typename Product>
-void find_two_thirds(std::size_t n, const double* x, double* powers) {
-  for (std::size_t i = 0; i < n; ++i) {
-    const std::uint32_t bits = bits_of_float(x[i]);
-    const double y = inverse_cube_root(x[i], bits);
-    // x y (1 - f), where (1 + f)^3 = x y^3, is the power 2/3; times 1 + g the one of kTwoThirds.
+// ----- Powers to more than a hundred bits -----
+
+struct square {
+  static constexpr double kExponent = 2.0;
+  template <typename Product>
+  static two_doubles of(double x) {
+    return Product::of(x, x);
+  }
+};
+
+struct cube {
+  static constexpr double kExponent = 3.0;
+  template <typename Product>
+  static two_doubles of(double x) {
+    const two_doubles square = Product::of(x, x);
+    const two_doubles cube = Product::of(x, square.high);
+    return {cube.high, cube.low + x * square.low};
+  }
+};
+
+struct root {
+  static constexpr double kExponent = 0.5;
+  template <typename Product>
+  static two_doubles of(double x) {
+    return square_root<Product>(x);
+  }
+};
+
+struct three_halves_power {
+  static constexpr double kExponent = 1.5;
+  template <typename Product>
+  static two_doubles of(double x) {
+    const two_doubles s = square_root<Product>(x);
+    const two_doubles cube = Product::of(x, s.high);
+    return {cube.high, cube.low + x * s.low};
+  }
+};
+
+struct inverse_root {
+  static constexpr double kExponent = -0.5;
+  // y (1 + f) with f = 1 - y (s + r) is the reciprocal of the root s + r to the square of f.
+  template <typename Product>
+  static two_doubles of(double x) {
+    const two_doubles s = square_root<Product>(x);
+    const double y = 1.0 / s.high;
+    const two_doubles one = Product::of(y, s.high);
+    return {y, y * (((1.0 - one.high) - one.low) - y * s.low)};
+  }
+};
+
+// With y about x^(-1/3) and (1 + f)^3 = x y^3: x y (1 - f) is the power 2/3, and x y^2 (1 - 2 f)
+// the power 1/3; times 1 + g, those of the exponents as doubles.
+struct two_thirds_power {
+  static constexpr double kExponent = 1.0 - 1.0 / 3.0;
+  static constexpr double kOver = 0x1p-53 / 1.5;  // kExponent - 2 / 3
+  template <typename Product>
+  static two_doubles of(double x) {
+    const std::uint32_t bits = bits_of_float(x);
+    const double y = inverse_cube_root(x, bits);
     const two_doubles square = Product::of(y, y);
-    const two_doubles power = Product::of(x[i], y);
+    const two_doubles power = Product::of(x, y);
     const two_doubles one = Product::of(square.high, power.high);
     const double rest = square.high * power.low + square.low * power.high;
     const double f = (((one.high - 1.0) + one.low) + rest) * (1.0 / 3.0);
-    const double g = kOverTwoThirds * rough_logarithm(bits);
-    powers[i] = rounded_as_by_library(power.high, power.low + power.high * (g - f)) +
-                nothing_if_moderate(x[i]);
+    return {power.high, power.low + power.high * (kOver * rough_logarithm(bits) - f)};
+  }
+};
+
+struct third_power {
+  static constexpr double kExponent = 1.0 / 3.0;
+  static constexpr double kOver = -0x1p-54 / 3.0;  // kExponent - 1 / 3
+  template <typename Product>
+  static two_doubles of(double x) {
+    const std::uint32_t bits = bits_of_float(x);
+    const double y = inverse_cube_root(x, bits);
+    const two_doubles square = Product::of(y, y);
+    const two_doubles power = Product::of(x, square.high);
+    const double low = power.low + x * square.low;
+    const two_doubles one = Product::of(power.high, y);
+    const double f = (((one.high - 1.0) + one.low) + low * y) * (1.0 / 3.0);
+    return {power.high, low + power.high * (kOver * rough_logarithm(bits) - 2.0 * f)};
+  }
+};
+
+// ----- Many at once -----
+
+template <typename Power, typename Product>
+void find(std::size_t n, const double* x, double* powers) {
+  for (std::size_t i = 0; i < n; ++i) {
+    const two_doubles p = Power::template of<Product>(x[i]);
+    powers[i] = rounded_as_by_library(p.high, p.low) + nothing_if_moderate(x[i]);
   }
 }
 
-PLANLOC_WIDE_VECTORS
-void find_split(std::size_t n, const double* x, double* three_halves, double* minus_half) {
-  find_half_powers<split_product>(n, x, three_halves, minus_half);
-}
-
-PLANLOC_WIDE_VECTORS
-void find_split(std::size_t n, const double* x, double* powers) {
-  find_two_thirds<split_product>(n, x, powers);
-}
-
 #ifdef PLANLOC_FUSED
-PLANLOC_FUSED
-void find_fused(std::size_t n, const double* x, double* three_halves, double* minus_half) {
-  find_half_powers<fused_product>(n, x, three_halves, minus_half);
-}
-
-PLANLOC_FUSED
-void find_fused(std::size_t n, const double* x, double* powers) {
-  find_two_thirds<fused_product>(n, x, powers);
+template <typename Power>
+PLANLOC_FUSED void find_fused(std::size_t n, const double* x, double* powers) {
+  find<Power, fused_product>(n, x, powers);
 }
 #endif
 
 // NaN where the power is not sure.
-template <typename... Powers>
-void find_sure(std::size_t n, const double* x, Powers... powers) {
+template <typename Power>
+void find_sure(std::size_t n, const double* x, double* powers) {
 #ifdef PLANLOC_FUSED
-  if (PLANLOC_HAS_FUSED) return find_fused(n, x, powers...);
+  if (PLANLOC_HAS_FUSED) return find_fused<Power>(n, x, powers);
 #endif
-  find_split(n, x, powers...);
+  find<Power, split_product>(n, x, powers);
+}
+
+template <typename Power>
+void bulk_power(std::size_t n, const double* x, double* powers) {
+#ifdef __GLIBC__
+  find_sure<Power>(n, x, powers);
+#else
+  std::fill_n(powers, n, std::nan(""));
+#endif
+  // Compilers make a product of the power of a constant 2.0, which rounds in another way.
+  const volatile double exponent = Power::kExponent;
+  for (std::size_t i = 0; i < n; ++i) {
+    if (std::isnan(powers[i])) powers[i] = std::pow(x[i], exponent);
+  }
 }
 
 PLANLOC_WIDE_VECTORS
@@ -164,15 +229,23 @@ void find_inverse_cube_roots(std::size_t n, const double* x, double* roots) {
 
 }  // namespace
 
-void two_thirds_powers(std::size_t n, const double* x, double* powers) {
-#ifdef __GLIBC__
-  find_sure(n, x, powers);
-  for (std::size_t i = 0; i < n; ++i) {
-    if (std::isnan(powers[i])) powers[i] = std::pow(x[i], kTwoThirds);
+void bulk_powers(bulk_exponent exponent, std::size_t n, const double* x, double* powers) {
+  switch (exponent) {
+    case bulk_exponent::kTwo:
+      return bulk_power<square>(n, x, powers);
+    case bulk_exponent::kThree:
+      return bulk_power<cube>(n, x, powers);
+    case bulk_exponent::kHalf:
+      return bulk_power<root>(n, x, powers);
+    case bulk_exponent::kThreeHalves:
+      return bulk_power<three_halves_power>(n, x, powers);
+    case bulk_exponent::kMinusHalf:
+      return bulk_power<inverse_root>(n, x, powers);
+    case bulk_exponent::kTwoThirds:
+      return bulk_power<two_thirds_power>(n, x, powers);
+    case bulk_exponent::kThird:
+      return bulk_power<third_power>(n, x, powers);
   }
-#else
-  for (std::size_t i = 0; i < n; ++i) powers[i] = std::pow(x[i], kTwoThirds);
-#endif
 }
 
 void inverse_cube_roots(std::size_t n, const double* x, double* roots) {
@@ -180,21 +253,6 @@ void inverse_cube_roots(std::size_t n, const double* x, double* roots) {
   for (std::size_t i = 0; i < n; ++i) {
     if (std::isnan(roots[i])) roots[i] = 1.0 / std::cbrt(x[i]);
   }
-}
-
-void half_powers(std::size_t n, const double* x, double* three_halves, double* minus_half) {
-#ifdef __GLIBC__
-  find_sure(n, x, three_halves, minus_half);
-  for (std::size_t i = 0; i < n; ++i) {
-    if (std::isnan(three_halves[i])) three_halves[i] = std::pow(x[i], 1.5);
-    if (std::isnan(minus_half[i])) minus_half[i] = std::pow(x[i], -0.5);
-  }
-#else
-  for (std::size_t i = 0; i < n; ++i) {
-    three_halves[i] = std::pow(x[i], 1.5);
-    minus_half[i] = std::pow(x[i], -0.5);
-  }
-#endif
 }
 
 }  // namespace planloc::detail

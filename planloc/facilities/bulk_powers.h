@@ -7,13 +7,18 @@
 
 namespace planloc::detail {
 
-// three_halves[i] = std::pow(x[i], 1.5) and minus_half[i] = std::pow(x[i], -0.5) for i < n, bit for
-// bit.
-void half_powers(std::size_t n, const double* x, double* three_halves, double* minus_half);
+enum class bulk_exponent {
+  kTwo,          // 2.0
+  kThree,        // 3.0
+  kHalf,         // 0.5
+  kThreeHalves,  // 1.5
+  kMinusHalf,    // -0.5
+  kThird,        // 1.0 / 3.0
+  kTwoThirds,    // 1.0 - 1.0 / 3.0
+};
 
-inline constexpr double kTwoThirds = 1.0 - 1.0 / 3.0;
-// powers[i] = std::pow(x[i], kTwoThirds) for i < n, bit for bit.
-void two_thirds_powers(std::size_t n, const double* x, double* powers);
+// powers[i] = std::pow(x[i], exponent) for i < n, bit for bit.
+void bulk_powers(bulk_exponent exponent, std::size_t n, const double* x, double* powers);
 
 // roots[i] = x[i]^(-1/3) for i < n, to 1e-15 of it.
 void inverse_cube_roots(std::size_t n, const double* x, double* roots);

@@ -1,9 +1,11 @@
 #include "planloc/facilities/facilities.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <iostream>
 
+#include "planloc/facilities/bulk_powers.h"
 #include "planloc/model/reporter.h"
 
 namespace planloc {
@@ -166,10 +168,36 @@ double planar_l1_objective(const list<location>& facilities, const location& x, 
   return sum;
 }
 
+// The same for the power 2 or 3, whose powers are found for some facilities at a time.
+double planar_objective(const list<location>& facilities, const location& x, int p, int k) {
+  using enum detail::bulk_exponent;
+  constexpr std::size_t kBlock = 128;
+  std::array<double, 2 * kBlock> sizes;  // of the differences in both coordinates
+  std::array<double, 2 * kBlock> powers;
+  std::array<double, kBlock> weights;
+  double sum = 0.0;
+  for (list_item it = facilities.first(); it;) {
+    std::size_t n = 0;
+    for (; it && n < kBlock; it = facilities.succ(it), ++n) {
+      const location& a = facilities.contents(it);
+      const bool counts = a.dim() == 2;
+      sizes[2 * n] = counts ? std::fabs(a[0] - x[0]) : 0.0;
+      sizes[2 * n + 1] = counts ? std::fabs(a[1] - x[1]) : 0.0;
+      weights[n] = a.weight(k);
+    }
+    detail::bulk_powers(p == 2 ? kTwo : kThree, 2 * n, sizes.data(), powers.data());
+    for (std::size_t i = 0; i < n; ++i) sizes[i] = powers[2 * i] + powers[2 * i + 1];
+    detail::bulk_powers(p == 2 ? kHalf : kThird, n, sizes.data(), powers.data());
+    for (std::size_t i = 0; i < n; ++i) sum += weights[i] * powers[i];
+  }
+  return sum;
+}
+
 }  // namespace
 
 double facilities::objective(int p, const planloc::location& x, int k) const {
   if (p == 1 && x.dim() == 2) return planar_l1_objective(*this, x, k);
+  if ((p == 2 || p == 3) && x.dim() == 2) return planar_objective(*this, x, p, k);
   // Facilities of another dimension than x count with the distance 0.0.
   const Loc_Vector none(x.dim());
   Loc_Vector difference(x.dim());

@@ -75,9 +75,11 @@ class step_sums {
   // t^(p / 2) and t^(1 - p / 2) of the squares t, and what both coordinates have in common.
   void compute_powers(std::size_t n) {
     if (p_ == 3) {
-      detail::half_powers(2 * n, squares_.data(), inner_.data(), rest_.data());
+      using enum detail::bulk_exponent;
+      detail::bulk_powers(kThreeHalves, 2 * n, squares_.data(), inner_.data());
+      detail::bulk_powers(kMinusHalf, 2 * n, squares_.data(), rest_.data());
       for (std::size_t i = 0; i < n; ++i) sums_[i] = inner_[i] + inner_[n + i];
-      return detail::two_thirds_powers(n, sums_.data(), both_.data());
+      return detail::bulk_powers(kTwoThirds, n, sums_.data(), both_.data());
     }
     const double half_p = p_ / 2.0;
     for (std::size_t i = 0; i < 2 * n; ++i) {

@@ -223,20 +223,26 @@ TEST(LpSum, BulkPowersAreThoseOfTheLibrary) {
   std::uniform_real_distribution<double> u(0.0, 1.0);
   for (int i = 0; i < 500000; ++i)
     x.push_back(std::exp2(i % 2 ? 640 * u(random) - 320 : 20 * u(random)));
-  std::vector<double> three_halves(x.size());
-  std::vector<double> minus_half(x.size());
-  detail::half_powers(x.size(), x.data(), three_halves.data(), minus_half.data());
-  std::vector<double> two_thirds(x.size());
-  detail::two_thirds_powers(x.size(), x.data(), two_thirds.data());
-  std::vector<double> cubes(x.size());
-  detail::inverse_cube_roots(x.size(), x.data(), cubes.data());
+  std::vector<double> powers(x.size());
   const auto same = [](double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); };
+  using enum detail::bulk_exponent;
+  const std::vector<std::pair<detail::bulk_exponent, double>> exponents{
+      {kTwo, 2.0},
+      {kThree, 3.0},
+      {kHalf, 0.5},
+      {kThreeHalves, 1.5},
+      {kMinusHalf, -0.5},
+      {kThird, 1.0 / 3.0},
+      {kTwoThirds, 1.0 - 1.0 / 3.0}};
+  for (const auto& [power, exponent] : exponents) {
+    detail::bulk_powers(power, x.size(), x.data(), powers.data());
+    for (std::size_t i = 0; i < x.size(); ++i)
+      ASSERT_TRUE(same(powers[i], std::pow(x[i], exponent))) << x[i] << ' ' << exponent;
+  }
+  detail::inverse_cube_roots(x.size(), x.data(), powers.data());
   for (std::size_t i = 0; i < x.size(); ++i) {
-    ASSERT_TRUE(same(three_halves[i], std::pow(x[i], 1.5))) << x[i];
-    ASSERT_TRUE(same(minus_half[i], std::pow(x[i], -0.5))) << x[i];
-    ASSERT_TRUE(same(two_thirds[i], std::pow(x[i], detail::kTwoThirds))) << x[i];
     const double cube = 1.0 / std::cbrt(x[i]);
-    ASSERT_TRUE(same(cubes[i], cube) || std::fabs(cubes[i] / cube - 1.0) < 1e-15) << x[i];
+    ASSERT_TRUE(same(powers[i], cube) || std::fabs(powers[i] / cube - 1.0) < 1e-15) << x[i];
   }
 }
 
