@@ -432,6 +432,47 @@ TEST(EfficientPolyline, ClaimsWhatIsProvedUnderThinBallsAndWhereACriterionIs0) {
   EXPECT_EQ(verify(at_site, approximate_efficient_set(at_site, 3e-3)).reason, "");
 }
 
+// An end where a criterion is 0, or that is nearly as good as another place; ranges that are small
+// once such places are left out.
+TEST(EfficientPolyline, EndsThatRoundingsBlur) {
+  const order_weights sum = order_weights::median();
+  const order_weights worst = order_weights::centre();
+  const gauge octagon = gauge::polyhedral({{1, 0.25},
+                                           {0.5, 0.875},
+                                           {-0.125, 1},
+                                           {-0.875, 0.375},
+                                           {-1, -0.375},
+                                           {-0.625, -0.75},
+                                           {0.375, -1},
+                                           {0.875, -0.5}});
+  const gauge other = gauge::polyhedral({{1, 0},
+                                         {0.5, 0.875},
+                                         {-0.125, 1},
+                                         {-0.875, 0.625},
+                                         {-1, 0},
+                                         {-0.625, -0.75},
+                                         {0.25, -1},
+                                         {0.75, -0.75}});
+  const struct {
+    std::vector<bicriteria_site> sites;
+    gauge distance;
+    order_weights first, second;
+  } cases[] = {
+      {{{0, 4, 2, 0}, {0, 3, 3, 3}}, octagon, sum, sum},
+      {{{3, 1, 0, 1}, {1, 2, 1, 1}, {4, 3, 1, 2}, {1, 3, 3, 1}, {0, 2, 1, 2}, {0, 2, 2, 1}},
+       gauge::l1(),
+       worst,
+       order_weights::cent_dian(0.3)},
+      {{{3, 0, 0, 1}, {3, 4, 2, 1}, {0, 4, 1, 0}, {0, 1, 2, 3}, {4, 3, 1, 2}}, other, sum, sum},
+      {{{3, 2, 2, 3}, {3, 0, 2, 3}, {4, 4, 2, 3}}, gauge::lp(50), worst, sum}};
+  for (const auto& c : cases) {
+    const bicriteria_problem p(c.sites, {c.distance}, c.first, c.second);
+    const efficient_polyline l = approximate_efficient_set(p, 1e-2);
+    EXPECT_EQ(l.status, polyline_status::within_tolerance) << &c - cases;
+    EXPECT_EQ(verify(p, l).reason, "") << &c - cases;
+  }
+}
+
 // Steps from ray to ray are below the roundings of such places.
 TEST(EfficientSet, WalksToPlacesFarAwayEnd) {
   instance_source source(31);

@@ -25,7 +25,7 @@ constexpr double kRoundingGap = 4e-15;
 // Of a value: how far what intervals prove may stay behind a bound in doubles, without and with
 // powers.
 constexpr double kProofMargin = 1e-11;
-constexpr double kProofMarginOfPowers = 1e-10;
+constexpr double kProofMarginOfPowers = 5e-10;
 constexpr double kMostProofMargin = 1e-2;
 // A place becomes a point of the polyline when its value is known to this share of what it gains.
 constexpr double kShareToSplit = 0.1;
@@ -34,13 +34,15 @@ constexpr double kShareToSplit = 0.1;
 constexpr double kShareOfEnd = 0.25;
 constexpr double kMostOfRange = 0.25;  // whatever the tolerance, lest nothing but one end be left
 constexpr double kLeastRange = 1e-4;
-constexpr double kLeastRise = 1e-13;
+constexpr double kLeastRise = 1e-13;  // of a value, from point to point; twice that in the search
 
 using pair = std::array<double, 2>;
 
 double cross(const pair& o, const pair& a, const pair& b) {
   return (a[0] - o[0]) * (b[1] - o[1]) - (a[1] - o[1]) * (b[0] - o[0]);
 }
+
+bool falls(double from, double to, double least) { return to < from - least * from; }
 
 // Weightings count by s from 0 to 1: factor (1 - s) / scale_1 for f_1 and s / scale_2 for f_2.
 class polyline_search {
@@ -54,7 +56,8 @@ class polyline_search {
         table_{detail::distance_table(criterion_[0]), detail::distance_table(criterion_[1])},
         evaluate_{detail::evaluator(criterion_[0], table_[0]),
                   detail::evaluator(criterion_[1], table_[1])} {
-    table_[1].count_from(criterion_[1], table_[0].base);
+    const xy base = usual_base();
+    for (std::size_t k = 0; k < 2; ++k) table_[k].count_from(criterion_[k], base);
     margin_ = usual_margin();
   }
 
@@ -91,12 +94,13 @@ class polyline_search {
   // ----- The polyline -----
 
   void shape();
-  void prune_end(std::size_t criterion);
+  void prune_ends();
   pair ranges(const pair& first, const pair& last) const;
   std::vector<weighted_bound> bound_hull() const;
   double excess(const std::vector<weighted_bound>& hull, double s, double value,
                 const pair& range) const;
   std::vector<demand> demands(const std::vector<pair>& line) const;
+  xy usual_base() const;
   double usual_margin() const;
   efficient_polyline claim();
   efficient_polyline assemble();
@@ -192,7 +196,8 @@ void polyline_search::solve(double s, double value, double gap) {
 
 // ----- The polyline -----
 
-// The lower left hull of all values so far.
+// The lower left hull of all values so far; of two that are equal in one criterion but for
+// roundings, the one that is better in the other.
 void polyline_search::shape() {
   std::vector<std::size_t> order(pool_.size());
   for (std::size_t k = 0; k < order.size(); ++k) order[k] = k;
@@ -202,31 +207,42 @@ void polyline_search::shape() {
   line_places_.clear();
   for (const std::size_t k : order) {
     const pair v = pool_[k].values();
-    if (!line_.empty() && !(v[1] < line_.back()[1])) continue;
-    while (line_.size() >= 2 && cross(line_[line_.size() - 2], line_.back(), v) <= 0) {
+    if (!line_.empty() && !falls(line_.back()[1], v[1], 2 * kLeastRise)) continue;
+    while (!line_.empty() &&
+           (!falls(v[0], line_.back()[0], 2 * kLeastRise) ||
+            (line_.size() >= 2 && cross(line_[line_.size() - 2], line_.back(), v) <= 0))) {
       line_.pop_back();
       line_places_.pop_back();
     }
     line_.push_back(v);
     line_places_.push_back(k);
   }
-  prune_end(0);
-  std::reverse(line_.begin(), line_.end());
-  std::reverse(line_places_.begin(), line_places_.end());
-  prune_end(1);
-  std::reverse(line_.begin(), line_.end());
-  std::reverse(line_places_.begin(), line_places_.end());
+  prune_ends();
 }
 
-void polyline_search::prune_end(std::size_t criterion) {
-  const auto s = supports_.find(static_cast<double>(criterion));
-  if (s == supports_.end()) return;
-  const double least = s->second.bound * scale_[criterion];
-  while (line_.size() > 1) {
-    const double range = ranges(line_.front(), line_.back())[criterion];
-    if (!(line_[1][criterion] - least <= share_of_end_ * range)) return;
-    line_.erase(line_.begin());
-    line_places_.erase(line_places_.begin());
+// The ranges are those of the points that are left, or less.
+void polyline_search::prune_ends() {
+  pair least{-INFINITY, -INFINITY};
+  for (std::size_t k = 0; k < 2; ++k) {
+    const auto s = supports_.find(static_cast<double>(k));
+    if (s != supports_.end()) least[k] = s->second.bound * scale_[k];
+  }
+  pair range = ranges(line_.front(), line_.back());
+  for (;;) {
+    const auto is_end = [&](std::size_t criterion, std::size_t next) {
+      return line_[next][criterion] - least[criterion] <= share_of_end_ * range[criterion];
+    };
+    std::size_t begin = 0;
+    std::size_t last = line_.size() - 1;
+    while (begin < last && is_end(0, begin + 1)) ++begin;
+    while (begin < last && is_end(1, last - 1)) --last;
+    const pair left = ranges(line_[begin], line_[last]);
+    if (left[0] >= range[0] && left[1] >= range[1]) {
+      line_ = {line_.begin() + begin, line_.begin() + last + 1};
+      line_places_ = {line_places_.begin() + begin, line_places_.begin() + last + 1};
+      return;
+    }
+    range = {std::min(range[0], left[0]), std::min(range[1], left[1])};
   }
 }
 
@@ -252,6 +268,16 @@ std::vector<polyline_search::weighted_bound> polyline_search::bound_hull() const
     hull.push_back({s, found.bound});
   }
   return hull;
+}
+
+// A criterion whose sites lie at one place is 0 there, which has to be met without a rounding.
+xy polyline_search::usual_base() const {
+  for (const problem& p : criterion_) {
+    const site& first = p.sites()[0];
+    const auto is_there = [&](const site& s) { return s.x == first.x && s.y == first.y; };
+    if (std::all_of(p.sites().begin(), p.sites().end(), is_there)) return {first.x, first.y};
+  }
+  return table_[0].base;
 }
 
 double polyline_search::usual_margin() const {
@@ -300,12 +326,10 @@ void polyline_search::publish_points(efficient_polyline& result) const {
   for (const std::size_t k : line_places_) {
     const xy at{base.x + pool_[k].at.x, base.y + pool_[k].at.y};
     const pair v{criterion_[0].value(at), criterion_[1].value(at)};
-    if (!result.points.empty()) {
-      const polyline_point& before = result.points.back();
-      if (!(v[0] > before.value1 * (1 + kLeastRise) && v[1] < before.value2 * (1 - kLeastRise)))
-        continue;
-    }
-    result.points.push_back({at, v[0], v[1]});
+    std::vector<polyline_point>& points = result.points;
+    if (!points.empty() && !falls(points.back().value2, v[1], kLeastRise)) continue;
+    while (!points.empty() && !falls(v[0], points.back().value1, kLeastRise)) points.pop_back();
+    points.push_back({at, v[0], v[1]});
   }
 }
 
