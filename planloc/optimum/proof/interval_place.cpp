@@ -28,6 +28,20 @@ interval difference(double base, double site, const interval& offset) {
 
 constexpr std::size_t kFewRuns = 8;
 
+// No number of a run is above one of the next run.
+void split_at_jumps(std::vector<double>& values, std::span<const order_run> runs) {
+  if (runs.size() > kFewRuns) {
+    std::sort(values.begin(), values.end());
+    return;
+  }
+  auto end = values.end();
+  for (std::size_t r = runs.size(); r-- > 1;) {
+    const auto jump = end - static_cast<std::ptrdiff_t>(runs[r].count);
+    std::nth_element(values.begin(), jump, end);
+    end = jump;
+  }
+}
+
 }  // namespace
 
 coordinate::coordinate(mpq_class at)
@@ -46,9 +60,10 @@ interval_place::interval_place(const problem& p, const fraction_pair& at)
 
 interval interval_place::value() const {
   const std::size_t n = problem_.sites().size();
-  adjacent_sum sum;
-  if (problem_.runs().size() == 1) {
-    const interval l(problem_.runs()[0].weight);
+  const std::span<const order_run> runs = problem_.runs();
+  if (runs.size() == 1) {
+    adjacent_sum sum;
+    const interval l(runs[0].weight);
     for (std::size_t i = 0; i < n; ++i) sum.add(l * distance(i));
     return sum.total();
   }
@@ -60,14 +75,21 @@ interval interval_place::value() const {
     high[i] = d.high;
   }
   // The k-th smallest of numbers that grow grows.
-  std::sort(low.begin(), low.end());
-  std::sort(high.begin(), high.end());
+  split_at_jumps(low, runs);
+  split_at_jumps(high, runs);
+  adjacent_sum least;
+  adjacent_sum most;
   std::size_t k = 0;
-  for (const order_run& run : problem_.runs()) {
-    for (const std::size_t end = k + run.count; k < end; ++k)
-      sum.add(interval(run.weight) * interval(low[k], high[k]));
+  for (const order_run& run : runs) {
+    const std::size_t end = k + run.count;
+    const interval l(run.weight);
+    for (; run.weight != 0 && k < end; ++k) {
+      least.add(l * interval(run.weight > 0 ? low[k] : high[k]));
+      most.add(l * interval(run.weight > 0 ? high[k] : low[k]));
+    }
+    k = end;
   }
-  return sum.total();
+  return {least.total().low, most.total().high};
 }
 
 namespace {
