@@ -332,6 +332,49 @@ TEST(Regions, BadRingsAreRefusedByName) {
   EXPECT_EQ(said_of({region{{square}, {}}, {}}), "allowed polygon 1 has no rings");
 }
 
+// Rings whose check goes row by row, against all pairs of sides.
+TEST(Regions, CrossingsInLongRings) {
+  instance_source source(61);
+  int crossed = 0;
+  for (int trial = 0; trial < 100; ++trial) {
+    SCOPED_TRACE(trial);
+    const int corners = 20 + source.below(200);
+    const double wide = trial % 3 == 0 ? 1000 : 1;
+    const double far = trial % 4 == 0 ? 1e9 : 0;
+    const double rough = source.uniform(0, 0.9);
+    ring r;
+    for (int k = 0; k < corners; ++k) {
+      const double turn = 6.283185 * k / corners;
+      const double out = 1 + source.uniform(-rough, rough);
+      r.push_back({far + wide * out * std::cos(turn), out * std::sin(turn) - far});
+    }
+    if (trial % 2 == 0) std::swap(r[static_cast<std::size_t>(source.below(corners))], r[0]);
+    const auto turn = [](const xy& a, const xy& b, const xy& c) {
+      const fractions p = exactly(a);
+      return sgn(mpq_class((b.x - p.x) * (c.y - p.y) - (b.y - p.y) * (c.x - p.x)));
+    };
+    bool crosses = false;
+    for (std::size_t i = 0; i < r.size() && !crosses; ++i) {
+      const xy& a = r[i];
+      const xy& b = r[(i + 1) % r.size()];
+      for (std::size_t k = i + 2; k < r.size() && !crosses; ++k) {
+        const xy& c = r[k];
+        const xy& d = r[(k + 1) % r.size()];
+        const bool apart =
+            std::max(a.x, b.x) < std::min(c.x, d.x) || std::max(c.x, d.x) < std::min(a.x, b.x);
+        crosses = !apart && turn(a, b, c) * turn(a, b, d) < 0 && turn(c, d, a) * turn(c, d, b) < 0;
+      }
+    }
+    const std::string said = message_of([&] {
+      problem({{0, 0}}, {gauge::l1()}, order_weights::median(), regions{{}, {{r}}});
+    });
+    EXPECT_EQ(said.find("ring 0 of forbidden polygon 0 crosses itself") == 0, crosses) << said;
+    crossed += crosses ? 1 : 0;
+  }
+  EXPECT_GT(crossed, 20);
+  EXPECT_LT(crossed, 80);
+}
+
 TEST(Regions, AllSitesAtOneForbiddenPlace) {
   const regions lake{{}, {{{{0, 0}, {3, -1}, {7, 1}, {3, 4}}}}};
   for (const gauge& g : {gauge::l1(), gauge::euclidean(), gauge::lp(3)}) {

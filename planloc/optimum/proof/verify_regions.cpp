@@ -1,32 +1,64 @@
 #include "planloc/optimum/proof/verify_regions.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
+#include <numeric>
 #include <set>
+
+#include "planloc/optimum/proof/gauge_interval.h"
 
 namespace planloc::detail {
 
 verified_regions::verified_regions(const regions& r) : whole_plane_(!r.allowed) {
   if (r.allowed) add(*r.allowed, true);
   add(r.forbidden, false);
+  sort_into_columns();
 }
 
 void verified_regions::add(const region& polygons, bool allowed) {
-  constexpr double kInfinite = std::numeric_limits<double>::infinity();
   for (std::size_t k = 0; k < polygons.size(); ++k) {
-    polygon p{sides_.size(), 0, {{kInfinite, kInfinite}, {-kInfinite, -kInfinite}}, allowed, k};
+    polygon p{sides_.size(), 0, allowed, k};
     for (const ring& corners : polygons[k]) {
       for (std::size_t c = 0; c < corners.size(); ++c) {
         const xy& a = corners[c];
         const xy& b = corners[(c + 1) % corners.size()];
         if (a != b) sides_.push_back({a, b});
-        p.bounds.low = {std::min(p.bounds.low.x, a.x), std::min(p.bounds.low.y, a.y)};
-        p.bounds.high = {std::max(p.bounds.high.x, a.x), std::max(p.bounds.high.y, a.y)};
       }
     }
     p.end = sides_.size();
     polygons_.push_back(p);
   }
+}
+
+// Grows with x.
+std::size_t verified_regions::column(double x) const {
+  const double c = (x - left_) * columns_per_x_;
+  if (!(c > 0)) return 0;
+  return c < static_cast<double>(begin_.size() - 2) ? static_cast<std::size_t>(c)
+                                                    : begin_.size() - 2;
+}
+
+void verified_regions::sort_into_columns() {
+  const auto columns = static_cast<std::size_t>(std::sqrt(static_cast<double>(sides_.size()))) + 1;
+  begin_.assign(columns + 1, 0);
+  if (sides_.empty()) return;
+  const auto [left, right] = std::minmax_element(
+      sides_.begin(), sides_.end(), [](const side& s, const side& t) { return s.a.x < t.a.x; });
+  left_ = left->a.x;
+  columns_per_x_ = static_cast<double>(columns) / (right->a.x - left_);
+  const auto each = [this](auto visit) {
+    for (std::uint32_t k = 0; k < sides_.size(); ++k) {
+      const side& s = sides_[k];
+      const std::size_t last = column(std::max(s.a.x, s.b.x));
+      for (std::size_t c = column(std::min(s.a.x, s.b.x)); c <= last; ++c) visit(c, k);
+    }
+  };
+  each([this](std::size_t c, std::uint32_t) { ++begin_[c + 1]; });
+  std::partial_sum(begin_.begin(), begin_.end(), begin_.begin());
+  in_column_.resize(begin_.back());
+  std::vector<std::uint32_t> next(begin_.begin(), begin_.end() - 1);
+  each([&](std::size_t c, std::uint32_t k) { in_column_[next[c]++] = k; });
 }
 
 namespace {
@@ -45,18 +77,21 @@ bool between(double a, const mpq_class& q, double b) { return a <= q && q <= b; 
 
 }  // namespace
 
-// By the number of sides above the place.
-verified_regions::place verified_regions::place_in(const polygon& p,
+// By the number of sides above the place, of those that may be.
+verified_regions::place verified_regions::place_in(std::span<const std::uint32_t> sides,
                                                    const fraction_pair& at) const {
-  if (!between(p.bounds.low.x, at.x, p.bounds.high.x) ||
-      !between(p.bounds.low.y, at.y, p.bounds.high.y)) {
-    return place::outside;
-  }
+  const interval x = enclosed(at.x);
+  const interval y = enclosed(at.y);
   bool odd = false;
-  for (std::size_t k = p.begin; k < p.end; ++k) {
+  for (const std::uint32_t k : sides) {
     const auto [a, b] = sides_[k];
     const xy& left = a.x < b.x ? a : b;
     const xy& right = a.x < b.x ? b : a;
+    if (left.x > x.high || right.x < x.low || std::max(a.y, b.y) < y.low) continue;
+    if (left.x < x.low && right.x > x.high && std::min(a.y, b.y) > y.high) {
+      odd = !odd;
+      continue;
+    }
     if (!between(left.x, at.x, right.x)) continue;
     const int above = sgn(turn(left, right, at));
     if (above == 0 && between(std::min(a.y, b.y), at.y, std::max(a.y, b.y))) return place::border;
@@ -65,13 +100,19 @@ verified_regions::place verified_regions::place_in(const polygon& p,
   return odd ? place::inside : place::outside;
 }
 
+// Its first coordinate, cut to a double, lies between those of the ends of a side if it does.
 bool verified_regions::permits(const fraction_pair& at) const {
   bool allowed = whole_plane_;
-  for (const polygon& p : polygons_) {
-    if (p.allowed && allowed) continue;
-    const place where = place_in(p, at);
-    if (p.allowed) {
-      allowed = where != place::outside;
+  std::span<const std::uint32_t> near = in_column(column(at.x.get_d()));
+  while (!near.empty()) {
+    const auto p = std::upper_bound(polygons_.begin(), polygons_.end(), near.front(),
+                                    [](std::uint32_t k, const polygon& q) { return k < q.end; });
+    const auto end = std::lower_bound(near.begin(), near.end(), p->end);
+    const auto count = static_cast<std::size_t>(end - near.begin());
+    const place where = place_in(near.first(count), at);
+    near = near.subspan(count);
+    if (p->allowed) {
+      allowed = allowed || where != place::outside;
     } else if (where == place::inside) {
       return false;
     }
@@ -92,34 +133,31 @@ std::vector<verified_regions::part> verified_regions::permitted_parts(std::size_
   const mpq_class ux = mpq_class(b.x) - a.x;
   const mpq_class uy = mpq_class(b.y) - a.y;
   const mpq_class square = ux * ux + uy * uy;
-  const box own{{std::min(a.x, b.x), std::min(a.y, b.y)}, {std::max(a.x, b.x), std::max(a.y, b.y)}};
-  const auto meets = [&](const xy& low, const xy& high) {
-    return low.x <= own.high.x && own.low.x <= high.x && low.y <= own.high.y && own.low.y <= high.y;
+  const auto apart = [](double p, double q, double r, double s) {
+    return std::max(p, q) < std::min(r, s) || std::max(r, s) < std::min(p, q);
   };
   std::set<mpq_class> shares{0, 1};
-  for (const polygon& p : polygons_) {
-    if (!meets(p.bounds.low, p.bounds.high)) continue;
-    for (std::size_t k = p.begin; k < p.end; ++k) {
-      const auto [c, d] = sides_[k];
-      if (!meets({std::min(c.x, d.x), std::min(c.y, d.y)},
-                 {std::max(c.x, d.x), std::max(c.y, d.y)})) {
-        continue;
-      }
-      const mpq_class of_c = turn(a, b, exactly_at(c));
-      const mpq_class of_d = turn(a, b, exactly_at(d));
-      const auto add = [&](const mpq_class& t) {
-        if (sgn(t) > 0 && t < 1) shares.insert(t);
-      };
-      const auto share_of = [&](const xy& q) {
-        return mpq_class(((q.x - mpq_class(a.x)) * ux + (q.y - mpq_class(a.y)) * uy) / square);
-      };
-      if (sgn(of_c) == 0) add(share_of(c));
-      if (sgn(of_d) == 0) add(share_of(d));
-      if (sgn(of_c) * sgn(of_d) >= 0) continue;
-      const mpq_class of_a = turn(c, d, exactly_at(a));
-      const mpq_class of_b = turn(c, d, exactly_at(b));
-      if (sgn(of_a) * sgn(of_b) < 0) add(of_a / (of_a - of_b));
-    }
+  const auto split_at = [&](const side& other) {
+    const auto [c, d] = other;
+    if (apart(a.x, b.x, c.x, d.x) || apart(a.y, b.y, c.y, d.y)) return;
+    const mpq_class of_c = turn(a, b, exactly_at(c));
+    const mpq_class of_d = turn(a, b, exactly_at(d));
+    const auto add = [&](const mpq_class& t) {
+      if (sgn(t) > 0 && t < 1) shares.insert(t);
+    };
+    const auto share_of = [&](const xy& q) {
+      return mpq_class(((q.x - mpq_class(a.x)) * ux + (q.y - mpq_class(a.y)) * uy) / square);
+    };
+    if (sgn(of_c) == 0) add(share_of(c));
+    if (sgn(of_d) == 0) add(share_of(d));
+    if (sgn(of_c) * sgn(of_d) >= 0) return;
+    const mpq_class of_a = turn(c, d, exactly_at(a));
+    const mpq_class of_b = turn(c, d, exactly_at(b));
+    if (sgn(of_a) * sgn(of_b) < 0) add(of_a / (of_a - of_b));
+  };
+  const std::size_t last = column(std::max(a.x, b.x));
+  for (std::size_t c = column(std::min(a.x, b.x)); c <= last; ++c) {
+    for (const std::uint32_t k : in_column(c)) split_at(sides_[k]);
   }
   const auto permitted = [&](const mpq_class& t) { return permits({a.x + t * ux, a.y + t * uy}); };
   std::vector<part> parts;

@@ -5,6 +5,8 @@
 #include <gmpxx.h>
 
 #include <cstddef>
+#include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -31,23 +33,30 @@ class verified_regions {
   std::vector<part> permitted_parts(std::size_t number) const;
 
  private:
-  struct box {
-    xy low, high;
-  };
   struct polygon {
     std::size_t begin, end;  // of its sides
-    box bounds;
     bool allowed;
     std::size_t number;
   };
   enum class place { inside, border, outside };
 
   void add(const region& polygons, bool allowed);
-  place place_in(const polygon& p, const fraction_pair& at) const;
+  void sort_into_columns();
+  std::size_t column(double x) const;
+  // The sides that reach the column, in their order.
+  std::span<const std::uint32_t> in_column(std::size_t k) const {
+    return {in_column_.data() + begin_[k], begin_[k + 1] - begin_[k]};
+  }
+  place place_in(std::span<const std::uint32_t> sides, const fraction_pair& at) const;
 
   bool whole_plane_;  // nothing is said of allowed places
   std::vector<side> sides_;
   std::vector<polygon> polygons_;
+  // Columns of equal width; a side stands in each one that it reaches.
+  double left_ = 0;
+  double columns_per_x_ = 0;
+  std::vector<std::uint32_t> begin_;  // of each column in in_column_, and the end
+  std::vector<std::uint32_t> in_column_;
 };
 
 }  // namespace planloc::detail

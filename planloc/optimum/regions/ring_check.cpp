@@ -1,8 +1,10 @@
 #include "planloc/optimum/regions/ring_check.h"
 
 #include <algorithm>
-#include <numeric>
-#include <optional>
+#include <array>
+#include <cmath>
+#include <utility>
+#include <vector>
 
 #include "planloc/optimum/exact/exact_sign.h"
 #include "planloc/optimum/input_check.h"
@@ -29,30 +31,108 @@ xy crossing(const xy& a, const xy& b, const xy& c, const xy& d) {
   return {mpq_class(a.x + t * ux).get_d(), mpq_class(a.y + t * uy).get_d()};
 }
 
+// Up to this many stand in one row, and the first fault is told.
+constexpr double kFewSides = 64;
+
 class simple_check {
  public:
   explicit simple_check(ring corners) : corner_(std::move(corners)) {}
 
+  // In rows or columns of equal width, those that fewer sides cross: in each a sweep along it.
   std::string fault() {
-    std::vector<std::size_t> order(corner_.size());
-    std::iota(order.begin(), order.end(), 0U);
-    std::sort(order.begin(), order.end(), [this](std::size_t i, std::size_t k) {
-      return std::min(corner_[i].x, next(i).x) < std::min(corner_[k].x, next(k).x);
-    });
-    // Sides that overlap in x are few in a sweep along x, but for rings that are made to be slow.
-    for (std::size_t m = 0; m < order.size(); ++m) {
-      const std::size_t i = order[m];
-      const double right = std::max(corner_[i].x, next(i).x);
-      for (std::size_t n = m + 1; n < order.size(); ++n) {
-        const std::size_t k = order[n];
-        if (std::min(corner_[k].x, next(k).x) > right) break;
-        if (std::string f = fault_of(i, k); !f.empty()) return f;
+    const std::array<extent, 2> whole{extent_of(&xy::x), extent_of(&xy::y)};
+    const auto share = [&](std::size_t a) {
+      double length = 0;
+      for (std::size_t i = 0; i < corner_.size(); ++i) {
+        const extent e = extent_of(i, kAxes[a]);
+        length += (e.high - e.low) / (whole[a].high - whole[a].low);
+      }
+      return length;
+    };
+    const auto sides = static_cast<double>(corner_.size());
+    const double count = sides < kFewSides ? 1 : std::floor(std::sqrt(sides)) + 1;
+    const std::size_t across = count > 1 && share(0) < share(1) ? 0 : 1;
+    return fault_in_rows(
+        {kAxes[across], kAxes[1 - across], whole[across], whole[1 - across], count});
+  }
+
+ private:
+  struct extent {
+    double low, high;
+  };
+  using axis = double xy::*;
+  struct rows {
+    axis across, along;
+    extent whole_across, whole_along;
+    double count;
+  };
+  static constexpr std::array<axis, 2> kAxes{&xy::x, &xy::y};
+
+  extent extent_of(axis along) const {
+    const auto [low, high] =
+        std::minmax_element(corner_.begin(), corner_.end(),
+                            [along](const xy& a, const xy& b) { return a.*along < b.*along; });
+    return {(*low).*along, (*high).*along};
+  }
+  // Of the side that begins at a corner.
+  extent extent_of(std::size_t i, axis along) const {
+    const auto [low, high] = std::minmax(corner_[i].*along, next(i).*along);
+    return {low, high};
+  }
+
+  // Of a side and a row, and one row more on either side for roundings: where along the row the
+  // side can be. Relative to the low ends of both extents.
+  extent extent_in_row(std::size_t i, std::size_t r, const rows& in) const {
+    const xy& a = corner_[i];
+    const xy& b = next(i);
+    const double from = a.*in.along - in.whole_along.low;
+    const double to = b.*in.along - in.whole_along.low;
+    const double begin = a.*in.across - in.whole_across.low;
+    const double length = (b.*in.across - in.whole_across.low) - begin;
+    const double height = (in.whole_across.high - in.whole_across.low) / in.count;
+    const auto at = [&](double c) {
+      const double share = (c - begin) / length;
+      return share > 0 ? share < 1 ? from + share * (to - from) : to : from;
+    };
+    const bool flat = !(std::fabs(length) > height);
+    const double row = static_cast<double>(r);
+    const double first = flat ? from : at((row - 1) * height);
+    const double last = flat ? to : at((row + 2) * height);
+    const double doubt = 0x1p-48 * (in.whole_along.high - in.whole_along.low);
+    return {std::min(first, last) - doubt, std::max(first, last) + doubt};
+  }
+
+  std::string fault_in_rows(const rows& in) const {
+    struct entry {
+      std::size_t side;
+      extent along;
+    };
+    const double whole = in.whole_across.high - in.whole_across.low;
+    const auto row = [&](double c) {
+      const double r = (c - in.whole_across.low) / whole * in.count;
+      return r > 0 ? static_cast<std::size_t>(std::min(r, in.count - 1)) : 0;
+    };
+    std::vector<std::vector<entry>> in_row(static_cast<std::size_t>(in.count));
+    for (std::size_t i = 0; i < corner_.size(); ++i) {
+      const extent e = extent_of(i, in.across);
+      const std::size_t last = row(e.high);
+      for (std::size_t r = row(e.low); r <= last; ++r)
+        in_row[r].push_back({i, extent_in_row(i, r, in)});
+    }
+    for (std::vector<entry>& order : in_row) {
+      std::sort(order.begin(), order.end(), [](const entry& a, const entry& b) {
+        return std::pair(a.along.low, a.side) < std::pair(b.along.low, b.side);
+      });
+      for (std::size_t m = 0; m < order.size(); ++m) {
+        for (std::size_t n = m + 1; n < order.size(); ++n) {
+          if (order[n].along.low > order[m].along.high) break;
+          if (std::string f = fault_of(order[m].side, order[n].side); !f.empty()) return f;
+        }
       }
     }
     return {};
   }
 
- private:
   const xy& next(std::size_t i) const { return corner_[i + 1 == corner_.size() ? 0 : i + 1]; }
   const xy& last(std::size_t i) const { return corner_[i == 0 ? corner_.size() - 1 : i - 1]; }
 
@@ -62,7 +142,8 @@ class simple_check {
     const xy& b = next(i);
     const xy& c = corner_[k];
     const xy& d = next(k);
-    if (std::max(a.y, b.y) < std::min(c.y, d.y) || std::max(c.y, d.y) < std::min(a.y, b.y))
+    if (std::max(a.y, b.y) < std::min(c.y, d.y) || std::max(c.y, d.y) < std::min(a.y, b.y) ||
+        std::max(a.x, b.x) < std::min(c.x, d.x) || std::max(c.x, d.x) < std::min(a.x, b.x))
       return {};
     const int sc = turn_sign(a, b, c);
     const int sd = turn_sign(a, b, d);
