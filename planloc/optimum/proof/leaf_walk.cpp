@@ -12,6 +12,11 @@ namespace planloc::detail {
 
 namespace {
 
+// Triangles of a certificate that may need more than their bound: one in hundreds does, so that
+// those of one that was made up cannot keep `verify` busy for ever.
+constexpr std::size_t kMostHalved = 1000;
+constexpr std::size_t kHalvedATriangle = 4;
+
 double least_of(const std::array<interval, 3>& a) {
   return std::min({a[0].low, a[1].low, a[2].low});
 }
@@ -144,11 +149,15 @@ void leaf_walk::prove_by_bound(triangle_state t, int halvings) {
            (a == aim::nothing && !sites_.owner().polyhedral() && cuts_prove(t, planes));
     if (done) break;
   }
+  const auto too_low = [this] {
+    refuse("triangle " + std::to_string(name_) + ": its bound is too low");
+  };
+  if (!done && (++halved_ > kMostHalved + kHalvedATriangle * reasons_.size() || surely_less(t)))
+    too_low();
   if (!done && (halvings == kMostHalvings || !middle_of_longest(t.at))) {
     if (t.at[1] == t.at[2] || !sites_.owner().polyhedral() ||
-        t.decided.size() + t.undecided.size() > kMostOpen || !exceeds_at_crossings(t, true)) {
-      refuse("triangle " + std::to_string(name_) + ": its bound is too low");
-    }
+        t.decided.size() + t.undecided.size() > kMostOpen || !exceeds_at_crossings(t, true))
+      too_low();
   } else if (!done) {
     auto [one, other] = halves_of(std::move(t));
     prove_by_bound(std::move(one), halvings + 1);

@@ -185,6 +185,7 @@ class leaf_walk {
   bool cuts_prove(const triangle_state& t, const rows& first) const;
 
   void check_exactly(const triangle_state& t);
+  bool surely_less(const triangle_state& t) const;
   bool exceeds_at_crossings(const triangle_state& t, bool strictly);
   void spend(std::size_t steps);
   [[noreturn]] void refuse_many_lines() const;
@@ -208,6 +209,7 @@ class leaf_walk {
   walked_regions* where_;
   std::vector<bool> has_twin_;  // by site: another one with its smooth gauge stands at its place
   std::size_t spent_ = 0;       // on triangles that are proved at their crossings
+  std::size_t halved_ = 0;      // triangles whose bound did not do
   std::size_t next_ = 0;
   std::size_t name_ = 0;             // of the triangle at hand
   std::vector<linear_site> linear_;  // along the walk from the root

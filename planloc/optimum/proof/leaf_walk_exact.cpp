@@ -163,6 +163,11 @@ class place_check {
   }
 
   bool surely(const interval_pair& at) {
+    const double low = value(at).low;
+    return strictly_ ? low > walk_.least_in_doubles_ : low >= walk_.least_in_doubles_;
+  }
+
+  interval value(const interval_pair& at) {
     const verified_sites& sites = walk_.sites_;
     interval value = triangle_.sum_at_base + dot(triangle_.slope, at);
     for (const seen_site& s : triangle_.decided)
@@ -181,7 +186,7 @@ class place_check {
       for (const std::size_t end = k + r.count; k < end; ++k)
         value = value + interval(r.weight) * interval(low[k], high[k]);
     }
-    return strictly_ ? value.low > walk_.least_in_doubles_ : value.low >= walk_.least_in_doubles_;
+    return value;
   }
 
   bool exactly(const fraction_pair& at) const {
@@ -212,8 +217,10 @@ struct rounded_line {
   explicit rounded_line(straight_line l)
       : exact(std::move(l)), a(around(exact.a)), b(around(exact.b)), c(around(exact.c)) {}
 
-  bool passes(const fraction_pair& at) const {
-    return sgn(mpq_class(exact.a * at.x + exact.b * at.y - exact.c)) == 0;
+  bool passes(const fraction_pair& at, const interval_pair& near) const {
+    const interval side = a * near.x + b * near.y - c;
+    return side.low <= 0 && side.high >= 0 &&
+           sgn(mpq_class(exact.a * at.x + exact.b * at.y - exact.c)) == 0;
   }
 };
 
@@ -293,6 +300,19 @@ void leaf_walk::check_exactly(const triangle_state& t) {
     refuse("triangle " + std::to_string(name_) + ": one of its places has a lower value");
 }
 
+// Whether f is surely less than the walk is after at a corner or at the centroid.
+bool leaf_walk::surely_less(const triangle_state& t) const {
+  place_check check(*this, t, true);
+  std::array<xy, kPoints> places{
+      xy{(t.at[0].x + t.at[1].x + t.at[2].x) / 3, (t.at[0].y + t.at[1].y + t.at[2].y) / 3}, t.at[0],
+      t.at[1], t.at[2]};
+  return std::any_of(places.begin(), places.end(), [&](const xy& at) {
+    const double high = check.value(exactly(at)).high;
+    return high < least_in_doubles_ && mpq_class(high) < least_ &&
+           (where_ == nullptr || where_->permits(in_fractions(at)));
+  });
+}
+
 // At the corners and at all crossings of two lines, or of a line and a side. In intervals, and
 // without loss where they cannot tell; of lines that meet in a place without loss once.
 bool leaf_walk::exceeds_at_crossings(const triangle_state& t, bool strictly) {
@@ -314,18 +334,25 @@ bool leaf_walk::exceeds_at_crossings(const triangle_state& t, bool strictly) {
   const std::size_t lines = all.size();
   all.insert(all.end(), area.sides().begin(), area.sides().end());
   spend(lines * all.size() / 2);
-  std::vector<std::vector<bool>> met;  // by place that was checked without loss: which lines pass
+  // By pair of lines: that they meet in a place that was checked without loss.
+  std::vector<bool> met(lines * all.size());
   for (std::size_t i = 0; i < lines; ++i) {
     for (std::size_t k = i + 1; k < all.size(); ++k) {
       const auto near = sure_crossing(all[i], all[k]);
       if (near && (area.surely_outside(*near) || check.surely(*near))) continue;
-      if (std::any_of(met.begin(), met.end(), [&](const auto& m) { return m[i] && m[k]; }))
-        continue;
+      if (met[i * all.size() + k]) continue;
       const auto at = crossing(all[i].exact, all[k].exact);
       if (!at || area.outside(*at)) continue;
       if (!check.exactly(*at)) return false;
-      std::vector<bool>& passes = met.emplace_back();
-      for (const rounded_line& l : all) passes.push_back(l.passes(*at));
+      const interval_pair rounded{around(at->x), around(at->y)};
+      std::vector<std::size_t> through;
+      for (std::size_t l = i; l < all.size(); ++l) {
+        if (!all[l].passes(*at, rounded)) continue;
+        for (const std::size_t other : through) {
+          if (other < lines) met[other * all.size() + l] = true;
+        }
+        through.push_back(l);
+      }
     }
   }
   return true;
