@@ -200,6 +200,31 @@ def summary(measured):
                f"{other:.2f}" if other else "–"]
 
 
+NO_REASON = "not known yet"
+
+
+def where_behind(measured):
+    """The table of all sizes at which the fastest peer is faster, and why."""
+    yield ["row", "ratio", "peer", "why"]
+    said = None
+    for row, result in measured:
+        slower = [e for e in result["sizes"] if best_peer(row, e) and ratio(row, e)[1] < 1]
+        if not slower:
+            continue
+        ratios = ", ".join(f"{number(ratio(row, e)[1])} at {size_text(e['size'])}" for e in slower)
+        peers = ", ".join(dict.fromkeys(shown(best_peer(row, e)) for e in slower))
+        why = row.why_behind or NO_REASON
+        yield [f"[{row.title}](#{row.name})", ratios, peers, "As above." if why == said else why]
+        said = why
+
+
+WHERE_BEHIND = """
+## Where a peer is faster
+
+All sizes at which the median of the ratio is below 1.
+"""
+
+
 # ----- Plots -----
 
 COLOURS = ["#c02020", "#2060c0", "#208040", "#a06000", "#7040a0", "#606060"]
@@ -301,7 +326,8 @@ def write(rows, results, docs):
     measured = list(loaded(rows, results))
     machines = sorted({f"{m['processor']}, {m['cores']} cores, {m['compiler']}"
                        for m in (result["machine"] for _, result in measured)})
-    parts = [INTRODUCTION, "Measured on " + "; ".join(machines) + ".\n", markdown_table(list(summary(measured)))]
+    parts = [INTRODUCTION, "Measured on " + "; ".join(machines) + ".\n", markdown_table(list(summary(measured))),
+             WHERE_BEHIND, markdown_table(list(where_behind(measured)))]
     os.makedirs(os.path.join(docs, "performance"), exist_ok=True)
     for row, result in measured:
         parts += section(row, result)

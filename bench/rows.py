@@ -24,6 +24,7 @@ class Row:
     needs: list = field(default_factory=list)  # targets of the build beside `contest`
     # Shown beside it and not counted as peers: more of ours, or what solves another problem.
     also: list = field(default_factory=list)
+    why_behind: str = ""  # where a peer is faster
 
 
 LINEAR_PROGRAMS = ["CLP dual", "CLP primal", "py HiGHS simplex", "py HiGHS interior point"]
@@ -63,44 +64,47 @@ EUCLIDEAN = [
         ["R ucminf", "py NumPy Weiszfeld", "py SciPy minimize"],
         [10, 100, 1000, 10000],
         "The same with lp distances: Newton's method from the optimum of a sample, two powers a site and step, of "
-        "which one is a square root at this p. Where p is near 1 the optimum often lies straight above or beside a site; "
-        "cutting planes then take forty evaluations.",
+        "which one is a square root at this p. Where p is near 1 the optimum often lies straight above or beside a "
+        "site; cutting planes then take forty evaluations.",
         argument="1.5", quick=2),
     Row("l2-sum", "`l2_sum`", "l2_sum", ["R ucminf", "py NumPy Weiszfeld", "py SciPy minimize"],
         [10, 100, 1000, 10000, 100000],
         "Stated steps to 1e-6, each a root and three divisions a site, several sites at a time. The returned value is "
-        "defined by the C library's power function, which is asked where its rounding is not certain.", argument="2", quick=2),
+        "defined by the C library's power function, which is asked where its rounding is not "
+        "certain.", argument="2", quick=2),
     Row("lp-sum", "`lp_sum`, p = 3", "lp_sum", ["R ucminf", "py SciPy minimize"],
         [10, 100, 1000, 3000, 10000],
-        "Stated steps. Of its tests of all sites those are made whose outcome a few tangents of the sum leave open. The "
-        "steps state five powers a site: *powers alone* is a loop of the C library's, and nothing else. For p = 3 we make "
-        "them from square and cube roots, several sites at a time, and ask the library where its rounding is not "
-        "certain; for another p the powers are more than half of the time. It takes eleven steps, more than the "
-        "peer and than the certified median of a row above, which is why the peer is ahead at ten thousand sites, where "
-        "the overhead of its calls no longer counts.",
-        argument="3", tolerance=1e-3, quick=2, also=["powers alone"]),
+        "Stated steps. Of its tests of all sites those are made whose outcome a few tangents of the sum leave open. "
+        "The steps state five powers a site: *powers alone* is a loop of the C library's, and nothing else. For p = 3 "
+        "we make them from square and cube roots, several sites at a time, and ask the library where its rounding is "
+        "not certain; for another p the powers are more than half of the time. It takes eleven steps, more than the "
+        "certified median of a row above.",
+        argument="3", tolerance=1e-3, quick=2, also=["powers alone"],
+        why_behind="The stated iteration takes more steps than the peer; at fewer sites the overhead of the peer's "
+        "calls hides that."),
     Row("euclidean-centre", "Certified Euclidean centre", "minimise", ["CGAL"], DECADES,
-        "Equal weights, sites in a square; CGAL's `Min_sphere_of_spheres_d` on plain doubles. At a hundred sites the "
-        "copy of the sites and the record of the answer count as much as the search; the peer gives the radius "
-        "alone." + TURNS, quick=4),
+        "Equal weights, sites in a square; CGAL's `Min_sphere_of_spheres_d` on plain doubles." + TURNS,
+        quick=4,
+        why_behind="Copying the sites and recording the proof take as long as the search; the peer gives the radius "
+        "alone."),
     Row("euclidean-centre-ring", "Certified Euclidean centre, sites near a circle", "minimise", ["CGAL"], DECADES,
         "Within a hundredth of the radius, where many sites nearly count. The smallest sizes as above.", quick=4),
     Row("l2-max", "`l2_max` with equal weights", "l2_max", ["CGAL"], DECADES,
-        "The sites and the peer of the certified centre. At a hundred sites half of the time is copying sites from the "
-        "list, with their weights, and the stated steps, which exchange one site at a time." + TURNS, quick=4,
-        tolerance=1e-5),
+        "The sites and the peer of the certified centre." + TURNS, quick=4, tolerance=1e-5,
+        why_behind="Half of the time is copying sites from the list, with their weights, and the stated steps, which "
+        "exchange one site at a time."),
 ]
 
 WALK = [
     Row(f"pass-{vertices}", f"A pass of `cellwalk`, {vertices} vertices", "pass", ["CLP"], [10, 50, 200, 1000, 2000],
         "The peer is CLP's bare solve (presolve, dual simplex) of the same cell: what a pass cannot do without. A pass "
-        "builds the model, solves, reads the values, computes exact distances, sorts and draws. For ten sites under "
-        "octagons the bare solve is 0.53 of its instructions; 0.28 are CLP's, too: its model with its table of "
-        "messages, and a second solve, unscaled, by which the solution is that of the basis to all digits; expressions "
-        "and rows are 0.13, printed numbers 0.03, distances 0.03. So a pass of ten sites takes twice the bare solve. Both "
-        "contestants keep freed memory, as `cellwalk` does: giving CLP's models back to the system and taking them again "
-        "would be a quarter to a half of the time of ten sites. From some thousand sites on the difference is a few "
-        "percent either way.")
+        "builds the model, solves, reads the values, computes exact distances, sorts and draws. Both contestants keep "
+        "freed memory, as `cellwalk` does: giving CLP's models back to the system and taking them again would be a "
+        "quarter to a half of the time of ten sites.",
+        why_behind="Of the instructions of ten sites under octagons the bare solve is 0.53; 0.28 are CLP's, too: its "
+        "model with its table of messages, and a second solve, unscaled, by which the solution is that of the basis to "
+        "all digits. Expressions and rows are 0.13, printed numbers 0.03, distances 0.03. From some thousand sites on "
+        "the difference is a few percent either way.")
     for vertices in (4, 8, 16)]
 
 SHARED_ENDS = " It leaves out points where segments only end, so the counts differ."
@@ -139,15 +143,19 @@ FACILITIES = [
     Row("gauge-max", "`gauge_max`", "gauge_max", ["CLP dual"], [3, 5, 10, 20, 50, 100],
         "A random octagon for each site. Where a problem ends in the second phase (some half of them), stated steps "
         "look for medians among the contacts of all triples of edges, 83 million at a hundred sites, which one linear "
-        "program does without: it computes each of them in each of two passes, 0.65 ns a time, of which the "
-        "division alone, four at a time, is 0.26. With fewer than six sites they look at ten times as many contacts of "
-        "pairs. The steps may end above the optimum (docs/solvers.md), so the values are not compared.",
-        seeds=15, quick=4, tolerance=math.inf),
+        "program does without: it computes each of them in each of two passes, 0.65 ns a time, of which the division "
+        "alone, four at a time, is 0.26. The steps may end above the optimum (docs/solvers.md), so the values are not "
+        "compared.",
+        seeds=15, quick=4, tolerance=math.inf,
+        why_behind="With fewer than six sites the steps look at ten times as many contacts of pairs. The second phase "
+        "is slower than the linear program from ten sites on: the lower quartile."),
     Row("n-l1-sum", "`N_l1_sum`, 3 facilities", "N_l1_sum", ["lp_solve"], [50, 100, 200, 800, 2000],
-        "The peer is lp_solve's bare solves of both coordinates, on a model that stands already.", quick=2),
+        "The peer is lp_solve's bare solves of both coordinates, on a model that stands already.", quick=2,
+        why_behind="The peer's time leaves out what has to be done: building the program."),
     Row("n-linf-max", "`N_linf_max`, 3 facilities", "N_linf_max", ["lp_solve"], [50, 200, 800, 2000],
-        "As above. What is left is building the program, which the peer's time leaves out, most of it in lp_solve's "
-        "calls that take its columns and give its memory back.", quick=2),
+        "As above.", quick=2,
+        why_behind="As above: of the instructions at 200 sites 0.93 are lp_solve's solves, 0.06 its calls that take "
+        "the program, 0.01 ours; the system's time for its memory comes on top."),
 ]
 
 FILES_AND_MODELS = [
@@ -160,22 +168,25 @@ FILES_AND_MODELS = [
         "Three terms a row, through expressions and up to where CLP could solve, beside the same by hand: arrays that "
         "grow and are loaded once; `CoinModel`, CLP's own modelling tool, which finds entries again by row and column; "
         "and `addRow`, a row at a time into the solver, whose time grows with the square of the rows. Rows appended to "
-        "a matrix with room for them and arrays that stand already are the floor. An expression is five nodes a row "
-        "that stay and of which equal ones are one object, a constraint and two arrays of its terms, some 500 bytes and "
-        "3,000 instructions: that is what the arrays do without. At 100,000 rows a third or more of our time is the "
-        "system giving out zeroed memory for them, which takes now once, now three times as long, and the rest waits for "
-        "the memory of variables, which rows meet in any order. The solve that follows takes some twenty times as long.",
-        what="rows", quick=2, also=["CoinPackedMatrix", "CLP at once"]),
+        "a matrix with room for them and arrays that stand already are the floor.", what="rows", quick=2,
+        also=["CoinPackedMatrix", "CLP at once"],
+        why_behind="A row of the model is five nodes that stay and of which equal ones are one object, a constraint, "
+        "and two arrays of its terms, some 500 bytes and 3,000 instructions: what arrays do without. At 100,000 rows a "
+        "third or more of the time is the system giving out zeroed memory for them, which takes now once, now three "
+        "times as long, and the rest waits for the memory of variables, which rows meet in any order. The solve that "
+        "follows takes some twenty times as long."),
     Row("tool", "`planloc solve` on a table", "py planloc solve", ["py ogrinfo -al"], [100, 1000, 10000, 100000],
         "From CSV to the answer and the table of the sites; the peer reads and prints the table. Whole processes, with "
-        "their start, and their whole memory. At a hundred rows two thirds are the loader that binds GDAL's 114 libraries, "
-        "a quarter the system; what we take longer are twenty libraries more, most of them of the window that `--show` "
-        "opens (built with `PLANLOC_WINDOW=OFF` the tool does without).", what="rows of the table", quick=2,
-        needs=["planloc_tool"]),
+        "their start, and their whole memory.", what="rows of the table", quick=2, needs=["planloc_tool"],
+        why_behind="At a hundred rows `planloc --version` takes 0.97 of the time, and `ogrinfo --version` as much of "
+        "the peer's: the loader binds GDAL's 114 libraries, for us also twelve of the library that draws maps, three "
+        "of exact numbers and the LU factors, and five of the window that `--show` opens. Without the window "
+        "(`PLANLOC_WINDOW=OFF`) the tool takes 0.98 of the time, so loading that on demand would not draw level."),
     Row("scenarios", "Scenarios in Python", "py planloc.scenarios", ["C++ loop"], [100, 1000, 10_000, 30_000],
         "The median of 100 sites under an octagon with other weights a scenario, on one thread; the peer is the same "
-        "loop in C++. A call costs 50 us by itself, and its first ten scenarios take 1.4 times as long as later "
-        "ones: each call begins on a thread of its own, so that it can be interrupted.", what="scenarios", tolerance=1e-12, needs=["planloc_python"]),
+        "loop in C++.", what="scenarios", tolerance=1e-12, needs=["planloc_python"],
+        why_behind="A call costs 50 us by itself, and its first ten scenarios take 1.4 times as long as later ones: it "
+        "begins on a thread of its own, so that it can be interrupted."),
 ]
 
 SEVERAL = [

@@ -166,10 +166,13 @@ class centre_search {
 // nothing.
 void centre_search::choose_base(std::size_t step) {
   const xy first{sites_[0].x, sites_[0].y};
-  double extent = 0;
+  double extent_x = 0;
+  double extent_y = 0;
   for (std::size_t i = 0; i < sites_.size(); i += step) {
-    extent = std::max({extent, std::fabs(sites_[i].x - first.x), std::fabs(sites_[i].y - first.y)});
+    extent_x = std::max(extent_x, std::fabs(sites_[i].x - first.x));
+    extent_y = std::max(extent_y, std::fabs(sites_[i].y - first.y));
   }
+  const double extent = std::max(extent_x, extent_y);
   const double grain = extent > 0 ? std::ldexp(1, std::ilogb(extent) - 6) : 0;
   const auto coarse = [&](double c) { return grain > 0 ? std::nearbyint(c / grain) * grain : c; };
   base_ = {coarse(first.x), coarse(first.y)};
@@ -295,11 +298,16 @@ bool centre_search::run() {
   for (std::size_t i = 0; i < n; i += step) {
     const site& s = sites_[i];
     set_.add({s.x - base_.x, s.y - base_.y}, s.weight * s.weight, static_cast<std::uint32_t>(i));
+    heaviest_ = std::max(heaviest_, s.weight);
   }
   basis_[0] = member(0);
   basis_size_ = 1;
   centre_ = {basis_[0].at, 0};
   if (!solve()) return false;
+  if (step == 1) {  // which were all
+    ++passes_;
+    return true;
+  }
   double least = far_value();
   while (passes_ < kMostPasses) {
     least = std::min(least, value() * (1 - kClosed));
