@@ -192,6 +192,40 @@ TEST(Tied, SmoothAndMixedDistances) {
   EXPECT_LE(not_optimal, 3);
 }
 
+// Balls that are nearly squares: facilities come together where Newton's method sees no curvature.
+TEST(Tied, LargePowers) {
+  const std::vector<tied_site> lattice = {{0, 3}, {3, 0}, {4, 4}, {4, 3}, {4, 3}};
+  const tied_problem far_off[] = {
+      {3,
+       lattice,
+       {gauge::lp(50)},
+       {1, 1, 3, 2, 3, 0, 2, 3, 0, 3, 1, 1, 1, 3, 1},
+       {{0, 1, 1}, {0, 2, 3}}},
+      {3,
+       {{2.7750866154222074, 0.82484842330848041}, {2.4352771673230933, 2.9579438009535162}},
+       {gauge::lp(50)},
+       {0, 1.6487542557783259, 0, 0.70865382093306373, 2.574212741380792, 0},
+       {{0, 2, 1.78438391285739}, {1, 2, 1.193927234614925}}}};
+  for (const tied_problem& p : far_off) {
+    const tied_solution s = minimise(p);
+    EXPECT_EQ(s.status, solution_status::optimal);
+    EXPECT_EQ(verify(p, s).reason, "");
+  }
+  int not_optimal = 0;
+  for (const double power : {100.0, 1e3, 1e5, 1e300}) {
+    instance_source source(12);
+    for (int trial = 0; trial < 100; ++trial) {
+      const tied_problem p =
+          random_problem(source, trial % 2 == 0 ? layout::lattice : layout::uneven,
+                         1 + source.below(4), 1 + source.below(6), {gauge::lp(power)});
+      const tied_solution s = minimise(p);
+      EXPECT_EQ(verify(p, s).reason, "") << power << ' ' << trial;
+      if (power == 100 || power == 1e300) not_optimal += s.status != solution_status::optimal;
+    }
+  }
+  EXPECT_EQ(not_optimal, 0);
+}
+
 TEST(Tied, FacilitiesThatTiesAloneHold) {
   // Facility 1 lies between 0 and 2; 3 and 4 have nothing to do with any site.
   for (const gauge& g : {gauge::l1(), gauge::polyhedral({{2, 0}, {0, 1}, {-1, -1}}),

@@ -13,6 +13,10 @@ namespace {
 
 constexpr double kFirstWidth = 0.1;
 constexpr double kLastWidth = 1e-14;
+// From width to width, where Newton's method does well; shorter ones up to the largest where not.
+constexpr double kLeastRatio = 0.01;
+constexpr double kUsualRatio = 0.1;
+constexpr double kMostRatio = 0.5;
 constexpr double kWidthOfFirstAnswer = 1e-4;
 // An offset of so many widths is taken for 0: a slope there of more than 1 - 5e-4.
 constexpr double kWidthsToSnap = 30;
@@ -23,6 +27,11 @@ constexpr double kSameSlopeNearAxes = 1e-13;
 // Offsets from here on tell the slope to some units in the last place.
 constexpr double kNear = 0.1;
 // A fall of the sum by a smaller share is lost in its roundings.
+// Balls of large powers are nearly squares, which leave Newton's method nothing to go by until it
+// is near, so powers grow to what they are.
+constexpr double kFirstPower = 8;
+constexpr double kMostPower = 1e9;  // beyond them balls are squares for all that doubles tell
+constexpr double kPowerThatMagnifies = 100;  // roundings of an offset, in its slope
 constexpr double kSumCanTell = 1e-13;
 constexpr int kMendings = 3;
 constexpr double kNothingLeft = 1e-16;
@@ -51,15 +60,32 @@ class smooth_search {
 
   part_answer solve(const tied_limits& limits, tied_solution& s) {
     bool stopped = false;
-    for (double width = kFirstWidth; width >= kLastWidth && !stopped;) {
-      const std::size_t steps = descend(width, limits);
-      s.counters.rounds += steps;
+    double most = 0;
+    for (const part_term& t : others_)
+      most = std::max(most, std::min(problem_.gauges()[t.gauge].p(), kMostPower));
+    for (power_ = kFirstPower; power_ < most && !stopped; power_ *= 2) {
+      s.counters.rounds += descend(kFirstWidth, limits).steps;
+      stopped = limits.stopped();
+    }
+    power_ = most;
+    double width = kFirstWidth;
+    double ratio = kLeastRatio;
+    descent now = descend(width, limits);
+    for (;;) {
+      s.counters.rounds += now.steps;
       stopped = limits.stopped();
       if (width <= kWidthOfFirstAnswer || stopped) consider(width);
       if (found_ && (gap_ <= kCloseEnough * value_ || limits.enough(gap_, value_, unit()))) break;
-      const double next = width * (steps <= 3 ? 0.01 : 0.1);
-      follow(width, next);
-      width = next;
+      if (stopped || width < kLastWidth) break;
+      ratio = std::max(ratio * ratio, now.steps <= 3 ? kLeastRatio : kUsualRatio);
+      const std::vector<xy> before = places_;
+      for (;; ratio = std::sqrt(ratio), places_ = before) {
+        follow(width, ratio * width);
+        now = descend(ratio * width, limits);
+        if (now.arrived || ratio > kMostRatio || limits.stopped()) break;
+        s.counters.rounds += now.steps;
+      }
+      width *= ratio;
     }
     write_rounded(problem_, part_, terms_, best_, s);
     const solution_status status = gap_ <= kOptimalTiedGap * value_ ? solution_status::optimal
@@ -74,7 +100,8 @@ class smooth_search {
   smoothed_value smoothed(const part_term& t, const xy& u, double width) const {
     const gauge& g = problem_.gauges()[t.gauge];
     if (g.kind() == gauge::shape::euclidean) return smoothed_euclidean(u, width);
-    if (g.kind() == gauge::shape::lp) return smoothed_lp(u, g.p(), width);
+    if (g.kind() == gauge::shape::lp && g.p() > kMostPower) return smoothed_linf(u, width);
+    if (g.kind() == gauge::shape::lp) return smoothed_lp(u, std::min(g.p(), power_), width);
     return smoothed_polyhedral(u, terms_.normals_of(t.gauge), width);
   }
 
@@ -114,8 +141,12 @@ class smooth_search {
     }
   }
 
-  // Newton's method. Returns the steps.
-  std::size_t descend(double width, const tied_limits& limits) {
+  struct descent {
+    std::size_t steps;
+    bool arrived;  // what is left to fall is less than what the width changes
+  };
+  // Newton's method.
+  descent descend(double width, const tied_limits& limits) {
     double sum = evaluate(places_, width);
     for (std::size_t step = 0; step < kStepsPerWidth && !limits.stopped(); ++step) {
       equations_.factor();
@@ -124,10 +155,10 @@ class smooth_search {
       const double fall = -std::inner_product(move.begin(), move.end(), slopes_.begin(), 0.0);
       const bool moved =
           fall > kSumCanTell * sum ? step_down(move, fall, width, sum) : step_even(move, width);
-      if (!moved) return step;
-      if (fall < 1e-2 * width * sum && width > kWidthOfFirstAnswer) return step + 1;
+      if (!moved) return {step, fall < width * sum};
+      if (fall < 1e-2 * width * sum && width > kWidthOfFirstAnswer) return {step + 1, true};
     }
-    return kStepsPerWidth;
+    return {kStepsPerWidth, false};
   }
 
   // Goes along the curve of the places that belong to the widths: offsets that vanish do so in
@@ -170,8 +201,7 @@ class smooth_search {
   bool step_even(std::span<const double> move, double width) {
     const double before = largest(slopes_);
     std::vector<xy> next = moved(move, 1);
-    evaluate(next, width);
-    if (!(largest(slopes_) < 0.5 * before)) return false;
+    if (!std::isfinite(evaluate(next, width)) || !(largest(slopes_) < 0.5 * before)) return false;
     places_ = std::move(next);
     return true;
   }
@@ -228,7 +258,12 @@ class smooth_search {
       const bool bent = length(there) <= kWidthsToSnap * width ||
                         length({exact.x - smooth.x, exact.y - smooth.y}) > same;
       if (bent) bent_.push_back(a.slopes.size());
-      a.slopes.push_back(bent ? smooth : exact);
+      xy slope = bent ? smooth : exact;
+      if (g.kind() == gauge::shape::lp && g.p() > kPowerThatMagnifies) {
+        const double norm = std::max(1.0, dual_norm(g, slope));
+        slope = {slope.x / norm, slope.y / norm};
+      }
+      a.slopes.push_back(slope);
       a.given.push_back(bent || roundings_tell(g, there));
       a.edge.push_back(edge);
     }
@@ -237,6 +272,7 @@ class smooth_search {
   // Whether the roundings of an offset show in the slope.
   static bool roundings_tell(const gauge& g, const xy& u) {
     if (g.kind() == gauge::shape::polyhedral) return false;
+    if (g.kind() == gauge::shape::lp && g.p() > kPowerThatMagnifies) return true;
     return length(u) < kNear ||
            (g.kind() == gauge::shape::lp && std::min(std::fabs(u.x), std::fabs(u.y)) < kNear);
   }
@@ -316,6 +352,7 @@ class smooth_search {
   bool found_ = false;
   rounded_answer best_;
   rounded_answer tried_;
+  double power_ = 0;  // of all gauges at most, at present
   double gap_ = std::numeric_limits<double>::infinity();
   double value_ = 0;
 };

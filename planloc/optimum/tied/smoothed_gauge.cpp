@@ -1,6 +1,7 @@
 #include "planloc/optimum/tied/smoothed_gauge.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 
 #include "planloc/optimum/twin.h"
@@ -96,6 +97,11 @@ smoothed_value smoothed_polyhedral(const xy& u, std::span<const xy> normals, dou
   h = {h.xx - mean.x * mean.x / ratios, h.xy - mean.x * mean.y / ratios,
        h.yy - mean.y * mean.y / ratios};
   return v;
+}
+
+smoothed_value smoothed_linf(const xy& u, double width) {
+  constexpr std::array<xy, 4> kNormals{xy{1, 0}, {0, 1}, {-1, 0}, {0, -1}};
+  return smoothed_polyhedral(u, kNormals, width);
 }
 
 xy slope_of_gauge(const gauge& g, const xy& u) {

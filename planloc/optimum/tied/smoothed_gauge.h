@@ -38,6 +38,8 @@ smoothed_value smoothed_lp(const xy& u, double p, double width);
 // finds its way from anywhere.
 smoothed_value smoothed_polyhedral(const xy& u, std::span<const xy> normals, double width);
 
+smoothed_value smoothed_linf(const xy& u, double width);
+
 // The slope of a gauge that is not polyhedral; 0 at the origin.
 xy slope_of_gauge(const gauge& g, const xy& u);
 
