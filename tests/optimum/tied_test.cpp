@@ -277,6 +277,39 @@ TEST(Tied, HeavyTiesAndLightOnes) {
 }
 
 // One facility and ties of 0 are problems of minimise.h.
+// Doubles do not tell terms of the one gauge beside those of the other.
+TEST(Tied, GaugesSixteenOrdersApart) {
+  instance_source source(91);
+  for (int trial = 0; trial < 60; ++trial) {
+    SCOPED_TRACE(trial);
+    std::vector<gauge> gauges;
+    for (const double scale : {1e8, 1e-8}) {
+      const gauge ball = source.ball(5 + source.below(4));
+      std::vector<xy> v(ball.vertices().begin(), ball.vertices().end());
+      for (xy& c : v) c = {scale * c.x, scale * c.y};
+      gauges.push_back(gauge::polyhedral(v));
+    }
+    // The heavy ties join facilities, and every other time one heavy site holds one of them.
+    std::vector<tied_site> sites;
+    for (int i = 0; i < 5; ++i) sites.push_back({source.uniform(0, 9), source.uniform(0, 9), 0});
+    sites.push_back({source.uniform(0, 9), source.uniform(0, 9), 1});
+    std::vector<double> weights;
+    for (int j = 0; j < 4; ++j) {
+      for (int i = 0; i < 5; ++i) weights.push_back(source.below(3));
+      weights.push_back(j == 0 && trial % 2 == 0 ? 1 : 0);
+    }
+    const tied_problem p(4, sites, gauges, weights,
+                         {{.first = 0, .second = 1, .weight = 1, .gauge = 1},
+                          {.first = 2, .second = 1, .weight = 2, .gauge = trial % 3 == 0 ? 1U : 0U},
+                          {.first = 3, .second = 0, .weight = 0.5, .gauge = 0}});
+    const tied_solution s = minimise(p);
+    EXPECT_EQ(s.status, solution_status::optimal);
+    const verification v = verify(p, s);
+    EXPECT_TRUE(v.accepted) << v.reason;
+    EXPECT_EQ(v.gap, 0);
+  }
+}
+
 TEST(Tied, FallsApartIntoSingleFacilities) {
   instance_source source(8);
   for (int trial = 0; trial < 30; ++trial) {

@@ -33,6 +33,8 @@ xy crossing(const xy& a, const xy& b, const xy& c, const xy& d) {
 
 // Up to this many stand in one row, and the first fault is told.
 constexpr double kFewSides = 64;
+// Of the height of a row: how far beyond it a side is looked at, for roundings.
+constexpr double kDoubt = 0x1p-7;
 
 class simple_check {
  public:
@@ -80,7 +82,7 @@ class simple_check {
     return {low, high};
   }
 
-  // Of a side and a row, and one row more on either side for roundings: where along the row the
+  // Of a side and a row: where along the row the
   // side can be. Relative to the low ends of both extents.
   extent extent_in_row(std::size_t i, std::size_t r, const rows& in) const {
     const xy& a = corner_[i];
@@ -96,8 +98,8 @@ class simple_check {
     };
     const bool flat = !(std::fabs(length) > height);
     const double row = static_cast<double>(r);
-    const double first = flat ? from : at((row - 1) * height);
-    const double last = flat ? to : at((row + 2) * height);
+    const double first = flat ? from : at((row - kDoubt) * height);
+    const double last = flat ? to : at((row + 1 + kDoubt) * height);
     const double doubt = 0x1p-48 * (in.whole_along.high - in.whole_along.low);
     return {std::min(first, last) - doubt, std::max(first, last) + doubt};
   }

@@ -5,6 +5,7 @@
 
 #include "planloc/optimum/input_check.h"
 #include "planloc/optimum/proved_claim.h"
+#include "planloc/optimum/tied/heavy_terms.h"
 #include "planloc/optimum/tied/part_answer.h"
 #include "planloc/optimum/tied/polyhedral.h"
 #include "planloc/optimum/tied/separable.h"
@@ -43,14 +44,33 @@ part_answer put_at_site(const tied_problem& p, const tied_part& part, const xy& 
   return {};
 }
 
+// As far as doubles reach, and where they do not tell light terms beside heavy ones, without these.
+part_answer solve_polyhedral_part(const tied_problem& p, const tied_part& part,
+                                  const tied_options& options, const tied_limits& limits,
+                                  tied_solution& s) {
+  const std::size_t bends = s.proof.bends.size();
+  const part_answer a = solve_polyhedral(p, part, limits, s);
+  if (a.status != solution_status::within_gap || limits.enough(a.value - a.lower_bound, a.value, 1))
+    return a;
+  tied_solution light = s;
+  light.proof.bends.resize(bends);
+  tied_options rest = options;
+  rest.seconds = std::max(0.0, options.seconds - limits.seconds());
+  const std::optional<double> value = solve_light_terms(p, part, rest, light);
+  if (!value) return a;
+  s = std::move(light);
+  return {*value, *value, solution_status::optimal};
+}
+
 part_answer solve_part(const tied_problem& p, const std::optional<frame>& f, const tied_part& part,
-                       const tied_limits& limits, tied_solution& s) {
+                       const tied_options& options, const tied_limits& limits, tied_solution& s) {
   if (const std::optional<xy> place = only_place(p, part)) return put_at_site(p, part, *place, s);
   if (f) {
     const double value = solve_separable(p, *f, part, s);
     return {value, value, solution_status::optimal};
   }
-  return p.polyhedral() ? solve_polyhedral(p, part, limits, s) : solve_smooth(p, part, limits, s);
+  return p.polyhedral() ? solve_polyhedral_part(p, part, options, limits, s)
+                        : solve_smooth(p, part, limits, s);
 }
 
 // The largest weight over the least one.
@@ -100,7 +120,7 @@ tied_solution minimise(const tied_problem& p, const tied_options& options) {
   s.status = solution_status::optimal;
   const std::optional<frame> f = separable_frame(p);
   for (const tied_part& part : parts) {
-    const part_answer a = solve_part(p, f, part, limits, s);
+    const part_answer a = solve_part(p, f, part, options, limits, s);
     s.value += a.value;
     s.lower_bound += a.lower_bound;
     s.status = worse(s.status, a.status);
