@@ -220,10 +220,11 @@ TEST(Tied, LargePowers) {
                          1 + source.below(4), 1 + source.below(6), {gauge::lp(power)});
       const tied_solution s = minimise(p);
       EXPECT_EQ(verify(p, s).reason, "") << power << ' ' << trial;
-      if (power == 100 || power == 1e300) not_optimal += s.status != solution_status::optimal;
+      EXPECT_LE(s.gap(), 1e-3 * s.value) << power << ' ' << trial;
+      not_optimal += power != 1e5 && s.status != solution_status::optimal;
     }
   }
-  EXPECT_EQ(not_optimal, 0);
+  EXPECT_LE(not_optimal, 1);
 }
 
 TEST(Tied, FacilitiesThatTiesAloneHold) {

@@ -59,10 +59,29 @@ class smooth_search {
   }
 
   part_answer solve(const tied_limits& limits, tied_solution& s) {
+    bool stopped = search(limits, s);
+    // Far off, if at all, where squares do well.
+    if (power_ > kPowerThatMagnifies && gap_ > kOptimalTiedGap * value_ && !stopped) {
+      square_from_ = kPowerThatMagnifies;
+      places_ = terms_.means();
+      stopped = search(limits, s);
+    }
+    write_rounded(problem_, part_, terms_, best_, s);
+    const solution_status status = gap_ <= kOptimalTiedGap * value_ ? solution_status::optimal
+                                   : stopped                        ? solution_status::stopped
+                                                                    : solution_status::within_gap;
+    return {value_ * unit(), (value_ - gap_) * unit(), status};
+  }
+
+ private:
+  double unit() const { return terms_.scale * terms_.weight_scale; }
+
+  // Returns whether a limit ended it.
+  bool search(const tied_limits& limits, tied_solution& s) {
     bool stopped = false;
     double most = 0;
     for (const part_term& t : others_)
-      most = std::max(most, std::min(problem_.gauges()[t.gauge].p(), kMostPower));
+      most = std::max(most, std::min(problem_.gauges()[t.gauge].p(), square_from_));
     for (power_ = kFirstPower; power_ < most && !stopped; power_ *= 2) {
       s.counters.rounds += descend(kFirstWidth, limits).steps;
       stopped = limits.stopped();
@@ -87,20 +106,13 @@ class smooth_search {
       }
       width *= ratio;
     }
-    write_rounded(problem_, part_, terms_, best_, s);
-    const solution_status status = gap_ <= kOptimalTiedGap * value_ ? solution_status::optimal
-                                   : stopped                        ? solution_status::stopped
-                                                                    : solution_status::within_gap;
-    return {value_ * unit(), (value_ - gap_) * unit(), status};
+    return stopped;
   }
-
- private:
-  double unit() const { return terms_.scale * terms_.weight_scale; }
 
   smoothed_value smoothed(const part_term& t, const xy& u, double width) const {
     const gauge& g = problem_.gauges()[t.gauge];
     if (g.kind() == gauge::shape::euclidean) return smoothed_euclidean(u, width);
-    if (g.kind() == gauge::shape::lp && g.p() > kMostPower) return smoothed_linf(u, width);
+    if (g.kind() == gauge::shape::lp && g.p() > square_from_) return smoothed_linf(u, width);
     if (g.kind() == gauge::shape::lp) return smoothed_lp(u, std::min(g.p(), power_), width);
     return smoothed_polyhedral(u, terms_.normals_of(t.gauge), width);
   }
@@ -352,7 +364,8 @@ class smooth_search {
   bool found_ = false;
   rounded_answer best_;
   rounded_answer tried_;
-  double power_ = 0;  // of all gauges at most, at present
+  double power_ = 0;                 // of all gauges at most, at present
+  double square_from_ = kMostPower;  // balls of larger powers count as squares
   double gap_ = std::numeric_limits<double>::infinity();
   double value_ = 0;
 };
