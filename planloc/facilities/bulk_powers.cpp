@@ -1,6 +1,5 @@
 #include "planloc/facilities/bulk_powers.h"
 
-#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -10,64 +9,24 @@
 namespace planloc::detail {
 namespace {
 
-// Where none of the products below leaves the range of doubles, floats hold x, and the logarithms
-// of the powers are below 130.
-constexpr double kLeast = 0x1p-60;
-constexpr double kLargest = 0x1p60;
-
-// 0 there, else NaN.
-inline double nothing_if_moderate(double x) {
-  return x > kLeast && x < kLargest ? 0.0 : std::nan("");
-}
-
 // high + low is a number to more than a hundred bits.
 struct two_doubles {
   double high;
   double low;
 };
 
-// The exact product, by splitting the factors (Dekker, 1971).
-struct split_product {
-  static two_doubles of(double a, double b) {
-    constexpr double kSplit = 0x1p27 + 1.0;
-    const double a_part = kSplit * a;
-    const double a1 = a_part - (a_part - a);
-    const double a2 = a - a1;
-    const double b_part = kSplit * b;
-    const double b1 = b_part - (b_part - b);
-    const double b2 = b - b1;
-    const double p = a * b;
-    return {p, ((a1 * b1 - p) + a1 * b2 + a2 * b1) + a2 * b2};
-  }
-};
-
-// The same number, where the processor rounds a * b - p once.
-struct fused_product {
-  static two_doubles of(double a, double b) {
-    const double p = a * b;
-    return {p, std::fma(a, b, -p)};
-  }
-};
-
-// high + low rounded, or NaN where the library might round it in another way: its powers of such
-// numbers are less than 0.515 of the last place off (glibc since 2.28: 0.509, and what the
-// logarithm adds), so a sum that is nearer than 0.48 to a double gives that double. Below a power
-// of two places are half as wide.
-inline double rounded_as_by_library(double high, double low) {
-  const double v = high + low;
-  const double rest = (high - v) + low;
-  const double power = std::bit_cast<double>(std::bit_cast<std::uint64_t>(v) & 0x7ff0000000000000U);
-  const bool is_sure = std::fabs(rest) < 0.48 * 0x1p-52 * power && v != power;
-  return is_sure ? v : std::nan("");
+// The exact product, where the processor rounds a * b - p once.
+inline two_doubles exact_product(double a, double b) {
+  const double p = a * b;
+  return {p, std::fma(a, b, -p)};
 }
 
 // ----- Roots -----
 
 // The square root to 2^-104 of it: a step of Newton's method from the rounded one.
-template <typename Product>
-two_doubles square_root(double x) {
+inline two_doubles square_root(double x) {
   const double s = std::sqrt(x);
-  const two_doubles square = Product::of(s, s);
+  const two_doubles square = exact_product(s, s);
   return {s, ((x - square.high) - square.low) / (s + s)};
 }
 
@@ -100,36 +59,28 @@ inline double rough_logarithm(std::uint32_t bits) {
 
 struct square {
   static constexpr double kExponent = 2.0;
-  template <typename Product>
-  static two_doubles of(double x) {
-    return Product::of(x, x);
-  }
+  static two_doubles of(double x) { return exact_product(x, x); }
 };
 
 struct cube {
   static constexpr double kExponent = 3.0;
-  template <typename Product>
   static two_doubles of(double x) {
-    const two_doubles square = Product::of(x, x);
-    const two_doubles cube = Product::of(x, square.high);
+    const two_doubles square = exact_product(x, x);
+    const two_doubles cube = exact_product(x, square.high);
     return {cube.high, cube.low + x * square.low};
   }
 };
 
 struct root {
   static constexpr double kExponent = 0.5;
-  template <typename Product>
-  static two_doubles of(double x) {
-    return square_root<Product>(x);
-  }
+  static two_doubles of(double x) { return square_root(x); }
 };
 
 struct three_halves_power {
   static constexpr double kExponent = 1.5;
-  template <typename Product>
   static two_doubles of(double x) {
-    const two_doubles s = square_root<Product>(x);
-    const two_doubles cube = Product::of(x, s.high);
+    const two_doubles s = square_root(x);
+    const two_doubles cube = exact_product(x, s.high);
     return {cube.high, cube.low + x * s.low};
   }
 };
@@ -137,11 +88,10 @@ struct three_halves_power {
 struct inverse_root {
   static constexpr double kExponent = -0.5;
   // y (1 + f) with f = 1 - y (s + r) is the reciprocal of the root s + r to the square of f.
-  template <typename Product>
   static two_doubles of(double x) {
-    const two_doubles s = square_root<Product>(x);
+    const two_doubles s = square_root(x);
     const double y = 1.0 / s.high;
-    const two_doubles one = Product::of(y, s.high);
+    const two_doubles one = exact_product(y, s.high);
     return {y, y * (((1.0 - one.high) - one.low) - y * s.low)};
   }
 };
@@ -151,13 +101,12 @@ struct inverse_root {
 struct two_thirds_power {
   static constexpr double kExponent = 1.0 - 1.0 / 3.0;
   static constexpr double kOver = 0x1p-53 / 1.5;  // kExponent - 2 / 3
-  template <typename Product>
   static two_doubles of(double x) {
     const std::uint32_t bits = bits_of_float(x);
     const double y = inverse_cube_root(x, bits);
-    const two_doubles square = Product::of(y, y);
-    const two_doubles power = Product::of(x, y);
-    const two_doubles one = Product::of(square.high, power.high);
+    const two_doubles square = exact_product(y, y);
+    const two_doubles power = exact_product(x, y);
+    const two_doubles one = exact_product(square.high, power.high);
     const double rest = square.high * power.low + square.low * power.high;
     const double f = (((one.high - 1.0) + one.low) + rest) * (1.0 / 3.0);
     return {power.high, power.low + power.high * (kOver * rough_logarithm(bits) - f)};
@@ -167,14 +116,13 @@ struct two_thirds_power {
 struct third_power {
   static constexpr double kExponent = 1.0 / 3.0;
   static constexpr double kOver = -0x1p-54 / 3.0;  // kExponent - 1 / 3
-  template <typename Product>
   static two_doubles of(double x) {
     const std::uint32_t bits = bits_of_float(x);
     const double y = inverse_cube_root(x, bits);
-    const two_doubles square = Product::of(y, y);
-    const two_doubles power = Product::of(x, square.high);
+    const two_doubles square = exact_product(y, y);
+    const two_doubles power = exact_product(x, square.high);
     const double low = power.low + x * square.low;
-    const two_doubles one = Product::of(power.high, y);
+    const two_doubles one = exact_product(power.high, y);
     const double f = (((one.high - 1.0) + one.low) + low * y) * (1.0 / 3.0);
     return {power.high, low + power.high * (kOver * rough_logarithm(bits) - 2.0 * f)};
   }
@@ -182,49 +130,61 @@ struct third_power {
 
 // ----- Many at once -----
 
-template <typename Power, typename Product>
-void find(std::size_t n, const double* x, double* powers) {
+#ifdef PLANLOC_FUSED
+
+// Where none of the products leaves the range of doubles, floats hold x, and the logarithms
+// of the powers are below 130.
+constexpr double kLeast = 0x1p-60;
+constexpr double kLargest = 0x1p60;
+
+// 0 there, else NaN.
+inline double nothing_if_moderate(double x) {
+  return x > kLeast && x < kLargest ? 0.0 : std::nan("");
+}
+
+// high + low rounded, or NaN where the library might round it in another way: its powers of such
+// numbers are less than 0.515 of the last place off (glibc since 2.28: 0.509, and what the
+// logarithm adds), so a sum that is nearer than 0.48 to a double gives that double. Below a power
+// of two places are half as wide.
+inline double rounded_as_by_library(double high, double low) {
+  const double v = high + low;
+  const double rest = (high - v) + low;
+  const double power = std::bit_cast<double>(std::bit_cast<std::uint64_t>(v) & 0x7ff0000000000000U);
+  const bool is_sure = std::fabs(rest) < 0.48 * 0x1p-52 * power && v != power;
+  return is_sure ? v : std::nan("");
+}
+
+// NaN where the power is not sure.
+template <typename Power>
+PLANLOC_FUSED void find_sure(std::size_t n, const double* x, double* powers) {
   for (std::size_t i = 0; i < n; ++i) {
-    const two_doubles p = Power::template of<Product>(x[i]);
+    const two_doubles p = Power::of(x[i]);
     powers[i] = rounded_as_by_library(p.high, p.low) + nothing_if_moderate(x[i]);
   }
 }
 
-#ifdef PLANLOC_FUSED
-template <typename Power>
-PLANLOC_FUSED void find_fused(std::size_t n, const double* x, double* powers) {
-  find<Power, fused_product>(n, x, powers);
-}
-#endif
-
-// NaN where the power is not sure.
-template <typename Power>
-void find_sure(std::size_t n, const double* x, double* powers) {
-#ifdef PLANLOC_FUSED
-  if (PLANLOC_HAS_FUSED) return find_fused<Power>(n, x, powers);
-#endif
-  find<Power, split_product>(n, x, powers);
-}
-
-template <typename Power>
-void bulk_power(std::size_t n, const double* x, double* powers) {
-#ifdef __GLIBC__
-  find_sure<Power>(n, x, powers);
-#else
-  std::fill_n(powers, n, std::nan(""));
-#endif
-  // Compilers make a product of the power of a constant 2.0, which rounds in another way.
-  const volatile double exponent = Power::kExponent;
-  for (std::size_t i = 0; i < n; ++i) {
-    if (std::isnan(powers[i])) powers[i] = std::pow(x[i], exponent);
-  }
-}
-
-PLANLOC_WIDE_VECTORS
-void find_inverse_cube_roots(std::size_t n, const double* x, double* roots) {
+PLANLOC_FUSED void find_inverse_cube_roots(std::size_t n, const double* x, double* roots) {
   for (std::size_t i = 0; i < n; ++i) {
     roots[i] = inverse_cube_root(x[i], bits_of_float(x[i])) + nothing_if_moderate(x[i]);
   }
+}
+
+#endif
+
+template <typename Power>
+void bulk_power(std::size_t n, const double* x, double* powers) {
+  // Compilers make a product of the power of a constant 2.0, which rounds in another way.
+  const volatile double exponent = Power::kExponent;
+#ifdef PLANLOC_FUSED
+  if (PLANLOC_HAS_FUSED) {
+    find_sure<Power>(n, x, powers);
+    for (std::size_t i = 0; i < n; ++i) {
+      if (std::isnan(powers[i])) powers[i] = std::pow(x[i], exponent);
+    }
+    return;
+  }
+#endif
+  for (std::size_t i = 0; i < n; ++i) powers[i] = std::pow(x[i], exponent);
 }
 
 }  // namespace
@@ -249,10 +209,16 @@ void bulk_powers(bulk_exponent exponent, std::size_t n, const double* x, double*
 }
 
 void inverse_cube_roots(std::size_t n, const double* x, double* roots) {
-  find_inverse_cube_roots(n, x, roots);
-  for (std::size_t i = 0; i < n; ++i) {
-    if (std::isnan(roots[i])) roots[i] = 1.0 / std::cbrt(x[i]);
+#ifdef PLANLOC_FUSED
+  if (PLANLOC_HAS_FUSED) {
+    find_inverse_cube_roots(n, x, roots);
+    for (std::size_t i = 0; i < n; ++i) {
+      if (std::isnan(roots[i])) roots[i] = 1.0 / std::cbrt(x[i]);
+    }
+    return;
   }
+#endif
+  for (std::size_t i = 0; i < n; ++i) roots[i] = 1.0 / std::cbrt(x[i]);
 }
 
 }  // namespace planloc::detail
