@@ -78,7 +78,12 @@ TEST(General, SmoothTies) {
        std::sqrt(5)},
       {"twins between which no order is decided",
        {{{0, 2}, {0, 2}, {0, 1}, {1, 3}}, {gauge::euclidean()}, order_weights({1, -1, 1, 1})},
-       std::sqrt(5)}};
+       std::sqrt(5)},
+      {"two gauges at the optimum, one of which takes off",
+       {{{89.15, 56.85}, {89.15, 56.85, 2, 1}, {76.45, 1.25, 2, 1}},
+        {nearly_l1, gauge::lp(300)},
+        order_weights({-0.33, 0.69, 0.068})},
+       0.068 * 2 * 55.6}};
   minimise_options options;
   options.cells = 8000;
   for (const auto& c : cases) {

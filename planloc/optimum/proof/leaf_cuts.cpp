@@ -227,7 +227,11 @@ void leaf_walk::mix_orders(const triangle_state& t, const cut_place& place, bool
     const xy of_near = middle(near.slope);
     const xy of_far = middle(far.slope);
     const xy apart{of_far.x - of_near.x, of_far.y - of_near.y};
-    const double share = std::min(dot(sum, apart) / (rise * dot(apart, apart)), 1.0);
+    // Sites at the place itself, which have no slope there, come to weigh the same.
+    const bool at_place = of_near == xy{0, 0} && of_far == of_near;
+    const double to_share = at_place ? (far.weight.low - near.weight.low) / (2 * rise)
+                                     : dot(sum, apart) / (rise * dot(apart, apart));
+    const double share = std::min(to_share, 1.0);
     if (!(share > 0)) return;
     const double taken = rise * share;
     sum = {sum.x - taken * apart.x, sum.y - taken * apart.y};
