@@ -216,7 +216,7 @@ bool general_search::least_possible() {
   if (!std::isfinite(floor_of_f_)) return false;
   if (!problem_.polyhedral()) {
     const double more = best_.doubt();
-    const double doubt = best_.far_away() ? goal_.left_open() / 2 : 2 * roundings_.of_value + more;
+    const double doubt = best_.far_away() ? goal_.left_open() : 2 * roundings_.of_value + more;
     return more <= kMostDoubt * roundings_.of_value &&
            best_.value() <= floor_of_f_ + std::max(doubt, goal_.smooth_aim(floor_of_f_));
   }
