@@ -43,6 +43,10 @@ void sort_nearly_sorted(std::vector<Ranked>& v) {
   }
 }
 
+// Of the largest value of a distance on a cell: less is worth a closer look. Along a thin ball each
+// tangent falls far below the distance somewhere, but not all of them at one place.
+constexpr double kSteep = 1.0 / 64;
+
 // Runs of equal weight that have come to be neighbours, and runs that are given out, vanish.
 void join(std::vector<order_run>& runs) {
   std::vector<order_run> joined;
@@ -223,6 +227,8 @@ void cell_bounder::look(const placed_site& s, site_view& v) {
     for (const auto& row : of_site.tangent) v.lower = std::max(v.lower, least(row));
   }
   v.upper = std::max({v.value[0], v.value[1], v.value[2]});
+  if (v.bent != kFlat && v.lower < kSteep * v.upper)
+    v.lower = std::max(v.lower, best_mixture(bends_[v.bent].tangent));
   v.lower = std::min(v.lower, v.upper);
 }
 

@@ -17,6 +17,10 @@ namespace {
 constexpr std::size_t kMostHalved = 1000;
 constexpr std::size_t kHalvedATriangle = 4;
 
+// Of the largest value of a distance: along a thin ball each tangent falls far below the distance
+// somewhere, but not all of them at one place.
+constexpr double kSteep = 1.0 / 32;
+
 double least_of(const std::array<interval, 3>& a) {
   return std::min({a[0].low, a[1].low, a[2].low});
 }
@@ -204,6 +208,7 @@ leaf_walk::site_on_triangle leaf_walk::look_at(const triangle_state& t, const se
     v.height[j] = at_corner ? v.tangent[j][j - 1].low
                             : dot(slope, sites_.offset(seen.site, exactly(points_[j]))).low;
   }
+  if (v.lower < kSteep * v.upper) v.lower = std::max(v.lower, least_of_planes(v.tangent));
   return v;
 }
 
