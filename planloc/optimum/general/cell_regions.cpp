@@ -12,10 +12,10 @@ namespace planloc::detail {
 
 namespace {
 
-// Cells with more sides, or with more whose boxes meet theirs, are halved before they are looked at
-// closely.
+// Cells with more sides, or with more that doubles do not tell from such, are halved before they
+// are looked at closely.
 constexpr std::size_t kMostSides = 16;
-constexpr std::size_t kMostBoxes = 32;
+constexpr std::size_t kMostLikely = 32;
 
 double below(double d) { return std::nextafter(d, -std::numeric_limits<double>::infinity()); }
 double above(double d) { return std::nextafter(d, std::numeric_limits<double>::infinity()); }
@@ -120,18 +120,24 @@ bool cell_regions::crossed(const triangle& t) const {
   return any;
 }
 
-bool cell_regions::meets(const triangle& t, const exact_triangle& exact,
-                         const boundary::side& s) const {
+bool cell_regions::may_meet(const triangle& t, const boundary::side& s) const {
   const xy a{s.a.x - rounded_base_.x, s.a.y - rounded_base_.y};
   const xy b{s.b.x - rounded_base_.x, s.b.y - rounded_base_.y};
-  return !surely_apart(t, a, b) && exact.meets(relative(to_exact(s.a)), relative(to_exact(s.b)));
+  return !surely_apart(t, a, b);
+}
+
+bool cell_regions::meets(const triangle& t, const exact_triangle& exact,
+                         const boundary::side& s) const {
+  return may_meet(t, s) && exact.meets(relative(to_exact(s.a)), relative(to_exact(s.b)));
 }
 
 std::optional<std::vector<const boundary::side*>> cell_regions::few_sides(
     const triangle& t, const exact_triangle& exact) const {
   std::vector<const boundary::side*> sides;
-  near(t, [&](const boundary::side& s) { sides.push_back(&s); });
-  if (sides.size() > kMostBoxes) return {};
+  near(t, [&](const boundary::side& s) {
+    if (sides.size() <= kMostLikely && may_meet(t, s)) sides.push_back(&s);
+  });
+  if (sides.size() > kMostLikely) return {};
   std::erase_if(sides, [&](const boundary::side* s) { return !meets(t, exact, *s); });
   if (sides.size() > kMostSides) return {};
   return sides;
@@ -213,10 +219,9 @@ bool cell_regions::add_lines(const triangle& t, std::size_t limit,
   const exact_triangle exact(t);
   std::vector<exact_line> found;
   near(t, [&](const boundary::side& s) {
-    if (found.size() > limit) return;
+    if (found.size() > limit || !meets(t, exact, s)) return;
     const exact_xy a = relative(to_exact(s.a));
     const exact_xy b = relative(to_exact(s.b));
-    if (!exact.meets(a, b)) return;
     const exact_xy normal{a.y - b.y, b.x - a.x};
     exact_line l = normalised(normal, dot(normal, a));
     if (crosses_inside(t, l) && std::find(lines.begin(), lines.end(), l) == lines.end() &&

@@ -45,6 +45,8 @@ class cell_regions {
  private:
   struct exact_triangle;
 
+  // In doubles: false if they surely do not.
+  bool may_meet(const triangle& t, const boundary::side& s) const;
   bool meets(const triangle& t, const exact_triangle& exact, const boundary::side& s) const;
   // The sides that meet the triangle, unless they are many.
   std::optional<std::vector<const boundary::side*>> few_sides(const triangle& t,

@@ -50,7 +50,7 @@ mpq_class least_of_largest(const std::vector<line>& lines) {
 class boundary_check {
  public:
   boundary_check(const problem& p, const boundary_certificate& c, const fraction_pair& place)
-      : where_(p.where()), place_(place) {
+      : where_(p.where()), place_(place), near_{enclosed(place.x), enclosed(place.y)} {
     const interval_place here(p, place);
     for (const affine_piece& piece : c.pieces) rounded_.push_back(here.seen(piece, c.base));
     if (!p.polyhedral()) return;
@@ -66,6 +66,7 @@ class boundary_check {
     mpq_class least = most;
     for (std::size_t k = 0; k < where_.sides().size(); ++k) {
       const auto [a, b] = where_.sides()[k];
+      if (surely_above(a, b, rounded_up(least))) continue;
       const fraction_pair from{mpq_class(a.x), mpq_class(a.y)};
       const fraction_pair to{mpq_class(b.x), mpq_class(b.y)};
       if (rounded_bound(from, to) >= least) continue;
@@ -90,6 +91,17 @@ class boundary_check {
     for (affine_function& f : exact_) {
       for (mpq_class* q : {&f.at_origin, &f.slope.x, &f.slope.y}) *q *= scale_;
     }
+  }
+
+  // Whether one function is above a value at both ends: most sides are far away.
+  bool surely_above(const xy& a, const xy& b, double value) const {
+    const auto low_at = [this](const interval_place::affine& f, const xy& at) {
+      const interval_pair u{interval(at.x) - near_.x, interval(at.y) - near_.y};
+      return (f.value + dot(f.slope, u)).low;
+    };
+    return std::any_of(rounded_.begin(), rounded_.end(), [&](const interval_place::affine& f) {
+      return low_at(f, a) > value && low_at(f, b) > value;
+    });
   }
 
   mpq_class rounded_bound(const fraction_pair& a, const fraction_pair& b) const {
@@ -119,6 +131,7 @@ class boundary_check {
 
   verified_regions where_;
   fraction_pair place_;
+  interval_pair near_;  // holds it
   std::vector<interval_place::affine> rounded_;
   std::vector<affine_function> exact_;  // times `scale_`
   mpz_class scale_ = 1;
