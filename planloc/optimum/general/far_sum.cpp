@@ -15,6 +15,7 @@ namespace {
 constexpr double kInfinite = std::numeric_limits<double>::infinity();
 // Of magnitudes: for differences in doubles that are checked in intervals.
 constexpr double kRounding = 0x1p-47;
+// Of the largest excesses: those that differ by less may be in either order, whatever doubles say.
 constexpr double kCaution = 0x1p-42;
 // Pairs of sites at which the ordered sum of two kinds bends.
 constexpr std::size_t kMostKinks = 2000;
@@ -75,6 +76,8 @@ far_sum::far_sum(const problem& p, const distance_table& table, const far_view& 
   for (const order_run& r : p.runs()) lambda_.insert(lambda_.end(), r.count, r.weight);
   for (const double l : lambda_) sum_before_.push_back(sum_before_.back() + l);
   const auto& kinds = view.kinds();
+  for (const far_kind& k : kinds)
+    caution_ = std::max(caution_, kCaution * k.weight * view.extent());
   const auto gauge_of = [&](const far_kind& k) -> const gauge& {
     return p.gauge_of(table.site[k.slots[0]]);
   };
@@ -103,9 +106,7 @@ double far_sum::least(const far_box& b) {
 }
 
 double far_sum::least_of_orders(const far_box& b) {
-  double heaviest = 0;
-  for (const far_kind& k : view_.kinds()) heaviest = std::max(heaviest, k.weight);
-  far_orders orders(lambda_, b, kCaution * heaviest * view_.extent());
+  far_orders orders(lambda_, b, caution_);
   for (const kind_class& c : classes_) {
     if (c.last - c.first > 1) return -kInfinite;
     const far_kind& k = kind(c.first);
@@ -150,7 +151,8 @@ void far_sum::find_classes() {
     return a < b || (a == b && k < l);
   });
   const auto surely_farther = [&](std::size_t k, std::size_t l) {
-    return distance_apart(order_[k], order_[l]).low + kind(k).low.front() > kind(l).high.back();
+    return distance_apart(order_[k], order_[l]).low + kind(k).low.front() >
+           kind(l).high.back() + caution_;
   };
   // From the farthest on: a class begins where no kind from there on needs one before.
   classes_.clear();

@@ -53,6 +53,7 @@ class far_sum {
   double weighted(std::size_t rank);
 
   const far_view& view_;
+  double caution_ = 0;
   std::vector<double> lambda_;
   std::vector<mpq_class> sum_before_;  // of the order weights
   // By kind: whether the one's weighted gauge, or its gauge, is nowhere less than the other's.
