@@ -23,6 +23,7 @@ constexpr std::size_t kMostGroups = 1000;
 constexpr double kNarrower = 0.7;
 constexpr double kSomewhatWider = 1.3;
 constexpr double kWider = 8;
+constexpr double kLeastPart = 0.125;  // of the way from the best prices to the master's
 // Of the price of a facility: places that gain this much are improved into clusters.
 constexpr double kGoodShare = 0.9;
 constexpr double kLeastShare = 0.02;
@@ -57,7 +58,7 @@ bool column_generation::run() {
 void column_generation::run_from(const site_prices& prices, std::vector<double> least,
                                  const std::vector<dual_master::cluster>& clusters,
                                  std::size_t rounds) {
-  take(prices, std::move(least));
+  take(prices, std::move(least), {});
   make_master(0, {prices.triples().begin(), prices.triples().end()});
   add_known(clusters);
   go_on(rounds);
@@ -65,7 +66,7 @@ void column_generation::run_from(const site_prices& prices, std::vector<double> 
 
 std::optional<std::vector<double>> column_generation::least_with(const site_prices& prices) {
   std::vector<double> least;
-  if (!search(prices, task_.goal, least, {})) return std::nullopt;
+  if (!search(prices, task_.goal, {}, least, {})) return std::nullopt;
   return least;
 }
 
@@ -74,6 +75,7 @@ void column_generation::go_on(std::size_t rounds) {
     if (task_.answer.value - bound_ <= task_.goal || task_.expired()) break;
     master_->set_box(middle_, half_width_);
     if (!master_->solve(task_.expired)) break;
+    if (nearly_all_gained() && cut_off()) continue;
     round(0);
     if (!price() && !refine() && !cut_off()) break;
   }
@@ -124,18 +126,19 @@ double column_generation::tolerance(double gap, double sum_of_prices) const {
   return std::max(kShareOfGap * gap, kMargin / 10 * sum_of_prices) / count;
 }
 
-// The least priced sum of each cell. False if the time has expired.
+// The least priced sum of each cell, of which something may be known. False if the time has
+// expired.
 bool column_generation::search(
-    const site_prices& prices, double gap, std::vector<double>& least,
+    const site_prices& prices, double gap, const std::vector<double>& known,
+    std::vector<double>& least,
     const std::function<void(const price_search::met&, std::uint32_t)>& met) {
   const double sum = prices.sum();
   least.assign(cells_.size(), 0);
   for (std::uint32_t c = 0; c < cells_.size(); ++c) {
     if (cells_[c].count == 0) continue;
-    const double known = master_ ? -master_->facility_price(c) : 0;
     const std::size_t before = search_.cells();
-    const std::optional<double> found =
-        search_.run(prices, cells_[c].where, known, tolerance(gap, sum), task_.expired);
+    const std::optional<double> found = search_.run(
+        prices, cells_[c].where, known.empty() ? 0 : known[c], tolerance(gap, sum), task_.expired);
     task_.answer.counters.cells += search_.cells() - before;
     if (!found) return false;
     least[c] = *found;
@@ -176,10 +179,10 @@ bool column_generation::start() {
     site_prices prices(prices_for(price));
     std::vector<double> least;
     std::vector<price_search::met> met;
-    if (!search(prices, task_.answer.value, least,
+    if (!search(prices, task_.answer.value, {}, least,
                 [&](const price_search::met& m, std::uint32_t) { met.push_back(m); }))
       return false;
-    if (!take(prices, std::move(least))) continue;
+    if (!take(prices, std::move(least), {})) continue;
     half_width_ = first_width();
     good.push_back({std::move(prices), std::move(met)});
   }
@@ -232,6 +235,15 @@ bool column_generation::refine() {
   return true;
 }
 
+// Whether what prices can still gain is less than what they will leave; in a case, prices come
+// first.
+bool column_generation::nearly_all_gained() const {
+  if (cells_.size() > 1 || master_->at_box()) return false;
+  const double most = master_value();
+  const double left = task_.answer.value - most;
+  return left > task_.goal && most - bound_ < left;
+}
+
 // Where all prices of sites have nothing left to gain: prices of triples, if some are violated.
 bool column_generation::cut_off() {
   const bool in_groups = master_->groups().size.size() < best_prices_.size();
@@ -243,9 +255,10 @@ bool column_generation::cut_off() {
   const std::size_t before = triples.size();
   triples = with_violated_triples(master_->taken(), std::move(triples));
   if (triples.size() == before) return false;
-  const std::vector<dual_master::cluster> known = master_->known_clusters();
+  const dual_master before_cut = std::move(*master_);
   make_master(0, std::move(triples));
-  add_known(known);
+  add_known(before_cut.known_clusters());
+  master_->continue_from(before_cut);
   return true;
 }
 
@@ -360,22 +373,25 @@ void column_generation::descend_from(std::vector<xy> places, std::size_t shakes)
   if (next.value < task_.answer.value) task_.answer = std::move(next);
 }
 
+// At the master's prices; where these are no better than the best ones, at prices between the two:
+// that takes far less time than the master's next ones. False if nothing is left to gain, or the
+// time has expired.
 bool column_generation::price() {
-  site_prices prices = master_->prices();
-  const double value = task_.answer.value;
-  const double gap = fine_ ? task_.goal : std::clamp(value - bound_, task_.goal, value);
   const std::size_t before = master_->clusters();
-  std::vector<double> least;
-  const bool ended =
-      !search(prices, gap, least, [&](const price_search::met& m, std::uint32_t cell) {
-        if (m.value < -kGoodShare * master_->facility_price(cell)) improve(m.at, cell, prices);
-      });
-  if (ended) return false;
-  ++task_.answer.counters.prices;
-  const bool better = take(std::move(prices), std::move(least));
-  if (better) {
-    if (master_->at_box()) half_width_ *= kSomewhatWider;
-    return true;
+  const std::vector<double> of_best = middle_;
+  const std::vector<double> of_master(master_->duals().begin(), master_->duals().end());
+  std::vector<double> duals = of_master;
+  for (double part = 1; part >= kLeastPart;) {
+    const std::optional<bool> better = price_at(duals);
+    if (!better) return false;
+    if (*better) {
+      if (part == 1 && master_->at_box()) half_width_ *= kSomewhatWider;
+      return true;
+    }
+    if (master_->clusters() == before) break;
+    part /= 2;
+    for (std::size_t i = 0; i < duals.size(); ++i)
+      duals[i] = of_best[i] + part * (of_master[i] - of_best[i]);
   }
   if (master_->clusters() > before) {
     half_width_ *= kNarrower;
@@ -386,8 +402,27 @@ bool column_generation::price() {
   return master_->at_box() || !std::exchange(fine_, true);
 }
 
+// Whether the bound at such prices is better; clusters that gain more than those that the master
+// knows are made known to it. None if the time has expired.
+std::optional<bool> column_generation::price_at(const std::vector<double>& duals) {
+  site_prices prices = master_->prices_at(duals);
+  const double value = task_.answer.value;
+  const double gap = fine_ ? task_.goal : std::clamp(value - bound_, task_.goal, value);
+  std::vector<double> known;
+  for (std::uint32_t c = 0; c < cells_.size(); ++c) known.push_back(master_->least_known(c, duals));
+  std::vector<double> least;
+  const bool ended =
+      !search(prices, gap, known, least, [&](const price_search::met& m, std::uint32_t cell) {
+        if (m.value < kGoodShare * known[cell]) improve(m.at, cell, prices);
+      });
+  if (ended) return std::nullopt;
+  ++task_.answer.counters.prices;
+  return take(std::move(prices), std::move(least), duals);
+}
+
 // A better bound moves the box. False if it is hardly better.
-bool column_generation::take(site_prices prices, std::vector<double> least) {
+bool column_generation::take(site_prices prices, std::vector<double> least,
+                             const std::vector<double>& duals) {
   double bound = prices.sum();
   for (std::size_t c = 0; c < cells_.size(); ++c)
     bound += static_cast<double>(cells_[c].count) * least[c];
@@ -396,7 +431,7 @@ bool column_generation::take(site_prices prices, std::vector<double> least) {
   bound_ = bound;
   best_prices_ = std::move(prices);
   least_ = std::move(least);
-  if (master_) middle_.assign(master_->duals().begin(), master_->duals().end());
+  middle_ = duals;
   if (task_.told) task_.told(bound_);
   return much;
 }

@@ -74,6 +74,7 @@ class column_generation {
   void add_known(const std::vector<dual_master::cluster>& clusters);
   bool refine();
   bool cut_off();
+  bool nearly_all_gained() const;
   std::vector<double> prices_for(double facility_price);
   std::uint32_t cell_of(const xy& at) const;
   void add(std::vector<std::uint32_t> slots, const xy& start);
@@ -85,10 +86,12 @@ class column_generation {
   void round(std::size_t shakes);
   void descend_from(std::vector<xy> places, std::size_t shakes);
   bool price();
-  bool search(const site_prices& prices, double gap, std::vector<double>& least,
+  std::optional<bool> price_at(const std::vector<double>& duals);
+  bool search(const site_prices& prices, double gap, const std::vector<double>& known,
+              std::vector<double>& least,
               const std::function<void(const price_search::met&, std::uint32_t)>& met);
   double rounded_cut(double at, bool by_x) const;
-  bool take(site_prices prices, std::vector<double> least);
+  bool take(site_prices prices, std::vector<double> least, const std::vector<double>& duals);
   void improve(xy at, std::uint32_t cell, const site_prices& prices);
 
   const bound_task& task_;

@@ -16,6 +16,7 @@ constexpr double kLeastPivot = 1e-7;
 // no pattern in it, since sums of right sides would be tied.
 constexpr double kPerturbation = 1e-6;
 constexpr double kNoise = 1e-14;
+constexpr double kMostBelow = 1e-5;  // 0, of a level
 constexpr std::size_t kPivotsToAsk = 32;
 constexpr double kLeastShare = 1e-3;  // of a cluster in a solution
 constexpr std::size_t kClustersPerRow = 16;
@@ -46,16 +47,15 @@ dual_master::dual_master(std::vector<std::size_t> counts, price_groups groups,
   std::mt19937_64 random(1);
   const auto drawn = [&random] { return static_cast<double>(random() >> 11) * 0x1p-53; };
   for (std::size_t i = 0; i < rows; ++i) {
-    basis_.push_back(i < rows_ ? i : rows_ + i);
-    basic_[basis_[i]] = 1;
     right_.push_back(i < rows_ ? 1 + kPerturbation * drawn()
                                : static_cast<double>(counts[i - rows_]));
   }
   level_ = right_;
   dual_.assign(rows, 0);
   alpha_.assign(rows, 0);
-  inverse_.assign(rows * rows, 0);
-  for (std::size_t i = 0; i < rows; ++i) inverse_[i * rows + i] = 1;
+  inverse_.resize(rows * rows);
+  basis_.resize(rows);
+  reset();
 }
 
 void dual_master::add_cluster(std::vector<std::uint32_t> slots, const xy& at, std::uint32_t cell,
@@ -114,16 +114,27 @@ bool dual_master::at_box() const {
   return false;
 }
 
-std::vector<priced_triple> dual_master::priced_triples() const {
+std::vector<priced_triple> dual_master::triples_at(std::span<const double> duals) const {
   std::vector<priced_triple> priced = triples_;
   for (std::size_t t = 0; t < priced.size(); ++t)
-    priced[t].price = std::max(0.0, -dual_[groups_.size.size() + t]);
+    priced[t].price = std::max(0.0, -duals[groups_.size.size() + t]);
   return priced;
 }
 
-site_prices dual_master::prices() const {
-  const auto of_groups = std::span(dual_).first(groups_.size.size());
-  return site_prices(groups_.prices_of_slots(of_groups), priced_triples());
+site_prices dual_master::prices_at(std::span<const double> duals) const {
+  return site_prices(groups_.prices_of_slots(duals.first(groups_.size.size())), triples_at(duals));
+}
+
+double dual_master::least_known(std::uint32_t cell, std::span<const double> duals) const {
+  double least = 0;
+  for (std::size_t k = fixed_; k < columns_.size(); ++k) {
+    const column& c = columns_[k];
+    if (c.cell != cell) continue;
+    double sum = c.cost;  // the last entry is of the cell
+    for (std::size_t j = 0; j + 1 < c.rows.size(); ++j) sum -= c.entries[j] * duals[c.rows[j]];
+    least = std::min(least, sum);
+  }
+  return least;
 }
 
 std::vector<std::vector<std::uint32_t>> dual_master::foremost(std::size_t count) const {
@@ -244,9 +255,7 @@ bool dual_master::pivot(std::size_t in) {
   level_[row] = step;
   update(in, row, reduced_cost(columns_[in]) / alpha_[row]);
   exchange(row);
-  basic_[basis_[row]] = 0;
-  basic_[in] = 1;
-  basis_[row] = in;
+  enter(in, row);
   ++pivots_;
   return true;
 }
@@ -279,13 +288,12 @@ void dual_master::update(std::size_t in, std::size_t row, double step) {
   steepness_[basis_[row]] = std::max(1.0, reference / (pivot * pivot));
 }
 
-// The inverse anew, from the basic columns one by one.
-void dual_master::factorise() {
+// The inverse anew, from columns one by one. Those that depend on the ones before are left out;
+// rows that none of them takes have a column of their own.
+void dual_master::factorise(std::vector<std::size_t> columns) {
   const std::size_t rows = basis_.size();
-  std::vector<std::size_t> columns = basis_;
   std::sort(columns.begin(), columns.end());
-  std::fill(inverse_.begin(), inverse_.end(), 0);
-  for (std::size_t i = 0; i < rows; ++i) inverse_[i * rows + i] = 1;
+  reset();
   std::vector<char> taken(rows, 0);
   for (const std::size_t k : columns) {
     transform(columns_[k]);
@@ -294,11 +302,47 @@ void dual_master::factorise() {
       if (taken[i] != 0) continue;
       if (row == rows || std::fabs(alpha_[i]) > std::fabs(alpha_[row])) row = i;
     }
+    if (row == rows || !(std::fabs(alpha_[row]) > kLeastPivot)) continue;
     exchange(row);
     taken[row] = 1;
-    basis_[row] = k;
+    enter(k, row);
+  }
+}
+
+// The basis of the columns of the rows.
+void dual_master::reset() {
+  const std::size_t rows = basis_.size();
+  std::fill(inverse_.begin(), inverse_.end(), 0);
+  std::fill(basic_.begin(), basic_.end(), 0);
+  for (std::size_t i = 0; i < rows; ++i) {
+    inverse_[i * rows + i] = 1;
+    basis_[i] = i < rows_ ? i : rows_ + i;
+    basic_[basis_[i]] = 1;
   }
   pivots_ = 0;
+}
+
+void dual_master::enter(std::size_t in, std::size_t row) {
+  basic_[basis_[row]] = 0;
+  basic_[in] = 1;
+  basis_[row] = in;
+}
+
+// The basis of some columns. A row's own column below 0 is exchanged for its opposite; where that
+// is not enough, all starts anew.
+void dual_master::start_from(std::vector<std::size_t> columns) {
+  factorise(std::move(columns));
+  compute();
+  const std::size_t rows = basis_.size();
+  for (std::size_t row = 0; row < rows; ++row) {
+    if (level_[row] >= 0 || basis_[row] >= 2 * rows_) continue;
+    for (std::size_t j = 0; j < rows; ++j) inverse_[j * rows + row] *= -1;
+    enter(basis_[row] < rows_ ? basis_[row] + rows_ : basis_[row] - rows_, row);
+  }
+  compute();
+  if (*std::min_element(level_.begin(), level_.end()) >= -kMostBelow) return;
+  reset();
+  compute();
 }
 
 void dual_master::compute() {
@@ -349,6 +393,28 @@ void dual_master::drop_idle() {
   for (std::size_t& k : basis_) k = number[k];
 }
 
+void dual_master::continue_from(const dual_master& other) {
+  std::vector<std::size_t> columns;
+  const std::size_t groups = groups_.size.size();
+  for (const std::size_t k : other.basis_) {
+    const bool too_much = k >= other.rows_ && k < 2 * other.rows_;
+    const std::size_t row = too_much ? k - other.rows_ : k;
+    if (k >= 2 * other.rows_) {
+      columns.push_back(k - other.fixed_ + fixed_);
+    } else if (row < groups) {
+      columns.push_back(row + (too_much ? rows_ : 0));
+    } else {
+      const auto same = std::find_if(triples_.begin(), triples_.end(), [&](const priced_triple& t) {
+        return t.sites == other.triples_[row - groups].sites;
+      });
+      if (same == triples_.end()) continue;
+      columns.push_back(groups + static_cast<std::size_t>(same - triples_.begin()) +
+                        (too_much ? rows_ : 0));
+    }
+  }
+  start_from(std::move(columns));
+}
+
 bool dual_master::solve(const std::function<bool()>& expired) {
   compute();
   drop_idle();
@@ -359,14 +425,16 @@ bool dual_master::solve(const std::function<bool()>& expired) {
     std::size_t k = entering();
     if (k == columns_.size() && sure) return true;
     if (k == columns_.size() || pivots_ >= 2 * basis_.size() + 100) {
-      factorise();
-      compute();
+      start_from(basis_);
       judge();
       sure = true;
       continue;
     }
-    if (!pivot(k)) return false;
     sure = false;
+    if (pivot(k)) continue;
+    if (pivots_ == 0) return false;
+    start_from(basis_);
+    judge();
   }
 }
 

@@ -35,13 +35,18 @@ class dual_master {
   }
   // Prices of groups within `half_width` of `middle` for each slot, and so for triples.
   void set_box(std::span<const double> middle, double half_width);
+  // The basis of one with the same groups, cells and clusters, and some of these triples.
+  void continue_from(const dual_master& other);
   // Solves from the basis at hand. False if `expired` ended it.
   bool solve(const std::function<bool()>& expired);
 
   std::span<const double> duals() const { return std::span(dual_).first(rows_); }
-  // Those duals as prices; the rest are of cells.
-  site_prices prices() const;
-  std::vector<priced_triple> priced_triples() const;
+  // Such duals as prices.
+  site_prices prices_at(std::span<const double> duals) const;
+  site_prices prices() const { return prices_at(duals()); }
+  // What is known of the least priced sum in a cell at such duals: that of a known cluster.
+  double least_known(std::uint32_t cell, std::span<const double> duals) const;
+  std::vector<priced_triple> priced_triples() const { return triples_at(duals()); }
   const price_groups& groups() const { return groups_; }
   // The price of a facility in a cell: no known cluster gains more than this.
   double facility_price(std::uint32_t cell) const { return -dual_[rows_ + cell]; }
@@ -76,6 +81,7 @@ class dual_master {
     std::uint32_t cell = 0;
   };
 
+  std::vector<priced_triple> triples_at(std::span<const double> duals) const;
   double reduced_cost(const column& c) const;
   void add_column(column c);
   void judge();
@@ -85,7 +91,10 @@ class dual_master {
   bool pivot(std::size_t in);
   void update(std::size_t in, std::size_t row, double step);
   void exchange(std::size_t row);
-  void factorise();
+  void factorise(std::vector<std::size_t> columns);
+  void reset();
+  void enter(std::size_t in, std::size_t row);
+  void start_from(std::vector<std::size_t> columns);
   void compute();
   void drop_idle();
 
