@@ -52,8 +52,9 @@ class allocation_problem {
 };
 
 enum class allocation_status : std::uint8_t {
-  optimal,     // proved: the value is 0, no new facility is asked for, or the one new facility,
-               // without existing ones, is at the optimum (solution.h)
+  optimal,  // proved: the value is 0, no new facility is asked for, the one new facility, without
+            // existing ones, is at the optimum (solution.h), or that of two new facilities, with a
+            // lower bound, has a gap of at most 5e-10 of the value
   within_gap,  // proved: value - lower_bound <= relative_gap * value
   searched,    // all starts were made; the bound was not asked for or is further away
   stopped      // the time or the stop token ended the search: this is the best until then
@@ -92,6 +93,28 @@ struct allocation_case {
   double at = 0;
 };
 
+// Where the two new facilities lie, in the proof of a lower bound. A pair of rectangles holds a
+// place of each; the first pair is twice the rectangle from `low` to `high`, counted from `base`. A
+// rectangle is halved across its longer side, x if there is none. A pair of a rectangle with itself
+// stands for both orders, so `both` makes three of it: the lower half with itself, with the upper
+// one, and that with itself. The steps come in the order of a walk that visits a pair before those
+// that it is divided into, the lower half first.
+struct allocation_pairs {
+  enum class step : std::uint8_t {
+    bound,   // tangents from the middles show that there is nothing below the bound
+    places,  // few sites may be nearer to either facility; for each choice of theirs, tangents from
+             // the middles, corners and the next two of `places` show it
+    first,   // the first rectangle is halved
+    second,
+    both
+  };
+  xy base{0, 0};
+  xy low{0, 0};
+  xy high{0, 0};
+  std::vector<step> steps;
+  std::vector<xy> places;  // counted from `base`
+};
+
 struct allocation {
   allocation_status status = allocation_status::stopped;
   std::vector<xy> points;  // of the new facilities, ordered by x, then y
@@ -108,11 +131,12 @@ struct allocation {
   //   sum of prices - those of triples + count * min over x and sets C of sites of
   //     (sum over C of (d_i(x) - price_i) + the prices of triples of which C holds two or three)
   // is a lower bound, whatever the prices are; or, where such prices leave a gap, cases. Triples
-  // that share sites link at most eight.
+  // that share sites link at most eight. With two new facilities: pairs.
   std::optional<solution> one_facility;
   std::vector<double> prices;
   std::vector<priced_triple> triples;
   std::vector<allocation_case> cases;
+  std::optional<allocation_pairs> pairs;
   allocation_counters counters;
 
   double gap() const {
@@ -149,13 +173,16 @@ struct allocate_options {
 // one by one), with those of all starts in the interchange. The same seed gives the
 // same answer whatever the number of threads, unless the time or the stop token ends the search.
 //
-// The lower bound comes from column generation (Krau 1997; du Merle, Villeneuve, Desrosiers and
-// Hansen 1999). Up to some twenty sites a facility it closes to 1e-4 or better within seconds for a
-// few hundred sites. Where prices of sites leave a gap and there are at most 4000 of them, triples
-// get prices (the subset rows of Jepsen, Petersen, Spoorendonk and Pisinger 2008); where these do,
-// too, the plane is cut into cases, at most 400 of which get prices of their own. For more than
-// 4000 sites the prices of neighbours move together, in 250 groups and then in 1000: a few percent
-// are left.
+// The lower bound of two new facilities, up to 20,000 sites, comes from branch and bound over pairs
+// of rectangles (Land and Doig 1960; tangents below the distances), which finds the best places,
+// too; so one start and few shakes are made before. It mostly ends `optimal`, whatever gap is asked
+// for. Other lower bounds come from column generation (Krau 1997; du Merle, Villeneuve, Desrosiers
+// and Hansen 1999). Up to some twenty sites a facility it closes to 1e-4 or better within seconds
+// for a few hundred sites. Where prices of sites leave a gap and there are at most 4000 of them,
+// triples get prices (the subset rows of Jepsen, Petersen, Spoorendonk and Pisinger 2008); where
+// these do, too, the plane is cut into cases, at most 400 of which get prices of their own. For
+// more than 4000 sites the prices of neighbours move together, in 250 groups and then in 1000: a
+// few percent are left.
 allocation allocate(const allocation_problem& p, const allocate_options& options = {});
 
 struct allocation_check {

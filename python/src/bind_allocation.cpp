@@ -3,7 +3,9 @@
 
 #include <limits>
 #include <optional>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "python/src/bindings.h"
 #include "python/src/interruptible.h"
@@ -88,10 +90,34 @@ std::vector<allocation_case> cases_from(const py::list& l) {
   return cases;
 }
 
+py::object state_of_pairs(const std::optional<allocation_pairs>& pairs) {
+  if (!pairs) return py::none();
+  std::vector<xy> places = {pairs->base, pairs->low, pairs->high};
+  places.insert(places.end(), pairs->places.begin(), pairs->places.end());
+  std::string steps;
+  for (const allocation_pairs::step s : pairs->steps) steps += static_cast<char>(s);
+  return py::make_tuple(rows_from(places), py::bytes(steps));
+}
+
+std::optional<allocation_pairs> pairs_from(const py::handle& state) {
+  if (state.is_none()) return std::nullopt;
+  const py::tuple t = py::cast<py::tuple>(state);
+  const std::vector<xy> places = places_from(t[0].cast<double_array>());
+  allocation_pairs pairs;
+  pairs.base = places.at(0);
+  pairs.low = places.at(1);
+  pairs.high = places.at(2);
+  pairs.places.assign(places.begin() + 3, places.end());
+  for (const char c : t[1].cast<std::string>())
+    pairs.steps.push_back(static_cast<allocation_pairs::step>(c));
+  return pairs;
+}
+
 py::tuple state_of(const allocation& a) {
   return py::make_tuple(static_cast<int>(a.status), rows_from(a.points), a.assignment, a.value,
                         a.lower_bound, a.one_facility ? py::cast(*a.one_facility) : py::none(),
-                        a.prices, states_of(a.triples), states_of(a.cases));
+                        a.prices, states_of(a.triples), states_of(a.cases),
+                        state_of_pairs(a.pairs));
 }
 
 allocation allocation_from(const py::tuple& t) {
@@ -105,6 +131,7 @@ allocation allocation_from(const py::tuple& t) {
   a.prices = t[6].cast<std::vector<double>>();
   a.triples = triples_from(t[7]);
   a.cases = cases_from(t[8].cast<py::list>());
+  a.pairs = pairs_from(t[9]);
   return a;
 }
 

@@ -161,6 +161,7 @@ TEST(Claims, OfSeveralFacilities) {
                         a.prices[1] = price;
                         a.triples.clear();
                         a.cases.clear();
+                        a.pairs.reset();
                         a.lower_bound = a.value;
                       }});
   }
@@ -171,6 +172,7 @@ TEST(Claims, OfSeveralFacilities) {
                                        }}});
   allocation deep = pair;
   deep.lower_bound = 1e-9;
+  deep.pairs.reset();
   deep.cases.assign(20000, {});
   EXPECT_EQ(verify(two, deep).reason, "a case is cut too often");
   // The optimum is far from any pair of doubles.

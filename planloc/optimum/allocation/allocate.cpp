@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <limits>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <utility>
@@ -12,6 +13,7 @@
 #include "planloc/optimum/allocation/assignment.h"
 #include "planloc/optimum/allocation/local_search.h"
 #include "planloc/optimum/allocation/lower_bound.h"
+#include "planloc/optimum/allocation/pair_search.h"
 #include "planloc/optimum/input_check.h"
 #include "planloc/optimum/location_allocation.h"
 #include "planloc/optimum/minimise.h"
@@ -20,9 +22,11 @@ namespace planloc {
 
 namespace {
 
-// Of the value: what the rounding of the place of one facility may cost for it to be optimal.
+// Of the value: what the rounding of places may cost for them to be optimal.
 constexpr double kRoundingGap = 5e-10;
 constexpr std::size_t kFacilitiesOfShakes = 25;  // allocate_options::shakes
+constexpr std::size_t kMostSitesOfPairs = 20'000;
+constexpr std::size_t kShakesBeforePairs = 4;
 
 // Another stream for every start of every seed (Steele, Lea and Flood 2014).
 std::uint64_t seed_of(std::uint64_t seed, std::uint64_t start) {
@@ -173,6 +177,10 @@ class allocator {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
   }
   allocation_status status_by_gap() const;
+  bool by_pairs() const {
+    return options_.lower_bound && problem_.count() == 2 &&
+           problem_.sites().size() <= kMostSitesOfPairs;
+  }
   bool expired() const { return options_.stop.stop_requested() || seconds() > options_.seconds; }
   void accept(std::vector<xy> points, allocation_status status) {
     result_.points = std::move(points);
@@ -236,7 +244,12 @@ bool allocator::place_one() {
 
 void allocator::search() {
   const detail::allocation_ground ground(problem_);
-  all_starts starts(ground, options_, [this] { return expired(); });
+  allocate_options options = options_;
+  if (by_pairs()) {  // they find the best places, too
+    options.starts = std::min<std::size_t>(options.starts, 1);
+    options.shakes = std::min(options.shakes, kShakesBeforePairs);
+  }
+  all_starts starts(ground, options, [this] { return expired(); });
   starts.run();
   result_.counters = starts.counters();
   for (std::size_t k = 0; k < problem_.count(); ++k) {
@@ -252,18 +265,32 @@ void allocator::search() {
 }
 
 allocation_status allocator::status_by_gap() const {
+  if (result_.pairs && result_.gap() <= kRoundingGap * result_.value)
+    return allocation_status::optimal;
   if (result_.lower_bound && result_.gap() <= options_.relative_gap * result_.value)
     return allocation_status::within_gap;
   return expired() ? allocation_status::stopped : allocation_status::searched;
 }
 
 void allocator::bound(const detail::allocation_ground& ground) {
-  detail::bound_below(
-      ground, result_, options_.relative_gap * result_.value, [this] { return expired(); },
-      [this](double bound) {
-        if (!options_.progress) return;
-        options_.progress({result_.value, bound, result_.counters.starts});
-      });
+  const auto expired_now = [this] { return expired(); };
+  const auto tell = [this](double bound) {
+    if (!options_.progress) return;
+    options_.progress({result_.value, bound, result_.counters.starts});
+  };
+  std::optional<allocation> paired;
+  if (by_pairs()) {
+    detail::search_pairs(ground, result_, options_.relative_gap, expired_now, tell);
+    // Tangents in tiny rectangles hang on the last bits of places; a check may see others.
+    const bool proved = verify(problem_, result_).accepted;
+    const bool enough = result_.gap() <= options_.relative_gap * result_.value;
+    if (proved && (enough || expired())) return;
+    if (proved) paired = result_;
+    result_.pairs.reset();
+    result_.lower_bound.reset();
+  }
+  detail::bound_below(ground, result_, options_.relative_gap * result_.value, expired_now, tell);
+  if (paired && !(result_.lower_bound > paired->lower_bound)) result_ = std::move(*paired);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include "planloc/optimum/location_allocation.h"
 #include "planloc/optimum/proof/verify_leaves.h"
+#include "planloc/optimum/proof/verify_pairs.h"
 #include "planloc/optimum/proof/verify_prices.h"
 
 namespace planloc {
@@ -86,6 +87,9 @@ class allocation_checker {
       proved = value.low;
     } else if (answer_.one_facility) {
       proved = bound_of_one();
+    } else if (answer_.pairs && *answer_.lower_bound > 0) {
+      detail::prove_pairs(problem_, *answer_.pairs, *answer_.lower_bound);
+      proved = *answer_.lower_bound;
     } else if (!answer_.cases.empty() && *answer_.lower_bound > 0) {
       detail::prove_cases(problem_, answer_.cases, *answer_.lower_bound);
       proved = *answer_.lower_bound;

@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "planloc/optimum/proof/corner_tangents.h"
 #include "planloc/optimum/proof/linked_sites.h"
-#include "planloc/optimum/proof/verify_leaves.h"
 
 namespace planloc::detail {
 
@@ -24,23 +24,6 @@ constexpr std::size_t kMostChoices = 64;  // with those of links
 constexpr int kMixtures = 3;
 constexpr double kTiny = 0x1p-36;  // of all of the walk: where places may have few bits left
 
-// Left and low, right and low, left and high, right and high.
-using corner_values = std::array<double, 4>;
-
-struct rectangle {
-  double left, right, low, high;
-
-  friend bool operator==(const rectangle&, const rectangle&) = default;
-};
-
-// A number c with |x| <= c * gauge(u) and |y| <= c * gauge(u) for u = (x, y).
-double half_width(const gauge& g) {
-  if (g.kind() != gauge::shape::polyhedral) return 1;
-  double most = 0;
-  for (const xy& v : g.vertices()) most = std::max({most, std::fabs(v.x), std::fabs(v.y)});
-  return most;
-}
-
 struct proof_prices {
   std::vector<double> of_site;  // at most the distance from the nearest existing facility
   std::vector<linked_sites> links;
@@ -51,17 +34,12 @@ struct proof_prices {
 class price_walk {
  public:
   price_walk(const allocation_problem& p, const proof_prices& prices, double least)
-      : sites_(p.single(), {p.sites()[0].x, p.sites()[0].y}),
+      : tangents_(p.single(), {p.sites()[0].x, p.sites()[0].y}),
         prices_(prices.of_site),
         links_(prices.links),
         bit_of_(prices_.size()),
         link_of_(prices_.size(), nullptr),
         least_(least) {
-    for (std::uint32_t i = 0; i < prices_.size(); ++i) {
-      const interval_pair away = sites_.offset(i, {interval(0), interval(0)});
-      position_.push_back({{-away.x.high, -away.y.high},
-                           above(std::max(away.x.high - away.x.low, away.y.high - away.y.low))});
-    }
     for (const linked_sites& l : links_) {
       for (std::size_t k = 0; k < l.sites.size(); ++k) {
         link_of_[l.sites[k]] = &l;
@@ -77,7 +55,7 @@ class price_walk {
   void run(const rectangle& where) {
     rectangle all{INFINITY, -INFINITY, INFINITY, -INFINITY};
     for (const std::uint32_t i : open_) {
-      const auto& [at, width] = position_[i];
+      const auto& [at, width] = tangents_.position_of(i);
       const double reach =
           prices_[i] / problem().sites()[i].weight * half_width(problem().gauge_of(i)) * kOutwards +
           width;
@@ -90,7 +68,7 @@ class price_walk {
   }
 
  private:
-  const planloc::problem& problem() const { return sites_.owner(); }
+  const planloc::problem& problem() const { return tangents_.sites().owner(); }
 
   // Rounded outwards.
   rectangle relative(const rectangle& r) const {
@@ -102,12 +80,6 @@ class price_walk {
   static rectangle common(const rectangle& a, const rectangle& b) {
     return {std::max(a.left, b.left), std::min(a.right, b.right), std::max(a.low, b.low),
             std::min(a.high, b.high)};
-  }
-
-  // In doubles, for what is nowhere part of the proof.
-  double distance(std::uint32_t i, const xy& at) const {
-    const xy& from = position_[i].at;
-    return problem().sites()[i].weight * problem().gauge_of(i)({at.x - from.x, at.y - from.y});
   }
 
   // The open sites from `begin` on are those that can gain in the rectangle.
@@ -129,18 +101,18 @@ class price_walk {
   // middle; what comes out is concave and least at a corner. All terms have one sign, so their sum
   // is off by as many roundings as there are terms at most.
   double bound(const rectangle& r, std::size_t begin, std::size_t end) {
-    const xy middle{r.left + (r.right - r.left) / 2, r.low + (r.high - r.low) / 2};
-    corner_values sum{};
+    const xy middle = r.middle();
+    rectangle_values sum{};
     double at_middle = 0;
     std::vector<priced_term> terms;
     for (std::size_t k = begin; k < end;) {
       terms.clear();
       for (const std::size_t last = end_of_link(k, end); k < last; ++k) {
         const std::uint32_t i = open_[k];
-        const corner_values gain = gains(i, r, middle);
+        const rectangle_values gain = gains(i, r, middle);
         if (*std::min_element(gain.begin(), gain.end()) >= 0) continue;
         open_.push_back(i);
-        terms.push_back({i, gain, distance(i, middle) - prices_[i]});
+        terms.push_back({i, gain, tangents_.near_distance(i, middle) - prices_[i]});
       }
       add_least(terms, sum, at_middle);
     }
@@ -151,7 +123,7 @@ class price_walk {
 
   struct priced_term {
     std::uint32_t site;
-    corner_values gain;
+    rectangle_values gain;
     double at_middle;
   };
 
@@ -164,12 +136,12 @@ class price_walk {
   }
 
   // Adds what the best sets of sites of one link add to the priced sum, from below.
-  void add_least(const std::vector<priced_term>& terms, corner_values& sum,
+  void add_least(const std::vector<priced_term>& terms, rectangle_values& sum,
                  double& at_middle) const {
-    corner_values least{};
+    rectangle_values least{};
     double least_at_middle = 0;
     for (std::size_t k = 1; k < std::size_t{1} << terms.size(); ++k) {
-      corner_values value{};
+      rectangle_values value{};
       double size = 0;
       double middle = 0;
       std::size_t set = 0;
@@ -268,7 +240,8 @@ class price_walk {
   bool gains_everywhere(std::uint32_t i, const rectangle& r) const {
     for (const double x : {r.left, r.right}) {
       for (const double y : {r.low, r.high}) {
-        if (!(sites_.distance(i, {interval(x), interval(y)}).high <= prices_[i])) return false;
+        if (!(tangents_.sites().distance(i, {interval(x), interval(y)}).high <= prices_[i]))
+          return false;
       }
     }
     return true;
@@ -280,18 +253,17 @@ class price_walk {
   bool sum_reaches(const rectangle& r, const choice& c) const {
     const std::vector<std::uint32_t>& chosen = c.sites;
     const double needed = c.paid == 0 ? least_ : above(least_ - c.paid);
-    std::vector<corner_values> tangents{
-        tangent(r, {r.left + (r.right - r.left) / 2, r.low + (r.high - r.low) / 2}, chosen)};
+    std::vector<rectangle_values> tangents{tangent(r, r.middle(), chosen)};
     for (const double x : {r.left, r.right}) {
       for (const double y : {r.low, r.high}) tangents.push_back(tangent(r, {x, y}, chosen));
     }
     if (std::max(r.right - r.left, r.high - r.low) <= tiny_) {
       for (const std::uint32_t i : chosen)
-        if (beside(r, i)) tangents.push_back(tangent(r, position_[i].at, chosen, i));
+        if (beside(r, i)) tangents.push_back(tangent(r, tangents_.position_of(i).at, chosen, i));
     }
-    corner_values mixture = tangents[0];
+    rectangle_values mixture = tangents[0];
     for (int pass = 0; pass < kMixtures; ++pass) {
-      for (const corner_values& t : tangents) {
+      for (const rectangle_values& t : tangents) {
         mixture = best_mixture(mixture, t);
         if (least_of(mixture) >= needed) return true;
       }
@@ -299,25 +271,9 @@ class price_walk {
     return false;
   }
 
-  static double least_of(const corner_values& v) { return *std::min_element(v.begin(), v.end()); }
-
-  static corner_values best_mixture(const corner_values& a, const corner_values& b) {
-    corner_values best = a;
-    for (std::size_t k = 0; k < 4; ++k) {
-      for (std::size_t l = 0; l < k; ++l) {
-        const double apart = (a[k] - a[l]) - (b[k] - b[l]);
-        const double share = apart == 0 ? 1 : std::clamp((a[k] - a[l]) / apart, 0.0, 1.0);
-        corner_values mixed;
-        for (std::size_t c = 0; c < 4; ++c) mixed[c] = (1 - share) * a[c] + share * b[c];
-        if (least_of(mixed) > least_of(best)) best = mixed;
-      }
-    }
-    return least_of(b) > least_of(best) ? b : best;
-  }
-
   // Whether a site is at most four sides away.
   bool beside(const rectangle& r, std::uint32_t i) const {
-    const auto& [at, width] = position_[i];
+    const auto& [at, width] = tangents_.position_of(i);
     const double x = 4 * (r.right - r.left) + width;
     const double y = 4 * (r.high - r.low) + width;
     return r.left - x <= at.x && at.x <= r.right + x && r.low - y <= at.y && at.y <= r.high + y;
@@ -327,15 +283,15 @@ class price_walk {
 
   // The sum's tangent from a place, at the corners, rounded down; of the site that is there, if one
   // is named, the tangent 0.
-  corner_values tangent(const rectangle& r, const xy& from,
-                        const std::vector<std::uint32_t>& chosen,
-                        std::uint32_t there = kNone) const {
-    corner_values sum{};
-    corner_values size{};
+  rectangle_values tangent(const rectangle& r, const xy& from,
+                           const std::vector<std::uint32_t>& chosen,
+                           std::uint32_t there = kNone) const {
+    rectangle_values sum{};
+    rectangle_values size{};
     for (const std::uint32_t i : chosen) {
       const double price = prices_[i];
-      const corner_values gain =
-          i == there ? corner_values{-price, -price, -price, -price} : gains(i, r, from);
+      const rectangle_values gain =
+          i == there ? rectangle_values{-price, -price, -price, -price} : gains(i, r, from);
       for (std::size_t c = 0; c < 4; ++c) {
         sum[c] += gain[c];
         size[c] += std::fabs(gain[c]);
@@ -346,34 +302,14 @@ class price_walk {
     return sum;
   }
 
-  // The tangent less the price at the corners, rounded down. Each product and difference is within
-  // a unit in its last place, and the slope within its interval.
-  corner_values gains(std::uint32_t i, const rectangle& r, const xy& middle) const {
-    const interval_pair slope = sites_.slope(i, middle);
-    const auto& [at, width] = position_[i];
-    const std::array<double, 2> dx{r.left - at.x, r.right - at.x};
-    const std::array<double, 2> dy{r.low - at.y, r.high - at.y};
-    const double away_x = std::max(std::fabs(dx[0]), std::fabs(dx[1])) + width;
-    const double away_y = std::max(std::fabs(dy[0]), std::fabs(dy[1])) + width;
-    const double size = std::fabs(slope.x.low) * away_x + std::fabs(slope.y.low) * away_y;
-    const double loss = (slope.x.high - slope.x.low) * away_x +
-                        (slope.y.high - slope.y.low) * away_y +
-                        (std::fabs(slope.x.low) + std::fabs(slope.y.low)) * width +
-                        4 * kRounding * (size + prices_[i]);
-    corner_values gain;
-    for (std::size_t c = 0; c < 4; ++c) {
-      gain[c] = slope.x.low * dx[c & 1] + slope.y.low * dy[c >> 1] - prices_[i] - loss;
-    }
+  // The tangent less the price at the corners, rounded down.
+  rectangle_values gains(std::uint32_t i, const rectangle& r, const xy& touches) const {
+    rectangle_values gain = tangents_.at_corners(i, r, touches, prices_[i]).value;
+    for (double& g : gain) g -= prices_[i];
     return gain;
   }
 
-  struct position {
-    xy at;  // of a site, less by at most `width` in each coordinate
-    double width;
-  };
-
-  verified_sites sites_;
-  std::vector<position> position_;
+  corner_tangents tangents_;
   const std::vector<double>& prices_;
   const std::vector<linked_sites>& links_;
   std::vector<std::size_t> bit_of_;           // of each site: in the sets of its link
