@@ -16,7 +16,7 @@ namespace {
 // for ever.
 constexpr std::size_t kMostLines = 1000;
 constexpr std::size_t kSteps = 100000;
-constexpr std::size_t kStepsATriangle = 1000;
+constexpr std::size_t kStepsATriangle = 4000;
 
 straight_line line(const mpq_class& a, const mpq_class& b, const mpq_class& c) {
   const mpq_class lead = sgn(a) != 0 ? a : b;
