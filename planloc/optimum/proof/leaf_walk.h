@@ -57,6 +57,10 @@ inline interval least_product(const interval& weight, const interval& tangent,
   return weight * interval(tangent.low, value.high);
 }
 
+inline double least_of(const std::array<interval, 3>& a) {
+  return std::min({a[0].low, a[1].low, a[2].low});
+}
+
 // Walks the triangles of a certificate and sees to it that f is nowhere less than `least`.
 class leaf_walk {
  public:
@@ -124,6 +128,7 @@ class leaf_walk {
   }
   // How far the corners of a triangle are on the side of a line where places count.
   using side_values = std::array<mpq_class, 3>;
+  // ----- leaf_bounds.cpp -----
   bool bound_proves(const triangle_state& t, rows& planes, const side_values* part = nullptr) const;
   // A lower bound of the least value of the largest of the planes: that of one of their mixtures.
   static double least_of_planes(const rows& r) { return best_mixture(r).least; }
