@@ -342,6 +342,17 @@ TEST(General, MixedAndLevelFarAway) {
   }
 }
 
+// Far away along a diagonal one distance is surely the largest, by little.
+TEST(General, GrowthThatHardlyDiffers) {
+  const problem p({{0, 0}, {2, 2, 1, 1}, {3, 2, 2, 1}}, {gauge::lp(1.0001), gauge::lp(300)},
+                  order_weights({1, 1, -1}));
+  minimise_options options;
+  options.cells = 20000;
+  const solution s = minimise(p, options);
+  EXPECT_GT(s.lower_bound, -6);
+  EXPECT_EQ(verify(p, s).reason, "");
+}
+
 // The narrowest ring that holds all points: its middle has two of them on each circle, or three on
 // one, so it is a crossing of two bisectors, unless strips between parallel lines are narrower.
 struct narrowest {

@@ -20,6 +20,14 @@ interval derivative(const gauge& g, const interval& x, const interval& y) {
           at(x.high, x.high >= 0 ? m.low : m.high).high};
 }
 
+// A norm grows with the magnitude of either coordinate: more narrow than its value of intervals.
+interval norm_on(const gauge& g, const interval_pair& u) {
+  const interval x = magnitude(u.x);
+  const interval y = magnitude(u.y);
+  return {gauge_value(g, {interval(x.low), interval(y.low)}).low,
+          gauge_value(g, {interval(x.high), interval(y.high)}).high};
+}
+
 }  // namespace
 
 far_places::far_places(const problem& p, const fraction_pair& base, const mpq_class& reach)
@@ -87,7 +95,8 @@ interval far_places::excess(std::size_t i, const far_part& b) const {
 double far_places::least(const far_part& b) {
   const interval_pair y = directions(b);
   for (alike_sites& k : order_.kinds()) {
-    k.growth = gauge_value(problem_.gauges()[k.gauge], y);
+    const gauge& g = problem_.gauges()[k.gauge];
+    k.growth = g.kind() == gauge::shape::polyhedral ? gauge_value(g, y) : norm_on(g, y);
     k.lower.clear();
     k.higher.clear();
     for (const std::uint32_t i : k.sites) {
@@ -113,8 +122,7 @@ namespace {
 interval bend(const gauge& g, const interval_pair& u) {
   const interval x = magnitude(u.x);
   const interval y = magnitude(u.y);
-  const interval norm{gauge_value(g, {interval(x.low), interval(y.low)}).low,
-                      gauge_value(g, {interval(x.high), interval(y.high)}).high};
+  const interval norm = norm_on(g, u);
   if (!(norm.low > 0)) return {-kInfinite, kInfinite};
   const interval of_norm = interval(1) / (norm * square(norm));
   if (g.kind() == gauge::shape::euclidean) return of_norm;
