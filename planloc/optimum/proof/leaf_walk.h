@@ -81,7 +81,7 @@ class leaf_walk {
 
  private:
   static constexpr std::size_t kPoints = 4;
-  static constexpr int kMostHalvings = 12;
+  static constexpr int kMostHalvings = 20;
   // Sites that are not linear or not decided, for crossings in place of a bound.
   static constexpr std::size_t kMostOpen = 32;
   // Where the places of the tangents move to from the corners, and by what part of the way.
