@@ -36,8 +36,9 @@ xy place_in(const skewed_axes& axes, const fraction_pair& of) {
 
 bool within(const branch_certificate& c, const fraction_pair& at) {
   const fraction_pair of = coordinates(c.axes, at);
-  return abs(of.x - c.half * branch_certificate::kShiftX) <= c.half &&
-         abs(of.y - c.half * branch_certificate::kShiftY) <= c.half;
+  const mpq_class half(c.half);
+  return abs(of.x - half * branch_certificate::kShiftX) <= half &&
+         abs(of.y - half * branch_certificate::kShiftY) <= half;
 }
 
 // ----- Outside of the square -----
