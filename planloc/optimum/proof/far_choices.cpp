@@ -27,17 +27,21 @@ void far_choices::give_out(std::size_t group, std::size_t rank, const members& l
   if (left.empty()) return take_group(group + 1, rank);
   std::size_t run = 1;
   while (run < left.size() && lambda_[rank + run] == lambda_[rank]) ++run;
+  std::vector<double> low, high;
+  for (const member& m : left) {
+    low.push_back(excess_[m.site].on_part.low);
+    high.push_back(excess_[m.site].on_part.high);
+  }
+  std::sort(low.begin(), low.end());
+  std::sort(high.begin(), high.end());
   members undecided, later;
   std::size_t missing = run;
   for (const member& m : left) {
-    std::size_t surely_nearer = 0;
-    std::size_t surely_farther = 0;
-    for (const member& other : left) {
-      const interval& a = excess_[m.site].on_part;
-      const interval& b = excess_[other.site].on_part;
-      if (b.high < a.low) ++surely_nearer;
-      if (b.low > a.high) ++surely_farther;
-    }
+    const interval& e = excess_[m.site].on_part;
+    const auto surely_nearer =
+        static_cast<std::size_t>(std::lower_bound(high.begin(), high.end(), e.low) - high.begin());
+    const auto surely_farther =
+        static_cast<std::size_t>(low.end() - std::upper_bound(low.begin(), low.end(), e.high));
     if (surely_nearer >= run) {
       later.push_back(m);
     } else if (surely_farther >= left.size() - run) {

@@ -57,13 +57,10 @@ far_order::far_order(const problem& p) : lambda_(listed_weights(p)) {
     all[{p.sites()[i].gauge, p.sites()[i].weight}].push_back(i);
   for (auto& [name, sites] : all) {
     order_.push_back(kinds_.size());
+    std::map<std::pair<double, double>, std::uint32_t> first_at;
     std::vector<std::uint32_t> names;
-    for (const std::uint32_t i : sites) {
-      const auto at_one_place = [&](std::uint32_t j) {
-        return p.sites()[i].x == p.sites()[j].x && p.sites()[i].y == p.sites()[j].y;
-      };
-      names.push_back(*std::find_if(sites.begin(), sites.end(), at_one_place));
-    }
+    for (const std::uint32_t i : sites)
+      names.push_back(first_at.try_emplace({p.sites()[i].x, p.sites()[i].y}, i).first->second);
     kinds_.push_back({name.first, name.second, std::move(sites), std::move(names), {}, {}, {}});
   }
   const auto compare = [&](bool weighted) {
