@@ -290,7 +290,12 @@ void allocator::bound(const detail::allocation_ground& ground) {
     result_.lower_bound.reset();
   }
   detail::bound_below(ground, result_, options_.relative_gap * result_.value, expired_now, tell);
-  if (paired && !(result_.lower_bound > paired->lower_bound)) result_ = std::move(*paired);
+  if (!paired || result_.lower_bound > paired->lower_bound) return;
+  result_.lower_bound = std::min(*paired->lower_bound, result_.value);
+  result_.pairs = std::move(paired->pairs);
+  result_.prices.clear();
+  result_.triples.clear();
+  result_.cases.clear();
 }
 
 }  // namespace
