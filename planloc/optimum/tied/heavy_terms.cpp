@@ -85,18 +85,24 @@ class light_terms {
   xy at_site(std::uint32_t i) const { return {problem_.sites()[i].x, problem_.sites()[i].y}; }
 
   void collect() {
-    const auto add = [this](std::uint32_t first, std::uint32_t second, std::uint32_t source,
-                            std::uint32_t gauge, double weight) {
-      const planloc::gauge& g = problem_.gauges()[gauge];
-      double reach = 0;
-      double steepest = 0;
+    struct range {
+      double reach = 0, steepest = 0;
+    };
+    std::vector<range> ranges;  // by gauge
+    for (const gauge& g : problem_.gauges()) {
+      range& r = ranges.emplace_back();
       for (std::uint32_t e = 0; e < g.vertices().size(); ++e) {
         const xy& v = g.vertices()[e];
         const xy n = to_nearest(normal_of(g, e));
-        reach = std::max(reach, std::hypot(v.x, v.y));
-        steepest = std::max(steepest, std::hypot(n.x, n.y));
+        r.reach = std::max(r.reach, std::hypot(v.x, v.y));
+        r.steepest = std::max(r.steepest, std::hypot(n.x, n.y));
       }
-      terms_.push_back({first, second, source, gauge, weight, weight / reach, weight * steepest});
+    }
+    const auto add = [&](std::uint32_t first, std::uint32_t second, std::uint32_t source,
+                         std::uint32_t gauge, double weight) {
+      const range& r = ranges[gauge];
+      terms_.push_back(
+          {first, second, source, gauge, weight, weight / r.reach, weight * r.steepest});
     };
     for (const std::uint32_t j : part_.facilities) {
       for (std::uint32_t i = 0; i < problem_.sites().size(); ++i) {
