@@ -285,7 +285,7 @@ void allocator::bound(const detail::allocation_ground& ground) {
     const bool proved = verify(problem_, result_).accepted;
     const bool enough = result_.gap() <= options_.relative_gap * result_.value;
     if (proved && (enough || expired())) return;
-    if (proved) paired = result_;
+    if (proved && result_.lower_bound) paired = result_;
     result_.pairs.reset();
     result_.lower_bound.reset();
   }
