@@ -1,12 +1,12 @@
 #include "planloc/optimum/general/far_sum.h"
 
-#include "planloc/optimum/general/far_orders.h"
-
 #include <algorithm>
 #include <cmath>
 #include <limits>
 #include <numeric>
 #include <span>
+
+#include "planloc/optimum/general/far_orders.h"
 
 namespace planloc::detail {
 

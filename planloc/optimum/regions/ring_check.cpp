@@ -82,8 +82,8 @@ class simple_check {
     return {low, high};
   }
 
-  // Of a side and a row: where along the row the
-  // side can be. Relative to the low ends of both extents.
+  // Of a side and a row: where along the row the side can be. Relative to the low ends of both
+  // extents.
   extent extent_in_row(std::size_t i, std::size_t r, const rows& in) const {
     const xy& a = corner_[i];
     const xy& b = next(i);

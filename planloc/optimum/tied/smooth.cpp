@@ -26,12 +26,12 @@ constexpr double kSameSlope = 1e-7;
 constexpr double kSameSlopeNearAxes = 1e-13;
 // Offsets from here on tell the slope to some units in the last place.
 constexpr double kNear = 0.1;
-// A fall of the sum by a smaller share is lost in its roundings.
 // Balls of large powers are nearly squares, which leave Newton's method nothing to go by until it
 // is near, so powers grow to what they are.
 constexpr double kFirstPower = 8;
 constexpr double kMostPower = 1e9;  // beyond them balls are squares for all that doubles tell
 constexpr double kPowerThatMagnifies = 100;  // roundings of an offset, in its slope
+// A fall of the sum by a smaller share is lost in its roundings.
 constexpr double kSumCanTell = 1e-13;
 constexpr int kMendings = 3;
 constexpr double kNothingLeft = 1e-16;
