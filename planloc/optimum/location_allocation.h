@@ -52,9 +52,9 @@ class allocation_problem {
 };
 
 enum class allocation_status : std::uint8_t {
-  optimal,  // proved: the value is 0, no new facility is asked for, the one new facility, without
-            // existing ones, is at the optimum (solution.h), or that of two new facilities, with a
-            // lower bound, has a gap of at most 5e-10 of the value
+  optimal,  // proved: the value is 0; or no new facility is asked for; or there is one, without
+            // existing ones, at the optimum (solution.h); or there are two, a lower bound was asked
+            // for, and the gap is at most 5e-10 of the value
   within_gap,  // proved: value - lower_bound <= relative_gap * value
   searched,    // all starts were made; the bound was not asked for or is further away
   stopped      // the time or the stop token ended the search: this is the best until then

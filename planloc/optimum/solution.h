@@ -88,9 +88,9 @@ struct skewed_axes {
 
 // Problems that need not be convex: a square that holds an optimum, halved into triangles until
 // each of them holds nothing better. All of it is meant in the coordinates of `axes`, by which the
-// square is as thin as the unit balls are. The two triangles are the halves along the diagonal of
-// direction
-// (-1, 1); a triangle is halved from the right angle to the middle of the longest side. So the
+// square is as thin as the unit balls are.
+// The two triangles are the halves along the diagonal of direction (-1, 1); a triangle is halved
+// from the right angle to the middle of the longest side. So the
 // reasons alone, in the order of a walk that visits a triangle before its halves, stand for all
 // triangles, and they cover the square whatever the reasons are.
 //
