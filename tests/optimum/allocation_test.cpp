@@ -194,6 +194,33 @@ TEST(LocationAllocation, PlacesOfFewBits) {
   expect_proved(far, of_far);
 }
 
+TEST(LocationAllocation, ThinBalls) {
+  const auto thin = [](const xy& along) {
+    const xy across{-along.y * 1e-6, along.x * 1e-6};
+    return gauge::polyhedral({along, across, {-along.x, -along.y}, {-across.x, -across.y}});
+  };
+  std::vector<site> sites;
+  instance_source source(8);
+  for (int i = 0; i < 12; ++i) sites.push_back({source.uniform(0, 100), source.uniform(0, 100)});
+  for (const std::vector<gauge>& gauges :
+       {std::vector{thin({1, 0})}, {thin({1, 0}), thin({0, 1}), gauge::euclidean()}}) {
+    for (std::size_t i = 0; i < sites.size(); ++i)
+      sites[i].gauge = static_cast<std::uint32_t>(i % gauges.size());
+    const allocation_problem p(sites, gauges, 3);
+    const allocation a = allocate(p, {.starts = 4, .shakes = 20, .lower_bound = true});
+    EXPECT_EQ(a.status, allocation_status::within_gap);
+    const double least = least_over_partitions(p);
+    EXPECT_LE(a.value * (1 - 1e-4), least);
+    EXPECT_LE(*a.lower_bound, least * (1 + 1e-14));
+    expect_proved(p, a);
+  }
+  // Askew, the search for a bound gives up.
+  for (site& s : sites) s.gauge = 0;
+  const allocation_problem askew(sites, {thin({0.8, 0.6})}, 3);
+  EXPECT_EQ(allocate(askew, {.starts = 4, .shakes = 20, .lower_bound = true}).status,
+            allocation_status::searched);
+}
+
 // So many that prices move in groups: without them the bound is a third below the value.
 TEST(LocationAllocation, ManySites) {
   instance_source source(12);

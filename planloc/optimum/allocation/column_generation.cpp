@@ -140,7 +140,10 @@ bool column_generation::search(
     const std::optional<double> found = search_.run(
         prices, cells_[c].where, known.empty() ? 0 : known[c], tolerance(gap, sum), task_.expired);
     task_.answer.counters.cells += search_.cells() - before;
-    if (!found) return false;
+    if (!found) {
+      task_.given_up = true;
+      return false;
+    }
     least[c] = *found;
     if (!met) continue;
     const std::vector<price_search::met> places(search_.places().begin(), search_.places().end());

@@ -23,6 +23,7 @@ struct bound_task {
   double goal;         // the gap that is small enough
   const std::function<bool()>& expired;
   const std::function<void(double)>& told;
+  bool& given_up;  // a search for a least price did not end; `expired` from then on
 };
 
 // So many of the new facilities lie in a rectangle.

@@ -26,7 +26,8 @@ constexpr std::size_t kRoundsOfCase = 100;
 class case_tree {
  public:
   explicit case_tree(const bound_task& task)
-      : task_(task), of_case_{task.ground, task.answer, task.goal, task.expired, silent_} {}
+      : task_(task), of_case_{task.ground,  task.answer, task.goal,
+                              task.expired, silent_,     task.given_up} {}
 
   void run() {
     cases_.push_back({.cells = {{price_cell(), task_.answer.points.size()}}});
@@ -189,7 +190,9 @@ class case_tree {
 
 void bound_below(const allocation_ground& ground, allocation& a, double goal,
                  const std::function<bool()>& expired, const std::function<void(double)>& told) {
-  case_tree({ground, a, goal, expired, told}).run();
+  bool given_up = false;
+  const std::function<bool()> ended = [&] { return given_up || expired(); };
+  case_tree({ground, a, goal, ended, told, given_up}).run();
 }
 
 }  // namespace planloc::detail

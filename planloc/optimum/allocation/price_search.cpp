@@ -16,7 +16,11 @@ namespace {
 // Of the region, along its sides: so many that the parts are nearly squares.
 constexpr int kParts = 32;
 constexpr int kLeastParts = 8;
-constexpr int kMostDepth = 60;  // of halvings: where doubles end
+constexpr double kSmallest = 0x1p-65;  // of the region: where doubles end
+constexpr double kSteeper = 3;         // tangents along one side than along the other
+// Rectangles of one search: balls that are thin and stand askew take as many as there may be.
+constexpr std::size_t kMostCells = std::size_t{1} << 20;
+constexpr std::size_t kMostCellsASite = 1024;
 constexpr std::size_t kCellsToAsk = 512;
 constexpr std::size_t kMostOpen = 2;      // sites of no knot whose sums are minimised one by one
 constexpr std::size_t kMostChoices = 16;  // with those of knots
@@ -90,10 +94,12 @@ std::optional<double> price_search::run(const site_prices& prices, const price_c
   tolerance_ = tolerance;
   expired_ = &expired;
   ended_ = false;
+  most_cells_ = cells_ + kMostCells + kMostCellsASite * table_.size();
   const std::optional<rectangle> all = region();
   if (!all) return 0;
   const std::size_t end = stack_.size();
   const double longer = std::max({all->half.x, all->half.y, kTiny});
+  smallest_ = kSmallest * longer;
   const double shorter = std::clamp(std::min(all->half.x, all->half.y), longer / kParts, longer);
   const double part = std::min(longer / kParts, shorter / kLeastParts);
   const int columns = std::max(1, static_cast<int>(std::lround(all->half.x / part)));
@@ -105,7 +111,7 @@ std::optional<double> price_search::run(const site_prices& prices, const price_c
     for (int j = 0; j < rows && !ended_; ++j) {
       met best{{0, 0}, 0};
       here_ = &best;
-      visit({{first.x + 2 * i * half.x, first.y + 2 * j * half.y}, outwards}, 0, end, 0);
+      visit({{first.x + 2 * i * half.x, first.y + 2 * j * half.y}, outwards}, 0, end);
       if (best.value < 0) places_.push_back(best);
     }
   }
@@ -119,16 +125,18 @@ void price_search::meet(const xy& at, double value) {
 }
 
 // With the tangent at the centre in place of the distance; none if that is nowhere below the price.
-std::optional<price_search::five> price_search::gain_in(priced_site& s,
-                                                        const rectangle& cell) const {
+std::optional<price_search::five> price_search::gain_in(priced_site& s, const rectangle& cell,
+                                                        xy& rise) const {
   const distance_table::linear_piece piece = piece_of(table_, s.slot, cell.centre);
   const double gain = piece.distance - s.price;
   const double by_x = piece.slope.x * cell.half.x;
   const double by_y = piece.slope.y * cell.half.y;
   if (gain - std::fabs(by_x) - std::fabs(by_y) >= 0) return std::nullopt;
-  const double rise =
+  rise.x += std::fabs(by_x);
+  rise.y += std::fabs(by_y);
+  const double most =
       table_.weight[s.slot] * widest_[table_.block_of[s.slot]] * std::max(cell.half.x, cell.half.y);
-  s.open = s.open && gain + rise > 0;
+  s.open = s.open && gain + most > 0;
   return five{gain, gain + by_x + by_y, gain + by_x - by_y, gain - by_x + by_y, gain - by_x - by_y};
 }
 
@@ -165,13 +173,14 @@ price_search::view price_search::look(const rectangle& cell, std::size_t begin, 
   ++cells_;
   five sum{};
   std::size_t open = 0;
+  xy rise{0, 0};
   std::size_t k = begin;
   while (k < end && stack_[k].knot != kLoose) {
     const std::size_t first = stack_.size();
     terms_.clear();
     for (const std::size_t last = end_of_knot(k, end); k < last; ++k) {
       priced_site s = stack_[k];
-      const std::optional<five> term = gain_in(s, cell);
+      const std::optional<five> term = gain_in(s, cell, rise);
       if (!term) continue;
       terms_.push_back(*term);
       stack_.push_back(s);
@@ -182,34 +191,46 @@ price_search::view price_search::look(const rectangle& cell, std::size_t begin, 
   }
   for (; k < end; ++k) {
     priced_site s = stack_[k];
-    const std::optional<five> term = gain_in(s, cell);
+    const std::optional<five> term = gain_in(s, cell, rise);
     if (!term) continue;
     for (std::size_t c = 0; c < sum.size(); ++c) sum[c] += std::min(0.0, (*term)[c]);
     open += s.open ? 1 : 0;
     stack_.push_back(s);
   }
-  return {*std::min_element(sum.begin() + 1, sum.end()), sum[0], open};
+  return {*std::min_element(sum.begin() + 1, sum.end()), sum[0], open, rise};
 }
 
-void price_search::visit(const rectangle& cell, std::size_t begin, std::size_t end, int depth) {
-  if (cells_ % kCellsToAsk == 0 && (*expired_)()) ended_ = true;
+bool price_search::is_smallest(const rectangle& cell) const {
+  return std::max(cell.half.x, cell.half.y) <= smallest_;
+}
+
+void price_search::visit(const rectangle& cell, std::size_t begin, std::size_t end) {
+  if (cells_ % kCellsToAsk == 0 && (cells_ > most_cells_ || (*expired_)())) ended_ = true;
   if (ended_) return;
   const std::size_t top = stack_.size();
   const view v = look(cell, begin, end);
   meet(cell.centre, v.at_centre);
-  if (v.bound >= least_ - tolerance_ || depth == kMostDepth) {
+  if (v.bound >= least_ - tolerance_ || is_smallest(cell)) {
     bound_ = std::min(bound_, v.bound);
   } else if (v.open > kMostOpen || !close(cell, top)) {
-    divide(cell, top, depth);
+    divide(cell, v.rise, top);
   }
   stack_.resize(top);
 }
 
-void price_search::divide(const rectangle& cell, std::size_t begin, int depth) {
+// In four; in two where one side makes most of the difference.
+void price_search::divide(const rectangle& cell, const xy& rise, std::size_t begin) {
   const std::size_t end = stack_.size();
-  const xy h{cell.half.x / 2, cell.half.y / 2};
-  for (const auto& [x, y] : {std::pair(-h.x, -h.y), {-h.x, h.y}, {h.x, -h.y}, {h.x, h.y}}) {
-    visit({{cell.centre.x + x, cell.centre.y + y}, h}, begin, end, depth + 1);
+  const bool by_x = !(rise.y > kSteeper * rise.x && cell.half.y > smallest_);
+  const bool by_y = !(rise.x > kSteeper * rise.y && cell.half.x > smallest_);
+  const xy part{by_x ? cell.half.x / 2 : cell.half.x, by_y ? cell.half.y / 2 : cell.half.y};
+  const xy away{cell.half.x - part.x, cell.half.y - part.y};
+  for (const double x : {-away.x, away.x}) {
+    for (const double y : {-away.y, away.y}) {
+      visit({{cell.centre.x + x, cell.centre.y + y}, part}, begin, end);
+      if (!by_y) break;
+    }
+    if (!by_x) break;
   }
 }
 

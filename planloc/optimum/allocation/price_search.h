@@ -35,8 +35,8 @@ class price_search {
   explicit price_search(const distance_table& table);
 
   // A bound below the least value in a cell, within twice the tolerance of it, and half of it away
-  // from what could only just be shown; none if `expired` ended the search. `known` is a value that
-  // is taken somewhere in it.
+  // from what could only just be shown; none if `expired` ended the search, or it took far more
+  // cells than it should. `known` is a value that is taken somewhere in it.
   std::optional<double> run(const site_prices& prices, const price_cell& where, double known,
                             double tolerance, const std::function<bool()>& expired);
 
@@ -72,15 +72,17 @@ class price_search {
     double bound;
     double at_centre;
     std::size_t open;  // sites of no knot
+    xy rise;           // how far tangents rise together along each half side
   };
 
   double widest(const gauge_block& b) const;
   std::optional<rectangle> region();
   void gather(const site_prices& prices);
-  void divide(const rectangle& cell, std::size_t begin, int depth);
-  void visit(const rectangle& cell, std::size_t begin, std::size_t end, int depth);
+  void divide(const rectangle& cell, const xy& rise, std::size_t begin);
+  void visit(const rectangle& cell, std::size_t begin, std::size_t end);
+  bool is_smallest(const rectangle& cell) const;
   view look(const rectangle& cell, std::size_t begin, std::size_t end);
-  std::optional<five> gain_in(priced_site& s, const rectangle& cell) const;
+  std::optional<five> gain_in(priced_site& s, const rectangle& cell, xy& rise) const;
   std::size_t end_of_knot(std::size_t begin, std::size_t end) const;
   five least_of_knot(std::size_t begin);
   std::vector<choice> choices_of_knot(std::size_t begin, std::size_t end) const;
@@ -102,9 +104,11 @@ class price_search {
   double least_ = 0;
   double bound_ = 0;
   double tolerance_ = 0;
+  double smallest_ = 0;  // half side that is halved
   bool ended_ = false;
   const std::function<bool()>* expired_ = nullptr;
   std::size_t cells_ = 0;
+  std::size_t most_cells_ = 0;
 };
 
 }  // namespace planloc::detail

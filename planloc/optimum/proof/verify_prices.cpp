@@ -16,6 +16,7 @@ namespace planloc::detail {
 namespace {
 
 constexpr int kMostDepth = 100;
+constexpr double kSteeper = 3;  // tangents along one side than along the other
 constexpr double kRounding = 0x1p-50;
 constexpr double kOutwards = 1 + 0x1p-40;
 
@@ -85,22 +86,32 @@ class price_walk {
   // The open sites from `begin` on are those that can gain in the rectangle.
   void visit(const rectangle& r, std::size_t begin, int depth) {
     const std::size_t end = open_.size();
-    if (!(bound(r, begin, end) >= least_) && !sums_reach(r, end)) {
+    xy rise{0, 0};
+    if (!(bound(r, begin, end, rise) >= least_) && !sums_reach(r, end)) {
       if (depth == kMostDepth) refuse("the prices do not prove the lower bound");
-      const double x = r.left + (r.right - r.left) / 2;
-      const double y = r.low + (r.high - r.low) / 2;
-      visit({r.left, x, r.low, y}, end, depth + 1);
-      visit({x, r.right, r.low, y}, end, depth + 1);
-      visit({r.left, x, y, r.high}, end, depth + 1);
-      visit({x, r.right, y, r.high}, end, depth + 1);
+      divide(r, rise, end, depth);
     }
     open_.resize(end);
   }
 
+  // In four; in two where one side makes most of the difference.
+  void divide(const rectangle& r, const xy& rise, std::size_t begin, int depth) {
+    const bool by_x = !(rise.y > kSteeper * rise.x);
+    const bool by_y = !(rise.x > kSteeper * rise.y);
+    const xy middle = r.middle();
+    const double x = by_x ? middle.x : r.right;
+    const double y = by_y ? middle.y : r.high;
+    visit({r.left, x, r.low, y}, begin, depth + 1);
+    if (by_x) visit({x, r.right, r.low, y}, begin, depth + 1);
+    if (by_y) visit({r.left, x, y, r.high}, begin, depth + 1);
+    if (by_x && by_y) visit({x, r.right, y, r.high}, begin, depth + 1);
+  }
+
   // Below the priced sum on the rectangle: each distance is replaced by a tangent from near the
   // middle; what comes out is concave and least at a corner. All terms have one sign, so their sum
-  // is off by as many roundings as there are terms at most.
-  double bound(const rectangle& r, std::size_t begin, std::size_t end) {
+  // is off by as many roundings as there are terms at most. Tells how far the tangents rise
+  // together along each side.
+  double bound(const rectangle& r, std::size_t begin, std::size_t end, xy& rise) {
     const xy middle = r.middle();
     rectangle_values sum{};
     double at_middle = 0;
@@ -111,6 +122,8 @@ class price_walk {
         const std::uint32_t i = open_[k];
         const rectangle_values gain = gains(i, r, middle);
         if (*std::min_element(gain.begin(), gain.end()) >= 0) continue;
+        rise.x += std::fabs(gain[1] - gain[0]);
+        rise.y += std::fabs(gain[2] - gain[0]);
         open_.push_back(i);
         terms.push_back({i, gain, tangents_.near_distance(i, middle) - prices_[i]});
       }
