@@ -172,6 +172,20 @@ TEST(LocationAllocation, CasesCloseTheGap) {
   }
 }
 
+// Where all prices move as far, the master's simplex method stands still for most of the time.
+TEST(LocationAllocation, WeightsOverThreeOrders) {
+  instance_source source(4);
+  std::vector<site> sites;
+  for (int i = 0; i < 200; ++i)
+    sites.push_back({source.uniform(0, 1000), source.uniform(0, 1000),
+                     std::pow(10, source.uniform(-1.5, 1.5))});
+  const allocation_problem p(sites, {gauge::euclidean()}, 10);
+  const allocation a = allocate(p, {.starts = 2, .shakes = 10, .lower_bound = true});
+  EXPECT_EQ(a.status, allocation_status::within_gap);
+  EXPECT_LT(a.counters.prices, 130U);
+  expect_proved(p, a);
+}
+
 // Where doubles have few bits left for a place: around a heavy site, and for a cut between sites.
 TEST(LocationAllocation, PlacesOfFewBits) {
   const allocation_problem heavy({{3.8872107858788445e30, 2.3895874773892688e30, 0.00494},

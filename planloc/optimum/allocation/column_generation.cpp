@@ -212,7 +212,7 @@ void column_generation::make_master(std::size_t groups, std::vector<priced_tripl
   std::vector<std::size_t> counts;
   for (const peopled_cell& c : cells_) counts.push_back(c.count);
   master_.emplace(std::move(counts),
-                  groups == 0 ? price_groups::of_one(most_)
+                  groups == 0 ? price_groups::of_one(ground_.table.weight, most_)
                               : price_groups::near_each_other(
                                     ground_.table, {prices.begin(), prices.end()}, most_, groups),
                   std::move(triples));

@@ -34,14 +34,21 @@ void halve(const distance_table& table, slots s, std::size_t first, std::size_t 
   halve(table, s.subspan(middle), first + left, count - left, of);
 }
 
+// So that all of them make up `sum`.
+std::vector<double> relative(std::vector<double> weight, std::size_t sum) {
+  const double all = std::accumulate(weight.begin(), weight.end(), 0.0);
+  for (double& w : weight) w *= static_cast<double>(sum) / all;
+  return weight;
+}
+
 }  // namespace
 
-price_groups price_groups::of_one(std::vector<double> most) {
+price_groups price_groups::of_one(std::span<const double> weight, std::vector<double> most) {
   price_groups g;
   g.of.resize(most.size());
   std::iota(g.of.begin(), g.of.end(), 0U);
   g.share.assign(most.size(), 1);
-  g.size.assign(most.size(), 1);
+  g.size = relative({weight.begin(), weight.end()}, most.size());
   g.base.assign(most.size(), 0);
   g.least.assign(most.size(), 0);
   g.most = std::move(most);
@@ -56,18 +63,17 @@ price_groups price_groups::near_each_other(const distance_table& table, std::vec
   std::iota(order.begin(), order.end(), 0U);
   halve(table, order, 0, count, g.of);
   std::vector<double> weight(count, 0);
-  g.size.assign(count, 0);
   for (std::size_t i = 0; i < base.size(); ++i) {
     weight[g.of[i]] += table.weight[i];
-    ++g.size[g.of[i]];
   }
   g.least.assign(count, -kInfinity);
   g.most.assign(count, kInfinity);
-  for (std::size_t i = 0; i < base.size(); ++i) {
-    g.share.push_back(table.weight[i] / weight[g.of[i]]);
-    g.most[g.of[i]] = std::min(g.most[g.of[i]], (most[i] - base[i]) / g.share[i]);
-  }
   g.base = std::move(base);
+  for (std::size_t i = 0; i < g.base.size(); ++i) {
+    g.share.push_back(table.weight[i] / weight[g.of[i]]);
+    g.most[g.of[i]] = std::min(g.most[g.of[i]], (most[i] - g.base[i]) / g.share[i]);
+  }
+  g.size = relative(std::move(weight), g.base.size());
   return g;
 }
 

@@ -16,11 +16,12 @@ namespace planloc::detail {
 struct price_groups {
   std::vector<std::uint32_t> of;    // by slot
   std::vector<double> share, base;  // by slot; the shares of a group add up to 1
-  std::vector<double> size;         // by group: of how many slots
+  // By group: of how many slots of average weight. Prices of heavier ones move further.
+  std::vector<double> size;
   std::vector<double> least, most;  // by group: a price beyond these says nothing new
 
   // `most` is what no price of a slot exceeds.
-  static price_groups of_one(std::vector<double> most);
+  static price_groups of_one(std::span<const double> weight, std::vector<double> most);
   // At most `count` groups by halving the plane at medians; the price of 0 leaves all as in `base`.
   static price_groups near_each_other(const distance_table& table, std::vector<double> base,
                                       std::span<const double> most, std::size_t count);
