@@ -7,20 +7,38 @@
 
 namespace planloc::detail {
 
+namespace {
+
+constexpr double kInwards = 1 - 1e-12;  // far more than the roundings of a distance
+
+// gauge((x, y)) is at least this times |x| and |y|.
+double at_least_of(const gauge& g) {
+  if (g.kind() != gauge::shape::polyhedral) return kInwards;
+  double reach = 0;
+  for (const xy& v : g.vertices()) reach = std::max({reach, std::fabs(v.x), std::fabs(v.y)});
+  return kInwards / reach;
+}
+
+}  // namespace
+
 void assign(const allocation_problem& p, allocation& a) {
   const problem& single = p.single();
+  std::vector<double> at_least;
+  for (const gauge& g : single.gauges()) at_least.push_back(at_least_of(g));
   a.assignment.assign(p.sites().size(), 0);
   long double sum = 0;
   for (std::size_t i = 0; i < a.assignment.size(); ++i) {
+    const site& s = p.sites()[i];
+    const double slope = s.weight * at_least[s.gauge];
     double least = std::numeric_limits<double>::infinity();
     std::uint32_t number = 0;
     const auto serve = [&](const xy& at) {
+      const std::uint32_t own = number++;
+      if (slope * std::max(std::fabs(at.x - s.x), std::fabs(at.y - s.y)) >= least) return;
       const double d = single.distance(i, at);
-      if (d < least) {
-        least = d;
-        a.assignment[i] = number;
-      }
-      ++number;
+      if (!(d < least)) return;
+      least = d;
+      a.assignment[i] = own;
     };
     for (const xy& at : a.points) serve(at);
     for (const xy& at : p.existing()) serve(at);
@@ -66,6 +84,7 @@ xy best_place(const allocation_problem& p, const allocation& a, std::uint32_t fa
 
 void alternate_to_optima(const allocation_problem& p, allocation& a,
                          const std::function<bool()>& expired) {
+  std::sort(a.points.begin(), a.points.end(), lexicographic);
   assign(p, a);
   // The facilities whose sites changed.
   std::vector<char> open(a.points.size(), 1);
@@ -89,6 +108,7 @@ void alternate_to_optima(const allocation_problem& p, allocation& a,
     a.assignment = std::move(next.assignment);
     a.value = next.value;
   }
+  if (std::is_sorted(a.points.begin(), a.points.end(), lexicographic)) return;
   std::sort(a.points.begin(), a.points.end(), lexicographic);
   assign(p, a);
 }

@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "planloc/optimum/location_allocation.h"
+#include "planloc/optimum/proof/corner_tangents.h"
 #include "planloc/optimum/proof/verify_leaves.h"
 #include "planloc/optimum/proof/verify_pairs.h"
 #include "planloc/optimum/proof/verify_prices.h"
@@ -17,6 +18,7 @@ using detail::refuse;
 
 // Relative: what the roundings of a distance, and of a sum of them in extended precision, can do.
 constexpr double kRounding = 0x1p-44;
+constexpr double kOutwards = 1 + 0x1p-40;  // far more than a few roundings
 
 class allocation_checker {
  public:
@@ -24,6 +26,7 @@ class allocation_checker {
       : problem_(p), answer_(a), sites_(p.single(), {0, 0}) {
     facilities_ = a.points;
     facilities_.insert(facilities_.end(), p.existing().begin(), p.existing().end());
+    for (const gauge& g : p.single().gauges()) reach_.push_back(detail::half_width(g) * kOutwards);
   }
 
   allocation_check run() const {
@@ -64,12 +67,19 @@ class allocation_checker {
     return sites_.distance(site, {interval(from.x), interval(from.y)});
   }
 
+  // Below the distance, in the time that it takes to pass a facility over.
+  double at_least(std::size_t i, const xy& from) const {
+    const auto& s = problem_.sites()[i];
+    return s.weight * std::max(std::fabs(from.x - s.x), std::fabs(from.y - s.y)) / reach_[s.gauge];
+  }
+
   interval value_of_points() const {
     interval sum(0);
     for (std::size_t i = 0; i < answer_.assignment.size(); ++i) {
       const interval own = distance(i, facilities_[answer_.assignment[i]]);
       interval least = own;
       for (const xy& f : facilities_) {
+        if (at_least(i, f) >= least.high) continue;
         const interval d = distance(i, f);
         least = {std::min(least.low, d.low), std::min(least.high, d.high)};
       }
@@ -128,6 +138,7 @@ class allocation_checker {
   const allocation& answer_;
   detail::verified_sites sites_;
   std::vector<xy> facilities_;
+  std::vector<double> reach_;  // of each gauge: |x|, |y| <= reach * gauge((x, y))
 };
 
 }  // namespace
