@@ -49,6 +49,10 @@ price_search::price_search(const distance_table& table) : table_(table) {
   }
 }
 
+double price_search::radius_of(std::uint32_t slot, double price) const {
+  return price / table_.weight[slot] * reach_[table_.block_of[slot]] * kOutwards;
+}
+
 void price_search::gather(const site_prices& prices) {
   prices_ = &prices;
   stack_.clear();
@@ -57,11 +61,14 @@ void price_search::gather(const site_prices& prices) {
     const std::vector<std::uint32_t>& slots = prices.knots()[k].slots;
     for (std::size_t j = 0; j < slots.size(); ++j) {
       tied[slots[j]] = 1;
-      if (prices[slots[j]] > 0) stack_.push_back({slots[j], prices[slots[j]], true, k, 1U << j});
+      const std::uint32_t i = slots[j];
+      if (prices[i] > 0)
+        stack_.push_back({i, prices[i], radius_of(i, prices[i]), true, k, 1U << j});
     }
   }
   for (std::uint32_t i = 0; i < prices.size(); ++i) {
-    if (prices[i] > 0 && tied[i] == 0) stack_.push_back({i, prices[i], true, kLoose, 0});
+    if (prices[i] > 0 && tied[i] == 0)
+      stack_.push_back({i, prices[i], radius_of(i, prices[i]), true, kLoose, 0});
   }
 }
 
@@ -69,9 +76,8 @@ void price_search::gather(const site_prices& prices) {
 std::optional<price_search::rectangle> price_search::region() {
   std::optional<xy_box> box;
   for (const priced_site& s : stack_) {
-    const double r = s.price / table_.weight[s.slot] * reach_[table_.block_of[s.slot]];
-    const xy low{table_.x[s.slot] - r, table_.y[s.slot] - r};
-    const xy high{table_.x[s.slot] + r, table_.y[s.slot] + r};
+    const xy low{table_.x[s.slot] - s.radius, table_.y[s.slot] - s.radius};
+    const xy high{table_.x[s.slot] + s.radius, table_.y[s.slot] + s.radius};
     if (!box) box.emplace(low, high);
     box->extend(low);
     box->extend(high);
@@ -127,6 +133,9 @@ void price_search::meet(const xy& at, double value) {
 // With the tangent at the centre in place of the distance; none if that is nowhere below the price.
 std::optional<price_search::five> price_search::gain_in(priced_site& s, const rectangle& cell,
                                                         xy& rise) const {
+  if (std::fabs(cell.centre.x - table_.x[s.slot]) > s.radius + cell.half.x ||
+      std::fabs(cell.centre.y - table_.y[s.slot]) > s.radius + cell.half.y)
+    return std::nullopt;
   const distance_table::linear_piece piece = piece_of(table_, s.slot, cell.centre);
   const double gain = piece.distance - s.price;
   const double by_x = piece.slope.x * cell.half.x;

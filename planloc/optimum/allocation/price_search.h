@@ -52,6 +52,7 @@ class price_search {
   struct priced_site {
     std::uint32_t slot;
     double price;
+    double radius;       // in the maximum norm: it gains nowhere beyond
     bool open;           // whether it gains in a part of the cell only, or may do so
     std::uint32_t knot;  // kLoose: none
     std::uint32_t bit;   // in the sets of the knot
@@ -76,6 +77,7 @@ class price_search {
   };
 
   double widest(const gauge_block& b) const;
+  double radius_of(std::uint32_t slot, double price) const;
   std::optional<rectangle> region();
   void gather(const site_prices& prices);
   void divide(const rectangle& cell, const xy& rise, std::size_t begin);
