@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <functional>
+#include <limits>
 #include <new>
 
 #include "planloc/engine/error_reporter.h"
@@ -18,8 +19,14 @@ constexpr std::size_t kFirstBlockWords = 1000;
 // more than all blocks of a model up to that size, and gives the rest back to the system.
 constexpr std::size_t kGrowth = 4;
 constexpr std::size_t kLargestStepWords = kFirstBlockWords << 10;
+constexpr std::size_t kMostBytes = std::numeric_limits<std::ptrdiff_t>::max();
 
 void report_heap(const char* what) { ilc_reporter().error(kIlcHeapError, "IlcHeap", what); }
+
+[[noreturn]] void end_without_memory() {
+  ilc_reporter().error(kIlcNoMemory, "Solver", "no more memory");
+  std::abort();
+}
 
 }  // namespace
 
@@ -72,8 +79,7 @@ IlcHeap::Block* IlcHeap::addBlock(std::size_t words) {
   try {
     block = static_cast<Block*>(detail::take_heap_block(sizeof(Block) + words * kWordSize));
   } catch (const std::bad_alloc&) {
-    ilc_reporter().error(kIlcNoMemory, "Solver", "no more memory");
-    std::abort();
+    end_without_memory();
   }
   Block* last = current_;
   while (last && last->next) last = last->next;
@@ -94,6 +100,7 @@ void* IlcHeap::allocateInNextBlock(std::size_t size) {
     report_heap("stacking a full stack");
     std::abort();
   }
+  if (size > kMostBytes) end_without_memory();
   std::size_t words = current_->words;
   Block* next = current_->next;
   for (; next && next->size() < size; next = next->next) words = next->words;

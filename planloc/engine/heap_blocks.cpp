@@ -1,5 +1,6 @@
 #include "planloc/engine/heap_blocks.h"
 
+#include <limits>
 #include <new>
 
 #include <sys/mman.h>
@@ -17,6 +18,7 @@ void* take_heap_block(std::size_t bytes) {
   if (!is_large(bytes)) return ::operator new(bytes);
   // To the end of the last page: the system makes no huge page of one that is partly advised.
   const auto page = static_cast<std::size_t>(kHugePage);
+  if (bytes > std::numeric_limits<std::size_t>::max() - page) throw std::bad_alloc();
   const std::size_t size = (bytes + page - 1) / page * page;
   void* const memory = ::operator new(size, kHugePage);
 #ifdef MADV_HUGEPAGE

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <map>
 #include <new>
 #include <random>
@@ -12,6 +13,7 @@
 #include <vector>
 
 #include "engine_fixture.h"
+#include "planloc/engine/heap_blocks.h"
 
 namespace planloc {
 namespace {
@@ -65,6 +67,15 @@ TEST(HeapDeathTest, MisuseIsReported) {
   EXPECT_EXIT(heap.reset(4), kAborted, "non null index for empty stack");
   heap.activate();
   EXPECT_EXIT(heap.reset(4), kAborted, "unstacking an empty stack");
+}
+
+TEST(HeapDeathTest, SizesThatNoMemoryHasAreReported) {
+  IlcHeap heap;
+  heap.activate();
+  const std::size_t most = std::numeric_limits<std::size_t>::max();
+  for (const std::size_t bytes : {most - 8, most - 40, most / 2 + 1})
+    EXPECT_EXIT(heap.allocate(bytes), kAborted, "no more memory") << bytes;
+  EXPECT_THROW(detail::take_heap_block(most), std::bad_alloc);
 }
 
 TEST_F(EngineTest, AResetOfTheHeapForgetsItsExpressions) {
