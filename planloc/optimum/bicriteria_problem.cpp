@@ -59,6 +59,7 @@ bool bicriteria_problem::plain_sums() const {
 }
 
 problem bicriteria_problem::criterion(std::size_t k) const {
+  if (k > 1) throw bad_problem("there is no criterion " + std::to_string(k) + ": 0 or 1");
   std::vector<site> known;
   for (std::size_t i = 0; i < sites_.size(); ++i) {
     const bicriteria_site& s = sites_[i];

@@ -43,7 +43,7 @@ class bicriteria_problem {
   // Whether all order weights of both criteria are 1.
   bool plain_sums() const;
 
-  // A criterion alone, on the sites that it knows: those with a weight in it, in their order. The
+  // Criterion 0 or 1 alone, on the sites that it knows: those with a weight in it, in order. The
   // others have the distance 0, so they take the first order weights. Throws if there is none.
   problem criterion(std::size_t k) const;
 
