@@ -42,22 +42,27 @@ double corner_tangents::near_distance(std::uint32_t site, const xy& at) const {
   return p.sites()[site].weight * p.gauge_of(site)({at.x - from.x, at.y - from.y});
 }
 
-// Each product and sum is within a unit in its last place, and the slope within its interval.
+// With u = 2^-53, `about` the sum of the sizes of the value's two products and `spread` what the
+// widths of slope and position may cost: dx, dy, the products and their sum are off by 3 u `about`,
+// `spread` by 7 u of itself, and taking the loss, then a number of size `size`, off rounds twice by
+// u (about + spread + size). All this is less than the 32 u that are taken off, with what is of
+// second order.
 corner_tangents::tangent corner_tangents::at_corners(std::uint32_t site, const rectangle& r,
                                                      const xy& touches, double size) const {
-  constexpr double kRounding = 0x1p-50;
+  constexpr double kRoundings = 0x1p-48;
   const interval_pair slope = sites_.slope(site, touches);
   const auto& [at, width] = position_[site];
   const std::array<double, 2> dx{r.left - at.x, r.right - at.x};
   const std::array<double, 2> dy{r.low - at.y, r.high - at.y};
   const double away_x = std::max(std::fabs(dx[0]), std::fabs(dx[1])) + width;
   const double away_y = std::max(std::fabs(dy[0]), std::fabs(dy[1])) + width;
+  const double about = std::fabs(slope.x.low) * away_x + std::fabs(slope.y.low) * away_y;
+  const double spread = (slope.x.high - slope.x.low) * away_x +
+                        (slope.y.high - slope.y.low) * away_y +
+                        (std::fabs(slope.x.low) + std::fabs(slope.y.low)) * width;
+  const double loss = spread + kRoundings * (about + spread + size);
   tangent t;
-  t.magnitude = std::fabs(slope.x.low) * away_x + std::fabs(slope.y.low) * away_y;
-  const double loss = (slope.x.high - slope.x.low) * away_x +
-                      (slope.y.high - slope.y.low) * away_y +
-                      (std::fabs(slope.x.low) + std::fabs(slope.y.low)) * width +
-                      4 * kRounding * (t.magnitude + size);
+  t.magnitude = about + loss;
   for (std::size_t c = 0; c < 4; ++c)
     t.value[c] = slope.x.low * dx[c & 1] + slope.y.low * dy[c >> 1] - loss;
   return t;

@@ -47,10 +47,7 @@ efficient_places::efficient_places(const bicriteria_problem& p)
     std::vector<fraction_pair>& normals = normals_.emplace_back();
     std::vector<xy>& rounded = rounded_normals_.emplace_back();
     for (std::size_t j = 0; j < v.size(); ++j) {
-      const fraction_pair a = to_fractions(v[j]);
-      const fraction_pair b = to_fractions(v[(j + 1) % v.size()]);
-      const mpq_class area = cross(a, b);
-      normals.push_back({(b.y - a.y) / area, (a.x - b.x) / area});
+      normals.push_back(exact_edge_normal(g, j));
       rounded.push_back({normals.back().x.get_d(), normals.back().y.get_d()});
     }
     sums_.emplace_back(v.size());

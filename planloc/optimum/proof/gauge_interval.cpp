@@ -84,10 +84,6 @@ interval with_sign(const interval& size, const interval& sign) {
   return {-size.high, size.high};
 }
 
-}  // namespace
-
-namespace {
-
 double cross(const xy& a, const xy& b) { return a.x * b.y - a.y * b.x; }
 
 // The edge in whose cone u seems to lie; roundings may show a neighbour.

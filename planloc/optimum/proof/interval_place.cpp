@@ -1,8 +1,9 @@
 #include "planloc/optimum/proof/interval_place.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <utility>
+
+#include "planloc/optimum/proof/split_at_jumps.h"
 
 namespace planloc::detail {
 
@@ -27,20 +28,6 @@ interval difference(double base, double site, const interval& offset) {
 }
 
 constexpr std::size_t kFewRuns = 8;
-
-// No number of a run is above one of the next run.
-void split_at_jumps(std::vector<double>& values, std::span<const order_run> runs) {
-  if (runs.size() > kFewRuns) {
-    std::sort(values.begin(), values.end());
-    return;
-  }
-  auto end = values.end();
-  for (std::size_t r = runs.size(); r-- > 1;) {
-    const auto jump = end - static_cast<std::ptrdiff_t>(runs[r].count);
-    std::nth_element(values.begin(), jump, end);
-    end = jump;
-  }
-}
 
 }  // namespace
 

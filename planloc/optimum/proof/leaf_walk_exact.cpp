@@ -23,10 +23,6 @@ straight_line line(const mpq_class& a, const mpq_class& b, const mpq_class& c) {
   return {a / lead, b / lead, c / lead};
 }
 
-}  // namespace
-
-namespace {
-
 bool has_both_sides(const corners& t, const straight_line& l) {
   bool less = false;
   bool more = false;
@@ -130,8 +126,8 @@ std::set<straight_line> leaf_walk::lines_on(const triangle_state& t) {
     return sides == 3 || sides == -3;
   };
   for (const seen_site& d : t.decided) add_rays(d.site);
-  std::vector<std::vector<edge_plane>>
-      all;  // by site, of those that are one to the problem the first
+  // By site, of those that are one to the problem the first.
+  std::vector<std::vector<edge_plane>> all;
   for (const seen_site& seen : t.undecided) {
     if (std::any_of(all.begin(), all.end(), [&](const auto& other) {
           return same_term(sites_.owner(), other[0].site, seen.site);

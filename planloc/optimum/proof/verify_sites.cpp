@@ -7,6 +7,7 @@
 #include <tuple>
 #include <utility>
 
+#include "planloc/optimum/proof/split_at_jumps.h"
 #include "planloc/optimum/proof/verify_leaves.h"
 
 namespace planloc::detail {
@@ -16,20 +17,15 @@ verified_sites::verified_sites(const problem& p, const xy& base) : problem_(p), 
     position_.push_back(
         {around(mpq_class(s.x) - mpq_class(base.x)), around(mpq_class(s.y) - mpq_class(base.y))});
   }
-  for (const gauge& g : p.gauges()) {
-    const std::span<const xy> v = g.vertices();
-    std::vector<fraction_pair>& exact = exact_normals_.emplace_back();
+  exact_normals_ = edge_normals(p.gauges());
+  for (const std::vector<fraction_pair>& exact : exact_normals_) {
     std::vector<interval_pair>& rounded = normals_.emplace_back();
-    for (std::size_t j = 0; j < v.size(); ++j) {
-      const mpq_class ax(v[j].x), ay(v[j].y);
-      const mpq_class bx(v[(j + 1) % v.size()].x), by(v[(j + 1) % v.size()].y);
-      const mpq_class area = ax * by - ay * bx;
-      exact.push_back({(by - ay) / area, (ax - bx) / area});
-      rounded.push_back({around(exact.back().x), around(exact.back().y)});
-    }
     double largest = 0;
-    for (const interval_pair& n : rounded)
-      largest = std::max({largest, magnitude(n.x).high, magnitude(n.y).high});
+    for (const fraction_pair& n : exact) {
+      rounded.push_back({around(n.x), around(n.y)});
+      largest =
+          std::max({largest, magnitude(rounded.back().x).high, magnitude(rounded.back().y).high});
+    }
     largest_normal_.push_back(largest);
   }
 }
@@ -194,7 +190,6 @@ affine_function fraction_loads::sum() const {
 
 namespace {
 
-constexpr std::size_t kJumpsToSplit = 12;
 // Of the exact distances that are kept while distances are compared.
 constexpr std::size_t kMostKept = 1024;
 
@@ -253,16 +248,7 @@ void add_in_order(const verified_sites& sites, std::span<const std::uint32_t> wh
     order.push_back({i, static_cast<std::uint32_t>(e), distance});
   }
   nearer_at nearer(sites, at);
-  if (runs.size() > kJumpsToSplit) {
-    std::sort(order.begin(), order.end(), std::ref(nearer));
-  } else {
-    auto end = order.end();
-    for (std::size_t r = runs.size(); r-- > 1;) {
-      const auto jump = end - static_cast<std::ptrdiff_t>(runs[r].count);
-      std::nth_element(order.begin(), jump, end, std::ref(nearer));
-      end = jump;
-    }
-  }
+  split_at_jumps(order, runs, std::ref(nearer));
   std::size_t k = 0;
   for (const order_run& r : runs) {
     for (const std::size_t end = k + r.count; k < end; ++k)

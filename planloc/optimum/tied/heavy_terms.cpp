@@ -76,8 +76,8 @@ class light_terms {
     const tied_solution light = solve_rest(options);
     if (light.status != solution_status::optimal) return {};
     place(light, s);
-    std::optional<double> value = add_light_terms(light, s);
-    if (value && !balance(s)) return {};
+    const double value = add_light_terms(light, s);
+    if (!balance(s)) return {};
     return value;
   }
 
@@ -251,7 +251,7 @@ class light_terms {
     s.proof.ties[t.source] = detail::slope_of(slope.x, slope.y);
   }
 
-  std::optional<double> add_light_terms(const tied_solution& light, tied_solution& s) {
+  double add_light_terms(const tied_solution& light, tied_solution& s) {
     mpq_class value;
     for (std::size_t k = heavy_; k < terms_.size(); ++k) {
       const whole_term& t = terms_[k];
