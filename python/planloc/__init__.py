@@ -15,6 +15,7 @@ its weight. What is minimised are the sorted distances, each times its order wei
 from __future__ import annotations
 
 from planloc import gauge, order
+from planloc._core import __version__ as __version__
 from planloc.batches import Drawn, Scenarios, drawn, scenarios
 from planloc.found import Verification
 from planloc.problem import Problem

@@ -3,6 +3,8 @@ from collections.abc import Callable, Sequence
 import numpy as np
 import numpy.typing as npt
 
+__version__: str
+
 _Doubles = npt.NDArray[np.float64]
 _Numbers = npt.NDArray[np.uint32]
 

@@ -201,6 +201,11 @@ class Problem:
                 self.forbid, self.frame)  # fmt: skip
 
     def __setstate__(self, state: tuple[Any, ...]) -> None:
+        if not isinstance(state, tuple) or len(state) != 8:
+            raise ValueError(
+                "a Problem was pickled by a version of planloc that "
+                f"{_core.__version__} cannot read"
+            )
         self._set(*state)
 
     def __repr__(self) -> str:

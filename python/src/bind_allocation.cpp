@@ -1,6 +1,7 @@
 // Several facilities, each site served by its nearest.
 #include <pybind11/stl.h>
 
+#include <iterator>
 #include <limits>
 #include <optional>
 #include <string>
@@ -9,6 +10,7 @@
 
 #include "python/src/bindings.h"
 #include "python/src/interruptible.h"
+#include "python/src/pickled.h"
 
 namespace planloc::python {
 namespace {
@@ -120,18 +122,22 @@ py::tuple state_of(const allocation& a) {
                         state_of_pairs(a.pairs));
 }
 
-allocation allocation_from(const py::tuple& t) {
+// Without the last fields: as it was when prices of sites, or of triples too, were the only proof.
+allocation allocation_from(const py::tuple& state) {
+  const py::tuple t = fields_of(state, "an Allocation", {7, 9, 10});
   allocation a;
-  a.status = static_cast<allocation_status>(t[0].cast<int>());
+  a.status = static_cast<allocation_status>(status_from(t[0], "an Allocation", std::size(kStatus)));
   a.points = places_from(t[1].cast<double_array>());
   a.assignment = t[2].cast<std::vector<std::uint32_t>>();
   a.value = t[3].cast<double>();
   a.lower_bound = t[4].cast<std::optional<double>>();
   if (!t[5].is_none()) a.one_facility = t[5].cast<solution>();
   a.prices = t[6].cast<std::vector<double>>();
-  a.triples = triples_from(t[7]);
-  a.cases = cases_from(t[8].cast<py::list>());
-  a.pairs = pairs_from(t[9]);
+  if (t.size() > 7) {
+    a.triples = triples_from(t[7]);
+    a.cases = cases_from(t[8].cast<py::list>());
+  }
+  if (t.size() > 9) a.pairs = pairs_from(t[9]);
   return a;
 }
 

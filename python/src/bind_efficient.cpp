@@ -1,11 +1,13 @@
 // Places that no other beats in both of two criteria.
 #include <pybind11/stl.h>
 
+#include <iterator>
 #include <limits>
 #include <utility>
 
 #include "python/src/bindings.h"
 #include "python/src/interruptible.h"
+#include "python/src/pickled.h"
 
 namespace planloc::python {
 namespace {
@@ -59,9 +61,11 @@ py::tuple state_of(const efficient_chain& c) {
   return py::make_tuple(static_cast<int>(c.status), pieces, curve);
 }
 
-efficient_chain chain_from(const py::tuple& t) {
+efficient_chain chain_from(const py::tuple& from) {
+  const py::tuple t = fields_of(from, "an EfficientChain", {3});
   efficient_chain c;
-  c.status = static_cast<efficient_status>(t[0].cast<int>());
+  c.status =
+      static_cast<efficient_status>(status_from(t[0], "an EfficientChain", std::size(kStatus)));
   for (const py::handle state : t[1]) {
     const auto p = state.cast<py::tuple>();
     efficient_piece piece;
@@ -94,9 +98,11 @@ py::tuple state_of(const efficient_polyline& l) {
                         place_state(l.base));
 }
 
-efficient_polyline polyline_from(const py::tuple& t) {
+efficient_polyline polyline_from(const py::tuple& from) {
+  const py::tuple t = fields_of(from, "an EfficientPolyline", {6});
   efficient_polyline l;
-  l.status = static_cast<polyline_status>(t[0].cast<int>());
+  l.status = static_cast<polyline_status>(
+      status_from(t[0], "an EfficientPolyline", std::size(kPolylineStatus)));
   for (const py::handle state : t[1]) {
     const auto p = state.cast<py::tuple>();
     l.points.push_back({place_from(p[0]), p[1].cast<double>(), p[2].cast<double>()});

@@ -2,12 +2,14 @@
 #include <pybind11/stl.h>
 
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <string>
 #include <utility>
 
 #include "python/src/bindings.h"
 #include "python/src/interruptible.h"
+#include "python/src/pickled.h"
 
 namespace planloc::python {
 namespace {
@@ -47,8 +49,10 @@ py::tuple state_of(const solution& s) {
                         s.counters.seconds);
 }
 
-solution solution_from(const py::tuple& t) {
-  solution s{.status = static_cast<solution_status>(t[0].cast<int>()),
+solution solution_from(const py::tuple& state) {
+  const py::tuple t = fields_of(state, "a Solution", {13});
+  const int status = status_from(t[0], "a Solution", std::size(kStatus));
+  solution s{.status = static_cast<solution_status>(status),
              .point = {t[1].cast<double>(), t[2].cast<double>()},
              .value = t[3].cast<double>(),
              .lower_bound = t[4].cast<double>(),

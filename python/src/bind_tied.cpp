@@ -1,11 +1,13 @@
 // Several facilities that exchange goods.
 #include <pybind11/stl.h>
 
+#include <iterator>
 #include <limits>
 #include <utility>
 
 #include "python/src/bindings.h"
 #include "python/src/interruptible.h"
+#include "python/src/pickled.h"
 
 namespace planloc::python {
 namespace {
@@ -71,9 +73,10 @@ py::tuple state_of(const tied_solution& s) {
                         s.lower_bound, s.proof.edge, bends, ties);
 }
 
-tied_solution solution_from(const py::tuple& t) {
+tied_solution solution_from(const py::tuple& from) {
+  const py::tuple t = fields_of(from, "a TiedSolution", {8});
   tied_solution s;
-  s.status = static_cast<solution_status>(t[0].cast<int>());
+  s.status = static_cast<solution_status>(status_from(t[0], "a TiedSolution", std::size(kStatus)));
   s.points = places_from(t[1].cast<double_array>());
   for (const py::handle at : t[2]) {
     auto [x, y] = at.cast<std::pair<std::string, std::string>>();

@@ -1,9 +1,11 @@
 #include <pybind11/stl.h>
 
 #include <string>
+#include <utility>
 #include <variant>
 
 #include "python/src/bindings.h"
+#include "python/src/pickled.h"
 
 namespace planloc::python {
 namespace {
@@ -27,6 +29,19 @@ std::vector<reason> reasons_from(const py::handle& state) {
   std::vector<reason> reasons;
   for (const char c : state.cast<std::string>()) reasons.push_back(static_cast<reason>(c));
   return reasons;
+}
+
+// Without the last fields: as it was when all searches had the axes of the plane and none went to
+// infinity.
+branch_certificate branch_from(const py::tuple& fields) {
+  branch_certificate c{.base = place_from(fields[1]),
+                       .half = fields[2].cast<double>(),
+                       .axes = {},
+                       .outside = reasons_from(fields[3]),
+                       .to_infinity = fields.size() > 5 && fields[5].cast<bool>(),
+                       .cells = reasons_from(fields[4])};
+  if (fields.size() == 8) c.axes = {place_from(fields[6]), place_from(fields[7])};
+  return c;
 }
 
 struct to_state {
@@ -85,26 +100,20 @@ py::object certificate_state(const certificate& proof) { return std::visit(to_st
 
 certificate certificate_from(const py::object& state) {
   if (state.is_none()) return {};
-  const auto fields = state.cast<py::tuple>();
-  const auto kind = fields[0].cast<std::string>();
-  if (kind == "direction") return direction_certificate{place_from(fields[1])};
-  if (kind == "branch") {
-    return branch_certificate{.base = place_from(fields[1]),
-                              .half = fields[2].cast<double>(),
-                              .axes = {place_from(fields[6]), place_from(fields[7])},
-                              .outside = reasons_from(fields[3]),
-                              .to_infinity = fields[5].cast<bool>(),
-                              .cells = reasons_from(fields[4])};
-  }
+  const auto of_any_kind = state.cast<py::tuple>();
+  const auto kind = of_any_kind[0].cast<std::string>();
+  const std::string name = "a " + kind + " certificate";
+  if (kind == "branch") return branch_from(fields_of(state, name, {5, 6, 8}));
+  if (kind == "direction") return direction_certificate{place_from(fields_of(state, name, {2})[1])};
+  const bool boundary = kind == "boundary";
+  const py::tuple fields = fields_of(state, name, {boundary ? 5U : 3U});
   convex_certificate c{.pieces = {}, .base = place_from(fields[1])};
   for (const py::handle piece : fields[2]) c.pieces.push_back(piece_from(piece));
-  if (kind == "boundary") {
-    return boundary_certificate{
-        .outside = {fields[3].cast<std::string>(), fields[4].cast<std::string>()},
-        .pieces = std::move(c.pieces),
-        .base = c.base};
-  }
-  return c;
+  if (!boundary) return c;
+  return boundary_certificate{
+      .outside = {fields[3].cast<std::string>(), fields[4].cast<std::string>()},
+      .pieces = std::move(c.pieces),
+      .base = c.base};
 }
 
 }  // namespace planloc::python

@@ -5,6 +5,7 @@
 
 PYBIND11_MODULE(_core, m) {
   m.doc() = "The compiled half of planloc.";
+  m.attr("__version__") = PLANLOC_VERSION;
   // A bad problem is a bad value: the text is the library's.
   planloc::python::py::register_exception_translator([](std::exception_ptr p) {
     try {

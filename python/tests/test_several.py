@@ -67,6 +67,48 @@ def test_a_bound_by_triples_cases_or_pairs_outlives_a_pickle(count, bend, new, g
     assert again.verify() and repr(again.solution.__getstate__()[part]) == repr(priced)
 
 
+def loaded(solution, state):
+    again = type(solution).__new__(type(solution))
+    again.__setstate__(state)
+    return again
+
+
+def test_pickles_without_the_last_fields_are_still_proved():
+    search = planloc.solve(SITES, gauge="octagon", objective="trimmed:1,1")
+    state = search.solution.__getstate__()
+    for fields in (5, 6):
+        earlier = (*state[:9], state[9][:fields], *state[10:])
+        assert planloc.Answer(search.problem, loaded(search.solution, earlier)).verify().gap == 0
+    found = planloc.depots(SITES, new=3, gauge="l1", bound=True, gap=1e-3)
+    earlier = loaded(found.solution, found.solution.__getstate__()[:7])
+    assert planloc.Depots(found.problem, found.existing, earlier).verify()
+
+
+@pytest.mark.parametrize("make", [
+    lambda: planloc.solve(SITES), lambda: planloc.solve(SITES, objective="range"),
+    lambda: planloc.solve(SITES, order_weights=[-1] * 7), lambda: planloc.depots(SITES, new=2),
+    lambda: planloc.solve(SITES, forbid=[(0, 0), (1, 0), (1, 1), (0, 1)]),
+    lambda: planloc.compare(SITES, weights=np.ones((2, 7)), gauge="l1"),
+    lambda: planloc.compare(SITES, weights=np.ones((2, 7))),
+    lambda: planloc.tied(SITES, share=np.ones((2, 7)), flow=np.ones((2, 2))),
+])  # fmt: skip
+def test_pickles_that_this_version_cannot_read_name_it(make):
+    solution = make().solution
+    state = solution.__getstate__()
+    text = f"was pickled by a version of planloc that {planloc.__version__} cannot read: "
+    more = [i for i, field in enumerate(state) if isinstance(field, tuple) and isinstance(field[0], str)]
+    spoiled = [(*state, 1), (99, *state[1:]), (-1, *state[1:])]
+    spoiled += [(*state[:i], (*state[i], 1), *state[i + 1 :]) for i in more]
+    for other in spoiled:
+        with pytest.raises(ValueError, match=text + "it"):
+            loaded(solution, other)
+
+
+def test_a_problem_of_a_version_that_had_no_regions_is_refused():
+    with pytest.raises(ValueError, match=f"a Problem was pickled .* {planloc.__version__} cannot"):
+        planloc.Problem.__new__(planloc.Problem).__setstate__({"sites": SITES})
+
+
 def test_existing_depots_serve_too():
     found = planloc.depots([(0, 0), (1, 0), (9, 9), (9, 8)], new=1, existing=[(0.0, 0.0)])
     assert found.value == pytest.approx(2) and found.assignment.tolist() == [1, 1, 0, 0]
