@@ -73,6 +73,9 @@ TEST_F(BrokenInput, TablesAreToldWithLineAndColumn) {
       {"x,y,name\n1,2,Almer\xED"
        "a\n",
        "", "s.csv:2: the name is not UTF-8"},
+      {"x,y,poblaci\xF3n\n1,2,3\n", "", ""},
+      {"x,y,poblaci\xF3n\n1,2,3\n", "--weight poblaci\xF3n",
+       "(--weight) is not UTF-8: convert the file"},
       {"1,2\n3,4\n", "", "the first line must be a header"},
       {"a,b\n1,2\n", "", "s.csv:1: no columns x, y or lon, lat: the columns are a, b"},
       {"a,b\n1,2\n", "--x a --y c", "no column 'c' (--y): the columns are a, b"},
@@ -185,6 +188,89 @@ TEST_F(BrokenInput, OtherSourcesAreTold) {
   EXPECT_NE(planloc("solve missing.gpkg").err.find("missing.gpkg: no such file"),
             std::string::npos);
   EXPECT_NE(planloc("solve .").err.find("is a directory"), std::string::npos);
+}
+
+TEST_F(BrokenInput, OtherCommandsHaveTheirStatus) {
+  write("s.csv", "x,y,a,b\n0,0,1,2\n4,0,2,1\n1,3,1,1\n");
+  write("degrees.csv", "lon,lat\n-4,37\n-5,38\n");
+  write("none.geojson", R"({"type": "FeatureCollection", "features": []})");
+  write("point.geojson", R"({"type": "Point", "coordinates": [1, 1]})");
+  write("head.csv", "a,b\n0,1\n0,0\n");
+  write("short.csv", "0,1\n");
+  write("long.csv", "0,1,2\n0,0,1\n");
+  write("negative.csv", "0,-1\n0,0\n");
+  write("words.csv", "0,one\n0,0\n");
+  write("beside.csv", "x,y\n1,0\n2,0\n3,1\n");
+  write("empty.txt", "");
+  write("commas.txt", "0,5 1 1\n");
+  write("two.gauge",
+        "begin {polygauge}\n1 0\n0 1\n-1 -1\nend {polygauge}\n"
+        "begin {polygauge}\n1 0\n0 1\n-1 -1\nend {polygauge}\n");
+  const std::string tied = "depots s.csv --share a,b --flow ";
+  const struct {
+    std::string line;
+    const char* message;
+    int status = 1;
+  } cases[] = {
+      {"compare s.csv", "--weights", 2},
+      {"compare s.csv --weights a", "--weights: expected two columns separated by a comma", 2},
+      {"compare s.csv --weights a,c", "no column 'c' (--weights): the columns are x, y, a, b"},
+      {"depots s.csv", "--new: expected the number of new depots, from 1", 2},
+      {"depots s.csv --new 0", "--new: Value 0 not in range 1", 2},
+      {"depots s.csv --new 2 --existing degrees.csv",
+       "degrees.csv: degrees, and the sites are planar: --lonlat or --planar says what both are"},
+      {"depots degrees.csv --new 2 --existing s.csv",
+       "s.csv: planar coordinates, and the sites are in degrees"},
+      {"depots s.csv --new 3 --share a,b", "--new 3: --share names 2 columns", 2},
+      {"depots s.csv --share a,b --existing s.csv", "--existing and --share exclude each other", 2},
+      {tied + "head.csv", "head.csv:1: 'a' is not a number: expected rows of flows without a"},
+      {tied + "short.csv", "short.csv: 1 rows: expected 2, one for each column of --share"},
+      {tied + "long.csv", "long.csv:1: 3 numbers: expected 2, separated by commas"},
+      {tied + "negative.csv", "negative.csv:1: '-1' is not a flow: expected a number of at least"},
+      {tied + "words.csv", "words.csv:1: 'one' is not a flow"},
+      {tied + "missing.csv", "missing.csv"},
+      {"classic", "classic: expected a method: --list has all of them", 2},
+      {"classic l3_sum s.csv", "classic: no method 'l3_sum'", 2},
+      {"classic l2_sum", "classic: expected a file of sites", 2},
+      {"classic gauge_sum s.csv --gauge euclid", "gauge_sum takes polygons", 2},
+      {"classic l2_sum s.csv --weights a,b", "classic l2_sum: expected one column of weights", 2},
+      {"gauge euclid", "gauge 'euclid' is round: a gauge file holds polygons", 2},
+      {"gauge rotate l1 right", "gauge rotate: 'right': expected an angle in degrees", 2},
+      {"gauge rotate l1", "gauge rotate: expected 2 arguments behind it", 2},
+      {"gauge polar", "gauge polar: expected 1 argument behind it", 2},
+      {"gauge list", "gauge list: expected gauges or gauge files behind it", 2},
+      {"gauge l1 linf", "gauge 'l1': not polar, rotate, merge, hull or list", 2},
+      {"gauge merge l1 two.gauge", "two.gauge: 2 gauges: merge takes one of each"},
+      {"gauge hull beside.csv",
+       "beside.csv: the hull of the points does not hold the origin strictly inside"},
+      {"walk-files s.csv euclid --save run", "is round: cellwalk takes polygons", 2},
+      {"walk-files s.csv l1 --save s.csv/run", "s.csv/run: cannot be made: Not a directory"},
+      {"solve s.csv --output map.shp",
+       "--output map.shp: expected a name that ends in .geojson, .gpkg or .csv, or -", 2},
+      {"solve s.csv --picture map.gif", "expected a name that ends in .svg, .pdf or .png", 2},
+      {"solve s.csv --output no/map.gpkg", "no/map.gpkg: "},
+      {"solve s.csv --forbid none.geojson", "none.geojson: no polygon"},
+      {"solve s.csv --allow point.geojson", "the geometry is a POINT: expected polygons"},
+      {"solve s.csv --forbid missing.geojson", "missing.geojson: no such file"},
+      {"solve s.csv --objective weights:empty.txt", "empty.txt: cannot be read, or is empty"},
+      {"solve s.csv --objective weights:commas.txt",
+       "commas.txt:1: '0,5' is not a number: expected order weights separated by blanks or line "
+       "ends, with a point as decimal mark"},
+      {"verify s.csv s.csv", "s.csv: is not JSON: expected a certificate of planloc solve"},
+      {"verify s.csv missing.json", "missing.json"},
+  };
+  const std::string before = listing();
+  for (const auto& c : cases) {
+    const result r = planloc(c.line);
+    EXPECT_EQ(r.status, c.status) << c.line << "\n" << r.err;
+    EXPECT_NE(r.err.find(c.message), std::string::npos) << c.line << "\n" << r.err;
+    EXPECT_EQ(r.out, "") << c.line;
+  }
+  EXPECT_EQ(listing(), before) << "nothing is left of what failed";
+  shell("mv two.gauge a\xF1o.gauge");
+  EXPECT_NE(
+      planloc("solve s.csv --format json --gauge a\xF1o.gauge").out.find("a\xEF\xBF\xBDo.gauge"),
+      std::string::npos);
 }
 
 TEST_F(BrokenInput, AFullDiskIsTold) {

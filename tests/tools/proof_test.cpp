@@ -66,6 +66,44 @@ TEST_F(ToolProof, CertificatesHoldForTheirSitesAlone) {
   }
 }
 
+TEST_F(ToolProof, SpoiledCertificatesAreToldOrRefused) {
+  ASSERT_EQ(planloc("solve s.csv --gauge l1 --objective trimmed:1,1 --certificate c.json").status,
+            0);
+  const json good = json::parse(read("c.json"));
+  const struct {
+    const char* at;
+    json value;
+    const char* message;  // on the error stream, or as the reason of a refusal
+  } cases[] = {
+      {"/schema", "planloc.certificate/2", "expected planloc.certificate/1"},
+      {"/answer/status", "best", "is no certificate of planloc solve: the status is none"},
+      {"/answer/status", 7, "is no certificate of planloc solve"},
+      {"/answer/value", "low", "is no certificate of planloc solve"},
+      {"/answer/value", nullptr, "the value is not finite"},
+      {"/answer/point", json::array({1}), "is no certificate of planloc solve"},
+      {"/answer/exact", json::array({"1", "b"}), "the exact point is not a pair of fractions"},
+      {"/proof/kind", "oath", "no certificate"},
+      {"/proof/cells", "hx", "a reason is none of h, b, e, f"},
+      {"/proof/cells", "", "the sites do not lie at one place"},
+      {"/proof/axes", json::array({json::array({1, 1})}), "is no certificate of planloc solve"},
+      {"/proof/half", -1, "no square"},
+      {"/question/order_weights", json::array({json::array({1, -1})}), "c.json: "},
+      {"/question/order_weights", json::array({json::array({1, 1e15})}), "c.json: "},
+      {"/question/order_weights", json::array({json::array({1, 3})}), "3 order weights"},
+      {"/question/gauges", json::array(), "must be less than the number of gauges, 0"},
+      {"/question/columns", 3, "is no certificate of planloc solve"},
+  };
+  for (const auto& c : cases) {
+    json spoiled = good;
+    spoiled[json::json_pointer(c.at)] = c.value;
+    write("c.json", spoiled.dump());
+    const result r = planloc("verify s.csv c.json");
+    EXPECT_EQ(r.status, 1) << c.at << c.value;
+    EXPECT_NE((r.out + r.err).find(c.message), std::string::npos)
+        << c.at << c.value << r.out << r.err;
+  }
+}
+
 TEST_F(ToolProof, RegionsKeepTheAnswerOutOrIn) {
   // Around the free optimum, B; its sides are allowed.
   write_polygons("lake.geojson", {"[3,-1],[5,-1],[5,2],[3,2],[3,-1]"});

@@ -242,7 +242,7 @@ std::string certificate_text(const certificate_file& c) {
                          {"question", question},
                          {"answer", answer},
                          {"proof", std::visit(proof_writer(), s.proof)}};
-  return all.dump() + "\n";
+  return text_of(all);
 }
 
 certificate_file read_certificate(const std::string& file, std::string_view text) {

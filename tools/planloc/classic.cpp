@@ -139,7 +139,7 @@ std::string classic_json(const classic_report& r) {
     }
   }
   j["projection"] = projection_of(r.sites);
-  return j.dump(1) + "\n";
+  return text_of(j, 1);
 }
 
 void check_weights(const classic_options& options, const classic_method& method) {

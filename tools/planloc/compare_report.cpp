@@ -122,7 +122,7 @@ std::string compare_json(const compare_report& r) {
   j["distance"] = or_null(r.distance);
   j["unit"] = text_or_null(r.sites.unit());
   j["projection"] = projection_of(r.sites);
-  return j.dump(1) + "\n";
+  return text_of(j, 1);
 }
 
 std::string compare_csv(const compare_report& r) {

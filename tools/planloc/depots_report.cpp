@@ -127,7 +127,7 @@ std::string depots_json(const depots_report& r) {
     }
     j["sites"].push_back(std::move(row));
   }
-  return j.dump(1) + "\n";
+  return text_of(j, 1);
 }
 
 std::string depots_csv(const depots_report& r) {

@@ -13,6 +13,12 @@ namespace planloc::tool {
 
 using json_tree = nlohmann::ordered_json;
 
+// A line, or lines that are indented. Bytes that are no UTF-8, as names of files may have, are
+// replaced.
+inline std::string text_of(const json_tree& j, int indent = -1) {
+  return j.dump(indent, ' ', false, json_tree::error_handler_t::replace) + "\n";
+}
+
 inline json_tree pair_of(const xy& p) { return json_tree::array({p.x, p.y}); }
 
 template <class T>

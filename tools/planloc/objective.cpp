@@ -41,7 +41,7 @@ order_weights trimmed_weights(std::string_view text, std::string_view argument) 
 order_weights weights_of_file(const std::string& file) {
   std::ifstream in(file);
   const std::string text{std::istreambuf_iterator<char>(in), {}};
-  if (!in.is_open() || in.bad() || (text.empty() && !std::ifstream(file).get())) {
+  if (!in.is_open() || in.bad() || text.empty()) {
     fail_data(file + ": cannot be read, or is empty: expected one order weight for each site");
   }
   std::vector<double> lambda;

@@ -52,7 +52,7 @@ std::string report_json(const solve_report& r) {
   j["projection"] = projection_of(r.sites);
   j["sites"] = json_tree::array();
   for (std::size_t i = 0; i < r.sites.size(); ++i) j["sites"].push_back(site_of(r, i));
-  return j.dump(1) + "\n";
+  return text_of(j, 1);
 }
 
 }  // namespace planloc::tool

@@ -1,5 +1,7 @@
 #include "tools/planloc/sites_columns.h"
 
+#include <cpl_string.h>
+
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -50,7 +52,11 @@ class column_finder {
   }
 
   std::size_t need(const std::string& name, const char* option) const {
-    if (const std::optional<std::size_t> found = find(name)) return *found;
+    if (const std::optional<std::size_t> found = find(name)) {
+      if (CPLIsUTF8(name.c_str(), -1)) return *found;
+      fail_data(where_ + ": the column " + in_quotes(name) + " (" + option +
+                ") is not UTF-8: convert the file, as in iconv -f latin1 -t utf8");
+    }
     fail_data(where_ + ": no column " + in_quotes(name) + " (" + option + "): the columns are " +
               listed(columns_));
   }

@@ -59,7 +59,7 @@ std::string verdict_json(const verification& v) {
                        {"value", v.accepted ? json_tree(v.value) : json_tree()},
                        {"lower_bound", v.accepted ? json_tree(v.lower_bound) : json_tree()},
                        {"gap", v.accepted ? json_tree(relative_gap(v)) : json_tree()}};
-  return j.dump(1) + "\n";
+  return text_of(j, 1);
 }
 
 exit_status run_verify(const verify_options& options) {
