@@ -2,7 +2,7 @@
 // picture of docs/optimum.md.
 //
 //   $ eight_depots examples/eilon50.xy docs/eight-depots.svg
-//   8 depots: distance 53.2382, no places below 53.2365
+//   8 depots: distance 53.2382, no places below 53.2331
 //
 // The towns are those of Eilon, Watson-Gandy and Christofides, "Distribution Management" (1971).
 #include <planloc/certified.h>
