@@ -4,6 +4,7 @@
 #include <limits>
 #include <numeric>
 #include <set>
+#include <utility>
 
 #include "planloc/engine/clp_environment.h"
 #include "planloc/engine/clp_library.h"
@@ -16,9 +17,12 @@ namespace {
 
 constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();
 
-// An absent array holds.
-bool all_of(const double* values, int n, bool (*holds)(double)) {
-  return !values || std::all_of(values, values + n, holds);
+// An absent array holds. Without an early end, so that the loop takes several at once.
+template <typename Holds>
+bool all_of(const double* values, int n, Holds holds) {
+  bool all = true;
+  for (int k = 0; values && k < n; ++k) all &= holds(values[k]);
+  return all;
 }
 
 int check_indices(int cnt, const int* indices, int size, int code) {
@@ -68,16 +72,16 @@ int check_rows(const clp_problem& problem, int rcnt, int nzcnt, const double* rh
   if (rcnt > 0 && (!rhs || !sense || !rmatbeg)) return CPXERR_NULL_POINTER;
   if (nzcnt > 0 && (!rmatind || !rmatval)) return CPXERR_NULL_POINTER;
   const int n = column_count(problem);
-  std::vector<int> row_of(problem.columns.size(), -1);
+  std::vector<int> last_row(problem.columns.size(), -1);
   for (int i = 0; i < rcnt; ++i) {
     if (sense[i] != 'L' && sense[i] != 'G' && sense[i] != 'E') return CPXERR_BAD_SENSE;
     const int end = i + 1 < rcnt ? rmatbeg[i + 1] : nzcnt;
     if (rmatbeg[i] < 0 || rmatbeg[i] > end || end > nzcnt) return CPXERR_BAD_ARGUMENT;
     for (int k = rmatbeg[i]; k < end; ++k) {
       if (!in_range(rmatind[k], rmatind[k], n)) return CPXERR_COL_INDEX_RANGE;
-      int& row = row_of[static_cast<std::size_t>(rmatind[k])];
-      if (row == i) return CPXERR_DUP_ENTRY;
-      row = i;
+      if (std::exchange(last_row[static_cast<std::size_t>(rmatind[k])], i) == i) {
+        return CPXERR_DUP_ENTRY;
+      }
     }
   }
   if (!all_of(rhs, rcnt, is_number) || !all_of(rmatval, nzcnt, is_matrix_value)) {
@@ -201,10 +205,11 @@ int ClpLibrary::CPXaddrows(CPXENVptr env, CPXLPptr lp, int ccnt, int rcnt, int n
     return code;
   }
   append_names(problem.row_names, problem.rows.size(), rcnt, rowname);
-  problem.rows.reserve(problem.rows.size() + static_cast<std::size_t>(rcnt));
-  for (int i = 0; i < rcnt; ++i) {
-    problem.rows.push_back({std::clamp(rhs[i], -CPX_INFBOUND, CPX_INFBOUND), sense[i]});
-  }
+  const std::size_t before = problem.rows.size();
+  problem.rows.resize(before + static_cast<std::size_t>(rcnt));
+  std::transform(rhs, rhs + rcnt, sense, problem.rows.data() + before, [](double value, char s) {
+    return clp_row{std::clamp(value, -CPX_INFBOUND, CPX_INFBOUND), s};
+  });
   problem.matrix.append(rcnt, nzcnt, rmatbeg, rmatind, rmatval);
   problem.row_basis.resize(problem.rows.size(), clp_basis_status::kBasic);
   problem.forget_solutions();

@@ -67,26 +67,26 @@ namespace {
 std::unique_ptr<CoinPackedMatrix> packed_columns(const clp_problem& problem) {
   const std::size_t m = problem.rows.size();
   const std::size_t n = problem.columns.size();
+  const clp_matrix::row_range all = problem.matrix.all();
   auto starts = std::make_unique<CoinBigIndex[]>(n + 1);
-  for (std::size_t i = 0; i < m; ++i) {
-    for (const clp_matrix_entry& e : problem.matrix[i]) {
-      starts[static_cast<std::size_t>(e.column) + 1] += e.value != 0.0;
-    }
-  }
-  for (std::size_t j = 0; j < n; ++j) starts[j + 1] += starts[j];
+  auto lengths = std::make_unique<int[]>(n);
+  for (const clp_matrix_entry& e : all)
+    lengths[static_cast<std::size_t>(e.column)] += e.value != 0.0;
+  for (std::size_t j = 0; j < n; ++j) starts[j + 1] = starts[j] + lengths[j];
   const auto size = static_cast<std::size_t>(starts[n]);
-  auto lengths = std::make_unique<int[]>(n);  // so far
   auto indices = std::make_unique_for_overwrite<int[]>(size);
   auto values = std::make_unique_for_overwrite<double[]>(size);
+  // The starts move up to the ends, which are the starts of the next columns.
   for (std::size_t i = 0; i < m; ++i) {
     for (const clp_matrix_entry& e : problem.matrix[i]) {
       if (e.value == 0.0) continue;
-      const auto j = static_cast<std::size_t>(e.column);
-      const auto place = static_cast<std::size_t>(starts[j] + lengths[j]++);
+      const auto place = static_cast<std::size_t>(starts[static_cast<std::size_t>(e.column)]++);
       indices[place] = static_cast<int>(i);
       values[place] = e.value;
     }
   }
+  for (std::size_t j = n; j > 0; --j) starts[j] = starts[j - 1];
+  starts[0] = 0;
   auto matrix = std::make_unique<CoinPackedMatrix>();
   double* value_array = values.release();
   int* index_array = indices.release();
@@ -103,17 +103,16 @@ std::unique_ptr<CoinPackedMatrix> packed_columns(const clp_problem& problem) {
 void load_clp_model(const clp_problem& problem, double cost_scale, ClpSimplex& model) {
   const std::size_t m = problem.rows.size();
   const std::size_t n = problem.columns.size();
-  block_vector<double> lower, upper, costs, below, above;
-  for (block_vector<double>* v : {&lower, &upper, &costs}) v->reserve(n);
-  for (block_vector<double>* v : {&below, &above}) v->reserve(m);
-  for (const clp_column& column : problem.columns) {
-    lower.push_back(lower_bound_of(column.lower));
-    upper.push_back(upper_bound_of(column.upper));
-    costs.push_back(column.objective / cost_scale);
+  raw_block_vector<double> lower(n), upper(n), costs(n), below(m), above(m);
+  for (std::size_t j = 0; j < n; ++j) {
+    const clp_column& column = problem.columns[j];
+    lower[j] = lower_bound_of(column.lower);
+    upper[j] = upper_bound_of(column.upper);
+    costs[j] = column.objective / cost_scale;
   }
-  for (const clp_row& row : problem.rows) {
-    below.push_back(row_lower_bound(row));
-    above.push_back(row_upper_bound(row));
+  for (std::size_t i = 0; i < m; ++i) {
+    below[i] = row_lower_bound(problem.rows[i]);
+    above[i] = row_upper_bound(problem.rows[i]);
   }
   const block_vector<CoinBigIndex> no_entries(n + 1, 0);
   model.loadProblem(static_cast<int>(n), static_cast<int>(m), no_entries.data(), nullptr, nullptr,

@@ -10,13 +10,17 @@ void clp_matrix::append(int rows, int n, const int* starts, const int* columns,
                         const double* values) {
   if (rows == 0) return;
   const std::size_t base = entries_.size();
+  const std::size_t before = starts_.size();
   const int first = starts[0];
-  starts_.reserve(starts_.size() + static_cast<std::size_t>(rows));
-  entries_.reserve(base + static_cast<std::size_t>(n - first));
-  for (int i = 1; i <= rows; ++i) {
-    starts_.push_back(base + static_cast<std::size_t>((i < rows ? starts[i] : n) - first));
+  starts_.resize(before + static_cast<std::size_t>(rows));
+  for (int i = 1; i < rows; ++i) {
+    starts_[before + static_cast<std::size_t>(i) - 1] =
+        base + static_cast<std::size_t>(starts[i] - first);
   }
-  for (int k = first; k < n; ++k) entries_.push_back({columns[k], values[k]});
+  entries_.resize(base + static_cast<std::size_t>(n - first));
+  starts_.back() = entries_.size();
+  clp_matrix_entry* entry = entries_.data() + base;
+  for (int k = first; k < n; ++k) *entry++ = {columns[k], values[k]};
 }
 
 void clp_matrix::erase_rows(int begin, int end) {

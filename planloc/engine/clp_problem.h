@@ -42,6 +42,7 @@ class clp_matrix {
   row_range operator[](std::size_t row) const {
     return {entries_.data() + starts_[row], entries_.data() + starts_[row + 1]};
   }
+  row_range all() const { return {entries_.data(), entries_.data() + entries_.size()}; }
   std::size_t size() const { return entries_.size(); }
 
   // Appends `rows` rows; row i has the entries starts[i] up to starts[i + 1], the last row up to n.
@@ -50,8 +51,8 @@ class clp_matrix {
   void erase_columns(int begin, int end);  // closed; those behind move down
 
  private:
-  detail::block_vector<std::size_t> starts_ = {0};
-  detail::block_vector<clp_matrix_entry> entries_;
+  detail::raw_block_vector<std::size_t> starts_ = {0};
+  detail::raw_block_vector<clp_matrix_entry> entries_;
 };
 
 // Position of a column or of a row's slack relative to the basis.
@@ -73,7 +74,7 @@ struct clp_order_entry {
 
 struct clp_problem {
   detail::block_vector<clp_column> columns;
-  detail::block_vector<clp_row> rows;
+  detail::raw_block_vector<clp_row> rows;
   clp_matrix matrix;
   // Empty, or one name per column or row, empty ones among them.
   std::vector<std::string> column_names;

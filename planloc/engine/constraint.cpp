@@ -151,7 +151,7 @@ template <typename Kind>
 IlcConstraint compared(IlcFloatExp a, IlcFloatExp b) {
   detail::ilc_assert(a.getImpl() != nullptr && b.getImpl() != nullptr, "exp.getImpl() != 0");
   IlcManagerI* const m = a.getImpl()->getManager();
-  return IlcConstraint(new (m) Kind(m, Side(a.getImpl()), Side(b.getImpl())));
+  return IlcConstraint(new (m->getHeap()) Kind(m, Side(a.getImpl()), Side(b.getImpl())));
 }
 
 // Zero is a variable of the manager, and a number that is none has bounds as an expression alone.
@@ -163,14 +163,14 @@ template <typename Kind>
 IlcConstraint compared(IlcFloatExp e, double c) {
   detail::ilc_assert(e.getImpl() != nullptr, "exp.getImpl() != 0");
   IlcManagerI* const m = e.getImpl()->getManager();
-  return IlcConstraint(new (m) Kind(m, Side(e.getImpl()), side_of(m, c)));
+  return IlcConstraint(new (m->getHeap()) Kind(m, Side(e.getImpl()), side_of(m, c)));
 }
 
 template <typename Kind>
 IlcConstraint compared(double c, IlcFloatExp e) {
   detail::ilc_assert(e.getImpl() != nullptr, "exp.getImpl() != 0");
   IlcManagerI* const m = e.getImpl()->getManager();
-  return IlcConstraint(new (m) Kind(m, side_of(m, c), Side(e.getImpl())));
+  return IlcConstraint(new (m->getHeap()) Kind(m, side_of(m, c), Side(e.getImpl())));
 }
 
 }  // namespace

@@ -1,11 +1,11 @@
 #include "planloc/engine/expression_table.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <utility>
 
-#include "planloc/engine/float_exp_impl.h"
-#include "planloc/engine/manager_impl.h"
+#include "planloc/engine/expression_table_impl.h"
 
 namespace planloc {
 
@@ -27,44 +27,21 @@ std::uint32_t hash_of(const IlcExpKey& key) {
   return static_cast<std::uint32_t>(h >> 32);
 }
 
-// Three bits for a node among the users of its left operand (Bloom, 1970).
-std::uint64_t marks_of(const IlcExpKey& key) {
-  std::uint64_t h = reinterpret_cast<std::uintptr_t>(key.right) ^
-                    std::bit_cast<std::uint64_t>(key.constant) ^
-                    static_cast<std::uint64_t>(key.kind);
-  h = (h ^ (h >> 32)) * 0x9e3779b97f4a7c15U;
-  const auto bit = [h](int from) { return std::uint64_t{1} << ((h >> from) & 63U); };
-  return bit(58) | bit(52) | bit(46);
-}
-
 }  // namespace
 
-IlcCompoundExpI* IlcExpressionTable::findOrInsert(const IlcExpKey& key) {
-  IlcFloatExpI* const left = key.left;
-  if (left->users() == kInTable) return findOrInsertInTable(key);
-  if (left->isVariable() && static_cast<IlcFloatVarI*>(left)->markUser(marks_of(key))) {
-    return appendToChain(key);
-  }
+IlcCompoundExpI* IlcExpressionTable::findInChainOrInsert(const IlcExpKey& key) {
   int length = 0;
-  for (std::uint32_t n = left->users(); n; n = node(n)->next(), ++length) {
+  for (std::uint32_t n = key.left->users(); n; n = node(n)->next(), ++length) {
     if (node(n)->key() == key) return node(n);
   }
   if (length < kLongestChain) return appendToChain(key);
-  moveToTable(left);
+  moveToTable(key.left);
   return findOrInsertInTable(key);
 }
 
-IlcCompoundExpI* IlcExpressionTable::append(const IlcExpKey& key) {
-  IlcManagerI* const manager = key.left->getManager();
-  nodes_.push_back(new (manager->getHeap()) IlcCompoundExpI(manager, key));
-  return nodes_.back();
-}
-
-IlcCompoundExpI* IlcExpressionTable::appendToChain(const IlcExpKey& key) {
-  IlcCompoundExpI* const node = append(key);
-  node->setNext(key.left->users());
-  key.left->setUsers(number());
-  return node;
+void IlcExpressionTable::growNodes() {
+  constexpr std::size_t kFirst = 64;
+  nodes_.resize(std::max(kFirst, 2 * nodes_.size()));
 }
 
 // ----- Hash table -----
@@ -115,10 +92,10 @@ void IlcExpressionTable::rebuild(std::size_t slots) {
 // What a variable notes of users that are gone costs a look at the chain.
 void IlcExpressionTable::heapReset(const IlcHeap& heap, IlcHeap::Index index) {
   bool in_table = false;
-  for (; !nodes_.empty() && heap.isSince(nodes_.back(), index); nodes_.pop_back()) {
-    IlcFloatExpI* const left = nodes_.back()->left();
-    if (left->users() == number()) {
-      left->setUsers(nodes_.back()->next());
+  for (; count_ > 0 && heap.isSince(node(number()), index); --count_) {
+    IlcCompoundExpI* const last = node(number());
+    if (last->left()->users() == number()) {
+      last->left()->setUsers(last->next());
     } else {
       in_table = true;
     }

@@ -42,7 +42,8 @@ struct IlcExpKey {
 // reset of the heap releases are forgotten with it.
 class IlcExpressionTable final : public IlcHeap::Listener {
  public:
-  // The node with this key; where there is none, a new one on the heap of its left operand.
+  // The node with this key; where there is none, a new one on the heap of its left operand. Defined
+  // in expression_table_impl.h.
   IlcCompoundExpI* findOrInsert(const IlcExpKey& key);
 
   void heapReset(const IlcHeap& heap, IlcHeap::Index index) override;
@@ -62,15 +63,19 @@ class IlcExpressionTable final : public IlcHeap::Listener {
   IlcCompoundExpI* node(std::uint32_t number) const { return nodes_[number - 1]; }
   IlcCompoundExpI* append(const IlcExpKey& key);
   IlcCompoundExpI* appendToChain(const IlcExpKey& key);
+  IlcCompoundExpI* findInChainOrInsert(const IlcExpKey& key);
   IlcCompoundExpI* findOrInsertInTable(const IlcExpKey& key);
   void moveToTable(IlcFloatExpI* left);
-  std::uint32_t number() const { return static_cast<std::uint32_t>(nodes_.size()); }
+  std::uint32_t number() const { return static_cast<std::uint32_t>(count_); }
+  void growNodes();
   // The slot of the node with this key, an empty one where there is none.
   std::size_t slotOf(const IlcExpKey& key, std::uint32_t hash) const;
   void enter(const Slot& slot);
   void rebuild(std::size_t slots);
 
-  detail::block_vector<IlcCompoundExpI*> nodes_;  // in order of allocation
+  // In order of allocation; room for more follows them.
+  detail::raw_block_vector<IlcCompoundExpI*> nodes_;
+  std::size_t count_ = 0;
   // A power of two, at most two thirds full; linear probing.
   std::vector<Slot> slots_ = std::vector<Slot>(64);
   std::size_t used_ = 0;

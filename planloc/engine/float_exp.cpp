@@ -5,8 +5,7 @@
 #include <cstring>
 #include <ostream>
 
-#include "planloc/engine/float_exp_impl.h"
-#include "planloc/engine/manager_impl.h"
+#include "planloc/engine/expression_table_impl.h"
 
 namespace planloc {
 namespace {

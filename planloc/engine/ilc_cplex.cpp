@@ -133,60 +133,63 @@ void IlcCplex::newRow(int n, const int* indices, const double* values, char sens
 void IlcCplex::growRows() {
   RowBuffer& b = rows_;
   const std::size_t growth = static_cast<std::size_t>(getIntParam(CPX_PARAM_ROWGROWTH));
-  const std::size_t capacity = std::max({b.rhs.size() + 1, growth, 2 * b.capacity});
+  const std::size_t capacity = std::max({b.rows + 1, growth, 2 * b.capacity()});
   try {
-    b.rhs.reserve(capacity);
-    b.starts.reserve(capacity);
-    b.senses.reserve(capacity);
-    b.names.reserve(capacity);
-    b.capacity = capacity;
+    b.starts.resize(capacity);
+    b.senses.resize(capacity);
+    b.names.resize(capacity);
+    b.rhs.resize(capacity);
   } catch (const std::bad_alloc&) {
     noMoreMemory();
+    throw;  // a reporter that returns leaves no room for the row
   }
 }
 
 void IlcCplex::growNonzeros(std::size_t n) {
   RowBuffer& b = rows_;
   const std::size_t growth = static_cast<std::size_t>(getIntParam(CPX_PARAM_NZGROWTH));
-  const std::size_t capacity = std::max({b.values.size() + n + 1, growth, 2 * b.nonzero_capacity});
+  const std::size_t capacity = std::max({b.nonzeros + n + 1, growth, 2 * b.nonzeroCapacity()});
   try {
-    b.values.reserve(capacity);
-    b.indices.reserve(capacity);
-    b.nonzero_capacity = capacity;
+    b.indices.resize(capacity);
+    b.values.resize(capacity);
   } catch (const std::bad_alloc&) {
     noMoreMemory();
+    throw;  // a reporter that returns leaves no room for the row
   }
 }
 
 void IlcCplex::bufferRow(int n, const int* indices, const double* values, char sense, double rhs) {
   RowBuffer& b = rows_;
   const auto length = static_cast<std::size_t>(n);
-  if (b.rhs.size() == b.capacity) growRows();
-  if (b.values.size() + length >= b.nonzero_capacity) growNonzeros(length);
-  b.rhs.push_back(rhs);
-  b.senses.push_back(sense);
-  b.starts.push_back(static_cast<int>(b.values.size()));
-  b.names.push_back(default_name_);
-  b.values.insert(b.values.end(), values, values + n);
-  b.indices.insert(b.indices.end(), indices, indices + n);
+  if (b.rows == b.capacity()) growRows();
+  if (b.nonzeros + length >= b.nonzeroCapacity()) growNonzeros(length);
+  b.rhs[b.rows] = rhs;
+  b.senses[b.rows] = sense;
+  b.starts[b.rows] = static_cast<int>(b.nonzeros);
+  b.names[b.rows] = default_name_;
+  ++b.rows;
+  for (std::size_t k = 0; k < length; ++k) {
+    b.values[b.nonzeros + k] = values[k];
+    b.indices[b.nonzeros + k] = indices[k];
+  }
+  b.nonzeros += length;
 }
 
 void IlcCplex::nameLastBufferedRow(const char* name) {
-  rows_.names.back() = const_cast<char*>(name);
+  rows_.names[rows_.rows - 1] = const_cast<char*>(name);
 }
 
 void IlcCplex::postToCplex() {
   // Taken out first, so that the buffer is empty whatever the call reports.
   RowBuffer b = std::exchange(rows_, RowBuffer());
-  if (b.rhs.empty()) return;
-  const bool named = std::any_of(b.names.begin(), b.names.end(),
+  if (b.rows == 0) return;
+  const bool named = std::any_of(b.names.data(), b.names.data() + b.rows,
                                  [this](const char* name) { return name != default_name_; });
   invalidateCaches();
   test("IlcCplex::postToCplex",
-       library_.CPXaddrows(env_, lp_, 0, static_cast<int>(b.rhs.size()),
-                           static_cast<int>(b.values.size()), b.rhs.data(), b.senses.data(),
-                           b.starts.data(), b.indices.data(), b.values.data(), nullptr,
-                           named ? b.names.data() : nullptr));
+       library_.CPXaddrows(env_, lp_, 0, static_cast<int>(b.rows), static_cast<int>(b.nonzeros),
+                           b.rhs.data(), b.senses.data(), b.starts.data(), b.indices.data(),
+                           b.values.data(), nullptr, named ? b.names.data() : nullptr));
 }
 
 void IlcCplex::deleteRow(int row) {

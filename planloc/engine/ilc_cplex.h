@@ -67,7 +67,7 @@ class IlcCplex {
   void newRow(int n, const int* indices, const double* values, char sense, double rhs);
   // Keeps a row, unnamed, until postToCplex.
   void bufferRow(int n, const int* indices, const double* values, char sense, double rhs);
-  int getBufferedRows() const { return static_cast<int>(rows_.rhs.size()); }
+  int getBufferedRows() const { return static_cast<int>(rows_.rows); }
   // The name must stay until postToCplex.
   void nameLastBufferedRow(const char* name);
   // Sends all buffered rows with one call and frees the buffer.
@@ -213,14 +213,17 @@ class IlcCplex {
 
   // The capacities follow the growth parameters of the library.
   struct RowBuffer {
-    detail::block_vector<double> rhs;
-    detail::block_vector<int> starts;
-    detail::block_vector<char> senses;
-    detail::block_vector<char*> names;
-    detail::block_vector<double> values;
-    detail::block_vector<int> indices;
-    std::size_t capacity = 0;
-    std::size_t nonzero_capacity = 0;
+    // As large as the capacities below.
+    detail::raw_block_vector<double> rhs;
+    detail::raw_block_vector<int> starts;
+    detail::raw_block_vector<char> senses;
+    detail::raw_block_vector<char*> names;
+    detail::raw_block_vector<double> values;
+    detail::raw_block_vector<int> indices;
+    std::size_t rows = 0;
+    std::size_t nonzeros = 0;
+    std::size_t capacity() const { return rhs.size(); }
+    std::size_t nonzeroCapacity() const { return values.size(); }
   };
 
   // Of the process.

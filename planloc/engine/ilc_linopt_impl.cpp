@@ -50,6 +50,15 @@ int merge_terms(int n, double* values, int* columns, FirstPlace first_place) {
   return n;
 }
 
+bool has_repeated(const int* columns, int n) {
+  for (int i = 1; i < n; ++i) {
+    for (int k = 0; k < i; ++k) {
+      if (columns[k] == columns[i]) return true;
+    }
+  }
+  return false;
+}
+
 template <typename T>
 void check_memory(IlcManagerI* manager, const std::unique_ptr<T>& pointer) {
   if (!pointer) manager->getErrorReporter()->error(kIlcNoMemory, "Solver", kNoMemory);
@@ -162,6 +171,7 @@ int IlcLinOptI::mapTerms(IlcFloatArray coefficients, IlcFloatVarArray vars) {
   int* const columns = scratch_->row_columns.data();
   const int size = vars.getSize();
   if (size <= kShortRow) {
+    if (!has_repeated(columns, size)) return size;
     return merge_terms(size, values, columns, [&](int i) {
       return static_cast<int>(std::find(columns, columns + i, columns[i]) - columns);
     });

@@ -1,6 +1,7 @@
 #include "planloc/engine/linear_solver.h"
 
 #include <algorithm>
+#include <memory>
 #include <utility>
 
 #include "planloc/engine/manager_impl.h"
@@ -9,6 +10,15 @@ namespace planloc {
 namespace {
 
 constexpr int kScratchSize = 1000;
+
+// The first n elements as an array of the heap.
+template <typename Element>
+IlcArrayI<Element>* copied(IlcHeap* heap, const Element* values, int n) {
+  void* const memory = heap->allocate(sizeof(Element) * static_cast<std::size_t>(n));
+  auto* const copy = static_cast<Element*>(memory);
+  std::uninitialized_copy_n(values, n, copy);
+  return new (heap) IlcArrayI<Element>{n, copy};
+}
 
 }  // namespace
 
@@ -32,7 +42,7 @@ void IlcLinearSolverI::propagate() {
 // ----- Pending queue -----
 
 void IlcLinearSolverI::enqueue(IlcConstraintI* ct, int level) {
-  auto* const record = new (getManager()) Pending{ct, level, nullptr};
+  auto* const record = new (getManager()->getHeap()) Pending{ct, level, nullptr};
   (pending_tail_ ? pending_tail_->next : pending_head_) = record;
   pending_tail_ = record;
 }
@@ -59,28 +69,6 @@ bool IlcLinearSolverI::unlinkPending(IlcConstraintI* ct) {
 }
 
 // ----- Parse -----
-
-void IlcLinearSolverI::append(double coefficient, IlcFloatVarI* var) {
-  if (term_count_ == capacity_) growScratch();
-  coefficients_.getImpl()->values[term_count_] = coefficient;
-  vars_.getImpl()->values[term_count_] = var;
-  ++term_count_;
-}
-
-void IlcLinearSolverI::addTerm(double coefficient, IlcFloatVarI* var) {
-  if (coefficient == 0.0) return;
-  IlcRangeVisitor::addTerm(coefficient, var);
-  if (substitute_) {
-    const double min = var->getMin();
-    const double max = var->getMax();
-    if (min == 0.0 && max == 0.0) return;
-    if (min == max) {
-      constant_ += coefficient * min;
-      return;
-    }
-  }
-  append(coefficient, var);
-}
 
 void IlcLinearSolverI::walk(IlcFloatExpI* exp, double coefficient) {
   walkWith(*this, exp, coefficient);
@@ -112,11 +100,9 @@ void IlcLinearSolverI::growScratch() {
 }
 
 IlcLinearSolverI::Terms IlcLinearSolverI::copyTerms() const {
-  const Terms terms{IlcFloatArray(getManager(), term_count_, 0.0),
-                    IlcFloatVarArray(getManager(), term_count_)};
-  std::copy_n(coefficients_.getImpl()->values, term_count_, terms.coefficients.getImpl()->values);
-  std::copy_n(vars_.getImpl()->values, term_count_, terms.vars.getImpl()->values);
-  return terms;
+  IlcHeap* const heap = getManager()->getHeap();
+  return {copied(heap, coefficients_.getImpl()->values, term_count_),
+          copied(heap, vars_.getImpl()->values, term_count_)};
 }
 
 }  // namespace planloc

@@ -61,7 +61,12 @@ class IlcLinearSolverI : public IlcConstraintI, protected IlcRangeVisitor {
   void startParse();
   IlcConstraintI::Standing parse(IlcConstraintI* ct);
   void parse(IlcFloatExpI* exp);
-  void append(double coefficient, IlcFloatVarI* var);
+  void append(double coefficient, IlcFloatVarI* var) {
+    if (term_count_ == capacity_) growScratch();
+    coefficients_.getImpl()->values[term_count_] = coefficient;
+    vars_.getImpl()->values[term_count_] = var;
+    ++term_count_;
+  }
   int termCount() const { return term_count_; }
   double parsedConstant() const { return constant_; }
   Terms copyTerms() const;
@@ -78,7 +83,20 @@ class IlcLinearSolverI : public IlcConstraintI, protected IlcRangeVisitor {
   void walk(IlcFloatExpI* exp, double coefficient) final;
   // The accumulator. Zero coefficients are dropped; with `substitute_` set, so are variables fixed
   // at zero, and other fixed variables are folded into the constant.
-  void addTerm(double coefficient, IlcFloatVarI* var) final;
+  void addTerm(double coefficient, IlcFloatVarI* var) final {
+    if (coefficient == 0.0) return;
+    IlcRangeVisitor::addTerm(coefficient, var);
+    if (substitute_) {
+      const double min = var->getMin();
+      const double max = var->getMax();
+      if (min == 0.0 && max == 0.0) return;
+      if (min == max) {
+        constant_ += coefficient * min;
+        return;
+      }
+    }
+    append(coefficient, var);
+  }
   void addConstant(double constant) final {
     IlcRangeVisitor::addConstant(constant);
     constant_ += constant;

@@ -19,12 +19,9 @@ IlcDynamicArrayOfAny::IlcDynamicArrayOfAny(int size) {
   entries_.resize(static_cast<std::size_t>(size));
 }
 
-void IlcDynamicArrayOfAny::set(int i, IlcAny any, IlcCplex& cplex) {
-  if (i >= capacity()) {
-    const int growth = std::max(cplex.getIntParam(CPX_PARAM_ROWGROWTH), 2 * capacity());
-    entries_.resize(static_cast<std::size_t>(std::max(i + 1, growth)));
-  }
-  entries_[static_cast<std::size_t>(i)] = any;
+void IlcDynamicArrayOfAny::grow(int i, IlcCplex& cplex) {
+  const int growth = std::max(cplex.getIntParam(CPX_PARAM_ROWGROWTH), 2 * capacity());
+  entries_.resize(static_cast<std::size_t>(std::max(i + 1, growth)));
 }
 
 void IlcDynamicArrayOfAny::erase(int i, int size) {
@@ -59,12 +56,11 @@ void IlcNumbering::forgetMap(int from) {
 
 int IlcColumnTable::find(IlcFloatVarI* var) const {
   const int hint = var->columnHint();
-  if (hint < 0 || (hint < size() && vars_[hint] == var)) return hint;
+  if (hint < 0 || vars_.has(hint, var)) return hint;
   return vars_.find(var);
 }
 
 void IlcColumnTable::growStaging(int needed, IlcCplex& cplex) {
-  if (needed <= staging_capacity_) return;
   const int capacity =
       std::max({needed, cplex.getIntParam(CPX_PARAM_COLGROWTH), 2 * staging_capacity_});
   const auto n = static_cast<std::size_t>(capacity);
@@ -85,12 +81,31 @@ void IlcColumnTable::stage(IlcFloatVarI* var, int place) {
   names_[k] = var->getName() ? const_cast<char*>(var->getName()) : no_name;
 }
 
+// Writes the columns where all variables have one and their hints are right, as they are in most
+// rows; otherwise `columns` holds nothing of worth.
 template <typename Var>
-void IlcColumnTable::mapToColumns(const IlcArray<Var>& vars, IlcCplex& cplex,
+bool IlcColumnTable::areAllHinted(const IlcArrayI<Var>& vars, int* columns) const {
+  for (int k = 0; k < vars.size; ++k) {
+    IlcFloatVarI* const var = vars.values[k].getImpl();
+    detail::ilc_assert(var != nullptr, "var.getImpl() != 0");
+    columns[k] = var->columnHint();
+    if (!vars_.has(columns[k], var)) return false;
+  }
+  return true;
+}
+
+template <typename Var>
+void IlcColumnTable::mapToColumns(const IlcArray<Var>& handle, IlcCplex& cplex,
                                   std::vector<int>& columns) {
-  const int n = vars.getSize();
-  growStaging(n, cplex);
+  const int n = handle.getSize();
+  const IlcArrayI<Var>& vars = *handle.getImpl();
+  if (n > staging_capacity_) growStaging(n, cplex);
   columns.resize(static_cast<std::size_t>(n));
+  if (!areAllHinted(vars, columns.data())) addColumns(vars, cplex, columns.data());
+}
+
+template <typename Var>
+void IlcColumnTable::addColumns(const IlcArrayI<Var>& vars, IlcCplex& cplex, int* columns) {
   const struct Settle {
     ~Settle() {
       if (table.size() > first) table.vars_.truncate(std::max(first, cplex.getNumCols()));
@@ -100,17 +115,16 @@ void IlcColumnTable::mapToColumns(const IlcArray<Var>& vars, IlcCplex& cplex,
     int first;
   } settle{*this, cplex, size()};
   int added = 0;
-  for (int k = 0; k < n; ++k) {
-    IlcFloatVarI* const var = vars.getImpl()->values[k].getImpl();
+  for (int k = 0; k < vars.size; ++k) {
+    IlcFloatVarI* const var = vars.values[k].getImpl();
     detail::ilc_assert(var != nullptr, "var.getImpl() != 0");
-    int& column = columns[static_cast<std::size_t>(k)];
-    column = find(var);
-    if (column < 0) {
-      column = size();
+    columns[k] = find(var);
+    if (columns[k] < 0) {
+      columns[k] = size();
       vars_.append(var, cplex);
       stage(var, added++);
     }
-    var->setColumnHint(column);
+    var->setColumnHint(columns[k]);
   }
   if (added == 0) return;
   cplex.newCols(added, bounds_.data(), bounds_.data() + staging_capacity_, types_.data(),

@@ -23,11 +23,16 @@ class IlcDynamicArrayOfAny {
   int capacity() const { return static_cast<int>(entries_.size()); }
   IlcAny operator[](int i) const { return entries_[static_cast<std::size_t>(i)]; }
   // Grows to max(i + 1, row growth parameter, twice the capacity), keeping the content.
-  void set(int i, IlcAny any, IlcCplex& cplex);
+  void set(int i, IlcAny any, IlcCplex& cplex) {
+    if (i >= capacity()) grow(i, cplex);
+    entries_[static_cast<std::size_t>(i)] = any;
+  }
   // Takes entry i out of the first `size`; those behind it move up.
   void erase(int i, int size);
 
  private:
+  void grow(int i, IlcCplex& cplex);
+
   detail::block_vector<IlcAny> entries_;
 };
 
@@ -40,6 +45,8 @@ class IlcNumbering {
   int size() const { return size_; }
   IlcAny operator[](int i) const { return objects_[i]; }
   int find(IlcAny object) const;  // the last number of an object, -1 without one
+  // Whether `i` is a number of the object.
+  bool has(int i, IlcAny object) const { return i >= 0 && i < size_ && objects_[i] == object; }
   void append(IlcAny object, IlcCplex& cplex) { objects_.set(size_++, object, cplex); }
   void erase(int i);        // later objects move up by one
   void truncate(int size);  // forgets the objects behind
@@ -67,6 +74,10 @@ class IlcColumnTable {
   void mapToColumns(const IlcArray<Var>& vars, IlcCplex& cplex, std::vector<int>& columns);
 
  private:
+  template <typename Var>
+  bool areAllHinted(const IlcArrayI<Var>& vars, int* columns) const;
+  template <typename Var>
+  void addColumns(const IlcArrayI<Var>& vars, IlcCplex& cplex, int* columns);
   void growStaging(int needed, IlcCplex& cplex);
   void stage(IlcFloatVarI* var, int place);
 
