@@ -236,16 +236,19 @@ std::vector<double> triple_contacts(const ball_sites& sites, double lower) {
   return values;
 }
 
-void for_each_triple_batch(const ball_sites& sites, double lower, const contact_visitor& visit) {
+void for_each_triple_batch(const ball_sites& sites, double lower, const contact_visitor& visit,
+                           std::size_t step) {
   using kind = moving_crossing::kind;
   third_edges edges(sites);
   double z = 0.0;
+  std::size_t pair = 0;
   const std::size_t n = sites.size();
   for (std::size_t i = 0; i + 2 < n; ++i) {
     for (std::size_t a = edges.begin(i); a < edges.begin(i + 1); ++a) {
       for (std::size_t j = i + 1; j + 1 < n; ++j) {
         const std::size_t first = edges.begin(j + 1);
         for (std::size_t b = edges.begin(j); b < first; ++b) {
+          if (pair++ % step != 0) continue;
           const moving_crossing c(edges[a], edges[b]);
           const std::span<double> found = c.type == kind::kNone        ? edges.constant(z, first)
                                           : c.type == kind::kNeverMeet ? edges.constant(0.0, first)

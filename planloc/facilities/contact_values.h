@@ -26,9 +26,11 @@ std::vector<double> pair_contacts(const ball_sites& sites);
 // two sites, which repeat the value found before: intended, a candidate too many is only tried in
 // vain.
 std::vector<double> triple_contacts(const ball_sites& sites, double lower);
-// The same in batches: calls visit(values) for one after the other.
+// The same in batches: calls visit(values) for one after the other, for those of every pair of
+// edges or, as a sample, of each `step`th.
 using contact_visitor = std::function<void(std::span<const double>)>;
-void for_each_triple_batch(const ball_sites& sites, double lower, const contact_visitor& visit);
+void for_each_triple_batch(const ball_sites& sites, double lower, const contact_visitor& visit,
+                           std::size_t step = 1);
 // How many edges of three sites there are.
 double triple_count(const ball_sites& sites);
 

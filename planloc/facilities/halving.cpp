@@ -11,6 +11,38 @@ namespace planloc::detail {
 namespace {
 
 constexpr std::size_t kBulkLimit = 1300;
+// How far the rank k in a sample of so many values may be off: twice its deviation, as if there
+// were 6400 independent values.
+std::size_t doubt(std::size_t k, std::size_t size) {
+  const auto n = static_cast<double>(size);
+  const double share = static_cast<double>(k) / n;
+  return static_cast<std::size_t>(0.025 * std::sqrt(share * (1.0 - share)) * n);
+}
+
+// Adds the ranks of the sample near those that a halving of the part from `first` to `last` looks
+// at. Values from the rank `reached` on are reached; where that is in doubt both halves are likely.
+void add_likely(std::vector<contact_ranks>& ranks, std::size_t size, std::size_t reached,
+                std::size_t first, std::size_t last) {
+  const std::size_t k = first + (last - first) / 2;
+  const std::size_t off = doubt(k, size);
+  ranks.push_back({k - std::min(k, off), std::min(k + off, size - 1)});
+  if (last - first <= std::max(off, std::size_t{1})) return;
+  if (k + off >= reached) add_likely(ranks, size, reached, first, k);
+  if (k <= reached + off) add_likely(ranks, size, reached, k, last);
+}
+
+// The ranks of a sample whose bins the halving will probably look at.
+std::vector<contact_ranks> likely_path(const sorted_contacts& sample, level_sets& levels) {
+  std::size_t first = 0;
+  std::size_t last = sample.size();
+  while (last - first > 1) {
+    const std::size_t k = first + (last - first) / 2;
+    (is_reached(levels, sample.below(k)) ? last : first) = k;
+  }
+  std::vector<contact_ranks> ranks;
+  add_likely(ranks, sample.size(), last, 0, sample.size());
+  return ranks;
+}
 
 // Collects what the halving of all contacts will probably look at, from tests at values nearby.
 void collect_path(sorted_contacts& all, level_sets& levels) {
@@ -97,7 +129,8 @@ void double_front(candidates& C) {
 candidates far_contacts(const ball_sites& sites, double lower, level_sets& levels,
                         std::size_t most_kept) {
   if (triple_count(sites) > static_cast<double>(most_kept)) {
-    sorted_contacts all(sites, lower);
+    sorted_contacts all(sites, lower,
+                        [&](const sorted_contacts& sample) { return likely_path(sample, levels); });
     if (all.is_ordered() && all.size() > kBulkLimit) return halve_all(all, levels);
   }
   candidates C = triple_contacts(sites, lower);

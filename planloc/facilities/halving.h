@@ -13,7 +13,7 @@ namespace planloc::detail {
 // A list in an array, the front first.
 using candidates = std::vector<double>;
 
-// More triples than this are not kept: counting them in bins, twice, takes less time and memory.
+// More triples than this are not kept: counting them in bins takes less time and memory.
 inline constexpr std::size_t kMostKeptTriples = std::size_t{1} << 18;
 
 // In the order that list::sort makes, also where a NaN is among them.
@@ -32,8 +32,8 @@ void double_front(candidates& C);
 double halve(candidates& C, level_sets& levels);
 
 // The list of the triple phase: the contacts of three sites in front of `lower`, halved until 1300
-// are left. Beyond `most_kept` triples they are computed anew for each of some two or three passes
-// (sorted_contacts.h), with the same result.
+// are left. Beyond `most_kept` triples they are not all kept (sorted_contacts.h), with the same
+// result.
 candidates far_contacts(const ball_sites& sites, double lower, level_sets& levels,
                         std::size_t most_kept = kMostKeptTriples);
 

@@ -5,29 +5,83 @@
 #include <cmath>
 
 namespace planloc::detail {
+namespace {
+
+// So many pairs of edges are a sample, unless they would be more than a part of all.
+constexpr double kSampledPairs = 6000.0;
+constexpr std::size_t kLeastStep = 9;
+// More likely values than this are not kept.
+constexpr double kMostLikely = 8e6;
+
+// Odd, so that the pairs meet each edge of a ball in turn.
+std::size_t sample_step(const ball_sites& sites) {
+  double edges = 0.0;
+  double pairs = 0.0;
+  for (std::size_t i = 0; i < sites.size(); ++i) {
+    const auto own = static_cast<double>(sites[i].ball.size());
+    pairs += edges * own;
+    edges += own;
+  }
+  return static_cast<std::size_t>(pairs / kSampledPairs) | 1U;
+}
+
+}  // namespace
 
 // The bits of positive doubles, as integers, have the order of the doubles.
-sorted_contacts::sorted_contacts(const ball_sites& sites, double lower)
-    : sites_(sites), lower_(lower), origin_(std::bit_cast<std::uint64_t>(lower)) {
+sorted_contacts::sorted_contacts(const ball_sites& sites, double lower, const likely_ranks& likely)
+    : sites_(sites),
+      lower_(lower),
+      origin_(std::bit_cast<std::uint64_t>(lower)),
+      is_likely_(kBins) {
   const std::uint64_t range =
       std::bit_cast<std::uint64_t>(std::max(lower, kLargestContact)) - origin_;
   while (range >> shift_ >= kBins) ++shift_;
-  start_.resize(kBins + 1);
-  ++start_[1 + bin(lower)];
-  for_each_triple_batch(sites, lower, [&](std::span<const double> batch) {
+  const std::size_t step = sample_step(sites);
+  if (likely && step >= kLeastStep) {
+    count(step);
+    if (is_ordered_) expect(likely(*this), static_cast<double>(step));
+  }
+  count(1);
+}
+
+void sorted_contacts::count(std::size_t step) {
+  start_.assign(kBins + 1, 0);
+  is_ordered_ = true;
+  const auto take = [&](double v) {
+    const std::size_t b = bin(v);
+    ++start_[1 + b];
+    if (is_likely_[b] != 0) likely_.push_back(v);
+  };
+  take(lower_);
+  const auto take_all = [&](std::span<const double> batch) {
     for (const double v : batch) {
       if (std::isnan(v)) {
         is_ordered_ = false;
       } else {
-        ++start_[1 + bin(v)];
+        take(v);
       }
     }
-  });
+  };
+  for_each_triple_batch(sites_, lower_, take_all, step);
   for (std::size_t b = 0; b < kBins; ++b) start_[b + 1] += start_[b];
 }
 
-std::size_t sorted_contacts::bin(double value) const {
-  return (std::bit_cast<std::uint64_t>(value) - origin_) >> shift_;
+// Marks the bins of these ranks, of a sample with one in `step`, as likely, unless they hold too
+// many values.
+void sorted_contacts::expect(const std::vector<contact_ranks>& ranks, double step) {
+  for (const contact_ranks& r : ranks) {
+    const auto begin = is_likely_.begin();
+    std::fill(begin + static_cast<std::ptrdiff_t>(bin_of_rank(r.first)),
+              begin + static_cast<std::ptrdiff_t>(bin_of_rank(r.last)) + 1, char{1});
+  }
+  std::size_t sampled = 0;
+  for (std::size_t b = 0; b < kBins; ++b) {
+    if (is_likely_[b] != 0) sampled += start_[b + 1] - start_[b];
+  }
+  const double values = step * static_cast<double>(sampled);
+  if (values > kMostLikely) return is_likely_.assign(kBins, 0);
+  constexpr double kRoom = 1.1;
+  likely_.reserve(static_cast<std::size_t>(kRoom * values));
 }
 
 std::size_t sorted_contacts::bin_of_rank(std::size_t rank) const {
@@ -58,10 +112,15 @@ void sorted_contacts::fill(const std::vector<std::size_t>& bins) {
     const std::size_t b = bin(v);
     if (is_asked_for[b] != 0) bins_[b].push_back(v);
   };
-  take(lower_);
-  for_each_triple_batch(sites_, lower_, [&](std::span<const double> batch) {
+  const auto take_all = [&](std::span<const double> batch) {
     for (const double v : batch) take(v);
-  });
+  };
+  if (std::all_of(bins.begin(), bins.end(), [&](std::size_t b) { return is_likely_[b] != 0; })) {
+    take_all(likely_);
+  } else {
+    take(lower_);
+    for_each_triple_batch(sites_, lower_, take_all);
+  }
   for (const std::size_t b : bins) std::sort(bins_[b].begin(), bins_[b].end());
 }
 

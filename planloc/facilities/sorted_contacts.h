@@ -3,8 +3,10 @@
 #ifndef PLANLOC_FACILITIES_SORTED_CONTACTS_H_
 #define PLANLOC_FACILITIES_SORTED_CONTACTS_H_
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <vector>
 
@@ -12,14 +14,23 @@
 
 namespace planloc::detail {
 
-// `lower` and the values of triple_contacts(sites, lower), each by its rank, from 0. They are
-// counted in bins once, and computed again for the bins that are asked for: a pass over all
-// triples for each call of `collect` that finds new ones, or of another member for a rank or value
-// that was not collected.
+// Ranks among the contacts, closed.
+struct contact_ranks {
+  std::size_t first;
+  std::size_t last;
+};
+
+// `lower` and the values of triple_contacts(sites, lower), each by its rank, from 0. One pass over
+// all triples counts them in bins and keeps those of bins that are likely to be asked for, as a
+// sample tells. Other bins are computed again when they are: a pass for each call of `collect` that
+// finds new ones, or of another member for a rank or value that was not collected.
 // REQUIRES: lower > 0.0; `sites` lives as long as this object.
 class sorted_contacts {
  public:
-  sorted_contacts(const ball_sites& sites, double lower);
+  // The ranks in the sample whose bins are likely to be asked for.
+  using likely_ranks = std::function<std::vector<contact_ranks>(const sorted_contacts& sample)>;
+
+  sorted_contacts(const ball_sites& sites, double lower, const likely_ranks& likely = {});
 
   std::size_t size() const { return start_.back(); }
   // Whether there is no NaN among them; the other members are for that case only.
@@ -38,9 +49,13 @@ class sorted_contacts {
   // Few enough for the processor's cache, which each value asks for its bin.
   static constexpr std::size_t kBins = std::size_t{1} << 16;
 
-  std::size_t bin(double value) const;
+  std::size_t bin(double value) const {
+    return (std::bit_cast<std::uint64_t>(value) - origin_) >> shift_;
+  }
   std::size_t bin_of_rank(std::size_t rank) const;
   const std::vector<double>& sorted_bin(std::size_t b);
+  void count(std::size_t step);
+  void expect(const std::vector<contact_ranks>& ranks, double step);
   void fill(const std::vector<std::size_t>& bins);
 
   const ball_sites& sites_;
@@ -49,6 +64,8 @@ class sorted_contacts {
   int shift_ = 0;
   bool is_ordered_ = true;
   std::vector<std::size_t> start_;  // the number of values in all bins before, and in all
+  std::vector<char> is_likely_;     // a bin
+  std::vector<double> likely_;      // the values in these bins
   std::map<std::size_t, std::vector<double>> bins_;
 };
 

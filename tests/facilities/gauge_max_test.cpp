@@ -214,6 +214,27 @@ TEST(GaugeMax, TriplesInPasses) {
   }
 }
 
+// So many that a sample tells which of them are kept.
+TEST(GaugeMax, TriplesOfManyEdges) {
+  constexpr std::size_t kAll = std::size_t{1} << 30;
+  std::mt19937 random(4);
+  std::uniform_real_distribution<double> u(0.0, 1.0);
+  for (int i = 0; i < 4; ++i) {
+    gauged_sites P;
+    for (int k = 0; k < 45; ++k) {
+      const double x = u(random);
+      P.sites.append(site(x, u(random), 1.0 + u(random)));
+      P.gauges.append(i % 2 == 0 || k == 0 ? random_gauge(random, 8) : P.gauges.head());
+      P.gauge_of.append(k);
+    }
+    const detail::ball_sites sites(P.sites, P.gauges, P.gauge_of);
+    detail::level_sets levels(sites);
+    const double lower = i < 2 ? 0.3 : 3.0;
+    ASSERT_EQ(detail::far_contacts(sites, lower, levels),
+              detail::far_contacts(sites, lower, levels, kAll));
+  }
+}
+
 // ----- The pieces -----
 
 TEST(GaugeMax, LevelSets) {
