@@ -58,8 +58,8 @@ EUCLIDEAN = [
         [10, 100, 1000, 10000, 100000],
         "Euclidean distances, weights in 0.5 to 1.5. The peers begin at the centre of gravity; Weiszfeld's iteration "
         "ends at a step of 1e-6, the other two use the gradient. None of them proves anything. From the mean, minimise "
-        "expands the sum three to four times; an expansion takes 2.1 ns a site, of which 1.65 are a square root and a "
-        "division two at a time, and finding the mean 1.3.", argument="2"),
+        "expands the sum three to four times; a square root and a division, two at a time, are 0.8 of an expansion, "
+        "and finding the mean takes 0.6 of one.", argument="2"),
     Row("lp-median", "Certified lp median, p = 1.5", "minimise",
         ["R ucminf", "py NumPy Weiszfeld", "py SciPy minimize"],
         [10, 100, 1000, 10000],
@@ -143,9 +143,9 @@ FACILITIES = [
     Row("gauge-max", "`gauge_max`", "gauge_max", ["CLP dual"], [3, 5, 10, 20, 50, 100],
         "A random octagon for each site. Where a problem ends in the second phase (some half of them), stated steps "
         "look for medians among the contacts of all triples of edges, 83 million at a hundred sites, which one linear "
-        "program does without: it computes each of them once, 0.65 ns a time, of which the division alone, four at a "
-        "time, is 0.26, and a second time where a sample did not tell which are near the medians. The steps may end above the optimum (docs/solvers.md), so the values are not "
-        "compared.",
+        "program does without: it computes each of them once, of which the division alone, four at a time, is 0.4, and "
+        "a second time where a sample did not tell which are near the medians. The steps may end above the optimum "
+        "(docs/solvers.md), so the values are not compared.",
         seeds=15, quick=4, tolerance=math.inf,
         why_behind="With fewer than six sites the steps look at ten times as many contacts of pairs. The second phase "
         "is slower than the linear program from ten sites on, the lower quartile: to divide once for each triple of "
@@ -164,6 +164,11 @@ FILES_AND_MODELS = [
         "Three numbers and a name a line, from memory; the peer is a loop of `strtod` that skips the names and keeps "
         "nothing. We also check every character, and make locations and texts, whose memory is half of our time. "
         "Records with a comment go by the scanner's table of states and take twice as long.", what="records"),
+    Row("gauge-file", "Reading a gauge file", "read_polygauge_list", ["strtod"], [100, 1000, 10000, 100000],
+        "Octagons, two numbers a line, from memory, beside the same loop. We also check every character and every "
+        "ball, and make gauges with their cones.", what="gauges",
+        why_behind="Half of the instructions make the gauges: 0.16 the hull that tells whether a ball is convex, the "
+        "rest its cones, their angles and the memory of both; 0.17 are the scanner, 0.16 the conversion of numbers."),
     Row("modelling", "The modelling layer", "expressions", ["arrays by hand", "CoinModel", "CLP addRow"],
         [1000, 10000, 30000, 100000],
         "Three terms a row, through expressions and up to where CLP could solve, beside the same by hand: arrays that "
@@ -187,15 +192,15 @@ FILES_AND_MODELS = [
     Row("scenarios", "Scenarios in Python", "py planloc.scenarios", ["C++ loop"], [100, 1000, 10_000, 30_000],
         "The median of 100 sites under an octagon with other weights a scenario, on one thread; the peer is the same "
         "loop in C++.", what="scenarios", tolerance=1e-12, needs=["planloc_python"],
-        why_behind="A call costs 50 us by itself, and its first ten scenarios take 1.4 times as long as later ones: it "
-        "begins on a thread of its own, so that it can be interrupted."),
+        why_behind="A call costs by itself as much as two scenarios, and its first ten scenarios take 1.4 times as "
+        "long as later ones: it begins on a thread of its own, so that it can be interrupted."),
 ]
 
 SEVERAL = [
     *[Row(f"efficient-{kind}", f"Efficient set, weights {about}", "efficient_set", ["py HiGHS dichotomy"], sizes,
           "Polyhedral, 10 gauges. Dichotomy: a linear program for each corner of the trade-off curve and each edge. "
-          f"{pieces} A piece takes 1.7 us; the optimum that the walk begins at and the sorting of all rays come "
-          "before, 0.1 ms at 200 sites, 0.4 at 1000 and 2.3 at 5000.",
+          f"{pieces} The optimum that the walk begins at and the sorting of all rays, which come before, take as "
+          "long as 60 pieces at 200 sites, 240 at 1000 and 1,350 at 5000.",
           quick=1)
       for kind, about, sizes, pieces in [
           ("independent", "independent", [10, 20, 50, 200, 1000, 5000],
