@@ -34,7 +34,10 @@ class far_orders {
   static constexpr std::size_t kMostOrders = 64;
   static constexpr std::size_t kMostSteps = 4096;
 
-  bool may_be_next(std::size_t k) const;
+  struct rank_range {
+    std::size_t begin, end;
+  };
+
   void place(std::size_t rank, std::size_t from);
   void weigh();
 
@@ -42,8 +45,9 @@ class far_orders {
   double half_s_;
   double wide_t_;
   double caution_;
-  std::vector<candidate> sites_;  // class by class
-  std::vector<std::size_t> end_of_class_;
+  std::vector<candidate> sites_;     // class by class
+  std::vector<rank_range> classes_;  // of each rank
+  std::vector<char> follows_;        // by site: the one before is alike
   std::vector<char> placed_;
   std::vector<double> weight_;
   std::size_t orders_ = 0;
