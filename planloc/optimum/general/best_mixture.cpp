@@ -9,14 +9,27 @@ namespace {
 
 double least(const std::array<double, 3>& a) { return std::min({a[0], a[1], a[2]}); }
 
+// The first of each of the rows that are equal: tangents of a distance often are.
+struct distinct_rows {
+  std::array<std::size_t, 4> at{};
+  std::size_t count = 0;
+};
+distinct_rows distinct(const planes& rows) {
+  distinct_rows d;
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    bool again = false;
+    for (std::size_t k = 0; k < d.count; ++k) again = again || rows[d.at[k]] == rows[i];
+    if (!again) d.at[d.count++] = i;
+  }
+  return d;
+}
+
 // A matrix game with four rows and three columns: some best mixture takes at most three rows and
 // makes as many columns equal. Every mixture gives a bound, so that roundings do no harm. Offers
 // bounds with the rows that they need as bits.
 template <class Offer>
 void offer_mixtures(const planes& rows, Offer offer) {
-  for (std::size_t i = 0; i < rows.size(); ++i) offer(least(rows[i]), 1U << i);
-  if (std::all_of(rows.begin(), rows.end(), [&](const auto& row) { return row == rows[0]; }))
-    return;
+  const distinct_rows d = distinct(rows);
   const auto try_mixture = [&](std::size_t i, double s, std::size_t k, double t, std::size_t l) {
     if (!(s >= 0 && t >= 0 && s + t <= 1)) return;
     const double rest = 1 - s - t;
@@ -27,25 +40,30 @@ void offer_mixtures(const planes& rows, Offer offer) {
                  s * a[2] + t * b[2] + rest * c[2]}),
           1U << i | 1U << k | 1U << l);
   };
-  for (std::size_t i = 0; i < 4; ++i) {
+  const auto try_pair = [&](std::size_t i, std::size_t k) {
+    for (std::size_t m = 0; m < 3; ++m) {
+      const std::size_t n = (m + 1) % 3;
+      const double a = rows[i][m] - rows[i][n];
+      const double b = rows[k][m] - rows[k][n];
+      if (a * b < 0) try_mixture(i, b / (b - a), k, a / (a - b), k);
+    }
+  };
+  const auto try_three = [&](std::size_t i, std::size_t k, std::size_t l) {
+    const auto across = [&](std::size_t r, std::size_t m) {
+      return rows[r][m] - rows[r][0] - (rows[l][m] - rows[l][0]);
+    };
+    const double right1 = rows[l][0] - rows[l][1];
+    const double right2 = rows[l][0] - rows[l][2];
+    const double area = across(i, 1) * across(k, 2) - across(i, 2) * across(k, 1);
+    if (area == 0) return;
+    try_mixture(i, (right1 * across(k, 2) - right2 * across(k, 1)) / area, k,
+                (across(i, 1) * right2 - across(i, 2) * right1) / area, l);
+  };
+  for (std::size_t i = 0; i < d.count; ++i) offer(least(rows[d.at[i]]), 1U << d.at[i]);
+  for (std::size_t i = 0; i < d.count; ++i) {
     for (std::size_t k = 0; k < i; ++k) {
-      for (std::size_t m = 0; m < 3; ++m) {
-        const std::size_t n = (m + 1) % 3;
-        const double a = rows[i][m] - rows[i][n];
-        const double b = rows[k][m] - rows[k][n];
-        if (a * b < 0) try_mixture(i, b / (b - a), k, a / (a - b), k);
-      }
-      for (std::size_t l = 0; l < k; ++l) {
-        const auto across = [&](std::size_t r, std::size_t m) {
-          return rows[r][m] - rows[r][0] - (rows[l][m] - rows[l][0]);
-        };
-        const double right1 = rows[l][0] - rows[l][1];
-        const double right2 = rows[l][0] - rows[l][2];
-        const double area = across(i, 1) * across(k, 2) - across(i, 2) * across(k, 1);
-        if (area == 0) continue;
-        try_mixture(i, (right1 * across(k, 2) - right2 * across(k, 1)) / area, k,
-                    (across(i, 1) * right2 - across(i, 2) * right1) / area, l);
-      }
+      try_pair(d.at[i], d.at[k]);
+      for (std::size_t l = 0; l < k; ++l) try_three(d.at[i], d.at[k], d.at[l]);
     }
   }
 }

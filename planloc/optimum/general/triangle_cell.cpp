@@ -43,9 +43,11 @@ void sort_nearly_sorted(std::vector<Ranked>& v) {
   }
 }
 
-// Of the largest value of a distance on a cell: less is worth a closer look. Along a thin ball each
-// tangent falls far below the distance somewhere, but not all of them at one place.
+// Of the largest value of a distance on a cell: less is worth a closer look where balls are thin or
+// sites are few. Along a thin ball each tangent falls far below the distance somewhere, but not all
+// of them at one place.
 constexpr double kSteep = 1.0 / 64;
+constexpr std::size_t kFewSites = 16;
 
 // Runs of equal weight that have come to be neighbours, and runs that are given out, vanish.
 void join(std::vector<order_run>& runs) {
@@ -84,7 +86,11 @@ bool halves_exactly(const triangle& t) {
   return exact(a.x, b.x) && exact(a.y, b.y);
 }
 
-cell_bounder::cell_bounder(const distance_table& table) : table_(table) {
+cell_bounder::cell_bounder(const distance_table& table)
+    : table_(table),
+      round_polygons_(!table.has_thin_ball() &&
+                      std::all_of(table.blocks.begin(), table.blocks.end(),
+                                  [](const gauge_block& b) { return b.edges > 0; })) {
   std::map<std::tuple<std::uint32_t, double, double>, std::uint32_t> first;
   std::vector<std::uint32_t> stands_at(table.size());
   for (std::uint32_t slot = 0; slot < table.size(); ++slot) {
@@ -227,7 +233,7 @@ void cell_bounder::look(const placed_site& s, site_view& v) {
     for (const auto& row : of_site.tangent) v.lower = std::max(v.lower, least(row));
   }
   v.upper = std::max({v.value[0], v.value[1], v.value[2]});
-  if (v.bent != kFlat && v.lower < kSteep * v.upper)
+  if (looks_closely_ && v.bent != kFlat && v.lower < kSteep * v.upper)
     v.lower = std::max(v.lower, best_mixture(bends_[v.bent].tangent));
   v.lower = std::min(v.lower, v.upper);
 }
@@ -527,6 +533,7 @@ void cell_bounder::process(cell& c, double target) {
   bends_.clear();
   decided_.clear();
   const std::size_t n = c.undecided.size();
+  looks_closely_ = !round_polygons_ || n + c.decided.size() <= kFewSites;
   undecided_.resize(n);
   lower_keys_.resize(n);
   upper_keys_.resize(n);

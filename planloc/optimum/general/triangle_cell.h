@@ -180,6 +180,8 @@ class cell_bounder {
   }
 
   const distance_table& table_;
+  bool round_polygons_;         // all unit balls
+  bool looks_closely_ = false;  // at distances on the cell at hand
   // Of each slot the first one at the same place with the same smooth gauge; empty if all are
   // apart.
   std::vector<std::uint32_t> stands_at_;
