@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "arrangement.h"
 #include "instances.h"
 #include "planloc/optimum/lp_norm.h"
 #include "planloc/optimum/minimise.h"
@@ -175,6 +176,29 @@ TEST(Convex, ThinBallsBesideSmoothGauges) {
                      gauge::euclidean()},
                     trial % 2 == 0 ? order_weights::median() : order_weights::centre());
     EXPECT_EQ(verify(p, minimise(p)).reason, "");
+  }
+}
+
+// Under slanted triangles, too, terms of one distance cancel, if by less.
+TEST(Convex, ValuesToTheLastBits) {
+  instance_source source(5);
+  for (int trial = 0; trial < 1000; ++trial) {
+    SCOPED_TRACE(trial);
+    const double thin = std::pow(2, -source.uniform(0, 5));
+    const double turn = source.uniform(0, 6);
+    const auto turned = [&](double x, double y) {
+      return xy{x * std::cos(turn) - y * std::sin(turn), x * std::sin(turn) + y * std::cos(turn)};
+    };
+    std::vector<site> sites;
+    for (int i = 0; i < 3 + trial % 4; ++i) {
+      sites.push_back(
+          {source.uniform(0, 4), source.uniform(0, 4), std::pow(10, source.uniform(-1, 1))});
+    }
+    const problem p(sites, {gauge::polyhedral({turned(1, 0), turned(-1, thin), turned(-1, -thin)})},
+                    trial % 2 == 0 ? order_weights::median() : order_weights::centre());
+    const solution s = minimise(p);
+    const mpq_class value = exact_value(p, s);
+    EXPECT_LE(abs(mpq_class(s.value) - value), 0x1p-50 * value);
   }
 }
 

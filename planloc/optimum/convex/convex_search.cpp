@@ -389,7 +389,7 @@ bool convex_search::prove_snapped(const exact_xy& at, const cut_model& model) {
 }
 
 double convex_search::value_at(const exact_place& place) const {
-  if (!table_.has_thin_ball()) return place.value();
+  if (!place.cancels()) return place.value();
   const mpq_class value = place.exact_value();
   return detail::round_quotient(value.get_num(), value.get_den());
 }

@@ -149,6 +149,26 @@ exact_place::rounded_distance exact_place::distance(std::uint32_t slot) const {
                                            (0x1p-49 * largest(u) + 0x1p-100 * largest(rounded_))};
 }
 
+double exact_place::size_of_terms(std::uint32_t slot) const {
+  const xy u = offset(slot);
+  const xy& n = table_.edges[first_edge_of(slot) + edge(slot)].normal;
+  return table_.weight[slot] * (std::fabs(n.x * u.x) + std::fabs(n.y * u.y));
+}
+
+// A term of a distance is off by two or three units in its last place.
+bool exact_place::cancels() const {
+  constexpr double kMostCancellation = 3;
+  double size = 0;
+  std::uint32_t k = 0;
+  for (const order_run& r : problem_.runs()) {
+    const std::uint32_t end = k + static_cast<std::uint32_t>(r.count);
+    if (r.weight == 0) k = end;
+    for (; k < end; ++k)
+      size += std::fabs(r.weight) * size_of_terms(order_.empty() ? k : order_[k]);
+  }
+  return size > kMostCancellation * std::fabs(value_);
+}
+
 bool exact_place::is_site(std::uint32_t slot) const {
   const site& s = site_of(slot);
   return is_double_ && s.x == rounded_.x && s.y == rounded_.y;

@@ -94,8 +94,10 @@ class exact_place {
 
   const exact_xy& at() const { return at_; }
 
-  // f in doubles, within a unit or two in the last place for terms of one sign.
+  // f in doubles, within a few units in the last place unless `cancels`.
   double value() const { return value_; }
+  // Whether f is a small difference of large terms, those of the distances in x and y included.
+  bool cancels() const;
   // f without loss.
   mpq_class exact_value() const;
 
@@ -157,6 +159,7 @@ class exact_place {
   edge_range tied_edges_of(std::uint32_t slot) const;
   xy offset(std::uint32_t slot) const;
   rounded_distance distance(std::uint32_t slot) const;
+  double size_of_terms(std::uint32_t slot) const;  // of the distance in x and y
   dyadic level(std::uint32_t slot) const;
   bool is_tied(std::uint32_t slot) const { return (edge_[slot] & kTied) != 0; }
   std::uint32_t edge(std::uint32_t slot) const { return edge_[slot] & ~kTied; }
