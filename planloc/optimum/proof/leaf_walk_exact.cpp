@@ -15,8 +15,8 @@ namespace {
 // crossings: far more than searches leave, so that one that was made up cannot keep `verify` busy
 // for ever.
 constexpr std::size_t kMostLines = 1000;
-constexpr std::size_t kSteps = 100000;
-constexpr std::size_t kStepsATriangle = 4000;
+constexpr std::size_t kSteps = 500000;
+constexpr std::size_t kStepsATriangle = 6000;
 
 straight_line line(const mpq_class& a, const mpq_class& b, const mpq_class& c) {
   const mpq_class lead = sgn(a) != 0 ? a : b;
