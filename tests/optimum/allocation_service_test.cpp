@@ -10,6 +10,7 @@
 #include "instances.h"
 #include "planloc/optimum/allocation/candidate_places.h"
 #include "planloc/optimum/allocation/local_search.h"
+#include "planloc/optimum/minimise.h"
 
 namespace planloc::detail {
 namespace {
@@ -81,6 +82,22 @@ TEST(AllocationService, MovesAgainstAllDistances) {
     expect_near(candidates, s, sites);
     s.drop(1);
     expect_links(s, sites);
+  }
+}
+
+// One of them is so near the optimum that Newton's steps go too far and Weiszfeld's crawl.
+TEST(AllocationService, PlacesBesideASite) {
+  const std::vector<site> sites = {{291.5492367237843, 938.518151965472},
+                                   {242.25516531744807, 894.4395896576083},
+                                   {286.0995053053753, 916.4326274611971},
+                                   {258.25396346139496, 908.9143737437059}};
+  const allocation_problem p(sites, {gauge::euclidean()}, 2);
+  const allocation_ground ground(p);
+  place_finder find_place(ground.table);
+  const double least = minimise(p.single()).value;
+  for (std::uint32_t k = 0; k < sites.size(); ++k) {
+    const placed found = find_place(std::vector<std::uint32_t>{0, 1, 2, 3}, ground.place_of(k));
+    EXPECT_NEAR(found.value, least, 1e-8 * least);
   }
 }
 

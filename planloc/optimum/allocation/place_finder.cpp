@@ -12,6 +12,7 @@ namespace {
 
 constexpr double kGap = 1e-8;  // of the value
 constexpr int kMostSteps = 60;
+constexpr int kMostShorter = 8;
 constexpr int kMostCuts = 60;
 
 }  // namespace
@@ -106,8 +107,9 @@ xy place_finder::median_on_line() {
   return {sites_.back().x, sites_.back().y};
 }
 
-// Newton's steps, Weiszfeld's where they fail. A site that the steps make for is tried itself: the
-// sum has a kink there, which derivatives elsewhere do not show.
+// Newton's steps, shorter ones where they go too far (past a site near the optimum, where
+// Weiszfeld's crawl), and Weiszfeld's where those fail. A site that the steps make for is tried
+// itself: the sum has a kink there, which derivatives elsewhere do not show.
 placed place_finder::newton(std::span<const std::uint32_t> slots, const xy& start) {
   sites_.clear();
   for (const std::uint32_t s : slots) {
@@ -139,6 +141,10 @@ placed place_finder::newton(std::span<const std::uint32_t> slots, const xy& star
       if (there.held()) return {site_at, there.value};
     }
     euclidean_step next = step_at({at.x + by.x, at.y + by.y});
+    for (int shorter = 0; shorter < kMostShorter && !(next.value < now.value); ++shorter) {
+      by = {by.x / 4, by.y / 4};
+      next = step_at({at.x + by.x, at.y + by.y});
+    }
     if (!(next.value < now.value)) {
       by = now.safe();
       next = step_at({at.x + by.x, at.y + by.y});
