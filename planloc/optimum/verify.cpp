@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "planloc/optimum/farthest_point.h"
+#include "planloc/optimum/proof/far_places.h"
 #include "planloc/optimum/proof/verify_parts.h"
 
 namespace planloc {
@@ -30,7 +32,9 @@ std::vector<double> listed_weights(const problem& p) {
   return lambda;
 }
 
-fraction_pair fractions_of(const exact_point& exact, const std::string& name) {
+namespace {
+
+fraction_pair any_fractions_of(const exact_point& exact, const std::string& name) {
   fraction_pair at;
   if (at.x.set_str(exact.x, 10) != 0 || at.y.set_str(exact.y, 10) != 0 ||
       sgn(at.x.get_den()) == 0 || sgn(at.y.get_den()) == 0) {
@@ -38,6 +42,18 @@ fraction_pair fractions_of(const exact_point& exact, const std::string& name) {
   }
   at.x.canonicalize();
   at.y.canonicalize();
+  return at;
+}
+
+bool is_rounding(double d, const mpq_class& q) {
+  return mpq_class(std::nextafter(d, -INFINITY)) <= q &&
+         q <= mpq_class(std::nextafter(d, INFINITY));
+}
+
+}  // namespace
+
+fraction_pair fractions_of(const exact_point& exact, const std::string& name) {
+  fraction_pair at = any_fractions_of(exact, name);
   if (abs(at.x) > kMostInClaim || abs(at.y) > kMostInClaim) refuse(name + " is too large");
   return at;
 }
@@ -46,12 +62,20 @@ fraction_pair exact_place_of(const xy& point, const exact_point& exact) {
   check_place(point, "the point");
   if (exact.empty()) return {mpq_class(point.x), mpq_class(point.y)};
   const fraction_pair at = fractions_of(exact, "the exact point");
-  const auto near = [](double d, const mpq_class& q) {
-    return mpq_class(std::nextafter(d, -INFINITY)) <= q &&
-           q <= mpq_class(std::nextafter(d, INFINITY));
-  };
-  if (!near(point.x, at.x) || !near(point.y, at.y))
+  if (!is_rounding(point.x, at.x) || !is_rounding(point.y, at.y))
     refuse("the point is no rounding of the exact one");
+  return at;
+}
+
+fraction_pair place_of(const solution& s) {
+  if (s.exact.empty()) return exact_place_of(s.point, s.exact);
+  check_place(s.point, "the point");
+  const fraction_pair at = any_fractions_of(s.exact, "the exact point");
+  const auto told_as = [](double d, const mpq_class& q) {
+    return abs(q) > kFarthestPoint ? d == sgn(q) * kFarthestPoint : is_rounding(d, q);
+  };
+  if (!told_as(s.point.x, at.x) || !told_as(s.point.y, at.y))
+    refuse("the point does not stand for the exact one");
   return at;
 }
 
@@ -122,7 +146,7 @@ verification verify_place(const problem& p, const solution& s) {
                                s.lower_bound == -kInfinite &&
                                std::holds_alternative<std::monostate>(s.proof);
   check_finite(s.value, claims_no_bound ? 0 : s.lower_bound);
-  check_permitted(p, exact_place_of(s.point, s.exact));
+  check_permitted(p, place_of(s));
   if (claims_no_bound) return verify_without_bound(p, s);
   if (const auto* c = std::get_if<boundary_certificate>(&s.proof)) return verify_boundary(p, s, *c);
   if (const auto* c = std::get_if<branch_certificate>(&s.proof)) return verify_leaves(p, s, *c);

@@ -1,3 +1,4 @@
+#include <gmpxx.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -281,6 +282,55 @@ TEST(General, SmoothInfimumFarAway) {
     solution spoiled = s;
     spoiled.lower_bound = v.value + 1e-6;
     spoiled.value = v.value + 2e-6;
+    EXPECT_FALSE(verify(p, spoiled).accepted);
+  }
+}
+
+// f at (X, y), less what all distances have in common, by the first term of the norm's series: the
+// logarithm of X may be any.
+double far_along_x(const problem& p, double log_x, double y) {
+  const double e = p.gauges()[0].p();
+  std::vector<double> more;
+  for (const site& s : p.sites())
+    more.push_back(-s.x + std::exp((1 - e) * log_x + e * std::log(std::fabs(y - s.y))) / e);
+  std::sort(more.begin(), more.end());
+  double sum = 0;
+  for (std::size_t k = 0; k < more.size(); ++k) sum += p.lambda(k) * more[k];
+  return sum;
+}
+
+// With p near 1 slopes along an axis vanish so slowly that the infimum is come near beyond all
+// doubles.
+TEST(General, SmoothInfimumBeyondDoubles) {
+  const std::vector<site> sites = {{24.9, 9.9}, {21.3, 51}, {22.9, 75.7}, {27.2, 22.7}};
+  for (const double e : {1.0001, 1.001}) {
+    SCOPED_TRACE(e);
+    const problem p(sites, {gauge::lp(e)}, order_weights::range());
+    double least = std::numeric_limits<double>::infinity();
+    for (int j = 0; j < 400; ++j) {
+      for (int k = 0; k < 400; ++k)
+        least = std::min(least, far_along_x(p, j / 40. / (e - 1), k / 4. + 1. / 64));
+    }
+    const solution s = minimise(p);
+    ASSERT_EQ(s.status, solution_status::far_away);
+    EXPECT_EQ(s.point.x, 1e100);
+    const verification v = verify(p, s);
+    EXPECT_EQ(v.reason, "");
+    EXPECT_LE(v.gap, 1e-8);
+    EXPECT_LE(v.lower_bound, least);
+    EXPECT_NEAR(v.value, least, 0.1);
+    long exponent = 0;
+    const double mantissa = mpz_get_d_2exp(&exponent, mpz_class(s.exact.x).get_mpz_t());
+    const double log_x = std::log(mantissa) + static_cast<double>(exponent) * std::numbers::ln2;
+    EXPECT_NEAR(v.value, far_along_x(p, log_x, mpq_class(s.exact.y).get_d()), 1e-8);
+    solution spoiled = s;
+    spoiled.exact.x += "0";
+    EXPECT_FALSE(verify(p, spoiled).accepted) << "f is another one ten times as far";
+    spoiled = s;
+    spoiled.point.x = 1e99;
+    EXPECT_FALSE(verify(p, spoiled).accepted);
+    spoiled = s;
+    spoiled.lower_bound = spoiled.value = v.value + 1e-6;
     EXPECT_FALSE(verify(p, spoiled).accepted);
   }
 }

@@ -72,11 +72,11 @@ TEST(Refusals, OfAnyPlace) {
            [](auto& s) {
              s.exact = {"1", "2.5"};
            }},
-          {"the exact point is too large",
+          {"the point does not stand for the exact one",
            [](auto& s) {
              s.exact = {"1", "9" + std::string(200, '0')};
            }},
-          {"the point is no rounding of the exact one",
+          {"the point does not stand for the exact one",
            [](auto& s) {
              s.exact = {"1", "2"};
            }},

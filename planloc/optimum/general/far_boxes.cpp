@@ -4,6 +4,7 @@
 #include <limits>
 #include <utility>
 
+#include "planloc/optimum/general/far_axes.h"
 #include "planloc/optimum/general/far_sum.h"
 #include "planloc/optimum/general/far_view.h"
 #include "planloc/optimum/general/recession.h"
@@ -56,6 +57,7 @@ class far_boxes {
   far_boxes(const problem& p, const distance_table& table, double reach)
       : view_(p, table, reach),
         sum_(p, table, view_),
+        axes_(p, table, reach),
         negative_(with_signs_changed(p), table, view_) {
     const bool slow = std::any_of(
         table.blocks.begin(), table.blocks.end(),
@@ -70,7 +72,7 @@ class far_boxes {
   }
 
   far_level search(double target, const far_calls& calls) {
-    for (int side = 0; side < 4; ++side) add({side, {-1, 1}, {0, 1}}, target);
+    for (int side = 0; side < 4; ++side) add({side, {-1, 1}, {0, 1}}, target, calls);
     while (open_.front().bound < target && width(open_.front().box) >= kLeastWidth &&
            nodes_.size() < most_ && !calls.done()) {
       std::pop_heap(open_.begin(), open_.end(), later);
@@ -82,14 +84,17 @@ class far_boxes {
       }
       nodes_[b.node] = {reason::halved, static_cast<std::uint32_t>(nodes_.size())};
       for (const far_box& half : halves(b.box)) {
-        add(half, target);
+        add(half, target, calls);
         target = std::min(target, calls.try_place(middle(half)));
       }
     }
-    far_level level{open_.front().bound, reasons_from(nodes_, {0, 1, 2, 3}), kInfinite, {}};
-    if (far_value_ < kInfinite) {
+    far_level level{open_.front().bound, reasons_from(nodes_, {0, 1, 2, 3}), kInfinite, {0, 0}};
+    if (axes_.value() < far_value_) {
+      level.value = axes_.value();
+      level.at = axes_.place();
+    } else if (far_value_ < kInfinite) {
       level.value = find_place(level.bound + far_value_ - calls.target(far_value_));
-      level.at = place(far_);
+      level.at = to_exact(place(far_));
     }
     return level;
   }
@@ -107,10 +112,14 @@ class far_boxes {
 
   static double width(const far_box& b) { return b.s.high - b.s.low; }
 
-  void add(const far_box& b, double target) {
+  void add(const far_box& b, double& target, const far_calls& calls) {
     view_.look(b);
     double bound = sum_.least(b) - margin_;
     if (bound < target) bound = std::max(bound, sum_.least_of_orders(b) - margin_);
+    if (bound < target) {
+      bound = std::max(bound, axes_.least(b, target, calls.target));
+      target = std::min(target, calls.target(axes_.value()));
+    }
     open_.push_back({b, static_cast<std::uint32_t>(nodes_.size()), bound});
     nodes_.push_back({});
     std::push_heap(open_.begin(), open_.end(), later);
@@ -175,6 +184,7 @@ class far_boxes {
 
   far_view view_;
   far_sum sum_;
+  far_axes axes_;
   far_sum negative_;              // of the problem with all order weights' signs changed
   double far_value_ = kInfinite;  // the least value that was seen far away
   far_spot far_{};

@@ -163,6 +163,25 @@ low_high far_view::euclidean_excess(const xy& a, const far_box& b) const {
           above.high / (above.high > 0 ? below.low : below.high)};
 }
 
+// For t > 0. At a place on the side it is (N(y - r a) - N(y)) / r, which grows with r, since the
+// norm N is convex; along the side it changes by what N's slopes at y - r a and at y differ by.
+low_high far_view::lp_excess(const gauge& g, const xy& a, const far_box& b) const {
+  const auto [x, y] = directions(b);
+  const double s = b.s.low + (b.s.high - b.s.low) / 2;
+  const auto [at_x, at_y] = directions({b.side, {s, s}, b.t});
+  const low_high r{b.t.low / reach_, b.t.high / reach_};
+  const auto beside = [&, &x = at_x, &y = at_y](double way) {
+    return (g({x.low - way * a.x, y.low - way * a.y}) - g({x.low, y.low})) / way;
+  };
+  const low_high to_x = sum_around(x, times(r, -a.x));
+  const low_high to_y = sum_around(y, times(r, -a.y));
+  const low_high there = b.side % 2 == 0 ? derivatives(g, to_y, to_x) : derivatives(g, to_x, to_y);
+  const low_high here = b.side % 2 == 0 ? derivatives(g, y, x) : derivatives(g, x, y);
+  const double turn = std::max({there.high - here.low, here.high - there.low, 0.0});
+  const double more = (turn * (b.s.high - b.s.low) / 2 + kRounding) / r.low;
+  return {beside(r.low) - more, beside(r.high) + more};
+}
+
 low_high far_view::excess(const far_kind& k, std::uint32_t slot, const far_box& b) const {
   const xy a{table_.x[slot], table_.y[slot]};
   if (table_.blocks[k.block].kind == gauge::shape::euclidean)
@@ -176,7 +195,12 @@ low_high far_view::excess(const far_kind& k, std::uint32_t slot, const far_box& 
     sum = plus(sum, along_slopes(k, sum_around(x, times(part, -a.x)),
                                  sum_around(y, times(part, -a.y)), a));
   }
-  return times(sum, k.weight / parts);
+  sum = times(sum, 1 / parts);
+  if (table_.blocks[k.block].kind == gauge::shape::lp && b.t.low > 0) {
+    const low_high other = lp_excess(problem_.gauge_of(table_.site[slot]), a, b);
+    sum = {std::max(sum.low, other.low), std::min(sum.high, other.high)};
+  }
+  return times(sum, k.weight);
 }
 
 // With the gauge G, its second derivative H, and r = t / reach: the excess is -G'(y) a + r / 2

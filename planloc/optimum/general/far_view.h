@@ -61,6 +61,7 @@ class far_view {
   low_high growth_of(const far_kind& k, const far_box& b) const;
   low_high excess(const far_kind& k, std::uint32_t slot, const far_box& b) const;
   low_high euclidean_excess(const xy& a, const far_box& b) const;
+  low_high lp_excess(const gauge& g, const xy& a, const far_box& b) const;
   // The most and the least of the slopes that the gauge has on a rectangle, along -a.
   low_high along_slopes(const far_kind& k, const low_high& x, const low_high& y, const xy& a) const;
 

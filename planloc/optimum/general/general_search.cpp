@@ -5,6 +5,7 @@
 #include <optional>
 #include <utility>
 
+#include "planloc/optimum/farthest_point.h"
 #include "planloc/optimum/general/best_place.h"
 #include "planloc/optimum/general/cell_regions.h"
 #include "planloc/optimum/general/exact_close.h"
@@ -275,8 +276,7 @@ void general_search::bound_far_places(detail::recession& far) {
     const double reach = half_of_square(far) * branch_certificate::kInside;
     detail::far_level level =
         detail::search_far_boxes(problem_, table_, reach, best_.value() - tolerance(), calls);
-    if (level.value < best_.value() - tolerance())
-      best_.offer_far(detail::to_exact(level.at), level.value);
+    if (level.value < best_.value() - tolerance()) best_.offer_far(level.at, level.value);
     outside_ = level.bound;
     far.outside = std::move(level.outside);
     const xy at = to_nearest(best_.at());
@@ -486,6 +486,10 @@ solution general_search::finish(const detail::recession& far) {
   if (problem_.polyhedral()) make_exact();
   const exact_xy at{best_.at().x + table_.base.x, best_.at().y + table_.base.y};
   s.point = to_nearest(at);
+  if (best_.far_away()) {
+    for (double* const d : {&s.point.x, &s.point.y})
+      *d = std::clamp(*d, -detail::kFarthestPoint, detail::kFarthestPoint);
+  }
   if (to_exact(s.point) != at) s.exact = to_text(at);
   s.value = problem_.polyhedral() || best_.far_away() ? best_.value() : value_near(s.point);
   s.counters.cells = cells_;

@@ -13,6 +13,7 @@
 #include <gmpxx.h>
 
 #include "planloc/optimum/evaluate.h"
+#include "planloc/optimum/exact/exact_place.h"
 #include "planloc/optimum/general/triangle_cell.h"
 #include "planloc/optimum/solution.h"
 
@@ -90,7 +91,7 @@ struct far_level {
   // A place so far away that f hardly falls beyond it, and a value that f is no more than there,
   // which a sum of distances would be too rounded to tell; infinity if none was found.
   double value;
-  xy at;
+  exact_xy at;
 };
 struct far_calls {
   std::function<double(const xy&)> try_place;  // tries a place, returns the target

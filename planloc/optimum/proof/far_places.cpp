@@ -11,6 +11,8 @@ namespace {
 constexpr double kInfinite = std::numeric_limits<double>::infinity();
 // Times the sites' extent: nearer places are not far.
 constexpr int kFar = 1024;
+// Farther places are told from the sites only near an axis.
+constexpr double kMostInDoubles = 1e120;
 
 // Holds the derivative of a norm by x. It grows with x and falls with the magnitude of y.
 interval derivative(const gauge& g, const interval& x, const interval& y) {
@@ -30,17 +32,43 @@ interval norm_on(const gauge& g, const interval_pair& u) {
 
 }  // namespace
 
+namespace {
+
+std::vector<interval_pair> places_from(const fraction_pair& base, const problem& p) {
+  std::vector<interval_pair> places;
+  for (const site& s : p.sites())
+    places.push_back({around(mpq_class(s.x) - base.x), around(mpq_class(s.y) - base.y)});
+  return places;
+}
+
+interval both(const interval& a, const interval& b) {
+  return {std::max(a.low, b.low), std::min(a.high, b.high)};
+}
+
+double most_of(const std::vector<interval_pair>& places) {
+  double most = 0;
+  for (const interval_pair& a : places)
+    most = std::max({most, magnitude(a.x).high, magnitude(a.y).high});
+  return most;
+}
+
+}  // namespace
+
 far_places::far_places(const problem& p, const fraction_pair& base, const mpq_class& reach)
-    : problem_(p), order_(p), reach_(around(reach)), on_part_(p.sites().size()) {
+    : problem_(p),
+      order_(p),
+      reach_(around(reach)),
+      from_base_(places_from(base, p)),
+      axis_(p, from_base_, most_of(from_base_)),
+      on_part_(p.sites().size()) {
   for (const gauge& g : p.gauges()) {
     std::vector<interval_pair>& normals = normals_.emplace_back();
     for (std::size_t j = 0; j < g.vertices().size(); ++j) normals.push_back(edge_normal(g, j));
   }
-  double most = 0;
+  double most = 0;  // towards 0, as the search has it
   for (const site& s : p.sites()) {
     const mpq_class x = mpq_class(s.x) - base.x;
     const mpq_class y = mpq_class(s.y) - base.y;
-    from_base_.push_back({around(x), around(y)});
     most = std::max({most, std::fabs(x.get_d()), std::fabs(y.get_d())});
   }
   const double far = reach.get_d();
@@ -70,6 +98,28 @@ interval far_places::along_slopes(std::uint32_t gauge, const interval_pair& u,
   return slopes;
 }
 
+// Without the weight, for t > 0: with r = t / reach it is (G(y - r a) - G(y)) / r, no less where r
+// is more, since G is convex. Along the side it changes by the difference of two slopes of G, over
+// r.
+interval far_places::lp_excess(std::size_t i, const far_part& b) const {
+  const interval_pair& a = from_base_[i];
+  const gauge& g = problem_.gauge_of(i);
+  const interval middle = b.s.low + (b.s.high - b.s.low) / 2;
+  const interval_pair at = directions({b.side, middle, b.t});
+  const auto beside = [&](double t) {
+    const interval r = interval(t) / reach_;
+    return (gauge_value(g, {at.x - r * a.x, at.y - r * a.y}) - gauge_value(g, at)) / r;
+  };
+  const auto along = [&](const interval_pair& u) {
+    return b.side % 2 == 0 ? derivative(g, u.y, u.x) : derivative(g, u.x, u.y);
+  };
+  const interval_pair y = directions(b);
+  const interval r = b.t / reach_;
+  const interval turn = along({y.x - r * a.x, y.y - r * a.y}) - along(y);
+  const interval more = turn / r * (b.s - middle);
+  return interval{beside(b.t.low).low, beside(b.t.high).high} + more;
+}
+
 // By how much the distance of site i exceeds that of the base under its gauge and weight.
 interval far_places::excess(std::size_t i, const far_part& b) const {
   const interval_pair& a = from_base_[i];
@@ -89,7 +139,10 @@ interval far_places::excess(std::size_t i, const far_part& b) const {
     const interval part = b.t * share / reach_;
     sum = sum + along_slopes(s.gauge, {y.x - part * a.x, y.y - part * a.y}, a);
   }
-  return interval(s.weight) * sum / interval(parts);
+  sum = sum / interval(parts);
+  if (problem_.gauge_of(i).kind() == gauge::shape::lp && b.t.low > 0)
+    sum = both(sum, lp_excess(i, b));
+  return interval(s.weight) * sum;
 }
 
 double far_places::least(const far_part& b) {
@@ -141,10 +194,6 @@ interval hull(const interval& a, const interval& b) {
 interval_pair hull(const interval_pair& a, const interval_pair& b) {
   return {hull(a.x, b.x), hull(a.y, b.y)};
 }
-interval both(const interval& a, const interval& b) {
-  return {std::max(a.low, b.low), std::min(a.high, b.high)};
-}
-
 }  // namespace
 
 // Let G be the gauge, H its second derivative, y the direction and r = t / reach. The excess is
@@ -205,13 +254,18 @@ interval value_far_away(const problem& p, const fraction_pair& at) {
       return {-kInfinite, kInfinite};
   }
   const int side = (right_or_left ? 0 : 1) + (sgn(out) > 0 ? 0 : 2);
+  const std::vector<interval_pair> from_base = places_from(base, p);
+  const interval near_axis =
+      far_axis(p, from_base, most_of(from_base)).value(side, out, right_or_left ? y : x);
+  if (abs(out) > kMostInDoubles) return near_axis;
   const far_part place{side, around((right_or_left ? y : x) / abs(out)), 1};
   std::vector<double> lambda = listed_weights(p);
   for (double& l : lambda) l = -l;
   const problem negative({p.sites().begin(), p.sites().end()},
                          {p.gauges().begin(), p.gauges().end()}, order_weights(lambda));
   const mpq_class far = abs(out);
-  return {far_places(p, base, far).least(place), -far_places(negative, base, far).least(place)};
+  return both(near_axis, {far_places(p, base, far).least(place),
+                          -far_places(negative, base, far).least(place)});
 }
 
 }  // namespace planloc::detail

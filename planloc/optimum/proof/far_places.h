@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "planloc/optimum/proof/far_axis.h"
 #include "planloc/optimum/proof/far_order.h"
 
 namespace planloc::detail {
@@ -28,6 +29,11 @@ class far_places {
   // Another one, for the part that `least` was asked about last: it is off by the square of the
   // part's size where the order of the sites is known.
   double least_by_slopes(const far_part& b);
+  // Whether f is known to be nowhere less, near an axis and under one norm of which slopes leap
+  // there.
+  bool nowhere_below_near_axis(const far_part& b, double least) {
+    return axis_.nowhere_below(least, b.side, b.s, scale(b));
+  }
 
  private:
   static constexpr double kMostParts = 16;
@@ -36,16 +42,21 @@ class far_places {
   interval scale(const far_part& b) const;
   interval along_slopes(std::uint32_t gauge, const interval_pair& u, const interval_pair& a) const;
   interval excess(std::size_t i, const far_part& b) const;
+  interval lp_excess(std::size_t i, const far_part& b) const;
   far_excess slopes_of_excess(std::size_t i, const far_part& b, double s) const;
 
   const problem& problem_;
   far_order order_;
   interval reach_;
   std::vector<interval_pair> from_base_;
+  far_axis axis_;
   std::vector<std::vector<interval_pair>> normals_;  // by gauge
   std::vector<interval> on_part_;                    // by site: its excess on the last part
   double slower_ = 1;
 };
+
+// The place that an answer speaks of, which may be beyond the doubles.
+fraction_pair place_of(const solution& s);
 
 // Holds f at a place, also where the roundings of the distances are more than what they differ by;
 // the whole line if the place is not far from the sites.

@@ -24,7 +24,8 @@ class far_check {
     if (next_ == reasons_.size()) refuse("places outside without a reason");
     const reason why = reasons_[next_++];
     if (why == reason::bound) {
-      if (!(places_.least(b) >= least_) && !(places_.least_by_slopes(b) >= least_))
+      if (!(places_.least(b) >= least_) && !(places_.least_by_slopes(b) >= least_) &&
+          !places_.nowhere_below_near_axis(b, least_))
         refuse("f may be less outside of the square");
       return;
     }

@@ -208,11 +208,22 @@ struct proved_value {
   std::optional<mpq_class> exact;
   double size = 0;
   bool far_away = false;
+  double rounding = 0x1p-44;  // of the size
 
-  double doubt() const { return 0x1p-44 * size; }
+  double doubt() const { return rounding * size; }
 };
 
+// Of the terms amid the sites: by how much the value of a place far away may be rounded.
+constexpr double kDoubtFarAway = 0x1p-40;
+
+double size_of_terms(const problem& p);
+
 proved_value value_of(const problem& p, const fraction_pair& at) {
+  if (abs(at.x) > kMostInClaim || abs(at.y) > kMostInClaim) {
+    const interval far = value_far_away(p, at);
+    if (!std::isfinite(far.high)) refuse("the distances are too large");
+    return {far, std::nullopt, size_of_terms(p), true, kDoubtFarAway};
+  }
   // Positions count from the place: its fractions need not be doubles.
   const xy base{at.x.get_d(), at.y.get_d()};
   const fraction_pair rest{at.x - base.x, at.y - base.y};
@@ -242,8 +253,6 @@ proved_value value_of(const problem& p, const fraction_pair& at) {
 // Of the value, or of the terms amid the sites where these are larger and cancel: the most that
 // `optimal` leaves open under gauges that are not polyhedral.
 constexpr double kMostGap = 1e-10;
-// Of the terms amid the sites: by how much the value of a place far away may be rounded.
-constexpr double kDoubtFarAway = 0x1p-40;
 
 double size_of_terms(const problem& p) {
   const auto middle = [&p](auto of) {
@@ -259,7 +268,7 @@ double size_of_terms(const problem& p) {
 
 // Refuses a value that is not that of the point.
 proved_value value_of(const problem& p, const solution& s) {
-  proved_value v = value_of(p, exact_place_of(s.point, s.exact));
+  proved_value v = value_of(p, place_of(s));
   const bool called_far_away = s.status == solution_status::far_away;
   if (called_far_away && !v.far_away) refuse("called far away, but the place is not");
   const double doubt = called_far_away ? kDoubtFarAway * size_of_terms(p) : v.doubt();
