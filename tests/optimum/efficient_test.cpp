@@ -223,11 +223,15 @@ TEST(EfficientSet, KnownChains) {
 
 TEST(EfficientSet, VerifyRefusesWhatWasSpoiled) {
   instance_source source(23);
-  const bicriteria_problem p = with_second_weights(source, source.sites(layout::scattered, 20, 1),
-                                                   {gauge::l1()}, relation::apart);
-  const efficient_chain good = efficient_set(p);
-  ASSERT_TRUE(verify(p, good).accepted);
-  ASSERT_GT(good.pieces.size(), 5);
+  // Numbers of a common gauge are short; those of many are compared in intervals mostly.
+  std::vector<gauge> many;
+  for (int k = 0; k < 20; ++k) many.push_back(source.ball(5));
+  std::vector<bicriteria_problem> problems;
+  for (const std::vector<gauge>& gauges : {std::vector{gauge::l1()}, many}) {
+    problems.push_back(with_second_weights(
+        source, source.sites(layout::scattered, 20, static_cast<int>(gauges.size())), gauges,
+        relation::apart));
+  }
   const struct {
     const char* name;
     std::function<void(efficient_chain&)> spoil;
@@ -265,12 +269,17 @@ TEST(EfficientSet, VerifyRefusesWhatWasSpoiled) {
       {"the curve", [](auto& c) { c.curve[1].value1 *= 1 + 1e-12; }},
       {"the order", [](auto& c) { std::swap(c.pieces[1], c.pieces[3]); }},
   };
-  for (const auto& c : cases) {
-    efficient_chain spoiled = good;
-    c.spoil(spoiled);
-    const efficient_verification v = verify(p, spoiled);
-    EXPECT_FALSE(v.accepted) << c.name;
-    EXPECT_FALSE(v.reason.empty()) << c.name;
+  for (const bicriteria_problem& p : problems) {
+    const efficient_chain good = efficient_set(p);
+    ASSERT_TRUE(verify(p, good).accepted);
+    ASSERT_GT(good.pieces.size(), 5);
+    for (const auto& c : cases) {
+      efficient_chain spoiled = good;
+      c.spoil(spoiled);
+      const efficient_verification v = verify(p, spoiled);
+      EXPECT_FALSE(v.accepted) << c.name;
+      EXPECT_FALSE(v.reason.empty()) << c.name;
+    }
   }
 }
 

@@ -6,6 +6,8 @@
 #include <limits>
 #include <utility>
 
+#include "planloc/optimum/proof/gauge_interval.h"
+
 namespace planloc::detail {
 
 namespace {
@@ -25,6 +27,13 @@ fractions<N> sum_of(const fractions<N>& a, const fractions<N>& b) {
   for (std::size_t j = 0; j < N; ++j)
     sum.numerator[j] = a.numerator[j] * b.denominator + b.numerator[j] * a.denominator;
   sum.denominator = a.denominator * b.denominator;
+  return sum;
+}
+
+template <std::size_t N>
+std::array<interval, N> sum_of(const std::array<interval, N>& a, const std::array<interval, N>& b) {
+  std::array<interval, N> sum;
+  for (std::size_t j = 0; j < N; ++j) sum[j] = a[j] + b[j];
   return sum;
 }
 
@@ -53,7 +62,9 @@ efficient_places::efficient_places(const bicriteria_problem& p)
     sums_.emplace_back(v.size());
     edges += v.size();
   }
-  tree_.resize(2 * std::bit_ceil(edges));
+  base_ = to_fractions({p.sites()[0].x, p.sites()[0].y});
+  near_tree_.resize(2 * std::bit_ceil(edges));
+  exact_tree_.resize(near_tree_.size());
 }
 
 fraction_pair efficient_places::crossing(const std::array<ray_line, 2>& lines) const {
@@ -77,10 +88,15 @@ fraction_pair efficient_places::crossing(const std::array<ray_line, 2>& lines) c
   return {a.x + step * v.x, a.y + step * v.y};
 }
 
+efficient_places::rounded_place::rounded_place(const fraction_pair& exact)
+    : high{exact.x.get_d(), exact.y.get_d()},
+      low{mpq_class(exact.x - high.x).get_d(), mpq_class(exact.y - high.y).get_d()} {}
+
 // `high` + `low` is the place up to 2^-104 of itself, so u is off by at most 2^-51 |u| + 2^-102
 // |high|, and its cross product with v by |v| times this and the roundings of the products.
 efficient_places::active_edges efficient_places::edges_at(std::size_t i, const fraction_pair& at,
-                                                          const xy& high, const xy& low) const {
+                                                          const rounded_place& rounded) const {
+  const auto& [high, low] = rounded;
   const bicriteria_site& s = problem_.sites()[i];
   const std::span<const xy> v = problem_.gauge_of(i).vertices();
   const xy u{(high.x - s.x) + low.x, (high.y - s.y) + low.y};
@@ -144,33 +160,56 @@ std::uint32_t efficient_places::edge_towards(std::size_t i, const active_edges& 
 void efficient_places::add(std::size_t i, std::uint32_t edge, int sign) {
   const bicriteria_site& s = problem_.sites()[i];
   edge_sum& sum = sums_[s.gauge][edge];
+  const mpq_class x = s.x - base_.x;
+  const mpq_class y = s.y - base_.y;
   for (std::size_t k = 0; k < 2; ++k) {
     const mpq_class w(sign * problem_.weight(k, i));
     sum.weight[k] += w;
-    sum.x[k] += w * s.x;
-    sum.y[k] += w * s.y;
+    sum.x[k] += w * x;
+    sum.y[k] += w * y;
   }
-  sum.changed = true;
+  sum.changed = sum.exact_changed = true;
+}
+
+std::array<mpq_class, 6> efficient_places::term_of(std::size_t gauge, std::size_t edge) const {
+  const edge_sum& s = sums_[gauge][edge];
+  const fraction_pair& n = normals_[gauge][edge];
+  std::array<mpq_class, 6> term;
+  for (std::size_t k = 0; k < 2; ++k) {
+    term[k] = n.x * s.weight[k];
+    term[2 + k] = n.y * s.weight[k];
+    term[4 + k] = -(n.x * s.x[k] + n.y * s.y[k]);
+  }
+  return term;
+}
+
+void efficient_places::update_near_sums() {
+  update_tree(near_tree_, &edge_sum::changed, [&](std::size_t g, std::size_t e) {
+    const std::array<mpq_class, 6> term = term_of(g, e);
+    near_sums near;
+    for (std::size_t k = 0; k < 6; ++k) near[k] = enclosed(term[k]);
+    return near;
+  });
 }
 
 // Not in lowest terms, since the denominators of different edges have nothing in common; and by
 // halves, so that most of the sums are of few edges, and few change from place to place.
-void efficient_places::update_sums() {
-  std::size_t node = tree_.size() / 2;
+void efficient_places::update_exact_sums() {
+  update_tree(exact_tree_, &edge_sum::exact_changed,
+              [&](std::size_t g, std::size_t e) { return over_one_denominator(term_of(g, e)); });
+}
+
+template <class Sums, class Term>
+void efficient_places::update_tree(std::vector<Sums>& tree, bool edge_sum::*is_changed,
+                                   const Term& term) {
+  std::size_t node = tree.size() / 2;
   std::vector<std::size_t> changed;
   for (std::size_t g = 0; g < sums_.size(); ++g) {
     for (std::size_t e = 0; e < sums_[g].size(); ++e, ++node) {
-      edge_sum& s = sums_[g][e];
-      if (!s.changed) continue;
-      s.changed = false;
-      const fraction_pair& n = normals_[g][e];
-      std::array<mpq_class, 6> term;
-      for (std::size_t k = 0; k < 2; ++k) {
-        term[k] = n.x * s.weight[k];
-        term[2 + k] = n.y * s.weight[k];
-        term[4 + k] = -(n.x * s.x[k] + n.y * s.y[k]);
-      }
-      tree_[node] = over_one_denominator(term);
+      bool& now = sums_[g][e].*is_changed;
+      if (!now) continue;
+      now = false;
+      tree[node] = term(g, e);
       changed.push_back(node);
     }
   }
@@ -179,17 +218,16 @@ void efficient_places::update_sums() {
     for (const std::size_t k : changed) {
       if (above.empty() || above.back() != k / 2) above.push_back(k / 2);
     }
-    for (const std::size_t k : above) tree_[k] = sum_of(tree_[2 * k], tree_[2 * k + 1]);
+    for (const std::size_t k : above) tree[k] = sum_of(tree[2 * k], tree[2 * k + 1]);
     changed = std::move(above);
   }
 }
 
 std::vector<efficient_places::tied_site> efficient_places::move_to(const fraction_pair& at) {
-  const xy high{at.x.get_d(), at.y.get_d()};
-  const xy low{mpq_class(at.x - high.x).get_d(), mpq_class(at.y - high.y).get_d()};
+  const rounded_place rounded(at);
   std::vector<tied_site> tied;
   for (std::size_t i = 0; i < edge_.size(); ++i) {
-    const active_edges now = edges_at(i, at, high, low);
+    const active_edges now = edges_at(i, at, rounded);
     const std::uint32_t edge = now.count == 1 ? now.first : kTied;
     if (edge == kTied) tied.push_back({i, now});
     if (edge == edge_[i]) continue;
@@ -197,14 +235,56 @@ std::vector<efficient_places::tied_site> efficient_places::move_to(const fractio
     if (edge != kTied) add(i, edge, 1);
     edge_[i] = edge;
   }
-  update_sums();
   return tied;
 }
 
-fractions<2> efficient_places::values_at(const fraction_pair& at,
-                                         const std::vector<tied_site>& tied) const {
-  const affine_sums& rest = tree_[1];
-  const fractions<2> step = over_one_denominator<2>({at.x, at.y});
+bool efficient_places::linear_between(const fraction_pair& a, const fraction_pair& b) const {
+  const rounded_place near_a(a);
+  const rounded_place near_b(b);
+  for (std::size_t i = 0; i < edge_.size(); ++i) {
+    const active_edges at_a = edges_at(i, a, near_a);
+    const active_edges at_b = edges_at(i, b, near_b);
+    const auto edges = static_cast<std::uint32_t>(problem_.gauge_of(i).vertices().size());
+    bool shared = false;
+    for (std::uint32_t k = 0; k < at_a.count && !shared; ++k)
+      shared = (at_a.first + k + edges - at_b.first) % edges < at_b.count;
+    if (!shared) return false;
+  }
+  return true;
+}
+
+std::array<interval, 2> efficient_places::values_at(const fraction_pair& at,
+                                                    const std::vector<tied_site>& tied) const {
+  const near_sums& rest = near_tree_[1];
+  const interval x = enclosed(at.x - base_.x);
+  const interval y = enclosed(at.y - base_.y);
+  std::array<interval, 2> values;
+  for (std::size_t k = 0; k < 2; ++k) values[k] = rest[k] * x + rest[2 + k] * y + rest[4 + k];
+  for (const auto& [i, edges] : tied) {
+    const bicriteria_site& s = problem_.sites()[i];
+    const interval d = enclosed(dot(normal(i, edges.first), {at.x - s.x, at.y - s.y}));
+    for (std::size_t k = 0; k < 2; ++k) values[k] = values[k] + d * problem_.weight(k, i);
+  }
+  return values;
+}
+
+std::array<interval, 2> efficient_places::rise_along(const xy& direction,
+                                                     const std::vector<tied_site>& tied) const {
+  const near_sums& rest = near_tree_[1];
+  std::array<interval, 2> rise;
+  for (std::size_t k = 0; k < 2; ++k) rise[k] = rest[k] * direction.x + rest[2 + k] * direction.y;
+  const fraction_pair d = to_fractions(direction);
+  for (const auto& [i, edges] : tied) {
+    const interval r = enclosed(dot(normal(i, edge_towards(i, edges, direction)), d));
+    for (std::size_t k = 0; k < 2; ++k) rise[k] = rise[k] + r * problem_.weight(k, i);
+  }
+  return rise;
+}
+
+fractions<2> efficient_places::exact_values_at(const fraction_pair& at,
+                                               const std::vector<tied_site>& tied) const {
+  const affine_sums& rest = exact_tree_[1];
+  const fractions<2> step = over_one_denominator<2>({at.x - base_.x, at.y - base_.y});
   fractions<2> values;
   for (std::size_t k = 0; k < 2; ++k) {
     values.numerator[k] = rest.numerator[k] * step.numerator[0] +
@@ -220,9 +300,9 @@ fractions<2> efficient_places::values_at(const fraction_pair& at,
   return values;
 }
 
-std::array<mpz_class, 2> efficient_places::rise_along(const xy& direction,
-                                                      const std::vector<tied_site>& tied) const {
-  const affine_sums& rest = tree_[1];
+std::array<mpz_class, 2> efficient_places::exact_rise_along(
+    const xy& direction, const std::vector<tied_site>& tied) const {
+  const affine_sums& rest = exact_tree_[1];
   const fraction_pair d = to_fractions(direction);
   const fractions<2> step = over_one_denominator<2>({d.x, d.y});
   fractions<2> rise;
@@ -241,6 +321,7 @@ std::array<mpz_class, 2> efficient_places::rise_along(const xy& direction,
 
 efficient_place efficient_places::look(const fraction_pair& at) {
   const std::vector<tied_site> tied = move_to(at);
+  update_near_sums();
   efficient_place place{at, values_at(at, tied), {}};
   const auto add_bend = [&](const xy& direction) {
     place.bends.push_back({direction, rise_along(direction, tied)});
@@ -260,6 +341,14 @@ efficient_place efficient_places::look(const fraction_pair& at) {
     }
   }
   return place;
+}
+
+exact_efficient_place efficient_places::look_exactly(const efficient_place& place) {
+  const std::vector<tied_site> tied = move_to(place.at);
+  update_exact_sums();
+  exact_efficient_place exact{exact_values_at(place.at, tied), {}};
+  for (const bend& b : place.bends) exact.rises.push_back(exact_rise_along(b.direction, tied));
+  return exact;
 }
 
 }  // namespace planloc::detail

@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <map>
@@ -15,7 +17,9 @@ namespace {
 // Relative, of values and of t.
 constexpr double kRounding = 0x1p-44;
 
-using shares = std::array<mpz_class, 2>;  // of f_1 and f_2 in an f_t, times a positive number
+// Of f_1 and f_2 in an f_t, times a positive number.
+using exact_shares = std::array<mpz_class, 2>;
+using shares = std::array<interval, 2>;
 
 mpq_class cross(const fraction_pair& o, const fraction_pair& a, const fraction_pair& b) {
   return (a.x - o.x) * (b.y - o.y) - (a.y - o.y) * (b.x - o.x);
@@ -33,9 +37,18 @@ bool stands_for(double d, double exact) {
   return std::isfinite(d) && std::fabs(d - exact) <= kRounding * std::fabs(exact);
 }
 
-int compare(const efficient_place& a, const efficient_place& b, std::size_t criterion) {
-  return cmp(mpz_class(a.values.numerator[criterion] * b.values.denominator),
-             mpz_class(b.values.numerator[criterion] * a.values.denominator));
+bool surely_stands_for(double d, const interval& exact) {
+  const double off = std::max(std::fabs(d - exact.low), std::fabs(d - exact.high));
+  return off <= 0.99 * kRounding * magnitude(exact).low;
+}
+
+shares rounded(const exact_shares& s) {
+  const mpz_class sum = s[0] + s[1];
+  const auto part = [&](const mpz_class& share) {
+    const double d = round_quotient(share, sum);
+    return widened(d, d);
+  };
+  return {part(s[0]), part(s[1])};
 }
 
 class chain_check {
@@ -46,6 +59,13 @@ class chain_check {
 
  private:
   using piece = std::vector<const efficient_place*>;
+  // An f_t that is level on a piece.
+  struct weighting {
+    shares near{};
+    std::optional<exact_shares> exact = {};  // where they are known
+    const piece* level_on = nullptr;
+    bool linear = false;  // both criteria are linear on the piece, an edge
+  };
 
   [[noreturn]] void refuse_piece(const char* reason) const {
     refuse("piece " + std::to_string(current_) + ": " + reason);
@@ -53,16 +73,26 @@ class chain_check {
   const efficient_place& place_of(const efficient_corner& c);
   piece corners_of(const efficient_piece& p);
   void check_shape(const piece& corners) const;
-  void check_whole(const piece& corners, const shares& s) const;
-  shares check_face(const piece& corners, const efficient_piece& p) const;
-  void check_level(const piece& level) const;
-  void check_end(const piece& level, std::size_t criterion) const;
-  void check_border(const piece& level, const piece& face, int side) const;
+  int rise_of(const weighting& w, const efficient_place& place, std::size_t k);
+  void check_whole(const piece& corners, const weighting& w);
+  weighting check_face(const piece& corners, const efficient_piece& p);
+  std::optional<shares> shares_by_rises(const piece& corners);
+  exact_shares shares_by_values(const piece& corners);
+  void check_order(const weighting& before, const weighting& after);
+  void check_level(const piece& level);
+  void check_end(const piece& level, std::size_t criterion);
+  void check_border(const piece& level, const piece& face, int side);
   void check_curve() const;
+
+  int compare(const efficient_place& a, const efficient_place& b, std::size_t criterion);
+  void check_value(double claimed, const efficient_place& place, std::size_t criterion);
+  const exact_efficient_place& exactly(const efficient_place& place);
 
   const efficient_chain& chain_;
   efficient_places places_;
   std::map<std::array<std::uint32_t, 4>, efficient_place> known_;
+  std::map<const efficient_place*, exact_efficient_place> exactly_known_;
+  std::vector<bool> linear_;  // by piece: an edge along which both criteria are linear
   std::size_t current_ = 0;
 };
 
@@ -81,13 +111,36 @@ chain_check::piece chain_check::corners_of(const efficient_piece& p) {
     const efficient_place& place = place_of(c);
     if (!near(c.at.x, place.at.x) || !near(c.at.y, place.at.y))
       refuse_piece("a corner is not where its lines cross");
-    const fractions<2>& f = place.values;
-    if (!stands_for(c.value1, round_quotient(f.numerator[0], f.denominator)) ||
-        !stands_for(c.value2, round_quotient(f.numerator[1], f.denominator)))
-      refuse_piece("a value is not that of the corner");
+    check_value(c.value1, place, 0);
+    check_value(c.value2, place, 1);
     corners.push_back(&place);
   }
   return corners;
+}
+
+const exact_efficient_place& chain_check::exactly(const efficient_place& place) {
+  auto found = exactly_known_.find(&place);
+  if (found == exactly_known_.end())
+    found = exactly_known_.emplace(&place, places_.look_exactly(place)).first;
+  return found->second;
+}
+
+void chain_check::check_value(double claimed, const efficient_place& place, std::size_t criterion) {
+  if (surely_stands_for(claimed, place.values[criterion])) return;
+  const fractions<2>& f = exactly(place).values;
+  if (!stands_for(claimed, round_quotient(f.numerator[criterion], f.denominator)))
+    refuse_piece("a value is not that of the corner");
+}
+
+int chain_check::compare(const efficient_place& a, const efficient_place& b,
+                         std::size_t criterion) {
+  if (&a == &b) return 0;
+  if (a.values[criterion].high < b.values[criterion].low) return -1;
+  if (a.values[criterion].low > b.values[criterion].high) return 1;
+  const fractions<2>& f = exactly(a).values;
+  const fractions<2>& g = exactly(b).values;
+  return cmp(mpz_class(f.numerator[criterion] * g.denominator),
+             mpz_class(g.numerator[criterion] * f.denominator));
 }
 
 void chain_check::check_shape(const piece& corners) const {
@@ -120,64 +173,115 @@ bool points_in(const std::vector<const efficient_place*>& corners, std::size_t j
   return sgn(cross(at, next, ahead)) >= 0 && sgn(cross(at, ahead, previous)) >= 0;
 }
 
+int chain_check::rise_of(const weighting& w, const efficient_place& place, std::size_t k) {
+  const bend& b = place.bends[k];
+  const interval rise = w.near[0] * b.rise[0] + w.near[1] * b.rise[1];
+  if (rise.low > 0) return 1;
+  if (rise.high < 0) return -1;
+  const exact_shares s = w.exact ? *w.exact : shares_by_values(*w.level_on);
+  const std::array<mpz_class, 2>& exact = exactly(place).rises[k];
+  return sgn(mpz_class(s[0] * exact[0] + s[1] * exact[1]));
+}
+
 // All optima of the weighted sum: at each corner it is level into the piece and rises everywhere
 // else, since between two neighbouring bends it is linear. The optima are convex, so none lies
 // outside.
-void chain_check::check_whole(const piece& corners, const shares& s) const {
+void chain_check::check_whole(const piece& corners, const weighting& w) {
   for (std::size_t j = 0; j < corners.size(); ++j) {
     if (corners[j]->bends.empty()) refuse_piece("a corner lies inside of a cell");
-    for (const bend& b : corners[j]->bends) {
-      const int rises = sgn(mpz_class(s[0] * b.rise[0] + s[1] * b.rise[1]));
+    for (std::size_t k = 0; k < corners[j]->bends.size(); ++k) {
+      const bool inwards = points_in(corners, j, corners[j]->bends[k].direction);
+      if (inwards && w.linear) continue;
+      const int rises = rise_of(w, *corners[j], k);
       if (rises < 0) refuse_piece("a corner is not an optimum");
-      if ((rises == 0) != points_in(corners, j, b.direction))
+      if ((rises == 0) != inwards)
         refuse_piece(rises == 0 ? "not all of the optima" : "a corner is not an optimum");
     }
   }
 }
 
 // The share of f_2 in the f_t that is level between the corners is to that of f_1 as f_1 rises to
-// how f_2 falls.
-shares chain_check::check_face(const piece& corners, const efficient_piece& p) const {
+// how f_2 falls: from corner to corner, or, where both are linear, from one corner on.
+exact_shares chain_check::shares_by_values(const piece& corners) {
   const efficient_place* low = corners[0];
   const efficient_place* high = corners[0];
   for (const efficient_place* c : corners) {
     if (compare(*c, *low, 0) < 0) low = c;
     if (compare(*c, *high, 0) > 0) high = c;
   }
-  const auto difference = [](const efficient_place& a, const efficient_place& b, std::size_t k) {
-    return mpz_class(a.values.numerator[k] * b.values.denominator -
-                     b.values.numerator[k] * a.values.denominator);
+  const auto difference = [this](const efficient_place& a, const efficient_place& b,
+                                 std::size_t k) {
+    const fractions<2>& f = exactly(a).values;
+    const fractions<2>& g = exactly(b).values;
+    return mpz_class(f.numerator[k] * g.denominator - g.numerator[k] * f.denominator);
   };
-  shares s{difference(*low, *high, 1), difference(*high, *low, 0)};
+  exact_shares s{difference(*low, *high, 1), difference(*high, *low, 0)};
   if (sgn(s[0]) <= 0 || sgn(s[1]) <= 0)
     refuse_piece("one criterion does not fall as the other rises");
   const mpz_class common = gcd(s[0], s[1]);
   s[0] /= common;
   s[1] /= common;
-  if (p.t_low != p.t_high || !stands_for(p.t_low, round_quotient(s[1], mpz_class(s[0] + s[1]))))
-    refuse_piece("t is not that of the values");
-  check_whole(corners, s);
   return s;
 }
 
-void chain_check::check_level(const piece& level) const {
+std::optional<shares> chain_check::shares_by_rises(const piece& corners) {
+  if (!linear_[current_]) return {};
+  for (const bend& b : corners[0]->bends) {
+    if (!points_in(corners, 0, b.direction)) continue;
+    const double sign = b.rise[0].low > 0 ? 1 : -1;
+    const shares s{-b.rise[1] * sign, b.rise[0] * sign};
+    if (s[0].low > 0 && s[1].low > 0) return s;
+  }
+  return {};
+}
+
+chain_check::weighting chain_check::check_face(const piece& corners, const efficient_piece& p) {
+  weighting w;
+  w.level_on = &corners;
+  if (const std::optional<shares> s = shares_by_rises(corners)) {
+    w.near = *s;
+    w.linear = true;
+  } else {
+    w.exact = shares_by_values(corners);
+    w.near = rounded(*w.exact);
+  }
+  const auto is_t = [&](double t) {
+    if (surely_stands_for(t, w.near[1] / (w.near[0] + w.near[1]))) return true;
+    if (!w.exact) w.exact = shares_by_values(corners);
+    return stands_for(t, round_quotient((*w.exact)[1], mpz_class((*w.exact)[0] + (*w.exact)[1])));
+  };
+  if (p.t_low != p.t_high || !is_t(p.t_low)) refuse_piece("t is not that of the values");
+  check_whole(corners, w);
+  return w;
+}
+
+void chain_check::check_order(const weighting& before, const weighting& after) {
+  const interval rise = after.near[1] * before.near[0] - before.near[1] * after.near[0];
+  if (rise.low > 0) return;
+  const exact_shares s = before.exact ? *before.exact : shares_by_values(*before.level_on);
+  const exact_shares t = after.exact ? *after.exact : shares_by_values(*after.level_on);
+  if (t[1] * s[0] <= s[1] * t[0]) refuse_piece("t does not rise");
+}
+
+void chain_check::check_level(const piece& level) {
   for (const efficient_place* c : level) {
     if (compare(*c, *level[0], 0) != 0 || compare(*c, *level[0], 1) != 0)
       refuse_piece("the criteria are not constant");
   }
 }
 
-void chain_check::check_end(const piece& level, std::size_t criterion) const {
+void chain_check::check_end(const piece& level, std::size_t criterion) {
   for (const efficient_place* c : level) {
-    for (const bend& b : c->bends) {
-      if (sgn(b.rise[criterion]) < 0) refuse_piece("the chain goes on from here");
+    for (std::size_t k = 0; k < c->bends.size(); ++k) {
+      if (c->bends[k].rise[criterion].low >= 0) continue;
+      if (sgn(exactly(*c).rises[k][criterion]) < 0) refuse_piece("the chain goes on from here");
     }
   }
 }
 
 // The level piece is where the face ends: all of its corners with the greatest, for side 1, or the
 // least value of f_1, for -1.
-void chain_check::check_border(const piece& level, const piece& face, int side) const {
+void chain_check::check_border(const piece& level, const piece& face, int side) {
   std::size_t shared = 0;
   for (const efficient_place* c : face) {
     const int order = compare(*c, *level[0], 0) * side;
@@ -211,12 +315,14 @@ void chain_check::run() {
   for (current_ = 0; current_ < all.size(); ++current_) {
     corners.push_back(corners_of(all[current_]));
     check_shape(corners.back());
+    const piece& p = corners.back();
+    linear_.push_back(p.size() == 2 && places_.linear_between(p[0]->at, p[1]->at));
   }
-  std::optional<shares> last;
+  std::optional<weighting> last;
   for (current_ = 1; current_ < all.size(); current_ += 2) {
-    shares s = check_face(corners[current_], all[current_]);
-    if (last && s[1] * (*last)[0] <= (*last)[1] * s[0]) refuse_piece("t does not rise");
-    last = std::move(s);
+    weighting w = check_face(corners[current_], all[current_]);
+    if (last) check_order(*last, w);
+    last = std::move(w);
   }
   for (current_ = 0; current_ < all.size(); current_ += 2) {
     const bool first = current_ == 0;
@@ -224,7 +330,7 @@ void chain_check::run() {
     check_level(corners[current_]);
     if (first) check_end(corners[current_], 0);
     if (final) check_end(corners[current_], 1);
-    if (first && final) check_whole(corners[current_], {1, 1});
+    if (first && final) check_whole(corners[current_], {{1, 1}, exact_shares{1, 1}});
     if (!first) check_border(corners[current_], corners[current_ - 1], 1);
     if (!final) check_border(corners[current_], corners[current_ + 1], -1);
     if (all[current_].t_low != (first ? 0 : all[current_ - 1].t_high) ||
