@@ -73,6 +73,28 @@ TEST(AllocationPairs, HundredsOfSites) {
   }
 }
 
+// Many places are best, sites are equally far from both facilities, and others lie at them. With a
+// facility on a site, nobody else is nearer by more than roundings.
+TEST(AllocationPairs, Lattices) {
+  const gauge balls[] = {gauge::l1(), gauge::linf(), gauge::euclidean(), gauge::lp(1.5)};
+  for (unsigned seed = 1; seed <= 4; ++seed) {
+    for (const gauge& ball : balls) {
+      instance_source source(seed);
+      std::vector<site> sites;
+      for (int i = 0; i < 40; ++i)
+        sites.push_back({1.0 * source.below(6), 1.0 * source.below(6), 1});
+      std::vector<xy> existing;
+      if (seed == 4) existing.push_back({sites[0].x, sites[0].y});
+      const allocation_problem p(sites, {ball}, 2, existing);
+      const allocation a = allocate(p, {.lower_bound = true});
+      SCOPED_TRACE(seed);
+      EXPECT_EQ(a.status, allocation_status::optimal);
+      EXPECT_LE(a.counters.cells, 10000);
+      expect_proved(p, a);
+    }
+  }
+}
+
 // From far off, the pairs themselves find the best places.
 TEST(AllocationPairs, BetterPlacesAreTaken) {
   const allocation_problem p(scattered(2, 60), {gauge::euclidean()}, 2);
@@ -127,6 +149,12 @@ TEST(AllocationPairs, SpoiledPairsAreRefused) {
       {[](auto& c) { c.base.x += 1; }, small},
       {[](auto& c) { std::swap(c.low, c.high); }, small},
       {[](auto& c) { c.high.y += 0.01; }, unproved},
+      {[](auto& c) { c.places.pop_back(); }, "a place of a pair is missing"},
+      {[](auto& c) {
+         c.places.assign(c.places.size(), {0.7, 0.7});
+       },
+       unproved},
+      {[](auto& c) { c.places[1].y = NAN; }, "a place of the pairs is not finite"},
   };
   for (const auto& c : cases) {
     allocation bad = good;

@@ -11,7 +11,6 @@ namespace planloc::detail {
 namespace {
 
 constexpr std::size_t kMostOpen = 6;
-constexpr int kMixtures = 3;
 constexpr std::size_t kMiddle = 4;
 constexpr std::size_t kPlace = 5;
 
@@ -30,6 +29,39 @@ at_corners mixed(const at_corners& a, const at_corners& b) {
       at_corners m;
       for (std::size_t c = 0; c < 4; ++c) m[c] = (1 - share) * a[c] + share * b[c];
       if (least_of(m) > least_of(best)) best = m;
+    }
+  }
+  return best;
+}
+
+// What three tangents with no common direction of descent make that is level.
+std::optional<at_corners> level_mixture(const at_corners& a, const at_corners& b,
+                                        const at_corners& c) {
+  const auto slope = [](const at_corners& v) { return xy{v[1] - v[0], v[2] - v[0]}; };
+  const auto area = [](const xy& u, const xy& v) { return u.x * v.y - u.y * v.x; };
+  const double of_a = area(slope(b), slope(c));
+  const double of_b = area(slope(c), slope(a));
+  const double of_c = area(slope(a), slope(b));
+  const double all = of_a + of_b + of_c;
+  if (!(std::min({of_a * all, of_b * all, of_c * all}) > 0)) return std::nullopt;
+  at_corners m;
+  for (std::size_t k = 0; k < 4; ++k)
+    m[k] = of_a / all * a[k] + of_b / all * b[k] + of_c / all * c[k];
+  return m;
+}
+
+// The mixture of all tangents whose least value is largest: of affine functions on a plane it needs
+// three at most, which make it level, or two, which make two corners equal.
+template <std::size_t N>
+double best_mixture(const std::array<at_corners, N>& tangents) {
+  double best = least_of(tangents[0]);
+  for (std::size_t k = 1; k < N; ++k) {
+    for (std::size_t l = 0; l < k; ++l) {
+      best = std::max(best, least_of(mixed(tangents[k], tangents[l])));
+      for (std::size_t m = 0; m < l; ++m) {
+        if (const auto level = level_mixture(tangents[k], tangents[l], tangents[m]))
+          best = std::max(best, least_of(*level));
+      }
     }
   }
   return best;
@@ -158,7 +190,34 @@ xy pair_closer::place_of(std::span<const std::uint32_t> slots, const xy& middle)
   const xy on_line = nearest_on_line(slots, middle);
   if (sum_of_distances(ground_.table, slots, on_line).value <= best.value * (1 + 1e-12))
     at = on_line;
+  if (const std::optional<xy> way = way_off_site(slots, at)) {
+    const double step = kOff * std::max(std::fabs(middle.x - at.x), std::fabs(middle.y - at.y));
+    return {at.x + step * way->x, at.y + step * way->y};
+  }
   return {at.x + kOff * (middle.x - at.x), at.y + kOff * (middle.y - at.y)};
+}
+
+// At a site with a smooth gauge: where its tangent falls as the sum of the others rises.
+std::optional<xy> pair_closer::way_off_site(std::span<const std::uint32_t> slots,
+                                            const xy& at) const {
+  const distance_table& t = ground_.table;
+  const gauge_block* own = nullptr;
+  xy rest{0, 0};
+  for (const std::uint32_t slot : slots) {
+    if (ground_.place_of(slot) == at) {
+      own = &t.blocks[t.block_of[slot]];
+      continue;
+    }
+    const xy slope = piece_of(t, slot, at).slope;
+    rest = {rest.x + slope.x, rest.y + slope.y};
+  }
+  if (own == nullptr || own->kind == gauge::shape::polyhedral || rest == xy{0, 0}) return {};
+  const double most = std::max(std::fabs(rest.x), std::fabs(rest.y));
+  const double power = own->kind == gauge::shape::lp ? 1 / (own->p - 1) : 1;
+  const auto along = [&](double slope) {
+    return -std::copysign(std::pow(std::fabs(slope) / most, power), slope);
+  };
+  return xy{along(rest.x), along(rest.y)};
 }
 
 // Of the way between the two outermost sites: where all sites are on a line, more places may be
@@ -199,10 +258,7 @@ void pair_closer::bound_all(std::size_t which) {
                          sum[p].slope.y * (s.points[c].y - s.points[p].y);
       }
     }
-    at_corners mixture = tangents[kPlace];
-    for (int pass = 0; pass < kMixtures; ++pass)
-      for (const at_corners& t : tangents) mixture = mixed(mixture, t);
-    s.bounds.push_back(least_of(mixture));
+    s.bounds.push_back(best_mixture(tangents));
   }
 }
 

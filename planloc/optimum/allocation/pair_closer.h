@@ -68,6 +68,7 @@ class pair_closer {
   bool sort_sites();
   void add_place(std::size_t which);
   xy place_of(std::span<const std::uint32_t> slots, const xy& middle);
+  std::optional<xy> way_off_site(std::span<const std::uint32_t> slots, const xy& at) const;
   xy nearest_on_line(std::span<const std::uint32_t> slots, const xy& from) const;
   void bound_all(std::size_t which);
   double least_choice(std::size_t open, std::array<std::size_t, 2> sets, double existing) const;

@@ -21,6 +21,41 @@ rectangle_values best_mixture(const rectangle_values& a, const rectangle_values&
   return least_of(b) > least_of(best) ? b : best;
 }
 
+namespace {
+
+// The mixture of two that has the same slope across: along x for 0, along y for 1.
+rectangle_values level_along(std::size_t axis, const rectangle_values& a,
+                             const rectangle_values& b) {
+  const std::size_t end = axis == 0 ? 1 : 2;
+  const double rise_a = a[end] - a[0];
+  const double rise_b = b[end] - b[0];
+  const double share = rise_a / (rise_a - rise_b);
+  rectangle_values mixed;
+  for (std::size_t c = 0; c < 4; ++c) mixed[c] = (1 - share) * a[c] + share * b[c];
+  return mixed;
+}
+
+}  // namespace
+
+// Where no two do best, some three do that are level together: two mixtures of pairs that are level
+// along x, one rising and one falling along y.
+double largest_least(std::span<const rectangle_values> planes) {
+  double best = least_of(planes[0]);
+  std::vector<rectangle_values> level;
+  for (const rectangle_values& a : planes) {
+    if (a[1] == a[0]) level.push_back(a);
+    for (const rectangle_values& b : planes) {
+      best = std::max(best, least_of(best_mixture(a, b)));
+      if (a[1] - a[0] > 0 && b[1] - b[0] < 0) level.push_back(level_along(0, a, b));
+    }
+  }
+  for (const rectangle_values& a : level) {
+    for (const rectangle_values& b : level)
+      if (a[2] - a[0] > 0 && b[2] - b[0] < 0) best = std::max(best, least_of(level_along(1, a, b)));
+  }
+  return best;
+}
+
 double half_width(const gauge& g) {
   if (g.kind() != gauge::shape::polyhedral) return 1;
   double most = 0;

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "planloc/optimum/proof/verify_leaves.h"
@@ -17,6 +18,9 @@ double least_of(const rectangle_values& v);
 
 // Of two affine functions: the mixture whose least value on the rectangle is largest.
 rectangle_values best_mixture(const rectangle_values& a, const rectangle_values& b);
+
+// The least value on the rectangle of the mixture of them all for which that is largest.
+double largest_least(std::span<const rectangle_values> planes);
 
 struct rectangle {
   double left, right, low, high;

@@ -10,7 +10,6 @@ namespace {
 
 constexpr std::size_t kMostOpen = 6;
 constexpr std::size_t kTangents = 6;
-constexpr int kMixtures = 3;
 constexpr double kRounding = 0x1p-52;  // twice that of one operation
 
 // A sum of tangents of some sites, from each of the points.
@@ -27,16 +26,13 @@ struct tangent_sums {
     terms += other.terms;
   }
 
-  // A mixture rounds each value as often as there are mixtures.
+  // A mixture rounds each value a few times.
   double bound() const {
-    const auto roundings = static_cast<double>(terms + 8 * kMixtures * kTangents);
+    const auto roundings = static_cast<double>(terms + 32);
     std::array<rectangle_values, kTangents> safe = value;
     for (std::size_t t = 0; t < kTangents; ++t)
       for (double& v : safe[t]) v -= roundings * kRounding * magnitude[t];
-    rectangle_values mixture = safe.back();
-    for (int pass = 0; pass < kMixtures; ++pass)
-      for (const rectangle_values& t : safe) mixture = best_mixture(mixture, t);
-    return least_of(mixture);
+    return largest_least(safe);
   }
 };
 
@@ -90,19 +86,30 @@ class choices {
     return s;
   }
 
-  // Of two that are nowhere farther than each other either may serve.
+  // What roundings of a site's place may come to in its distance.
+  double doubt_of(std::uint32_t i, const interval& existing) const {
+    constexpr double kDoubt = 0x1p-46;
+    const double near = tangents_.near_distance(i, {0, 0});
+    return kDoubt * (std::isfinite(existing.high) ? std::max(near, existing.high) : near);
+  }
+
+  // Of two that are nowhere farther than each other either may serve. Where another one may be
+  // nearer, but by no more than roundings, the bound is less by these: it need not stay open.
   void sort(std::uint32_t i, const interval& existing) {
     const interval x = range(i, ranges_[0].where);
     const interval y = range(i, ranges_[1].where);
-    const bool not_second = x.high <= y.low;
-    open_site o{{not_second || !(y.high <= x.low), !not_second}, true, existing, {}};
-    if (existing.high <= std::min(x.low, y.low)) {
-      of_existing_ = below(of_existing_ + existing.low);
+    const double doubt = doubt_of(i, existing);
+    const bool not_second = x.high <= below(y.low + doubt);
+    open_site o{{not_second || !(y.high <= below(x.low + doubt)), !not_second}, true, existing, {}};
+    if (existing.high <= below(std::min(x.low, y.low) + doubt)) {
+      of_existing_ = below(of_existing_ + std::min({existing.low, x.low, y.low}));
       return;
     }
-    o.by_existing = !(std::min(x.high, y.high) <= existing.low);
+    o.by_existing = !(std::min(x.high, y.high) <= below(existing.low + doubt));
     for (std::size_t j = 0; j < 2; ++j)
       if (o.served[j]) o.sums[j] = sums_of(i, ranges_[j]);
+    if (!o.by_existing || o.served[0] != o.served[1])
+      of_existing_ = below(of_existing_ - 2 * doubt);
     if (!o.by_existing && o.served[0] != o.served[1]) {
       sure_[o.served[0] ? 0 : 1].add(o.sums[o.served[0] ? 0 : 1]);
     } else {
@@ -134,7 +141,7 @@ class choices {
   const std::array<facility_range, 2>& ranges_;
   std::array<tangent_sums, 2> sure_;
   std::vector<open_site> open_;
-  double of_existing_ = 0;                     // at least, where nobody else serves
+  double of_existing_ = 0;                     // at least, where nobody else serves; less doubts
   std::array<std::vector<double>, 2> bounds_;  // by sets of open sites
 };
 
