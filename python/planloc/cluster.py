@@ -15,6 +15,8 @@ Part = tuple[Any, ...]
 # Chunks under way for each thread of the cluster: what is done is replaced while others are being
 # done, and neither client nor scheduler fills up.
 AHEAD = 4
+# So often the problem is sent again after its last copy went down with a worker.
+COPIES = 3
 
 
 def share_out(
@@ -26,29 +28,41 @@ def share_out(
 ) -> None:
     """Every chunk is a task; put(first, part) with the arrays of each, as they come.
 
-    The problem goes to every worker once. A chunk whose worker dies is the engine's to repeat.
+    The problem goes to every worker once. A chunk whose worker dies is the engine's to repeat; where the
+    last copy of the problem dies, too, the engine gives up all chunks: the problem is sent again.
     """
     as_completed: Any = importlib.import_module("distributed").as_completed
-    everywhere = client.scatter(problem, broadcast=True, hash=False)
-    first_of: dict[Any, int] = {}
+    copies = [client.scatter(problem, broadcast=True, hash=False)]
+    chunk_of: dict[Any, tuple[Columns, Any]] = {}
     under_way = as_completed(with_results=True)
 
-    def submit() -> None:
+    def submit(chunk: Columns) -> None:
+        future = client.submit(solve, copies[-1], chunk, pure=False, retries=3)
+        chunk_of[future] = chunk, copies[-1]
+        under_way.add(future)
+
+    def fill_up() -> None:
         room = AHEAD * max(1, sum(client.nthreads().values()))
-        while len(first_of) < room:
-            chunk = next(chunks, None)
-            if chunk is None:
-                return
-            future = client.submit(solve, everywhere, chunk, pure=False, retries=3)
-            first_of[future] = chunk.first
-            under_way.add(future)
+        while len(chunk_of) < room and (chunk := next(chunks, None)) is not None:
+            submit(chunk)
+
+    def repeat(chunk: Columns, copy: Any, lost: BaseException) -> None:
+        if copy is copies[-1]:
+            if len(copies) > COPIES:
+                raise lost
+            copies.append(client.scatter(problem, broadcast=True, hash=False))
+        submit(chunk)
 
     try:
-        submit()
+        fill_up()
         for future, part in under_way:
-            put(first_of.pop(future), part)
+            chunk, copy = chunk_of.pop(future)
+            if isinstance(part, BaseException):  # given up: errors of a chunk are raised, not returned
+                repeat(chunk, copy, part)
+                continue
+            put(chunk.first, part)
             future.release()
-            submit()
+            fill_up()
     except BaseException:
-        client.cancel(list(first_of))
+        client.cancel(list(chunk_of))
         raise

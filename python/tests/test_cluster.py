@@ -3,6 +3,7 @@
 import signal
 import threading
 import time
+from concurrent.futures import CancelledError
 
 import numpy as np
 import planloc
@@ -64,6 +65,33 @@ def test_what_is_wrong_is_told_and_ends_all(running, problem):
         while any(client.processing().values()):
             assert time.monotonic() < end, "chunks are left on the workers"
             time.sleep(0.1)
+
+
+def test_chunks_that_the_engine_gives_up_are_sent_again(running, problem, monkeypatch):
+    """As it does with all that need the problem when the last worker that has it dies."""
+    change = {"weight": planloc.drawn(100, spread=0.2, seed=1)}
+    put, done, given_up = batches._Gathered.put, [], []
+
+    def watch(self, first, part):
+        put(self, first, part)
+        done.append(first)
+        if len(done) in lost_after:
+            waiting = [f for f in client.futures.values() if f.status == "pending"]
+            given_up.append(len(waiting))
+            for future in waiting:
+                future.cancel()
+
+    monkeypatch.setattr(batches._Gathered, "put", watch)
+    with running.client() as client:
+        lost_after = {3, 9}
+        assert same(planloc.scenarios(problem, change),
+                    planloc.scenarios(problem, change, client=client, chunk=5))
+        assert sorted(done) == list(range(0, 100, 5))
+        assert any(given_up)
+        done.clear()
+        lost_after = range(1, 100)
+        with pytest.raises(CancelledError):
+            planloc.scenarios(problem, change, client=client, chunk=5)
 
 
 def test_a_hundred_thousand_chunks_need_no_room(running, monkeypatch):
