@@ -27,9 +27,9 @@ enum class solution_status : std::uint8_t {
   unbounded,   // the value falls without end along `direction_certificate::direction`
   infeasible,  // no place is permitted; the regions alone are the proof
   stopped,     // a limit or the stop token ended the search: value and bound are what it had
-  far_away     // as `optimal`, but of gauges that are not polyhedral, at a place so far from the
-               // sites that f hardly changes beyond it: nothing as good was found near them, mostly
-               // since no place has the least value, which f comes near far away alone
+  far_away     // as `optimal`, but of gauges that are not polyhedral, at a place so far off that f
+               // hardly changes beyond it: nothing as good was found nearer, mostly since f has no
+               // least value. Coordinates beyond 1e100 are in `exact` alone (`point`: +-1e100)
 };
 
 // A place as fractions, "p/q" or "p" each in lowest terms. The optimum of a polyhedral problem is
