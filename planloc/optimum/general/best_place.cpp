@@ -139,7 +139,8 @@ void best_place::step_to_zero(const std::function<bool()>& done) {
   evaluator evaluate(problem_, table_);
   xy at{at_.x.get_d(), at_.y.get_d()};
   for (int i = 0; i < kStepsToZero && !done(); ++i) {
-    if (std::max(std::fabs(at.x), std::fabs(at.y)) > kStepExtents * roundings_.extent) return;
+    const double far = kStepExtents * roundings_.extent;  // steps along tiny slopes may overflow
+    if (!(std::fabs(at.x) <= far && std::fabs(at.y) <= far)) return;
     const evaluation e = evaluate(at);
     offer({at.x, at.y}, e.value);
     const double steep = e.slope.x * e.slope.x + e.slope.y * e.slope.y;
