@@ -163,7 +163,8 @@ FILES_AND_MODELS = [
     Row("location-file", "Reading a location file", "read_locations", ["strtod"], [100, 1000, 10000, 100000],
         "Three numbers and a name a line, from memory; the peer is a loop of `strtod` that skips the names and keeps "
         "nothing. We also check every character, and make locations and texts, whose memory is half of our time. "
-        "Records with a comment go by the scanner's table of states and take twice as long.", what="records"),
+        "Records with a comment go by the scanner's table of states and take twice as long.", what="records",
+        why_behind="Level with the loop, give or take a few percent."),
     Row("gauge-file", "Reading a gauge file", "read_polygauge_list", ["strtod"], [100, 1000, 10000, 100000],
         "Octagons, two numbers a line, from memory, beside the same loop. We also check every character and every "
         "ball, and make gauges with their cones.", what="gauges",
