@@ -279,6 +279,26 @@ TEST(Regions, WhatIsLeftMayBeASegmentOrAPoint) {
   }
 }
 
+// A round lake about one site: every side has functions of its own in the proof, and none may cost
+// more than its share of evaluations.
+TEST(Regions, ShoresWhoseSidesAllTie) {
+  constexpr std::size_t kSides = 700;
+  ring shore;
+  for (std::size_t k = 0; k < kSides; ++k) {
+    const double angle = 2 * M_PI * static_cast<double>(k) / kSides;
+    shore.push_back({5 + 3 * std::cos(angle), 7 + 3 * std::sin(angle)});
+  }
+  const problem p({{5, 7, 2}}, {gauge::euclidean()}, order_weights::median(), {{}, {{shore}}});
+  const solution s = expect_solved(p, {1e-10});
+  EXPECT_NEAR(s.value, 6 * std::cos(M_PI / kSides), 1e-12);
+  EXPECT_LE(s.counters.evaluations, 16 * kSides);
+  solution spoiled = s;
+  std::vector<affine_piece>& pieces = std::get<boundary_certificate>(spoiled.proof).pieces;
+  EXPECT_LE(pieces.size(), 2 * kSides);
+  pieces.resize(pieces.size() / 2);
+  EXPECT_FALSE(verify(p, spoiled).accepted);
+}
+
 // A town on the shore: the optimum is the town, where every gauge has a kink.
 TEST(Regions, SitesOnSidesUnderSmoothGauges) {
   for (const gauge& g : {gauge::euclidean(), gauge::lp(1.5)}) {

@@ -47,12 +47,27 @@ mpq_class least_of_largest(const std::vector<line>& lines) {
   }
 }
 
+// How many functions are picked for a side.
+constexpr std::size_t kMostTelling = 8;
+
+// A function in doubles, by the way from the place.
+struct likely_function {
+  double at_place;
+  xy slope;
+
+  double at(const xy& u) const { return at_place + (slope.x * u.x + slope.y * u.y); }
+};
+
 class boundary_check {
  public:
   boundary_check(const problem& p, const boundary_certificate& c, const fraction_pair& place)
       : where_(p.where()), place_(place), near_{enclosed(place.x), enclosed(place.y)} {
     const interval_place here(p, place);
-    for (const affine_piece& piece : c.pieces) rounded_.push_back(here.seen(piece, c.base));
+    for (const affine_piece& piece : c.pieces) {
+      rounded_.push_back(here.seen(piece, c.base));
+      const interval_place::affine& f = rounded_.back();
+      likely_.push_back({amid(f.value), {amid(f.slope.x), amid(f.slope.y)}});
+    }
     if (!p.polyhedral()) return;
     const std::vector<double> lambda = listed_weights(p);
     for (const affine_piece& piece : c.pieces) exact_.push_back(exact_function(p, lambda, piece));
@@ -69,7 +84,7 @@ class boundary_check {
       if (surely_above(a, b, rounded_up(least))) continue;
       const fraction_pair from{mpq_class(a.x), mpq_class(a.y)};
       const fraction_pair to{mpq_class(b.x), mpq_class(b.y)};
-      if (rounded_bound(from, to) >= least) continue;
+      if (rounded_bound(telling_most(from, to), from, to) >= least) continue;
       const fraction_pair u{to.x - from.x, to.y - from.y};
       for (const verified_regions::part& p : where_.permitted_parts(k)) {
         const fraction_pair begin{from.x + p.from * u.x, from.y + p.from * u.y};
@@ -93,28 +108,70 @@ class boundary_check {
     }
   }
 
+  static double amid(const interval& i) { return i.low + (i.high - i.low) / 2; }
+
   // Whether one function is above a value at both ends: most sides are far away.
   bool surely_above(const xy& a, const xy& b, double value) const {
+    const xy to_a{a.x - amid(near_.x), a.y - amid(near_.y)};
+    const xy to_b{b.x - amid(near_.x), b.y - amid(near_.y)};
     const auto low_at = [this](const interval_place::affine& f, const xy& at) {
       const interval_pair u{interval(at.x) - near_.x, interval(at.y) - near_.y};
       return (f.value + dot(f.slope, u)).low;
     };
-    return std::any_of(rounded_.begin(), rounded_.end(), [&](const interval_place::affine& f) {
-      return low_at(f, a) > value && low_at(f, b) > value;
-    });
+    for (std::size_t k = 0; k < rounded_.size(); ++k) {
+      if (!(likely_[k].at(to_a) > value && likely_[k].at(to_b) > value)) continue;
+      if (low_at(rounded_[k], a) > value && low_at(rounded_[k], b) > value) return true;
+    }
+    return false;
   }
 
-  mpq_class rounded_bound(const fraction_pair& a, const fraction_pair& b) const {
+  // The functions that the least value of the largest on a segment most likely hangs on: of many
+  // pieces each may tell of one side alone. Any choice proves a bound.
+  std::vector<std::size_t> telling_most(const fraction_pair& a, const fraction_pair& b) const {
+    const xy from{mpq_class(a.x - place_.x).get_d(), mpq_class(a.y - place_.y).get_d()};
+    const xy to{mpq_class(b.x - place_.x).get_d(), mpq_class(b.y - place_.y).get_d()};
+    const auto in_force = [this](const xy& at) {
+      std::size_t best = 0;
+      for (std::size_t k = 1; k < likely_.size(); ++k)
+        if (likely_[k].at(at) > likely_[best].at(at)) best = k;
+      return best;
+    };
+    std::vector<std::size_t> telling{in_force(from), in_force(to)};
+    std::size_t falling = telling[0];
+    std::size_t rising = telling[1];
+    while (telling.size() <= kMostTelling) {
+      const double gone = likely_[falling].at(from) - likely_[rising].at(from);
+      const double rest = likely_[rising].at(to) - likely_[falling].at(to);
+      const double share = gone / (gone + rest);
+      if (!(share > 0 && share < 1)) break;
+      const std::size_t other =
+          in_force({from.x + share * (to.x - from.x), from.y + share * (to.y - from.y)});
+      if (other == falling || other == rising) break;
+      telling.push_back(other);
+      (likely_[other].at(to) < likely_[other].at(from) ? falling : rising) = other;
+    }
+    return telling;
+  }
+
+  mpq_class rounded_bound(const std::vector<std::size_t>& telling, const fraction_pair& a,
+                          const fraction_pair& b) const {
     std::vector<line> lines;
-    for (const interval_place::affine& f : rounded_) lines.push_back({lowest(f, a), lowest(f, b)});
+    for (const std::size_t k : telling)
+      lines.push_back({lowest(rounded_[k], a), lowest(rounded_[k], b)});
     return least_of_largest(lines);
   }
-  // In intervals, and where they do not reach `enough` in fractions.
+  // In intervals, and where they do not reach `enough` in fractions: of those that tell most, then
+  // of all.
   mpq_class bound_between(const fraction_pair& a, const fraction_pair& b,
                           const mpq_class& enough) const {
-    mpq_class bound = rounded_bound(a, b);
+    const std::vector<std::size_t> telling = telling_most(a, b);
+    mpq_class bound = rounded_bound(telling, a, b);
     if (bound >= enough || exact_.empty()) return bound;
     std::vector<line> lines;
+    for (const std::size_t k : telling) lines.push_back({value(exact_[k], a), value(exact_[k], b)});
+    bound = least_of_largest(lines) / scale_;
+    if (bound >= enough) return bound;
+    lines.clear();
     for (const affine_function& f : exact_) lines.push_back({value(f, a), value(f, b)});
     return least_of_largest(lines) / scale_;
   }
@@ -133,7 +190,8 @@ class boundary_check {
   fraction_pair place_;
   interval_pair near_;  // holds it
   std::vector<interval_place::affine> rounded_;
-  std::vector<affine_function> exact_;  // times `scale_`
+  std::vector<likely_function> likely_;  // the same in doubles
+  std::vector<affine_function> exact_;   // times `scale_`
   mpz_class scale_ = 1;
 };
 

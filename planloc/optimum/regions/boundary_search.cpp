@@ -54,6 +54,7 @@ class boundary_search {
     double bound;
     std::uint32_t side;
     std::optional<std::uint32_t> part;
+    cut_pool::known known = {};
 
     // As a heap has it: the least bound comes out first.
     friend bool operator<(const task& a, const task& b) {
@@ -66,13 +67,13 @@ class boundary_search {
     return to_nearest(exact_xy{at.x - table_.base.x, at.y - table_.base.y});
   }
   cut_pool::segment segment_of(const task& t) const;
-  cut_pool::minimum least(const task& t) const { return cuts_.least(segment_of(t)); }
+  cut_pool::minimum look(task& t);
   void start();
   void search();
   void push(task t);
   task pop();
   void clip(const task& t);
-  void improve(const task& t);
+  void improve(task& t, const cut_pool::minimum& before);
   void solve(const side_part& s, double share);
   void take(found_place found);
   void take_some_place();
@@ -113,8 +114,15 @@ cut_pool::segment boundary_search::segment_of(const task& t) const {
   return {relative(s.a), relative(s.b)};
 }
 
+// Bounds a task by what the pool says now.
+cut_pool::minimum boundary_search::look(task& t) {
+  const cut_pool::minimum m = cuts_.least(segment_of(t), t.known);
+  t.bound = m.bound;
+  t.known = {m.falling, m.rising};
+  return m;
+}
+
 void boundary_search::push(task t) {
-  t.bound = least(t).bound;
   open_.push_back(t);
   std::push_heap(open_.begin(), open_.end());
 }
@@ -138,7 +146,7 @@ void boundary_search::start() {
   }
   for (std::uint32_t k = 0; k < sides_.sides().size(); ++k) {
     open_.push_back({0, k, {}});
-    open_.back().bound = least(open_.back()).bound;
+    look(open_.back());
   }
   std::make_heap(open_.begin(), open_.end());
 }
@@ -168,7 +176,9 @@ void boundary_search::clip(const task& t) {
     part.a = relative(p.from);
     part.b = relative(p.to);
     part.ends = std::move(p);
-    push({0, t.side, static_cast<std::uint32_t>(parts_.size() - 1)});
+    task of_part{0, t.side, static_cast<std::uint32_t>(parts_.size() - 1), t.known};
+    look(of_part);
+    push(of_part);
   }
 }
 
@@ -188,21 +198,23 @@ void boundary_search::take_some_place() {
 
 // One more function below f, taken where those so far are least on the part. Polyhedral parts are
 // solved exactly once the functions nearly tell f, or where folding tells as much.
-void boundary_search::improve(const task& t) {
+void boundary_search::improve(task& t, const cut_pool::minimum& before) {
   side_part& s = parts_[*t.part];
-  const cut_pool::minimum before = least(t);
   if (solver_.can_fold() && s.evaluations == kFirstLook)
     return solve(s, solver_.find_least(s, before));
   found_place found = solver_.evaluate(s, before.share);
-  const bool polyhedral = problem_.polyhedral();
-  const double gap = found.value - before.value;
-  const bool done =
-      gap <= (polyhedral ? kExactGap : kDoneGap) * found.value || s.evaluations == kMostEvaluations;
-  if (!polyhedral) take(std::move(found));
-  if (!done) return push(t);
-  if (polyhedral) return solve(s, before.share);
+  const bool last = s.evaluations == kMostEvaluations;
+  if (problem_.polyhedral()) {
+    if (last || found.value - before.value <= kExactGap * found.value)
+      return solve(s, before.share);
+    look(t);
+    return push(t);
+  }
+  take(std::move(found));
+  const cut_pool::minimum now = look(t);
+  if (!last && !(s.value - now.value <= kDoneGap * s.value)) return push(t);
   closed_.push_back(t);
-  floor_ = std::min(floor_, least(t).bound);
+  floor_ = std::min(floor_, t.bound);
 }
 
 void boundary_search::solve(const side_part& s, double share) {
@@ -223,12 +235,13 @@ void boundary_search::search() {
   while (!open_.empty()) {
     if (best_ && open_.front().bound >= best_->value) return;
     if (must_end(bound())) return;
-    const task t = pop();
-    const double now = least(t).bound;
-    if (now > t.bound && !open_.empty() && now > open_.front().bound) {
+    task t = pop();
+    const double before = t.bound;
+    const cut_pool::minimum m = look(t);
+    if (t.bound > before && !open_.empty() && t.bound > open_.front().bound) {
       push(t);
     } else if (t.part) {
-      improve(t);
+      improve(t, m);
       if (as_good_as_free()) return;
     } else {
       clip(t);
@@ -242,9 +255,8 @@ void boundary_search::prove(solution& s) {
   for (const std::vector<task>* tasks : {&open_, &closed_}) {
     for (const task& t : *tasks) {
       if (cuts_.least_of_kept(segment_of(t)).bound >= enough) continue;
-      const cut_pool::minimum m = least(t);
-      cuts_.keep(m.falling);
-      cuts_.keep(m.rising);
+      cuts_.keep(t.known.falling);
+      cuts_.keep(t.known.rising);
     }
   }
   s.proof = boundary_certificate{to_text(outside_), cuts_.kept(), table_.base};

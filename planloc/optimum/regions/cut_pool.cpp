@@ -14,6 +14,8 @@ namespace {
 // Of the magnitudes that a value on a segment is made of: more than its roundings, with sums in
 // doubles of as many terms as a chunk has.
 constexpr double kRounding = 0x1p-46;
+// Functions that a segment is compared with.
+constexpr std::size_t kMostRecent = 64;
 // Above this many runs of order weights, terms are sorted.
 constexpr std::size_t kRunsToSplit = 12;
 
@@ -43,6 +45,22 @@ xy steepest(const distance_table& t, const gauge_block& b) {
 }
 
 }  // namespace
+
+void recent_cuts::add(std::size_t k) {
+  if (number_.size() < kMostRecent) {
+    number_.push_back(k);
+    last_use_.push_back(++uses_);
+    return;
+  }
+  const auto oldest = std::min_element(last_use_.begin(), last_use_.end());
+  number_[static_cast<std::size_t>(oldest - last_use_.begin())] = k;
+  *oldest = ++uses_;
+}
+
+void recent_cuts::touch(std::size_t k) {
+  const auto at = std::find(number_.begin(), number_.end(), k);
+  if (at != number_.end()) last_use_[static_cast<std::size_t>(at - number_.begin())] = ++uses_;
+}
 
 cut_pool::cut_pool(const problem& p, const distance_table& table) : table_(table) {
   for (const order_run& r : p.runs()) lambda_.insert(lambda_.end(), r.count, r.weight);
@@ -88,9 +106,10 @@ std::size_t cut_pool::add(affine_piece piece, const xy& at) {
 }
 
 std::size_t cut_pool::add(affine_piece piece, const evaluation& e) {
-  all_.push_back(cuts_.size());
+  const std::size_t k = cuts_.size();
   cuts_.push_back({e.at, e.value, e.slope, std::move(piece)});
-  return all_.back();
+  recent_.add(k);
+  return k;
 }
 
 double cut_pool::doubt(const cut& c, const xy& at) const {
@@ -112,6 +131,23 @@ cut_pool::minimum cut_pool::rounded_down(const segment& s, minimum m) const {
     off = std::max(off, doubt(c, at) + (steep ? 0 : flat));
   }
   m.bound = m.value - off;
+  return m;
+}
+
+cut_pool::minimum cut_pool::least(const segment& s, const known& own) {
+  const std::span<const std::size_t> recent = recent_.numbers();
+  compared_.assign(recent.begin(), recent.end());
+  if (cuts_.size() > recent.size()) compared_.insert(compared_.end(), {own.falling, own.rising});
+  const minimum m = least_of(compared_, s);
+  recent_.touch(m.falling);
+  recent_.touch(m.rising);
+  return m;
+}
+
+cut_pool::minimum cut_pool::least_of_kept(const segment& s) {
+  const minimum m = least_of(recently_kept_.numbers(), s);
+  recently_kept_.touch(m.falling);
+  recently_kept_.touch(m.rising);
   return m;
 }
 
@@ -152,7 +188,9 @@ cut_pool::minimum cut_pool::least_of(std::span<const std::size_t> cuts, const se
 }
 
 void cut_pool::keep(std::size_t k) {
-  if (!std::exchange(cuts_[k].kept, true)) kept_.push_back(k);
+  if (std::exchange(cuts_[k].kept, true)) return;
+  kept_.push_back(k);
+  recently_kept_.add(k);
 }
 
 std::vector<affine_piece> cut_pool::kept() const {

@@ -41,6 +41,21 @@ affine_sum sum_in_chunks(const distance_table& table, Term term) {
   return {static_cast<double>(value), {static_cast<double>(slope_x), static_cast<double>(slope_y)}};
 }
 
+// Numbers of functions, of many only those that were of use last: where most pieces of a shore tie,
+// each has a function of its own, which tells nothing of the others.
+class recent_cuts {
+ public:
+  void add(std::size_t k);
+  // It was of use, if it is among them.
+  void touch(std::size_t k);
+  std::span<const std::size_t> numbers() const { return number_; }
+
+ private:
+  std::vector<std::size_t> number_;
+  std::vector<std::size_t> last_use_;
+  std::size_t uses_ = 0;
+};
+
 // Places are relative to the table's base.
 class cut_pool {
  public:
@@ -68,9 +83,15 @@ class cut_pool {
 
     xy at(double share) const { return {a.x + share * (b.x - a.x), a.y + share * (b.y - a.y)}; }
   };
-  // Of the largest function on a segment; of the largest of those that are kept.
-  minimum least(const segment& s) const { return least_of(all_, s); }
-  minimum least_of_kept(const segment& s) const { return least_of(kept_, s); }
+  // The two functions that told most of a segment so far.
+  struct known {
+    std::size_t falling = 0;
+    std::size_t rising = 0;
+  };
+  // Of the largest on a segment of the functions that were of use last, and of those known of it.
+  minimum least(const segment& s, const known& own);
+  // The same of those that are kept alone.
+  minimum least_of_kept(const segment& s);
 
   // Keeps a function for `kept`.
   void keep(std::size_t k);
@@ -94,7 +115,9 @@ class cut_pool {
   xy steepness_{0, 0};  // the same of a slope
   std::vector<double> lambda_;  // by rank
   std::vector<cut> cuts_;
-  std::vector<std::size_t> all_, kept_;  // numbers of functions
+  recent_cuts recent_, recently_kept_;
+  std::vector<std::size_t> kept_;      // numbers of functions
+  std::vector<std::size_t> compared_;  // of one segment
 };
 
 }  // namespace planloc::detail
