@@ -116,8 +116,7 @@ std::uint32_t column_generation::cell_of(const xy& at) const {
 void column_generation::add(std::vector<std::uint32_t> slots, const xy& start) {
   const placed p = find_place_(slots, start);
   const std::uint32_t cell = cell_of(p.at);
-  if (cells_[cell].count > 0 && !master_->knows(slots, cell))
-    master_->add_cluster(std::move(slots), p.at, cell, p.value);
+  if (cells_[cell].count > 0) master_->add_cluster(std::move(slots), p.at, cell, p.value);
 }
 
 // Of the search for the least price; not beyond what doubles can tell.
@@ -221,8 +220,7 @@ void column_generation::make_master(std::size_t groups, std::vector<priced_tripl
 void column_generation::add_known(const std::vector<dual_master::cluster>& clusters) {
   for (const dual_master::cluster& c : clusters) {
     const std::uint32_t cell = cell_of(c.at);
-    if (cells_[cell].count > 0 && !master_->knows(c.slots, cell))
-      master_->add_cluster(c.slots, c.at, cell, c.cost);
+    if (cells_[cell].count > 0) master_->add_cluster(c.slots, c.at, cell, c.cost);
   }
   half_width_ = first_width();
   fine_ = false;
@@ -334,8 +332,7 @@ void column_generation::improve(xy at, std::uint32_t cell, const site_prices& pr
     at = p.at;
     cost = p.value;
   }
-  if (!slots.empty() && !master_->knows(slots, cell))
-    master_->add_cluster(std::move(slots), at, cell, cost);
+  if (!slots.empty()) master_->add_cluster(std::move(slots), at, cell, cost);
 }
 
 double column_generation::master_value() const {
@@ -380,7 +377,7 @@ void column_generation::descend_from(std::vector<xy> places, std::size_t shakes)
 // that takes far less time than the master's next ones. False if nothing is left to gain, or the
 // time has expired.
 bool column_generation::price() {
-  const std::size_t before = master_->clusters();
+  const std::size_t before = master_->finds();
   const std::vector<double> of_best = middle_;
   const std::vector<double> of_master(master_->duals().begin(), master_->duals().end());
   std::vector<double> duals = of_master;
@@ -391,12 +388,12 @@ bool column_generation::price() {
       if (part == 1 && master_->at_box()) half_width_ *= kSomewhatWider;
       return true;
     }
-    if (master_->clusters() == before) break;
+    if (master_->finds() == before) break;
     part /= 2;
     for (std::size_t i = 0; i < duals.size(); ++i)
       duals[i] = of_best[i] + part * (of_master[i] - of_best[i]);
   }
-  if (master_->clusters() > before) {
+  if (master_->finds() > before) {
     half_width_ *= kNarrower;
     return true;
   }

@@ -19,6 +19,7 @@ constexpr double kNoise = 1e-14;
 constexpr double kMostBelow = 1e-5;  // 0, of a level
 constexpr std::size_t kPivotsToAsk = 32;
 constexpr double kLeastShare = 1e-3;  // of a cluster in a solution
+constexpr double kLeastLess = 1e-9;   // of its cost: another place is cheaper
 constexpr std::size_t kClustersPerRow = 16;
 constexpr std::size_t kFewReached = 3;  // one in so many: the others are passed over
 
@@ -60,12 +61,22 @@ dual_master::dual_master(std::vector<std::size_t> counts, price_groups groups,
 
 void dual_master::add_cluster(std::vector<std::uint32_t> slots, const xy& at, std::uint32_t cell,
                               double cost) {
-  known_[cell].insert(slots);
+  const double least_less = kLeastLess * cost;
   std::vector<std::pair<std::uint32_t, double>> covered;
   for (const std::uint32_t i : slots) {
     covered.emplace_back(groups_.of[i], groups_.share[i]);
     cost -= groups_.base[i];
   }
+  const auto [known, added] = known_[cell].emplace(slots, columns_.size());
+  if (!added) {
+    column& same = columns_[known->second];
+    if (!(cost < same.cost - least_less)) return;
+    same.cost = cost;
+    same.at = at;
+    ++finds_;
+    return;
+  }
+  ++finds_;
   std::sort(covered.begin(), covered.end());
   column c{{}, {}, cost, std::move(slots), at, cell};
   for (const auto& [group, part] : covered) {
@@ -361,7 +372,7 @@ void dual_master::compute() {
 
 // Leaves out the clusters that are furthest from coming in, if there are very many.
 void dual_master::drop_idle() {
-  if (clusters() <= kClustersPerRow * basis_.size()) return;
+  if (columns_.size() - fixed_ <= kClustersPerRow * basis_.size()) return;
   std::vector<std::pair<double, std::size_t>> idle;
   for (std::size_t k = fixed_; k < columns_.size(); ++k) {
     if (basic_[k] == 0) idle.emplace_back(reduced_cost(columns_[k]), k);
@@ -391,6 +402,8 @@ void dual_master::drop_idle() {
     for (crossing& e : r) e.column = static_cast<std::uint32_t>(number[e.column]);
   }
   for (std::size_t& k : basis_) k = number[k];
+  for (auto& of_cell : known_)
+    for (auto& [slots, k] : of_cell) k = number[k];
 }
 
 void dual_master::continue_from(const dual_master& other) {
@@ -411,6 +424,13 @@ void dual_master::continue_from(const dual_master& other) {
       columns.push_back(groups + static_cast<std::size_t>(same - triples_.begin()) +
                         (too_much ? rows_ : 0));
     }
+  }
+  // Else clusters would take the rows of new triples, and the solution would not be the same.
+  for (std::size_t t = 0; t < triples_.size(); ++t) {
+    const bool is_new = std::none_of(
+        other.triples_.begin(), other.triples_.end(),
+        [&](const priced_triple& before) { return before.sites == triples_[t].sites; });
+    if (is_new) columns.push_back(groups + t);
   }
   start_from(std::move(columns));
 }

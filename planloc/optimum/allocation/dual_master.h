@@ -12,7 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <set>
+#include <map>
 #include <span>
 #include <vector>
 
@@ -28,11 +28,9 @@ class dual_master {
   dual_master(std::vector<std::size_t> counts, price_groups groups,
               std::vector<priced_triple> triples);
 
-  // Slots that a facility at a place serves. REQUIRES: slots in order, no cluster that is known.
+  // Slots that a facility at a place serves; of a cluster that is known, the lower cost is kept.
+  // REQUIRES: slots in order.
   void add_cluster(std::vector<std::uint32_t> slots, const xy& at, std::uint32_t cell, double cost);
-  bool knows(const std::vector<std::uint32_t>& slots, std::uint32_t cell) const {
-    return known_[cell].contains(slots);
-  }
   // Prices of groups within `half_width` of `middle` for each slot, and so for triples.
   void set_box(std::span<const double> middle, double half_width);
   // The basis of one with the same groups, cells and clusters, and some of these triples.
@@ -62,7 +60,8 @@ class dual_master {
     double level;
   };
   std::vector<taken_cluster> taken() const;
-  std::size_t clusters() const { return columns_.size() - fixed_; }
+  // Clusters that came to be known, or known for less.
+  std::size_t finds() const { return finds_; }
   struct cluster {
     std::vector<std::uint32_t> slots;
     xy at;
@@ -104,8 +103,9 @@ class dual_master {
   std::vector<double> size_, low_, high_;  // of these rows
   std::size_t fixed_;  // first: a group too little, one too much, facilities unused
   std::vector<column> columns_;
-  std::vector<std::set<std::vector<std::uint32_t>>> known_;  // by cell
-  std::vector<std::size_t> basis_;                           // of each row
+  std::vector<std::map<std::vector<std::uint32_t>, std::size_t>> known_;  // by cell: columns
+  std::size_t finds_ = 0;
+  std::vector<std::size_t> basis_;  // of each row
   struct crossing {
     std::uint32_t column;
     double value;
