@@ -146,7 +146,7 @@ double chain_walk::value(std::size_t criterion) {
   f.error *= 1 + static_cast<double>(tied_.size());
   if (f.error <= kValueError * std::fabs(f.value.hi)) return f.value.hi;
   const bicriteria_problem& p = arrangement_->problem();
-  fraction_sum sum;
+  product_sum sum;
   for (std::uint32_t i = 0; i < tie_.size(); ++i) {
     const double w = p.weight(criterion, i);
     if (w == 0 || tie_[i] == kAtSite) continue;
@@ -154,7 +154,7 @@ double chain_walk::value(std::size_t criterion) {
     const exact_xy& n = loads_.normal(tie_[i] == kNoTie ? edge_[i] : edge_of(i, 0));
     sum.add(mpq_class(w), dot(n, {at_.exact().x - s.x, at_.exact().y - s.y}));
   }
-  const fraction_sum::quotient q = sum.value();
+  const product_sum::quotient q = sum.value();
   return round_quotient(q.numerator, q.denominator);
 }
 

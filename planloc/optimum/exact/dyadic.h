@@ -35,6 +35,7 @@ class dyadic {
     if (d != 0) mantissa_ = whole_mantissa(d, exponent_);
   }
   explicit dyadic(mpz_class whole) : mantissa_(std::move(whole)) {}
+  dyadic(mpz_class mantissa, long exponent) : mantissa_(std::move(mantissa)), exponent_(exponent) {}
 
   friend dyadic operator*(const dyadic& a, const dyadic& b) {
     return {a.mantissa_ * b.mantissa_, a.exponent_ + b.exponent_};
@@ -74,8 +75,6 @@ class dyadic {
   mpq_class value() const { return scaled_by_power_of_2(mpq_class(mantissa_), exponent_); }
 
  private:
-  dyadic(mpz_class mantissa, long exponent) : mantissa_(std::move(mantissa)), exponent_(exponent) {}
-
   static long common_exponent(const dyadic& a, const dyadic& b) {
     if (sgn(a) == 0) return b.exponent_;
     if (sgn(b) == 0) return a.exponent_;

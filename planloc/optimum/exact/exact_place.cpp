@@ -504,7 +504,9 @@ std::vector<exact_place::term> exact_place::terms_by_edge(const piece_choice& c)
 // By edges, whose denominators have nothing in common.
 mpq_class exact_place::exact_value() const {
   const std::vector<term> terms = terms_by_edge(any_choice());
-  mpq_class value;
+  const dyadic_xy numerator{dyadic(at_.x.get_num()), dyadic(at_.y.get_num())};
+  const dyadic_xy denominator{dyadic(at_.x.get_den()), dyadic(at_.y.get_den())};
+  fraction_sum<dyadic> sum;
   for (auto next = terms.begin(); next != terms.end();) {
     const std::uint32_t edge = next->edge;
     dyadic_sum weight;
@@ -516,16 +518,20 @@ mpq_class exact_place::exact_value() const {
       x.add(next->lambda, s.weight, s.x);
       y.add(next->lambda, s.weight, s.y);
     }
-    const mpq_class w = weight.value();
-    value += dot(edges_.normal(edge), {w * at_.x - x.value(), w * at_.y - y.value()});
+    const exact_edges::dyadic_edge& e = edges_.dyadic_of(edge);
+    const dyadic w = weight.total();
+    const dyadic across = e.x * (w * numerator.x - x.total() * denominator.x);
+    const dyadic up = e.y * (w * numerator.y - y.total() * denominator.y);
+    sum.add(across * denominator.y + up * denominator.x, e.area);
   }
-  return value;
+  const fraction_sum<dyadic>::quotient f = sum.value();
+  return quotient(f.numerator, f.denominator * denominator.x * denominator.y);
 }
 
 exact_slope exact_place::slope(const piece_choice& c) const {
   const std::vector<term> terms = terms_by_edge(c);
-  fraction_sum x;
-  fraction_sum y;
+  product_sum x;
+  product_sum y;
   for (auto next = terms.begin(); next != terms.end();) {
     const std::uint32_t edge = next->edge;
     dyadic_sum load;
@@ -536,8 +542,8 @@ exact_slope exact_place::slope(const piece_choice& c) const {
     x.add(l, edges_.normal(edge).x);
     y.add(l, edges_.normal(edge).y);
   }
-  const fraction_sum::quotient fx = x.value();
-  const fraction_sum::quotient fy = y.value();
+  const product_sum::quotient fx = x.value();
+  const product_sum::quotient fy = y.value();
   return {fx.numerator * fy.denominator, fy.numerator * fx.denominator,
           fx.denominator * fy.denominator};
 }

@@ -31,6 +31,7 @@ class dyadic_sum {
     add_term(exponent);
   }
 
+  dyadic total() const { return {total_, exponent_}; }
   mpq_class value() const { return scaled_by_power_of_2(mpq_class(total_), exponent_); }
 
  private:
@@ -48,34 +49,44 @@ class dyadic_sum {
   mpz_class term_;
 };
 
-// The sum of factor[k] * fraction[k]. By halves, and put in lowest terms once at the end: the
+// A sum of fractions. By halves, and put in lowest terms once at the end if at all: the
 // denominators of many different gauges have nothing in common, so a running total would drag the
 // product of all so far through every step, and look for common factors in vain.
+template <class Number>
 class fraction_sum {
  public:
-  void add(const mpq_class& factor, const mpq_class& fraction) {
-    numerators_.emplace_back(factor.get_num() * fraction.get_num());
-    denominators_.emplace_back(factor.get_den() * fraction.get_den());
+  // REQUIRES: denominator > 0.
+  void add(Number numerator, Number denominator) {
+    numerators_.push_back(std::move(numerator));
+    denominators_.push_back(std::move(denominator));
   }
 
   struct quotient {
-    mpz_class numerator, denominator;  // not in lowest terms; the denominator is positive
+    Number numerator, denominator;  // not in lowest terms; the denominator is positive
   };
   quotient value() {
-    if (numerators_.empty()) return {0, 1};
+    if (numerators_.empty()) return {Number(0), Number(1)};
     for (std::size_t width = 1; width < numerators_.size(); width *= 2) {
       for (std::size_t k = 0; k + width < numerators_.size(); k += 2 * width) {
-        numerators_[k] *= denominators_[k + width];
-        numerators_[k] += numerators_[k + width] * denominators_[k];
-        denominators_[k] *= denominators_[k + width];
+        numerators_[k] =
+            numerators_[k] * denominators_[k + width] + numerators_[k + width] * denominators_[k];
+        denominators_[k] = denominators_[k] * denominators_[k + width];
       }
     }
     return {std::move(numerators_[0]), std::move(denominators_[0])};
   }
 
  private:
-  std::vector<mpz_class> numerators_;
-  std::vector<mpz_class> denominators_;
+  std::vector<Number> numerators_;
+  std::vector<Number> denominators_;
+};
+
+// The same of products of fractions.
+class product_sum : public fraction_sum<mpz_class> {
+ public:
+  void add(const mpq_class& a, const mpq_class& b) {
+    fraction_sum::add(a.get_num() * b.get_num(), a.get_den() * b.get_den());
+  }
 };
 
 }  // namespace planloc::detail
