@@ -214,8 +214,8 @@ std::vector<exact_xy> cell_regions::places_on_sides(const triangle& t) {
   return places;
 }
 
-bool cell_regions::add_lines(const triangle& t, std::size_t limit,
-                             std::vector<exact_line>& lines) const {
+std::optional<std::vector<exact_line>> cell_regions::lines(const triangle& t,
+                                                           std::size_t limit) const {
   const exact_triangle exact(t);
   std::vector<exact_line> found;
   near(t, [&](const boundary::side& s) {
@@ -224,14 +224,11 @@ bool cell_regions::add_lines(const triangle& t, std::size_t limit,
     const exact_xy b = relative(to_exact(s.b));
     const exact_xy normal{a.y - b.y, b.x - a.x};
     exact_line l = normalised(normal, dot(normal, a));
-    if (crosses_inside(t, l) && std::find(lines.begin(), lines.end(), l) == lines.end() &&
-        std::find(found.begin(), found.end(), l) == found.end()) {
+    if (crosses_inside(t, l) && std::find(found.begin(), found.end(), l) == found.end())
       found.push_back(std::move(l));
-    }
   });
-  if (found.size() > limit) return false;
-  lines.insert(lines.end(), found.begin(), found.end());
-  return true;
+  if (found.size() > limit) return {};
+  return found;
 }
 
 void cell_regions::add_corners(const triangle& t, std::vector<exact_xy>& places) const {

@@ -37,8 +37,9 @@ class cell_regions {
   // there are many sides.
   std::vector<exact_xy> places_on_sides(const triangle& t);
 
-  // Adds the lines of the sides that cross the triangle; false if there are more than `limit`.
-  bool add_lines(const triangle& t, std::size_t limit, std::vector<exact_line>& lines) const;
+  // The distinct lines of the sides that cross the triangle; nothing if there are more than
+  // `limit`.
+  std::optional<std::vector<exact_line>> lines(const triangle& t, std::size_t limit) const;
   // Adds the corners of polygons in the triangle.
   void add_corners(const triangle& t, std::vector<exact_xy>& places) const;
 

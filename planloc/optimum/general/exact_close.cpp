@@ -101,7 +101,7 @@ mpq_class exact_closer::value(const exact_xy& at) {
 // function that is 0 on the line.
 void exact_closer::add(const sides& side, double doubt, const exact_closer::source& from) {
   const bool sure = surely_both_sides(side, doubt);
-  candidates_.push_back({from, sure});
+  candidates_.push_back({from, doubt, sure});
   if (!sure) return;
   for (const double s : side) {
     if (!(std::fabs(s) > doubt)) return;
@@ -237,9 +237,35 @@ bool exact_closer::find_undecided(const cell& c, std::size_t limit) {
   return true;
 }
 
-std::optional<std::vector<exact_line>> exact_closer::lines(const cell& c, std::size_t limit) {
-  if (!find_undecided(c, limit) || c.decided.size() > kCandidatesPerLine * limit) return {};
-  if (!collect(c, limit)) return {};
+exact_closer::break_line::break_line(exact_line l)
+    : normal(to_nearest(l.normal)), right(l.right.get_d()), doubt(0), exact(std::move(l)) {}
+
+exact_closer::break_line exact_closer::rounded_line(const candidate& k) const {
+  const auto& [slot, edge, other, other_edge] = k.from;
+  const xy a{table_.x[slot], table_.y[slot]};
+  if (slot == other) {
+    const xy& direction = table_.edges[edge].from;
+    const xy normal{-direction.y, direction.x};
+    return {normal, normal.x * a.x + normal.y * a.y, k.doubt, k.from};
+  }
+  const xy& ne = table_.edges[edge].normal;
+  const xy& nf = table_.edges[other_edge].normal;
+  const double wa = table_.weight[slot];
+  const double wb = table_.weight[other];
+  return {{ne.x * wa - nf.x * wb, ne.y * wa - nf.y * wb},
+          (ne.x * a.x + ne.y * a.y) * wa - (nf.x * table_.x[other] + nf.y * table_.y[other]) * wb,
+          k.doubt,
+          k.from};
+}
+
+const exact_line& exact_closer::exact(break_line& l) {
+  if (const source* const from = std::get_if<source>(&l.exact)) l.exact = line_of(source(*from));
+  return std::get<exact_line>(l.exact);
+}
+
+// Of the candidates, those that cross the triangle.
+std::optional<std::vector<exact_line>> exact_closer::distinct_lines(const triangle& t,
+                                                                    std::size_t limit) {
   std::vector<exact_line> found;
   const auto shorten = [&] {
     std::sort(found.begin(), found.end(), before);
@@ -251,7 +277,7 @@ std::optional<std::vector<exact_line>> exact_closer::lines(const cell& c, std::s
     exact_line l = line_of(k.from);
     if (sgn(l.normal.x) == 0 && sgn(l.normal.y) == 0) continue;
     l = normalised(std::move(l.normal), std::move(l.right));
-    if (!k.sure && !crosses_inside(c.corners, l)) continue;
+    if (!k.sure && !crosses_inside(t, l)) continue;
     found.push_back(std::move(l));
     if (found.size() - checked <= 2 * limit) continue;
     if (!shorten()) return {};
@@ -261,33 +287,45 @@ std::optional<std::vector<exact_line>> exact_closer::lines(const cell& c, std::s
   return found;
 }
 
+std::optional<std::vector<exact_closer::break_line>> exact_closer::lines(const cell& c,
+                                                                         std::size_t limit) {
+  if (!find_undecided(c, limit) || c.decided.size() > kCandidatesPerLine * limit) return {};
+  if (!collect(c, limit)) return {};
+  std::vector<break_line> found;
+  if (candidates_.size() <= limit) {
+    for (const candidate& k : candidates_) found.push_back(rounded_line(k));
+    return found;
+  }
+  std::optional<std::vector<exact_line>> distinct = distinct_lines(c.corners, limit);
+  if (!distinct) return {};
+  for (exact_line& l : *distinct) found.emplace_back(std::move(l));
+  return found;
+}
+
 namespace {
 
-struct rounded_line {
-  xy normal;
-  double right;
-};
-
 // Whether the crossing of two lines is surely outside of a triangle with these corners, or, inside,
-// not promising. Lines under a sine of less than kLeastSine are not judged; the crossing of others
-// is off by less than kCrossingDoubt of the places.
-bool surely_idle(const rounded_line& a, const rounded_line& b, const triangle& t,
-                 const std::function<bool(const xy&)>& promising) {
+// not promising. Lines under a sine of less than kLeastSine are not judged, nor those whose
+// crossing may be off by more than kCrossingDoubt of the places.
+bool surely_idle(const exact_closer::break_line& a, const exact_closer::break_line& b,
+                 const triangle& t, const std::function<bool(const xy&)>& promising) {
   constexpr double kLeastSine = 1e-5;
   constexpr double kCrossingDoubt = 1e-8;
   const double area = a.normal.x * b.normal.y - a.normal.y * b.normal.x;
-  const double size = (std::fabs(a.normal.x) + std::fabs(a.normal.y)) *
-                      (std::fabs(b.normal.x) + std::fabs(b.normal.y));
-  if (!(std::fabs(area) > kLeastSine * size)) return false;
+  const double size_a = std::fabs(a.normal.x) + std::fabs(a.normal.y);
+  const double size_b = std::fabs(b.normal.x) + std::fabs(b.normal.y);
+  if (!(std::fabs(area) > kLeastSine * size_a * size_b)) return false;
   const xy at{(a.right * b.normal.y - b.right * a.normal.y) / area,
               (a.normal.x * b.right - b.normal.x * a.right) / area};
+  const double off_by = (a.doubt * size_b + b.doubt * size_a) / std::fabs(area);
   const double turn = (t[1].x - t[0].x) * (t[2].y - t[0].y) - (t[1].y - t[0].y) * (t[2].x - t[0].x);
   for (std::size_t m = 0; m < 3; ++m) {
     const xy& p = t[m];
     const xy edge{t[(m + 1) % 3].x - p.x, t[(m + 1) % 3].y - p.y};
+    const double far = std::fabs(p.x) + std::fabs(p.y) + std::fabs(at.x) + std::fabs(at.y);
+    if (off_by > kCrossingDoubt * far) return false;
     const double side = edge.x * (at.y - p.y) - edge.y * (at.x - p.x);
-    const double doubt = kCrossingDoubt * (std::fabs(edge.x) + std::fabs(edge.y)) *
-                         (std::fabs(p.x) + std::fabs(p.y) + std::fabs(at.x) + std::fabs(at.y));
+    const double doubt = 2 * kCrossingDoubt * (std::fabs(edge.x) + std::fabs(edge.y)) * far;
     if ((turn > 0 ? side : -side) < -doubt) return true;
   }
   return !promising(at);
@@ -295,27 +333,24 @@ bool surely_idle(const rounded_line& a, const rounded_line& b, const triangle& t
 
 }  // namespace
 
-std::vector<exact_xy> exact_closer::vertices(const triangle& t,
-                                             const std::vector<exact_line>& lines,
+std::vector<exact_xy> exact_closer::vertices(const triangle& t, std::vector<break_line> lines,
                                              const std::function<bool(const xy&)>& promising) {
   const std::array<exact_xy, 3> corners{to_exact(t[0]), to_exact(t[1]), to_exact(t[2])};
   std::vector<exact_xy> found(corners.begin(), corners.end());
   const exact_xy u{corners[1].x - corners[0].x, corners[1].y - corners[0].y};
   const exact_xy v{corners[2].x - corners[0].x, corners[2].y - corners[0].y};
   const int turn = sgn(cross(u, v));
-  std::vector<exact_line> all = lines;
+  const std::size_t inside = lines.size();
   for (std::size_t m = 0; m < 3; ++m) {
     const exact_xy& a = corners[m];
     const exact_xy& b = corners[(m + 1) % 3];
     const exact_xy normal{a.y - b.y, b.x - a.x};
-    all.push_back(normalised(normal, dot(normal, a)));
+    lines.emplace_back(exact_line{normal, dot(normal, a)});
   }
-  std::vector<rounded_line> rounded;
-  for (const exact_line& l : all) rounded.push_back({to_nearest(l.normal), l.right.get_d()});
-  for (std::size_t i = 0; i < lines.size(); ++i) {
-    for (std::size_t k = i + 1; k < all.size(); ++k) {
-      if (surely_idle(rounded[i], rounded[k], t, promising)) continue;
-      std::optional<exact_xy> at = crossing(all[i], all[k]);
+  for (std::size_t i = 0; i < inside; ++i) {
+    for (std::size_t k = i + 1; k < lines.size(); ++k) {
+      if (surely_idle(lines[i], lines[k], t, promising)) continue;
+      std::optional<exact_xy> at = crossing(exact(lines[i]), exact(lines[k]));
       if (at && holds(corners, turn, *at)) found.push_back(std::move(*at));
     }
   }

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <variant>
 #include <vector>
 
 #include "planloc/optimum/exact/exact_place.h"
@@ -37,15 +38,33 @@ std::size_t lines_worth_a_close(double side, double extent, std::size_t far_away
 
 class exact_closer {
  public:
+  // A ray (twice the same slot), or the pieces of two sites that are equal on the line.
+  struct source {
+    std::uint32_t slot, edge;
+    std::uint32_t other, other_edge;
+  };
+  // A line in doubles, and without loss once that is asked for: few of the crossings need it.
+  struct break_line {
+    xy normal;
+    double right;
+    double doubt;  // what normal . x - right is off by at most on the cell
+    std::variant<source, exact_line> exact;
+
+    break_line(const xy& n, double r, double off_by, const source& from)
+        : normal(n), right(r), doubt(off_by), exact(from) {}
+    explicit break_line(exact_line l);
+  };
+
   exact_closer(const problem& p, const distance_table& table);
 
-  // The distinct break lines that cross the cell; nothing if there are more than `limit`.
-  std::optional<std::vector<exact_line>> lines(const cell& c, std::size_t limit);
+  // The break lines that cross the cell, and maybe some that touch it; nothing if there are more
+  // than `limit` distinct ones that cross it.
+  std::optional<std::vector<break_line>> lines(const cell& c, std::size_t limit);
 
   // The places of the cell, relative to the base, at which f can be least, but for those whose
   // roundings are not promising.
-  static std::vector<exact_xy> vertices(const triangle& t, const std::vector<exact_line>& lines,
-                                        const std::function<bool(const xy&)>& promising);
+  std::vector<exact_xy> vertices(const triangle& t, std::vector<break_line> lines,
+                                 const std::function<bool(const xy&)>& promising);
 
   // f at a place relative to the base.
   mpq_class value(const exact_xy& at);
@@ -54,13 +73,9 @@ class exact_closer {
   using sides = std::array<double, 3>;
 
  private:
-  // A ray (twice the same slot), or the pieces of two sites that are equal on the line.
-  struct source {
-    std::uint32_t slot, edge;
-    std::uint32_t other, other_edge;
-  };
   struct candidate {
     source from;
+    double doubt;
     bool sure;  // that it crosses the cell
   };
   struct piece {
@@ -75,7 +90,10 @@ class exact_closer {
   bool add_ray(const cell& c, std::uint32_t slot, std::uint32_t edge);
   void add(const sides& side, double doubt, const source& from);
   bool surely_more(std::size_t limit);
+  std::optional<std::vector<exact_line>> distinct_lines(const triangle& t, std::size_t limit);
+  break_line rounded_line(const candidate& k) const;
   exact_line line_of(const source& from);
+  const exact_line& exact(break_line& l);
   exact_xy position(std::uint32_t slot) const;
   exact_xy absolute(const exact_xy& at) const;
 

@@ -411,13 +411,17 @@ bool general_search::solve_exactly(task& t, worker& w) const {
       detail::lines_worth_a_close(detail::side_in(axes_, c.corners), extent_, lines_far_away());
   auto lines = w.closer.lines(c, limit);
   if (!lines) return false;
-  if (where_ && !where_->add_lines(c.corners, limit, *lines)) return false;
+  if (where_) {
+    auto sides = where_->lines(c.corners, limit);
+    if (!sides) return false;
+    for (detail::exact_line& l : *sides) lines->emplace_back(std::move(l));
+  }
   const auto promising = [&](const detail::xy& at) {
     return w.bounder.value(c, at) <= best_.value() + kPromising * c.size + 0x1p10 * margin(c);
   };
   std::vector<std::pair<double, exact_xy>> places;
   double least = best_.value();
-  std::vector<exact_xy> vertices = detail::exact_closer::vertices(c.corners, *lines, promising);
+  std::vector<exact_xy> vertices = w.closer.vertices(c.corners, std::move(*lines), promising);
   if (where_) where_->add_corners(c.corners, vertices);
   for (exact_xy& at : vertices) {
     const double value = w.bounder.value(c, to_nearest(at));
