@@ -4,11 +4,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <span>
 #include <vector>
 
 #include "instances.h"
 #include "planloc/optimum/problem.h"
+#include "planloc/optimum/proof/far_axis.h"
 #include "planloc/optimum/proof/gauge_interval.h"
 #include "planloc/optimum/proof/interval.h"
 
@@ -80,6 +82,24 @@ TEST(Intervals, GaugesHoldTheExactOnes) {
       }
     }
   }
+}
+
+// On a ray the difference of two distances rises and falls again, so f is least amid the box.
+TEST(Intervals, BoxesNearAnAxisHoldTheirPlaces) {
+  const problem p({{0, -0.99}, {0, 0.9}, {0, 0}}, {gauge::lp(1.1)}, order_weights({1, 0, -1}));
+  std::vector<detail::interval_pair> places;
+  for (const site& s : p.sites()) places.push_back({s.x, s.y});
+  const detail::interval slopes{0x1p-21, 0x1p-20};
+  const detail::interval away{0x1p22, std::numeric_limits<double>::infinity()};
+  double least = 0;
+  for (int k = 0; k < 100; ++k) {
+    const double x = std::ldexp(std::exp2(k / 25.), 22);
+    const xy at{x, x * slopes.high};
+    least = std::min(least, p.distance(1, at) - p.distance(0, at));
+  }
+  detail::far_axis axis(p, places, 0.99);
+  EXPECT_TRUE(axis.nowhere_below(least - 2e-5, 0, slopes, away));
+  EXPECT_FALSE(axis.nowhere_below(least + 2e-5, 0, slopes, away));
 }
 
 }  // namespace

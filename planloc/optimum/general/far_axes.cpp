@@ -124,10 +124,14 @@ void far_axes::find_shapes(const cell& c) {
 // With the shapes less that of one site: the order weights add up to 0.
 double far_axes::sum_beside(std::size_t reference, const cell& c) {
   const auto [first, last] = shapes_[reference];
+  const double width = c.along.high - c.along.low;
+  const double bulge = c.sign == 0 ? 0 : q_ * width * width / 3;
   for (std::size_t i = 0; i < turned_.size(); ++i) {
     const double one = shapes_[i][0] - first;
     const double other = shapes_[i][1] - last;
-    const auto [least, most] = std::minmax(one, other);
+    const double off = i == reference ? 0 : bulge;
+    const double least = std::min(one, other) - off;
+    const double most = std::max(one, other) + off;
     low_[i] = -turned_[i].x + least * (least < 0 ? c.scale.high : c.scale.low);
     high_[i] = -turned_[i].x + most * (most < 0 ? c.scale.low : c.scale.high);
   }

@@ -7,8 +7,10 @@
 // 2 q D (z + d), where d = D / X and z is the largest |Y| / X on the way to the site: the slopes on
 // that way are 1 and (|Y| / X)^q, but for factors between 1 - q z and 1 + 2 q d. However small q
 // is, infinity is at k = 0. Where |v| is above 2 the same is -a + D r H(w) for r = (|Y| / X)^q, w =
-// 1 / |v| and H(w) = ((1 -+ w b / D)^p - 1) / (p w), so that v = infinity is at w = 0. G and H are
-// monotonic, since |v|^p is convex.
+// 1 / |v| and H(w) = ((1 -+ w b / D)^p - 1) / (p w), so that v = infinity is at w = 0. G, its
+// differences for two sites, and H are monotonic, since |v|^p is convex. A difference of H is an
+// integral of (1 -+ s w)^q over s within -1 and 1; its second derivative in w <= 1/2 has one sign
+// and is no more than 8 q / 3.
 #ifndef PLANLOC_OPTIMUM_GENERAL_FAR_AXES_H_
 #define PLANLOC_OPTIMUM_GENERAL_FAR_AXES_H_
 

@@ -133,14 +133,25 @@ far_axis::shapes far_axis::shapes_on(const part& c) const {
   return all;
 }
 
+// By how much a difference of shapes on the part may be off those at its ends.
+interval far_axis::bulge(const part& c) const {
+  if (c.sign == 0) return 0;
+  const double most = (q_ * square(c.along.high - interval(c.along.low)) / interval(3)).high;
+  return {-most, most};
+}
+
 // The ordered sum, with excesses counted from one site's part of them.
 interval far_axis::sum_beside(std::size_t reference, const shapes& all, const part& c) const {
   const auto [first, last] = all[reference];
+  const interval between = bulge(c);
   std::vector<interval> excess;
   for (std::size_t i = 0; i < all.size(); ++i) {
-    const interval one = i == reference ? 0 : all[i][0] - first;
-    const interval other = i == reference ? 0 : all[i][1] - last;
-    const interval both{std::min(one.low, other.low), std::max(one.high, other.high)};
+    interval both = 0;
+    if (i != reference) {
+      const interval one = all[i][0] - first;
+      const interval other = all[i][1] - last;
+      both = interval(std::min(one.low, other.low), std::max(one.high, other.high)) + between;
+    }
     excess.push_back(both * c.scale - turned_[i].x + doubt_);
   }
   return ordered(std::move(excess));

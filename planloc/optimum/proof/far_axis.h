@@ -10,8 +10,13 @@
 // X)^q is that of a power:
 //   - G = k (|v - b / D|^p - |v|^p) / p in units of -b / D, with k = (D / X)^q and v = Y / D,
 //   - or, with r = (|Y| / X)^q and w = D / |Y|, r ((1 -+ w b / D)^p - 1) / (p w).
-// Both, and their differences for two sites, are monotonic in v and in w. Order weights that add up
-// to 0 may count from any site's. Places at infinity have k = 0, or w = 0 and any r.
+// Both are monotonic in v and in w, and so are differences of G for two sites. That of H for the
+// sites b and c is r times the integral of (1 -+ s w / D)^q over s from b to c, in units of D,
+// which need not be monotonic in w; but for w <= 1/2 its second derivative has one sign and is no
+// more than q (1 - q) times the integral of 4 s^2 over all |s| <= 1, so 8 q / 3. Between two w it
+// is off what it is there by at most an eighth of this times the square of how far they are apart.
+// Order weights that add up to 0 may count from any site's. Places at infinity have k = 0, or w = 0
+// and any r.
 #ifndef PLANLOC_OPTIMUM_PROOF_FAR_AXIS_H_
 #define PLANLOC_OPTIMUM_PROOF_FAR_AXIS_H_
 
@@ -47,6 +52,7 @@ class far_axis {
   interval shape(const interval& b, int sign, double along) const;
   using shapes = std::vector<std::array<interval, 2>>;  // of sites, at the ends of a part
   shapes shapes_on(const part& c) const;
+  interval bulge(const part& c) const;
   interval sum_beside(std::size_t reference, const shapes& all, const part& c) const;
   interval value_beside(const mpq_class& out, const mpq_class& along) const;
   interval ordered(std::vector<interval> excess) const;
