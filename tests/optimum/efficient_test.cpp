@@ -335,6 +335,16 @@ TEST(EfficientSet, WalksToPlacesFarAwayEnd) {
   }
 }
 
+TEST(EfficientSet, VerifyRefusesCornersBeyondDoubles) {
+  const gauge one = gauge::polyhedral({{1e36, 1e-300}, {-1, 1}, {-1, -1}});
+  const gauge other = gauge::polyhedral({{1e36, 2e-300}, {-1, 1}, {-1, -1}});
+  const bicriteria_problem p({{0, 0, 1, 0, 0}, {0, 1, 0, 1, 1}}, {one, other});
+  efficient_chain c = efficient_set(p);
+  EXPECT_EQ(verify(p, c).reason, "");
+  c.pieces[0].corners[0].lines = {ray_line{0, 0}, ray_line{1, 0}};
+  EXPECT_EQ(verify(p, c).reason, "a corner is too far away");
+}
+
 TEST(EfficientSet, VerifyOfManySitesAtOnePlaceComparesFewEdgesInFractions) {
   const bicriteria_problem p(std::vector<bicriteria_site>(20, {1, 2, 1, 3}),
                              {pressed_polygon(200, 1)});

@@ -85,7 +85,9 @@ fraction_pair efficient_places::crossing(const std::array<ray_line, 2>& lines) c
   const mpq_class area = cross(v, w);
   if (sgn(area) == 0) refuse("the lines of a corner are parallel");
   const mpq_class step = cross({b.x - a.x, b.y - a.y}, w) / area;
-  return {a.x + step * v.x, a.y + step * v.y};
+  const fraction_pair at{a.x + step * v.x, a.y + step * v.y};
+  if (abs(at.x) > kMostInClaim || abs(at.y) > kMostInClaim) refuse("a corner is too far away");
+  return at;
 }
 
 efficient_places::rounded_place::rounded_place(const fraction_pair& exact)

@@ -45,7 +45,7 @@ class efficient_places {
  public:
   explicit efficient_places(const bicriteria_problem& p);
 
-  // Refuses lines that do not exist or do not cross.
+  // Refuses lines that do not exist, or do not cross at a place that doubles can tell.
   fraction_pair crossing(const std::array<ray_line, 2>& lines) const;
   efficient_place look(const fraction_pair& at);
   exact_efficient_place look_exactly(const efficient_place& place);
