@@ -11,6 +11,7 @@ namespace planloc::detail {
 namespace {
 
 constexpr std::size_t kBulkLimit = 1300;
+
 // How far the rank k in a sample of so many values may be off: twice its deviation, as if there
 // were 6400 independent values.
 std::size_t doubt(std::size_t k, std::size_t size) {

@@ -5,7 +5,6 @@
 #include <limits>
 
 #include "planloc/optimum/farthest_point.h"
-#include "planloc/optimum/proof/far_places.h"
 #include "planloc/optimum/proof/verify_parts.h"
 
 namespace planloc {

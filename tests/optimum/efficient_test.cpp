@@ -319,6 +319,7 @@ TEST(EfficientSet, LimitsAndBadInput) {
   }
 }
 
+// Steps from ray to ray are below the roundings of such places.
 TEST(EfficientSet, WalksToPlacesFarAwayEnd) {
   instance_source source(31);
   for (const double e : {1e-16, 1e-18, 1e-22}) {

@@ -144,8 +144,6 @@ TEST(EfficientPolyline, EndsThatRoundingsBlur) {
   }
 }
 
-// Steps from ray to ray are below the roundings of such places.
-
 // Both ways on the same problems.
 TEST(EfficientPolyline, CloseToTheExactChain) {
   instance_source source(26);

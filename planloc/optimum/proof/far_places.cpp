@@ -30,10 +30,6 @@ interval norm_on(const gauge& g, const interval_pair& u) {
           gauge_value(g, {interval(x.high), interval(y.high)}).high};
 }
 
-}  // namespace
-
-namespace {
-
 std::vector<interval_pair> places_from(const fraction_pair& base, const problem& p) {
   std::vector<interval_pair> places;
   for (const site& s : p.sites())
@@ -194,6 +190,7 @@ interval hull(const interval& a, const interval& b) {
 interval_pair hull(const interval_pair& a, const interval_pair& b) {
   return {hull(a.x, b.x), hull(a.y, b.y)};
 }
+
 }  // namespace
 
 // Let G be the gauge, H its second derivative, y the direction and r = t / reach. The excess is

@@ -55,9 +55,6 @@ class far_places {
   double slower_ = 1;
 };
 
-// The place that an answer speaks of, which may be beyond the doubles.
-fraction_pair place_of(const solution& s);
-
 // Holds f at a place, also where the roundings of the distances are more than what they differ by;
 // the whole line if the place is not far from the sites.
 interval value_far_away(const problem& p, const fraction_pair& at);

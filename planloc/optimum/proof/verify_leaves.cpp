@@ -221,7 +221,7 @@ double size_of_terms(const problem& p);
 proved_value value_of(const problem& p, const fraction_pair& at) {
   if (abs(at.x) > kMostInClaim || abs(at.y) > kMostInClaim) {
     const interval far = value_far_away(p, at);
-    if (!std::isfinite(far.high)) refuse("the distances are too large");
+    if (!std::isfinite(far.low) || !std::isfinite(far.high)) refuse("the distances are too large");
     return {far, std::nullopt, size_of_terms(p), true, kDoubtFarAway};
   }
   // Positions count from the place: its fractions need not be doubles.

@@ -45,6 +45,8 @@ fraction_pair fractions_of(const exact_point& exact, const std::string& name);
 
 // The place that an answer speaks of, which `point` must be a rounding of.
 fraction_pair exact_place_of(const xy& point, const exact_point& exact);
+// The same where it may be beyond the doubles.
+fraction_pair place_of(const solution& s);
 
 // What the rounding of terms of one sign does to their sum.
 inline double rounding_of(double sum) { return 0x1p-44 * sum; }
